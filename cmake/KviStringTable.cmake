@@ -1,0 +1,28 @@
+set(KVI_STRING_TABLE_TEMPLATES "${CMAKE_CURRENT_LIST_DIR}" CACHE INTERNAL "")
+
+# kvi_add_string_table(<program> <file.strings> ...)
+#
+# Gives a program its message texts: a STRINGTABLE resource on Windows, an exported sorted table
+# elsewhere. A .strings file has one KVI_TEXT(code, "text") a line. Codes are 1 to 65535; a code
+# that occurs twice does not compile (Linux) or link (Windows).
+function(kvi_add_string_table program)
+  set(includes "")
+  foreach(file IN LISTS ARGN)
+    cmake_path(ABSOLUTE_PATH file BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
+    string(APPEND includes "#include \"${file}\"\n")
+    set_property(SOURCE "${CMAKE_CURRENT_BINARY_DIR}/${program}_strings.rc"
+                 APPEND PROPERTY OBJECT_DEPENDS "${file}")
+  endforeach()
+  set(KVI_STRING_INCLUDES "${includes}")
+  if(WIN32)
+    configure_file("${KVI_STRING_TABLE_TEMPLATES}/string_table.rc.in"
+                   "${CMAKE_CURRENT_BINARY_DIR}/${program}_strings.rc" @ONLY)
+    target_sources(${program} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${program}_strings.rc")
+  else()
+    configure_file("${KVI_STRING_TABLE_TEMPLATES}/string_table.cpp.in"
+                   "${CMAKE_CURRENT_BINARY_DIR}/${program}_strings.cpp" @ONLY)
+    target_sources(${program} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${program}_strings.cpp")
+    # Found by name in the program's own symbol table.
+    target_link_options(${program} PRIVATE -Wl,--export-dynamic-symbol=kvi_string_table)
+  endif()
+endfunction()
