@@ -3,7 +3,8 @@ set(KVI_STRING_TABLE_TEMPLATES "${CMAKE_CURRENT_LIST_DIR}" CACHE INTERNAL "")
 # kvi_add_string_table(<program> <file.strings> ...)
 #
 # Gives a program its message texts: a STRINGTABLE resource on Windows, an exported sorted table
-# elsewhere. A .strings file has one KVI_TEXT(code, "text") a line. Codes are 1 to 65535; a code
+# elsewhere. A .strings file has one KVI_TEXT(code, "text") a line, in the escapes that C++ and the
+# resource compiler share: \n \r \t \\ \042 for a double quote, \x with four digits. Codes are 1 to 65535; a code
 # that occurs twice does not compile (Linux) or link (Windows).
 function(kvi_add_string_table program)
   set(includes "")
