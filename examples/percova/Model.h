@@ -1,0 +1,26 @@
+/// @file
+/// A problem brought together with its mesh: what the analysis computes on.
+#pragma once
+
+#include "Mesh.h"
+#include "Problem.h"
+
+#include <vector>
+
+namespace percova
+{
+
+struct Model
+{
+    Problem problem;
+    Mesh mesh;
+    std::vector<int> material;                    ///< by element: index into problem.materials
+    std::vector<std::vector<Edge>> boundaryEdges; ///< by boundary of the problem, in mesh order
+};
+
+/// Gives every element its material and every boundary its sides, by the groups of the mesh or,
+/// where it has none, by polygon and line. Fills the last two members of @p model.
+/// @returns false when a name or a place fits nothing; every reason is in @p faults
+bool Bind(Model& model, Faults& faults);
+
+} // namespace percova

@@ -1,0 +1,100 @@
+/// @file
+/// What an analysis finds. A value that does not exist is the missing value.
+#pragma once
+
+#include "KVI.h"
+#include "Problem.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace percova
+{
+
+constexpr double kMissing = MissingValue<double>();
+
+/// By node of the mesh. Where materials meet, water content, conductivity, velocity and gradient
+/// are the mean over the elements around the node.
+struct NodalResults
+{
+    std::vector<double> head;         ///< [m]
+    std::vector<double> pressureHead; ///< [m]
+    std::vector<double> pressure;     ///< [kPa]
+    std::vector<double> waterContent; ///< missing where the material has no curve
+    std::vector<double> kr;
+    std::vector<double> velocityX, velocityY; ///< Darcy flux [m/s]
+    std::vector<double> gradientX, gradientY; ///< of the head
+};
+
+struct BoundaryFlow
+{
+    std::string name;
+    double flow = kMissing; ///< [m3/s per m], positive into the domain
+};
+
+struct SeepageFace
+{
+    std::string name;
+    double flow = kMissing;
+    Point exit{kMissing, kMissing}; ///< the highest outflow point
+};
+
+struct ProbeValue
+{
+    std::string name;
+    Point at;
+    double head = kMissing, pressureHead = kMissing, pressure = kMissing;
+    double waterContent = kMissing, kr = kMissing;
+    Point gradient{kMissing, kMissing};
+    Point flux{kMissing, kMissing};
+};
+
+struct SectionFlow
+{
+    std::string name;
+    double flow = kMissing; ///< positive from the left of the line to its right
+};
+
+struct StepResult
+{
+    std::string name;
+    bool converged = false;
+    int iterations = 0;
+    double residual = kMissing; ///< relative, of the non-linear equations
+    std::string trouble;        ///< where and by how much it did not converge, for a person
+    double flowIn = kMissing, flowOut = kMissing; ///< from nodal reactions; both positive
+    double massBalance = kMissing;                ///< (in - out) / in
+    double flowInIntegrated = kMissing, flowOutIntegrated = kMissing;
+    double storedWater = kMissing; ///< [m3/m]
+    std::vector<BoundaryFlow> boundaries;
+    std::vector<SeepageFace> seepageFaces;
+    std::vector<Polyline> surface; ///< zero-pressure lines
+    std::vector<ProbeValue> probes;
+    std::vector<SectionFlow> sections;
+    NodalResults nodal;
+};
+
+struct Seconds
+{
+    double read = 0, assemble = 0, solve = 0, write = 0, total = 0;
+};
+
+struct Results
+{
+    std::size_t equations = 0;
+    std::size_t nonzeros = 0;
+    std::string solver; ///< who solved, such as "pardiso (mkl 2020.4)"
+    int threads = 0;
+    Seconds seconds;
+    std::vector<StepResult> steps;
+    bool Converged() const
+    {
+        for (const StepResult& step : steps)
+            if (!step.converged)
+                return false;
+        return !steps.empty();
+    }
+};
+
+} // namespace percova

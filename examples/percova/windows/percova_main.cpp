@@ -1,0 +1,18 @@
+#include "CommandLine.h"
+
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <vector>
+
+// The wide form of main: file names outside the code page would be lost on the way to the other.
+extern "C" int wmain(int argc, wchar_t** argv)
+{
+    std::vector<std::string> arguments;
+    for (int i = 1; i < argc; ++i)
+    {
+        const std::u8string text = std::filesystem::path(argv[i]).u8string();
+        arguments.emplace_back(text.begin(), text.end());
+    }
+    return static_cast<int>(percova::RunCommandLine(arguments, std::cout, std::cerr));
+}
