@@ -4,8 +4,12 @@
 
 #include "foundation/MissingValue.h"
 #include "foundation/kvi_export.h"
+#include "foundation/math_algorithm_Tolerance.h"
 
 #include "Geom/FPOINT.h"
 #include "Geom/Geom_Extents2D.h"
 
 #include "numerics/SolveRecord.h"
+
+#include "fn/math_UnitSet.h"
+#include "fn/math_fn_flow_FredXing.h"
