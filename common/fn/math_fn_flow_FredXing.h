@@ -1,0 +1,71 @@
+/// @file
+/// The soil-water content curve.
+#pragma once
+
+#include "Geom/FPOINT.h"
+#include "Geom/Geom_Extents2D.h"
+#include "fn/math_UnitSet.h"
+#include "foundation/kvi_export.h"
+
+#include <cstddef>
+#include <utility>
+
+namespace math::fn::flow
+{
+
+/// Volumetric water content of an unsaturated soil over its pore-water pressure, in closed form.
+///
+/// With suction s = -p, limit L and residual suction r = 0.003 L,
+///     theta(p) = theta_s [1 - ln(1 + s/r) / ln(1 + L/r)] / [ln(e + (s/a)^n)]^m    for p < 0.
+/// Source: Fredlund and Xing (1994), Can. Geotech. J. 31(4), 521-532.
+///
+/// A value type; const members may be called from any thread.
+class KVI_API FredXing
+{
+public:
+    /// @param a           suction scale, in the pressure unit
+    /// @param n           slope exponent [-]
+    /// @param m           tail exponent [-]
+    /// @param saturatedWC water content at zero and positive pressure [-]
+    /// @param limit       suction at which the content reaches zero, normally CalcLimit
+    FredXing(const double& a, const double& n, const double& m, const double& saturatedWC,
+             const double& limit);
+
+    double A() const { return a_; }
+    double N() const { return n_; }
+    double M() const { return m_; }
+    double SatWC() const { return saturatedWC_; }
+
+    /// Volumetric water content [-] at pore-water pressure @p p, in the pressure unit of a.
+    /// Saturated for p >= 0 and for a <= 0, exactly 0 at the limit suction, negative beyond it
+    /// (not clamped); missing if any field is missing; NaN for a NaN pressure.
+    double operator()(const double& p) const;
+
+    /// The same at @p count pressures: contents[i] = (*this)(pressures[i]). The two arrays may be
+    /// one and the same.
+    void Evaluate(const double* pressures, double* contents, std::size_t count) const;
+
+    /// True when a, n, m and the limit are not missing, and a, n, m and the saturated content are
+    /// above zero. The limit's sign is not looked at.
+    bool IsValid() const;
+
+    /// (-limit, 0).
+    std::pair<double, double> PressureLimits() const;
+
+    /// The box x from -10^6 to 0, y from 0 to the content at -10^6, in the field order of the box:
+    /// minX = -10^6, maxX = 0, minY = 0, maxY = theta(-10^6).
+    Geom::Extents2D Extents() const;
+
+    /// 1,000,000 kPa in the pressure unit of @p units.
+    static double CalcLimit(const UnitSet& units);
+
+private:
+    double a_;
+    double n_;
+    double m_;
+    double saturatedWC_;
+    double limit_;
+    double logLimit_; // ln(1 + L/r), by the very expression that the numerator has at s = L
+};
+
+} // namespace math::fn::flow
