@@ -9,6 +9,11 @@
 #include "Geom/FPOINT.h"
 #include "Geom/Geom_Extents2D.h"
 
+#include "numerics/Inverse.h"
+#include "numerics/MpM.h"
+#include "numerics/MxC.h"
+#include "numerics/MxM.h"
+#include "numerics/Shape.h"
 #include "numerics/SolveRecord.h"
 
 #include "fn/math_UnitSet.h"

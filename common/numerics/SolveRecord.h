@@ -33,12 +33,12 @@ struct SolveRecord
 {
     SolveMethod method = SolveMethod::None;
     SolveOutcome outcome = SolveOutcome::Solved;
-    int equation = -1;      ///< zero-based equation that the outcome speaks of, -1 for none
-    int iterations = 0;     ///< iterations made; 0 for a direct solver
-    double tolerance = 0;   ///< relative residual reached by an iterative solver's own measure
-    double residual = 0;    ///< ||b - A x|| / ||b|| in the 2-norm (||b - A x|| when b is zero)
-    std::wstring reason;    ///< a sentence for the log, empty when solved
-    std::wstring solver;    ///< who solved, such as "pardiso (mkl 2020.4)"
+    int equation = -1;    ///< zero-based equation that the outcome speaks of, -1 for none
+    int iterations = 0;   ///< iterations made; 0 for a direct solver
+    double tolerance = 0; ///< relative residual reached by an iterative solver's own measure
+    double residual = 0;  ///< ||b - A x|| / ||b|| in the 2-norm (||b - A x|| when b is zero)
+    std::wstring reason;  ///< a sentence for the log, empty when solved
+    std::wstring solver;  ///< who solved, such as "pardiso (mkl 2020.4)"
 };
 
 } // namespace math
