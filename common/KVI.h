@@ -17,4 +17,5 @@
 #include "numerics/SolveRecord.h"
 
 #include "fn/math_UnitSet.h"
+#include "fn/math_fn_QuadraticEqn.h"
 #include "fn/math_fn_flow_FredXing.h"

@@ -59,6 +59,28 @@ public:
     /// 1,000,000 kPa in the pressure unit of @p units.
     static double CalcLimit(const UnitSet& units);
 
+    /// Fits a, n and m to measured points by least squares in theta / theta_s.
+    ///
+    /// Ends when the sum of squared residuals or the sum of the gradient's magnitudes falls to
+    /// 1e-4. Points that are missing or not finite are left out; so are starting values that are
+    /// not finite or not above zero, for which 10 kPa, 1 and 1 stand in. Whatever the input, a, n
+    /// and m end finite and above zero, and fit no worse than they did at the start.
+    /// @param satWC   saturated water content [-]
+    /// @param points  @p count points: x the pore-water pressure (suction is -x), y the content
+    /// @param a,n,m   starting values in, fitted values out; stored in this order, so that the last
+    ///                counts where they name one variable
+    /// @returns the iterations made, or a value of FitFailure
+    static int EstimateParam(const double& satWC, FPOINT* points, int count, const UnitSet& units,
+                             double& a, double& n, double& m);
+
+    /// Why EstimateParam stopped before its stopping rule was met; a, n and m hold the best found.
+    enum FitFailure
+    {
+        NothingToFit = -1,  ///< no usable point, or a saturated content that is not above zero
+        NoImprovement = -2, ///< no step made the fit better
+        TooManySteps = -3   ///< 1500 iterations were made
+    };
+
 private:
     double a_;
     double n_;

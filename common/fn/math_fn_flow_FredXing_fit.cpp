@@ -1,0 +1,223 @@
+// Least-squares fit of the water-content curve: BFGS on the inverse Hessian, with the line search
+// by halving that the curve's users know.
+
+#include "fn/math_fn_flow_FredXing.h"
+
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+namespace math::fn::flow
+{
+namespace
+{
+
+using Vector3 = std::array<double, 3>; // a, n, m
+using Matrix3 = std::array<Vector3, 3>;
+
+constexpr double kGoodEnough = 1e-4; // for the error and for the gradient's sum
+constexpr int kMostIterations = 1500;
+constexpr int kMostHalvings = 20;
+constexpr double kSmallestStep = 1e-10;
+
+struct Point
+{
+    double suction;
+    double correction; // C, which the fit does not change
+    double measured;   // water content over the saturated one
+};
+
+double Dot(const Vector3& u, const Vector3& v) { return u[0] * v[0] + u[1] * v[1] + u[2] * v[2]; }
+
+bool IsUsable(const Vector3& p)
+{
+    for (const double value : p)
+        if (!(value > 0) || !std::isfinite(value))
+            return false;
+    return true;
+}
+
+/// Sum of squared residuals, measured minus F C, with its gradient by a, n and m.
+class Error
+{
+public:
+    explicit Error(std::vector<Point> points) : points_(std::move(points)) {}
+
+    double operator()(const Vector3& p, Vector3* gradient = nullptr) const
+    {
+        double sum = 0;
+        Vector3 slope{};
+        for (const Point& point : points_)
+        {
+            Vector3 partial{1, 0, 0};
+            const double residual = point.measured - Model(point, p, partial);
+            sum += residual * residual;
+            for (int i = 0; i < 3; ++i)
+                slope[i] -= 2 * partial[i] * residual;
+        }
+        if (gradient != nullptr)
+            *gradient = slope;
+        return sum;
+    }
+
+private:
+    static double Model(const Point& point, const Vector3& p, Vector3& partial)
+    {
+        const auto [a, n, m] = p;
+        partial = {};
+        if (!(point.suction > 0))
+            return 1; // saturated, whatever the parameters
+        const double u = std::pow(point.suction / a, n);
+        const double logarithm = std::log(std::numbers::e + u);
+        const double shape = std::pow(1 / logarithm, m);
+        if (!(shape > 0))
+            return 0; // the power overflowed: a flat stretch
+        const double content = shape * point.correction;
+        // u / (e + u), which stays 1 where u is infinite
+        const double weight = u > 0 ? 1 / (1 + std::numbers::e / u) : 0;
+        const double byPower = -m * content / logarithm * weight; // times du/u
+        partial[0] = byPower * -n / a;
+        partial[1] = u > 0 ? byPower * std::log(point.suction / a) : 0;
+        partial[2] = -content * std::log(logarithm);
+        return content;
+    }
+
+    std::vector<Point> points_;
+};
+
+Matrix3 StartScaling(const Vector3& p, const Vector3& gradient)
+{
+    Matrix3 scaling{};
+    for (int i = 0; i < 3; ++i)
+        scaling[i][i] = gradient[i] != 0 ? std::fabs(p[i] / (2 * gradient[i])) : 1;
+    return scaling;
+}
+
+Vector3 Downhill(const Matrix3& scaling, const Vector3& gradient)
+{
+    Vector3 direction{};
+    for (int i = 0; i < 3; ++i)
+        direction[i] = -Dot(scaling[i], gradient);
+    if (Dot(direction, gradient) > 0)
+        for (double& component : direction)
+            component = -component;
+    return direction;
+}
+
+/// The first of the halved steps that makes the error smaller. @returns whether there was one
+bool Search(const Error& error, const Vector3& direction, Vector3& p, double& smallest)
+{
+    double step = 2;
+    for (int halving = 0; halving < kMostHalvings; ++halving)
+    {
+        Vector3 trial{};
+        do
+        {
+            step *= 0.5;
+            for (int i = 0; i < 3; ++i)
+                trial[i] = p[i] + step * direction[i];
+        } while (!(trial[0] > 0) && step >= kSmallestStep);
+        if (!IsUsable(trial))
+            continue;
+        const double found = error(trial);
+        if (found < smallest)
+        {
+            p = trial;
+            smallest = found;
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Broyden-Fletcher-Goldfarb-Shanno update of the inverse Hessian, left out where the curvature
+/// along the step is not positive (Nocedal and Wright, Numerical Optimization, eq. 6.17).
+void Update(Matrix3& scaling, const Vector3& step, const Vector3& change)
+{
+    const double curvature = Dot(step, change);
+    if (!(curvature > 0))
+        return;
+    Vector3 scaled{};
+    for (int i = 0; i < 3; ++i)
+        scaled[i] = Dot(scaling[i], change);
+    const double factor = (1 + Dot(change, scaled) / curvature) / curvature;
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            scaling[i][j] += factor * step[i] * step[j] -
+                             (scaled[i] * step[j] + step[i] * scaled[j]) / curvature;
+}
+
+int Minimise(const Error& error, Vector3& p)
+{
+    Vector3 gradient;
+    double smallest = error(p, &gradient);
+    Matrix3 scaling = StartScaling(p, gradient);
+    bool fresh = true;
+    for (int iteration = 0; iteration < kMostIterations; ++iteration)
+    {
+        const double sum = std::fabs(gradient[0]) + std::fabs(gradient[1]) + std::fabs(gradient[2]);
+        if (!(sum > kGoodEnough && smallest > kGoodEnough))
+            return std::isfinite(sum) ? iteration : FredXing::NoImprovement;
+        const Vector3 before = p, slope = gradient;
+        if (!Search(error, Downhill(scaling, gradient), p, smallest))
+        {
+            if (fresh)
+                return FredXing::NoImprovement;
+            scaling = StartScaling(p, gradient); // forget the curvature and go down the slope
+            fresh = true;
+            continue;
+        }
+        error(p, &gradient);
+        Vector3 step{}, change{};
+        for (int i = 0; i < 3; ++i)
+        {
+            step[i] = p[i] - before[i];
+            change[i] = gradient[i] - slope[i];
+        }
+        Update(scaling, step, change);
+        fresh = false;
+    }
+    return FredXing::TooManySteps;
+}
+
+std::vector<Point> UsablePoints(double satWC, const FPOINT* points, int count, double limit)
+{
+    const double residual = 0.003 * limit, logLimit = std::log(1 + limit / residual);
+    std::vector<Point> usable;
+    for (int i = 0; i < count; ++i)
+    {
+        const auto [pressure, content, unused] = points[i];
+        if (!std::isfinite(pressure) || !std::isfinite(content) || IsMissingValue(pressure) ||
+            IsMissingValue(content))
+            continue;
+        const double correction = 1 - std::log(1 - pressure / residual) / logLimit;
+        usable.push_back({-pressure, correction, content / satWC});
+    }
+    return usable;
+}
+
+} // namespace
+
+int FredXing::EstimateParam(const double& satWC, FPOINT* points, int count, const UnitSet& units,
+                            double& a, double& n, double& m)
+{
+    const Vector3 standIn{units.FromKilopascal(10), 1, 1};
+    Vector3 p{a, n, m};
+    for (int i = 0; i < 3; ++i)
+        if (!(p[i] > 0) || !std::isfinite(p[i]) || IsMissingValue(p[i]))
+            p[i] = standIn[i];
+    int result = NothingToFit;
+    if (satWC > 0 && std::isfinite(satWC) && !IsMissingValue(satWC) && points != nullptr)
+    {
+        std::vector<Point> usable = UsablePoints(satWC, points, count, CalcLimit(units));
+        if (!usable.empty())
+            result = Minimise(Error(std::move(usable)), p);
+    }
+    a = p[0];
+    n = p[1];
+    m = p[2];
+    return result;
+}
+
+} // namespace math::fn::flow

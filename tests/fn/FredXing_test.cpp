@@ -1,0 +1,159 @@
+#include "fn/math_fn_flow_FredXing.h"
+#include "reference_cases.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace
+{
+
+using math::PressureUnit;
+using math::UnitSet;
+using math::fn::flow::FredXing;
+
+constexpr double kMissing = MissingValue<double>();
+
+TEST(FredXing, GivesTheReferenceValuesAndTheSameOverAnArray)
+{
+    for (const auto& set : ReferenceCase("W1-curve.reference.json").at("sets"))
+    {
+        const FredXing curve(set["a"], set["n"], set["m"], set["theta_s"], set["limit"]);
+        for (const auto& row : set["rows"])
+        {
+            const double p = -row["suction"].get<double>();
+            SCOPED_TRACE(row.dump());
+            const double found = curve(p);
+            double array = p;
+            curve.Evaluate(&array, &array, 1);
+            const double other[] = {found, array};
+            for (const double theta : other)
+            {
+                const bool exact = row["exact_zero"].get<bool>() || row.contains("demand_instead");
+                EXPECT_NEAR(theta, exact ? 0 : std::stod(row["theta"].get<std::string>()),
+                            exact ? 0 : row["tol_abs"].get<double>());
+                if (row["sign"].is_number())
+                {
+                    EXPECT_EQ((theta > 0) - (theta < 0), row["sign"].get<int>());
+                }
+            }
+        }
+    }
+}
+
+TEST(FredXing, AMissingParameterGivesTheMissingValueEverywhere)
+{
+    for (int field = 0; field < 5; ++field)
+    {
+        double f[] = {10, 2, 1, 0.4, 1e6};
+        f[field] = kMissing;
+        const FredXing curve(f[0], f[1], f[2], f[3], f[4]);
+        EXPECT_EQ(curve(-5), kMissing);
+        EXPECT_EQ(curve(5), kMissing);
+        // A missing saturated content is greater than zero and passes.
+        EXPECT_EQ(curve.IsValid(), field == 3);
+    }
+}
+
+TEST(FredXing, IsSaturatedFromZeroPressureUpwards)
+{
+    const FredXing curve(10, 2, 1, 0.4, 1e6);
+    EXPECT_EQ(curve(0), 0.4);
+    EXPECT_EQ(curve(5), 0.4);
+    EXPECT_LT(curve(-1e-9), 0.4);
+    EXPECT_EQ(FredXing(0, 2, 1, 0.4, 1e6)(-5), 0.4);
+    EXPECT_TRUE(std::isnan(curve(std::numeric_limits<double>::quiet_NaN())));
+    EXPECT_FALSE(FredXing(0, 2, 1, 0.4, 1e6).IsValid());
+    EXPECT_TRUE(FredXing(1e-12, 2, 1, 0.4, 1e6).IsValid());
+    EXPECT_EQ(curve.PressureLimits(), (std::pair<double, double>(-1e6, 0)));
+    const Geom::Extents2D box = FredXing(10, 2, 1, 0.4, 500).Extents();
+    EXPECT_EQ(box.minX, -1e6);
+    EXPECT_LT(box.maxY, 0); // beyond this curve's own limit the content is negative
+}
+
+TEST(FredXing, LimitIsAMillionKilopascalInAnyUnit)
+{
+    const auto reference = ReferenceCase("W1-curve.reference.json").at("limit_1e6_kPa_in_units");
+    const std::pair<const char*, PressureUnit> rows[] = {{"Pa", PressureUnit::Pascal},
+                                                         {"kPa", PressureUnit::Kilopascal},
+                                                         {"MPa", PressureUnit::Megapascal},
+                                                         {"bar", PressureUnit::Bar},
+                                                         {"psf", PressureUnit::PoundPerSquareFoot},
+                                                         {"psi", PressureUnit::PoundPerSquareInch}};
+    for (const auto& [name, unit] : rows)
+    {
+        const double expected = std::stod(reference.at(name).get<std::string>());
+        EXPECT_NEAR(FredXing::CalcLimit(UnitSet(unit)), expected, 1e-15 * expected) << name;
+    }
+}
+
+double SquaredError(const std::vector<FPOINT>& points, double satWC, double a, double n, double m)
+{
+    const FredXing curve(a, n, m, 1, 1e6);
+    double sum = 0;
+    for (const FPOINT& point : points)
+        sum += std::pow(point.y / satWC - curve(point.x), 2);
+    return sum;
+}
+
+TEST(FredXingFit, MeetsTheReferenceFits)
+{
+    const auto problems = ReferenceCase("F1-fits.problem.json").at("fits");
+    const auto references = ReferenceCase("F1-fits.reference.json").at("fits");
+    for (std::size_t i = 0; i < problems.size(); ++i)
+    {
+        const double satWC = problems[i]["theta_s"];
+        std::vector<FPOINT> points;
+        for (const auto& point : problems[i]["points_pressure_theta"])
+            points.push_back({point[0], point[1], 0});
+        for (const auto& start : references[i]["starts"])
+        {
+            SCOPED_TRACE(problems[i]["name"].dump() + start["start"].dump());
+            double a = start["start"][0], n = start["start"][1], m = start["start"][2];
+            const double before = SquaredError(points, satWC, a, n, m);
+            FredXing::EstimateParam(satWC, points.data(), int(points.size()), UnitSet(), a, n, m);
+            const double after = SquaredError(points, satWC, a, n, m);
+            EXPECT_LE(after, before);
+            const double demand = references[i]["demand"]["E_not_above"];
+            EXPECT_LE(after, start["firm"].get<bool>() ? demand : before);
+        }
+    }
+}
+
+TEST(FredXingFit, EndsWithUsableValuesWhateverItIsGiven)
+{
+    const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
+    std::vector<FPOINT> none, one{{-10, 0.3, 0}}, equal{{-10, 0.3, 0}, {-10, 0.3, 0}},
+        broken{{nan, 0.3, 0}, {-10, inf, 0}, {kMissing, kMissing, 0}},
+        wet{{0, 0.4, 0}, {5, 0.3, 0}}, huge{{-1e300, 0.3, 0}, {-1e-300, 0.1, 0}};
+    struct Row
+    {
+        std::vector<FPOINT>& points;
+        double satWC, a, n, m;
+        bool fits;
+    };
+    const Row rows[] = {
+        {none, 0.4, 10, 1, 1, false},       {one, 0.4, 10, 1, 1, true},
+        {equal, 0.4, 10, 1, 1, true},       {broken, 0.4, 10, 1, 1, false},
+        {one, 0, 10, 1, 1, false},          {one, nan, 10, 1, 1, false},
+        {one, -1, 10, 1, 1, false},         {wet, 0.4, 10, 1, 1, true},
+        {huge, 0.4, 10, 1, 1, true},        {one, 0.4, nan, inf, -1, true},
+        {one, 0.4, 1e-300, 500, 1e3, true},
+    };
+    for (const Row& row : rows)
+    {
+        double a = row.a, n = row.n, m = row.m;
+        const int result = FredXing::EstimateParam(row.satWC, row.points.data(),
+                                                   int(row.points.size()), UnitSet(), a, n, m);
+        EXPECT_EQ(result != FredXing::NothingToFit, row.fits) << &row - rows;
+        EXPECT_TRUE(FredXing(a, n, m, 0.4, 1e6).IsValid()) << &row - rows;
+        EXPECT_TRUE(std::isfinite(a + n + m)) << &row - rows;
+    }
+    double shared = 2;
+    FredXing::EstimateParam(0.4, one.data(), 1, UnitSet(), shared, shared, shared);
+    EXPECT_TRUE(std::isfinite(shared) && shared > 0);
+}
+
+} // namespace
