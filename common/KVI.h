@@ -9,12 +9,14 @@
 #include "Geom/FPOINT.h"
 #include "Geom/Geom_Extents2D.h"
 
+#include "numerics/ISysEqnImpl.h"
 #include "numerics/Inverse.h"
 #include "numerics/MpM.h"
 #include "numerics/MxC.h"
 #include "numerics/MxM.h"
 #include "numerics/Shape.h"
 #include "numerics/SolveRecord.h"
+#include "numerics/tagRecords.h"
 
 #include "fn/math_UnitSet.h"
 #include "fn/math_fn_QuadraticEqn.h"

@@ -1,0 +1,128 @@
+/// @file
+/// The global system of linear equations of a finite-element analysis.
+#pragma once
+
+#include "foundation/kvi_export.h"
+#include "numerics/SolveRecord.h"
+#include "numerics/tagRecords.h"
+
+#include <memory>
+
+/// The system A x = b: a sparse matrix filled element by element, and three families of solvers.
+///
+/// Every operation returns 0, except a PARDISO solve that failed; what went wrong, and in which
+/// equation, is told by LastSolve() and by the log. A solve that cannot give an answer leaves NaN
+/// in every unknown, so that an older answer is not taken for a new one. Lists and matrices of
+/// different lengths are used as far as both go; an index outside the system or a coefficient
+/// outside the pattern is dropped, and the next solve is told as Failed.
+///
+/// Threads: one thread uses an object at a time. The solvers run threads of their own; the bits
+/// of every result are the same for any number of them.
+/// @code
+/// ISysEqnImpl system;
+/// system.Initialize(&equationsOfElements);
+/// for (int e = 0; e < elements; ++e)
+///     system.InsertIntoSysCoefMtx(e, &stiffness[e]);
+/// system.AddToRHSVector(&loaded, &loads);
+/// system.FixUnknowns(&supported, &given);
+/// system.SolveForUnknownVector_Direct_Sym();
+/// system.GetUnknownVector(&x);
+/// @endcode
+class KVI_API ISysEqnImpl
+{
+public:
+    ISysEqnImpl();
+    virtual ~ISysEqnImpl();
+    ISysEqnImpl(const ISysEqnImpl&) = delete;
+    ISysEqnImpl& operator=(const ISysEqnImpl&) = delete;
+
+    /// @name The pattern
+    /// @{
+
+    /// Builds the pattern: each pair of equations in one element's list is a stored position. The
+    /// system has as many equations as the largest index + 1; one that no element touches has no
+    /// stored position. Repeated equations within a list are legal, and so is an empty list.
+    ///
+    /// Negative indices, more than 2^31 - 1 positions, and sizes that memory cannot hold are
+    /// refused: the system is then empty and every solve tells the same reason.
+    virtual long Initialize(const tagMultiVectorInt* equations);
+    /// The same with at least @p count equations, touched by elements or not.
+    virtual long Initialize(const tagMultiVectorInt* equations, int count);
+    virtual int EquationCount() const;
+
+    /// @}
+    /// @name Filling
+    /// @{
+
+    /// Sets the matrix and b to 0, and releases all unknowns that FixUnknowns fixed. The pattern
+    /// and x stay.
+    virtual long ResetToZero();
+    /// Adds @p m into the rows and columns of the element's list; entries of a repeated equation
+    /// add up.
+    virtual long InsertIntoSysCoefMtx(int element, const tagMatrixDbl* m);
+    /// Adds the matrices of @p count elements that follow each other from @p first on, stored one
+    /// behind the other, each row-major with the size of its element's list. Uses all threads;
+    /// gives the bits of InsertIntoSysCoefMtx called in ascending order.
+    virtual long InsertElementsIntoSysCoefMtx(int first, int count, const double* matrices);
+    virtual long InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
+                                                const tagMatrixDbl* m);
+    /// b[equations[k]] += v[k]
+    virtual long AddToRHSVector(const tagVectorInt* equations, const tagVectorDbl* v);
+    /// x[equations[k]] = v[k]: where an iterative solve starts. A direct solve overwrites it.
+    virtual long SetUnknownVector(const tagVectorInt* equations, const tagVectorDbl* v);
+    /// Prescribes x[equations[k]] = v[k] for every solve until ResetToZero, in any order with the
+    /// filling. The solvers see the reduced system, symmetric when A is; A and b stay as filled.
+    virtual long FixUnknowns(const tagVectorInt* equations, const tagVectorDbl* v);
+
+    /// @}
+    /// @name Solving
+    /// @{
+
+    /// Factorises in the given numbering without pivoting, L D L^T, reading the upper triangle
+    /// only; A need not be definite. A pivot that rounding makes indistinguishable from zero
+    /// holds its unknown at 0 and is told as ZeroPivot: right for a part of the mesh that nothing
+    /// supports, wrong answers otherwise, as the residual shows.
+    virtual long SolveForUnknownVector_Direct_Sym();
+    /// The same, L D U, for a matrix that is not symmetric.
+    virtual long SolveForUnknownVector_Direct_NonSym();
+    /// Starts from x as it stands, and ends when ||b - A x|| <= @p tol ||b|| (2-norms) or after
+    /// @p maxIter iterations.
+    virtual long SolveForUnknownVector_Iterative_Sym(double tol, int maxIter);
+    virtual long SolveForUnknownVector_Iterative_NonSym(double tol, int maxIter);
+    /// With as many iterations as equations.
+    virtual long SolveForUnknownVector_Iterative_Sym(double tol);
+    /// Runs the symmetric solver, as SolveForUnknownVector_Iterative_Sym(tol) does.
+    virtual long SolveForUnknownVector_Iterative_NonSym(double tol);
+    /// Prepares PARDISO's parameters; releases a factorisation that is held.
+    virtual long SolveForUnknownVector_PARDISO_SetUp();
+    /// @returns 1 when PARDISO reported an error, otherwise 0
+    virtual long SolveForUnknownVector_PARDISO();
+    /// Frees PARDISO's memory, if it holds any.
+    virtual long SolveForUnknownVector_PARDISO_Release();
+    /// Threads that this object's own solvers may use; 0, as at the start, means all processors.
+    virtual long SetThreads(int count);
+
+    /// @}
+    /// @name Results
+    /// @{
+
+    virtual long GetUnknownVector(tagVectorDbl* out) const;
+    virtual long GetRhsVector(tagVectorDbl* out) const;
+    /// A x - b, equation by equation: at a fixed unknown what its support delivers, at a solved
+    /// one the rounding that is left.
+    virtual long GetReactionVector(tagVectorDbl* out) const;
+    /// Iterations and relative residual of the last iterative solve.
+    virtual long GetSolverIterTol(int* iterations, double* tolerance) const;
+    /// Norm of the residual b - A x: largest absolute value (kind 0), sum of absolute values (1),
+    /// root of the sum of squares (2); other kinds write nothing. NaN in the residual gives NaN.
+    /// At a fixed unknown the residual is what x lacks of the prescribed value.
+    virtual long GetResidualVecNorm(int kind, double* norm) const;
+    /// The account of the last solve, or of an Initialize that was refused.
+    virtual const math::SolveRecord& LastSolve() const;
+
+    /// @}
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};

@@ -1,0 +1,44 @@
+/// @file
+/// @internal What a system of equations holds.
+#pragma once
+
+#include "numerics/ISysEqnImpl.h"
+#include "numerics/numerics_MatrixView.h"
+#include "numerics/numerics_Pattern.h"
+#include "numerics/numerics_Profile.h"
+
+#include <string>
+#include <vector>
+
+struct ISysEqnImpl::State
+{
+    math::impl::Pattern pattern;
+    std::vector<double> values; ///< one per stored position
+    std::vector<double> x;
+    std::vector<double> b;
+    std::vector<double> prescribed; ///< values of the fixed unknowns, otherwise 0
+    std::vector<int> fixed;         ///< 1 where the unknown is prescribed, otherwise 0
+    int fixedCount = 0;
+
+    math::impl::ProfileSolver profile;
+    int threads = 0;
+
+    math::SolveRecord refusal; ///< why Initialize left the system empty
+    math::SolveRecord fault;   ///< the first contribution dropped since ResetToZero
+    math::SolveRecord last;
+    int iterations = 0;
+    double tolerance = 0;
+
+    std::vector<double> reducedValues; ///< with the fixed unknowns taken out, while there are any
+    std::vector<double> reducedB;
+
+    math::impl::MatrixView Matrix() const;
+    /// The system as the solvers see it: with d at its diagonal and 0 beside it for each fixed
+    /// unknown, whose known part moves to the right-hand side; x becomes the start.
+    math::impl::MatrixView Reduce(const double*& rhs);
+    /// Puts the prescribed values into x and completes the record.
+    void Finish(const math::impl::MatrixView& reduced, const double* rhs, math::SolveRecord record);
+    void Drop(int row, int column, const wchar_t* reason);
+    int Size() const { return pattern.n; }
+    bool Has(int equation) const { return unsigned(equation) < unsigned(pattern.n); }
+};

@@ -1,0 +1,53 @@
+/// @file
+/// @internal Where the entries of element matrices land in the compressed rows.
+#pragma once
+
+#include "numerics/SolveRecord.h"
+#include "numerics/tagRecords.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace math::impl
+{
+
+/// The stored positions of a system, and those of every element's entries.
+struct Pattern
+{
+    int n = 0;                 ///< equations
+    std::vector<int> rowStart; ///< n + 1 positions
+    std::vector<int> columns;  ///< ascending within a row
+    tagMultiVectorInt elements;
+
+    /// For element e and its entry (i, j), row-major from offsetStart[e] on: how far behind the
+    /// start of its row the entry is stored; 1, 2 or 4 bytes each, as the longest row needs.
+    std::vector<std::size_t> offsetStart;
+    std::vector<std::uint8_t> offsets;
+    int offsetBytes = 1;
+
+    int ElementSize(std::size_t element) const
+    {
+        return int(elements.ends[element] - ElementStart(element));
+    }
+    std::size_t ElementStart(std::size_t element) const
+    {
+        return element == 0 ? 0 : elements.ends[element - 1];
+    }
+    /// Stored position of (row, column), -1 when there is none.
+    int Find(int row, int column) const;
+};
+
+/// Builds @p pattern for at least @p count equations, in time proportional to the entries of all
+/// element matrices. On failure the record says why, and the pattern is empty.
+SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& pattern);
+
+/// values (at the pattern's positions) += the element's matrix @p m, row-major
+void AddElement(const Pattern& pattern, std::size_t element, const double* m, double* values);
+
+/// The same for @p count elements from @p first on, matrices one behind the other, but only the
+/// rows from firstRow up to and without endRow.
+void AddElementRows(const Pattern& pattern, std::size_t first, std::size_t count, const double* m,
+                    int firstRow, int endRow, double* values);
+
+} // namespace math::impl

@@ -1,0 +1,55 @@
+/// @file
+/// The records in which vectors, matrices and lists of indices cross the library's edge.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+/// A list of zero-based equation indices.
+struct tagVectorInt
+{
+    std::vector<int> values;
+};
+
+/// A vector of numbers.
+struct tagVectorDbl
+{
+    std::vector<double> values;
+};
+
+/// A dense matrix, row-major: entry (i, j) is values[i * columns + j].
+struct tagMatrixDbl
+{
+    int rows = 0;
+    int columns = 0;
+    std::vector<double> values;
+
+    double& operator()(int i, int j) { return values[Index(i, j)]; }
+    double operator()(int i, int j) const { return values[Index(i, j)]; }
+
+private:
+    std::size_t Index(int i, int j) const
+    {
+        return std::size_t(i) * std::size_t(columns) + std::size_t(j);
+    }
+};
+
+/// Many lists of integers, one behind the other: list k is values[ends[k - 1]] up to and without
+/// values[ends[k]]; the first list starts at values[0]. Lists may be empty.
+/// @code
+/// tagMultiVectorInt elements;
+/// elements.Add({0, 1, 4, 3});
+/// elements.Add({1, 2, 5, 4});
+/// @endcode
+struct tagMultiVectorInt
+{
+    std::vector<int> values;
+    std::vector<std::size_t> ends;
+
+    std::size_t Count() const { return ends.size(); }
+    void Add(const std::vector<int>& list)
+    {
+        values.insert(values.end(), list.begin(), list.end());
+        ends.push_back(values.size());
+    }
+};
