@@ -3,8 +3,11 @@
 #pragma once
 
 #include "foundation/MissingValue.h"
+#include "foundation/gtl_impl_is_valid_from.h"
 #include "foundation/kvi_export.h"
 #include "foundation/math_algorithm_Tolerance.h"
+#include "foundation/math_impl_ConvertInt.h"
+#include "foundation/str_fmt_float_cstring.h"
 
 #include "Geom/FPOINT.h"
 #include "Geom/Geom_Extents2D.h"

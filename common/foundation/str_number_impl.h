@@ -1,0 +1,43 @@
+/// @file
+/// The number printer behind every text of the library. Hidden: used by the sources of
+/// foundation, never installed.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace str::impl
+{
+
+/// White space wherever numbers are read: the characters that Unicode calls so, in narrow text
+/// those of ASCII. The C library's answer would change with the process locale.
+constexpr bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool IsSpace(wchar_t c)
+{
+    if (c < 0x80)
+        return c == L' ' || (c >= L'\t' && c <= L'\r');
+    return c == 0x85 || c == 0xa0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200a) || c == 0x2028 ||
+           c == 0x2029 || c == 0x202f || c == 0x205f || c == 0x3000;
+}
+
+/// Room that the two fast printers may write to, more than the text they leave.
+constexpr int kFastRoom = 64;
+
+/// Writes @p value as printf's "%.*f" with @p decimals places, when that can be done in a few
+/// operations without loss of exactness: at most 15 decimals, less than 2^52 units of the last.
+/// @returns the end of the text, or null when nothing was written
+char* FastFixed(char* out, double value, int decimals);
+
+/// Writes @p value as printf's "%.*g" with @p digits significant digits, 1 to 12.
+/// @returns the end of the text, or null when the last digit is in doubt and nothing was written
+char* FastSignificant(char* out, double value, int digits);
+
+/// @name Exact text for every value and any number of places, appended to @p text
+/// Byte for byte what printf writes in the C locale, with "nan", "-nan", "inf", "-inf". A
+/// negative count of places is taken as 6.
+void AppendFixed(std::string& text, double value, int decimals);      // "%.*f"
+void AppendSignificant(std::string& text, double value, int digits);  // "%.*g"
+void AppendScientific(std::string& text, double value, int decimals); // "%.*e"
+/// @}
+
+} // namespace str::impl
