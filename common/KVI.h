@@ -2,16 +2,20 @@
 /// Every public header of the library.
 #pragma once
 
+#include "Geom/FPOINT.h"
+#include "Geom/Geom_Extents2D.h"
+#include "fn/math_UnitSet.h"
+#include "fn/math_fn_QuadraticEqn.h"
+#include "fn/math_fn_flow_FredXing.h"
 #include "foundation/MissingValue.h"
 #include "foundation/gtl_impl_is_valid_from.h"
 #include "foundation/kvi_export.h"
 #include "foundation/math_algorithm_Tolerance.h"
 #include "foundation/math_impl_ConvertInt.h"
+#include "foundation/str.h"
+#include "foundation/str_fmt.h"
 #include "foundation/str_fmt_float_cstring.h"
-
-#include "Geom/FPOINT.h"
-#include "Geom/Geom_Extents2D.h"
-
+#include "foundation/str_u8string.h"
 #include "numerics/ISysEqnImpl.h"
 #include "numerics/Inverse.h"
 #include "numerics/MpM.h"
@@ -20,7 +24,3 @@
 #include "numerics/Shape.h"
 #include "numerics/SolveRecord.h"
 #include "numerics/tagRecords.h"
-
-#include "fn/math_UnitSet.h"
-#include "fn/math_fn_QuadraticEqn.h"
-#include "fn/math_fn_flow_FredXing.h"

@@ -1,0 +1,287 @@
+#include "foundation/str_fmt.h"
+
+#include "foundation/str_fmt_impl.h"
+#include "platform/platform_text.h"
+#include "platform/platform_utf8.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <vector>
+
+namespace str::fmt::impl
+{
+namespace
+{
+using Kind = Argument::Kind;
+
+constexpr int kMaxWidth = 4096;
+// Past 1074 decimals every double has only zeros.
+constexpr int kMaxPrecision = 1100;
+// Room for the digits of 1e308 before the point, the longest precision, sign, point and exponent.
+constexpr std::size_t kNumberRoom = 309 + kMaxPrecision + 16;
+
+bool IsOneOf(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
+
+/// Appends @p body, padded to the token's width; @p head (a sign, "0x") stands before the zeros.
+template <class C, class B>
+void AppendPadded(std::basic_string<C>& out, const Token& token, std::string_view head,
+                  std::basic_string_view<B> body, bool zeros)
+{
+    const auto width = static_cast<std::size_t>(std::min(token.width, kMaxWidth));
+    const std::size_t length = head.size() + body.size();
+    const std::size_t fill = width > length ? width - length : 0;
+    if (fill > 0 && !token.left && !zeros)
+        out.append(fill, C(' '));
+    out.append(head.begin(), head.end());
+    if (zeros)
+        out.append(fill, C('0'));
+    out.append(body.begin(), body.end());
+    if (token.left)
+        out.append(fill, C(' '));
+}
+
+/// The sign that a number without a "-" of its own shows.
+std::string_view PlusSign(const Token& token) { return token.plus ? "+" : token.space ? " " : ""; }
+
+template <class C>
+void AppendInteger(std::basic_string<C>& out, const Token& token, const Argument& value)
+{
+    const char conversion = token.conversion;
+    const bool isSigned = IsOneOf(conversion, "di");
+    const bool negative =
+        isSigned && value.kind != Kind::Unsigned && static_cast<long long>(value.integer) < 0;
+    unsigned long long magnitude = negative ? 0 - value.integer : value.integer;
+    if (!negative && value.bytes < sizeof magnitude)
+        magnitude &= (1ull << (8 * value.bytes)) - 1;
+
+    const int base = IsOneOf(conversion, "xXp") ? 16 : conversion == 'o' ? 8 : 10;
+    char digits[kMaxPrecision + 32];
+    char* first = digits + kMaxPrecision; // zeros go before it
+    char* last = std::to_chars(first, digits + sizeof digits, magnitude, base).ptr;
+    if (conversion == 'X')
+        std::transform(first, last, first,
+                       [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+    if (token.precision == 0 && magnitude == 0)
+        first = last;
+    const int least = std::clamp(token.precision, 0, kMaxPrecision);
+    for (auto missing = least - (last - first); missing > 0; --missing)
+        *--first = '0';
+    if (conversion == 'o' && token.alternate && (first == last || *first != '0'))
+        *--first = '0';
+
+    std::string_view head = negative ? "-" : isSigned ? PlusSign(token) : "";
+    if (conversion == 'p' || (token.alternate && base == 16 && magnitude != 0))
+        head = conversion == 'X' ? "0X" : "0x";
+    const std::string_view body(first, static_cast<std::size_t>(last - first));
+    AppendPadded(out, token, head, body, token.zero && !token.left && token.precision < 0);
+}
+
+/// Writes @p magnitude, not negative, in the token's form; returns the end.
+char* WriteReal(char* first, char* last, const Token& token, double magnitude)
+{
+    if (token.conversion == 'r')
+        return std::to_chars(first, last, magnitude).ptr;
+    const int precision = token.precision < 0 ? 6 : std::min(token.precision, kMaxPrecision);
+    if (IsOneOf(token.conversion, "fF"))
+        return std::to_chars(first, last, magnitude, std::chars_format::fixed, precision).ptr;
+    if (IsOneOf(token.conversion, "eE"))
+        return std::to_chars(first, last, magnitude, std::chars_format::scientific, precision).ptr;
+    if (!token.alternate || !std::isfinite(magnitude))
+        return std::to_chars(first, last, magnitude, std::chars_format::general, precision).ptr;
+    // "#" keeps the trailing zeros, so the choice of form by the exponent is made here.
+    const int digits = std::max(precision, 1);
+    char* end =
+        std::to_chars(first, last, magnitude, std::chars_format::scientific, digits - 1).ptr;
+    const char* mark = std::find(first, end, 'e');
+    int exponent = 0;
+    std::from_chars(mark + (mark[1] == '+' ? 2 : 1), end, exponent);
+    if (exponent < -4 || exponent >= digits)
+        return end;
+    return std::to_chars(first, last, magnitude, std::chars_format::fixed, digits - 1 - exponent)
+        .ptr;
+}
+
+template <class C>
+void AppendReal(std::basic_string<C>& out, const Token& token, double value)
+{
+    char text[kNumberRoom];
+    char* end = WriteReal(text, text + sizeof text, token, std::fabs(value));
+    const bool finite = std::isfinite(value);
+    if (token.alternate && finite && std::find(text, end, '.') == end)
+    {
+        char* mark = std::find(text, end, 'e');
+        std::copy_backward(mark, end, end + 1);
+        *mark = '.';
+        ++end;
+    }
+    if (IsOneOf(token.conversion, "EFG"))
+        std::transform(text, end, text,
+                       [](char c) { return c >= 'a' ? static_cast<char>(c - 'a' + 'A') : c; });
+    const std::string_view head = std::signbit(value) ? "-" : PlusSign(token);
+    AppendPadded(out, token, head, std::string_view(text, static_cast<std::size_t>(end - text)),
+                 token.zero && !token.left && finite);
+}
+
+/// The text cut to the precision; of UTF-16 no half of a character is left.
+template <class C>
+std::basic_string_view<C> CutToPrecision(std::basic_string_view<C> text, const Token& token)
+{
+    if (token.precision < 0 || !IsOneOf(token.conversion, "sS") ||
+        text.size() <= static_cast<std::size_t>(token.precision))
+        return text;
+    auto size = static_cast<std::size_t>(token.precision);
+    if (sizeof(C) == 2 && size > 0 && (static_cast<unsigned>(text[size - 1]) & 0xFC00u) == 0xD800u)
+        --size;
+    return text.substr(0, size);
+}
+
+template <class C>
+void AppendText(std::basic_string<C>& out, const Token& token, std::basic_string_view<C> text)
+{
+    text = CutToPrecision(text, token);
+    if (token.width == 0)
+        out.append(text);
+    else
+        AppendPadded(out, token, "", text, false);
+}
+
+template <class C>
+void AppendText(std::basic_string<C>& out, const Token& token, const Argument& value)
+{
+    const std::string_view bytes(static_cast<const char*>(value.data), value.size);
+    const std::wstring_view wide(static_cast<const wchar_t*>(value.data), value.size);
+    if constexpr (sizeof(C) == 1)
+    {
+        if (value.kind == Kind::Narrow)
+            return AppendText(out, token, bytes);
+        const std::string text = platform::Narrow(
+            value.kind == Kind::Wide ? std::wstring(wide) : platform::FromUtf8(bytes));
+        AppendText(out, token, std::string_view(text));
+    }
+    else
+    {
+        if (value.kind == Kind::Wide)
+            return AppendText(out, token, wide);
+        const std::wstring text =
+            value.kind == Kind::Utf8 ? platform::FromUtf8(bytes) : platform::Wide(bytes);
+        AppendText(out, token, std::wstring_view(text));
+    }
+}
+
+/// The character @p value is, or the one whose code it is.
+template <class C>
+void AppendCharacter(std::basic_string<C>& out, const Token& token, const Argument& value)
+{
+    std::string narrow;
+    std::wstring wide;
+    if (value.kind == Kind::Character)
+        narrow = static_cast<char>(value.integer);
+    else if (value.kind == Kind::WideCharacter)
+        wide = static_cast<wchar_t>(value.integer);
+    else
+        platform::AppendCharacter(
+            wide, value.integer <= 0x10FFFF ? static_cast<char32_t>(value.integer) : 0xFFFD);
+    AppendText(out, token, narrow.empty() ? TextOf(wide) : TextOf(narrow));
+}
+
+/// One argument by its conversion, or in its own form where the conversion does not fit.
+template <class C>
+void AppendArgument(std::basic_string<C>& out, Token token, const Argument& value)
+{
+    if (value.kind == Kind::Narrow || value.kind == Kind::Wide || value.kind == Kind::Utf8)
+        return AppendText(out, token, value);
+    if (value.kind == Kind::Real)
+    {
+        if (!IsOneOf(token.conversion, "eEfFgG"))
+            token.conversion = 'r';
+        return AppendReal(out, token, value.real);
+    }
+    if (IsOneOf(token.conversion, "eEfFgG") && value.kind != Kind::Pointer)
+        return AppendReal(out, token,
+                          value.kind == Kind::Unsigned
+                              ? static_cast<double>(value.integer)
+                              : static_cast<double>(static_cast<long long>(value.integer)));
+    const bool isCharacter = value.kind == Kind::Character || value.kind == Kind::WideCharacter;
+    if (token.conversion == 'c' || (isCharacter && IsOneOf(token.conversion, "sSr")))
+        return AppendCharacter(out, token, value);
+    if (value.kind == Kind::Boolean && IsOneOf(token.conversion, "sSr"))
+        return AppendText(out, token, TextOf(value.integer != 0 ? "true" : "false"));
+    if (IsOneOf(token.conversion, "sSreEfFgG"))
+    {
+        token.conversion = value.kind == Kind::Pointer ? 'p' : 'd';
+        token.precision = -1;
+    }
+    AppendInteger(out, token, value);
+}
+
+template <class C>
+void AppendFilled(std::basic_string<C>& out, std::basic_string_view<C> format, const Argument* args,
+                  std::size_t count)
+{
+    std::size_t used = 0;
+    for (std::size_t at = 0; at < format.size();)
+    {
+        const std::size_t percent = format.find(C('%'), at);
+        out.append(format.substr(at, percent - at));
+        if (percent == format.npos)
+            return;
+        Token token;
+        const std::size_t end = ParseToken(format, percent, token);
+        if (end != percent && used < count)
+        {
+            AppendArgument(out, token, args[used++]);
+            at = end;
+            continue;
+        }
+        // No conversion, or one without an argument: its first character stands for itself.
+        out += C('%');
+        const bool twice = percent + 1 < format.size() && format[percent + 1] == C('%');
+        at = percent + (twice ? 2 : 1);
+    }
+}
+
+template <class C>
+std::size_t CopyCut(C* buffer, std::size_t size, const std::basic_string<C>& text)
+{
+    if (size > 0)
+    {
+        const std::size_t length = text.copy(buffer, size - 1);
+        buffer[length] = C();
+    }
+    return text.size();
+}
+} // namespace
+
+void Append(std::string& out, std::string_view format, const Argument* args, std::size_t count)
+{
+    AppendFilled(out, format, args, count);
+}
+
+void Append(std::wstring& out, std::wstring_view format, const Argument* args, std::size_t count)
+{
+    AppendFilled(out, format, args, count);
+}
+
+std::size_t CopyOut(char* buffer, std::size_t size, const std::string& text)
+{
+    return CopyCut(buffer, size, text);
+}
+
+std::size_t CopyOut(wchar_t* buffer, std::size_t size, const std::wstring& text)
+{
+    return CopyCut(buffer, size, text);
+}
+
+std::wstring FillTemplate(const std::wstring& format, const std::wstring* args, unsigned count)
+{
+    std::vector<Argument> texts;
+    texts.reserve(count);
+    for (unsigned i = 0; i < count; ++i)
+        texts.push_back(TextOf(args[i]));
+    std::wstring out;
+    Append(out, format, texts.data(), count);
+    return out;
+}
+
+} // namespace str::fmt::impl

@@ -1,0 +1,226 @@
+/// @file
+/// The one formatter: message templates, log lines and str::sprintf all go through it.
+///
+/// A format is text with conversions in the printf manner:
+///
+///     %[flags][width][.precision][length]conversion
+///
+/// flags are any of "- + space # 0"; length is one of hh h l ll L q j z t w I I32 I64 and means
+/// nothing, because every argument brings its own type. The conversions:
+///
+/// | conversion | writes |
+/// |---|---|
+/// | d i | an integer in decimal; an unsigned argument keeps its value |
+/// | u x X o | an integer without sign; a negative one as the two's complement of its own type |
+/// | c | a character, or the one with the integer's code |
+/// | e E f F g G | a floating-point number as C's printf does, to the last digit |
+/// | s S | text, narrow or wide, inserted as it is; the precision is the most units to take |
+/// | r | a number in the fewest digits that read back as the same value; text as it is |
+/// | p | an address: 0x and lower-case hexadecimal digits |
+/// | %% | a percent sign; takes no argument |
+///
+/// The format is never trusted. Whatever is no conversion ("%n", "%*d", "%1$s", a lone "%") stands
+/// in the text as written and takes no argument; so does a conversion that has no argument left.
+/// Arguments left over are not used. An argument that its conversion does not fit is written in its
+/// own form: "%d" of text gives the text, of 1.5 gives 1.5; "%s" of a number gives the number.
+/// Widths are cut at 4096, the precision of a number at 1100. Zeros inside a format or a text are
+/// characters like others. Nothing depends on a locale, and all targets write the same text.
+#pragma once
+
+#include "foundation/kvi_export.h"
+#include "foundation/str_u8string.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+namespace str::fmt
+{
+
+/// What a conversion asks for.
+enum class arg_type
+{
+    signed_integer,   ///< d i
+    unsigned_integer, ///< u x X o
+    character,        ///< c
+    real,             ///< e E f F g G
+    text,             ///< s S
+    any,              ///< r
+    pointer           ///< p
+};
+
+/// Cuts up to @p max pieces off the front of @p format, each ending with a conversion; the pieces
+/// keep the plain text before it, with "%%" as written. What follows the last piece stays in
+/// @p format, so pieces and rest together are the format as it was.
+/// @param tokens  receives the pieces; room for @p max
+/// @param types   receives what each piece's conversion asks for; room for @p max
+/// @returns the number of pieces. Instances: std::string, std::wstring.
+template <class text>
+KVI_API unsigned int tokenize(text& format, unsigned int max, text* tokens, arg_type* types);
+
+namespace impl
+{
+
+/// One argument, by reference: what it refers to outlives the call.
+struct Argument
+{
+    enum class Kind : unsigned char
+    {
+        Signed,
+        Unsigned,
+        Boolean,
+        Character,     ///< integer: a unit of narrow text
+        WideCharacter, ///< integer: a unit of wide text
+        Real,
+        Narrow, ///< data, size: text in the system's code page
+        Wide,
+        Utf8,
+        Pointer ///< integer: the address
+    };
+
+    Kind kind;
+    unsigned char bytes;        ///< of the integer's type: cuts the two's complement
+    unsigned long long integer; ///< a signed one as its 64-bit two's complement
+    double real;
+    const void* data;
+    std::size_t size; ///< in units of the text
+};
+
+inline Argument Text(Argument::Kind kind, const void* data, std::size_t size)
+{
+    return {kind, 0, 0, 0, data, size};
+}
+
+inline Argument TextOf(std::string_view s)
+{
+    return Text(Argument::Kind::Narrow, s.data(), s.size());
+}
+
+inline Argument TextOf(std::wstring_view s)
+{
+    return Text(Argument::Kind::Wide, s.data(), s.size());
+}
+
+template <class C>
+Argument TextOrNull(const C* s)
+{
+    return s == nullptr ? TextOf(std::string_view("(null)")) : TextOf(std::basic_string_view<C>(s));
+}
+
+/// @p value as an argument; a null text is "(null)".
+template <class T>
+Argument MakeArgument(const T& value)
+{
+    using Kind = Argument::Kind;
+    using D = std::decay_t<const T>;
+    if constexpr (std::is_same_v<D, Argument>)
+        return value;
+    else if constexpr (std::is_enum_v<D>)
+        return MakeArgument(static_cast<std::underlying_type_t<D>>(value));
+    else if constexpr (std::is_integral_v<D>)
+    {
+        constexpr Kind kind = std::is_same_v<D, bool>      ? Kind::Boolean
+                              : std::is_same_v<D, char>    ? Kind::Character
+                              : std::is_same_v<D, wchar_t> ? Kind::WideCharacter
+                              : std::is_signed_v<D>        ? Kind::Signed
+                                                           : Kind::Unsigned;
+        return {kind, sizeof(D), static_cast<unsigned long long>(value), 0, nullptr, 0};
+    }
+    else if constexpr (std::is_floating_point_v<D>)
+        return {Kind::Real, 0, 0, static_cast<double>(value), nullptr, 0};
+    else if constexpr (std::is_same_v<D, u8string>)
+        return Text(Kind::Utf8, value.bytes().data(), value.bytes().size());
+    else if constexpr (std::is_same_v<D, char*> || std::is_same_v<D, const char*>)
+        return TextOrNull(static_cast<const char*>(value));
+    else if constexpr (std::is_same_v<D, wchar_t*> || std::is_same_v<D, const wchar_t*>)
+        return TextOrNull(static_cast<const wchar_t*>(value));
+    else if constexpr (std::is_convertible_v<const T&, std::string_view>)
+        return TextOf(std::string_view(value));
+    else if constexpr (std::is_convertible_v<const T&, std::wstring_view>)
+        return TextOf(std::wstring_view(value));
+    else
+    {
+        static_assert(std::is_pointer_v<D> || std::is_null_pointer_v<D>,
+                      "the formatter takes numbers, characters, texts and pointers");
+        const auto address = reinterpret_cast<std::size_t>(static_cast<const void*>(value));
+        return {Kind::Pointer, sizeof(void*), address, 0, nullptr, 0};
+    }
+}
+
+/// Appends @p format, filled with @p count arguments, to @p out.
+KVI_API void Append(std::string& out, std::string_view format, const Argument* args,
+                    std::size_t count);
+KVI_API void Append(std::wstring& out, std::wstring_view format, const Argument* args,
+                    std::size_t count);
+
+/// Copies @p text and its closing zero, cut to fit, into @p size units at @p buffer.
+KVI_API std::size_t CopyOut(char* buffer, std::size_t size, const std::string& text);
+KVI_API std::size_t CopyOut(wchar_t* buffer, std::size_t size, const std::wstring& text);
+
+/// Appends @p format, filled with @p args, to @p out.
+template <class Text, class View, class... A>
+void AppendAll(Text& out, View format, const A&... args)
+{
+    const Argument list[sizeof...(A) + 1] = {MakeArgument(args)..., {}};
+    Append(out, format, list, sizeof...(A));
+}
+
+} // namespace impl
+
+/// Renders one value by one conversion.
+template <class T>
+struct arg
+{
+    /// The text of @p token (a piece that tokenize cut) with @p value in its conversion.
+    template <class Text>
+    static Text convert_to_text(const Text& token, T value)
+    {
+        Text out;
+        const impl::Argument one = impl::MakeArgument(value);
+        impl::Append(out, token, &one, 1);
+        return out;
+    }
+};
+
+} // namespace str::fmt
+
+namespace str
+{
+
+/// The text of @p format filled with @p args.
+/// @code
+/// str::sprintf("%d of %d: %s", 3, 8, L"wide or narrow")
+/// @endcode
+template <class... A>
+std::string sprintf(std::string_view format, const A&... args)
+{
+    std::string out;
+    fmt::impl::AppendAll(out, format, args...);
+    return out;
+}
+
+template <class... A>
+std::wstring sprintf(std::wstring_view format, const A&... args)
+{
+    std::wstring out;
+    fmt::impl::AppendAll(out, format, args...);
+    return out;
+}
+
+/// Writes the text of @p format filled with @p args, cut to fit @p size units with the closing
+/// zero; writes nothing when @p size is 0.
+/// @returns the length of the whole text, without the zero
+template <class... A>
+std::size_t snprintf(char* buffer, std::size_t size, std::string_view format, const A&... args)
+{
+    return fmt::impl::CopyOut(buffer, size, str::sprintf(format, args...));
+}
+
+template <class... A>
+std::size_t snprintf(wchar_t* buffer, std::size_t size, std::wstring_view format, const A&... args)
+{
+    return fmt::impl::CopyOut(buffer, size, str::sprintf(format, args...));
+}
+
+} // namespace str

@@ -1,0 +1,19 @@
+/// @file
+/// Wide text and the system's narrow text: the ANSI code page on Windows, UTF-8 on Linux.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace platform
+{
+
+/// The narrow text of @p text. What the code page cannot hold becomes its replacement character
+/// ("?", or U+FFFD where the code page is UTF-8). Zeros are kept.
+std::string Narrow(std::wstring_view text);
+
+/// The wide text of @p text. Bytes that mean nothing in the code page become U+FFFD or what the
+/// code page sets in their place; their neighbours and zeros are kept.
+std::wstring Wide(std::string_view text);
+
+} // namespace platform

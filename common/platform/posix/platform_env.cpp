@@ -1,0 +1,18 @@
+#include "platform/platform_env.h"
+
+#include "platform/platform_text.h"
+
+#include <cstdlib>
+
+namespace platform
+{
+
+std::optional<std::wstring> Environment(const std::wstring& name)
+{
+    const char* value = std::getenv(Narrow(name).c_str()); // NOLINT(concurrency-mt-unsafe)
+    if (value == nullptr)
+        return std::nullopt;
+    return Wide(value);
+}
+
+} // namespace platform

@@ -1,0 +1,130 @@
+#include "foundation/str.h"
+#include "platform/platform_env.h"
+#include "platform/platform_text.h"
+#include "platform/platform_utf8.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+TEST(Text, TrimsEachEnd)
+{
+    std::wstring all = L"\u00a0 a b\t\r\n", left = L"  x ", right = left, blank = L" \t ";
+    str::trim(all);
+    str::trim_left(left);
+    str::trim_right(right);
+    str::trim(blank);
+    EXPECT_EQ(all, L"a b");
+    EXPECT_EQ(left, L"x ");
+    EXPECT_EQ(right, L"  x");
+    EXPECT_EQ(blank, L"");
+    std::string bytes = "\xA0 \xC3\xA9 "; // a byte above 127 is no white space
+    str::trim(bytes);
+    EXPECT_EQ(bytes, "\xA0 \xC3\xA9");
+}
+
+TEST(Text, ReplacesInOnePass)
+{
+    const struct
+    {
+        std::string s, what, with, expected;
+    } rows[] = {
+        {"aaa", "a", "aa", "aaaaaa"}, // the replacement contains what it replaces
+        {"aaa", "aa", "b", "ba"},
+        {"abc", "", "x", "abc"},
+        {"", "a", "b", ""},
+        {"a.b.c", ".", "", "abc"},
+        {std::string("a\0b", 3), std::string("\0", 1), "-", "a-b"},
+    };
+    for (const auto& row : rows)
+    {
+        std::string s = row.s;
+        str::replace_all(s, row.what, row.with);
+        EXPECT_EQ(s, row.expected);
+    }
+    std::string once = "aabb", self = "ab";
+    str::erase_all(once, std::string("ab"));
+    EXPECT_EQ(once, "ab"); // what moved together stays
+    str::replace_all(self, self, self);
+    EXPECT_EQ(self, "ab");
+    str::erase_all(self, self);
+    EXPECT_EQ(self, "");
+}
+
+TEST(Text, JoinsWithASeparatorBetween)
+{
+    EXPECT_EQ(str::join<std::wstring>({L"a", L"", L"c"}, L"; "), L"a; ; c");
+    EXPECT_EQ(str::join<std::string>({}, ";"), "");
+}
+
+TEST(Text, ComparesWithoutCaseTheSameInEveryLocale)
+{
+    EXPECT_EQ(str::compare_ignore_case(L"\u00c9COLE \u03a3\u0416 I", L"\u00e9cole \u03c3\u0436 i"),
+              0);
+    EXPECT_EQ(str::compare_ignore_case(L"\U00010400", L"\U00010428"), 0); // Deseret
+    EXPECT_EQ(str::compare_ignore_case(L"I", L"\u0131"), -1);             // never the Turkish pair
+    EXPECT_EQ(str::compare_ignore_case(L"ab", L"ABC"), -1);
+    EXPECT_EQ(str::compare_ignore_case(L"b", L"A"), 1);
+    EXPECT_EQ(str::compare_ignore_case("Math_", "mATH"), 1);
+    EXPECT_EQ(str::compare_ignore_case("[", "A"), -1); // 'a' is above, 'A' below: folding is down
+    EXPECT_EQ(str::ascii_lower("MATH \xC3\x89"), "math \xC3\x89");
+}
+
+TEST(Utf8, ReplacesWhatIsInvalidAndKeepsItsNeighbours)
+{
+    const std::pair<std::string, std::wstring> rows[] = {
+        {"a\xC3\xA9\xE2\x82\xACz", L"a\u00e9\u20acz"},
+        {"\xF0\x9F\x98\x80", L"\U0001F600"},
+        {"x\x80y", L"x\uFFFDy"},                           // a lone continuation
+        {"x\xC3", L"x\uFFFD"},                             // cut at the end
+        {"x\xE2\x82y", L"x\uFFFDy"},                       // one piece, one replacement
+        {"\xC0\xAF", L"\uFFFD\uFFFD"},                     // overlong
+        {"\xE0\x80\x80", L"\uFFFD\uFFFD\uFFFD"},           // overlong
+        {"\xED\xA0\x80", L"\uFFFD\uFFFD\uFFFD"},           // a surrogate
+        {"\xF4\x90\x80\x80", L"\uFFFD\uFFFD\uFFFD\uFFFD"}, // past the last character
+        {std::string("a\0b", 3), std::wstring(L"a\0b", 3)},
+        {"12345678\xFF"
+         "12345678",
+         L"12345678\uFFFD12345678"},
+    };
+    for (const auto& [bytes, wide] : rows)
+        EXPECT_EQ(str::as_wstring(str::u8string(bytes)), wide) << bytes;
+}
+
+TEST(Utf8, WritesALoneSurrogateAsReplacement)
+{
+    const wchar_t high = 0xD83D, low = 0xDE00;
+    const std::wstring text = {L'a', high, L'b', low, L'c', L'\0', high};
+    EXPECT_EQ(str::as_u8string(text).bytes(), std::string("a\xEF\xBF\xBD"
+                                                          "b\xEF\xBF\xBD"
+                                                          "c\0\xEF\xBF\xBD",
+                                                          13));
+    EXPECT_EQ(str::as_u8string(L"\U0010FFFFz"), str::u8string(u8"\U0010FFFFz"));
+}
+
+TEST(NarrowText, GoesThroughTheCodePageAndBack)
+{
+    std::wstring ascii;
+    for (wchar_t c = 0; c < 128; ++c)
+        ascii += c;
+    EXPECT_EQ(str::as_wstring(str::as_cstring(ascii)), ascii); // zeros as well
+    EXPECT_EQ(str::as_wstring("abc", 2), L"ab");
+    EXPECT_EQ(str::as_wstring(nullptr, 0), L"");
+    // Every byte string goes through, whatever it means.
+    std::string bytes;
+    for (int c = 1; c < 256; ++c)
+        bytes += static_cast<char>(c);
+    const std::wstring wide = str::as_wstring(bytes + "end");
+    EXPECT_EQ(wide.substr(0, 127), ascii.substr(1));
+    EXPECT_EQ(wide.substr(wide.size() - 3), L"end");
+}
+
+TEST(Environment, TellsUnsetFromSet)
+{
+    EXPECT_FALSE(platform::Environment(L"KVI_NEVER_SET"));
+    EXPECT_TRUE(platform::Environment(L"PATH"));
+}
+} // namespace
