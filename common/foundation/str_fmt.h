@@ -28,12 +28,11 @@
 #pragma once
 
 #include "foundation/kvi_export.h"
-#include "foundation/str_u8string.h"
+#include "foundation/str_fmt_Argument.h"
 
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <type_traits>
 
 namespace str::fmt
 {
@@ -61,92 +60,6 @@ KVI_API unsigned int tokenize(text& format, unsigned int max, text* tokens, arg_
 
 namespace impl
 {
-
-/// One argument, by reference: what it refers to outlives the call.
-struct Argument
-{
-    enum class Kind : unsigned char
-    {
-        Signed,
-        Unsigned,
-        Boolean,
-        Character,     ///< integer: a unit of narrow text
-        WideCharacter, ///< integer: a unit of wide text
-        Real,
-        Narrow, ///< data, size: text in the system's code page
-        Wide,
-        Utf8,
-        Pointer ///< integer: the address
-    };
-
-    Kind kind;
-    unsigned char bytes;        ///< of the integer's type: cuts the two's complement
-    unsigned long long integer; ///< a signed one as its 64-bit two's complement
-    double real;
-    const void* data;
-    std::size_t size; ///< in units of the text
-};
-
-inline Argument Text(Argument::Kind kind, const void* data, std::size_t size)
-{
-    return {kind, 0, 0, 0, data, size};
-}
-
-inline Argument TextOf(std::string_view s)
-{
-    return Text(Argument::Kind::Narrow, s.data(), s.size());
-}
-
-inline Argument TextOf(std::wstring_view s)
-{
-    return Text(Argument::Kind::Wide, s.data(), s.size());
-}
-
-template <class C>
-Argument TextOrNull(const C* s)
-{
-    return s == nullptr ? TextOf(std::string_view("(null)")) : TextOf(std::basic_string_view<C>(s));
-}
-
-/// @p value as an argument; a null text is "(null)".
-template <class T>
-Argument MakeArgument(const T& value)
-{
-    using Kind = Argument::Kind;
-    using D = std::decay_t<const T>;
-    if constexpr (std::is_same_v<D, Argument>)
-        return value;
-    else if constexpr (std::is_enum_v<D>)
-        return MakeArgument(static_cast<std::underlying_type_t<D>>(value));
-    else if constexpr (std::is_integral_v<D>)
-    {
-        constexpr Kind kind = std::is_same_v<D, bool>      ? Kind::Boolean
-                              : std::is_same_v<D, char>    ? Kind::Character
-                              : std::is_same_v<D, wchar_t> ? Kind::WideCharacter
-                              : std::is_signed_v<D>        ? Kind::Signed
-                                                           : Kind::Unsigned;
-        return {kind, sizeof(D), static_cast<unsigned long long>(value), 0, nullptr, 0};
-    }
-    else if constexpr (std::is_floating_point_v<D>)
-        return {Kind::Real, 0, 0, static_cast<double>(value), nullptr, 0};
-    else if constexpr (std::is_same_v<D, u8string>)
-        return Text(Kind::Utf8, value.bytes().data(), value.bytes().size());
-    else if constexpr (std::is_same_v<D, char*> || std::is_same_v<D, const char*>)
-        return TextOrNull(static_cast<const char*>(value));
-    else if constexpr (std::is_same_v<D, wchar_t*> || std::is_same_v<D, const wchar_t*>)
-        return TextOrNull(static_cast<const wchar_t*>(value));
-    else if constexpr (std::is_convertible_v<const T&, std::string_view>)
-        return TextOf(std::string_view(value));
-    else if constexpr (std::is_convertible_v<const T&, std::wstring_view>)
-        return TextOf(std::wstring_view(value));
-    else
-    {
-        static_assert(std::is_pointer_v<D> || std::is_null_pointer_v<D>,
-                      "the formatter takes numbers, characters, texts and pointers");
-        const auto address = reinterpret_cast<std::size_t>(static_cast<const void*>(value));
-        return {Kind::Pointer, sizeof(void*), address, 0, nullptr, 0};
-    }
-}
 
 /// Appends @p format, filled with @p count arguments, to @p out.
 KVI_API void Append(std::string& out, std::string_view format, const Argument* args,

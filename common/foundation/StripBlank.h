@@ -1,0 +1,17 @@
+/// @file
+/// Blanks and quotes at the ends of a zero-terminated byte text, taken off in place. A blank is a
+/// space or a tab. No routine writes behind the text's closing zero.
+#pragma once
+
+#include "foundation/kvi_export.h"
+
+/// Moves the text to the front over its leading blanks. A text of blanks only stays as it is.
+KVI_API void StripLdBlank(char* buffer);
+
+/// Ends the text behind its last character that is no blank.
+/// @returns the position of that character; -1 when there is none, and the text is empty then
+KVI_API int StripTrBlank(char* buffer);
+
+/// Takes the blanks around a file name off, then one double quote at each end where there is one:
+/// ` "C:\a b.txt" ` becomes `C:\a b.txt`. Quotes inside stay, and so do blanks inside the quotes.
+KVI_API void StripFileNameQuotes(char* buffer);
