@@ -3,32 +3,56 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
+#include "numerics/numerics_AlignedBuffer.h"
 #include "numerics/numerics_MatrixView.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace math::impl
 {
 
-/// Factorises in the given numbering and without pivoting, within the profile: each row from its
-/// first stored column to the diagonal, and for U the mirror image. Keeps its storage from solve
-/// to solve.
+/// A = L D U in the given numbering, without pivoting, within the profile: each row from its
+/// first stored column to the diagonal, and for U the mirror image.
+///
+/// The profile is covered with square tiles, row of tiles by row of tiles, so that the work is
+/// products of small dense matrices. Rows are handed to threads in ascending order; each entry
+/// is computed by the same operations whichever thread has it. Storage is kept for the next
+/// solve of the same pattern.
 class ProfileSolver
 {
 public:
     /// The pattern has changed: the profile is recomputed before the next solve.
     void Forget() { stale_ = true; }
-    /// Solves A x = b; @p x need not be set. The symmetric form reads the upper triangle only.
+    /// Solves A x = b; @p x need not be set. A's pattern must be that of its transpose; the
+    /// symmetric form reads the values of the upper triangle only.
     /// @param threads  most threads to use, 0 for all
     SolveRecord Solve(const MatrixView& A, bool symmetric, const double* b, double* x, int threads);
 
 private:
+    struct Run;
     bool MakeProfile(const MatrixView& A);
+    SolveRecord Compute(const MatrixView& A, bool symmetric, const double* b, double* x,
+                        int threads);
+    void Substitute(bool symmetric, double* x);
+
+    std::size_t TileRows() const { return firstTile_.size(); }
+    /// Where a row of tiles starts in lower_ and upper_.
+    std::size_t Start(std::size_t tileRow) const;
+    /// Tiles of a row before its diagonal tile.
+    std::size_t Width(std::size_t tileRow) const
+    {
+        return tileRow - std::size_t(firstTile_[tileRow]);
+    }
 
     bool stale_ = true;
-    std::vector<int> diagonal_; ///< position of each row's diagonal in the profile array
-    std::vector<double> lower_;
-    std::vector<double> upper_;
+    std::vector<int> diagonal_;  ///< position of each row's diagonal in the profile
+    std::vector<int> mirror_;    ///< for each stored (i, j), j < i: where (j, i) is stored, or -1
+    std::vector<int> firstTile_; ///< first column of tiles, for each row of tiles
+    std::vector<std::size_t> endTile_; ///< tiles up to and with each row of tiles
+    std::vector<double> inversePivots_;
+    AlignedBuffer lower_; ///< L
+    AlignedBuffer upper_; ///< U^T
 };
 
 } // namespace math::impl
