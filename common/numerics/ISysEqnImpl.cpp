@@ -35,6 +35,7 @@ long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations, int count)
     s.iterations = 0;
     s.tolerance = 0;
     s.profile.Forget();
+    s.krylov.Clear();
     return 0;
 }
 

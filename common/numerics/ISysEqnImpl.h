@@ -11,10 +11,11 @@
 /// The system A x = b: a sparse matrix filled element by element, and three families of solvers.
 ///
 /// Every operation returns 0, except a PARDISO solve that failed; what went wrong, and in which
-/// equation, is told by LastSolve() and by the log. A solve that cannot give an answer leaves NaN
-/// in every unknown, so that an older answer is not taken for a new one. Lists and matrices of
-/// different lengths are used as far as both go; an index outside the system or a coefficient
-/// outside the pattern is dropped, and the next solve is told as Failed.
+/// equation, is told by LastSolve() and by the log. A direct solve that cannot give an answer
+/// leaves NaN in every unknown, so that an older answer is not taken for a new one; an iterative
+/// one leaves the best that it found. An index outside the system, a coefficient outside the
+/// pattern and a matrix that does not fit its list are dropped, and solves are told as Failed
+/// until ResetToZero.
 ///
 /// Threads: one thread uses an object at a time. The solvers run threads of their own; the bits
 /// of every result are the same for any number of them.

@@ -73,53 +73,52 @@ void ISysEqnImpl::State::Finish(const MatrixView& reduced, const double* rhs, So
     last = std::move(record);
 }
 
-namespace
+template <class Solver>
+void ISysEqnImpl::State::Solve(Solver solver)
 {
-
-SolveRecord NotYet(SolveMethod method)
-{
-    SolveRecord record;
-    record.method = method;
-    record.outcome = SolveOutcome::Failed;
-    record.reason = L"this solver is not built in";
-    return record;
+    if (refusal.outcome != SolveOutcome::Solved)
+    {
+        last = refusal;
+        return;
+    }
+    const double* rhs = nullptr;
+    const MatrixView A = Reduce(rhs);
+    Finish(A, rhs, solver(A, rhs, x.data()));
 }
-
-} // namespace
 
 long ISysEqnImpl::SolveForUnknownVector_Direct_Sym()
 {
     State& s = *state_;
-    const double* rhs = nullptr;
-    const MatrixView A = s.Reduce(rhs);
-    s.Finish(A, rhs, s.profile.Solve(A, true, rhs, s.x.data(), s.threads));
+    s.Solve([&](const MatrixView& A, const double* b, double* x) {
+        return s.profile.Solve(A, true, b, x, s.threads);
+    });
     return 0;
 }
 
 long ISysEqnImpl::SolveForUnknownVector_Direct_NonSym()
 {
     State& s = *state_;
-    const double* rhs = nullptr;
-    const MatrixView A = s.Reduce(rhs);
-    s.Finish(A, rhs, s.profile.Solve(A, false, rhs, s.x.data(), s.threads));
+    s.Solve([&](const MatrixView& A, const double* b, double* x) {
+        return s.profile.Solve(A, false, b, x, s.threads);
+    });
     return 0;
 }
 
-long ISysEqnImpl::SolveForUnknownVector_Iterative_Sym(double, int)
+long ISysEqnImpl::SolveForUnknownVector_Iterative_Sym(double tol, int maxIter)
 {
     State& s = *state_;
-    const double* rhs = nullptr;
-    const MatrixView A = s.Reduce(rhs);
-    s.Finish(A, rhs, NotYet(SolveMethod::IterativeSymmetric));
+    s.Solve([&](const MatrixView& A, const double* b, double* x) {
+        return SolveKrylovSymmetric(A, b, x, tol, maxIter, s.krylov);
+    });
     return 0;
 }
 
-long ISysEqnImpl::SolveForUnknownVector_Iterative_NonSym(double, int)
+long ISysEqnImpl::SolveForUnknownVector_Iterative_NonSym(double tol, int maxIter)
 {
     State& s = *state_;
-    const double* rhs = nullptr;
-    const MatrixView A = s.Reduce(rhs);
-    s.Finish(A, rhs, NotYet(SolveMethod::IterativeNonSymmetric));
+    s.Solve([&](const MatrixView& A, const double* b, double* x) {
+        return SolveKrylovNonSymmetric(A, b, x, tol, maxIter, s.krylov);
+    });
     return 0;
 }
 
@@ -133,15 +132,22 @@ long ISysEqnImpl::SolveForUnknownVector_Iterative_NonSym(double tol)
     return SolveForUnknownVector_Iterative_Sym(tol, EquationCount());
 }
 
-long ISysEqnImpl::SolveForUnknownVector_PARDISO_SetUp() { return 0; }
+long ISysEqnImpl::SolveForUnknownVector_PARDISO_SetUp()
+{
+    state_->pardiso.SetUp();
+    return 0;
+}
 
 long ISysEqnImpl::SolveForUnknownVector_PARDISO()
 {
     State& s = *state_;
-    const double* rhs = nullptr;
-    const MatrixView A = s.Reduce(rhs);
-    s.Finish(A, rhs, NotYet(SolveMethod::Pardiso));
-    return 1;
+    s.Solve(
+        [&](const MatrixView& A, const double* b, double* x) { return s.pardiso.Solve(A, b, x); });
+    return s.refusal.outcome != SolveOutcome::Solved || s.pardiso.Error() != 0 ? 1 : 0;
 }
 
-long ISysEqnImpl::SolveForUnknownVector_PARDISO_Release() { return 0; }
+long ISysEqnImpl::SolveForUnknownVector_PARDISO_Release()
+{
+    state_->pardiso.Release();
+    return 0;
+}

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "numerics/ISysEqnImpl.h"
+#include "numerics/numerics_Krylov.h"
 #include "numerics/numerics_MatrixView.h"
+#include "numerics/numerics_Pardiso.h"
 #include "numerics/numerics_Pattern.h"
 #include "numerics/numerics_Profile.h"
 
@@ -21,6 +23,8 @@ struct ISysEqnImpl::State
     int fixedCount = 0;
 
     math::impl::ProfileSolver profile;
+    math::impl::KrylovCache krylov;
+    math::impl::Pardiso pardiso;
     int threads = 0;
 
     math::SolveRecord refusal; ///< why Initialize left the system empty
@@ -36,6 +40,9 @@ struct ISysEqnImpl::State
     /// The system as the solvers see it: with d at its diagonal and 0 beside it for each fixed
     /// unknown, whose known part moves to the right-hand side; x becomes the start.
     math::impl::MatrixView Reduce(const double*& rhs);
+    /// Runs solver(A, b, x), which returns a record, on the reduced system.
+    template <class Solver>
+    void Solve(Solver solver);
     /// Puts the prescribed values into x and completes the record.
     void Finish(const math::impl::MatrixView& reduced, const double* rhs, math::SolveRecord record);
     void Drop(int row, int column, const wchar_t* reason);
