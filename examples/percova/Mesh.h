@@ -100,8 +100,4 @@ bool ReadMesh(const std::filesystem::path& file, Mesh& mesh, Faults& faults, dou
 /// Sides that only one element has: the rim of the mesh, each side once.
 std::vector<Edge> RimOf(const Mesh& mesh);
 
-/// A file name as UTF-8, and back.
-std::string TextOf(const std::filesystem::path& path);
-std::filesystem::path PathOf(const std::string& text);
-
 } // namespace percova
