@@ -1,6 +1,9 @@
 #include "fn/math_fn_flow_FredXing.h"
 
-#include <cmath>
+#include "fn/fn_FredXing_impl.h"
+#include "platform/platform_cpu.h"
+
+#include <algorithm>
 
 namespace math::fn::flow
 {
@@ -8,35 +11,54 @@ namespace
 {
 
 constexpr double kFixedExtent = 1e6;
+constexpr double kResidualShare = 0.003; // of the limit, on purpose no parameter of its own
 
-double LogOnePlus(double suction, double residual) { return std::log(1 + suction / residual); }
+impl::CurveLoop* ChosenLoop()
+{
+    constexpr impl::CurveLoop* kLoops[] = {impl::sse2::Loop, impl::avx2::Loop, impl::avx512::Loop};
+    return kLoops[platform::SimdLevel()];
+}
+
+/// ln(1 + L/r) by the very operations that the curve has at s = L, so that they cancel there.
+double LogOfLimit(double limit)
+{
+    using Pair = math::impl::Pack<2>;
+    return Pair::Log(1.0 + Pair::Set(limit) / (kResidualShare * limit))[0];
+}
 
 } // namespace
 
 FredXing::FredXing(const double& a, const double& n, const double& m, const double& saturatedWC,
                    const double& limit)
-    : a_(a), n_(n), m_(m), saturatedWC_(saturatedWC), limit_(limit),
-      logLimit_(LogOnePlus(limit, 0.003 * limit))
+    : a_(a), n_(n), m_(m), saturatedWC_(saturatedWC), limit_(limit), logLimit_(LogOfLimit(limit))
 {
+}
+
+bool FredXing::HasMissing() const
+{
+    return IsMissingValue(a_) || IsMissingValue(n_) || IsMissingValue(m_) ||
+           IsMissingValue(limit_) || IsMissingValue(saturatedWC_);
 }
 
 double FredXing::operator()(const double& p) const
 {
-    if (IsMissingValue(a_) || IsMissingValue(n_) || IsMissingValue(m_) || IsMissingValue(limit_) ||
-        IsMissingValue(saturatedWC_))
+    if (HasMissing())
         return MissingValue<double>();
     if (p >= 0 || !(a_ > 0))
         return saturatedWC_;
-    const double suction = -p;
-    const double correction = 1 - LogOnePlus(suction, 0.003 * limit_) / logLimit_;
-    const double shape = std::pow(1 / std::log(std::exp(1.0) + std::pow(suction / a_, n_)), m_);
-    return saturatedWC_ * shape * correction;
+    return impl::WaterContentAt({a_, n_, m_, saturatedWC_, kResidualShare * limit_, logLimit_}, p);
 }
 
 void FredXing::Evaluate(const double* pressures, double* contents, std::size_t count) const
 {
-    for (std::size_t i = 0; i < count; ++i)
-        contents[i] = (*this)(pressures[i]);
+    if (HasMissing() || !(a_ > 0))
+    {
+        std::fill_n(contents, count, HasMissing() ? MissingValue<double>() : saturatedWC_);
+        return;
+    }
+    static impl::CurveLoop* const loop = ChosenLoop();
+    loop({a_, n_, m_, saturatedWC_, kResidualShare * limit_, logLimit_}, pressures, contents,
+         count);
 }
 
 bool FredXing::IsValid() const

@@ -38,11 +38,12 @@ public:
 
     /// Volumetric water content [-] at pore-water pressure @p p, in the pressure unit of a.
     /// Saturated for p >= 0 and for a <= 0, exactly 0 at the limit suction, negative beyond it
-    /// (not clamped); missing if any field is missing; NaN for a NaN pressure.
+    /// (not clamped); missing if any field is missing; NaN for a pressure that is NaN or minus
+    /// infinity. Relative error below 1e-14 away from the limit; the same bits on every machine.
     double operator()(const double& p) const;
 
-    /// The same at @p count pressures: contents[i] = (*this)(pressures[i]). The two arrays may be
-    /// one and the same.
+    /// The same at @p count pressures, to the last bit: contents[i] = (*this)(pressures[i]). The
+    /// two arrays may be one and the same. Several times as fast as point by point.
     void Evaluate(const double* pressures, double* contents, std::size_t count) const;
 
     /// True when a, n, m and the limit are not missing, and a, n, m and the saturated content are
@@ -82,6 +83,8 @@ public:
     };
 
 private:
+    bool HasMissing() const;
+
     double a_;
     double n_;
     double m_;

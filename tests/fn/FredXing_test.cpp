@@ -1,10 +1,13 @@
+#include "fn/fn_FredXing_impl.h"
 #include "fn/math_fn_flow_FredXing.h"
+#include "platform/platform_cpu.h"
 #include "reference_cases.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <random>
 #include <vector>
 
 namespace
@@ -41,6 +44,57 @@ TEST(FredXing, GivesTheReferenceValuesAndTheSameOverAnArray)
             }
         }
     }
+}
+
+TEST(FredXing, IsTheSameToTheBitPointByPointAndOverArraysOfEveryProcessorLevel)
+{
+    namespace impl = math::fn::flow::impl;
+    impl::CurveLoop* const loops[] = {impl::sse2::Loop, impl::avx2::Loop, impl::avx512::Loop};
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> exponent(-320, 20), shape(0.05, 8);
+    const double inf = std::numeric_limits<double>::infinity();
+    for (int set = 0; set < 50; ++set)
+    {
+        const double a = std::pow(10, shape(random) - 4), n = shape(random), m = shape(random);
+        const FredXing curve(a, n, m, 0.4, 1e6);
+        std::vector<double> p{1, -0.0, 0, kMissing, -kMissing, inf, -inf, std::nan(""), -1e6};
+        while (p.size() < 101)
+            p.push_back(-std::pow(10, exponent(random) / (set % 2 == 0 ? 1 : 30)));
+        std::vector<double> one, many(p.size());
+        for (const double value : p)
+            one.push_back(curve(value));
+        const double limit = 1e6, residual = 0.003 * limit;
+        const double logLimit =
+            math::impl::Pack<2>::Log(math::impl::Pack<2>::Set(1 + limit / residual))[0];
+        for (int level = 0; level <= platform::SimdLevel(); ++level)
+        {
+            loops[level]({a, n, m, 0.4, residual, logLimit}, p.data(), many.data(), p.size());
+            for (std::size_t i = 0; i < p.size(); ++i)
+                EXPECT_TRUE(one[i] == many[i] || (std::isnan(one[i]) && std::isnan(many[i])))
+                    << "level " << level << " at " << p[i] << ": " << one[i] << ' ' << many[i];
+        }
+    }
+}
+
+TEST(FredXing, ElementaryFunctionsAreWithinOneUlp)
+{
+    using P = math::impl::Pack<2>;
+    std::mt19937_64 random(3);
+    std::uniform_real_distribution<double> near(0.5, 2), wide(-708, 709);
+    double worstLog = 0, worstExp = 0;
+    const auto ulps = [](double found, long double exact) {
+        const double at = std::fabs(double(exact));
+        return double(std::fabs(found - exact)) / (std::nextafter(at, kMissing) - at);
+    };
+    for (int i = 0; i < 200000; ++i)
+    {
+        const double x = i % 2 == 0 ? near(random) : std::exp(wide(random)), y = wide(random);
+        worstLog = std::max(worstLog, ulps(P::Log(P::Set(x))[0], std::log((long double)x)));
+        worstExp = std::max(worstExp, ulps(P::Exp(P::Set(y))[0], std::exp((long double)y)));
+    }
+    EXPECT_LT(worstLog, 1);
+    EXPECT_LT(worstExp, 1);
+    EXPECT_NEAR(P::Log<false>(P::Set(4e-320))[0], std::log(4e-320), 2e-13);
 }
 
 TEST(FredXing, AMissingParameterGivesTheMissingValueEverywhere)
