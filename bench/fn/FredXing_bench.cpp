@@ -1,6 +1,5 @@
-#include "fn/math_fn_flow_FredXing.h"
-
 #include "fn/FredXing_peers.h"
+#include "fn/math_fn_flow_FredXing.h"
 
 #include <benchmark/benchmark.h>
 

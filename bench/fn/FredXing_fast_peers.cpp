@@ -3,7 +3,8 @@
 
 #include <cmath>
 
-void VectorLibmCurve(const CurveFields& c, const double* suctions, double* contents, std::size_t count)
+void VectorLibmCurve(const CurveFields& c, const double* suctions, double* contents,
+                     std::size_t count)
 {
     const double e = std::exp(1.0), r = 0.003 * c.limit, whole = std::log(1 + c.limit / r);
     for (std::size_t i = 0; i < count; ++i)

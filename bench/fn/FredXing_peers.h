@@ -13,5 +13,6 @@ double PlainCurve(const CurveFields& c, double suction);
 
 /// A loop over the formula compiled with fast mathematics, the machine's own instructions and the C
 /// library's vector functions; and the same as Eigen arrays.
-void VectorLibmCurve(const CurveFields& c, const double* suctions, double* contents, std::size_t count);
+void VectorLibmCurve(const CurveFields& c, const double* suctions, double* contents,
+                     std::size_t count);
 void EigenCurve(const CurveFields& c, const double* suctions, double* contents, std::size_t count);

@@ -92,8 +92,8 @@ TEST(FredXing, ElementaryFunctionsAreWithinOneUlp)
         worstLog = std::max(worstLog, ulps(P::Log(P::Set(x))[0], std::log((long double)x)));
         worstExp = std::max(worstExp, ulps(P::Exp(P::Set(y))[0], std::exp((long double)y)));
     }
-    EXPECT_LT(worstLog, 1);
-    EXPECT_LT(worstExp, 1);
+    EXPECT_LE(worstLog, 1);
+    EXPECT_LE(worstExp, 1);
     EXPECT_NEAR(P::Log<false>(P::Set(4e-320))[0], std::log(4e-320), 2e-13);
 }
 
