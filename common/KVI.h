@@ -14,6 +14,7 @@
 #include "foundation/gtl_impl_is_valid_from.h"
 #include "foundation/kvi_export.h"
 #include "foundation/math_algorithm_Tolerance.h"
+#include "foundation/math_impl_ConvertFloat.h"
 #include "foundation/math_impl_ConvertInt.h"
 #include "foundation/str.h"
 #include "foundation/str_fmt.h"
