@@ -1,0 +1,66 @@
+#include "foundation/App.h"
+
+#include "platform/platform_library.h"
+#include "platform/platform_strings.h"
+
+#include <new>
+
+AppImpl::AppImpl() : module_(nullptr), table_(platform::FindStringTable(nullptr)) {}
+
+std::wstring AppImpl::ProgramPath() const { return platform::ModulePath(nullptr); }
+
+std::wstring AppImpl::ProgramName() const
+{
+    const std::wstring path = ProgramPath();
+    const std::size_t slash = path.find_last_of(L"\\/");
+    const std::wstring name = path.substr(slash == std::wstring::npos ? 0 : slash + 1);
+    const std::size_t dot = name.rfind(L'.');
+    return dot == std::wstring::npos || dot == 0 ? name : name.substr(0, dot);
+}
+
+void* AppImpl::ResourceModule() const { return module_; }
+
+std::wstring AppImpl::ResourceModulePath() const { return platform::ModulePath(module_); }
+
+bool AppImpl::HasMessages(void* module) const
+{
+    return platform::FindStringTable(module) != nullptr;
+}
+
+bool AppImpl::HasMessageText(unsigned code) const { return !MessageText(code).empty(); }
+
+std::wstring AppImpl::MessageText(unsigned code) const
+{
+    return platform::StringTableText(table_, code);
+}
+
+std::wstring AppImpl::MessageTextOf(void* module, unsigned code) const
+{
+    return platform::StringTableText(platform::FindStringTable(module), code);
+}
+
+gtl::status AppImpl::LoadResourceModule(const std::wstring& path)
+{
+    std::wstring reason;
+    void* const module = platform::LoadModule(path, platform::SymbolScope::own, &reason);
+    if (module == nullptr)
+        return gtl::status(20503, path, reason);
+    SetResourceModule(module);
+    return {};
+}
+
+void AppImpl::ResetResourceModule() { SetResourceModule(nullptr); }
+
+void AppImpl::SetResourceModule(void* module)
+{
+    module_ = module;
+    table_ = platform::FindStringTable(module);
+}
+
+AppImpl& App::Instance()
+{
+    // Its memory is never given back: it holds nothing, and late callers still find it.
+    alignas(AppImpl) static unsigned char memory[sizeof(AppImpl)];
+    static AppImpl* const app = new (memory) AppImpl;
+    return *app;
+}

@@ -1,0 +1,82 @@
+/// @file
+/// What the library asks of the program that hosts it: message texts.
+#pragma once
+
+#include "foundation/gtl_status.h"
+#include "foundation/kvi_export.h"
+
+#include <atomic>
+#include <string>
+
+/// The hosting application as the library sees it.
+///
+/// Operations are fixed by their position: MessageText is the seventh. There is no virtual
+/// destructor, which would take two positions with some compilers and one with others; nobody
+/// destroys the application through this interface.
+/// Threads: any.
+class KVI_API IApp
+{
+public:
+    /// Full path of the process's executable.
+    virtual std::wstring ProgramPath() const = 0;
+    /// Its file name without folder and extension.
+    virtual std::wstring ProgramName() const = 0;
+    /// The module that message texts come from: a module handle, or one of the dynamic linker;
+    /// null is the process's executable.
+    virtual void* ResourceModule() const = 0;
+    /// Full path of that module's file.
+    virtual std::wstring ResourceModulePath() const = 0;
+    /// Whether @p module (null is the executable) carries message texts at all.
+    virtual bool HasMessages(void* module) const = 0;
+    /// Whether the resource module has a text for @p code.
+    virtual bool HasMessageText(unsigned code) const = 0;
+    /// The message template with @p code, at most 2047 characters; empty when there is none.
+    virtual std::wstring MessageText(unsigned code) const = 0;
+
+protected:
+    IApp() = default;
+    ~IApp() = default;
+    IApp(const IApp&) = delete;
+    IApp& operator=(const IApp&) = delete;
+};
+
+/// The library's own application object. Its further operations are fixed by position too:
+/// SetResourceModule is the eleventh, counted through IApp's.
+class KVI_API AppImpl final : public IApp
+{
+public:
+    AppImpl();
+
+    std::wstring ProgramPath() const override;
+    std::wstring ProgramName() const override;
+    void* ResourceModule() const override;
+    std::wstring ResourceModulePath() const override;
+    bool HasMessages(void* module) const override;
+    bool HasMessageText(unsigned code) const override;
+    std::wstring MessageText(unsigned code) const override;
+
+    /// Text @p code of another module than the resource module; empty when there is none.
+    virtual std::wstring MessageTextOf(void* module, unsigned code) const;
+    /// Loads the library @p path, for good, and takes message texts from it.
+    /// @returns ok, or the library's name and the system's reason (code 20503); the resource
+    ///          module is then what it was
+    virtual gtl::status LoadResourceModule(const std::wstring& path);
+    /// Takes message texts from the process's executable again.
+    virtual void ResetResourceModule();
+    /// Takes message texts from @p module, which must stay loaded; null is the process's
+    /// executable. Statuses that exist keep their texts.
+    virtual void SetResourceModule(void* module);
+
+private:
+    std::atomic<void*> module_;
+    std::atomic<const void*> table_; // where that module keeps its texts
+};
+
+/// Access to the one application object.
+class KVI_API App
+{
+public:
+    /// Made on the first call, on any thread, also by constructors of static objects; it serves
+    /// until the process has ended, so that destructors of static objects may still report.
+    static AppImpl& Instance();
+};

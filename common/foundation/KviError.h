@@ -1,0 +1,70 @@
+/// @file
+/// The errors that the whole library raises.
+#pragma once
+
+#include "foundation/gtl_status.h"
+#include "foundation/kvi_export.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Every function makes one error. Texts and paths go into its message as they are.
+namespace KviError
+{
+
+/// An error that nothing is known about.
+KVI_API gtl::status Undefined();
+KVI_API gtl::status mngsrv();
+/// @name A text breaks the rules of its language
+KVI_API gtl::status syntax(std::string_view text);
+KVI_API gtl::status syntax(std::wstring_view text);
+/// @name Code that should not throw did
+KVI_API gtl::status unexpected_exception(std::string_view text);
+KVI_API gtl::status unexpected_exception(std::wstring_view text);
+
+/// The system function @p service failed; adds the text of the thread's last system error.
+KVI_API gtl::status err_sysserv(std::wstring_view service);
+/// @name The system function failed, with the caller's own words
+KVI_API gtl::status err_sysserv(std::wstring_view service, std::wstring_view reason);
+KVI_API gtl::status err_sysserv(std::wstring_view service, std::wstring_view reason,
+                                std::wstring_view reason2);
+/// A library could not be loaded.
+/// @param number  the system's error number, or 0 for none
+KVI_API gtl::status dll_load(std::wstring_view name, unsigned long number);
+/// A condition that the code relies on does not hold at @p line of @p file; adds the text of the
+/// thread's last system error unless its number is 0.
+KVI_API gtl::status internal(std::string_view expression, std::string_view file, std::int32_t line);
+
+/// Both messages, a blank line between them, letter for letter.
+KVI_API gtl::status join(const gtl::status& first, const gtl::status& second);
+/// The message of @p head with those of @p list as a numbered list.
+KVI_API gtl::status compound(const gtl::status& head, const std::vector<gtl::status>& list);
+
+/// Errors about files; a reason is usually a KVISysMsg.
+namespace File
+{
+
+/// No program is registered for opening @p path.
+KVI_API gtl::status shell_missing_association(std::wstring_view path, std::wstring_view reason);
+KVI_API gtl::status copy(std::wstring_view from, std::wstring_view to, std::wstring_view reason);
+KVI_API gtl::status create_dir(std::wstring_view path, std::wstring_view reason);
+KVI_API gtl::status del(std::wstring_view path, std::wstring_view reason);
+KVI_API gtl::status find(std::wstring_view path, std::wstring_view reason);
+KVI_API gtl::status get_temp_path(std::wstring_view reason);
+KVI_API gtl::status invalid_path(std::wstring_view path);
+KVI_API gtl::status file_not_found(std::wstring_view path);
+KVI_API gtl::status open(std::wstring_view path, std::wstring_view reason);
+/// @param limit  the most characters that a path may have
+KVI_API gtl::status file_path_too_long(std::wstring_view path, unsigned limit);
+KVI_API gtl::status read(std::wstring_view path, std::wstring_view reason);
+KVI_API gtl::status rename(std::wstring_view from, std::wstring_view to, std::wstring_view reason);
+KVI_API gtl::status save_over_readonly(std::wstring_view path);
+KVI_API gtl::status set_attrib(std::wstring_view path, std::wstring_view reason);
+KVI_API gtl::status write(std::wstring_view path, std::wstring_view reason);
+KVI_API gtl::status unknown_file_type(std::wstring_view path);
+
+} // namespace File
+
+} // namespace KviError

@@ -1,0 +1,142 @@
+#include "foundation/gtl_status.h"
+
+#include "foundation/App.h"
+
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace gtl
+{
+
+struct status::detail::Texts
+{
+    std::wstring_view message;
+    std::wstring_view arguments[5];
+    std::string_view file;
+};
+
+namespace
+{
+/// Copies @p text to @p place, closed by a zero, and moves @p place behind it.
+template <class Char>
+std::basic_string_view<Char> Put(std::basic_string_view<Char> text, Char*& place)
+{
+    Char* const start = place;
+    if (!text.empty())
+        std::memcpy(start, text.data(), text.size() * sizeof(Char));
+    start[text.size()] = Char();
+    place = start + text.size() + 1;
+    return {start, text.size()};
+}
+} // namespace
+
+status::detail* status::detail::Make(const Texts& texts, std::int32_t line)
+{
+    // 64 bits, because the same long text may be given five times.
+    std::uint64_t letters = texts.message.size() + 1;
+    for (const std::wstring_view argument : texts.arguments)
+        letters += argument.size() + 1;
+    const std::uint64_t bytes = sizeof(detail) + letters * sizeof(wchar_t) + texts.file.size() + 1;
+    if (bytes > std::numeric_limits<std::size_t>::max())
+        throw std::bad_alloc();
+
+    void* const block = ::operator new(static_cast<std::size_t>(bytes));
+    auto* const made = new (block) detail(line);
+    auto* wide = reinterpret_cast<wchar_t*>(made + 1);
+    made->template_ = Put(texts.message, wide);
+    for (int i = 0; i < 5; ++i)
+        made->arguments_[i] = Put(texts.arguments[i], wide);
+    auto* narrow = reinterpret_cast<char*>(wide);
+    made->sourceFile_ = Put(texts.file, narrow);
+    return made;
+}
+
+std::wstring status::detail::as_wstring() const
+{
+    // Each argument takes the place of the next token; "%%" is a percent sign.
+    std::wstring text;
+    int next = 0;
+    for (std::size_t i = 0; i < template_.size(); ++i)
+    {
+        if (template_[i] != L'%' || i + 1 == template_.size())
+            text += template_[i];
+        else if (template_[++i] == L'%')
+            text += L'%';
+        else if (next < 5)
+            text += arguments_[next++];
+    }
+    return text;
+}
+
+status::status(unsigned code, std::wstring_view argument1, std::wstring_view argument2,
+               std::wstring_view argument3, std::wstring_view argument4,
+               std::wstring_view argument5)
+    : status(std::wstring_view(App::Instance().MessageText(code)), argument1, argument2, argument3,
+             argument4, argument5)
+{
+}
+
+status::status(std::wstring_view text, std::wstring_view argument1, std::wstring_view argument2,
+               std::wstring_view argument3, std::wstring_view argument4,
+               std::wstring_view argument5)
+    : detail_(detail::Make({text, {argument1, argument2, argument3, argument4, argument5}, {}}, -1))
+{
+}
+
+status status::AtSource(unsigned code, std::wstring_view argument1, std::wstring_view argument2,
+                        std::string_view file, std::int32_t line)
+{
+    const std::wstring text = App::Instance().MessageText(code);
+    status made;
+    made.detail_ = detail::Make({text, {argument1, argument2, {}, {}, {}}, file}, line);
+    return made;
+}
+
+status status::Duplicate() const
+{
+    status made;
+    if (detail_ == nullptr)
+        return made;
+    const auto& a = detail_->arguments_;
+    made.detail_ =
+        detail::Make({detail_->template_, {a[0], a[1], a[2], a[3], a[4]}, detail_->sourceFile_},
+                     detail_->sourceLine_);
+    return made;
+}
+
+void status::Release() noexcept
+{
+    // The last share destroys the record as it is; only earlier ones count down.
+    detail* const released = std::exchange(detail_, nullptr);
+    if (released->count_ < 2)
+        ::operator delete(released);
+    else
+        --released->count_;
+}
+
+bool status::SameContents(const detail* a, const detail* b) noexcept
+{
+    if (a == nullptr || b == nullptr || a->template_ != b->template_)
+        return false;
+    for (int i = 0; i < 5; ++i)
+    {
+        if (a->arguments_[i] != b->arguments_[i])
+            return false;
+    }
+    return a->sourceFile_ == b->sourceFile_ && a->sourceLine_ == b->sourceLine_;
+}
+
+std::wstring status::as_wstring() const
+{
+    return detail_ != nullptr ? detail_->as_wstring() : std::wstring();
+}
+
+} // namespace gtl
+
+namespace polymorphic
+{
+
+gtl::status DeepCopy(const gtl::status& status) { return status.Duplicate(); }
+
+} // namespace polymorphic

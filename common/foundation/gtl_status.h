@@ -1,0 +1,133 @@
+/// @file
+/// The result of every operation that can fail.
+#pragma once
+
+#include "foundation/kvi_export.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace gtl
+{
+
+/// Success, or one error: a message, five argument texts and the place that raised it.
+///
+/// Success is the empty status; it costs one pointer and allocates nothing. An error is a record
+/// that its copies share and that never changes.
+///
+/// Threads: the share count is plain, so a status and its copies belong to one thread at a time.
+/// Hand a status to another thread and keep no copy, or keep polymorphic::DeepCopy of it.
+/// @code
+/// if (gtl::status opened = Open(path); opened != gtl::status())
+///     return opened;
+/// @endcode
+class [[nodiscard]] KVI_API status
+{
+public:
+    class detail;
+
+    /// Success.
+    status() noexcept = default;
+    /// An error with the message that the application has for @p code at this moment. The arguments
+    /// are kept also when it has none.
+    explicit status(unsigned code, std::wstring_view argument1 = {},
+                    std::wstring_view argument2 = {}, std::wstring_view argument3 = {},
+                    std::wstring_view argument4 = {}, std::wstring_view argument5 = {});
+    /// An error with the message template @p text; a "%" that is meant as such stands there twice.
+    explicit status(std::wstring_view text, std::wstring_view argument1 = {},
+                    std::wstring_view argument2 = {}, std::wstring_view argument3 = {},
+                    std::wstring_view argument4 = {}, std::wstring_view argument5 = {});
+    /// An error with the message for @p code, raised at @p line of @p file.
+    static status AtSource(unsigned code, std::wstring_view argument1, std::wstring_view argument2,
+                           std::string_view file, std::int32_t line);
+
+    status(const status& other) noexcept;
+    status(status&& other) noexcept : detail_(std::exchange(other.detail_, nullptr)) {}
+    status& operator=(const status& other) noexcept
+    {
+        status(other).swap(*this);
+        return *this;
+    }
+    status& operator=(status&& other) noexcept
+    {
+        status(std::move(other)).swap(*this);
+        return *this;
+    }
+    ~status()
+    {
+        if (detail_ != nullptr)
+            Release();
+    }
+
+    bool ok() const noexcept { return detail_ == nullptr; }
+    /// The record of the error; null for success.
+    const detail* details() const noexcept { return detail_; }
+    /// What polymorphic::DeepCopy gives.
+    status Duplicate() const;
+    /// The finished message; empty for success.
+    std::wstring as_wstring() const;
+    void swap(status& other) noexcept { std::swap(detail_, other.detail_); }
+
+    /// Equal when both are success, or both errors have equal templates, arguments and places.
+    friend bool operator==(const status& a, const status& b) noexcept
+    {
+        return a.detail_ == b.detail_ || SameContents(a.detail_, b.detail_);
+    }
+
+private:
+    void Release() noexcept;
+    static bool SameContents(const detail* a, const detail* b) noexcept;
+
+    detail* detail_ = nullptr;
+};
+
+/// The record behind an error. It and its texts are one block of memory.
+class KVI_API status::detail
+{
+public:
+    /// The template with the five arguments filled in.
+    std::wstring as_wstring() const;
+    std::wstring_view message_template() const noexcept { return template_; }
+    /// @param number  1 to 5
+    std::wstring_view argument(int number) const noexcept { return arguments_[number - 1]; }
+    /// Empty when unknown.
+    std::string_view source_file() const noexcept { return sourceFile_; }
+    /// -1 when unknown.
+    std::int32_t source_line() const noexcept { return sourceLine_; }
+
+    detail(const detail&) = delete;
+    detail& operator=(const detail&) = delete;
+
+private:
+    friend class status;
+
+    struct Texts;
+    explicit detail(std::int32_t line) noexcept : sourceLine_(line) {}
+    ~detail() = default;
+    static detail* Make(const Texts& texts, std::int32_t line);
+
+    std::uint32_t count_ = 1; // of the statuses that share this record
+    // The texts stand behind the record, each closed by a zero.
+    std::wstring_view template_;
+    std::wstring_view arguments_[5];
+    std::string_view sourceFile_;
+    std::int32_t sourceLine_;
+};
+
+inline status::status(const status& other) noexcept : detail_(other.detail_)
+{
+    if (detail_ != nullptr)
+        ++detail_->count_;
+}
+
+} // namespace gtl
+
+namespace polymorphic
+{
+
+/// A status with the same contents that shares nothing with @p status; success gives success.
+KVI_API gtl::status DeepCopy(const gtl::status& status);
+
+} // namespace polymorphic

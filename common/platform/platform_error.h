@@ -1,0 +1,21 @@
+/// @file
+/// The system's error numbers and their texts.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace platform
+{
+
+/// The calling thread's last system error number; read it before anything else runs.
+unsigned long LastErrorNumber();
+
+/// Sets what LastErrorNumber returns.
+void SetLastErrorNumber(unsigned long number);
+
+/// What the system says about error @p number, as it stands there (Windows texts end with a
+/// line break); nothing when it has no text.
+std::optional<std::wstring> SystemText(unsigned long number);
+
+} // namespace platform

@@ -1,0 +1,24 @@
+/// @file
+/// Message texts that a program or a library carries.
+#pragma once
+
+#include "platform/platform_library.h"
+
+#include <string>
+
+namespace platform
+{
+
+/// The longest text that is handed out, in characters; longer ones are cut.
+constexpr unsigned kTextLimit = 2047;
+
+/// Finds the texts of @p module; null is the process's own program.
+/// Windows: its string-table resources. Elsewhere: the table that it exports as
+/// `kvi_string_table` (a row count, then the address of rows sorted by code).
+/// @returns what StringTableText wants; null when there are none
+const void* FindStringTable(Module module);
+
+/// The text with @p code; empty when @p table is null or lacks it.
+std::wstring StringTableText(const void* table, unsigned code);
+
+} // namespace platform

@@ -1,0 +1,46 @@
+#include "platform/platform_strings.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cwchar>
+
+#include <dlfcn.h>
+
+namespace platform
+{
+namespace
+{
+struct Row
+{
+    unsigned code;
+    const wchar_t* text;
+};
+
+// What cmake/string_table.cpp.in exports.
+struct Table
+{
+    std::size_t count;
+    const Row* rows;
+};
+} // namespace
+
+const void* FindStringTable(Module module)
+{
+    // The program's handle stays open: it is the process itself.
+    return ::dlsym(module != nullptr ? module : ::dlopen(nullptr, RTLD_LAZY), "kvi_string_table");
+}
+
+std::wstring StringTableText(const void* table, unsigned code)
+{
+    if (table == nullptr)
+        return {};
+    const auto& texts = *static_cast<const Table*>(table);
+    const Row* const end = texts.rows + texts.count;
+    const Row* const row = std::lower_bound(
+        texts.rows, end, code, [](const Row& r, unsigned wanted) { return r.code < wanted; });
+    if (row == end || row->code != code)
+        return {};
+    return {row->text, ::wcsnlen(row->text, kTextLimit)};
+}
+
+} // namespace platform
