@@ -23,6 +23,7 @@ function(kvi_add_string_table program)
     configure_file("${KVI_STRING_TABLE_TEMPLATES}/string_table.cpp.in"
                    "${CMAKE_CURRENT_BINARY_DIR}/${program}_strings.cpp" @ONLY)
     target_sources(${program} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/${program}_strings.cpp")
+    target_compile_features(${program} PRIVATE cxx_std_20)
     # Found by name in the program's own symbol table.
     target_link_options(${program} PRIVATE -Wl,--export-dynamic-symbol=kvi_string_table)
   endif()

@@ -1,6 +1,7 @@
 #include "foundation/gtl_status.h"
 
 #include "foundation/App.h"
+#include "foundation/str_fmt.h"
 
 #include <cstring>
 #include <limits>
@@ -54,19 +55,8 @@ status::detail* status::detail::Make(const Texts& texts, std::int32_t line)
 
 std::wstring status::detail::as_wstring() const
 {
-    // Each argument takes the place of the next token; "%%" is a percent sign.
-    std::wstring text;
-    int next = 0;
-    for (std::size_t i = 0; i < template_.size(); ++i)
-    {
-        if (template_[i] != L'%' || i + 1 == template_.size())
-            text += template_[i];
-        else if (template_[++i] == L'%')
-            text += L'%';
-        else if (next < 5)
-            text += arguments_[next++];
-    }
-    return text;
+    const auto& a = arguments_;
+    return str::sprintf(template_, a[0], a[1], a[2], a[3], a[4]);
 }
 
 status::status(unsigned code, std::wstring_view argument1, std::wstring_view argument2,

@@ -12,6 +12,9 @@
 namespace gtl
 {
 
+// Exported here: not every compiler takes the mark beside [[nodiscard]].
+class KVI_API status;
+
 /// Success, or one error: a message, five argument texts and the place that raised it.
 ///
 /// Success is the empty status; it costs one pointer and allocates nothing. An error is a record
@@ -23,7 +26,7 @@ namespace gtl
 /// if (gtl::status opened = Open(path); opened != gtl::status())
 ///     return opened;
 /// @endcode
-class [[nodiscard]] KVI_API status
+class [[nodiscard]] status
 {
 public:
     class detail;

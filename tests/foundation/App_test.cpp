@@ -1,0 +1,94 @@
+#include "foundation/App.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+/// The position, from 1, that a virtual operation has in its class's table.
+template <class Operation>
+std::size_t Position(Operation operation)
+{
+    // A pointer to a virtual member holds its offset in the table plus 1.
+    std::uintptr_t word = 0;
+    std::memcpy(&word, &operation, sizeof word);
+    return (word - 1) / sizeof(void*) + 1;
+}
+
+struct Early
+{
+    gtl::status made{24181};
+    ~Early() { made = gtl::status(24181); } // also after main
+};
+Early early;
+} // namespace
+
+TEST(App, KeepsTheFixedPositionsOfItsOperations)
+{
+    EXPECT_EQ(Position(&IApp::MessageText), 7u);
+    EXPECT_EQ(Position(&AppImpl::SetResourceModule), 11u);
+}
+
+TEST(App, GivesTheProgramsTextsAndEmptyOnesForUnknownCodes)
+{
+    IApp& app = App::Instance();
+    EXPECT_EQ(app.MessageText(60000), L"quote \" backslash \\ percent %% line\nend, \x00e9\x03b1");
+    for (const unsigned code : {0u, 1u, 59999u, 65535u, 65536u + 60000u, 0xFFFFFFFFu})
+    {
+        EXPECT_EQ(app.MessageText(code), L"") << code;
+        EXPECT_FALSE(app.HasMessageText(code)) << code;
+    }
+    EXPECT_TRUE(app.HasMessages(nullptr));
+    EXPECT_EQ(app.ProgramName(), L"test_foundation");
+    EXPECT_NE(app.ProgramPath().find(L"test_foundation"), std::wstring::npos);
+    EXPECT_EQ(app.ResourceModulePath(), app.ProgramPath());
+}
+
+TEST(App, CutsTextsAt2047Characters)
+{
+    const std::wstring text = App::Instance().MessageText(60003);
+    EXPECT_EQ(text, std::wstring(2046, L'x') + L'y');
+}
+
+TEST(App, ServesConstructorsOfStaticObjects)
+{
+    EXPECT_EQ(early.made.as_wstring(), App::Instance().MessageText(24181));
+    EXPECT_NE(early.made.as_wstring(), L"");
+}
+
+TEST(App, TakesTextsFromAnotherModuleWhileOldStatusesKeepTheirs)
+{
+    AppImpl& app = App::Instance();
+    const gtl::status before(24181);
+    const gtl::status failed = app.LoadResourceModule(L"no such library");
+    ASSERT_FALSE(failed.ok());
+    EXPECT_EQ(failed.details()->argument(1), L"no such library");
+    EXPECT_NE(failed.details()->argument(2), L"");
+    EXPECT_EQ(app.ResourceModule(), nullptr);
+
+    ASSERT_TRUE(app.LoadResourceModule(KVI_TEST_TEXTS).ok());
+    EXPECT_EQ(gtl::status(24181).as_wstring(), L"Une erreur inconnue.");
+    EXPECT_EQ(app.MessageText(60000), L"");
+    EXPECT_NE(app.MessageTextOf(nullptr, 60000), L"");
+    EXPECT_NE(app.ResourceModulePath().find(L"test_texts"), std::wstring::npos);
+    EXPECT_EQ(before, early.made);
+
+    app.ResetResourceModule();
+    EXPECT_EQ(gtl::status(24181), before);
+}
+
+TEST(App, AnswersManyThreadsAtOnce)
+{
+    std::vector<std::thread> threads;
+    std::vector<std::wstring> texts(4);
+    for (std::wstring& text : texts)
+        threads.emplace_back([&text] { text = gtl::status(24181).as_wstring(); });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const std::wstring& text : texts)
+        EXPECT_EQ(text, early.made.as_wstring());
+}
