@@ -35,7 +35,11 @@ std::string Line(const Fault& fault)
     line += fault.severity == Severity::Warning ? ": warning: " : ": ";
     if (!fault.place.key.empty())
         line += fault.place.key + ": ";
-    return line + fault.text;
+    line += fault.text;
+    for (char& c : line) // a name out of a hostile file should not reach the terminal's controls
+        if (static_cast<unsigned char>(c) < ' ' || c == 127)
+            c = '?';
+    return line;
 }
 
 } // namespace percova

@@ -16,6 +16,17 @@ namespace percova
 
 using Polyline = std::vector<Point>;
 
+/// The units of the problem file, of its mesh and of what is written. Inside, everything is in
+/// metres, seconds and kPa.
+struct Units
+{
+    std::string length = "m";
+    double metres = 1; ///< one unit of length
+    std::string pressure = "kPa";
+    double kPa = 1; ///< one unit of pressure
+    bool AreInternal() const { return metres == 1 && kPa == 1; }
+};
+
 /// Parameters of the Fredlund-Xing curve, or measured points that they are to be fitted to.
 struct WaterContent
 {
@@ -123,6 +134,8 @@ enum class SolverKind
     Iterative
 };
 const char* Name(SolverKind kind);
+/// @returns false when @p name is not pardiso, direct or iterative
+bool SolverKindOf(const std::string& name, SolverKind& kind);
 
 struct SolverSettings
 {
@@ -139,7 +152,7 @@ struct Problem
     std::string id;
     std::string title;
     double gammaW = 9.81; ///< [kN/m3]
-    double metres = 1;    ///< length of the file's unit of length; the mesh is in it too
+    Units units;
     std::filesystem::path mesh;
     Place meshPlace;
 

@@ -1,0 +1,27 @@
+/// @file
+/// Points, lines and polygons in the plane.
+#pragma once
+
+#include "Problem.h"
+
+#include <cstddef>
+
+namespace percova
+{
+
+/// The point of a polyline that is nearest to another one.
+struct PlaceOnLine
+{
+    std::size_t segment = 0; ///< from point number segment to the next
+    double fraction = 0;     ///< of the segment, 0 to 1
+    double distance = 0;
+};
+
+/// @p line has at least two points; a segment without length counts as its first point.
+PlaceOnLine NearestOn(const Polyline& line, Point at);
+
+/// Whether @p at is inside @p polygon, by the number of sides on its right: a point on the rim
+/// counts as inside of one of two neighbours. The last point is joined with the first.
+bool IsInside(const Polyline& polygon, Point at);
+
+} // namespace percova
