@@ -2,7 +2,7 @@
 # fetches them. One line an area.
 kvi_bench(foundation)
 kvi_bench(data)
-kvi_bench(numerics)
+kvi_bench(numerics LIBS openblas)
 kvi_bench(fn LIBS kvi_eigen)
 # (GCC 12 suspects the undefined registers in its own AVX-512 headers.)
 # The peers at their best on this machine; KVI itself is the portable build.

@@ -20,7 +20,14 @@ inline Vector All(double a) { return _mm512_set1_pd(a); }
 inline Vector Times(Vector a, Vector b) { return _mm512_mul_pd(a, b); }
 /// c - a b
 inline Vector Less(Vector c, Vector a, Vector b) { return _mm512_fnmadd_pd(a, b, c); }
-inline double Sum(Vector v) { return _mm512_reduce_add_pd(v); }
+inline double Sum(Vector v)
+{
+    // The zero-masked form: the plain one reads an undefined register, which GCC 12 warns of.
+    const __m256d half = _mm256_add_pd(_mm512_maskz_extractf64x4_pd(0xff, v, 0),
+                                       _mm512_maskz_extractf64x4_pd(0xff, v, 1));
+    const __m128d pair = _mm_add_pd(_mm256_castpd256_pd128(half), _mm256_extractf128_pd(half, 1));
+    return _mm_cvtsd_f64(_mm_add_sd(pair, _mm_unpackhi_pd(pair, pair)));
+}
 
 #elif defined(__AVX2__)
 
