@@ -1,9 +1,11 @@
 #include "fn/math_fn_flow_FredXing.h"
 
 #include "fn/fn_FredXing_impl.h"
+#include "fn/math_elementary_impl.h"
 #include "platform/platform_cpu.h"
 
 #include <algorithm>
+#include <numbers>
 
 namespace math::fn::flow
 {
@@ -19,18 +21,14 @@ impl::CurveLoop* ChosenLoop()
     return kLoops[platform::SimdLevel()];
 }
 
-/// ln(1 + L/r) by the very operations that the curve has at s = L, so that they cancel there.
-double LogOfLimit(double limit)
-{
-    using Pair = math::impl::Pack<2>;
-    return Pair::Log(1.0 + Pair::Set(limit) / (kResidualShare * limit))[0];
-}
-
 } // namespace
 
 FredXing::FredXing(const double& a, const double& n, const double& m, const double& saturatedWC,
                    const double& limit)
-    : a_(a), n_(n), m_(m), saturatedWC_(saturatedWC), limit_(limit), logLimit_(LogOfLimit(limit))
+    : a_(a), n_(n), m_(m), saturatedWC_(saturatedWC), limit_(limit),
+      overResidual_(1 / (kResidualShare * limit)),
+      wholeLog2_(math::impl::Log2(1 + limit * overResidual_)), overWhole_(1 / wholeLog2_),
+      overA_(1 / a)
 {
 }
 
@@ -42,11 +40,21 @@ bool FredXing::HasMissing() const
 
 double FredXing::operator()(const double& p) const
 {
+    using math::impl::Exp2, math::impl::Log2;
     if (HasMissing())
         return MissingValue<double>();
     if (p >= 0 || !(a_ > 0))
         return saturatedWC_;
-    return impl::WaterContentAt({a_, n_, m_, saturatedWC_, kResidualShare * limit_, logLimit_}, p);
+    const double suction = -p;
+    // Written so that the two logarithms cancel at the limit.
+    const double correction = (wholeLog2_ - Log2(1 + suction * overResidual_)) * overWhole_;
+    const double exponent = n_ * Log2(suction * overA_);
+    if (exponent >= impl::kOverflow)
+        return saturatedWC_ * 0.0 * correction;
+    // In powers of two: with w = log2(e + (s/a)^n), the shape term (1 / ln(e + (s/a)^n))^m is
+    // 2^(-m (log2 w + log2 ln 2)). Above 1000 the logarithm of e + 2^x is x, to the last bit.
+    const double w = exponent > 1000 ? exponent : Log2(std::numbers::e + Exp2(exponent));
+    return saturatedWC_ * Exp2(-m_ * (Log2(w) + math::impl::kLog2OfLn2)) * correction;
 }
 
 void FredXing::Evaluate(const double* pressures, double* contents, std::size_t count) const
@@ -57,8 +65,8 @@ void FredXing::Evaluate(const double* pressures, double* contents, std::size_t c
         return;
     }
     static impl::CurveLoop* const loop = ChosenLoop();
-    loop({a_, n_, m_, saturatedWC_, kResidualShare * limit_, logLimit_}, pressures, contents,
-         count);
+    loop({overA_, n_, m_, saturatedWC_, overResidual_, 1 + limit_ * overResidual_}, pressures,
+         contents, count);
 }
 
 bool FredXing::IsValid() const
