@@ -1,34 +1,26 @@
 #include "numerics/MxM.h"
 
+#include "numerics/numerics_kernels_impl.h"
+
 #include <cmath>
 #include <cstddef>
 
-namespace
-{
-
-template <int M, int N, int P>
-void Multiply(double (*C)[P], const double (*A)[N], const double (*B)[P])
-{
-    MxM(C[0], A[0], B[0], M, N, P);
-}
-
-} // namespace
+using math::impl::activeKernels;
 
 void MxM(double* C, const double* A, const double* B, int m, int n, int p)
 {
-    for (std::ptrdiff_t i = 0; i < m; ++i)
-    {
-        for (int j = 0; j < p; ++j)
-            C[i * p + j] = 0.0;
-        for (std::ptrdiff_t k = 0; k < n; ++k)
-            for (int j = 0; j < p; ++j)
-                C[i * p + j] += A[i * n + k] * B[k * p + j];
-    }
+    activeKernels->MxM(C, A, B, m, n, p);
 }
 
-void MxV(double* y, const double* A, const double* x, int m, int n) { MxM(y, A, x, m, n, 1); }
+void MxV(double* y, const double* A, const double* x, int m, int n)
+{
+    activeKernels->MxM(y, A, x, m, n, 1);
+}
 
-void VxM(const double* x, const double* A, double* y, int m, int n) { MxM(y, x, A, 1, m, n); }
+void VxM(const double* x, const double* A, double* y, int m, int n)
+{
+    activeKernels->MxM(y, x, A, 1, m, n);
+}
 
 void VxV2M(double* M, const double* a, const double* b, int n)
 {
@@ -68,30 +60,77 @@ bool MxM_Checker(const double* C, const double* A, const double* B, int m, int n
     return true;
 }
 
-void MxM_2_2_8(double C[2][8], const double A[2][2], const double B[2][8]) { Multiply<2>(C, A, B); }
-void MxM_2_8_2(double C[2][2], const double A[2][8], const double B[8][2]) { Multiply<2>(C, A, B); }
-void MxM_3_3_9(double C[3][9], const double A[3][3], const double B[3][9]) { Multiply<3>(C, A, B); }
-void MxM_4_4_4(double C[4][4], const double A[4][4], const double B[4][4]) { Multiply<4>(C, A, B); }
+void MxM_2_2_8(double C[2][8], const double A[2][2], const double B[2][8])
+{
+    activeKernels->MxM_2_2_8(C, A, B);
+}
+
+void MxM_2_8_2(double C[2][2], const double A[2][8], const double B[8][2])
+{
+    activeKernels->MxM_2_8_2(C, A, B);
+}
+
+void MxM_3_3_9(double C[3][9], const double A[3][3], const double B[3][9])
+{
+    activeKernels->MxM_3_3_9(C, A, B);
+}
+
+void MxM_4_4_4(double C[4][4], const double A[4][4], const double B[4][4])
+{
+    activeKernels->MxM_4_4_4(C, A, B);
+}
+
 void MxM_4_4_16(double C[4][16], const double A[4][4], const double B[4][16])
 {
-    Multiply<4>(C, A, B);
+    activeKernels->MxM_4_4_16(C, A, B);
 }
+
 void MxM_8_1_16(double C[8][16], const double A[8][1], const double B[1][16])
 {
-    Multiply<8>(C, A, B);
+    activeKernels->MxM_8_1_16(C, A, B);
 }
-void MxM_8_2_2(double C[8][2], const double A[8][2], const double B[2][2]) { Multiply<8>(C, A, B); }
-void MxM_8_2_8(double C[8][8], const double A[8][2], const double B[2][8]) { Multiply<8>(C, A, B); }
-void MxM_8_8_1(double C[8][1], const double A[8][8], const double B[8][1]) { Multiply<8>(C, A, B); }
-void MxM_8_8_8(double C[8][8], const double A[8][8], const double B[8][8]) { Multiply<8>(C, A, B); }
-void MxM_9_3_3(double C[9][3], const double A[9][3], const double B[3][3]) { Multiply<9>(C, A, B); }
-void MxM_9_3_9(double C[9][9], const double A[9][3], const double B[3][9]) { Multiply<9>(C, A, B); }
-void MxM_9_9_9(double C[9][9], const double A[9][9], const double B[9][9]) { Multiply<9>(C, A, B); }
+
+void MxM_8_2_2(double C[8][2], const double A[8][2], const double B[2][2])
+{
+    activeKernels->MxM_8_2_2(C, A, B);
+}
+
+void MxM_8_2_8(double C[8][8], const double A[8][2], const double B[2][8])
+{
+    activeKernels->MxM_8_2_8(C, A, B);
+}
+
+void MxM_8_8_1(double C[8][1], const double A[8][8], const double B[8][1])
+{
+    activeKernels->MxM_8_8_1(C, A, B);
+}
+
+void MxM_8_8_8(double C[8][8], const double A[8][8], const double B[8][8])
+{
+    activeKernels->MxM_8_8_8(C, A, B);
+}
+
+void MxM_9_3_3(double C[9][3], const double A[9][3], const double B[3][3])
+{
+    activeKernels->MxM_9_3_3(C, A, B);
+}
+
+void MxM_9_3_9(double C[9][9], const double A[9][3], const double B[3][9])
+{
+    activeKernels->MxM_9_3_9(C, A, B);
+}
+
+void MxM_9_9_9(double C[9][9], const double A[9][9], const double B[9][9])
+{
+    activeKernels->MxM_9_9_9(C, A, B);
+}
+
 void MxM_16_1_8(double C[16][8], const double A[16][1], const double B[1][8])
 {
-    Multiply<16>(C, A, B);
+    activeKernels->MxM_16_1_8(C, A, B);
 }
+
 void MxM_16_4_16(double C[16][16], const double A[16][4], const double B[4][16])
 {
-    Multiply<16>(C, A, B);
+    activeKernels->MxM_16_4_16(C, A, B);
 }
