@@ -1,8 +1,24 @@
 # The libraries a user would pick instead, as Debian packages them; scripts/install-deps bench
 # fetches them. One line an area.
+
+# Eigen's fixed maps as a user with each of these compiler settings gets them.
+add_library(kvi_peer_eigen INTERFACE)
+set(flags_baseline "")
+set(flags_avx2 -mavx2 -mfma)
+set(flags_native -march=native)
+foreach(level IN ITEMS baseline avx2 native)
+  add_library(kvi_peer_eigen_${level} OBJECT numerics/MxM_peer_levels.cpp)
+  target_include_directories(kvi_peer_eigen_${level} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
+  target_compile_definitions(kvi_peer_eigen_${level} PRIVATE PEER_LEVEL=${level})
+  target_compile_options(kvi_peer_eigen_${level} PRIVATE ${flags_${level}})
+  target_link_libraries(kvi_peer_eigen_${level} PRIVATE kvi_eigen)
+  target_compile_features(kvi_peer_eigen_${level} PRIVATE cxx_std_20)
+  target_sources(kvi_peer_eigen INTERFACE $<TARGET_OBJECTS:kvi_peer_eigen_${level}>)
+endforeach()
+
 kvi_bench(foundation)
 kvi_bench(data)
-kvi_bench(numerics LIBS openblas)
+kvi_bench(numerics LIBS kvi_eigen kvi_peer_eigen xsmm openblas)
 kvi_bench(fn LIBS kvi_eigen)
 # (GCC 12 suspects the undefined registers in its own AVX-512 headers.)
 # The peers at their best on this machine; KVI itself is the portable build.

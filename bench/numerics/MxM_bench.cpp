@@ -7,15 +7,16 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cblas.h>
 #include <functional>
+#include <libxsmm.h>
 #include <string>
 #include <vector>
 
-#include <cblas.h>
-#include <libxsmm.h>
-
 namespace
 {
+
+using math::impl::Kernels;
 
 struct Size
 {
@@ -30,25 +31,32 @@ struct Case
 };
 
 template <int M, int N, int P>
-Case Of(math::impl::Kernels::Fixed<M, N, P> exported,
-        math::impl::Kernels::Fixed<M, N, P> math::impl::Kernels::*member)
+Case Of(Kernels::Fixed<M, N, P> exported, Kernels::Fixed<M, N, P> Kernels::*kernel)
 {
-    const auto flat = [](math::impl::Kernels::Fixed<M, N, P> kernel) {
-        return reinterpret_cast<peer::Product>(kernel);
-    };
+    const auto flat = [](auto fixed) { return reinterpret_cast<peer::Product>(fixed); };
     return {{M, N, P},
             flat(exported),
-            flat(math::impl::sse2::kKernels.*member),
-            flat(math::impl::avx2::kKernels.*member)};
+            flat(math::impl::sse2::kKernels.*kernel),
+            flat(math::impl::avx2::kKernels.*kernel)};
 }
 
-#define CASE(name) Of(name, &math::impl::Kernels::name)
 const Case kCases[] = {
-    CASE(MxM_2_2_8),  CASE(MxM_2_8_2), CASE(MxM_3_3_9),  CASE(MxM_4_4_4),  CASE(MxM_4_4_16),
-    CASE(MxM_8_1_16), CASE(MxM_8_2_2), CASE(MxM_8_2_8),  CASE(MxM_8_8_1),  CASE(MxM_8_8_8),
-    CASE(MxM_9_3_3),  CASE(MxM_9_3_9), CASE(MxM_9_9_9),  CASE(MxM_16_1_8), CASE(MxM_16_4_16),
+    Of<2, 2, 8>(MxM_2_2_8, &Kernels::MxM_2_2_8),
+    Of<2, 8, 2>(MxM_2_8_2, &Kernels::MxM_2_8_2),
+    Of<3, 3, 9>(MxM_3_3_9, &Kernels::MxM_3_3_9),
+    Of<4, 4, 4>(MxM_4_4_4, &Kernels::MxM_4_4_4),
+    Of<4, 4, 16>(MxM_4_4_16, &Kernels::MxM_4_4_16),
+    Of<8, 1, 16>(MxM_8_1_16, &Kernels::MxM_8_1_16),
+    Of<8, 2, 2>(MxM_8_2_2, &Kernels::MxM_8_2_2),
+    Of<8, 2, 8>(MxM_8_2_8, &Kernels::MxM_8_2_8),
+    Of<8, 8, 1>(MxM_8_8_1, &Kernels::MxM_8_8_1),
+    Of<8, 8, 8>(MxM_8_8_8, &Kernels::MxM_8_8_8),
+    Of<9, 3, 3>(MxM_9_3_3, &Kernels::MxM_9_3_3),
+    Of<9, 3, 9>(MxM_9_3_9, &Kernels::MxM_9_3_9),
+    Of<9, 9, 9>(MxM_9_9_9, &Kernels::MxM_9_9_9),
+    Of<16, 1, 8>(MxM_16_1_8, &Kernels::MxM_16_1_8),
+    Of<16, 4, 16>(MxM_16_4_16, &Kernels::MxM_16_4_16),
 };
-#undef CASE
 
 /// The operands, cache lines of their own and no power of two apart.
 struct Operands
@@ -88,9 +96,8 @@ void Add(const char* goal, const Size& s, const char* who, Product product)
 {
     const std::string name = std::string(goal) + "|MxM " + std::to_string(s.m) + '_' +
                              std::to_string(s.n) + '_' + std::to_string(s.p) + '|' + who;
-    benchmark::RegisterBenchmark(name.c_str(), [s, product](benchmark::State& state) {
-        Time(state, s, product);
-    });
+    benchmark::RegisterBenchmark(
+        name.c_str(), [s, product](benchmark::State& state) { Time(state, s, product); });
 }
 
 /// Row-major C = A B is column-major C' = B' A'.
@@ -107,9 +114,8 @@ bool Register()
     {
         const Size s = c.size;
         Add("1a", s, "kvi", c.exported);
-        Add("1a", s, "libxsmm", [f = Libxsmm(s)](double* C, const double* A, const double* B) {
-            f(B, A, C);
-        });
+        Add("1a", s, "libxsmm",
+            [f = Libxsmm(s)](double* C, const double* A, const double* B) { f(B, A, C); });
         if (platform::SimdLevelCappedBy("") == 2)
             Add("1a", s, "Eigen native", peer::native::EigenMaps(s.m, s.n, s.p));
         if (platform::SimdLevelCappedBy("") >= 1)
@@ -119,9 +125,8 @@ bool Register()
         }
         Add("1b baseline", s, "kvi", c.baseline);
         Add("1b baseline", s, "Eigen", peer::baseline::EigenMaps(s.m, s.n, s.p));
-        Add("1c", s, "kvi", [s](double* C, const double* A, const double* B) {
-            MxM(C, A, B, s.m, s.n, s.p);
-        });
+        Add("1c", s, "kvi",
+            [s](double* C, const double* A, const double* B) { MxM(C, A, B, s.m, s.n, s.p); });
         Add("1c", s, "OpenBLAS dgemm", [s](double* C, const double* A, const double* B) {
             cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, s.m, s.p, s.n, 1, A, s.n, B, s.p,
                         0, C, s.p);

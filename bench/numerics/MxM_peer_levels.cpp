@@ -27,14 +27,11 @@ constexpr struct
     int m, n, p;
     Product product;
 } kProducts[] = {
-    {2, 2, 8, Multiply<2, 2, 8>},    {2, 8, 2, Multiply<2, 8, 2>},
-    {3, 3, 9, Multiply<3, 3, 9>},    {4, 4, 4, Multiply<4, 4, 4>},
-    {4, 4, 16, Multiply<4, 4, 16>},  {8, 1, 16, Multiply<8, 1, 16>},
-    {8, 2, 2, Multiply<8, 2, 2>},    {8, 2, 8, Multiply<8, 2, 8>},
-    {8, 8, 1, Multiply<8, 8, 1>},    {8, 8, 8, Multiply<8, 8, 8>},
-    {9, 3, 3, Multiply<9, 3, 3>},    {9, 3, 9, Multiply<9, 3, 9>},
-    {9, 9, 9, Multiply<9, 9, 9>},    {16, 1, 8, Multiply<16, 1, 8>},
-    {16, 4, 16, Multiply<16, 4, 16>},
+    {2, 2, 8, Multiply<2, 2, 8>}, {2, 8, 2, Multiply<2, 8, 2>},   {3, 3, 9, Multiply<3, 3, 9>},
+    {4, 4, 4, Multiply<4, 4, 4>}, {4, 4, 16, Multiply<4, 4, 16>}, {8, 1, 16, Multiply<8, 1, 16>},
+    {8, 2, 2, Multiply<8, 2, 2>}, {8, 2, 8, Multiply<8, 2, 8>},   {8, 8, 1, Multiply<8, 8, 1>},
+    {8, 8, 8, Multiply<8, 8, 8>}, {9, 3, 3, Multiply<9, 3, 3>},   {9, 3, 9, Multiply<9, 3, 9>},
+    {9, 9, 9, Multiply<9, 9, 9>}, {16, 1, 8, Multiply<16, 1, 8>}, {16, 4, 16, Multiply<16, 4, 16>},
 };
 
 } // namespace

@@ -1,5 +1,4 @@
 #include "numerics/numerics_kernels_impl.h"
-
 #include "platform/platform_cpu.h"
 
 namespace math::impl
