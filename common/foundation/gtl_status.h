@@ -46,7 +46,7 @@ public:
     static status AtSource(unsigned code, std::wstring_view argument1, std::wstring_view argument2,
                            std::string_view file, std::int32_t line);
 
-    status(const status& other) noexcept;
+    inline status(const status& other) noexcept;
     status(status&& other) noexcept : detail_(std::exchange(other.detail_, nullptr)) {}
     status& operator=(const status& other) noexcept
     {
