@@ -2,7 +2,7 @@
 include(CMakePackageConfigHelpers)
 install(TARGETS kvi EXPORT KVITargets)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/common/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi
-        FILES_MATCHING PATTERN "*.h" PATTERN "*_impl.h" EXCLUDE PATTERN "platform" EXCLUDE)
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "*_impl.h" EXCLUDE PATTERN "platform" EXCLUDE)
 install(EXPORT KVITargets NAMESPACE KVI:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KVI)
 install(FILES "${PROJECT_SOURCE_DIR}/cmake/KviStringTable.cmake"
         "${PROJECT_SOURCE_DIR}/cmake/string_table.rc.in"

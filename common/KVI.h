@@ -4,6 +4,8 @@
 
 #include "Geom/FPOINT.h"
 #include "Geom/Geom_Extents2D.h"
+#include "data/DataParamType.h"
+#include "data/dataparam_alias.h"
 #include "fn/math_UnitSet.h"
 #include "fn/math_fn_QuadraticEqn.h"
 #include "fn/math_fn_flow_FredXing.h"

@@ -1,0 +1,63 @@
+/// @file
+/// Telling names for the quantities that seepage analysis uses.
+#pragma once
+
+#include "data/DataParamType.h"
+
+/// Second names of catalogue members. They were picked here, so that a member's range suits the
+/// quantity: the catalogue does not know what its members stand for.
+namespace dataparam
+{
+
+/// @name What rows are; identifiers, at least 0
+inline constexpr DataParamType Node = DataParamType::Param0001;
+inline constexpr DataParamType Element = DataParamType::Param0002;
+inline constexpr DataParamType Material = DataParamType::Param0003;
+inline constexpr DataParamType Region = DataParamType::Param0018;
+inline constexpr DataParamType MaterialNumber = DataParamType::Param0019;
+inline constexpr DataParamType Point = DataParamType::Param0023;
+
+/// @name Material parameters greater than 0
+inline constexpr DataParamType UnitWeightOfWater = DataParamType::Param0016;
+inline constexpr DataParamType SaturatedConductivity = DataParamType::Param0241;
+/// Conductivity along y over the one along x.
+inline constexpr DataParamType ConductivityRatio = DataParamType::Param0250;
+/// The parameters a, n, m of the water-content curve.
+inline constexpr DataParamType CurveA = DataParamType::Param0253;
+inline constexpr DataParamType CurveN = DataParamType::Param0280;
+inline constexpr DataParamType CurveM = DataParamType::Param0341;
+
+/// @name Material parameters at least 0
+/// Suction at which the water-content curve reaches zero.
+inline constexpr DataParamType CurveLimit = DataParamType::Param0260;
+/// The rate of the exponential law of relative conductivity.
+inline constexpr DataParamType ConductivityAlpha = DataParamType::Param0261;
+/// The least relative conductivity.
+inline constexpr DataParamType ConductivityFloor = DataParamType::Param0271;
+/// The exponent of the power law of relative conductivity.
+inline constexpr DataParamType ConductivityPower = DataParamType::Param0272;
+/// The suction up to which the integral law of relative conductivity gives 1.
+inline constexpr DataParamType ConductivityStart = DataParamType::Param0283;
+inline constexpr DataParamType Area = DataParamType::Param0205;
+
+/// @name From 0 to 1
+inline constexpr DataParamType SaturatedWaterContent = DataParamType::Param0344;
+inline constexpr DataParamType WaterContent = DataParamType::Param0351;
+inline constexpr DataParamType RelativeConductivity = DataParamType::Param0448;
+inline constexpr DataParamType DegreeOfSaturation = DataParamType::Param0598;
+
+/// @name Any number
+inline constexpr DataParamType X = DataParamType::Param0004;
+inline constexpr DataParamType Y = DataParamType::Param0005;
+inline constexpr DataParamType Flow = DataParamType::Param0006;
+inline constexpr DataParamType Flux = DataParamType::Param0008;
+inline constexpr DataParamType Head = DataParamType::Param0009;
+inline constexpr DataParamType PressureHead = DataParamType::Param0010;
+inline constexpr DataParamType Pressure = DataParamType::Param0011;
+inline constexpr DataParamType VelocityX = DataParamType::Param0035;
+inline constexpr DataParamType VelocityY = DataParamType::Param0036;
+inline constexpr DataParamType VelocityMagnitude = DataParamType::Param0037;
+inline constexpr DataParamType GradientX = DataParamType::Param0038;
+inline constexpr DataParamType GradientY = DataParamType::Param0039;
+
+} // namespace dataparam
