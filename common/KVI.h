@@ -38,4 +38,5 @@
 #include "numerics/MxM.h"
 #include "numerics/Shape.h"
 #include "numerics/SolveRecord.h"
+#include "numerics/math_fpu_Exception.h"
 #include "numerics/tagRecords.h"

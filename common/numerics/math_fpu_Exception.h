@@ -1,0 +1,56 @@
+/// @file
+/// Floating-point exceptions of the processor, watched around numeric work.
+#pragma once
+
+#include "foundation/kvi_export.h"
+
+namespace math::fpu
+{
+
+/// Tells whether numeric work divided by zero, overflowed or made a NaN.
+///
+/// With the environment variable KVI_FPUTRAP set (not empty, not "0") such an operation also stops
+/// the program where it happens: a debugger then shows the line. Everything here is of the calling
+/// thread: a thread started in between keeps its own state.
+/// @code
+/// math::fpu::Exception::On();
+/// Factorise(...);
+/// const bool suspect = math::fpu::Exception::IsError();
+/// math::fpu::Exception::Off();
+/// @endcode
+class KVI_API Exception
+{
+public:
+    /// The processor's own bits; to be combined by |.
+    enum Mask : unsigned
+    {
+        kInvalid = 1,      ///< a NaN was made of numbers, as 0/0
+        kDenormal = 2,     ///< an operand was denormal
+        kDivideByZero = 4, ///< a finite number divided by zero
+        kOverflow = 8,
+        kUnderflow = 16,
+        kInexact = 32, ///< nearly every operation
+    };
+
+    /// What On and IsError look for unless told: kInvalid, kDivideByZero and kOverflow.
+    static unsigned DefaultExceptionMask();
+    /// Forgets what was raised so far and, where KVI_FPUTRAP asks for it, makes exactly the
+    /// exceptions of @p mask trap.
+    /// @returns the mask that trapped before, for a second call to restore it
+    static unsigned On(unsigned mask = DefaultExceptionMask());
+    /// Nothing traps any more; what was raised is still there for IsError.
+    /// @returns the mask that trapped before
+    static unsigned Off();
+    /// Forgets what was raised so far.
+    static void Clear();
+    /// Whether any exception of @p mask was raised since the last On or Clear.
+    static bool IsError(unsigned mask = DefaultExceptionMask());
+};
+
+namespace impl
+{
+/// @internal On with the switch given: whether the exceptions trap.
+unsigned ExceptionOn(unsigned mask, bool trap);
+} // namespace impl
+
+} // namespace math::fpu
