@@ -1,0 +1,249 @@
+#include "CommandLine.h"
+
+#include "Analysis.h"
+#include "NumberText.h"
+#include "Output.h"
+#include "Summary.h"
+#include "TextFile.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <exception>
+#include <ostream>
+
+namespace percova
+{
+namespace
+{
+
+struct Options
+{
+    std::string problem, mesh, out, solver;
+    double tolerance = 0;
+    int maxIterations = 0, threads = 0;
+    std::vector<std::string> probes;
+    bool quiet = false;
+};
+
+class Stopwatch
+{
+public:
+    double Seconds() const
+    {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+/// "X,Y" as a probe of that name. @returns false for anything else
+bool ReadProbe(const std::string& text, double metres, Probe& probe)
+{
+    const char* const end = text.data() + text.size();
+    const auto [comma, first] = std::from_chars(text.data(), end, probe.at.x);
+    if (first != std::errc() || comma == end || *comma != ',')
+        return false;
+    const auto [stop, second] = std::from_chars(comma + 1, end, probe.at.y);
+    probe.name = text;
+    probe.at = {probe.at.x * metres, probe.at.y * metres};
+    return second == std::errc() && stop == end;
+}
+
+/// Lets the command line's settings take the place of the problem file's.
+void Apply(const Options& options, Problem& problem, Faults& faults)
+{
+    if (!options.mesh.empty())
+        problem.mesh = PathOf(options.mesh);
+    if (!options.solver.empty())
+        (void)SolverKindOf(options.solver, problem.solver.kind); // checked with the options
+    if (options.tolerance > 0)
+        problem.solver.tolerance = options.tolerance;
+    if (options.maxIterations > 0)
+        problem.solver.maxIterations = options.maxIterations;
+    problem.solver.threads = options.threads;
+    for (const std::string& text : options.probes)
+    {
+        Probe probe;
+        if (ReadProbe(text, problem.units.metres, probe))
+            problem.probes.push_back(std::move(probe));
+        else
+            faults.Error("--probe", {}, "should be two numbers, X,Y, not '" + text + "'");
+    }
+}
+
+/// Reads everything, going on behind a fault so that all of them are told.
+bool ReadModel(const Options& options, Model& model, Faults& faults)
+{
+    bool right = ReadProblem(PathOf(options.problem), model.problem, faults);
+    const std::size_t before = faults.Errors();
+    Apply(options, model.problem, faults);
+    right = right && faults.Errors() == before;
+    if (model.problem.mesh.empty())
+    {
+        faults.Error(model.problem.file, model.problem.meshPlace,
+                     "names no mesh file; give one there or with --mesh");
+        return false;
+    }
+    const bool meshRight =
+        ReadMesh(model.problem.mesh, model.mesh, faults, model.problem.units.metres);
+    return meshRight && !model.problem.steps.empty() && Bind(model, faults) && right;
+}
+
+Exit Check(const Options& options, std::ostream& out)
+{
+    Model model;
+    Faults faults;
+    const bool right = ReadModel(options, model, faults);
+    PrintFaults(out, faults);
+    if (!right)
+        return Exit::WrongInput;
+    PrintModel(out, model);
+    out << "nothing is wrong";
+    if (faults.Warnings() != 0)
+        out << ", but see the warnings";
+    out << '\n';
+    return Exit::Done;
+}
+
+Exit Info(const Options& options, std::ostream& out, std::ostream& err)
+{
+    Mesh mesh;
+    Faults faults;
+    const bool right = ReadMesh(PathOf(options.mesh), mesh, faults);
+    PrintFaults(right ? out : err, faults);
+    if (!right)
+        return Exit::WrongInput;
+    PrintMesh(out, mesh);
+    return Exit::Done;
+}
+
+std::filesystem::path FolderOf(const Options& options, const Problem& problem)
+{
+    if (!options.out.empty())
+        return PathOf(options.out);
+    return problem.path.parent_path() / PathOf(BaseName(problem));
+}
+
+Exit Run(const Options& options, std::ostream& out, std::ostream& err)
+{
+    const Stopwatch total;
+    Model model;
+    Faults faults;
+    Results results;
+    const bool right = ReadModel(options, model, faults);
+    PrintFaults(err, faults);
+    if (!right)
+        return Exit::WrongInput;
+    results.seconds.read = total.Seconds();
+    if (!options.quiet)
+        PrintModel(out, model);
+    if (model.problem.steps.size() > 1)
+        err << model.problem.file << ": warning: only the first of " << model.problem.steps.size()
+            << " steps is computed\n";
+    const auto watch = [&](const Progress& progress) {
+        if (!options.quiet)
+            PrintProgress(out, progress);
+    };
+    std::string reason;
+    if (!Analyse(model, watch, results, reason))
+    {
+        err << "percova: " << reason << '\n';
+        return Exit::Other;
+    }
+    results.seconds.total = total.Seconds();
+    ConvertToFileUnits(model, results);
+    const std::filesystem::path folder = FolderOf(options, model.problem);
+    std::vector<std::string> written;
+    const bool isWritten = WriteOutput(folder, model, results, written, reason);
+    if (!options.quiet)
+        PrintResults(out, model, results);
+    if (!isWritten)
+    {
+        err << "percova: " << reason << '\n';
+        return Exit::NotWritten;
+    }
+    if (!options.quiet)
+    {
+        out << "  written to " << TextOf(folder) << ':';
+        for (const std::string& name : written)
+            out << ' ' << name;
+        out << '\n';
+    }
+    if (results.Converged())
+        return Exit::Done;
+    for (const StepResult& step : results.steps)
+        if (!step.converged)
+            err << "percova: step " << step.name << " did not converge: "
+                << (step.trouble.empty() ? "residual " + Short(step.residual, 3) : step.trouble)
+                << '\n';
+    return Exit::NotConverged;
+}
+
+struct Commands
+{
+    CLI::App* run;
+    CLI::App* check;
+    CLI::App* info;
+};
+
+Commands Declare(CLI::App& app, Options& options)
+{
+    app.require_subcommand(1);
+    Commands commands{app.add_subcommand("run", "Analyse a problem and write the results"),
+                      app.add_subcommand("check", "Tell everything that is wrong with a problem"),
+                      app.add_subcommand("info", "Tell what a mesh holds")};
+    for (CLI::App* command : {commands.run, commands.check})
+    {
+        command->add_option("problem", options.problem, "The problem file (JSON)")->required();
+        command->add_option("--mesh", options.mesh, "A mesh instead of the file's own");
+    }
+    commands.info->add_option("mesh", options.mesh, "The mesh file (Gmsh 2.2 or 4.1)")->required();
+    CLI::App* run = commands.run;
+    run->add_option("--out", options.out, "Folder for the results (beside the problem)");
+    run->add_option("--solver", options.solver, "pardiso, direct or iterative")
+        ->check(CLI::IsMember({"pardiso", "direct", "iterative"}));
+    run->add_option("--threads", options.threads, "Threads (all processors)")
+        ->check(CLI::Range(1, 1024));
+    run->add_option("--tolerance", options.tolerance, "Relative residual to reach")
+        ->check(CLI::Range(1e-300, 1.0));
+    run->add_option("--max-iterations", options.maxIterations, "Iterations at most")
+        ->check(CLI::Range(1, 1000000));
+    run->add_option("--probe", options.probes, "Points to report, as X,Y");
+    run->add_flag("--quiet", options.quiet, "Print nothing but what is wrong");
+    return commands;
+}
+
+} // namespace
+
+Exit RunCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err)
+try
+{
+    Options options;
+    CLI::App app("Steady two-dimensional saturated/unsaturated seepage", "percova");
+    const Commands commands = Declare(app, options);
+    try
+    {
+        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+        app.parse(reversed);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error, out, err) == 0 ? Exit::Done : Exit::WrongInput;
+    }
+    if (commands.check->parsed())
+        return Check(options, out);
+    if (commands.info->parsed())
+        return Info(options, out, err);
+    return Run(options, out, err);
+}
+catch (const std::exception& exception)
+{
+    err << "percova: " << exception.what() << '\n';
+    return Exit::Other;
+}
+
+} // namespace percova

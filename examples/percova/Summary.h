@@ -1,0 +1,23 @@
+/// @file
+/// What percova prints for a person.
+#pragma once
+
+#include "Analysis.h"
+#include "Faults.h"
+
+#include <iosfwd>
+
+namespace percova
+{
+
+/// Every fault on a line of its own, and how many were left out.
+void PrintFaults(std::ostream& out, const Faults& faults);
+/// What a mesh holds: elements by type, groups by name with counts and sizes.
+void PrintMesh(std::ostream& out, const Mesh& mesh);
+/// What is about to be computed.
+void PrintModel(std::ostream& out, const Model& model);
+void PrintProgress(std::ostream& out, const Progress& progress);
+/// What was found, in the units of the problem file.
+void PrintResults(std::ostream& out, const Model& model, const Results& results);
+
+} // namespace percova
