@@ -1,0 +1,88 @@
+#include "Assembly.h"
+
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+
+#include <algorithm>
+
+namespace percova
+{
+namespace
+{
+constexpr std::size_t kGrain = 64;    ///< elements a thread takes at a time
+constexpr std::size_t kBlock = 16384; ///< elements whose matrices are held at a time
+} // namespace
+
+Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
+    : model_(model), soils_(soils), elementInflow_(model.mesh.nodes.size()),
+      nodeStart_(model.mesh.Nodes() + 1), nodePlaces_(model.mesh.nodes.size()),
+      matrixStart_(model.mesh.Elements() + 1)
+{
+    const Mesh& mesh = model.mesh;
+    for (const int node : mesh.nodes)
+        ++nodeStart_[node + 1];
+    for (std::size_t n = 0; n < mesh.Nodes(); ++n)
+        nodeStart_[n + 1] += nodeStart_[n];
+    std::vector<std::size_t> next(nodeStart_.begin(), nodeStart_.end() - 1);
+    for (std::size_t place = 0; place < mesh.nodes.size(); ++place)
+        nodePlaces_[next[mesh.nodes[place]]++] = int(place);
+    for (std::size_t e = 0; e < mesh.Elements(); ++e)
+        matrixStart_[e + 1] =
+            matrixStart_[e] + std::size_t(NodeCount(mesh.type[e]) * NodeCount(mesh.type[e]));
+    matrices_.resize(std::min(kBlock, mesh.Elements()) * 64);
+}
+
+void Assembly::Elements(const std::vector<double>& head, double leastKr, Tangent tangent,
+                        double damping, std::size_t first, std::size_t last, double* matrices)
+{
+    const Mesh& mesh = model_.mesh;
+    tbb::parallel_for(tbb::blocked_range(first, last, kGrain), [&](const auto& range) {
+        ElementState element;
+        ElementResult result;
+        for (std::size_t e = range.begin(); e < range.end(); ++e)
+        {
+            element.Load(mesh, e, head.data());
+            Compute(element, soils_[model_.material[e]], leastKr, tangent, damping, result);
+            std::copy_n(result.inflow, NodeCount(element.type), &elementInflow_[mesh.start[e]]);
+            if (tangent != Tangent::None)
+                std::copy_n(result.matrix, matrixStart_[e + 1] - matrixStart_[e],
+                            matrices + (matrixStart_[e] - matrixStart_[first]));
+        }
+    });
+}
+
+void Assembly::Sum(std::vector<double>& inflow) const
+{
+    inflow.resize(model_.mesh.Nodes());
+    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, inflow.size(), 1024), [&](const auto& r) {
+        for (std::size_t node = r.begin(); node < r.end(); ++node)
+        {
+            double sum = 0;
+            for (std::size_t k = nodeStart_[node]; k < nodeStart_[node + 1]; ++k)
+                sum += elementInflow_[nodePlaces_[k]];
+            inflow[node] = sum;
+        }
+    });
+}
+
+void Assembly::Inflow(const std::vector<double>& head, double leastKr, std::vector<double>& inflow)
+{
+    Elements(head, leastKr, Tangent::None, 0, 0, model_.mesh.Elements(), nullptr);
+    Sum(inflow);
+}
+
+void Assembly::Inflow(const std::vector<double>& head, double leastKr, Tangent tangent,
+                      double damping, LinearSystem& system, std::vector<double>& inflow)
+{
+    system.Clear();
+    const std::size_t count = model_.mesh.Elements();
+    for (std::size_t first = 0; first < count; first += kBlock)
+    {
+        const std::size_t last = std::min(first + kBlock, count);
+        Elements(head, leastKr, tangent, damping, first, last, matrices_.data());
+        system.Add(first, last - first, matrices_.data());
+    }
+    Sum(inflow);
+}
+
+} // namespace percova

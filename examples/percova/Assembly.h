@@ -1,0 +1,46 @@
+/// @file
+/// Sums over the elements: nodal flows and the matrix of a Newton or Picard step.
+#pragma once
+
+#include "Element.h"
+#include "LinearSystem.h"
+#include "Model.h"
+#include "Soil.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace percova
+{
+
+/// Runs the element loops, on all threads of the caller's arena. Every sum is taken in the order
+/// of the elements, so the results are the same to the last bit for any number of threads.
+class Assembly
+{
+public:
+    Assembly(const Model& model, const std::vector<Soil>& soils);
+    const std::vector<Soil>& Soils() const { return soils_; }
+
+    /// Flow that must enter every node from outside to keep the heads as they are [m3/s per m].
+    /// @param leastKr  see Compute
+    void Inflow(const std::vector<double>& head, double leastKr, std::vector<double>& inflow);
+    /// The same, and its derivative by the heads in @p system, which is cleared first.
+    /// @param damping  the diagonal of the Picard matrix is added this many times
+    void Inflow(const std::vector<double>& head, double leastKr, Tangent tangent, double damping,
+                LinearSystem& system, std::vector<double>& inflow);
+
+private:
+    void Elements(const std::vector<double>& head, double leastKr, Tangent tangent, double damping,
+                  std::size_t first, std::size_t last, double* matrices);
+    void Sum(std::vector<double>& inflow) const;
+
+    const Model& model_;
+    const std::vector<Soil>& soils_;
+    std::vector<double> elementInflow_;    ///< by place in Mesh::nodes
+    std::vector<std::size_t> nodeStart_;   ///< by node: where its places begin in nodePlaces_
+    std::vector<int> nodePlaces_;          ///< places in Mesh::nodes, ascending
+    std::vector<std::size_t> matrixStart_; ///< by element: entries of the elements before it
+    std::vector<double> matrices_;
+};
+
+} // namespace percova

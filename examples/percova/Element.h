@@ -1,0 +1,85 @@
+/// @file
+/// One element: its shape functions, its conductivity matrix and the flow at its nodes.
+///
+/// The library's kernels work on eight node places; a triangle leaves places free (place 3 always,
+/// since its middle nodes stand at places 4 to 6).
+#pragma once
+
+#include "Mesh.h"
+#include "Soil.h"
+
+#include <array>
+
+namespace percova
+{
+
+/// Integration points of one element type with the shape functions there.
+struct ElementRule
+{
+    static constexpr int kMaxPoints = 16;
+    int points = 0;
+    std::array<double, kMaxPoints> weight{};
+    std::array<std::array<double, 2>, kMaxPoints> local{};
+    double N[kMaxPoints][8] = {};
+    double dN[kMaxPoints][2][8] = {};
+};
+
+/// The rule that integrates a constant conductivity well, or the finer one that a conductivity
+/// varying with the pressure needs.
+const ElementRule& RuleOf(ElementType type, bool varying);
+
+/// Place of node @p k of an element among the eight of the library.
+constexpr int PlaceOf(ElementType type, int k)
+{
+    return type == ElementType::T6 && k > 2 ? k + 1 : k;
+}
+/// The eight flags that tell the library's shape functions the element type.
+const int* PlaceFlags(ElementType type);
+
+/// An element with its geometry and heads at the eight places.
+struct ElementState
+{
+    ElementType type = ElementType::T3;
+    double x0 = 0, y0 = 0; ///< first node; coordinates are taken from it to keep their digits
+    double at[8][2] = {};  ///< place coordinates from (x0, y0); zero at free places
+    double head[8] = {};
+    double psi[8] = {}; ///< pressure heads
+
+    void Load(const Mesh& mesh, std::size_t e, const double* heads);
+};
+
+/// What holds at one point of an element.
+struct PointState
+{
+    double B[2][8] = {}; ///< derivatives of the shape functions by x and y
+    double area = 0;     ///< determinant of the Jacobian; not positive where the element is folded
+    double psi = 0;
+    double gradient[2] = {};
+};
+
+/// State at shape functions @p N, @p dN of a point.
+void At(const ElementState& element, const double N[8], const double dN[2][8], PointState& point);
+/// State at local coordinates (r, s).
+void At(const ElementState& element, double r, double s, PointState& point);
+
+/// Which derivative of the nodal flows an element matrix is.
+enum class Tangent
+{
+    None,   ///< no matrix
+    Picard, ///< conductivities held fast: symmetric, positive
+    Newton  ///< the true derivative by the heads
+};
+
+/// Flows and matrix of one element; both hold the element's own NodeCount places in its own order.
+struct ElementResult
+{
+    double inflow[8];  ///< flow into the element's nodes from outside, integral of gradN . K gradH
+    double matrix[64]; ///< its derivative by the heads, n x n row-major
+};
+
+/// @param leastKr  a relative conductivity below this is taken as this; 1 is a saturated soil
+/// @param damping  the diagonal of the Picard matrix is added this many times
+void Compute(const ElementState& element, const Soil& soil, double leastKr, Tangent tangent,
+             double damping, ElementResult& result);
+
+} // namespace percova

@@ -1,0 +1,35 @@
+/// @file
+/// Flows over the boundaries, from nodal reactions and by integration; stored water; exits.
+#pragma once
+
+#include "Model.h"
+#include "NodeConditions.h"
+#include "Results.h"
+#include "Soil.h"
+
+#include <vector>
+
+namespace percova
+{
+
+/// A solved step as the evaluations see it.
+struct Solution
+{
+    const Model& model;
+    const Step& step;
+    const std::vector<Soil>& soils;
+    const NodeConditions& conditions;
+    const std::vector<double>& head;   ///< by node
+    const std::vector<double>& inflow; ///< by node: what enters from outside [m3/s per m]
+};
+
+/// Fills the flows, the mass balance and the seepage faces of @p result.
+///
+/// A node's reaction belongs to its boundary. Where boundaries meet in a node each gets what the
+/// flux over its own sides brings to the node, and the rest goes by the lengths of these sides.
+void EvaluateFlows(const Solution& solution, StepResult& result);
+
+/// Integral of the water content [m3/m]; missing when a material has no curve.
+double StoredWater(const Solution& solution);
+
+} // namespace percova

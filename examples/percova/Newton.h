@@ -1,0 +1,98 @@
+/// @file
+/// The non-linear flow equations: heads whose nodal flows fit the boundaries.
+#pragma once
+
+#include "Assembly.h"
+#include "LinearSystem.h"
+#include "Model.h"
+#include "NodeConditions.h"
+#include "SeepageFaces.h"
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace percova
+{
+
+struct NewtonSettings
+{
+    double tolerance = 1e-10; ///< of the largest nodal imbalance over the flow through the model
+    int maxIterations = 400;
+};
+
+struct NewtonOutcome
+{
+    bool converged = false;
+    int iterations = 0;  ///< linear systems solved
+    double residual = 0; ///< largest nodal imbalance over the flow through the model
+    int worst = -1;      ///< the node of it
+    double change = 0;   ///< largest change of a head in the last iteration [m]
+    std::string failure; ///< why the linear solver gave up, empty when it did not
+};
+
+/// Newton's method with a line search, on nested problems that grow stiffer.
+///
+/// With a least conductivity of 1 the soil is saturated and the equations linear, but for the
+/// seepage faces; they settle there. Then the least conductivity is lowered in strides, each
+/// problem starting from the heads of the one before, down to the soils' own. Where water is fed
+/// in, soil that starts too dry to take it is the trouble, so there Newton first tries the whole
+/// way at once from moist soil; each way stands in for the other when it fails.
+class Newton
+{
+public:
+    /// Called after every iteration with its number, the residual and the relaxation.
+    using Watch = std::function<void(int, double, double)>;
+
+    Newton(const Model& model, const NodeConditions& conditions, Assembly& assembly,
+           LinearSystem& system, const NewtonSettings& settings, const Watch& watch);
+
+    /// Finds the heads from a cold start.
+    NewtonOutcome Solve();
+
+    const std::vector<double>& Head() const { return head_; }
+    /// Flow that enters every node from outside; the rounding left at nodes without a boundary.
+    const std::vector<double>& Inflow() const { return inflow_; }
+    double AssembleSeconds() const { return assembleSeconds_; }
+    double SolveSeconds() const { return solveSeconds_; }
+
+private:
+    /// A problem on the way to the true one, and how well and long it is worked on.
+    struct Goal
+    {
+        double leastKr;
+        double tolerance;
+        int maxIterations;
+    };
+
+    bool Descend(double least);
+    bool FromMoistSoil();
+    bool Reach(const Goal& goal);
+    bool Step(const Goal& goal);
+    bool Search(const Goal& goal);
+    bool SwitchFaces(const Goal& goal);
+    void Evaluate(const Goal& goal);
+    void Measure();
+    double SumOfSquares(const std::vector<double>& inflow) const;
+
+    const Model& model_;
+    const NodeConditions& conditions_;
+    Assembly& assembly_;
+    LinearSystem& system_;
+    NewtonSettings settings_;
+    Watch watch_;
+
+    SeepageFaces faces_;
+    std::vector<double> head_, inflow_; ///< by node, as all that follow
+    std::vector<double> residual_;      ///< what must still enter; 0 where a head is held
+    std::vector<double> step_, trial_, trialInflow_, outflow_;
+    std::vector<char> held_;
+    NewtonOutcome outcome_;
+    double scale_ = 1;   ///< flow that residuals are measured by [m3/s per m]
+    double damping_ = 0; ///< see Compute
+    double relaxation_ = 1;
+    double assembleSeconds_ = 0, solveSeconds_ = 0;
+};
+
+} // namespace percova
