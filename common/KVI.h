@@ -39,4 +39,8 @@
 #include "numerics/Shape.h"
 #include "numerics/SolveRecord.h"
 #include "numerics/math_fpu_Exception.h"
+#include "numerics/math_matrix.h"
+#include "numerics/math_matrix_Dispatch.h"
+#include "numerics/math_matrix_Multiply.h"
+#include "numerics/math_matrix_storage.h"
 #include "numerics/tagRecords.h"

@@ -1,0 +1,107 @@
+/// @file
+/// Dense matrices of any size, owning their elements.
+#pragma once
+
+#include "numerics/math_matrix_Dispatch.h"
+#include "numerics/math_matrix_storage.h"
+
+#include <cassert>
+#include <cstddef>
+#include <initializer_list>
+#include <optional>
+#include <vector>
+
+namespace math::matrix
+{
+
+/// A rows x columns matrix of double or float, row-major and packed.
+///
+/// Sums and products of shapes that do not fit give the empty matrix, 0 x 0.
+/// @code
+/// const Matrix<double> A(2, 2, {2, 1, 1, 3}), b(2, 1, {3, 5});
+/// if (const auto x = Solve(A, b))
+///     Use((*x)(0, 0));
+/// @endcode
+template <class T>
+class Matrix
+{
+public:
+    Matrix() = default;
+    /// All zero.
+    Matrix(int rows, int columns)
+        : rows_(rows), columns_(columns), elements_(std::size_t(rows) * std::size_t(columns))
+    {
+        assert(rows >= 0 && columns >= 0);
+    }
+    /// @param elements  row by row; missing ones are zero, surplus ones are dropped
+    Matrix(int rows, int columns, std::initializer_list<T> elements) : Matrix(rows, columns)
+    {
+        for (std::size_t i = 0; i < elements.size() && i < elements_.size(); ++i)
+            elements_[i] = elements.begin()[i];
+    }
+
+    int Rows() const { return rows_; }
+    int Columns() const { return columns_; }
+    T& operator()(int i, int j) { return Ref()(i, j); }
+    const T& operator()(int i, int j) const { return Ref()(i, j); }
+
+    storage::DenseRef<T> Ref() { return {elements_.data(), rows_, columns_}; }
+    storage::DenseConstRef<T> Ref() const { return {elements_.data(), rows_, columns_}; }
+
+    bool operator==(const Matrix&) const = default;
+
+private:
+    int rows_ = 0, columns_ = 0;
+    std::vector<T> elements_;
+};
+
+template <class T>
+Matrix<T> operator+(const Matrix<T>& A, const Matrix<T>& B)
+{
+    Matrix<T> C(A.Rows(), A.Columns());
+    return impl::Dispatch<T>::add(C.Ref(), A.Ref(), B.Ref()) ? C : Matrix<T>();
+}
+
+template <class T>
+Matrix<T> operator-(const Matrix<T>& A, const Matrix<T>& B)
+{
+    Matrix<T> C(A.Rows(), A.Columns());
+    return impl::Dispatch<T>::sub(C.Ref(), A.Ref(), B.Ref()) ? C : Matrix<T>();
+}
+
+template <class T>
+Matrix<T> operator*(const Matrix<T>& A, const Matrix<T>& B)
+{
+    Matrix<T> C(A.Rows(), B.Columns());
+    return impl::Dispatch<T>::mm(C.Ref(), A.Ref(), B.Ref()) ? C : Matrix<T>();
+}
+
+/// 1 of the empty matrix, NaN of one that is not square.
+template <class T>
+T Determinant(const Matrix<T>& A)
+{
+    return impl::Dispatch<T>::det(A.Ref());
+}
+
+/// Nothing when A is not square, or singular: a pivot is exactly zero or not finite.
+template <class T>
+std::optional<Matrix<T>> Inverse(const Matrix<T>& A)
+{
+    Matrix<T> inverse(A.Rows(), A.Columns());
+    if (!impl::Dispatch<T>::inv(inverse.Ref(), A.Ref()))
+        return std::nullopt;
+    return inverse;
+}
+
+/// X with A X = B, column by column; nothing when A is not square or singular, or B has not its
+/// number of rows.
+template <class T>
+std::optional<Matrix<T>> Solve(const Matrix<T>& A, const Matrix<T>& B)
+{
+    Matrix<T> X(B.Rows(), B.Columns());
+    if (!impl::Dispatch<T>::solve(X.Ref(), A.Ref(), B.Ref()))
+        return std::nullopt;
+    return X;
+}
+
+} // namespace math::matrix

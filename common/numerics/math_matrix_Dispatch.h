@@ -1,0 +1,44 @@
+/// @file
+/// The operations behind math::matrix, for double and float.
+#pragma once
+
+#include "foundation/kvi_export.h"
+#include "numerics/math_matrix_storage.h"
+
+namespace math::matrix::impl
+{
+
+/// Operations on views; exported because Matrix, a template, is written with them.
+///
+/// Shapes that do not fit give false and leave the result as it is. A result may be the very view
+/// of an operand, but not overlap one otherwise.
+template <class T>
+struct KVI_API Dispatch
+{
+    using Result = storage::DenseRef<T>;
+    using Operand = storage::DenseConstRef<T>;
+
+    /// C = A + B.
+    static bool add(Result C, Operand A, Operand B);
+    /// C = A - B.
+    static bool sub(Result C, Operand A, Operand B);
+    /// C = A B. Packed matrices of double, all of one orientation, go to MxM: the bits are then
+    /// those of its order of summation. Others go to a blocked product with an order of its own.
+    static bool mm(Result C, Operand A, Operand B);
+    /// C = alpha A B + beta C; C is not read when beta is 0.
+    static bool gemm(T alpha, Operand A, Operand B, T beta, Result C);
+    /// Determinant: by expansion up to 3 x 3, else the product of the pivots of the factors LU
+    /// with row interchanges. 1 of the empty matrix, NaN of one that is not square.
+    static T det(Operand A);
+    /// Inv = the inverse of A, by LU with row interchanges. False, with nothing written, when a
+    /// pivot is exactly zero or not finite; a matrix that rounding keeps from being singular
+    /// gives an inverse of huge elements.
+    static bool inv(Result Inv, Operand A);
+    /// Solves A X = B for every column of B, under the rules of inv.
+    static bool solve(Result X, Operand A, Operand B);
+};
+
+extern template struct Dispatch<double>;
+extern template struct Dispatch<float>;
+
+} // namespace math::matrix::impl
