@@ -1,0 +1,37 @@
+/// @file
+/// What the operating system knows of a locale: its separators, and the name under which the
+/// standard library has it. Nothing here looks at the process's own C locale.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace platform
+{
+
+/// Locales are named by the numbers that Windows gives them, on every platform.
+inline constexpr std::uint32_t kInvariantLocale = 0x7f;
+inline constexpr std::uint32_t kUserLocale = 0x400; ///< the user's own, when it has no number here
+
+enum class LocaleItem : std::uint32_t
+{
+    list = 12,
+    decimal = 14,
+    thousands = 15
+};
+
+/// The number of the locale that the user has chosen.
+std::uint32_t UserLocale();
+
+/// Whether the system has the data of locale @p id.
+bool IsLocaleInstalled(std::uint32_t id);
+
+/// A separator of locale @p id in the system's narrow text. For a locale that is not installed a
+/// few are known here; of others the separators of the invariant locale are given.
+std::string LocaleText(std::uint32_t id, LocaleItem item);
+
+/// The name of locale @p id for a std::locale, as "French_Canada" or "fr_CA.UTF-8"; empty when
+/// the system knows no such locale.
+std::string LocaleName(std::uint32_t id);
+
+} // namespace platform
