@@ -73,8 +73,8 @@ long ISysEqnImpl::InsertElementsIntoSysCoefMtx(int first, int count, const doubl
         std::size_t(first) + std::size_t(count) > s.pattern.elements.Count())
         s.Drop(-1, -1, L"element matrices reach beyond the elements");
     else
-        AddElementRows(s.pattern, std::size_t(first), std::size_t(count), matrices, 0, s.Size(),
-                       s.values.data());
+        AddElements(s.pattern, std::size_t(first), std::size_t(count), matrices, s.values.data(),
+                    s.threads);
     return 0;
 }
 
@@ -175,7 +175,7 @@ long ISysEqnImpl::GetReactionVector(tagVectorDbl* out) const
 {
     const State& s = *state_;
     out->values.resize(s.x.size());
-    Product(s.Matrix(), s.x.data(), out->values.data());
+    Product(s.Matrix(), s.x.data(), out->values.data(), s.threads);
     for (std::size_t i = 0; i < s.b.size(); ++i)
         out->values[i] -= s.b[i];
     return 0;
@@ -194,7 +194,7 @@ long ISysEqnImpl::GetResidualVecNorm(int kind, double* norm) const
         return 0;
     const State& s = *state_;
     std::vector<double> r(s.x.size());
-    Residual(s.Matrix(), s.b.data(), s.x.data(), r.data());
+    Residual(s.Matrix(), s.b.data(), s.x.data(), r.data(), s.threads);
     if (s.fixedCount > 0)
         for (std::size_t i = 0; i < r.size(); ++i)
             if (s.fixed[i] != 0)

@@ -51,7 +51,7 @@ MatrixView ISysEqnImpl::State::Reduce(const double*& rhs)
 void ISysEqnImpl::State::Finish(const MatrixView& reduced, const double* rhs, SolveRecord record)
 {
     std::vector<double> r(x.size());
-    Residual(reduced, rhs, x.data(), r.data());
+    Residual(reduced, rhs, x.data(), r.data(), threads);
     const double size = math::impl::TwoNorm(rhs, x.size());
     record.residual = math::impl::TwoNorm(r.data(), r.size()) / (size > 0 ? size : 1);
     if (fixedCount > 0)

@@ -45,9 +45,10 @@ SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& 
 /// values (at the pattern's positions) += the element's matrix @p m, row-major
 void AddElement(const Pattern& pattern, std::size_t element, const double* m, double* values);
 
-/// The same for @p count elements from @p first on, matrices one behind the other, but only the
-/// rows from firstRow up to and without endRow.
-void AddElementRows(const Pattern& pattern, std::size_t first, std::size_t count, const double* m,
-                    int firstRow, int endRow, double* values);
+/// The same for the matrices of @p count elements from @p first on,
+/// one behind the other. Every position receives its additions in the order of
+/// the elements, on any number of @p threads (0: all).
+void AddElements(const Pattern& pattern, std::size_t first, std::size_t count, const double* m,
+                 double* values, int threads);
 
 } // namespace math::impl

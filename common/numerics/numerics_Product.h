@@ -9,11 +9,11 @@
 namespace math::impl
 {
 
-/// y = A x
-void Product(const MatrixView& A, const double* x, double* y);
+/// y = A x, on at most @p threads threads (0: all); the same bits for any number of them
+void Product(const MatrixView& A, const double* x, double* y, int threads = 0);
 
 /// r = b - A x
-void Residual(const MatrixView& A, const double* b, const double* x, double* r);
+void Residual(const MatrixView& A, const double* b, const double* x, double* r, int threads = 0);
 
 /// @name Norms; NaN anywhere in v gives NaN, no overflow before the result's own
 /// @{

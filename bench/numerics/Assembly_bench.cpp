@@ -1,0 +1,186 @@
+// Goal 2a: adding element matrices into the system, and building it the first time, beside Eigen.
+#include "numerics/FeMesh.h"
+
+#include <Eigen/Sparse>
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using fe_mesh::FeMesh;
+using RowMajor = Eigen::SparseMatrix<double, Eigen::RowMajor>;
+
+/// Calls f(element, first index of its list, its matrix).
+template <class F>
+void ForEachElement(const FeMesh& mesh, F f)
+{
+    std::size_t start = 0;
+    for (std::size_t e = 0; e < mesh.elements.Count(); start = mesh.elements.ends[e++])
+        f(mesh.elements.ends[e] - start, mesh.elements.values.data() + start,
+          mesh.matrices.data() + mesh.matrixStart[e]);
+}
+
+RowMajor FromTriplets(const FeMesh& mesh)
+{
+    std::vector<Eigen::Triplet<double>> triplets;
+    triplets.reserve(mesh.matrices.size());
+    ForEachElement(mesh, [&](std::size_t size, const int* list, const double* m) {
+        for (std::size_t i = 0; i < size; ++i)
+            for (std::size_t j = 0; j < size; ++j)
+                triplets.emplace_back(list[i], list[j], *m++);
+    });
+    RowMajor A(mesh.n, mesh.n);
+    A.setFromTriplets(triplets.begin(), triplets.end());
+    return A;
+}
+
+/// Is x -> A x of the system that of @p A? The residual of b = 0 at x = 1, 2, 3, ... tells.
+bool IsSame(ISysEqnImpl& system, const RowMajor& A)
+{
+    tagVectorInt all;
+    tagVectorDbl x;
+    for (int i = 0; i < int(A.rows()); ++i)
+    {
+        all.values.push_back(i);
+        x.values.push_back(1 + i % 7);
+    }
+    system.SetUnknownVector(&all, &x);
+    tagVectorDbl y;
+    system.GetReactionVector(&y);
+    const Eigen::Map<const Eigen::VectorXd> xs(x.values.data(), A.rows()),
+        ys(y.values.data(), A.rows());
+    return (A * xs - ys).norm() <= 1e-12 * ys.norm();
+}
+
+void Count(benchmark::State& state, const FeMesh& mesh)
+{
+    state.counters["entry"] = benchmark::Counter(double(mesh.matrices.size()),
+                                                 benchmark::Counter::kIsIterationInvariantRate |
+                                                     benchmark::Counter::kInvert);
+}
+
+void KviAdd(benchmark::State& state, const FeMesh& mesh, bool together)
+{
+    std::vector<tagMatrixDbl> matrices;
+    for (std::size_t e = 0; e < mesh.elements.Count() && !together; ++e)
+        matrices.push_back(mesh.Matrix(e));
+    ISysEqnImpl system;
+    system.Initialize(&mesh.elements);
+    for (auto _ : state)
+    {
+        system.ResetToZero();
+        if (together)
+            system.InsertElementsIntoSysCoefMtx(0, int(mesh.elements.Count()),
+                                                mesh.matrices.data());
+        for (std::size_t e = 0; e < matrices.size(); ++e)
+            system.InsertIntoSysCoefMtx(int(e), &matrices[e]);
+        benchmark::ClobberMemory();
+    }
+    if (!IsSame(system, FromTriplets(mesh)))
+        state.SkipWithError("wrong matrix");
+    Count(state, mesh);
+}
+
+void EigenAdd(benchmark::State& state, const FeMesh& mesh)
+{
+    RowMajor A = FromTriplets(mesh);
+    for (auto _ : state)
+    {
+        std::fill_n(A.valuePtr(), A.nonZeros(), 0.0);
+        ForEachElement(mesh, [&](std::size_t size, const int* list, const double* m) {
+            for (std::size_t i = 0; i < size; ++i)
+                for (std::size_t j = 0; j < size; ++j)
+                    A.coeffRef(list[i], list[j]) += *m++;
+        });
+        benchmark::ClobberMemory();
+    }
+    Count(state, mesh);
+}
+
+void KviFirst(benchmark::State& state, const FeMesh& mesh)
+{
+    for (auto _ : state)
+    {
+        ISysEqnImpl system;
+        system.Initialize(&mesh.elements);
+        system.InsertElementsIntoSysCoefMtx(0, int(mesh.elements.Count()), mesh.matrices.data());
+        benchmark::ClobberMemory();
+    }
+    Count(state, mesh);
+}
+
+void EigenFirst(benchmark::State& state, const FeMesh& mesh)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(FromTriplets(mesh).valuePtr());
+    Count(state, mesh);
+}
+
+/// b - A x for x of ones, which is what a residual costs.
+void KviProduct(benchmark::State& state, const FeMesh& mesh)
+{
+    ISysEqnImpl system;
+    system.Initialize(&mesh.elements);
+    system.InsertElementsIntoSysCoefMtx(0, int(mesh.elements.Count()), mesh.matrices.data());
+    if (!IsSame(system, FromTriplets(mesh)))
+        return state.SkipWithError("wrong matrix");
+    tagVectorDbl y;
+    for (auto _ : state)
+    {
+        system.GetReactionVector(&y);
+        benchmark::ClobberMemory();
+    }
+}
+
+void EigenProduct(benchmark::State& state, const FeMesh& mesh)
+{
+    const RowMajor A = FromTriplets(mesh);
+    const Eigen::VectorXd x = Eigen::VectorXd::Ones(mesh.n), b = x;
+    Eigen::VectorXd y;
+    for (auto _ : state)
+    {
+        y.noalias() = A * x - b;
+        benchmark::DoNotOptimize(y.data());
+        benchmark::ClobberMemory();
+    }
+}
+
+const bool kRegistered = [] {
+    const struct
+    {
+        const char* name;
+        int nodes, perNode, equations;
+        bool shuffled;
+    } cases[] = {
+        {"Q4 x1 1e4 natural", 4, 1, 10000, false},  {"Q4 x1 1e5 natural", 4, 1, 100000, false},
+        {"Q4 x1 1e5 shuffled", 4, 1, 100000, true}, {"Q8 x2 1e5 natural", 8, 2, 100000, false},
+        {"Q8 x2 1e5 shuffled", 8, 2, 100000, true}, {"Q4 x1 1e6 natural", 4, 1, 1000000, false},
+        {"Q8 x2 1e6 natural", 8, 2, 1000000, false}};
+    for (const auto& c : cases)
+    {
+        const auto add = [c](const char* goal, const char* what, const char* who, auto run) {
+            std::string name = goal;
+            (name += what) += c.name;
+            (name += "|") += who;
+            benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+                run(state, fe_mesh::Mesh(c.nodes, c.perNode, c.equations, c.shuffled));
+            })->UseRealTime();
+        };
+        add("2a|", "add ", "kvi", [](auto& state, auto& mesh) { KviAdd(state, mesh, false); });
+        add("2a|", "add ", "Eigen coeffRef", EigenAdd);
+        add("2a|", "add together ", "kvi",
+            [](auto& state, auto& mesh) { KviAdd(state, mesh, true); });
+        add("2a|", "add together ", "Eigen coeffRef", EigenAdd);
+        add("2a|", "first ", "kvi", KviFirst);
+        add("2a|", "first ", "Eigen setFromTriplets", EigenFirst);
+        add("2d|", "product ", "kvi", KviProduct);
+        add("2d|", "product ", "Eigen", EigenProduct);
+    }
+    return true;
+}();
+
+} // namespace
