@@ -46,8 +46,11 @@ long ISysEqnImpl::ResetToZero()
     State& s = *state_;
     std::fill(s.values.begin(), s.values.end(), 0);
     std::fill(s.b.begin(), s.b.end(), 0);
-    std::fill(s.prescribed.begin(), s.prescribed.end(), 0);
-    std::fill(s.fixed.begin(), s.fixed.end(), 0);
+    if (s.fixedCount > 0)
+    {
+        std::fill(s.prescribed.begin(), s.prescribed.end(), 0);
+        std::fill(s.fixed.begin(), s.fixed.end(), 0);
+    }
     s.fixedCount = 0;
     s.fault = {};
     return 0;

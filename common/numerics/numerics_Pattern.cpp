@@ -1,7 +1,8 @@
 #include "numerics/numerics_Pattern.h"
 
+#include "numerics/numerics_Threads.h"
+
 #include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <limits>
@@ -382,7 +383,7 @@ void AddElements(const Pattern& pattern, std::size_t first, std::size_t count, c
     const int* begin = pattern.elements.values.data() + pattern.ElementStart(first);
     const int* end = pattern.elements.values.data() + pattern.elements.ends[first + count - 1];
     const auto [lowest, highest] = std::minmax_element(begin, end);
-    const int parts = threads > 0 ? threads : tbb::this_task_arena::max_concurrency();
+    const int parts = ThreadCount(threads);
     const auto border = [&, low = *lowest, rows = *highest + 1 - *lowest](int part) {
         return low + int(static_cast<long long>(rows) * part / parts);
     };
@@ -391,10 +392,7 @@ void AddElements(const Pattern& pattern, std::size_t first, std::size_t count, c
             add(pattern, first, count, m, border(part), border(part + 1), values);
         });
     };
-    if (threads == 0)
-        return run();
-    tbb::task_arena arena(threads);
-    arena.execute(run);
+    OnThreads(threads, run);
 }
 
 } // namespace math::impl

@@ -1,7 +1,8 @@
 #include "numerics/numerics_Product.h"
 
+#include "numerics/numerics_Threads.h"
+
 #include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <cmath>
@@ -50,10 +51,7 @@ void ForRows(const MatrixView& A, int threads, F rows)
             rows(block * kRows, block < (A.n - 1) / kRows ? (block + 1) * kRows : A.n);
         });
     };
-    if (threads == 0)
-        return run();
-    tbb::task_arena arena(threads);
-    arena.execute(run);
+    OnThreads(threads, run);
 }
 
 } // namespace

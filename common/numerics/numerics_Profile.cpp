@@ -2,10 +2,10 @@
 
 #include "numerics/numerics_Product.h"
 #include "numerics/numerics_ProfileTiles.h"
+#include "numerics/numerics_Threads.h"
 #include "platform/platform_cpu.h"
 
 #include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <atomic>
@@ -108,6 +108,7 @@ struct ProfileSolver::Run
     std::vector<std::atomic<bool>> done;
     std::atomic<std::size_t> nextRow{0};
     std::atomic<std::size_t> smallPivot{kNone}; ///< first equation with a pivot like zero
+    std::atomic<std::size_t> skewed{kNone};     ///< first row that differs from its column
 
     Run(ProfileSolver& solver_, const MatrixView& A_, bool symmetric_, double* y_)
         : solver(solver_), A(A_), symmetric(symmetric_), y(y_), tiny(solver_.TileRows() * kTile),
@@ -133,7 +134,7 @@ struct ProfileSolver::Run
                 W[(i - firstColumn) * kTile + r] = 1;
                 continue;
             }
-            double largest = 0;
+            double largest = 0, difference = 0;
             for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
             {
                 largest = std::max(largest, std::fabs(A.values[k]));
@@ -142,12 +143,16 @@ struct ProfileSolver::Run
                     continue;
                 const int at = j == i ? k : solver.mirror_[std::size_t(k)];
                 const double mirrored = at < 0 ? 0 : A.values[at];
+                difference = std::max(difference, std::fabs(A.values[k] - mirrored));
                 W[(j - firstColumn) * kTile + r] = symmetric ? mirrored : A.values[k];
                 if (!symmetric && j < firstRow)
                     Z[(j - firstColumn) * kTile + r] = mirrored;
                 else if (!symmetric)
                     W[(i - firstColumn) * kTile + j - firstRow] = mirrored;
             }
+            constexpr double kRounding = 1e-12; // of sums of the same terms in another order
+            if (difference > kRounding * largest)
+                NoteFirst(skewed, std::size_t(i));
             const int above = i == 0 ? -1 : solver.diagonal_[std::size_t(i) - 1];
             const int height = solver.diagonal_[std::size_t(i)] - above;
             tiny[std::size_t(i)] = height * std::numeric_limits<double>::epsilon() * largest;
@@ -206,11 +211,16 @@ struct ProfileSolver::Run
         {
             if (solver.inversePivots_[i] != 0 || IsEmptyRow(A, int(i)))
                 continue;
-            std::size_t seen = smallPivot.load();
-            while (i < seen && !smallPivot.compare_exchange_weak(seen, i))
-            {
-            }
+            NoteFirst(smallPivot, i);
             return;
+        }
+    }
+
+    static void NoteFirst(std::atomic<std::size_t>& first, std::size_t i)
+    {
+        std::size_t seen = first.load();
+        while (i < seen && !first.compare_exchange_weak(seen, i))
+        {
         }
     }
 
@@ -226,8 +236,18 @@ struct ProfileSolver::Run
     }
 };
 
-/// x = U^-1 D^-1 x
+/// x = A^-1 x with the factors as they stand; x has whole tiles.
 void ProfileSolver::Substitute(bool symmetric, double* x)
+{
+    const TileKernels& kernels = Kernels();
+    for (std::size_t I = 0; I < TileRows(); ++I)
+        kernels.forward(lower_.Data() + Start(I), std::ptrdiff_t(Width(I)) * kTile,
+                        x + std::size_t(firstTile_[I]) * kTile, x + I * kTile);
+    SubstituteBack(symmetric, x);
+}
+
+/// x = U^-1 D^-1 x
+void ProfileSolver::SubstituteBack(bool symmetric, double* x)
 {
     const TileKernels& kernels = Kernels();
     const double* U = symmetric ? lower_.Data() : upper_.Data();
@@ -236,6 +256,38 @@ void ProfileSolver::Substitute(bool symmetric, double* x)
     for (std::size_t I = TileRows(); I-- > 0;)
         kernels.backward(U + Start(I), std::ptrdiff_t(Width(I)) * kTile,
                          x + std::size_t(firstTile_[I]) * kTile, x + I * kTile);
+}
+
+/// Steps of refinement: without pivoting, an indefinite matrix can lose digits that its own
+/// factors give back. A step that does not halve the residual is the last, or not taken.
+void ProfileSolver::Refine(const MatrixView& A, bool symmetric, const double* b, double* x,
+                           int threads)
+{
+    constexpr double kEnough = 1e-10; // of ||b||; few systems need a step
+    constexpr int kSteps = 4;
+    const std::size_t n = std::size_t(A.n);
+    std::vector<double> r(TileRows() * kTile), better;
+    const auto measure = [&](const double* at) {
+        Residual(A, b, at, r.data(), threads);
+        return TwoNorm(r.data(), n);
+    };
+    const double goal = kEnough * TwoNorm(b, n);
+    double norm = measure(x);
+    for (int step = 0; step < kSteps && norm > goal; ++step)
+    {
+        std::fill(r.begin() + A.n, r.end(), 0.0);
+        Substitute(symmetric, r.data());
+        better.assign(x, x + n);
+        for (std::size_t i = 0; i < n; ++i)
+            better[i] += r[i];
+        const double next = measure(better.data());
+        if (!(next < norm))
+            return;
+        std::copy(better.begin(), better.end(), x);
+        if (next > 0.5 * norm)
+            return;
+        norm = next;
+    }
 }
 
 SolveRecord ProfileSolver::Compute(const MatrixView& A, bool symmetric, const double* b, double* x,
@@ -259,23 +311,34 @@ SolveRecord ProfileSolver::Compute(const MatrixView& A, bool symmetric, const do
         work += double(Width(I)) * double(Width(I));
     }
     constexpr double kWorthThreads = 1000; // products of tiles, about 0.2 ms
-    int most = threads > 0 ? threads : tbb::this_task_arena::max_concurrency();
+    int most = ThreadCount(threads);
     most = work < kWorthThreads ? 1 : std::min(most, int(std::min<std::size_t>(TileRows(), 1024)));
     if (most == 1)
         run.Work(widest);
     else
-    {
-        tbb::task_arena arena(most);
-        arena.execute([&] { tbb::parallel_for(0, most, [&](int) { run.Work(widest); }); });
-    }
-    Substitute(symmetric, y.data());
+        OnThreads(most, [&] { tbb::parallel_for(0, most, [&](int) { run.Work(widest); }); });
+    SubstituteBack(symmetric, y.data());
     std::copy(y.begin(), y.begin() + A.n, x);
+    const bool skewed = symmetric && run.skewed != kNone;
+    if (run.smallPivot == kNone && !skewed)
+        Refine(A, symmetric, b, x, threads);
 
     if (const std::size_t equation = run.smallPivot; equation != kNone)
     {
         record.outcome = SolveOutcome::ZeroPivot;
         record.equation = int(equation);
         record.reason = L"a pivot is zero within rounding; its unknown is held at 0";
+    }
+    else if (skewed)
+    {
+        record.outcome = SolveOutcome::Failed;
+        record.equation = int(run.skewed);
+        record.reason = L"the matrix is not symmetric; its lower triangle was not read";
+    }
+    else if (!std::isfinite(SumNorm(x, n)))
+    {
+        record.outcome = SolveOutcome::Breakdown;
+        record.reason = L"the elimination overflowed";
     }
     for (std::size_t i = 0; i < n; ++i)
         if (IsEmptyRow(A, int(i)) && b[i] != 0 && record.outcome == SolveOutcome::Solved)

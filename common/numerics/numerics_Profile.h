@@ -35,6 +35,8 @@ private:
     SolveRecord Compute(const MatrixView& A, bool symmetric, const double* b, double* x,
                         int threads);
     void Substitute(bool symmetric, double* x);
+    void SubstituteBack(bool symmetric, double* x);
+    void Refine(const MatrixView& A, bool symmetric, const double* b, double* x, int threads);
 
     std::size_t TileRows() const { return firstTile_.size(); }
     /// Where a row of tiles starts in lower_ and upper_.

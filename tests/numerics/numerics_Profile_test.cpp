@@ -7,11 +7,11 @@
 #include <limits>
 #include <vector>
 
-using math::SolveMethod;
-using math::SolveOutcome;
 using filled_system::Filled;
 using filled_system::Grid;
 using filled_system::Kind;
+using math::SolveMethod;
+using math::SolveOutcome;
 
 namespace
 {
@@ -52,6 +52,152 @@ TEST(ProfileSolver, AgreesWithDenseSolutions)
                 EXPECT_NEAR(told.residual,
                             (filled.b - filled.A * filled.X()).norm() / filled.b.norm(), 1e-12);
             }
+}
+
+/// A small system given by its lists, its matrices and b.
+struct Small
+{
+    ISysEqnImpl system;
+
+    Small(const std::vector<std::vector<int>>& lists,
+          const std::vector<std::vector<double>>& matrices, const std::vector<double>& b)
+    {
+        tagMultiVectorInt elements;
+        for (const std::vector<int>& list : lists)
+            elements.Add(list);
+        system.Initialize(&elements, int(b.size()));
+        for (std::size_t e = 0; e < lists.size(); ++e)
+        {
+            const int size = int(lists[e].size());
+            const tagMatrixDbl m{size, size, matrices[e]};
+            system.InsertIntoSysCoefMtx(int(e), &m);
+        }
+        tagVectorInt all;
+        for (int i = 0; i < int(b.size()); ++i)
+            all.values.push_back(i);
+        const tagVectorDbl loads{b};
+        system.AddToRHSVector(&all, &loads);
+    }
+    std::vector<double> X() const
+    {
+        tagVectorDbl x;
+        system.GetUnknownVector(&x);
+        return x.values;
+    }
+};
+
+const std::vector<double> kSpring = {1, -1, -1, 1};
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+TEST(ProfileSolver, TellsWhatItCouldNotSolve)
+{
+    const struct
+    {
+        std::vector<std::vector<int>> lists;
+        std::vector<std::vector<double>> matrices;
+        std::vector<double> b;
+        SolveOutcome outcome;
+        int equation;
+        std::vector<double> x; // NaN: not finite
+    } rows[] = {
+        {{}, {}, {}, SolveOutcome::Solved, -1, {}},
+        {{{0}}, {{4}}, {2}, SolveOutcome::Solved, -1, {0.5}},
+        {{{0}}, {{-1e-300}}, {1e-300}, SolveOutcome::Solved, -1, {-1}},
+        {{{0}}, {{0}}, {2}, SolveOutcome::ZeroPivot, 0, {0}},
+        // Untouched equations have no pivot to be zero, unless they are to carry a load.
+        {{{1}}, {{2}}, {0, 4, 0}, SolveOutcome::Solved, -1, {0, 2, 0}},
+        {{{1}}, {{2}}, {0, 4, 1}, SolveOutcome::ZeroPivot, 2, {0, 2, 0}},
+        // Nothing holds these springs; the last unknown is held at 0, and the loads balance.
+        {{{0, 1}, {1, 2}}, {kSpring, kSpring}, {-1, 0, 1}, SolveOutcome::ZeroPivot, 2, {-2, -1, 0}},
+        // Two parts of which only the first is held.
+        {{{0, 1}, {0}, {2, 3}},
+         {kSpring, {1}, kSpring},
+         {0, 1, -1, 1},
+         SolveOutcome::ZeroPivot,
+         3,
+         {1, 2, -1, 0}},
+        // Regular, but its first pivot is zero: only pivoting could solve it.
+        {{{0, 1}}, {{0, 1, 1, 0}}, {3, 4}, SolveOutcome::ZeroPivot, 0, {0, 0}},
+        {{{0, 1}}, {{2, 0, 0, kNaN}}, {1, 1}, SolveOutcome::NotFinite, 1, {kNaN, kNaN}},
+        {{{0, 1}}, {{2, 0, 0, 2}}, {kInfinity, 1}, SolveOutcome::NotFinite, 0, {kNaN, kNaN}},
+    };
+    for (const auto& row : rows)
+        for (const bool symmetric : {true, false})
+        {
+            SCOPED_TRACE(testing::Message() << "row " << &row - rows << (symmetric ? " sym" : ""));
+            Small small(row.lists, row.matrices, row.b);
+            Solve(small.system, symmetric);
+            EXPECT_EQ(small.system.LastSolve().outcome, row.outcome);
+            EXPECT_EQ(small.system.LastSolve().equation, row.equation);
+            EXPECT_EQ(small.system.LastSolve().reason.empty(), row.outcome == SolveOutcome::Solved);
+            const std::vector<double> x = small.X();
+            for (std::size_t i = 0; i < row.x.size(); ++i)
+            {
+                if (std::isnan(row.x[i]))
+                    EXPECT_TRUE(std::isnan(x[i]));
+                else
+                    EXPECT_NEAR(x[i], row.x[i], 1e-14);
+            }
+        }
+}
+
+TEST(ProfileSolver, RefinesWhatSmallPivotsSpoil)
+{
+    for (const bool symmetric : {true, false})
+    {
+        Small small({{0, 1}}, {{1e-9, 1, 1, 1}}, {1, 2});
+        Solve(small.system, symmetric);
+        EXPECT_EQ(small.system.LastSolve().outcome, SolveOutcome::Solved);
+        EXPECT_LT(small.system.LastSolve().residual, 1e-14);
+        EXPECT_NEAR(small.X()[0], 1 / (1 - 1e-9), 1e-14);
+    }
+}
+
+TEST(ProfileSolver, TellsThatAMatrixIsNotSymmetric)
+{
+    Small small({{0, 1}}, {{2, 1, 0, 2}}, {5, 4});
+    small.system.SolveForUnknownVector_Direct_Sym();
+    EXPECT_EQ(small.X(), (std::vector<double>{2, 1})); // of the upper triangle, mirrored
+    EXPECT_EQ(small.system.LastSolve().outcome, SolveOutcome::Failed);
+    EXPECT_EQ(small.system.LastSolve().equation, 1);
+    EXPECT_GT(small.system.LastSolve().residual, 0.1);
+    small.system.SolveForUnknownVector_Direct_NonSym();
+    EXPECT_EQ(small.X(), (std::vector<double>{1.5, 2}));
+    EXPECT_EQ(small.system.LastSolve().outcome, SolveOutcome::Solved);
+}
+
+TEST(ProfileSolver, RefusesAProfileTooLongToCountBeforeItTakesMemory)
+{
+    tagMultiVectorInt elements;
+    for (int i = 1; i < 70000; ++i) // rows of height i + 1: 2.45e9 entries
+        elements.Add({0, i});
+    ISysEqnImpl system;
+    system.Initialize(&elements);
+    for (const bool symmetric : {true, false})
+    {
+        Solve(system, symmetric);
+        EXPECT_EQ(system.LastSolve().outcome, SolveOutcome::TooLarge);
+        EXPECT_FALSE(system.LastSolve().reason.empty());
+    }
+}
+
+TEST(ProfileSolver, GivesTheSameBitsOnAnyNumberOfThreads)
+{
+    for (const bool symmetric : {true, false})
+    {
+        const Kind kind = symmetric ? Kind::Indefinite : Kind::NonSymmetric;
+        Filled filled(Grid(90, 30, 1, 0), kind);
+        filled.system.SetThreads(1);
+        Solve(filled.system, symmetric);
+        const Eigen::VectorXd expected = filled.X();
+        for (const int threads : {2, 3, 8, 0, 2, 2})
+        {
+            filled.system.SetThreads(threads);
+            Solve(filled.system, symmetric);
+            EXPECT_EQ(filled.X(), expected) << threads;
+        }
+    }
 }
 
 } // namespace

@@ -1,0 +1,29 @@
+/// @file
+/// @internal How many threads a computation runs on.
+#pragma once
+
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+
+namespace math::impl
+{
+
+/// Threads to use where a caller asks for @p wanted, 0 meaning all; never more than processors.
+inline int ThreadCount(int wanted)
+{
+    const int most = tbb::this_task_arena::max_concurrency();
+    return wanted > 0 ? std::min(wanted, most) : most;
+}
+
+/// Calls f() where its parallel loops run on ThreadCount(wanted) threads.
+template <class F>
+void OnThreads(int wanted, F f)
+{
+    if (wanted <= 0)
+        return f();
+    tbb::task_arena arena(ThreadCount(wanted));
+    arena.execute(f);
+}
+
+} // namespace math::impl

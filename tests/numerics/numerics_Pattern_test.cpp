@@ -1,0 +1,162 @@
+#include "numerics/numerics_Pattern.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <set>
+#include <vector>
+
+using math::SolveOutcome;
+using math::impl::BuildPattern;
+using math::impl::Pattern;
+
+namespace
+{
+
+tagMultiVectorInt Lists(const std::vector<std::vector<int>>& lists)
+{
+    tagMultiVectorInt elements;
+    for (const std::vector<int>& list : lists)
+        elements.Add(list);
+    return elements;
+}
+
+/// Pairs of neighbours, and one equation coupled with all: the first row is as long as they.
+tagMultiVectorInt Star(int points)
+{
+    tagMultiVectorInt elements;
+    for (int i = 1; i < points; ++i)
+        elements.Add({i, 0});
+    return elements;
+}
+
+/// Compares rows and landing places with sets and additions made pair by pair.
+void ExpectRight(const tagMultiVectorInt& elements, int count)
+{
+    Pattern pattern;
+    ASSERT_EQ(BuildPattern(elements, count, pattern).outcome, SolveOutcome::Solved);
+    std::vector<std::set<int>> rows(std::size_t(pattern.n));
+    for (std::size_t e = 0; e < elements.Count(); ++e)
+        for (int i = 0; i < pattern.ElementSize(e); ++i)
+            for (int j = 0; j < pattern.ElementSize(e); ++j)
+                rows[std::size_t(elements.values[pattern.ElementStart(e) + std::size_t(i)])].insert(
+                    elements.values[pattern.ElementStart(e) + std::size_t(j)]);
+    std::vector<int> starts{0}, columns;
+    for (const std::set<int>& row : rows)
+    {
+        columns.insert(columns.end(), row.begin(), row.end());
+        starts.push_back(int(columns.size()));
+    }
+    EXPECT_EQ(pattern.rowStart, starts);
+    EXPECT_EQ(pattern.columns, columns);
+
+    std::vector<double> values(columns.size()), expected(columns.size());
+    for (std::size_t e = 0; e < elements.Count(); ++e)
+    {
+        const int size = pattern.ElementSize(e);
+        std::vector<double> m(std::size_t(size) * std::size_t(size));
+        std::iota(m.begin(), m.end(), double(e + 1));
+        AddElement(pattern, e, m.data(), values.data());
+        const int* list = elements.values.data() + pattern.ElementStart(e);
+        for (int i = 0; i < size; ++i)
+            for (int j = 0; j < size; ++j)
+                expected[std::size_t(pattern.Find(list[i], list[j]))] +=
+                    m[std::size_t(i * size + j)];
+    }
+    EXPECT_EQ(values, expected);
+}
+
+TEST(Pattern, HoldsEveryPairOfEveryListAscending)
+{
+    ExpectRight({}, 0);
+    ExpectRight({}, 4);
+    ExpectRight(Lists({{}}), 0);
+    ExpectRight(Lists({{0}}), 0);
+    ExpectRight(Lists({{3, 1}, {}, {7, 3, 5}, {}}), 12); // 0, 2, 4, 6 and 8 to 11 untouched
+    ExpectRight(Lists({{2, 2, 1, 2}, {1, 1}}), 0);       // repeated equations add up
+    ExpectRight(Star(600), 0);                           // offsets of two bytes
+    std::mt19937 random(3);
+    tagMultiVectorInt elements;
+    for (int e = 0; e < 300; ++e)
+    {
+        std::vector<int> list(random() % 20);
+        for (int& equation : list)
+            equation = int(random() % 150);
+        elements.Add(list);
+    }
+    ExpectRight(elements, 0);
+}
+
+TEST(Pattern, HoldsARowLongerThanTwoBytesCount)
+{
+    Pattern pattern;
+    constexpr int kPoints = 70000;
+    ASSERT_EQ(BuildPattern(Star(kPoints), 0, pattern).outcome, SolveOutcome::Solved);
+    std::vector<double> values(pattern.columns.size());
+    const double m[] = {1, 2, 3, 4};
+    AddElement(pattern, kPoints - 2, m, values.data());
+    EXPECT_EQ(values[std::size_t(pattern.Find(0, kPoints - 1))], 3);
+    EXPECT_EQ(values[std::size_t(pattern.Find(kPoints - 1, 0))], 2);
+    EXPECT_EQ(pattern.Find(5, 6), -1);
+}
+
+TEST(Pattern, RefusesWhatCannotBeStored)
+{
+    std::vector<int> wide(46341);
+    std::iota(wide.begin(), wide.end(), 0);
+    tagMultiVectorInt unordered{{1, 2, 3}, {3, 1}}, rest{{1, 2, 3}, {2}};
+    const struct
+    {
+        tagMultiVectorInt elements;
+        SolveOutcome outcome;
+        int equation;
+    } rows[] = {{Lists({{0, -1}}), SolveOutcome::Failed, -1},
+                {Lists({{0, std::numeric_limits<int>::max()}}), SolveOutcome::Failed,
+                 std::numeric_limits<int>::max()},
+                {Lists({{0, 1}, {1, 2000000000}}), SolveOutcome::Failed, 2000000000},
+                {Lists({wide}), SolveOutcome::TooLarge, -1},
+                {unordered, SolveOutcome::Failed, -1},
+                {rest, SolveOutcome::Failed, -1}};
+    for (const auto& row : rows)
+    {
+        Pattern pattern;
+        const math::SolveRecord record = BuildPattern(row.elements, 0, pattern);
+        EXPECT_EQ(record.outcome, row.outcome);
+        EXPECT_EQ(record.equation, row.equation);
+        EXPECT_FALSE(record.reason.empty());
+        EXPECT_EQ(pattern.n, 0);
+        EXPECT_EQ(pattern.rowStart, std::vector<int>{0});
+    }
+}
+
+TEST(Pattern, AddsElementsToTheSameBitsOnAnyNumberOfThreads)
+{
+    std::mt19937 random(5);
+    tagMultiVectorInt elements;
+    std::vector<double> m;
+    for (int e = 0; e < 1200; ++e) // 1.08 million entries
+    {
+        std::vector<int> list(30);
+        for (int& equation : list)
+            equation = int(random() % 900);
+        elements.Add(list);
+        for (int k = 0; k < 900; ++k)
+            m.push_back(1.0 / double(1 + random() % 1000));
+    }
+    Pattern pattern;
+    ASSERT_EQ(BuildPattern(elements, 0, pattern).outcome, SolveOutcome::Solved);
+    std::vector<double> expected(pattern.columns.size());
+    for (std::size_t e = 0; e < elements.Count(); ++e)
+        AddElement(pattern, e, m.data() + 900 * e, expected.data());
+    for (const int threads : {0, 1, 2, 5})
+    {
+        std::vector<double> values(pattern.columns.size());
+        AddElements(pattern, 0, elements.Count(), m.data(), values.data(), threads);
+        EXPECT_EQ(values, expected) << threads;
+    }
+}
+
+} // namespace
