@@ -12,7 +12,7 @@ namespace
 class Watch
 {
 public:
-    Watch(double norm) : smallest_(norm) {}
+    Watch(double norm, int patience) : smallest_(norm), patience_(patience) {}
 
     /// @returns true when nothing was gained for too long or the numbers left their range
     bool IsHopeless(double norm)
@@ -24,11 +24,12 @@ public:
             smallest_ = norm;
             since_ = 0;
         }
-        return ++since_ > kStallSteps;
+        return ++since_ > patience_;
     }
 
 private:
     double smallest_;
+    int patience_;
     int since_ = 0;
 };
 
@@ -49,7 +50,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
     double* p = work[1].data();
     double* q = work[2].data();
     double rz = 0;
-    Watch watch(Norm2(n, run.r));
+    Watch watch(Norm2(n, run.r), run.patience);
     while (run.steps < run.stepsAllowed)
     {
         run.M.Apply(run.r, z);
@@ -152,7 +153,7 @@ struct BiCgStab
 IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work)
 {
     BiCgStab state(run, work);
-    Watch watch(state.smallest);
+    Watch watch(state.smallest, run.patience);
     IterationEnd end = IterationEnd::OutOfSteps;
     double norm = state.smallest;
     while (run.steps < run.stepsAllowed)

@@ -35,11 +35,9 @@ struct IterationRun
     int stepsAllowed; ///< for this run
     double* x;        ///< the approximation, improved in place
     double* r;        ///< its residual b - A x on entry; carried along
+    int patience;     ///< steps without a smaller residual, after which the run gives up
     int steps = 0;    ///< out: steps made
 };
-
-/// Steps without a residual smaller than the smallest so far, after which a run gives up.
-constexpr int kStallSteps = 400;
 
 /// Conjugate gradients. @p work keeps the vectors from one run to the next.
 IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work);

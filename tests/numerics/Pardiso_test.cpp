@@ -1,4 +1,4 @@
-#include "Meshes.h"
+#include "SolverSystems.h"
 #include "numerics/numerics_Pardiso.h"
 
 #include <gtest/gtest.h>
@@ -176,7 +176,7 @@ protected:
     PardisoBuiltIn() { ReplacePardiso(&BuiltInPardiso()); }
     ~PardisoBuiltIn() override { ReplacePardiso(nullptr); }
 
-    SolveRecord Solve(const meshes::System& system)
+    SolveRecord Solve(const systems::System& system)
     {
         x_.assign(system.b.size(), 0.0);
         return Pardiso().Solve(system.View(), system.b.data(), x_.data());
@@ -190,7 +190,7 @@ TEST_F(PardisoBuiltIn, SolvesSymmetricAndOtherSystems)
     const auto jump = [](int x, int y) { return (x + y) % 3 ? 1.0 : 1e6; };
     for (const double wind : {0.0, 0.4})
     {
-        const meshes::System system = meshes::Flow(30, jump, 1, wind);
+        const systems::System system = systems::Flow(30, jump, 1, wind);
         const SolveRecord record = Solve(system);
         EXPECT_EQ(record.outcome, SolveOutcome::Solved) << record.equation;
         // Rounding leaves a residual in proportion to the matrix and the solution.
@@ -201,7 +201,7 @@ TEST_F(PardisoBuiltIn, SolvesSymmetricAndOtherSystems)
 
 TEST_F(PardisoBuiltIn, PivotsWhereTheDiagonalIsZero)
 {
-    meshes::System system;
+    systems::System system;
     system.AddRow({{0, 0.0}, {1, 2.0}}, 4.0);
     system.AddRow({{0, 2.0}, {1, 0.0}}, 6.0);
     EXPECT_EQ(Solve(system).outcome, SolveOutcome::Solved);
@@ -210,25 +210,25 @@ TEST_F(PardisoBuiltIn, PivotsWhereTheDiagonalIsZero)
 
 TEST_F(PardisoBuiltIn, TellsWhatItCannotSolve)
 {
-    meshes::System singular = meshes::Flow(3, [](int, int) { return 1.0; });
+    systems::System singular = systems::Flow(3, [](int, int) { return 1.0; });
     singular.AddRow({}, 1.0);
     SolveRecord record = Solve(singular);
     EXPECT_EQ(record.outcome, SolveOutcome::ZeroPivot);
     EXPECT_EQ(record.equation, singular.Size() - 1);
 
-    meshes::System equalRows;
+    systems::System equalRows;
     equalRows.AddRow({{0, 1.0}, {1, 2.0}}, 1.0);
     equalRows.AddRow({{0, 2.0}, {1, 4.0}}, 1.0);
     record = Solve(equalRows);
     EXPECT_EQ(record.outcome, SolveOutcome::Failed);
     EXPECT_NE(record.reason.find(L"singular"), std::wstring::npos);
 
-    meshes::System infected = meshes::Flow(3, [](int, int) { return 1.0; });
+    systems::System infected = systems::Flow(3, [](int, int) { return 1.0; });
     infected.At(2, 2) = std::numeric_limits<double>::quiet_NaN();
     record = Solve(infected);
     EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
     EXPECT_EQ(record.equation, 2);
-    EXPECT_EQ(Solve(meshes::System()).outcome, SolveOutcome::Solved) << "no equations";
+    EXPECT_EQ(Solve(systems::System()).outcome, SolveOutcome::Solved) << "no equations";
 }
 
 } // namespace

@@ -11,7 +11,7 @@
 #include <map>
 #include <vector>
 
-namespace meshes
+namespace systems
 {
 
 /// A system that owns its compressed rows.
@@ -81,4 +81,4 @@ inline System Flow(int side, const std::function<double(int, int)>& k, double as
     return system;
 }
 
-} // namespace meshes
+} // namespace systems
