@@ -1,49 +1,27 @@
 #include "Legal.h"
 
-#include "NumberText.h"
-
-#include <array>
-#include <limits>
-
 namespace percova
 {
-namespace
+
+bool CheckLegal(const JsonReader& reader, const char* key, DataParamType parameter, double value)
 {
+    const gtl::status legal = dataparamtype::IsRangeValid(parameter, value);
+    if (!legal.ok())
+        reader.Error(key, str::as_u8string(legal.as_wstring()).bytes());
+    return legal.ok();
+}
 
-constexpr double kNoLimit = std::numeric_limits<double>::infinity();
-
-struct Range
+void GetLegal(JsonReader& reader, const char* key, DataParamType parameter, double& value,
+              Need need)
 {
-    double lower;
-    bool lowerAllowed;
-    double upper; ///< allowed itself
-};
+    if (reader.GetNumber(key, value, need))
+        (void)CheckLegal(reader, key, parameter, value); // told there
+}
 
-/// By Quantity.
-constexpr std::array<Range, 9> kRanges{{
-    {0, false, kNoLimit},
-    {0, false, kNoLimit},
-    {0, false, kNoLimit},
-    {0, false, kNoLimit},
-    {0, true, 1},
-    {0, false, kNoLimit},
-    {0, true, 1},
-    {0, true, kNoLimit},
-    {0, false, kNoLimit},
-}};
-
-} // namespace
-
-void CheckLegal(const JsonReader& reader, const char* key, Quantity quantity, double value)
+void CheckNotZero(const JsonReader& reader, const char* key, double value)
 {
-    const Range& range = kRanges[static_cast<std::size_t>(quantity)];
-    if ((value > range.lower || (range.lowerAllowed && value == range.lower)) &&
-        value <= range.upper)
-        return;
-    reader.Error(key, "is " + Short(value, 8) + ", but should be " +
-                          (range.lowerAllowed ? "at least " : "greater than ") +
-                          Short(range.lower) +
-                          (range.upper < kNoLimit ? " and at most " + Short(range.upper) : ""));
+    if (value == 0)
+        reader.Error(key, "should not be zero");
 }
 
 } // namespace percova

@@ -1,26 +1,22 @@
 /// @file
-/// The legal range of every parameter, as the library's catalogue has it.
+/// The legal range of a parameter, as the library's catalogue has it.
 #pragma once
 
 #include "JsonReader.h"
+#include "KVI.h"
 
 namespace percova
 {
 
-enum class Quantity
-{
-    UnitWeightOfWater,
-    SaturatedConductivity,
-    Ratio, ///< of conductivities
-    CurveParameter,
-    SaturatedWaterContent,
-    Suction,
-    Fraction,
-    Exponent,
-    Positive
-};
-
 /// Tells when @p value, which stands under @p key, is not legal, in the catalogue's own words.
-void CheckLegal(const JsonReader& reader, const char* key, Quantity quantity, double value);
+/// @returns whether it is legal
+bool CheckLegal(const JsonReader& reader, const char* key, DataParamType parameter, double value);
+
+/// Reads the number under @p key and checks it.
+void GetLegal(JsonReader& reader, const char* key, DataParamType parameter, double& value,
+              Need need = Need::Required);
+
+/// For a number that the catalogue lets be zero and that is divided by.
+void CheckNotZero(const JsonReader& reader, const char* key, double value);
 
 } // namespace percova

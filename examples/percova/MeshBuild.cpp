@@ -17,7 +17,8 @@ namespace percova
 namespace
 {
 
-constexpr double kFarthest = 1e9; // a coordinate beyond it is no site on this planet
+constexpr double kFarthest = 1e9; // a coordinate beyond it is no site on this planet [m]
+constexpr double kFlat = 1e-6;    // nodes of a plane differ by no more in z [m]
 
 /// Finds a node's index by its number: by a table where the numbers are dense, else by search.
 class NodeIndex
@@ -199,7 +200,7 @@ void Builder::AddNodes(double metres)
         if (!(std::abs(x) <= kFarthest && std::abs(y) <= kFarthest))
             Error(file_.nodeLine[i],
                   "node " + std::to_string(file_.nodeNumber[i]) + " has no usable coordinates");
-        else if (!(std::abs(file_.z[i] - flat) * metres <= 1e-9 * kFarthest))
+        else if (!(std::abs(file_.z[i] - flat) * metres <= kFlat))
             Error(file_.nodeLine[i], "node " + std::to_string(file_.nodeNumber[i]) +
                                          " has another z than the first one: the mesh should lie "
                                          "in the x-y plane, y upward");

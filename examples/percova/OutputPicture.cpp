@@ -20,8 +20,8 @@ constexpr double kLeft = 96, kTop = 92, kBelow = 84; // around the drawing
 constexpr double kLegend = 270;                      // width of what stands on the right
 constexpr double kLine = 21;                         // from one line of the legend to the next
 
-constexpr std::array<const char*, 8> kSoils{"#e9dcc0", "#d9c7a3", "#cdd6b8", "#e4c9ae",
-                                            "#d6d0c4", "#cbbfa8", "#c4d3cc", "#e6d6d0"};
+constexpr std::array<const char*, 8> kSoils{"#efe5cd", "#dfcfae", "#d5dec2", "#ecd3ba",
+                                            "#dedad0", "#d4c8b0", "#cdddd5", "#eedfd9"};
 
 /// By BoundaryType.
 constexpr std::array<const char*, 6> kBoundaryColours{"#0b4f9e", "#1b7f8c", "#2e8540",
@@ -382,9 +382,10 @@ void Picture::Draw()
     Soil();
     const Triangles triangles = TrianglesOf(model_.mesh, step_.nodal, frame_);
     const std::string wet = WetZone(triangles, frame_);
-    Path(wet, "fill=\"#4a90d9\" fill-opacity=\".28\"");
+    Path(wet, "fill=\"#3d8ee6\" fill-opacity=\".34\"");
     if (!wet.empty())
-        LegendLine("<rect width=\"22\" height=\"14\" fill=\"#4a90d9\" fill-opacity=\".28\"/>",
+        LegendLine("<rect width=\"22\" height=\"14\" fill=\"#efe5cd\"/><rect width=\"22\" "
+                   "height=\"14\" fill=\"#3d8ee6\" fill-opacity=\".34\"/>",
                    "water pressure above zero");
     Contours(triangles);
     Surface();

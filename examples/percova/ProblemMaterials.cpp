@@ -8,35 +8,35 @@ namespace percova::impl
 namespace
 {
 
-/// Reads a required number and checks it.
-void Get(JsonReader& reader, const char* key, Quantity quantity, double& value,
-         Need need = Need::Required)
+/// Measured points instead of parameters.
+void CheckPoints(const JsonReader& reader, const std::vector<Point>& points)
 {
-    if (reader.GetNumber(key, value, need))
-        CheckLegal(reader, key, quantity, value);
+    for (const Point& point : points)
+        if (!CheckLegal(reader, "points", dataparam::WaterContent, point.y))
+            return; // one is enough
 }
 
 void ReadWaterContent(JsonReader& reader, const Units& units, WaterContent& water)
 {
     water.place = reader.Here();
-    Get(reader, "theta_s", Quantity::SaturatedWaterContent, water.thetaS);
+    GetLegal(reader, "theta_s", dataparam::SaturatedWaterContent, water.thetaS);
+    if (reader.Find("theta_s") != nullptr)
+        CheckNotZero(reader, "theta_s", water.thetaS);
     double limit = water.limit / units.kPa;
-    Get(reader, "limit", Quantity::Suction, limit, Need::Optional);
+    GetLegal(reader, "limit", dataparam::CurveLimit, limit, Need::Optional);
+    CheckNotZero(reader, "limit", limit);
     water.limit = limit * units.kPa;
-    if (reader.GetLine("points", water.measured, 3))
+    if (reader.Find("points") != nullptr)
     {
-        for (const Point& point : water.measured)
-            CheckLegal(reader, "points", Quantity::SaturatedWaterContent, point.y);
+        reader.GetLine("points", water.measured, 3);
+        CheckPoints(reader, water.measured);
         for (Point& point : water.measured)
             point.x *= units.kPa;
-        reader.Ignore({"a", "n", "m"}); // start of the fit, if anything
-        return;
+        return reader.Ignore({"a", "n", "m"}); // the fit finds them
     }
-    if (reader.Find("points") != nullptr)
-        return; // told already
-    Get(reader, "a", Quantity::CurveParameter, water.a);
-    Get(reader, "n", Quantity::CurveParameter, water.n);
-    Get(reader, "m", Quantity::CurveParameter, water.m);
+    GetLegal(reader, "a", dataparam::CurveA, water.a);
+    GetLegal(reader, "n", dataparam::CurveN, water.n);
+    GetLegal(reader, "m", dataparam::CurveM, water.m);
     water.a *= units.kPa;
 }
 
@@ -51,19 +51,20 @@ void ReadKr(JsonReader& reader, const Problem& problem, const Material& material
     if (rule == "exponential")
     {
         kr.rule = KrRule::Exponential;
-        Get(reader, "alpha", Quantity::Positive, kr.alpha);
-        Get(reader, "floor", Quantity::Fraction, kr.floor, Need::Optional);
+        GetLegal(reader, "alpha", dataparam::ConductivityAlpha, kr.alpha);
+        GetLegal(reader, "floor", dataparam::RelativeConductivity, kr.floor, Need::Optional);
         kr.alpha /= problem.units.metres;
     }
     else if (rule == "power")
     {
         kr.rule = KrRule::Power;
-        Get(reader, "power", Quantity::Exponent, kr.power);
+        GetLegal(reader, "power", dataparam::ConductivityPower, kr.power);
     }
     else if (rule == "integral")
     {
         kr.rule = KrRule::Integral;
-        Get(reader, "s0", Quantity::Suction, kr.s0);
+        GetLegal(reader, "s0", dataparam::ConductivityStart, kr.s0);
+        CheckNotZero(reader, "s0", kr.s0);
         kr.s0 *= problem.units.kPa;
     }
     else if (rule != "saturated")
@@ -80,9 +81,10 @@ void ReadMaterial(JsonReader& reader, Problem& problem)
     Material material;
     material.place = reader.Here();
     material.name = ReadName(reader, problem.materials);
-    Get(reader, "k_sat", Quantity::SaturatedConductivity, material.kSat);
+    GetLegal(reader, "k_sat", dataparam::SaturatedConductivity, material.kSat);
     material.kSat *= problem.units.metres;
-    Get(reader, "anisotropy", Quantity::Ratio, material.anisotropy, Need::Optional);
+    GetLegal(reader, "anisotropy", dataparam::ConductivityRatio, material.anisotropy,
+             Need::Optional);
     reader.GetObject("water_content", Need::Optional, [&](JsonReader& water) {
         ReadWaterContent(water, problem.units, material.water.emplace());
     });

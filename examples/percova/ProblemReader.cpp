@@ -85,8 +85,9 @@ void ReadSolver(JsonReader& file, SolverSettings& solver)
         std::string kind;
         if (reader.GetText("kind", kind) && !SolverKindOf(kind, solver.kind))
             reader.Error("kind", "should be pardiso, direct or iterative, not '" + kind + "'");
-        if (reader.GetNumber("tolerance", solver.tolerance))
-            CheckLegal(reader, "tolerance", Quantity::Positive, solver.tolerance);
+        if (reader.GetNumber("tolerance", solver.tolerance) &&
+            !(solver.tolerance > 0 && solver.tolerance < 1))
+            reader.Error("tolerance", "should be between 0 and 1");
         reader.GetCount("max_iterations", solver.maxIterations);
     });
 }
@@ -137,8 +138,7 @@ bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& fa
     file.GetText("title", problem.title);
     file.Ignore({"convention", "wanted", "dimensions", "x_axis"});
     impl::ReadUnits(file, problem.units);
-    if (file.GetNumber("gamma_w", problem.gammaW, Need::Required))
-        CheckLegal(file, "gamma_w", Quantity::UnitWeightOfWater, problem.gammaW);
+    GetLegal(file, "gamma_w", dataparam::UnitWeightOfWater, problem.gammaW);
     ReadMeshName(file, problem);
     impl::ReadMaterials(file, problem);
     ReadRegions(file, problem);

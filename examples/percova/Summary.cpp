@@ -138,7 +138,11 @@ void PrintProbes(std::ostream& out, const Units& units, const StepResult& step)
 
 void PrintFaults(std::ostream& out, const Faults& faults)
 {
-    for (const Fault& fault : faults.List())
+    std::vector<Fault> list = faults.List();
+    std::stable_sort(list.begin(), list.end(), [](const Fault& a, const Fault& b) {
+        return a.file == b.file && a.place.line < b.place.line;
+    });
+    for (const Fault& fault : list)
         out << Line(fault) << '\n';
     if (faults.LeftOut() != 0)
         out << "... and " << Grouped(faults.LeftOut()) << " more\n";

@@ -1,0 +1,56 @@
+/// @file
+/// Files for a test to read, and the faults that reading them gives.
+#pragma once
+
+#include "Faults.h"
+#include "TextFile.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace percova
+{
+
+/// A folder of the running test's own, empty.
+inline std::filesystem::path ScratchFolder()
+{
+    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+    const std::filesystem::path folder = std::filesystem::path(KVI_TEST_TEMP) /
+                                         (std::string(test->test_suite_name()) + test->name());
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    return folder;
+}
+
+inline std::filesystem::path Scratch(const std::string& name, const std::string& text)
+{
+    const std::filesystem::path path = ScratchFolder() / PathOf(name);
+    std::ofstream(path, std::ios::binary) << text;
+    return path;
+}
+
+inline std::string AllOf(const Faults& faults)
+{
+    std::string all;
+    for (const Fault& fault : faults.List())
+        all += Line(fault) + '\n';
+    return all;
+}
+
+/// @p text with the first @p what in it replaced.
+inline std::string With(std::string text, const std::string& what, const std::string& instead)
+{
+    const std::size_t at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    return at == std::string::npos ? text : text.replace(at, what.size(), instead);
+}
+
+inline std::filesystem::path Cases()
+{
+    return std::filesystem::path(KVI_SOURCE_DIR) / "examples" / "percova" / "cases";
+}
+
+} // namespace percova
