@@ -43,7 +43,8 @@ T ReadDecimal(const std::basic_string<Char>& text)
 {
     const Char* p = text.data();
     const Char* const end = p + text.size();
-    while (p != end && IsSpace(*p))
+    // Digits stand above all ASCII white space and below all other: mostly one comparison.
+    while (p != end && (*p <= Char(' ') || *p > Char('9')) && IsSpace(*p))
         ++p;
     if (p == end)
         return kFailure<T>;

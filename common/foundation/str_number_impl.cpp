@@ -37,20 +37,30 @@ std::uint64_t EightDigits(std::uint32_t value)
 // The sixteen digits of a value below 10^16, zeros leading.
 struct SixteenDigits
 {
-    char text[32]; // the second half is there to be copied along
+    std::uint64_t front, back; // ASCII, the first digit in the lowest byte
     int leadingZeros;
     int trailingZeros;
 
     explicit SixteenDigits(std::uint64_t value)
     {
         static_assert(std::endian::native == std::endian::little);
-        const std::uint64_t front = EightDigits(std::uint32_t(value / 100000000));
-        const std::uint64_t back = EightDigits(std::uint32_t(value % 100000000));
+        constexpr std::uint64_t kZeros = 0x3030303030303030;
+        front = EightDigits(std::uint32_t(value / 100000000));
+        back = EightDigits(std::uint32_t(value % 100000000));
         leadingZeros = front != 0 ? std::countr_zero(front) / 8 : 8 + std::countr_zero(back) / 8;
         trailingZeros = back != 0 ? std::countl_zero(back) / 8 : 8 + std::countl_zero(front) / 8;
-        constexpr std::uint64_t kZeros = 0x3030303030303030;
-        const std::uint64_t ascii[4] = {front | kZeros, back | kZeros, kZeros, kZeros};
-        std::memcpy(text, ascii, sizeof text);
+        front |= kZeros;
+        back |= kZeros;
+    }
+
+    // Writes 16 bytes that begin with the last @p count digits, 1 to 16. Shifted in registers: a
+    // load across two fresh stores would wait for both.
+    void WriteLast(char* out, int count) const
+    {
+        const int bits = 8 * (16 - count) & 63;
+        const std::uint64_t low = count <= 8 ? back : front, high = count <= 8 ? 0 : back;
+        const std::uint64_t shifted[2] = {low >> bits | high << 1 << (63 - bits), high >> bits};
+        std::memcpy(out, shifted, sizeof shifted);
     }
 };
 
@@ -145,12 +155,12 @@ char* FastFixed(char* out, double value, int decimals)
     *out = '-';
     out += std::signbit(value);
     const int whole = std::max(16 - digits.leadingZeros - decimals, 1);
-    Copy16(out, digits.text + 16 - decimals - whole);
+    digits.WriteLast(out, whole + decimals);
     out += whole;
     if (decimals == 0)
         return out;
     *out = '.';
-    Copy16(out + 1, digits.text + 16 - decimals);
+    digits.WriteLast(out + 1, decimals);
     return out + 1 + decimals;
 }
 
@@ -197,7 +207,9 @@ char* FastSignificant(char* out, double value, int digits)
         ++exponent;
     }
     const SixteenDigits all((std::uint64_t(rounded)));
-    return WriteGeneral(out, all.text + 16 - digits, digits, digits - all.trailingZeros, exponent);
+    char text[32] = {};
+    all.WriteLast(text, digits);
+    return WriteGeneral(out, text, digits, digits - all.trailingZeros, exponent);
 }
 
 void AppendFixed(std::string& text, double value, int decimals)
