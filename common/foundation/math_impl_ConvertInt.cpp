@@ -52,7 +52,15 @@ T ReadDecimal(const std::basic_string<Char>& text)
     if (negative || *p == Char('+'))
         ++p;
     Sum<T> sum = 0;
-    for (; p != end; ++p)
+    // Two digits at a time: the chain of multiplications is what takes the time.
+    for (; end - p >= 2; p += 2)
+    {
+        const unsigned tens = unsigned(p[0]) - unsigned('0'), ones = unsigned(p[1]) - unsigned('0');
+        if ((tens > 9) | (ones > 9))
+            return kFailure<T>;
+        sum = sum * 100 + (tens * 10 + ones);
+    }
+    if (p != end)
     {
         const unsigned digit = unsigned(*p) - unsigned('0');
         if (digit > 9)
