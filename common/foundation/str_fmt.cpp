@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <type_traits>
 #include <vector>
 
 namespace str::fmt::impl
@@ -215,15 +216,27 @@ void AppendArgument(std::basic_string<C>& out, Token token, const Argument& valu
     AppendInteger(out, token, value);
 }
 
-template <class C>
-void AppendFilled(std::basic_string<C>& out, std::basic_string_view<C> format, const Argument* args,
+/// A piece of the format that stands for itself.
+template <class C, class F>
+void AppendLiteral(std::basic_string<C>& out, std::basic_string_view<F> piece)
+{
+    if constexpr (std::is_same_v<C, F>)
+        out.append(piece);
+    else if (std::all_of(piece.begin(), piece.end(), [](char c) { return c >= 0; }))
+        out.append(piece.begin(), piece.end());
+    else
+        out.append(platform::Wide(piece));
+}
+
+template <class C, class F>
+void AppendFilled(std::basic_string<C>& out, std::basic_string_view<F> format, const Argument* args,
                   std::size_t count)
 {
     std::size_t used = 0;
     for (std::size_t at = 0; at < format.size();)
     {
-        const std::size_t percent = format.find(C('%'), at);
-        out.append(format.substr(at, percent - at));
+        const std::size_t percent = format.find(F('%'), at);
+        AppendLiteral(out, format.substr(at, percent - at));
         if (percent == format.npos)
             return;
         Token token;
@@ -236,7 +249,7 @@ void AppendFilled(std::basic_string<C>& out, std::basic_string_view<C> format, c
         }
         // No conversion, or one without an argument: its first character stands for itself.
         out += C('%');
-        const bool twice = percent + 1 < format.size() && format[percent + 1] == C('%');
+        const bool twice = percent + 1 < format.size() && format[percent + 1] == F('%');
         at = percent + (twice ? 2 : 1);
     }
 }
@@ -259,6 +272,11 @@ void Append(std::string& out, std::string_view format, const Argument* args, std
 }
 
 void Append(std::wstring& out, std::wstring_view format, const Argument* args, std::size_t count)
+{
+    AppendFilled(out, format, args, count);
+}
+
+void Append(std::wstring& out, std::string_view format, const Argument* args, std::size_t count)
 {
     AppendFilled(out, format, args, count);
 }

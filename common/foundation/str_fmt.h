@@ -66,6 +66,9 @@ KVI_API void Append(std::string& out, std::string_view format, const Argument* a
                     std::size_t count);
 KVI_API void Append(std::wstring& out, std::wstring_view format, const Argument* args,
                     std::size_t count);
+/// The same with a format in narrow text.
+KVI_API void Append(std::wstring& out, std::string_view format, const Argument* args,
+                    std::size_t count);
 
 /// Copies @p text and its closing zero, cut to fit, into @p size units at @p buffer.
 KVI_API std::size_t CopyOut(char* buffer, std::size_t size, const std::string& text);

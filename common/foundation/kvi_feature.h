@@ -1,0 +1,21 @@
+/// @file
+/// Switches that the process's environment turns on.
+#pragma once
+
+#include "foundation/kvi_export.h"
+
+#include <string>
+
+namespace kvi::feature
+{
+
+/// The value of STRATIVO_DIAG_MODE or, when that is empty, of KVI_DIAG. Read anew at each call.
+KVI_API std::wstring DiagnosticMode();
+
+/// Whether either variable is set, be it to the empty text.
+KVI_API bool IsDiagnosticMode();
+
+/// Whether KVI_FPUTRAP is set to anything but the empty text and "0".
+KVI_API bool IsDiagnosticFpuTrapsEnabled();
+
+} // namespace kvi::feature

@@ -1,0 +1,104 @@
+/// @file
+/// Logging: the call-site macro and what stands behind it.
+#pragma once
+
+#include "foundation/kvi_export.h"
+#include "foundation/kvidbg_Category.h"
+#include "foundation/kvidbg_EventSink.h"
+#include "foundation/kvidbg_LogFilter.h"
+#include "foundation/str_fmt.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace gtl
+{
+class status;
+}
+
+/// Logs with a level, a category mask (or a DeclareCategoryMask object, or 0) and a format with its
+/// arguments. A record that the filter holds back costs a load and two comparisons; its arguments
+/// are not evaluated.
+/// @code
+/// static const kvi::diag::DeclareCategoryMask kMath("Math");
+/// KVI_LOG(kvi::diag::warning, kMath, "equation %d: pivot %g", equation, pivot);
+/// @endcode
+#define KVI_LOG(level, mask, ...)                                                                  \
+    do                                                                                             \
+    {                                                                                              \
+        if (const int kviLevel = (level), kviMask = (mask);                                        \
+            kvi::diag::LogFilter::Passes(kviLevel, kviMask))                                       \
+            kvi::diag::LogMacroHandler(kviLevel, kviMask, __FILE__, __LINE__,                      \
+                                       __func__)(__VA_ARGS__);                                     \
+    } while (false)
+
+namespace kvi::diag
+{
+
+/// A call site on its way to the current sink. A record that the filter holds back goes nowhere; no
+/// call throws.
+class KVI_API LogMacroHandler
+{
+public:
+    /// @param file, function  texts that live as long as the program
+    LogMacroHandler(int level, int mask, const char* file, int line, const char* function)
+        : record_{level, mask, file, line, function}
+    {
+    }
+
+    /// Logs @p format filled with @p args, see str_fmt.h.
+    template <class... A>
+    void operator()(const char* format, const A&... args) const
+    {
+        const str::fmt::impl::Argument list[sizeof...(A) + 1] = {
+            str::fmt::impl::MakeArgument(args)..., {}};
+        Send(std::string_view(format), list, sizeof...(A));
+    }
+    template <class... A>
+    void operator()(const wchar_t* format, const A&... args) const
+    {
+        const str::fmt::impl::Argument list[sizeof...(A) + 1] = {
+            str::fmt::impl::MakeArgument(args)..., {}};
+        Send(std::wstring_view(format), list, sizeof...(A));
+    }
+    /// Logs a finished text: a "%" in it means nothing.
+    void operator()(const std::string& text) const;
+    void operator()(const std::wstring& text) const;
+
+private:
+    void Send(std::string_view format, const str::fmt::impl::Argument* args,
+              std::size_t count) const noexcept;
+    void Send(std::wstring_view format, const str::fmt::impl::Argument* args,
+              std::size_t count) const noexcept;
+
+    LogRecord record_;
+};
+
+/// "Function: ...\nLine: file(line)", for a text that is to name its place.
+KVI_API std::string FormatContext(const char* file, int line, const char* function);
+
+/// @name Texts for the log
+KVI_API std::wstring to_wstring(const gtl::status& status); ///< its finished message
+KVI_API std::wstring to_wstring(int value);
+KVI_API std::wstring to_wstring(unsigned int value);
+KVI_API std::wstring to_wstring(const std::string& text);
+KVI_API std::wstring to_wstring(const char* text);
+
+namespace impl
+{
+KVI_API void SendEvent(int level, std::string_view format, const str::fmt::impl::Argument* args,
+                       std::size_t count) noexcept;
+}
+
+/// Sends a text of level information, without category or call site, to the current sink when that
+/// level passes the filter.
+template <class... A>
+void logprintf(const char* format, const A&... args)
+{
+    const str::fmt::impl::Argument list[sizeof...(A) + 1] = {str::fmt::impl::MakeArgument(args)...,
+                                                             {}};
+    impl::SendEvent(information, format, list, sizeof...(A));
+}
+
+} // namespace kvi::diag

@@ -1,0 +1,112 @@
+#include "foundation/kvidbg_Category.h"
+#include "foundation/kvidbg_EventSink.h"
+#include "foundation/kvidbg_LogFilter.h"
+#include "foundation/kvidbg_Output.h"
+#include "foundation/kvidbg_RecordLine.h"
+#include "foundation/str_fmt.h"
+
+#include <chrono>
+#include <mutex>
+
+namespace kvi::diag
+{
+namespace
+{
+std::int64_t Now()
+{
+    return std::chrono::duration_cast<std::chrono::microseconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+} // namespace
+
+/// All of it under one lock: lines are made and written one after the other.
+struct DefaultEventSink::State
+{
+    std::mutex lock;
+    std::wstring path = L"stderr";
+    bool buffered = false;
+    impl::RecordLine lines;
+    impl::Output output = impl::Output::Console(true);
+    impl::Output errors = impl::Output::Console(true); // of "stdoutstderr" only
+    bool split = false;
+    unsigned long long lostBefore = 0; // by targets of earlier paths
+
+    unsigned long long Lost() const { return lostBefore + output.Lost() + errors.Lost(); }
+
+    void Write(const LogRecord& record, const std::wstring& text)
+    {
+        impl::Output& out = split && record.level >= error ? errors : output;
+        const std::int64_t now = Now();
+        lines.Append(out.Gathered(), record, text, now);
+        out.Added();
+        const bool gather = buffered && record.level < error && !IsSafeMode();
+        out.Write(gather, now, lines);
+    }
+};
+
+DefaultEventSink::DefaultEventSink() : state_(std::make_unique<State>()) {}
+
+DefaultEventSink::~DefaultEventSink() { DefaultEventSink::Flush(); }
+
+void DefaultEventSink::Flush()
+{
+    const std::lock_guard guard(state_->lock);
+    state_->output.Write(false, Now(), state_->lines);
+}
+
+void DefaultEventSink::OutputPath(const std::wstring& path)
+{
+    const std::lock_guard guard(state_->lock);
+    if (path == state_->path)
+        return;
+    state_->output.Write(false, Now(), state_->lines);
+    state_->lostBefore = state_->Lost();
+    state_->path = path;
+    state_->split = path == L"stdoutstderr";
+    state_->errors = impl::Output::Console(true);
+    if (path == L"stdout" || path == L"stderr" || state_->split)
+        state_->output = impl::Output::Console(path == L"stderr");
+    else
+        state_->output = impl::Output::File(path);
+}
+
+void DefaultEventSink::Buffered(bool on)
+{
+    const std::lock_guard guard(state_->lock);
+    state_->buffered = on;
+    if (!on)
+        state_->output.Write(false, Now(), state_->lines);
+}
+
+unsigned long long DefaultEventSink::Lost() const
+{
+    const std::lock_guard guard(state_->lock);
+    return state_->Lost();
+}
+
+void DefaultEventSink::Event(int level, const std::wstring& text)
+{
+    DefaultEventSink::Log({level, 0, "", 0, ""}, text);
+}
+
+void DefaultEventSink::Log(const LogRecord& record, const std::wstring& text)
+{
+    const std::lock_guard guard(state_->lock);
+    try
+    {
+        state_->Write(record, text);
+    }
+    catch (...) // no memory for the line
+    {
+        ++state_->lostBefore;
+    }
+}
+
+void ReleaseDefaultEventSink::Assertion(const char* expression, const char* file, int line)
+{
+    DefaultEventSink::Log({critical, 0, file, line, ""},
+                          str::sprintf(L"failed check: %s at %s(%d)", expression, file, line));
+}
+
+} // namespace kvi::diag

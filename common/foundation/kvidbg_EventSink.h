@@ -1,0 +1,141 @@
+/// @file
+/// Where the log's records go: the sink interface, the current sink, the library's own sinks.
+#pragma once
+
+#include "foundation/kvi_export.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+namespace kvi::diag
+{
+
+/// What a call site tells about its record. The texts live as long as the program.
+struct LogRecord
+{
+    int level;
+    int mask; ///< categories; 0: none
+    const char* file;
+    int line;
+    const char* function;
+};
+
+/// Takes events and records. The operations are fixed by their position after the destructor.
+/// Threads: every operation may be called from any thread. None throws.
+class KVI_API IEventSink
+{
+public:
+    virtual ~IEventSink();
+    /// First: writes out what is gathered.
+    virtual void Flush() = 0;
+    /// Second: where later records go.
+    virtual void OutputPath(const std::wstring& path) = 0;
+    /// Third: a check failed that should have held.
+    virtual void Assertion(const char* expression, const char* file, int line) = 0;
+    /// Fourth: whether records may be gathered (true) or are written one by one (false).
+    virtual void Buffered(bool on) = 0;
+    /// Fifth: how many records could not be written so far.
+    virtual unsigned long long Lost() const = 0;
+    /// Sixth: a text without a call site.
+    virtual void Event(int level, const std::wstring& text) = 0;
+    /// Seventh: a record of LogMacroHandler and its finished text.
+    virtual void Log(const LogRecord& record, const std::wstring& text) = 0;
+};
+
+/// Writes records as lines to the target its path names:
+///
+/// | path | target |
+/// |---|---|
+/// | "stdout" | standard output |
+/// | "stderr" (at first) | standard error |
+/// | "stdoutstderr" | standard error for error and critical, standard output for the others |
+/// | "" | none: records are dropped |
+/// | any other text | that file, appended to as UTF-8 |
+///
+/// A line is `2026-03-04T05:06:07.089Z warning     Math 4711 text`: the time (UTC), the level, the
+/// category names ("-" for none), the thread's number in the system, the text. Further lines of a
+/// text are indented by four spaces, other control characters written as \xNN, so nothing in a text
+/// looks like the begin of another record.
+///
+/// Every line goes out in one append: lines of several threads and processes stay whole. A target
+/// that fails never stops or ends the caller: the reason goes to standard error once for a path,
+/// records that come meanwhile are counted, and the first one that can be written again follows a
+/// line that tells how many were lost. A target that fails slowly is left alone for ten times as
+/// long as it took.
+///
+/// Buffered, the lines of a file are gathered to 32 KiB, to the next error or Flush, or to the end
+/// of the process; safe mode switches that off.
+class KVI_API DefaultEventSink : public IEventSink
+{
+public:
+    DefaultEventSink();
+    ~DefaultEventSink() override;
+
+    void Flush() override;
+    void OutputPath(const std::wstring& path) override;
+    void Buffered(bool on) override;
+    unsigned long long Lost() const override;
+    void Event(int level, const std::wstring& text) override;
+    void Log(const LogRecord& record, const std::wstring& text) override;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+/// The default sink: a failed check is a critical record.
+class KVI_API ReleaseDefaultEventSink : public DefaultEventSink
+{
+public:
+    void Assertion(const char* expression, const char* file, int line) override;
+};
+
+/// The process's current sink.
+class KVI_API EventSink
+{
+public:
+    /// A ReleaseDefaultEventSink until another is registered; it lasts until the process has ended.
+    static IEventSink& Instance();
+    /// Makes @p sink the current one; null brings the default sink back. The caller keeps it, and
+    /// keeps it alive while any thread may log.
+    static void RegisterInstance(IEventSink* sink);
+};
+
+/// Counts what passes through and hands it on unchanged.
+class KVI_API CatchErrorEventSink : public IEventSink
+{
+public:
+    /// The one instance. The first call puts it in front of the sink that is current then.
+    static CatchErrorEventSink& Instance();
+
+    /// @name What was counted since the last Reset
+    unsigned Criticals() const { return criticals_; }   ///< events of level critical
+    unsigned Errors() const { return errors_; }         ///< events of level error
+    unsigned Assertions() const { return assertions_; } ///< failed checks
+    void Reset();
+
+    void Flush() override;
+    void OutputPath(const std::wstring& path) override;
+    void Assertion(const char* expression, const char* file, int line) override;
+    void Buffered(bool on) override;
+    unsigned long long Lost() const override;
+    void Event(int level, const std::wstring& text) override;
+    void Log(const LogRecord& record, const std::wstring& text) override;
+
+private:
+    explicit CatchErrorEventSink(IEventSink& inner);
+
+    IEventSink& inner_;
+    std::atomic<unsigned> criticals_{0}, errors_{0}, assertions_{0};
+};
+
+/// Sends the current sink's later records to @p path.
+KVI_API void SinkFilePath(const std::wstring& path);
+
+/// @name Safe mode: every record is written at once, whatever buffering was asked for, so that the
+/// last one before a crash is in the file
+KVI_API void SetSafeMode(bool on);
+KVI_API bool IsSafeMode();
+
+} // namespace kvi::diag

@@ -1,0 +1,52 @@
+/// @file
+/// One target of the default sink, with what it does while it fails. Not installed.
+#pragma once
+
+#include "platform/platform_logfile.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace kvi::diag::impl
+{
+class RecordLine;
+
+/// Gathers lines and appends them to a file or the console; counts what cannot be written.
+/// Threads: one at a time.
+class Output
+{
+public:
+    static Output Console(bool standardError);
+    /// An empty @p path drops everything.
+    static Output File(const std::wstring& path);
+
+    /// The lines not written yet; a new one goes to the end, then Added is called.
+    std::string& Gathered() { return gathered_; }
+    void Added() { ++records_; }
+
+    /// Writes the gathered lines; with @p gather only when a file has many of them. Before the
+    /// first lines that go out after a failure stands one that tells the loss, made by @p lines.
+    void Write(bool gather, std::int64_t now, RecordLine& lines);
+
+    unsigned long long Lost() const { return lost_; }
+
+private:
+    void Fail(const platform::WriteResult& result, std::size_t head, std::int64_t started);
+    void TellReason(unsigned long error);
+
+    std::unique_ptr<platform::LogFile> file_;
+    bool toError_ = false;
+    bool dropped_ = false;
+
+    std::string gathered_;
+    unsigned records_ = 0; // in gathered_
+
+    unsigned long long lost_ = 0;
+    unsigned long long untold_ = 0; // of lost_, not yet told in the target itself
+    bool torn_ = false;             // the target ends within a line
+    bool reasonTold_ = false;
+    std::int64_t failedAt_ = 0, restUntil_ = 0; // microseconds
+};
+
+} // namespace kvi::diag::impl

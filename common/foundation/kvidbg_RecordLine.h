@@ -1,0 +1,34 @@
+/// @file
+/// The layout of the default sink's lines. Not installed.
+#pragma once
+
+#include "foundation/kvidbg_EventSink.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kvi::diag::impl
+{
+
+/// Makes lines; keeps what the next one is likely to need again. Threads: one at a time.
+class RecordLine
+{
+public:
+    /// Appends the line of @p record with @p text to @p out.
+    /// @param now  microseconds since 1970 (UTC)
+    void Append(std::string& out, const LogRecord& record, const std::wstring& text,
+                std::int64_t now);
+
+private:
+    void AppendTime(std::string& out, std::int64_t now);
+    void AppendCategories(std::string& out, int mask);
+
+    std::int64_t second_ = -1;
+    char secondText_[21] = ""; // "2026-03-04T05:06:07."
+    unsigned generation_ = 0;
+    std::vector<std::pair<int, std::string>> names_; // by mask, of this generation
+};
+
+} // namespace kvi::diag::impl

@@ -1,0 +1,187 @@
+#include "platform/platform_logfile.h"
+
+#include "platform/platform_utf8.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+#include <windows.h>
+
+namespace platform
+{
+namespace
+{
+constexpr std::int64_t kLookEvery = 1000; // microseconds
+// The lock below is waited for this long at most, then the write goes on without it.
+constexpr int kLockTries = 100;
+
+HANDLE Handle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
+
+WriteResult WriteAll(HANDLE file, std::string_view bytes)
+{
+    std::size_t written = 0;
+    while (written < bytes.size())
+    {
+        const auto piece =
+            static_cast<DWORD>(std::min<std::size_t>(bytes.size() - written, 1u << 30));
+        DWORD n = 0;
+        if (!::WriteFile(file, bytes.data() + written, piece, &n, nullptr))
+            return {::GetLastError(), written};
+        if (n == 0)
+            return {ERROR_DISK_FULL, written};
+        written += n;
+    }
+    return {0, written};
+}
+
+/// One process at a time, where the system does not make each append one step (Wine, some network
+/// drives): a byte far behind the end of the file is locked meanwhile.
+class AppendLock
+{
+public:
+    explicit AppendLock(HANDLE file) : file_(file)
+    {
+        for (int tries = 0; tries < kLockTries; ++tries)
+        {
+            OVERLAPPED at = Far();
+            locked_ = ::LockFileEx(file_, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1,
+                                   0, &at) != FALSE;
+            if (locked_ || ::GetLastError() != ERROR_LOCK_VIOLATION)
+                return;
+            ::Sleep(tries < 20 ? 0 : 1);
+        }
+    }
+    ~AppendLock()
+    {
+        OVERLAPPED at = Far();
+        if (locked_)
+            ::UnlockFileEx(file_, 0, 1, 0, &at);
+    }
+    AppendLock(const AppendLock&) = delete;
+    AppendLock& operator=(const AppendLock&) = delete;
+
+private:
+    static OVERLAPPED Far()
+    {
+        OVERLAPPED at{};
+        at.OffsetHigh = 0x7FFFFFFF;
+        return at;
+    }
+
+    HANDLE file_;
+    bool locked_ = false;
+};
+
+HANDLE OpenPath(const std::wstring& path, DWORD access, DWORD creation)
+{
+    // Everything shared, so that others may read, rename and remove a log that is in use.
+    return ::CreateFileW(path.c_str(), access,
+                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, creation,
+                         FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+bool Identify(HANDLE file, std::uint64_t& device, std::uint64_t& number)
+{
+    BY_HANDLE_FILE_INFORMATION about;
+    if (!::GetFileInformationByHandle(file, &about) || about.nNumberOfLinks == 0)
+        return false;
+    device = about.dwVolumeSerialNumber;
+    number = (std::uint64_t{about.nFileIndexHigh} << 32) | about.nFileIndexLow;
+    return true;
+}
+
+bool IsAboutToGo(HANDLE file)
+{
+    FILE_STANDARD_INFO about;
+    return ::GetFileInformationByHandleEx(file, FileStandardInfo, &about, sizeof about) &&
+           about.DeletePending;
+}
+} // namespace
+
+LogFile::LogFile(std::wstring path) : path_(std::move(path)) {}
+
+LogFile::~LogFile() { Close(); }
+
+unsigned long LogFile::Open()
+{
+    const HANDLE file =
+        OpenPath(path_, FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE, OPEN_ALWAYS);
+    if (file == INVALID_HANDLE_VALUE)
+        return ::GetLastError();
+    handle_ = reinterpret_cast<std::intptr_t>(file);
+    regular_ = ::GetFileType(file) == FILE_TYPE_DISK && Identify(file, device_, number_);
+    return 0;
+}
+
+void LogFile::Close()
+{
+    if (handle_ != -1)
+        ::CloseHandle(Handle(handle_));
+    handle_ = -1;
+}
+
+bool LogFile::IsCurrent() const
+{
+    if (!regular_)
+        return true;
+    if (IsAboutToGo(Handle(handle_)))
+        return false;
+    const HANDLE named = OpenPath(path_, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
+    if (named == INVALID_HANDLE_VALUE)
+        return false;
+    std::uint64_t device = 0, number = 0;
+    const bool known = Identify(named, device, number);
+    ::CloseHandle(named);
+    return known && device == device_ && number == number_;
+}
+
+WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
+{
+    if (now - looked_ > kLookEvery || now < looked_)
+    {
+        looked_ = now;
+        if (handle_ != -1 && !IsCurrent())
+            Close();
+    }
+    if (handle_ == -1)
+    {
+        const unsigned long error = Open();
+        if (error != 0)
+            return {error, 0};
+    }
+    const HANDLE file = Handle(handle_);
+    WriteResult result;
+    if (regular_)
+    {
+        const AppendLock lock(file);
+        result = WriteAll(file, bytes);
+    }
+    else
+    {
+        result = WriteAll(file, bytes);
+    }
+    if (result.error != 0)
+        Close();
+    return result;
+}
+
+WriteResult WriteToConsole(bool toError, std::string_view bytes)
+{
+    std::fflush(toError ? stderr : stdout);
+    const HANDLE stream = ::GetStdHandle(toError ? STD_ERROR_HANDLE : STD_OUTPUT_HANDLE);
+    if (stream == nullptr || stream == INVALID_HANDLE_VALUE)
+        return {ERROR_INVALID_HANDLE, 0};
+    DWORD mode = 0;
+    if (!::GetConsoleMode(stream, &mode))
+        return WriteAll(stream, bytes);
+    const std::wstring text = FromUtf8(bytes);
+    DWORD n = 0;
+    if (!::WriteConsoleW(stream, text.data(), static_cast<DWORD>(text.size()), &n, nullptr))
+        return {::GetLastError(), 0};
+    return {0, bytes.size()};
+}
+
+unsigned long ThreadNumber() { return ::GetCurrentThreadId(); }
+
+} // namespace platform

@@ -1,0 +1,351 @@
+#include "foundation/App.h"
+#include "foundation/kvidbg.h"
+#include "foundation/str.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+using namespace kvi::diag;
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+namespace
+{
+constexpr bool kWindows = fs::path::preferred_separator == L'\\';
+
+/// fs::path::wstring goes through the process's locale.
+std::wstring Wide(const fs::path& path) { return str::as_wstring(str::u8string(path.u8string())); }
+
+std::string ReadAll(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<std::string> ReadLines(const fs::path& path)
+{
+    std::vector<std::string> lines;
+    std::istringstream text(ReadAll(path));
+    for (std::string line; std::getline(text, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+/// A folder of the test's own, and a sink that writes to a file in it.
+class LogFileTest : public testing::Test
+{
+protected:
+    LogFileTest()
+    {
+        fs::remove_all(folder);
+        fs::create_directories(folder);
+        sink.OutputPath(Wide(path));
+    }
+
+    void Put(const std::wstring& text, int level = warning)
+    {
+        sink.Log({level, 4, "", 0, ""}, text);
+    }
+    std::string Text() const { return ReadAll(path); }
+
+    const fs::path folder =
+        fs::path(KVI_TEST_TEMP) / testing::UnitTest::GetInstance()->current_test_info()->name();
+    const fs::path path = folder / u8"log-\u00e9.txt";
+    ReleaseDefaultEventSink sink;
+};
+
+TEST_F(LogFileTest, ALineHasTimeLevelCategoriesThreadAndText)
+{
+    Put(L"caf\u00e9 \t50%");
+    sink.Event(critical, L"no category");
+    sink.Assertion("a < b", "f.cpp", 12);
+    const auto lines = ReadLines(path);
+    ASSERT_EQ(lines.size(), 3u);
+    const std::string time = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}Z ";
+    EXPECT_TRUE(std::regex_match(lines[0],
+                                 std::regex(time + "warning     math [1-9]\\d* caf\xC3\xA9 \t50%")))
+        << lines[0];
+    EXPECT_TRUE(std::regex_match(lines[1], std::regex(time + "critical    - \\d+ no category")));
+    EXPECT_NE(lines[2].find("failed check: a < b at f.cpp(12)"), std::string::npos);
+    // UTC: the file system's clock and the line agree within the hour.
+    const auto now = std::chrono::system_clock::now();
+    EXPECT_EQ(lines[0].substr(0, 4),
+              std::to_string(int(
+                  std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(now)).year())));
+}
+
+TEST_F(LogFileTest, ATextOfSeveralLinesStaysOneRecord)
+{
+    Put(std::wstring(L"one\r\ntwo\n2026-01-01T00:00:00.000Z forged\r\x1b[31m\0end\n\n", 50)
+            .substr(0, 50));
+    const std::string text = Text();
+    EXPECT_NE(
+        text.find("one\n    two\n    2026-01-01T00:00:00.000Z forged\n    \\x1b[31m\\x00end\n"),
+        std::string::npos)
+        << text;
+    EXPECT_EQ(text.back(), '\n');
+    EXPECT_NE(text[text.size() - 2], '\n');
+}
+
+TEST_F(LogFileTest, BufferedLinesComeWithAnErrorAFlushOrSafeMode)
+{
+    sink.Buffered(true);
+    Put(L"gathered");
+    EXPECT_EQ(Text(), "");
+    Put(L"grave", error);
+    EXPECT_EQ(ReadLines(path).size(), 2u);
+    Put(L"gathered");
+    sink.Flush();
+    EXPECT_EQ(ReadLines(path).size(), 3u);
+    SetSafeMode(true);
+    Put(L"at once");
+    SetSafeMode(false);
+    EXPECT_EQ(ReadLines(path).size(), 4u);
+    for (int i = 0; i < 1000; ++i)
+        Put(std::wstring(100, L'x'));
+    EXPECT_GT(fs::file_size(path), 64u * 1024);
+    sink.OutputPath(L""); // the old target gets what belongs to it
+    EXPECT_EQ(ReadLines(path).size(), 1004u);
+}
+
+TEST_F(LogFileTest, ThreadsKeepTheirLinesWhole)
+{
+    constexpr int kThreads = 8, kLines = 200;
+    {
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < kThreads; ++t)
+            threads.emplace_back([this, t] {
+                for (int i = 0; i < kLines; ++i)
+                    Put(str::sprintf(L"t%d line %d %s.", t, i, std::wstring(std::size_t(i), L'x')));
+            });
+    }
+    std::vector<int> next(kThreads, 0);
+    for (const std::string& line : ReadLines(path))
+    {
+        std::smatch m;
+        ASSERT_TRUE(std::regex_search(line, m, std::regex(" t(\\d) line (\\d+) (x*)\\.$"))) << line;
+        const auto t = std::size_t(std::stoi(m[1]));
+        EXPECT_EQ(std::stoi(m[2]), next[t]++);
+        EXPECT_EQ(m[3].length(), std::stoi(m[2]));
+    }
+    EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
+}
+
+TEST_F(LogFileTest, ComesBackWhenTheFolderDoes)
+{
+    const fs::path missing = folder / "missing" / "log.txt";
+    testing::internal::CaptureStderr();
+    sink.OutputPath(Wide(missing));
+    for (int i = 0; i < 3; ++i)
+        Put(L"lost");
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(told.find("KVI: the log cannot be written to "), 0u) << told; // with the reason, once
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1);
+    EXPECT_EQ(sink.Lost(), 3u);
+    fs::create_directory(missing.parent_path());
+    Put(L"back");
+    Put(L"again");
+    const auto lines = ReadLines(missing);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_NE(lines[0].find(" 3 records before this one could not be written"), std::string::npos);
+    EXPECT_TRUE(lines[1].ends_with(" back"));
+    EXPECT_TRUE(lines[2].ends_with(" again"));
+    EXPECT_EQ(sink.Lost(), 3u);
+}
+
+TEST_F(LogFileTest, ADirectoryOrAFullDiskIsNoTarget)
+{
+    testing::internal::CaptureStderr();
+    sink.OutputPath(Wide(folder));
+    Put(L"lost");
+    EXPECT_EQ(sink.Lost(), 1u);
+    if (fs::exists("/dev/full"))
+    {
+        sink.OutputPath(L"/dev/full");
+        const auto start = Clock::now();
+        for (int i = 0; i < 100; ++i)
+            Put(L"lost");
+        EXPECT_LT(Clock::now() - start, std::chrono::seconds(2));
+        EXPECT_EQ(sink.Lost(), 101u);
+    }
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), fs::exists("/dev/full") ? 2 : 1) << told;
+}
+
+TEST_F(LogFileTest, ARemovedOrRenamedFileIsMadeAnew)
+{
+    const auto pause = [] { std::this_thread::sleep_for(std::chrono::milliseconds(3)); };
+    Put(L"first");
+    fs::rename(path, folder / "old.txt");
+    pause();
+    Put(L"second");
+    EXPECT_NE(ReadAll(folder / "old.txt").find("first"), std::string::npos);
+    ASSERT_EQ(ReadLines(path).size(), 1u);
+    fs::remove(path);
+    pause();
+    Put(L"third");
+    EXPECT_NE(Text().find("third"), std::string::npos);
+    EXPECT_EQ(sink.Lost(), 0u);
+}
+
+TEST_F(LogFileTest, StdoutstderrPartsErrorsFromTheRest)
+{
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    sink.OutputPath(L"stdoutstderr");
+    for (int l : {verbose, information, warning, error, critical})
+        Put(L"level " + std::to_wstring(l), l);
+    const std::string out = testing::internal::GetCapturedStdout();
+    const std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_NE(out.find("level 2"), std::string::npos);
+    EXPECT_EQ(out.find("level 3"), std::string::npos);
+    EXPECT_EQ(err.find("level 2"), std::string::npos);
+    EXPECT_NE(err.find("level 3"), std::string::npos);
+    EXPECT_NE(err.find("level 4"), std::string::npos);
+}
+
+/// Runs one of the DISABLED_ tests below in a process of its own; @p tail follows its command.
+bool RunChild(const std::string& role, const std::string& tail)
+{
+    const std::string command = str::sprintf(
+        "\"%s\" --gtest_also_run_disabled_tests --gtest_filter=LogChild.DISABLED_%s %s",
+        App::Instance().ProgramPath(), role, tail);
+    return std::system((kWindows ? '"' + command + '"' : command).c_str()) == 0;
+}
+
+const fs::path kShared = fs::path(KVI_TEST_TEMP) / "LogChild";
+
+struct LogsWhenDestroyed
+{
+    bool on = false;
+    ~LogsWhenDestroyed()
+    {
+        if (on)
+            KVI_LOG(critical, kMathCategory, "from a destructor");
+    }
+} logsWhenDestroyed;
+
+const bool kLoggedEarly = [] { // from a static constructor, at a level that is filtered
+    KVI_LOG(verbose, kMathCategory, "early");
+    LogMacroHandler(verbose, 0, "", 0, "")("early");
+    return EventSink::Instance().Lost() == 0;
+}();
+
+TEST(LogChild, DISABLED_AppendsLines)
+{
+    SinkFilePath(Wide(kShared / "many.txt"));
+    for (int i = 0; i < 300; ++i)
+        KVI_LOG(warning, 0, "line %d %s.", i, std::string(std::size_t(i), 'y'));
+    EXPECT_EQ(EventSink::Instance().Lost(), 0u);
+}
+
+TEST(LogChild, DISABLED_LogsToTheEnd)
+{
+    logsWhenDestroyed.on = true;
+    SinkFilePath(Wide(kShared / "end.txt"));
+    EventSink::Instance().Buffered(true);
+    KVI_LOG(warning, 0, "gathered");
+}
+
+TEST(LogChild, DISABLED_WritesToAClosedPipe)
+{
+    SinkFilePath(L"stdout");
+    for (int i = 0; i < 500 && EventSink::Instance().Lost() == 0; ++i)
+    {
+        KVI_LOG(warning, 0, "nobody reads this");
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    std::ofstream(kShared / "closed.txt") << EventSink::Instance().Lost();
+}
+
+TEST(LogChild, DISABLED_UsesUpTheCategoryBits)
+{
+    SinkFilePath(Wide(kShared / "bits.txt"));
+    std::vector<int> masks;
+    for (int i = 0; i < 40; ++i)
+        masks.push_back(CategoryMask("Bits" + std::to_string(100 + i)));
+    int seen = 0;
+    for (int mask : masks)
+    {
+        EXPECT_EQ(seen & mask, 0);
+        EXPECT_EQ(mask & 3, 0);
+        EXPECT_GE(mask, 0);
+        seen |= mask;
+    }
+    EXPECT_EQ(masks.back(), 0);
+    EXPECT_EQ(CategoryMask("math"), 4);
+    EXPECT_NE(CategoryNames(-1).find("bits139"), std::string::npos);
+    EXPECT_EQ(CategoryMask(""), 0x7FFFFFFC);
+    LogFilter::Set(warning, 4);
+    KVI_LOG(warning, masks.back(), "a record without a bit");
+}
+
+TEST(LogProcesses, AppendWholeLinesToOneFile)
+{
+    EXPECT_TRUE(kLoggedEarly);
+    fs::remove_all(kShared);
+    fs::create_directories(kShared);
+    constexpr int kChildren = 4;
+    {
+        std::vector<std::jthread> runs;
+        for (int c = 0; c < kChildren; ++c)
+            runs.emplace_back([c] {
+                EXPECT_TRUE(RunChild("AppendsLines",
+                                     "> \"" + (kShared / std::to_string(c)).string() + "\""));
+            });
+    }
+    const auto lines = ReadLines(kShared / "many.txt");
+    EXPECT_EQ(lines.size(), kChildren * 300u);
+    std::vector<int> seen(300, 0);
+    for (const std::string& line : lines)
+    {
+        std::smatch m;
+        ASSERT_TRUE(
+            std::regex_match(line, m, std::regex("\\S+Z warning +- \\d+ line (\\d+) (y*)\\.")))
+            << line;
+        EXPECT_EQ(m[2].length(), std::stoi(m[1]));
+        ++seen[std::size_t(std::stoi(m[1]))];
+    }
+    EXPECT_EQ(seen, std::vector<int>(300, kChildren));
+}
+
+TEST(LogProcesses, LogUntilTheyHaveEnded)
+{
+    fs::create_directories(kShared);
+    fs::remove(kShared / "end.txt");
+    EXPECT_TRUE(RunChild("LogsToTheEnd", "> \"" + (kShared / "out").string() + "\""));
+    const auto lines = ReadLines(kShared / "end.txt");
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_TRUE(lines[0].ends_with(" gathered"));
+    EXPECT_TRUE(lines[1].ends_with(" from a destructor"));
+}
+
+TEST(LogProcesses, SurviveAClosedPipe)
+{
+    if (kWindows)
+        GTEST_SKIP() << "its command interpreter passes pipes through files";
+    fs::create_directories(kShared);
+    fs::remove(kShared / "closed.txt");
+    RunChild("WritesToAClosedPipe", "2> \"" + (kShared / "reason").string() + "\" | sleep 0.3");
+    EXPECT_EQ(ReadAll(kShared / "closed.txt"), "1");
+    EXPECT_EQ(ReadLines(kShared / "reason").size(), 1u);
+}
+
+TEST(LogProcesses, KeepTheBitsGivenWhenNoneAreLeft)
+{
+    fs::create_directories(kShared);
+    fs::remove(kShared / "bits.txt");
+    EXPECT_TRUE(RunChild("UsesUpTheCategoryBits", "> \"" + (kShared / "out").string() + "\""));
+    const auto lines = ReadLines(kShared / "bits.txt");
+    ASSERT_EQ(lines.size(), 2u); // told once
+    EXPECT_NE(lines[0].find("no bit is left for log category"), std::string::npos);
+    EXPECT_TRUE(lines[1].ends_with("a record without a bit"));
+}
+} // namespace

@@ -1,0 +1,191 @@
+#include "foundation/gtl_status.h"
+#include "foundation/kvidbg.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace kvi::diag;
+
+namespace
+{
+/// Writes down which operation was called.
+class FakeSink : public IEventSink
+{
+public:
+    void Flush() override { calls += "1"; }
+    void OutputPath(const std::wstring&) override { calls += "2"; }
+    void Assertion(const char*, const char*, int) override { calls += "3"; }
+    void Buffered(bool) override { calls += "4"; }
+    unsigned long long Lost() const override { return 5; }
+    void Event(int level, const std::wstring& what) override
+    {
+        calls += "6";
+        last = {level, 0, "", 0, ""};
+        text = what;
+    }
+    void Log(const LogRecord& record, const std::wstring& what) override
+    {
+        calls += "7";
+        last = record;
+        text = what;
+    }
+
+    std::string calls;
+    LogRecord last{};
+    std::wstring text;
+};
+
+/// Leaves the filter and the current sink as they were.
+class Log : public testing::Test
+{
+protected:
+    Log() { EventSink::RegisterInstance(&sink); }
+    ~Log() override
+    {
+        EventSink::RegisterInstance(before);
+        LogFilter::Set(level, mask);
+    }
+
+    IEventSink* before = &EventSink::Instance();
+    int level = LogFilter::MinLevel(), mask = LogFilter::CategoryMask();
+    FakeSink sink;
+};
+
+const DeclareCategoryMask kMath("MATH"), kMeshes("Test.Meshes");
+
+/// The position of a virtual operation, from the pointer to it: both compilers' common C++ ABI
+/// stores one plus the offset in the table.
+template <class Operation>
+std::size_t Slot(Operation operation)
+{
+    std::size_t word = 0;
+    std::memcpy(&word, &operation, sizeof word);
+    return (word - 1) / sizeof(void*);
+}
+
+TEST_F(Log, TheSinksOperationsStandInTheirSlots)
+{
+    // Two slots of the destructor come first.
+    EXPECT_EQ(Slot(&IEventSink::Flush), 2u);
+    EXPECT_EQ(Slot(&IEventSink::OutputPath), 3u);
+    EXPECT_EQ(Slot(&IEventSink::Assertion), 4u);
+    EXPECT_EQ(Slot(&IEventSink::Buffered), 5u);
+    EXPECT_EQ(Slot(&IEventSink::Lost), 6u);
+    EXPECT_EQ(Slot(&IEventSink::Event), 7u);
+    EXPECT_EQ(Slot(&IEventSink::Log), 8u);
+    SinkFilePath(L"somewhere");
+    KVI_LOG(critical, 4, "x");
+    logprintf("below the filter");
+    LogFilter::Set(information, 0);
+    logprintf("an %s", "event");
+    EXPECT_EQ(sink.calls, "276");
+    EXPECT_EQ(sink.last.level, information);
+    EXPECT_EQ(sink.text, L"an event");
+}
+
+TEST_F(Log, CatchErrorSinkCountsAndHandsOn)
+{
+    CatchErrorEventSink& counter = CatchErrorEventSink::Instance(); // in front of the fake
+    EXPECT_EQ(&EventSink::Instance(), &counter);
+    counter.Reset();
+    counter.Flush();
+    counter.OutputPath(L"");
+    counter.Assertion("x", "f", 1);
+    counter.Buffered(false);
+    EXPECT_EQ(counter.Lost(), 5u);
+    for (int l : {verbose, warning, error, error, critical})
+        counter.Event(l, L"");
+    counter.Log({critical, 4, "", 0, ""}, L"");
+    EXPECT_EQ(sink.calls, "1234666667");
+    EXPECT_EQ(counter.Criticals(), 1u);
+    EXPECT_EQ(counter.Errors(), 2u);
+    EXPECT_EQ(counter.Assertions(), 1u);
+    counter.Reset();
+    EXPECT_EQ(counter.Criticals() + counter.Errors() + counter.Assertions(), 0u);
+}
+
+TEST_F(Log, AFilteredCallEvaluatesNothing)
+{
+    int evaluated = 0;
+    const auto argument = [&] { return ++evaluated; };
+    LogFilter::Set(warning, kMath);
+    KVI_LOG(information, kMath, "%d", argument());
+    KVI_LOG(critical, kMeshes, "%d", argument());
+    EXPECT_EQ(evaluated, 0);
+    EXPECT_EQ(sink.calls, "");
+    KVI_LOG(warning, kMath | kMeshes, L"%d%% %s", argument(), "done");
+    EXPECT_EQ(sink.text, L"1% done");
+    EXPECT_EQ(sink.last.mask, kMath | kMeshes);
+    EXPECT_STREQ(sink.last.function, "TestBody");
+    KVI_LOG(error, 0, std::string("100%d")); // no category: by its level alone; a finished text
+    EXPECT_EQ(sink.text, L"100%d");
+    LogMacroHandler(verbose, kMath, "f", 1, "g")("held back without the macro as well");
+    EXPECT_EQ(sink.calls, "77");
+}
+
+TEST_F(Log, CategoriesGetTheirBitsFromFourOn)
+{
+    EXPECT_EQ(CategoryMask("Math"), 4);
+    EXPECT_EQ(CategoryMask("mESSAGE"), 8);
+    EXPECT_EQ(kMath, 4);
+    const int first = CategoryMask("Test.Prefix");
+    const int second = CategoryMask("Test.Prefix.Inner");
+    EXPECT_EQ(first & (first - 1), 0);
+    EXPECT_EQ(CategoryMask("test.prefix"), first | second);
+    EXPECT_EQ(CategoryNames(first | second), "test.prefix"); // exactly that name's mask
+    EXPECT_EQ(CategoryNames(second), "test.prefix.inner");
+    EXPECT_EQ(CategoryNames(4 | second), "math;test.prefix.inner");
+    for (int none : {0, 1, 2, 3, -2, -2147483647 - 1})
+        EXPECT_EQ(CategoryNames(none), "") << none;
+    const std::string all = CategoryNames(-1);
+    EXPECT_TRUE(all.starts_with("math;message;test.")) << all;
+}
+
+TEST_F(Log, TheFilterReadsTexts)
+{
+    LogFilter::Set(3, 12);
+    LogFilter::Set(L"WARNING", L"");
+    EXPECT_EQ(LogFilter::MinLevel(), 2);
+    LogFilter::Set(L"unknown", L"");
+    LogFilter::Set(L"", L"");
+    EXPECT_EQ(LogFilter::MinLevel(), 2);
+    EXPECT_EQ(LogFilter::CategoryMask(), 12);
+    LogFilter::Set(L"Critical", L"Test.Filter");
+    const int own = LogFilter::CategoryMask();
+    const int later = CategoryMask("Test.Filter.Later"); // covered although declared after
+    EXPECT_EQ(LogFilter::CategoryMask(), own | later);
+    EXPECT_EQ(LogFilter::MinLevel(), 4);
+    LogFilter::Set(-5, own);
+    CategoryMask("Test.Filter.Latest"); // numbers stay as they were set
+    EXPECT_EQ(LogFilter::CategoryMask(), own);
+    EXPECT_EQ(LogFilter::MinLevel(), -5);
+    EXPECT_EQ(LevelByName(L"warnin"), 2147483647);
+}
+
+TEST_F(Log, CategoriesComeFromManyThreadsAtOnce)
+{
+    std::vector<int> masks(16);
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t i = 0; i < masks.size(); ++i)
+            threads.emplace_back([i, &masks] {
+                masks[i] = CategoryMask(i % 2 == 0 ? "Test.Thread.A" : "Test.Thread.B");
+            });
+    }
+    for (std::size_t i = 2; i < masks.size(); ++i)
+        EXPECT_EQ(masks[i], masks[i % 2]);
+    EXPECT_NE(masks[0], masks[1]);
+}
+
+TEST_F(Log, MakesTextsForTheLog)
+{
+    EXPECT_EQ(FormatContext("a.cpp", 7, "Solve"), "Function: Solve\nLine: a.cpp(7)");
+    EXPECT_EQ(to_wstring(gtl::status(L"no %s", L"water")), L"no water");
+    EXPECT_EQ(to_wstring(-3) + to_wstring(4000000000u) + to_wstring(std::string("%s")),
+              L"-34000000000%s");
+}
+} // namespace
