@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -184,3 +185,17 @@ TEST(ConvertFloat, EqualsTheCLibraryForLongDouble)
     }
 }
 #endif
+
+TEST(ConvertFloat, IsTheSameUnderEveryProcessLocale)
+{
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    const bool comma = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr ||
+                       std::setlocale(LC_ALL, "German_Germany") != nullptr;
+    EXPECT_EQ(Read("1.5"), 1.5);
+    EXPECT_EQ(Write(1.5, 1, RoundType::decimals), "1.5");
+    EXPECT_EQ(Write(1.5L + std::numeric_limits<long double>::epsilon(), 1, RoundType::decimals),
+              "1.5");
+    std::setlocale(LC_ALL, before.c_str());
+    if (!comma)
+        GTEST_SKIP() << "the machine has no locale with a decimal comma";
+}
