@@ -1,0 +1,152 @@
+/// @file
+/// Tables of parameters: rows are items, columns are quantities, cells are numbers.
+#pragma once
+
+#include "data/DataParamCalculator.h"
+#include "data/DataParamType.h"
+#include "data/datatable_eval.h"
+#include "data/kvi_gid.h"
+#include "foundation/gtl_iterator_range.h"
+#include "foundation/kvi_export.h"
+#include "foundation/math_strided_iterator.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// A dense rectangle of numbers that also answers for quantities it can compute.
+///
+/// Rows are numbered from 1. A new cell holds the missing value. A quantity without a column is
+/// computed on demand by the table's evaluator, from the columns and the table's calculators.
+///
+/// Nothing here reports errors. What is impossible is refused as a whole and leaves the table as
+/// it was, a new table empty: more than 32767 columns, a quantity twice or outside the catalogue,
+/// more than 2^36 cells or than memory has. Ask RowCount and ColumnCount where sizes come from
+/// outside.
+///
+/// Threads: any number may read at once (the evaluators of datatable::eval allow it); none may
+/// while another changes the table.
+/// @code
+/// DataTable soil(dataparam::Material, {dataparam::CurveA, dataparam::CurveN}, 2);
+/// soil.SetValue({1}, dataparam::CurveA, 10.0);
+/// @endcode
+class KVI_API DataTable
+{
+public:
+    using Values = gtl::iterator_range<math::strided_iterator<double>>;
+    using ConstValues = gtl::iterator_range<math::strided_iterator<const double>>;
+
+    /// An empty table. It computes nothing until it gets an evaluator from Init, Assign or
+    /// RegisterEvalulator.
+    DataTable();
+    DataTable(DataParamType rowKind, const std::vector<DataParamType>& params, unsigned int rows);
+    DataTable(DataParamType rowKind, const std::vector<DataParamType>& params, unsigned int rows,
+              const std::shared_ptr<datatable::ICalculators>& calculators,
+              datatable::EvaluatorPtr evaluator);
+    /// As Assign: the copy has the default evaluator.
+    DataTable(const DataTable& other);
+    /// Takes the evaluator too; @p other is empty afterwards, without one.
+    DataTable(DataTable&& other) noexcept;
+    DataTable& operator=(const DataTable& other);
+    DataTable& operator=(DataTable&& other) noexcept;
+    ~DataTable();
+    void swap(DataTable& other) noexcept;
+
+    /// Gives the table new columns and rows, every cell missing.
+    /// @param calculators  when null, the current ones stay
+    /// @param evaluator    when null, the table gets the default evaluator
+    void Init(DataParamType rowKind, const std::vector<DataParamType>& params, unsigned int rows,
+              const std::shared_ptr<datatable::ICalculators>& calculators,
+              datatable::EvaluatorPtr evaluator);
+    /// Copies everything but the evaluator; a table without one gets the default evaluator.
+    void Assign(const DataTable& other);
+    /// Keeps the first @p rows rows; further ones are missing.
+    void ResizeRows(unsigned int rows);
+    /// Drops rows, columns, row kind and calculators. The evaluator stays and is not told.
+    void Clear();
+
+    DataParamType RowKind() const { return rowKind_; }
+    const std::vector<DataParamType>& Columns() const { return columns_; }
+    unsigned int RowCount() const { return rowCount_; }
+    unsigned int ColumnCount() const { return columnCount_; }
+    const std::shared_ptr<datatable::ICalculators>& Calculators() const { return calculators_; }
+
+    /// The stored value, where there is one; otherwise what the evaluator answers, and the missing
+    /// value without one.
+    double GetValue(GID row, DataParamType param) const
+    {
+        if (const double* cell = Cell(row, param))
+            return *cell;
+        return Evaluate(row, param);
+    }
+    /// GetValue as text, "%1.8g"; T is std::string or std::wstring.
+    template <class T>
+    T GetAs(GID row, DataParamType param) const;
+    /// Stores @p value, unless the table has no such cell. @returns whether it has
+    bool SetValue(GID row, DataParamType param, double value);
+
+    /// The row's values in column order; empty for a row that does not exist.
+    Values Row(const GID& row);
+    ConstValues Row(const GID& row) const;
+    /// The values of @p param from the first row to the last; empty for a quantity not stored.
+    Values Column(DataParamType param);
+    ConstValues Column(DataParamType param) const;
+
+    /// Whether @p param has a column.
+    bool IsStored(DataParamType param) const { return ColumnNumber(param) != 0; }
+    /// Whether @p param is stored or can be computed: it has a calculator, every input of which is
+    /// stored or can be computed in turn, without going in a circle.
+    bool HasParam(DataParamType param) const;
+    /// Whether there is nothing: no columns, no row kind, no calculators.
+    bool IsMissing() const;
+    /// Equal shape, values (a NaN equals nothing) and the same calculators object. Evaluators do
+    /// not count.
+    bool Equals(const DataTable& other) const;
+
+    /// The calculator of @p param, or DataParamCalculator::InvalidCalculator().
+    DataParamCalculator GetCalculator(DataParamType param) const;
+    /// Tells the evaluator that what it kept is void.
+    void Invalidate();
+    /// Replaces the evaluator; null is the default evaluator.
+    void RegisterEvalulator(datatable::EvaluatorPtr evaluator);
+    /// The table's evaluator; null when it has none.
+    const datatable::IParamEvaluator* Evaluator() const { return evaluator_.get(); }
+
+private:
+    int ColumnNumber(DataParamType param) const
+    {
+        const auto index = static_cast<std::uint32_t>(param);
+        return index < columnMap_.size() ? columnMap_[index] : 0;
+    }
+    const double* Cell(GID row, DataParamType param) const
+    {
+        const int column = ColumnNumber(param);
+        const std::uint32_t above = row.value - 1; // row 0 becomes the largest number
+        if (column == 0 || above >= rowCount_)
+            return nullptr;
+        return values_.data() + std::size_t{above} * columnCount_ + (column - 1);
+    }
+    double Evaluate(GID row, DataParamType param) const;
+    template <class Range, class Cells>
+    Range RowOf(Cells cells, GID row) const;
+    template <class Range, class Cells>
+    Range ColumnOf(Cells cells, DataParamType param) const;
+    bool SetColumns(const std::vector<DataParamType>& params, unsigned int rows);
+
+    DataParamType rowKind_ = DataParamType::None;
+    std::vector<DataParamType> columns_;
+    // Column number of each quantity, from 1; 0 where it is not stored.
+    std::array<std::int16_t, kDataParamTypeCount> columnMap_{};
+    std::uint32_t rowCount_ = 0;
+    std::uint32_t columnCount_ = 0;
+    std::vector<double> values_; // row after row
+    std::shared_ptr<datatable::ICalculators> calculators_;
+    datatable::EvaluatorPtr evaluator_;
+};
+
+template <>
+KVI_API std::string DataTable::GetAs<std::string>(GID row, DataParamType param) const;
+template <>
+KVI_API std::wstring DataTable::GetAs<std::wstring>(GID row, DataParamType param) const;

@@ -1,0 +1,26 @@
+/// @file
+/// The number that names an item: a row of a table, or something inside a container.
+#pragma once
+
+#include "foundation/kvi_export.h"
+
+#include <cstdint>
+
+/// As a row of a table: the row's number, from 1. With a non-zero top byte: an item inside the
+/// container that the low 24 bits name.
+struct GID
+{
+    std::uint32_t value = 0;
+
+    friend constexpr auto operator<=>(const GID&, const GID&) = default;
+};
+
+namespace kvi::gid
+{
+
+/// The container's number; a value without a top byte is returned as it is.
+KVI_API GID ContainerIDFromGID(const GID& gid);
+/// Whether @p gid is one of the three time tables: 1005, 1043, 1044.
+KVI_API bool IsTimeTable(const GID& gid);
+
+} // namespace kvi::gid

@@ -1,0 +1,34 @@
+/// @file
+/// Two iterators that a loop can go through.
+#pragma once
+
+#include <cstddef>
+#include <iterator>
+
+namespace gtl
+{
+
+/// The elements from one random-access iterator up to another.
+template <class Iterator>
+class iterator_range
+{
+public:
+    iterator_range() = default;
+    iterator_range(Iterator first, Iterator last) : begin_(first), end_(last) {}
+
+    Iterator begin() const { return begin_; }
+    Iterator end() const { return end_; }
+    bool empty() const { return begin_ == end_; }
+    std::size_t size() const { return static_cast<std::size_t>(end_ - begin_); }
+    /// @param index  from 0, below size()
+    decltype(auto) operator[](std::size_t index) const
+    {
+        return begin_[static_cast<std::ptrdiff_t>(index)];
+    }
+
+private:
+    Iterator begin_ = Iterator();
+    Iterator end_ = Iterator();
+};
+
+} // namespace gtl

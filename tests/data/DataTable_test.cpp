@@ -1,0 +1,208 @@
+#include "data/DataTable.h"
+#include "data/dataparam_alias.h"
+#include "foundation/MissingValue.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <random>
+#include <vector>
+
+namespace
+{
+constexpr double kMissing = MissingValue<double>();
+using Params = std::vector<DataParamType>;
+
+DataParamType Param(int number) { return static_cast<DataParamType>(number); }
+
+Params FirstParams(int count)
+{
+    Params params;
+    for (int i = 0; i < count; ++i)
+        params.push_back(Param(i));
+    return params;
+}
+
+template <class Range>
+std::vector<double> AsVector(const Range& range)
+{
+    return {range.begin(), range.end()};
+}
+} // namespace
+
+TEST(DataTable, StartsWithMissingCells)
+{
+    const DataTable table(Param(1), {Param(8), Param(5)}, 3);
+    EXPECT_FALSE(table.IsMissing());
+    for (std::uint32_t row = 0; row <= 4; ++row)
+    {
+        EXPECT_EQ(table.GetValue({row}, Param(8)), kMissing);
+        EXPECT_EQ(table.GetValue({row}, Param(5)), kMissing);
+        EXPECT_EQ(table.GetValue({row}, Param(6)), kMissing);
+    }
+    const DataTable empty;
+    EXPECT_TRUE(empty.IsMissing());
+    EXPECT_EQ(empty.RowKind(), Param(-1));
+    EXPECT_EQ(empty.GetValue({1}, Param(5)), kMissing);
+    EXPECT_TRUE(empty.Row({1}).empty());
+    EXPECT_TRUE(empty.Column(Param(5)).empty());
+}
+
+TEST(DataTable, StoresRowAfterRow)
+{
+    DataTable table(Param(1), {Param(8), Param(5)}, 2);
+    double next = 1;
+    for (const DataParamType param : {Param(8), Param(5)})
+    {
+        for (double& cell : table.Column(param))
+            cell = next++;
+    }
+    EXPECT_EQ(AsVector(table.Row({1})), (std::vector<double>{1, 3}));
+    EXPECT_EQ(AsVector(table.Row({2})), (std::vector<double>{2, 4}));
+    EXPECT_EQ(&table.Row({1})[1] + 1, &table.Row({2})[0]);
+    EXPECT_TRUE(table.Row({0}).empty());
+    EXPECT_TRUE(table.Row({3}).empty());
+    EXPECT_TRUE(table.Column(Param(6)).empty());
+    EXPECT_FALSE(table.SetValue({3}, Param(8), 0.0));
+    EXPECT_FALSE(table.SetValue({1}, Param(6), 0.0));
+
+    table.Init(Param(2), table.Columns(), 2, nullptr, {nullptr, [](void*) {}});
+    EXPECT_EQ(table.RowKind(), Param(2));
+    EXPECT_EQ(AsVector(table.Column(Param(5))), (std::vector<double>{kMissing, kMissing}));
+}
+
+TEST(DataTable, WritesNumbersInEightDigits)
+{
+    DataTable table(Param(1), {Param(0)}, 1);
+    const std::pair<double, std::string> rows[] = {
+        {0.1, "0.1"}, {12345678.9, "12345679"}, {kMissing, "1.7976931e+308"}};
+    for (const auto& [value, text] : rows)
+    {
+        table.SetValue({1}, Param(0), value);
+        EXPECT_EQ(table.GetAs<std::string>({1}, Param(0)), text);
+        EXPECT_EQ(table.GetAs<std::wstring>({1}, Param(0)), std::wstring(text.begin(), text.end()));
+    }
+}
+
+TEST(DataTable, RefusesWhatIsImpossibleAndStaysAsItWas)
+{
+    DataTable table(Param(1), {Param(8), Param(5)}, 2);
+    table.SetValue({2}, Param(5), 7.0);
+    const DataTable before(table);
+    const Params all = FirstParams(kDataParamTypeCount);
+    const std::pair<Params, unsigned> rows[] = {
+        {{Param(3), Param(3)}, 1},    {{Param(-1)}, 1},   {{Param(kDataParamTypeCount)}, 1},
+        {Params(32768, Param(0)), 1}, {all, 0xFFFFFFFFu},
+    };
+    for (const auto& [params, count] : rows)
+    {
+        table.Init(Param(9), params, count, nullptr, {nullptr, [](void*) {}});
+        EXPECT_TRUE(table.Equals(before));
+        EXPECT_TRUE(DataTable(Param(9), params, count).IsMissing());
+    }
+    DataTable wide(Param(1), all, 1);
+    EXPECT_EQ(wide.ColumnCount(), 604u);
+    wide.ResizeRows(0xFFFFFFFFu);
+    EXPECT_EQ(wide.RowCount(), 1u);
+    wide.ResizeRows(0x80000001u); // times 604 wraps to a small number in 32 bits
+    EXPECT_EQ(wide.RowCount(), 1u);
+}
+
+TEST(DataTable, ComparesContentsAndCalculatorsButNotEvaluators)
+{
+    const auto calculators = std::make_shared<datatable::CalculatorMap>();
+    DataTable table(Param(1), {Param(8)}, 1, calculators, datatable::eval::MakeSimpleEvaluator());
+    DataTable copy(table);
+    EXPECT_TRUE(copy.Equals(table));
+    copy.RegisterEvalulator(datatable::eval::MakeLazyCachingEvaulator());
+    EXPECT_TRUE(copy.Equals(table));
+    EXPECT_FALSE(DataTable(Param(1), {Param(8)}, 1).Equals(table));
+    copy.SetValue({1}, Param(8), std::nan(""));
+    EXPECT_FALSE(copy.Equals(copy));
+
+    DataTable moved(std::move(copy));
+    EXPECT_TRUE(copy.IsMissing()); // NOLINT(bugprone-use-after-move): it is empty, as promised
+    EXPECT_EQ(moved.Calculators(), table.Calculators());
+    moved.Clear();
+    EXPECT_TRUE(moved.IsMissing());
+    DataTable onlyCalculators;
+    onlyCalculators.Init(Param(-1), {}, 0, calculators, {nullptr, [](void*) {}});
+    EXPECT_FALSE(onlyCalculators.IsMissing());
+}
+
+TEST(DataTable, ColumnsAreRandomAccessRanges)
+{
+    DataTable table(Param(1), {Param(8), Param(5), Param(2)}, 5);
+    const auto column = table.Column(Param(2));
+    static_assert(std::random_access_iterator<decltype(column.begin())>);
+    ASSERT_EQ(column.size(), 5u);
+    double next = 5;
+    for (auto it = column.end(); it != column.begin();)
+        *--it = next--;
+    EXPECT_EQ(AsVector(std::as_const(table).Column(Param(2))),
+              (std::vector<double>{1, 2, 3, 4, 5}));
+    EXPECT_EQ(column.begin()[3], 4);
+    EXPECT_EQ(*(column.begin() + 4), 5);
+    EXPECT_LT(column.begin() + 1, column.end() - 1);
+}
+
+/// The same operations on a table and on a plain map of cells must end the same.
+TEST(DataTable, BehavesAsAPlainMapOfCells)
+{
+    std::mt19937 random(42);
+    const auto below = [&random](unsigned limit) {
+        return static_cast<unsigned>(random() % limit);
+    };
+    DataTable table;
+    Params columns;
+    unsigned rows = 0;
+    std::map<std::pair<unsigned, DataParamType>, double> cells; // without missing ones
+    for (int step = 0; step < 20000; ++step)
+    {
+        const DataParamType param = Param(static_cast<int>(below(12)) * 50);
+        const unsigned row = below(9);
+        switch (below(step % 50 == 0 ? 4 : 3))
+        {
+        case 0:
+            table.ResizeRows(rows = below(8));
+            std::erase_if(cells, [rows](const auto& cell) { return cell.first.first > rows; });
+            break;
+        case 1:
+        case 2:
+            if (table.SetValue({row}, param, step))
+                cells[{row, param}] = step;
+            break;
+        case 3:
+            columns.clear();
+            for (int i = 11; i >= 0; --i)
+            {
+                if (below(2) != 0)
+                    columns.push_back(Param(i * 50));
+            }
+            table.Init(Param(1), columns, rows, nullptr, {nullptr, [](void*) {}});
+            cells.clear();
+            break;
+        }
+        if (below(10) == 0)
+            table = DataTable(table);
+        ASSERT_EQ(table.RowCount(), rows);
+        ASSERT_EQ(table.Columns(), columns);
+        const bool exists = row >= 1 && row <= rows &&
+                            std::find(columns.begin(), columns.end(), param) != columns.end();
+        ASSERT_EQ(table.SetValue({row}, param, table.GetValue({row}, param)), exists);
+        const auto cell = cells.find({row, param});
+        ASSERT_EQ(table.GetValue({row}, param), cell != cells.end() ? cell->second : kMissing);
+    }
+}
+
+TEST(Gid, NamesContainersAndTimeTables)
+{
+    EXPECT_EQ(kvi::gid::ContainerIDFromGID({0x05000007}), GID{7});
+    EXPECT_EQ(kvi::gid::ContainerIDFromGID({7}), GID{7});
+    EXPECT_EQ(kvi::gid::ContainerIDFromGID({0x00FFFFFF}), GID{0x00FFFFFF});
+    for (const std::uint32_t table : {1005u, 1043u, 1044u})
+        EXPECT_TRUE(kvi::gid::IsTimeTable({table}));
+    for (const std::uint32_t other : {0u, 1004u, 1042u, 1045u, 0x010003EDu})
+        EXPECT_FALSE(kvi::gid::IsTimeTable({other}));
+}

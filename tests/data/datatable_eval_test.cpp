@@ -1,0 +1,225 @@
+#include "data/DataTable.h"
+#include "data/datatable_eval.h"
+#include "foundation/MissingValue.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <numeric>
+#include <random>
+#include <thread>
+#include <vector>
+
+using datatable::CalculatorMap;
+using datatable::EvaluatorPtr;
+
+namespace
+{
+constexpr double kMissing = MissingValue<double>();
+
+DataParamType Param(int number) { return static_cast<DataParamType>(number); }
+const DataParamType kKind = Param(1), kA = Param(10), kB = Param(20), kC = Param(30);
+
+DataParamCalculator Sum(std::vector<DataParamType> inputs, std::atomic<int>* calls = nullptr)
+{
+    return {std::move(inputs), [calls](std::span<const double> values) {
+                if (calls != nullptr)
+                    ++*calls;
+                return std::accumulate(values.begin(), values.end(), 0.5);
+            }};
+}
+
+struct Maker
+{
+    const char* name;
+    EvaluatorPtr (*make)();
+};
+
+/// The rules that hold for every evaluator.
+class EveryEvaluator : public testing::TestWithParam<Maker>
+{
+protected:
+    DataTable Make(const std::shared_ptr<CalculatorMap>& calculators, unsigned rows = 2)
+    {
+        DataTable table(kKind, {kA, kB}, rows, calculators, GetParam().make());
+        for (std::uint32_t row = 1; row <= rows; ++row)
+        {
+            table.SetValue({row}, kA, row);
+            table.SetValue({row}, kB, 10.0 * row);
+        }
+        return table;
+    }
+};
+
+std::uintptr_t Word(auto operation)
+{
+    std::uintptr_t word = 0;
+    std::memcpy(&word, &operation, sizeof word);
+    return word;
+}
+} // namespace
+
+TEST(ParamEvaluator, KeepsTheOrderOfItsOperations)
+{
+    // Behind the destructor's two places in the table; a pointer holds its offset plus 1.
+    EXPECT_EQ(Word(&datatable::IParamEvaluator::Invalidate), 2 * sizeof(void*) + 1);
+    EXPECT_EQ(Word(&datatable::IParamEvaluator::Evaluate), 3 * sizeof(void*) + 1);
+}
+
+TEST_P(EveryEvaluator, ComputesThroughOtherComputedQuantities)
+{
+    const auto map = std::make_shared<CalculatorMap>();
+    map->Set(kKind, kC, Sum({kA, Param(31), kA}));
+    map->Set(kKind, Param(31), Sum({kB}));
+    map->Set(kKind, Param(32), Sum({}));
+    map->Set(kKind, Param(33), Sum({kC, Param(404)})); // 404 is unknown
+    DataTable table = Make(map);
+    EXPECT_EQ(table.GetValue({1}, kC), 0.5 + 1 + 10.5 + 1);
+    EXPECT_EQ(table.GetValue({2}, kC), 0.5 + 2 + 20.5 + 2);
+    EXPECT_EQ(table.GetValue({2}, Param(32)), 0.5);
+    EXPECT_EQ(table.GetValue({0}, kC), kMissing);
+    EXPECT_EQ(table.GetValue({3}, kC), kMissing);
+    EXPECT_EQ(table.GetValue({3}, kA), kMissing);
+    EXPECT_EQ(table.GetValue({1}, Param(33)), kMissing + 13); // a missing input is handed over
+    for (const DataParamType param : {kA, kC, Param(31), Param(32)})
+        EXPECT_TRUE(table.HasParam(param));
+    EXPECT_FALSE(table.HasParam(Param(33)));
+    EXPECT_FALSE(table.HasParam(Param(404)));
+    EXPECT_FALSE(table.HasParam(Param(-1)));
+    EXPECT_FALSE(table.GetCalculator(Param(404)).IsValid());
+}
+
+TEST_P(EveryEvaluator, GivesTheMissingValueForCircles)
+{
+    // 40 needs itself; 41 -> 42 -> {42's circle 43, 41}; 44 hangs on the circle from outside.
+    const auto map = std::make_shared<CalculatorMap>();
+    map->Set(kKind, Param(40), Sum({kA, Param(40)}));
+    map->Set(kKind, Param(41), Sum({Param(42)}));
+    map->Set(kKind, Param(42), Sum({Param(43), Param(41)}));
+    map->Set(kKind, Param(43), Sum({Param(42), kA}));
+    map->Set(kKind, Param(44),
+             {{Param(41), kA}, [](auto v) { return v[0] == kMissing ? v[1] : 0; }});
+    DataTable table = Make(map);
+    for (int param = 40; param <= 43; ++param)
+        EXPECT_EQ(table.GetValue({2}, Param(param)), kMissing) << param;
+    EXPECT_EQ(table.GetValue({2}, Param(44)), 2);
+    for (int param = 40; param <= 44; ++param)
+        EXPECT_FALSE(table.HasParam(Param(param))) << param;
+}
+
+TEST_P(EveryEvaluator, NeedsNoLongerForDenseChainsThanForLongOnes)
+{
+    // Each needs all before it: 2^60 paths.
+    const auto map = std::make_shared<CalculatorMap>();
+    std::vector<DataParamType> before = {kA};
+    for (int i = 100; i < 160; ++i)
+    {
+        map->Set(kKind, Param(i), {before, [](auto values) { return values.back() + 1; }});
+        before.push_back(Param(i));
+    }
+    EXPECT_EQ(Make(map).GetValue({1}, Param(159)), 61);
+    EXPECT_TRUE(Make(map).HasParam(Param(159)));
+}
+
+TEST_P(EveryEvaluator, SeesEveryChangeAtTheNextRead)
+{
+    const auto map = std::make_shared<CalculatorMap>(), other = std::make_shared<CalculatorMap>();
+    map->Set(kKind, kC, Sum({kA, kB}));
+    other->Set(kKind, kC, Sum({kA}));
+    DataTable table = Make(map);
+    const auto column = table.Column(kA); // kept and written to later
+    EXPECT_EQ(table.GetValue({1}, kC), 11.5);
+    column[0] = 2;
+    EXPECT_EQ(table.GetValue({1}, kC), 12.5);
+    table.Row({1})[1] = 30;
+    EXPECT_EQ(table.GetValue({1}, kC), 32.5);
+    table.SetValue({1}, kB, 0);
+    EXPECT_EQ(table.GetValue({1}, kC), 2.5);
+    table.ResizeRows(3);
+    table.SetValue({3}, kA, 1);
+    table.SetValue({3}, kB, 1);
+    EXPECT_EQ(table.GetValue({3}, kC), 2.5);
+    table.ResizeRows(2);
+    EXPECT_EQ(table.GetValue({3}, kC), kMissing);
+    table.Assign(DataTable(kKind, {kB, kA}, 1, other, EvaluatorPtr(nullptr, [](void*) {})));
+    table.SetValue({1}, kA, 4);
+    EXPECT_EQ(table.GetValue({1}, kC), 4.5);
+    table.Clear();
+    EXPECT_EQ(table.GetValue({1}, kC), kMissing);
+    table.Init(kKind, {kA, kB, kC}, 1, map, GetParam().make());
+    EXPECT_EQ(table.GetValue({1}, kC), kMissing); // now stored
+}
+
+TEST_P(EveryEvaluator, ServesManyReadersAtOnce)
+{
+    const auto map = std::make_shared<CalculatorMap>();
+    map->Set(kKind, kC, Sum({kA, Param(31)}));
+    map->Set(kKind, Param(31), Sum({kB}));
+    const DataTable table = Make(map, 500);
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> readers;
+    for (unsigned reader = 0; reader < 4; ++reader)
+        readers.emplace_back([&table, &wrong, reader] {
+            for (std::uint32_t i = 0; i < 2000; ++i)
+            {
+                const std::uint32_t row = (i * 7 + reader) % 500 + 1;
+                wrong += table.GetValue({row}, kC) != 11.0 * row + 1;
+            }
+        });
+    for (std::thread& reader : readers)
+        reader.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, EveryEvaluator,
+    testing::Values(Maker{"Simple", datatable::eval::MakeSimpleEvaluator},
+                    Maker{"CachedCalculator", datatable::eval::MakeCachedCalculatorEvaluator},
+                    Maker{"LazyCaching", datatable::eval::MakeLazyCachingEvaulator}),
+    [](const auto& tested) { return std::string(tested.param.name); });
+
+TEST(LazyCachingEvaluator, ComputesAgainOnlyWhatChanged)
+{
+    std::atomic<int> calls = 0;
+    const auto map = std::make_shared<CalculatorMap>();
+    map->Set(kKind, kC, Sum({kA}, &calls));
+    DataTable table(kKind, {kA, kB}, 2, map, datatable::eval::MakeLazyCachingEvaulator());
+    for (int i = 0; i < 3; ++i)
+    {
+        (void)table.GetValue({1}, kC);
+        (void)table.GetValue({2}, kC);
+    }
+    EXPECT_EQ(calls, 2);
+    table.SetValue({1}, kB, 1); // not an input
+    (void)table.GetValue({1}, kC);
+    EXPECT_EQ(calls, 2);
+    table.SetValue({1}, kA, 1);
+    EXPECT_EQ(table.GetValue({1}, kC), 1.5);
+    EXPECT_EQ(table.GetValue({2}, kC), kMissing + 0.5);
+    EXPECT_EQ(calls, 3);
+    table.Invalidate();
+    (void)table.GetValue({1}, kC);
+    EXPECT_EQ(calls, 4);
+}
+
+TEST(SimpleParamEvaluator, AsksTheTablesOwnEvaluatorForInputs)
+{
+    struct Override final : datatable::IParamEvaluator
+    {
+        void Invalidate(DataTable&) override {}
+        double Evaluate(const DataTable& table, GID row, DataParamType param) override
+        {
+            return param == Param(31) ? 100
+                                      : datatable::eval::SimpleParamEvaluator::Instance().Evaluate(
+                                            table, row, param);
+        }
+    } override;
+    const auto map = std::make_shared<CalculatorMap>();
+    map->Set(kKind, kC, Sum({kA, Param(31)}));
+    map->Set(kKind, Param(32), Sum({Param(32)}));
+    DataTable table(kKind, {kA}, 1, map, EvaluatorPtr(&override, [](void*) {}));
+    table.SetValue({1}, kA, 1);
+    EXPECT_EQ(table.GetValue({1}, kC), 101.5);
+    EXPECT_EQ(table.GetValue({1}, Param(32)), kMissing);
+}
