@@ -75,6 +75,10 @@ template <int N, int P, int J = 0>
         typename V::Type sum = {};
         Unroll<N>([&](auto k) { sum += A[k.value] * V::Load(B + k.value * P + J); });
         V::Store(C + J, sum);
+        // Hidden from the compiler, so that it does not keep A's elements spread over registers for
+        // the next 512-bit piece: multiplying by them from memory took 0.7 of the time (Zen 4).
+        if constexpr (width == 8 && P - J >= 16)
+            __asm__("" : "+r"(A));
         Row<N, P, J + width>(C, A, B);
     }
 }

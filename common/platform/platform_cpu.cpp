@@ -44,7 +44,7 @@ std::string ProcessorName()
 {
     constexpr unsigned kFirst = 0x80000002, kLast = 0x80000004; // 16 letters each
     unsigned registers[4 * (kLast - kFirst + 1)] = {};
-    if (__get_cpuid_max(0x80000000, nullptr) < kLast)
+    if (static_cast<unsigned>(__get_cpuid_max(0x80000000, nullptr)) < kLast)
         return {};
     for (unsigned leaf = kFirst; leaf <= kLast; ++leaf)
     {
