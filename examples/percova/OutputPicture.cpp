@@ -31,7 +31,7 @@ constexpr const char* kStyle =
     "text{font-family:'DejaVu Sans',Arial,Helvetica,sans-serif;font-size:12px;fill:#222}"
     ".title{font-size:18px;font-weight:bold}.sub{fill:#555}.axis{stroke:#444;stroke-width:1;"
     "fill:none}.contour{fill:none;stroke:#31445c;stroke-width:.9}.halo{stroke:#fff;"
-    "stroke-width:3.5;stroke-linejoin:round;fill:#fff;opacity:.85}.value{font-size:11px;"
+    "stroke-width:3.5;stroke-linejoin:round;fill:#fff}.value{font-size:11px;"
     "fill:#31445c}.surface{fill:none;stroke:#0a58ca;stroke-width:3.2;stroke-linejoin:round;"
     "stroke-linecap:round}.badge{font-size:11px;font-weight:bold;fill:#fff;text-anchor:middle}"
     ".middle{text-anchor:middle}.end{text-anchor:end}.head{font-weight:bold}";
@@ -171,7 +171,12 @@ void Picture::Contours(const Triangles& triangles)
     if (head.empty())
         return;
     const auto [least, greatest] = std::minmax_element(head.begin(), head.end());
-    const Levels levels = RoundLevels(*least, *greatest, 16);
+    Levels levels = RoundLevels(*least, *greatest, 16);
+    // The least and the greatest head hold along whole boundaries: no line of their own there.
+    const double margin = 1e-6 * (*greatest - *least);
+    std::erase_if(levels.values, [&](double level) {
+        return level < *least + margin || level > *greatest - margin;
+    });
     std::vector<std::pair<Polyline, std::string>> labels;
     for (const double level : levels.values)
     {
@@ -293,8 +298,8 @@ void Picture::Exits()
              << "\" r=\"5\" fill=\"#fff\" stroke=\"#c8501e\" stroke-width=\"2.4\"/>\n";
         LegendLine("<circle cx=\"11\" cy=\"7\" r=\"5\" fill=\"#fff\" stroke=\"#c8501e\" "
                    "stroke-width=\"2.4\"/>",
-                   "water leaves up to (" + Short(face.exit.x, 4) + ", " + Short(face.exit.y, 4) +
-                       ')');
+                   face.name + ": leaves up to (" + Short(face.exit.x, 4) + ", " +
+                       Short(face.exit.y, 4) + ')');
     }
 }
 
@@ -329,14 +334,14 @@ void Picture::Axes()
     Segment(frame_.left, y0, right, y0);
     Segment(x0, frame_.top, x0, bottom);
     const Levels across =
-        RoundLevels(frame_.minX, frame_.maxX, std::max(2, static_cast<int>(frame_.width / 60)));
+        RoundLevels(frame_.minX, frame_.maxX, std::max(3, static_cast<int>(frame_.width / 60)));
     for (const double x : across.values)
     {
         Segment(frame_.X(x), y0, frame_.X(x), y0 + 5);
         Text(frame_.X(x), y0 + 19, Fixed(x + 0.0, across.decimals), "middle");
     }
     const Levels up =
-        RoundLevels(frame_.minY, frame_.maxY, std::max(2, static_cast<int>(frame_.height / 50)));
+        RoundLevels(frame_.minY, frame_.maxY, std::max(3, static_cast<int>(frame_.height / 50)));
     for (const double y : up.values)
     {
         Segment(x0 - 5, frame_.Y(y), x0, frame_.Y(y));
@@ -371,7 +376,9 @@ void Picture::Draw()
 {
     std::size_t lines = 6 + step_.seepageFaces.size();
     lines += model_.problem.materials.size() + model_.problem.boundaries.size();
-    const double width = legendX_ + kLegend;
+    const std::string& title = model_.problem.title;
+    const double width =
+        std::max(legendX_ + kLegend, kLeft + 11.5 * static_cast<double>(title.size()));
     const double height =
         std::max(kTop + frame_.height + kBelow, kTop + static_cast<double>(lines) * kLine);
     out_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << Fixed(width, 0)

@@ -1,0 +1,219 @@
+#include "CommandLine.h"
+#include "Output.h"
+#include "Scratch.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using namespace percova;
+
+namespace
+{
+
+/// A dam whose head falls evenly from the left to the right: no analysis is needed.
+struct Dam
+{
+    Model model;
+    StepResult step;
+
+    Dam()
+    {
+        Faults faults;
+        EXPECT_TRUE(ReadProblem(Cases() / "U1-dam.problem.json", model.problem, faults));
+        EXPECT_TRUE(ReadMesh(Cases() / "mesh" / "U1-dam.q8.v41.msh", model.mesh, faults));
+        EXPECT_TRUE(Bind(model, faults)) << AllOf(faults);
+        step.name = "1";
+        for (std::size_t i = 0; i < model.mesh.Nodes(); ++i)
+        {
+            step.nodal.head.push_back(24 - model.mesh.x[i]);
+            step.nodal.pressureHead.push_back(step.nodal.head[i] - model.mesh.y[i]);
+            step.nodal.waterContent.push_back(kMissing);
+        }
+        step.surface = {{{0, 24}, {16, 8}}};
+        step.seepageFaces = {{"face", 1e-6, {16, 8}}};
+    }
+};
+
+/// The numbers of the array called @p name in a .vtu file.
+std::vector<double> DecodedArray(const std::string& vtu, const std::string& name)
+{
+    std::size_t at = vtu.find("Name=\"" + name + '"');
+    at = vtu.find(">\n", at) + 2;
+    std::string bytes;
+    unsigned bits = 0, count = 0;
+    for (; vtu[at] != '\n' && vtu[at] != '='; ++at)
+    {
+        const char c = vtu[at];
+        const int digit = c >= 'a'   ? c - 'a' + 26
+                          : c >= 'A' ? c - 'A'
+                          : c >= '0' ? c - '0' + 52
+                                     : (c == '+' ? 62 : 63);
+        bits = bits << 6 | static_cast<unsigned>(digit);
+        if ((count += 6) >= 8)
+            bytes += static_cast<char>(bits >> (count -= 8) & 255);
+    }
+    std::uint64_t size = 0;
+    EXPECT_GE(bytes.size(), sizeof size);
+    std::memcpy(&size, bytes.data(), sizeof size);
+    EXPECT_EQ(size, bytes.size() - sizeof size);
+    std::vector<double> numbers(size / sizeof(double));
+    std::memcpy(numbers.data(), bytes.data() + sizeof size, numbers.size() * sizeof(double));
+    return numbers;
+}
+
+TEST(Output, WritesEveryNumberOfAGridExactly)
+{
+    const Dam dam;
+    std::ostringstream out;
+    WriteVtu(out, dam.model, dam.step);
+    EXPECT_EQ(DecodedArray(out.str(), "head"), dam.step.nodal.head);
+    const std::vector<double> points = DecodedArray(out.str(), "Points");
+    ASSERT_EQ(points.size(), 3 * dam.model.mesh.Nodes());
+    EXPECT_EQ(points[3 * 77 + 1], dam.model.mesh.y[77]);
+    EXPECT_TRUE(std::isnan(DecodedArray(out.str(), "water_content")[0])); // there is none
+}
+
+TEST(Output, WritesNullForWhatDoesNotExist)
+{
+    const Dam dam;
+    Results results;
+    results.steps = {dam.step};
+    results.steps[0].probes = {{"\xff\"<p>", {1, 0.1}, 5.5}}; // a name that is no UTF-8
+    results.steps[0].flowIn = 0.1;
+    results.steps[0].residual = std::nan("");
+    std::ostringstream out;
+    WriteResultJson(out, dam.model, results);
+    const nlohmann::json json = nlohmann::json::parse(out.str());
+    const nlohmann::json& step = json["steps"][0];
+    EXPECT_EQ(json["problem"], "U1-dam");
+    EXPECT_EQ(json["mesh"]["nodes"], dam.model.mesh.Nodes());
+    EXPECT_NE(out.str().find("\"flow_in\": 0.1,"), std::string::npos); // the shortest text
+    EXPECT_TRUE(step["flow_out"].is_null());
+    EXPECT_TRUE(step["residual"].is_null());
+    EXPECT_EQ(step["probes"][0]["head"], 5.5);
+    EXPECT_TRUE(step["probes"][0]["gradient"][1].is_null());
+    EXPECT_EQ(step["seepage_faces"]["face"]["exit"], nlohmann::json({16.0, 8.0}));
+    EXPECT_EQ(step["surface"][0][1], nlohmann::json({16.0, 8.0}));
+}
+
+TEST(Output, DrawsContoursWetZoneAndPhreaticLine)
+{
+    Dam dam;
+    dam.model.problem.title = "<dam> & \"lake\"";
+    std::ostringstream out;
+    WritePicture(out, dam.model, dam.step);
+    const std::string svg = out.str();
+    // Heads 8 to 24 in steps of 1, without the two that hold along the faces.
+    std::size_t contours = 0;
+    for (std::size_t at = 0; (at = svg.find("class=\"contour\"/>", at)) != std::string::npos; ++at)
+        ++contours;
+    EXPECT_EQ(contours, 15u);
+    EXPECT_NE(svg.find(">&lt;dam&gt; &amp; &quot;lake&quot;<"), std::string::npos);
+    EXPECT_NE(svg.find("headwater: head 24 m"), std::string::npos);
+    EXPECT_EQ(svg.find("nan"), std::string::npos);
+    EXPECT_LT(svg.size(), 60000u);
+}
+
+TEST(Output, TurnsEverythingIntoTheUnitsOfTheFile)
+{
+    Dam dam;
+    dam.model.problem.units = {"ft", 0.3048, "Pa", 0.001};
+    dam.step.flowIn = 1;
+    dam.step.nodal.pressure = {1, kMissing};
+    Results results;
+    results.steps = {dam.step};
+    const double x = dam.model.mesh.x[50];
+    ConvertToFileUnits(dam.model, results);
+    EXPECT_DOUBLE_EQ(dam.model.mesh.x[50], x / 0.3048);
+    EXPECT_DOUBLE_EQ(results.steps[0].flowIn, 1 / (0.3048 * 0.3048));
+    EXPECT_DOUBLE_EQ(results.steps[0].nodal.pressure[0], 1000);
+    EXPECT_EQ(results.steps[0].nodal.pressure[1], kMissing);
+    EXPECT_DOUBLE_EQ(results.steps[0].seepageFaces[0].exit.y, 8 / 0.3048);
+    EXPECT_EQ(results.steps[0].flowOut, kMissing);
+}
+
+TEST(TextFile, KeepsTheOldFileWhenTheNewOneFails)
+{
+    const std::filesystem::path folder = ScratchFolder(),
+                                path = folder / PathOf("d\xC3\xA4mme.txt");
+    std::string reason, text;
+    ASSERT_TRUE(WriteWhole(
+        path, [](std::ostream& out) { out << "old"; }, reason))
+        << reason;
+    EXPECT_FALSE(WriteWhole(
+        path, [](std::ostream& out) { out.setstate(std::ios::badbit); }, reason));
+    EXPECT_NE(reason.find("d\xC3\xA4mme.txt cannot be written"), std::string::npos) << reason;
+    ASSERT_TRUE(ReadWhole(path, text, reason));
+    EXPECT_EQ(text, "old");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+}
+
+struct Ran
+{
+    Exit exit;
+    std::string out, err;
+};
+
+Ran Command(const std::vector<std::string>& arguments)
+{
+    std::ostringstream out, err;
+    const Exit exit = RunCommandLine(arguments, out, err);
+    return {exit, out.str(), err.str()};
+}
+
+TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
+{
+    const std::filesystem::path folder = ScratchFolder();
+    const std::string problem = TextOf(Cases() / "C2-parallel.problem.json");
+    const std::string mesh = TextOf(Cases() / "mesh" / "C2-parallel.q4.v22.msh");
+    const std::string dam = TextOf(Cases() / "U1-dam.problem.json");
+    const std::string damMesh = TextOf(Cases() / "mesh" / "U1-dam.t3.v41.msh");
+    const std::string results =
+        TextOf(folder / PathOf("\xCE\xB5\xCE\xBE")); // not of this code page
+    std::ofstream(folder / "file") << "in the way";
+    const std::string blocked = TextOf(folder / "file");
+    const struct
+    {
+        std::vector<std::string> arguments;
+        Exit exit;
+        const char* told; ///< on one of the two streams
+    } rows[] = {
+        {{"run", problem, "--mesh", mesh, "--out", results, "--probe", "1,0.5"},
+         Exit::Done,
+         "1,0.5"},
+        {{"run", problem, "--mesh", mesh, "--out", results, "--quiet"}, Exit::Done, ""},
+        {{"check", problem, "--mesh", mesh}, Exit::Done, "nothing is wrong"},
+        {{"info", mesh}, Exit::Done, "physical surface"},
+        {{"run", "--help"}, Exit::Done, "--max-iterations"},
+        {{}, Exit::WrongInput, "subcommand"},
+        {{"run", problem, "--solver", "magic"}, Exit::WrongInput, "magic"},
+        {{"run", problem}, Exit::WrongInput, "names no mesh file"},
+        {{"run", problem, "--mesh", mesh, "--probe", "1;2"}, Exit::WrongInput, "--probe"},
+        {{"check", problem, "--mesh", damMesh}, Exit::WrongInput, "no physical surface"},
+        {{"check", mesh, "--mesh", problem}, Exit::WrongInput, "no Gmsh mesh"},
+        {{"info", "nothing.msh"}, Exit::WrongInput, "cannot be opened"},
+        {{"run", dam, "--mesh", damMesh, "--out", results, "--max-iterations", "2"},
+         Exit::NotConverged,
+         "did not converge"},
+        {{"run", problem, "--mesh", mesh, "--out", blocked}, Exit::NotWritten, "cannot be"},
+    };
+    for (const auto& row : rows)
+    {
+        const Ran ran = Command(row.arguments);
+        SCOPED_TRACE(testing::PrintToString(row.arguments) + ran.out + ran.err);
+        EXPECT_EQ(ran.exit, row.exit);
+        EXPECT_NE((ran.out + ran.err).find(row.told), std::string::npos);
+    }
+    EXPECT_EQ(Command(rows[1].arguments).out, "");
+    for (const char* name :
+         {"result.json", "C2-parallel.vtu", "C2-parallel.pvd", "C2-parallel.svg"})
+        EXPECT_TRUE(std::filesystem::exists(PathOf(results) / name)) << name;
+}
+
+} // namespace
