@@ -50,6 +50,7 @@
 #include "numerics/MxM.h"
 #include "numerics/Shape.h"
 #include "numerics/SolveRecord.h"
+#include "numerics/math_SparseSolver.h"
 #include "numerics/math_fpu_Exception.h"
 #include "numerics/math_matrix.h"
 #include "numerics/math_matrix_Dispatch.h"

@@ -1,5 +1,7 @@
 #include "SolverSystems.h"
+#include "numerics/math_SparseSolver.h"
 #include "numerics/numerics_Pardiso.h"
+#include "numerics/numerics_PardisoVendor.h"
 
 #include <gtest/gtest.h>
 
@@ -229,6 +231,47 @@ TEST_F(PardisoBuiltIn, TellsWhatItCannotSolve)
     EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
     EXPECT_EQ(record.equation, 2);
     EXPECT_EQ(Solve(systems::System()).outcome, SolveOutcome::Solved) << "no equations";
+}
+
+TEST(PardisoVendor, AgreesWithTheBuiltInSolverWhereItIsFound)
+{
+    EXPECT_FALSE(LoadVendorPardiso(L"no such folder"));
+    const std::optional<PardisoFunctions> vendor = LoadVendorPardiso(L"");
+    if (!vendor)
+        GTEST_SKIP() << "no MKL on this machine";
+    EXPECT_EQ(vendor->name.find(L"mkl 20"), 0u);
+    vendor->setThreads(2);
+    for (const double wind : {0.0, 0.4})
+    {
+        const systems::System system = systems::Flow(
+            40, [](int, int) { return 1.0; }, 1, wind);
+        std::vector<double> solutions[2];
+        const PardisoFunctions* tables[] = {&*vendor, &BuiltInPardiso()};
+        for (int k = 0; k < 2; ++k)
+        {
+            ReplacePardiso(tables[k]);
+            solutions[k].resize(system.b.size());
+            Pardiso pardiso;
+            const SolveRecord record =
+                pardiso.Solve(system.View(), system.b.data(), solutions[k].data());
+            EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+            EXPECT_LT(record.residual, 1e-12);
+        }
+        ReplacePardiso(nullptr);
+        for (std::size_t i = 0; i < system.b.size(); ++i)
+            EXPECT_NEAR(solutions[0][i], solutions[1][i],
+                        1e-10 * systems::System::Largest(solutions[1]));
+    }
+    ReplacePardiso(&*vendor);
+    EXPECT_EQ(SparseSolverName(), L"pardiso (" + vendor->name + L")");
+    systems::System infected = systems::Flow(3, [](int, int) { return 1.0; });
+    infected.At(2, 2) = std::numeric_limits<double>::quiet_NaN();
+    std::vector<double> x(infected.b.size());
+    const SolveRecord record = Pardiso().Solve(infected.View(), infected.b.data(), x.data());
+    EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
+    EXPECT_EQ(record.equation, 2);
+    FreeSparseSolverMemory();
+    ReplacePardiso(nullptr);
 }
 
 } // namespace

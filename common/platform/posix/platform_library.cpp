@@ -30,8 +30,9 @@ std::string ProgramPath()
 
 Module LoadModule(const std::wstring& path, SymbolScope scope, std::wstring* error)
 {
-    const int visibility = scope == SymbolScope::shared ? RTLD_GLOBAL : RTLD_LOCAL;
-    Module const module = ::dlopen(Narrow(path).c_str(), RTLD_NOW | visibility);
+    // Libraries that share may need one another: what one lacks, the next one loaded brings.
+    const int mode = scope == SymbolScope::shared ? RTLD_LAZY | RTLD_GLOBAL : RTLD_NOW | RTLD_LOCAL;
+    Module const module = ::dlopen(Narrow(path).c_str(), mode);
     if (module == nullptr && error != nullptr)
         *error = Wide(::dlerror()); // kept by the system for each thread
     return module;

@@ -1,0 +1,25 @@
+/// @file
+/// The sparse direct solver behind SolveForUnknownVector_PARDISO: who it is, its threads and
+/// memory.
+#pragma once
+
+#include "foundation/kvi_export.h"
+
+#include <string>
+
+namespace math
+{
+
+/// Who solves: "pardiso (mkl 2020.4)" when Intel MKL was found, else "pardiso (built in)". MKL is
+/// looked for once, at the first use: in the folder named by the environment variable KVI_MKL, or
+/// where the system looks for libraries; KVI_MKL=off keeps to the built-in solver.
+KVI_API std::wstring SparseSolverName();
+
+/// Threads that MKL uses from now on in the whole process, at least 1. The built-in solver has one.
+KVI_API void SetSparseSolverThreads(int threads);
+
+/// Gives back the memory that MKL keeps for later calls. Release the systems first; not while any
+/// thread solves.
+KVI_API void FreeSparseSolverMemory();
+
+} // namespace math
