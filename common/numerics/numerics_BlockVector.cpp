@@ -66,13 +66,13 @@ void AddScaled(int n, double s, const double* x, double* y)
 void BlockProduct(const MatrixView& A, const double* x, double* y)
 {
     ForBlocks(A.n,
-              [=, &A](int, int begin, int end) { Product(Rows(A, begin, end), x, y + begin); });
+              [=, &A](int, int begin, int end) { Product(Rows(A, begin, end), x, y + begin, 1); });
 }
 
 void BlockResidual(const MatrixView& A, const double* b, const double* x, double* r)
 {
     ForBlocks(A.n, [=, &A](int, int begin, int end) {
-        Residual(Rows(A, begin, end), b + begin, x, r + begin);
+        Residual(Rows(A, begin, end), b + begin, x, r + begin, 1);
     });
 }
 

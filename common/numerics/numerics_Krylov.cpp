@@ -162,6 +162,7 @@ struct Task
     const MatrixView& A;
     const double* b;
     double* x;
+    double size; ///< 2-norm of b
     double target;
     double floor; ///< below it the residual that an iteration carries along says nothing
     int allowed;
@@ -198,8 +199,8 @@ IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
         BlockResidual(task.A, task.b, task.x, r);
         const double norm = Norm2(n, r);
         record.outcome = SolveOutcome::Solved;
-        if (norm <= task.target ||
-            (end == IterationEnd::Reached && norm <= RoundingLevel(task.A, task.b, task.x)))
+        if (norm <= task.target || (end == IterationEnd::Reached && norm <= 1e-3 * task.size &&
+                                    norm <= RoundingLevel(task.A, task.b, task.x)))
             return end;
         record.outcome = SolveOutcome::NotConverged;
         if (record.iterations >= task.allowed)
@@ -307,7 +308,8 @@ SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, i
     if (norm == 0)
         ZeroUnknowns(A, x);
     const double target = tol > 0 ? tol * norm : 0.0;
-    const Task task{A, storage.b.data(), x, target, 1e-16 * norm, std::max(maxIter, 0), storage};
+    const Task task{A,      storage.b.data(), x, norm, target, 1e-16 * norm, std::max(maxIter, 0),
+                    storage};
     Iterate(task, methods, found.noPivot, record);
     for (std::size_t i = 0; i < size; ++i)
         x[i] *= scale;
