@@ -18,8 +18,8 @@ class status;
 }
 
 /// Logs with a level, a category mask (or a DeclareCategoryMask object, or 0) and a format with its
-/// arguments. A record that the filter holds back costs a load and two comparisons; its arguments
-/// are not evaluated.
+/// arguments. A record below the filter's level costs a load and a comparison; the arguments of a
+/// record that is held back are not evaluated.
 /// @code
 /// static const kvi::diag::DeclareCategoryMask kMath("Math");
 /// KVI_LOG(kvi::diag::warning, kMath, "equation %d: pivot %g", equation, pivot);
@@ -27,10 +27,10 @@ class status;
 #define KVI_LOG(level, mask, ...)                                                                  \
     do                                                                                             \
     {                                                                                              \
-        if (const int kviLevel = (level), kviMask = (mask);                                        \
-            kvi::diag::LogFilter::Passes(kviLevel, kviMask))                                       \
-            kvi::diag::LogMacroHandler(kviLevel, kviMask, __FILE__, __LINE__,                      \
-                                       __func__)(__VA_ARGS__);                                     \
+        if (const int kviLevel = (level); kvi::diag::LogFilter::MinLevel() <= kviLevel)            \
+            if (const int kviMask = (mask); kvi::diag::LogFilter::Passes(kviLevel, kviMask))       \
+                kvi::diag::LogMacroHandler(kviLevel, kviMask, __FILE__, __LINE__, __func__)(       \
+                    __VA_ARGS__);                                                                  \
     } while (false)
 
 namespace kvi::diag

@@ -29,6 +29,24 @@ void AppendNumber(std::string& out, unsigned long number)
 
 bool IsControl(wchar_t c) { return c < L' ' || c == 0x7F; }
 
+/// Whether @p text is printable ASCII all through. (No early way out: it becomes vector code.)
+bool IsPlain(std::wstring_view text)
+{
+    unsigned odd = 0;
+    for (const wchar_t c : text)
+        odd |= static_cast<unsigned>(static_cast<unsigned>(c) - 0x20u > 0x5Eu);
+    return odd == 0;
+}
+
+void AppendPlain(std::string& out, std::wstring_view text)
+{
+    const std::size_t had = out.size();
+    out.resize(had + text.size());
+    char* to = out.data() + had;
+    for (std::size_t i = 0; i < text.size(); ++i)
+        to[i] = static_cast<char>(text[i]);
+}
+
 /// @p text in one record: further lines indented, other control characters spelled out.
 std::wstring Spelled(std::wstring_view text)
 {
@@ -52,6 +70,7 @@ std::wstring Spelled(std::wstring_view text)
 void RecordLine::AppendTime(std::string& out, std::int64_t now)
 {
     const std::int64_t second = now / kMicroseconds;
+    char text[kSecondLength + 5];
     if (second != second_)
     {
         using namespace std::chrono;
@@ -65,11 +84,14 @@ void RecordLine::AppendTime(std::string& out, std::int64_t now)
                       clock.minutes().count(), clock.seconds().count());
         second_ = second;
     }
-    out += secondText_;
     const auto ms = static_cast<int>(now % kMicroseconds / 1000);
-    const char digits[] = {static_cast<char>('0' + ms / 100), static_cast<char>('0' + ms / 10 % 10),
-                           static_cast<char>('0' + ms % 10), 'Z', ' '};
-    out.append(digits, sizeof digits);
+    char* const digits = std::copy_n(secondText_, kSecondLength, text);
+    digits[0] = static_cast<char>('0' + ms / 100);
+    digits[1] = static_cast<char>('0' + ms / 10 % 10);
+    digits[2] = static_cast<char>('0' + ms % 10);
+    digits[3] = 'Z';
+    digits[4] = ' ';
+    out.append(text, sizeof text);
 }
 
 void RecordLine::AppendCategories(std::string& out, int mask)
@@ -112,7 +134,9 @@ void RecordLine::Append(std::string& out, const LogRecord& record, const std::ws
     std::wstring_view body(text);
     while (!body.empty() && (body.back() == L'\n' || body.back() == L'\r'))
         body.remove_suffix(1);
-    if (std::any_of(body.begin(), body.end(), IsControl))
+    if (IsPlain(body))
+        AppendPlain(out, body);
+    else if (std::any_of(body.begin(), body.end(), IsControl))
         platform::AppendUtf8(out, Spelled(body));
     else
         platform::AppendUtf8(out, body);

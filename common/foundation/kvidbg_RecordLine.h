@@ -25,8 +25,10 @@ private:
     void AppendTime(std::string& out, std::int64_t now);
     void AppendCategories(std::string& out, int mask);
 
+    static constexpr std::size_t kSecondLength = 20; // of "2026-03-04T05:06:07."
+
     std::int64_t second_ = -1;
-    char secondText_[21] = ""; // "2026-03-04T05:06:07."
+    char secondText_[kSecondLength + 1] = "";
     unsigned generation_ = 0;
     std::vector<std::pair<int, std::string>> names_; // by mask, of this generation
 };

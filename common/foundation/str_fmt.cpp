@@ -22,7 +22,25 @@ constexpr int kMaxPrecision = 1100;
 // Room for the digits of 1e308 before the point, the longest precision, sign, point and exponent.
 constexpr std::size_t kNumberRoom = 309 + kMaxPrecision + 16;
 
-bool IsOneOf(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
+template <std::size_t N>
+constexpr bool IsOneOf(char c, const char (&set)[N])
+{
+    bool found = false;
+    for (std::size_t i = 0; i + 1 < N; ++i)
+        found = found || c == set[i];
+    return found;
+}
+
+/// Appends text that is ASCII in either width.
+template <class C>
+void AppendAscii(std::basic_string<C>& out, std::string_view text)
+{
+    const std::size_t had = out.size();
+    out.resize(had + text.size());
+    C* to = out.data() + had;
+    for (std::size_t i = 0; i < text.size(); ++i)
+        to[i] = static_cast<C>(text[i]);
+}
 
 /// Appends @p body, padded to the token's width; @p head (a sign, "0x") stands before the zeros.
 template <class C, class B>
@@ -34,10 +52,13 @@ void AppendPadded(std::basic_string<C>& out, const Token& token, std::string_vie
     const std::size_t fill = width > length ? width - length : 0;
     if (fill > 0 && !token.left && !zeros)
         out.append(fill, C(' '));
-    out.append(head.begin(), head.end());
+    AppendAscii(out, head);
     if (zeros)
         out.append(fill, C('0'));
-    out.append(body.begin(), body.end());
+    if constexpr (std::is_same_v<B, C>)
+        out.append(body);
+    else
+        AppendAscii(out, body);
     if (token.left)
         out.append(fill, C(' '));
 }
@@ -221,11 +242,19 @@ template <class C, class F>
 void AppendLiteral(std::basic_string<C>& out, std::basic_string_view<F> piece)
 {
     if constexpr (std::is_same_v<C, F>)
+    {
         out.append(piece);
-    else if (std::all_of(piece.begin(), piece.end(), [](char c) { return c >= 0; }))
-        out.append(piece.begin(), piece.end());
+    }
     else
-        out.append(platform::Wide(piece));
+    {
+        unsigned all = 0; // no early way out: the loop becomes vector code
+        for (const char c : piece)
+            all |= static_cast<unsigned char>(c);
+        if (all < 0x80)
+            AppendAscii(out, piece);
+        else
+            out.append(platform::Wide(piece));
+    }
 }
 
 template <class C, class F>

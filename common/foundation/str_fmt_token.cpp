@@ -1,5 +1,6 @@
 #include "foundation/str_fmt_impl.h"
 
+#include <array>
 #include <limits>
 #include <type_traits>
 
@@ -33,16 +34,23 @@ constexpr struct
     {"p", arg_type::pointer},
 };
 
-/// What the conversion letter @p c asks for; false when it is none.
+/// kConversions by the letter's code: the type, or kNone.
+constexpr signed char kNone = -1;
+constexpr auto kTypes = [] {
+    std::array<signed char, 128> types{};
+    types.fill(kNone);
+    for (const auto& row : kConversions)
+        for (const char letter : row.letters)
+            types[static_cast<unsigned char>(letter)] = static_cast<signed char>(row.type);
+    return types;
+}();
+
+/// What the conversion letter @p c (ASCII) asks for; false when it is none.
 bool TypeOf(char c, arg_type& type)
 {
-    for (const auto& row : kConversions)
-        if (c != 0 && row.letters.find(c) != std::string_view::npos)
-        {
-            type = row.type;
-            return true;
-        }
-    return false;
+    const signed char found = kTypes[static_cast<unsigned char>(c)];
+    type = static_cast<arg_type>(found);
+    return found != kNone;
 }
 
 /// The conversion characters are all ASCII; anything else reads as 0.
@@ -80,7 +88,8 @@ void SkipLength(std::basic_string_view<C> format, std::size_t& at)
     for (int most = 2; most > 0; --most, ++at)
     {
         const char c = Ascii(format, at);
-        if (c == 0 || std::string_view("hlLqjztw").find(c) == std::string_view::npos)
+        if (c != 'h' && c != 'l' && c != 'L' && c != 'q' && c != 'j' && c != 'z' && c != 't' &&
+            c != 'w')
             return;
     }
 }
@@ -91,6 +100,10 @@ std::size_t ParseToken(std::basic_string_view<C> format, std::size_t at, Token& 
 {
     const std::size_t start = at++;
     token = Token();
+    arg_type type;
+    token.conversion = Ascii(format, at);
+    if (TypeOf(token.conversion, type)) // the plain ones, "%d" and "%s"
+        return at + 1;
     while (TakeFlag(Ascii(format, at), token))
         ++at;
     token.width = TakeNumber(format, at);
@@ -98,7 +111,6 @@ std::size_t ParseToken(std::basic_string_view<C> format, std::size_t at, Token& 
         token.precision = TakeNumber(format, ++at);
     SkipLength(format, at);
     token.conversion = Ascii(format, at);
-    arg_type type;
     return TypeOf(token.conversion, type) ? at + 1 : start;
 }
 
@@ -123,7 +135,7 @@ unsigned int tokenize(text& format, unsigned int max, text* tokens, arg_type* ty
             at += at + 1 < whole.size() && whole[at + 1] == C('%') ? 2 : 1;
             continue;
         }
-        impl::TypeOf(token.conversion, types[count]);
+        (void)impl::TypeOf(token.conversion, types[count]); // it is one
         tokens[count++] = text(whole.substr(pieceStart, end - pieceStart));
         pieceStart = at = end;
     }

@@ -1,43 +1,20 @@
-#include "foundation/App.h"
 #include "foundation/kvidbg.h"
-#include "foundation/str.h"
+#include "foundation/str_fmt.h"
+#include "kvidbg_files.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <regex>
-#include <sstream>
 #include <thread>
 
 using namespace kvi::diag;
-namespace fs = std::filesystem;
+using namespace log_test;
 using Clock = std::chrono::steady_clock;
 
 namespace
 {
-constexpr bool kWindows = fs::path::preferred_separator == L'\\';
-
-/// fs::path::wstring goes through the process's locale.
-std::wstring Wide(const fs::path& path) { return str::as_wstring(str::u8string(path.u8string())); }
-
-std::string ReadAll(const fs::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::vector<std::string> ReadLines(const fs::path& path)
-{
-    std::vector<std::string> lines;
-    std::istringstream text(ReadAll(path));
-    for (std::string line; std::getline(text, line);)
-        lines.push_back(line);
-    return lines;
-}
-
 /// A folder of the test's own, and a sink that writes to a file in it.
 class LogFileTest : public testing::Test
 {
@@ -209,143 +186,5 @@ TEST_F(LogFileTest, StdoutstderrPartsErrorsFromTheRest)
     EXPECT_EQ(err.find("level 2"), std::string::npos);
     EXPECT_NE(err.find("level 3"), std::string::npos);
     EXPECT_NE(err.find("level 4"), std::string::npos);
-}
-
-/// Runs one of the DISABLED_ tests below in a process of its own; @p tail follows its command.
-bool RunChild(const std::string& role, const std::string& tail)
-{
-    const std::string command = str::sprintf(
-        "\"%s\" --gtest_also_run_disabled_tests --gtest_filter=LogChild.DISABLED_%s %s",
-        App::Instance().ProgramPath(), role, tail);
-    return std::system((kWindows ? '"' + command + '"' : command).c_str()) == 0;
-}
-
-const fs::path kShared = fs::path(KVI_TEST_TEMP) / "LogChild";
-
-struct LogsWhenDestroyed
-{
-    bool on = false;
-    ~LogsWhenDestroyed()
-    {
-        if (on)
-            KVI_LOG(critical, kMathCategory, "from a destructor");
-    }
-} logsWhenDestroyed;
-
-const bool kLoggedEarly = [] { // from a static constructor, at a level that is filtered
-    KVI_LOG(verbose, kMathCategory, "early");
-    LogMacroHandler(verbose, 0, "", 0, "")("early");
-    return EventSink::Instance().Lost() == 0;
-}();
-
-TEST(LogChild, DISABLED_AppendsLines)
-{
-    SinkFilePath(Wide(kShared / "many.txt"));
-    for (int i = 0; i < 300; ++i)
-        KVI_LOG(warning, 0, "line %d %s.", i, std::string(std::size_t(i), 'y'));
-    EXPECT_EQ(EventSink::Instance().Lost(), 0u);
-}
-
-TEST(LogChild, DISABLED_LogsToTheEnd)
-{
-    logsWhenDestroyed.on = true;
-    SinkFilePath(Wide(kShared / "end.txt"));
-    EventSink::Instance().Buffered(true);
-    KVI_LOG(warning, 0, "gathered");
-}
-
-TEST(LogChild, DISABLED_WritesToAClosedPipe)
-{
-    SinkFilePath(L"stdout");
-    for (int i = 0; i < 500 && EventSink::Instance().Lost() == 0; ++i)
-    {
-        KVI_LOG(warning, 0, "nobody reads this");
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    std::ofstream(kShared / "closed.txt") << EventSink::Instance().Lost();
-}
-
-TEST(LogChild, DISABLED_UsesUpTheCategoryBits)
-{
-    SinkFilePath(Wide(kShared / "bits.txt"));
-    std::vector<int> masks;
-    for (int i = 0; i < 40; ++i)
-        masks.push_back(CategoryMask("Bits" + std::to_string(100 + i)));
-    int seen = 0;
-    for (int mask : masks)
-    {
-        EXPECT_EQ(seen & mask, 0);
-        EXPECT_EQ(mask & 3, 0);
-        EXPECT_GE(mask, 0);
-        seen |= mask;
-    }
-    EXPECT_EQ(masks.back(), 0);
-    EXPECT_EQ(CategoryMask("math"), 4);
-    EXPECT_NE(CategoryNames(-1).find("bits139"), std::string::npos);
-    EXPECT_EQ(CategoryMask(""), 0x7FFFFFFC);
-    LogFilter::Set(warning, 4);
-    KVI_LOG(warning, masks.back(), "a record without a bit");
-}
-
-TEST(LogProcesses, AppendWholeLinesToOneFile)
-{
-    EXPECT_TRUE(kLoggedEarly);
-    fs::remove_all(kShared);
-    fs::create_directories(kShared);
-    constexpr int kChildren = 4;
-    {
-        std::vector<std::jthread> runs;
-        for (int c = 0; c < kChildren; ++c)
-            runs.emplace_back([c] {
-                EXPECT_TRUE(RunChild("AppendsLines",
-                                     "> \"" + (kShared / std::to_string(c)).string() + "\""));
-            });
-    }
-    const auto lines = ReadLines(kShared / "many.txt");
-    EXPECT_EQ(lines.size(), kChildren * 300u);
-    std::vector<int> seen(300, 0);
-    for (const std::string& line : lines)
-    {
-        std::smatch m;
-        ASSERT_TRUE(
-            std::regex_match(line, m, std::regex("\\S+Z warning +- \\d+ line (\\d+) (y*)\\.")))
-            << line;
-        EXPECT_EQ(m[2].length(), std::stoi(m[1]));
-        ++seen[std::size_t(std::stoi(m[1]))];
-    }
-    EXPECT_EQ(seen, std::vector<int>(300, kChildren));
-}
-
-TEST(LogProcesses, LogUntilTheyHaveEnded)
-{
-    fs::create_directories(kShared);
-    fs::remove(kShared / "end.txt");
-    EXPECT_TRUE(RunChild("LogsToTheEnd", "> \"" + (kShared / "out").string() + "\""));
-    const auto lines = ReadLines(kShared / "end.txt");
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_TRUE(lines[0].ends_with(" gathered"));
-    EXPECT_TRUE(lines[1].ends_with(" from a destructor"));
-}
-
-TEST(LogProcesses, SurviveAClosedPipe)
-{
-    if (kWindows)
-        GTEST_SKIP() << "its command interpreter passes pipes through files";
-    fs::create_directories(kShared);
-    fs::remove(kShared / "closed.txt");
-    RunChild("WritesToAClosedPipe", "2> \"" + (kShared / "reason").string() + "\" | sleep 0.3");
-    EXPECT_EQ(ReadAll(kShared / "closed.txt"), "1");
-    EXPECT_EQ(ReadLines(kShared / "reason").size(), 1u);
-}
-
-TEST(LogProcesses, KeepTheBitsGivenWhenNoneAreLeft)
-{
-    fs::create_directories(kShared);
-    fs::remove(kShared / "bits.txt");
-    EXPECT_TRUE(RunChild("UsesUpTheCategoryBits", "> \"" + (kShared / "out").string() + "\""));
-    const auto lines = ReadLines(kShared / "bits.txt");
-    ASSERT_EQ(lines.size(), 2u); // told once
-    EXPECT_NE(lines[0].find("no bit is left for log category"), std::string::npos);
-    EXPECT_TRUE(lines[1].ends_with("a record without a bit"));
 }
 } // namespace

@@ -23,7 +23,7 @@ namespace
 {
 using Clock = std::chrono::steady_clock;
 
-constexpr std::int64_t kLookEvery = 100; // microseconds
+constexpr std::int64_t kLookEvery = 500; // microseconds
 constexpr auto kPatience = std::chrono::milliseconds(200);
 // A pipe that polls as writable takes this much without waiting (POSIX's least PIPE_BUF is less,
 // Linux has 4096).
