@@ -41,6 +41,7 @@
 #include "foundation/str_fmt.h"
 #include "foundation/str_fmt_Argument.h"
 #include "foundation/str_fmt_float_cstring.h"
+#include "foundation/str_load_wstring.h"
 #include "foundation/str_locale.h"
 #include "foundation/str_u8string.h"
 #include "numerics/ISysEqnImpl.h"

@@ -1,4 +1,6 @@
 #include "foundation/str.h"
+#include "foundation/str_load_wstring.h"
+#include "foundation/str_locale.h"
 #include "platform/platform_env.h"
 #include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
@@ -6,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace
@@ -58,6 +61,17 @@ TEST(Text, JoinsWithASeparatorBetween)
 {
     EXPECT_EQ(str::join<std::wstring>({L"a", L"", L"c"}, L"; "), L"a; ; c");
     EXPECT_EQ(str::join<std::string>({}, ";"), "");
+}
+
+TEST(Text, ComesFromTheApplicationByCode)
+{
+    EXPECT_EQ(str::load_wstring(60002), L"number %d in a text %n");
+    EXPECT_EQ(str::load_wstrings({60002, 59999}),
+              (std::vector<std::wstring>{L"number %d in a text %n", L""}));
+    std::jthread([] { // a thread's default locale ends with it
+        str::locale::set_thread_default(str::locale::invariant());
+        EXPECT_EQ(str::joinLanguage({L"a", L"b", L"c"}), L"a, b, c");
+    });
 }
 
 TEST(Text, ComparesWithoutCaseTheSameInEveryLocale)
