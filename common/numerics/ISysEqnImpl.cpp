@@ -24,6 +24,7 @@ long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations, int count)
     State& s = *state_;
     s.refusal = s.last =
         BuildPattern(equations ? *equations : tagMultiVectorInt(), count, s.pattern);
+    s.Tell(s.refusal);
     s.fault = {};
     const std::size_t n = std::size_t(s.pattern.n);
     s.values.assign(s.pattern.columns.size(), 0);
@@ -225,4 +226,5 @@ void ISysEqnImpl::State::Drop(int row, int column, const wchar_t* reason)
     fault.reason = reason;
     if (column >= 0)
         fault.reason += L", row " + std::to_wstring(row) + L", column " + std::to_wstring(column);
+    Tell(fault);
 }

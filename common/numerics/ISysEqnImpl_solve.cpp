@@ -1,15 +1,60 @@
+#include "foundation/kvidbg.h"
 #include "numerics/ISysEqnImpl_state.h"
 #include "numerics/numerics_Product.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
+#include <string>
 
 using math::SolveMethod;
 using math::SolveOutcome;
 using math::SolveRecord;
 using math::impl::MatrixView;
+
+namespace
+{
+
+const kvi::diag::DeclareCategoryMask kMath("Math");
+
+const wchar_t* Name(SolveMethod method)
+{
+    switch (method)
+    {
+    case SolveMethod::ProfileSymmetric:
+        return L"symmetric profile solver";
+    case SolveMethod::ProfileNonSymmetric:
+        return L"non-symmetric profile solver";
+    case SolveMethod::IterativeSymmetric:
+        return L"symmetric iterative solver";
+    case SolveMethod::IterativeNonSymmetric:
+        return L"non-symmetric iterative solver";
+    case SolveMethod::Pardiso:
+        return L"PARDISO";
+    case SolveMethod::None:
+        break;
+    }
+    return L"system of equations";
+}
+
+} // namespace
+
+void ISysEqnImpl::State::Tell(const SolveRecord& record)
+{
+    if (record.outcome == SolveOutcome::Solved)
+        return;
+    const bool isAnswered = record.outcome == SolveOutcome::ZeroPivot ||
+                            record.outcome == SolveOutcome::Breakdown ||
+                            record.outcome == SolveOutcome::NotConverged;
+    const int level = isAnswered ? kvi::diag::warning : kvi::diag::error;
+    std::wstring what = record.reason;
+    if (record.equation >= 0)
+        what += L"; equation " + std::to_wstring(record.equation) + L", counted from 0";
+    if (record.method == SolveMethod::None)
+        KVI_LOG(level, kMath, L"%s: %s", Name(record.method), what);
+    else
+        KVI_LOG(level, kMath, L"%s: %s; residual %g", Name(record.method), what, record.residual);
+}
 
 MatrixView ISysEqnImpl::State::Reduce(const double*& rhs)
 {
@@ -71,6 +116,7 @@ void ISysEqnImpl::State::Finish(const MatrixView& reduced, const double* rhs, So
         tolerance = record.tolerance;
     }
     last = std::move(record);
+    Tell(last);
 }
 
 template <class Solver>
@@ -79,6 +125,7 @@ void ISysEqnImpl::State::Solve(Solver solver)
     if (refusal.outcome != SolveOutcome::Solved)
     {
         last = refusal;
+        Tell(last);
         return;
     }
     const double* rhs = nullptr;

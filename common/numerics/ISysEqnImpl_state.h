@@ -45,6 +45,8 @@ struct ISysEqnImpl::State
     void Solve(Solver solver);
     /// Puts the prescribed values into x and completes the record.
     void Finish(const math::impl::MatrixView& reduced, const double* rhs, math::SolveRecord record);
+    /// Logs a record that is not Solved.
+    static void Tell(const math::SolveRecord& record);
     void Drop(int row, int column, const wchar_t* reason);
     int Size() const { return pattern.n; }
     bool Has(int equation) const { return unsigned(equation) < unsigned(pattern.n); }

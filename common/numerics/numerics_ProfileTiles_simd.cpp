@@ -64,20 +64,25 @@ inline double Sum(Vector v) { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd
 constexpr int kHeight = 3 * kWidth;
 static_assert(kTile % kHeight == 0 && kTile % kColumns == 0);
 
-/// kHeight rows and kColumns columns of a tile, held in registers.
+/// kHeight rows and kColumns columns of a tile. Every loop over them is unrolled: only then does
+/// the compiler keep them in registers.
 struct Block
 {
     Vector v[kColumns][3];
 
     void Read(const double* C)
     {
+#pragma GCC unroll 8
         for (int c = 0; c < kColumns; ++c)
+#pragma GCC unroll 3
             for (int r = 0; r < 3; ++r)
                 v[c][r] = Load(C + c * kTile + r * kWidth);
     }
     void Write(double* C) const
     {
+#pragma GCC unroll 8
         for (int c = 0; c < kColumns; ++c)
+#pragma GCC unroll 3
             for (int r = 0; r < 3; ++r)
                 Store(C + c * kTile + r * kWidth, v[c][r]);
     }
@@ -87,6 +92,7 @@ struct Block
         for (std::ptrdiff_t k = 0; k < steps; ++k, W += kTile, M += kTile)
         {
             const Vector w0 = Load(W), w1 = Load(W + kWidth), w2 = Load(W + 2 * kWidth);
+#pragma GCC unroll 8
             for (int c = 0; c < kColumns; ++c)
             {
                 const Vector m = All(M[c]);
@@ -99,17 +105,22 @@ struct Block
     /// this = this T^-T, T being unit lower triangular, its columns kTile apart
     void Divide(const double* T)
     {
+#pragma GCC unroll 8
         for (int c = 0; c < kColumns - 1; ++c)
+#pragma GCC unroll 8
             for (int d = c + 1; d < kColumns; ++d)
             {
                 const Vector m = All(T[c * kTile + d]);
+#pragma GCC unroll 3
                 for (int r = 0; r < 3; ++r)
                     v[d][r] = Less(v[d][r], v[c][r], m);
             }
     }
     void Scale(const double* factors)
     {
+#pragma GCC unroll 8
         for (int c = 0; c < kColumns; ++c)
+#pragma GCC unroll 3
             for (int r = 0; r < 3; ++r)
                 v[c][r] = Times(v[c][r], All(factors[c]));
     }
