@@ -2,7 +2,7 @@
 
 #include "foundation/MissingValue.h"
 #include "foundation/gtl_range_error.h"
-#include "foundation/str_fmt.h"
+#include "foundation/str_locale.h"
 
 #include <algorithm>
 #include <array>
@@ -117,8 +117,15 @@ constexpr bool CategoriesBeginAndEndAsKnown()
 }
 static_assert(CategoriesBeginAndEndAsKnown());
 
-/// A bound or value as the error shows it.
-std::wstring NumberText(double value) { return str::sprintf(L"%.8g", value); }
+/// A bound or value as the error shows it: 8 significant digits in the user's locale.
+std::wstring NumberText(double value)
+{
+    using namespace str::locale;
+    std::wstring text;
+    // Cannot fail: neither width nor number of digits is out of range.
+    (void)to_string(text, value, native(), kNoWidth, 8, floatformat::general);
+    return text;
+}
 
 bool IsIn(const std::vector<DataParamType>& list, DataParamType param)
 {

@@ -1,6 +1,7 @@
 #include "data/DataParamType.h"
 #include "foundation/MissingValue.h"
 #include "foundation/gtl_range_error.h"
+#include "foundation/str_locale.h"
 
 #include <gtest/gtest.h>
 
@@ -114,15 +115,20 @@ TEST(DataParamType, BoundsTellWhatMayBeAValue)
         EXPECT_TRUE(IsRangeValid(Param(i), MissingValue<double>()).ok()) << i;
 }
 
-TEST(DataParamType, ErrorsNameTheValueAndItsBoundsInEightDigits)
+TEST(DataParamType, ErrorsNameTheValueAndItsBoundsInTheUsersLocale)
 {
     using gtl::impl::range_error;
+    const auto in = bound_kind::inclusive, out = bound_kind::exclusive, none = bound_kind::none;
+    const auto before = str::locale::native();
+    str::locale::set_thread_default(str::locale::invariant());
     EXPECT_EQ(IsRangeValid(Param(78), 0.123456789e3),
-              range_error::OutOfBounds(L"123.45679", L"0", L"0.49", bound_kind::inclusive,
-                                       bound_kind::inclusive));
-    EXPECT_EQ(
-        IsRangeValid(Param(232), 5e20),
-        range_error::OutOfBounds(L"5e+20", L"0", L"0", bound_kind::none, bound_kind::exclusive));
+              range_error::OutOfBounds(L"123.45679", L"0", L"0.49", in, in));
+    EXPECT_EQ(IsRangeValid(Param(232), 5e20),
+              range_error::OutOfBounds(L"5e+20", L"0", L"0", none, out));
+    str::locale::set_thread_default(str::locale::french_canadian());
+    EXPECT_EQ(IsRangeValid(Param(78), -1.5),
+              range_error::OutOfBounds(L"-1,5", L"0", L"0,49", in, in));
+    str::locale::set_thread_default(before);
 }
 
 TEST(DataParamType, ListsActAsOrderedSets)
