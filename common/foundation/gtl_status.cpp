@@ -19,15 +19,15 @@ struct status::detail::Texts
 
 namespace
 {
-/// Copies @p text to @p place, closed by a zero, and moves @p place behind it.
+/// Copies @p text to @p place, and moves @p place behind it.
 template <class Char>
 std::basic_string_view<Char> Put(std::basic_string_view<Char> text, Char*& place)
 {
+    if (text.empty())
+        return {};
     Char* const start = place;
-    if (!text.empty())
-        std::memcpy(start, text.data(), text.size() * sizeof(Char));
-    start[text.size()] = Char();
-    place = start + text.size() + 1;
+    place += text.size();
+    std::memcpy(start, text.data(), text.size() * sizeof(Char));
     return {start, text.size()};
 }
 } // namespace
@@ -35,10 +35,10 @@ std::basic_string_view<Char> Put(std::basic_string_view<Char> text, Char*& place
 status::detail* status::detail::Make(const Texts& texts, std::int32_t line)
 {
     // 64 bits, because the same long text may be given five times.
-    std::uint64_t letters = texts.message.size() + 1;
+    std::uint64_t letters = texts.message.size();
     for (const std::wstring_view argument : texts.arguments)
-        letters += argument.size() + 1;
-    const std::uint64_t bytes = sizeof(detail) + letters * sizeof(wchar_t) + texts.file.size() + 1;
+        letters += argument.size();
+    const std::uint64_t bytes = sizeof(detail) + letters * sizeof(wchar_t) + texts.file.size();
     if (bytes > std::numeric_limits<std::size_t>::max())
         throw std::bad_alloc();
 
@@ -62,9 +62,9 @@ std::wstring status::detail::as_wstring() const
 status::status(unsigned code, std::wstring_view argument1, std::wstring_view argument2,
                std::wstring_view argument3, std::wstring_view argument4,
                std::wstring_view argument5)
-    : status(std::wstring_view(App::Instance().MessageText(code)), argument1, argument2, argument3,
-             argument4, argument5)
 {
+    const std::wstring text = App::Instance().MessageText(code);
+    detail_ = detail::Make({text, {argument1, argument2, argument3, argument4, argument5}, {}}, -1);
 }
 
 status::status(std::wstring_view text, std::wstring_view argument1, std::wstring_view argument2,
@@ -95,15 +95,7 @@ status status::Duplicate() const
     return made;
 }
 
-void status::Release() noexcept
-{
-    // The last share destroys the record as it is; only earlier ones count down.
-    detail* const released = std::exchange(detail_, nullptr);
-    if (released->count_ < 2)
-        ::operator delete(released);
-    else
-        --released->count_;
-}
+void status::Destroy(detail* record) noexcept { ::operator delete(record); }
 
 bool status::SameContents(const detail* a, const detail* b) noexcept
 {

@@ -58,11 +58,7 @@ public:
         status(std::move(other)).swap(*this);
         return *this;
     }
-    ~status()
-    {
-        if (detail_ != nullptr)
-            Release();
-    }
+    ~status() { Release(); }
 
     bool ok() const noexcept { return detail_ == nullptr; }
     /// The record of the error; null for success.
@@ -81,6 +77,7 @@ public:
 
 private:
     void Release() noexcept;
+    static void Destroy(detail* record) noexcept;
     static bool SameContents(const detail* a, const detail* b) noexcept;
 
     detail* detail_ = nullptr;
@@ -112,7 +109,7 @@ private:
     static detail* Make(const Texts& texts, std::int32_t line);
 
     std::uint32_t count_ = 1; // of the statuses that share this record
-    // The texts stand behind the record, each closed by a zero.
+    // The texts stand behind the record.
     std::wstring_view template_;
     std::wstring_view arguments_[5];
     std::string_view sourceFile_;
@@ -123,6 +120,18 @@ inline status::status(const status& other) noexcept : detail_(other.detail_)
 {
     if (detail_ != nullptr)
         ++detail_->count_;
+}
+
+inline void status::Release() noexcept
+{
+    // The last share destroys the record as it is; only earlier ones count down.
+    if (detail_ == nullptr) [[likely]]
+        return;
+    if (detail_->count_ < 2)
+        Destroy(detail_);
+    else
+        --detail_->count_;
+    detail_ = nullptr;
 }
 
 } // namespace gtl
