@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <thread>
@@ -154,6 +156,26 @@ TEST_F(LogFileTest, ADirectoryOrAFullDiskIsNoTarget)
     }
     const std::string told = testing::internal::GetCapturedStderr();
     EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), fs::exists("/dev/full") ? 2 : 1) << told;
+}
+
+TEST_F(LogFileTest, APipeThatNobodyReadsDelaysLittle)
+{
+    if (kWindows)
+        GTEST_SKIP() << "named pipes are no files there";
+    const std::string pipe = (folder / "pipe").string();
+    ASSERT_EQ(std::system(("mkfifo '" + pipe + "'").c_str()), 0);
+    testing::internal::CaptureStderr();
+    sink.OutputPath(str::as_wstring(pipe));
+    Put(L"lost"); // no reader at all
+    EXPECT_EQ(sink.Lost(), 1u);
+    ASSERT_EQ(std::system(("sleep 2 < '" + pipe + "' &").c_str()), 0); // opens it, never reads
+    const auto start = Clock::now();
+    for (int i = 0; i < 300; ++i)
+        Put(std::wstring(1000, L'x')); // four times what a pipe holds
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(1));
+    EXPECT_GT(sink.Lost(), 100u);
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
 }
 
 TEST_F(LogFileTest, ARemovedOrRenamedFileIsMadeAnew)
