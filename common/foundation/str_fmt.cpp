@@ -31,20 +31,65 @@ constexpr bool IsOneOf(char c, const char (&set)[N])
     return found;
 }
 
-/// Appends text that is ASCII in either width.
+/// Gathers text on the stack on its way to a string: growing that for each piece costs more than
+/// the pieces.
 template <class C>
-void AppendAscii(std::basic_string<C>& out, std::string_view text)
+class Pieces
 {
-    const std::size_t had = out.size();
-    out.resize(had + text.size());
-    C* to = out.data() + had;
-    for (std::size_t i = 0; i < text.size(); ++i)
-        to[i] = static_cast<C>(text[i]);
-}
+public:
+    explicit Pieces(std::basic_string<C>& out) : out_(out) {}
+
+    void append(std::basic_string_view<C> text)
+    {
+        if (C* to = Room(text.size()))
+            std::copy(text.begin(), text.end(), to);
+        else
+            out_.append(text);
+    }
+    void append(std::size_t count, C c)
+    {
+        if (C* to = Room(count))
+            std::fill_n(to, count, c);
+        else
+            out_.append(count, c);
+    }
+    /// Text that is ASCII, in either width.
+    void AppendAscii(std::string_view text)
+    {
+        for (; text.size() > kRoom; text.remove_prefix(kRoom))
+            AppendAscii(text.substr(0, kRoom));
+        C* to = Room(text.size());
+        for (std::size_t i = 0; i < text.size(); ++i)
+            to[i] = static_cast<C>(text[i]);
+    }
+    void Flush()
+    {
+        out_.append(pieces_, size_);
+        size_ = 0;
+    }
+
+private:
+    static constexpr std::size_t kRoom = 256;
+
+    /// Where @p count units go; null, with nothing left gathered, when there are too many.
+    C* Room(std::size_t count)
+    {
+        if (count > kRoom - size_)
+            Flush();
+        if (count > kRoom)
+            return nullptr;
+        size_ += count;
+        return pieces_ + size_ - count;
+    }
+
+    std::basic_string<C>& out_;
+    std::size_t size_ = 0;
+    C pieces_[kRoom];
+};
 
 /// Appends @p body, padded to the token's width; @p head (a sign, "0x") stands before the zeros.
 template <class C, class B>
-void AppendPadded(std::basic_string<C>& out, const Token& token, std::string_view head,
+void AppendPadded(Pieces<C>& out, const Token& token, std::string_view head,
                   std::basic_string_view<B> body, bool zeros)
 {
     const auto width = static_cast<std::size_t>(std::min(token.width, kMaxWidth));
@@ -52,13 +97,13 @@ void AppendPadded(std::basic_string<C>& out, const Token& token, std::string_vie
     const std::size_t fill = width > length ? width - length : 0;
     if (fill > 0 && !token.left && !zeros)
         out.append(fill, C(' '));
-    AppendAscii(out, head);
+    out.AppendAscii(head);
     if (zeros)
         out.append(fill, C('0'));
     if constexpr (std::is_same_v<B, C>)
         out.append(body);
     else
-        AppendAscii(out, body);
+        out.AppendAscii(body);
     if (token.left)
         out.append(fill, C(' '));
 }
@@ -67,7 +112,7 @@ void AppendPadded(std::basic_string<C>& out, const Token& token, std::string_vie
 std::string_view PlusSign(const Token& token) { return token.plus ? "+" : token.space ? " " : ""; }
 
 template <class C>
-void AppendInteger(std::basic_string<C>& out, const Token& token, const Argument& value)
+void AppendInteger(Pieces<C>& out, const Token& token, const Argument& value)
 {
     const char conversion = token.conversion;
     const bool isSigned = IsOneOf(conversion, "di");
@@ -125,7 +170,7 @@ char* WriteReal(char* first, char* last, const Token& token, double magnitude)
 }
 
 template <class C>
-void AppendReal(std::basic_string<C>& out, const Token& token, double value)
+void AppendReal(Pieces<C>& out, const Token& token, double value)
 {
     char text[kNumberRoom];
     char* end = WriteReal(text, text + sizeof text, token, std::fabs(value));
@@ -159,7 +204,7 @@ std::basic_string_view<C> CutToPrecision(std::basic_string_view<C> text, const T
 }
 
 template <class C>
-void AppendText(std::basic_string<C>& out, const Token& token, std::basic_string_view<C> text)
+void AppendText(Pieces<C>& out, const Token& token, std::basic_string_view<C> text)
 {
     text = CutToPrecision(text, token);
     if (token.width == 0)
@@ -169,7 +214,7 @@ void AppendText(std::basic_string<C>& out, const Token& token, std::basic_string
 }
 
 template <class C>
-void AppendText(std::basic_string<C>& out, const Token& token, const Argument& value)
+void AppendText(Pieces<C>& out, const Token& token, const Argument& value)
 {
     const std::string_view bytes(static_cast<const char*>(value.data), value.size);
     const std::wstring_view wide(static_cast<const wchar_t*>(value.data), value.size);
@@ -193,7 +238,7 @@ void AppendText(std::basic_string<C>& out, const Token& token, const Argument& v
 
 /// The character @p value is, or the one whose code it is.
 template <class C>
-void AppendCharacter(std::basic_string<C>& out, const Token& token, const Argument& value)
+void AppendCharacter(Pieces<C>& out, const Token& token, const Argument& value)
 {
     std::string narrow;
     std::wstring wide;
@@ -209,7 +254,7 @@ void AppendCharacter(std::basic_string<C>& out, const Token& token, const Argume
 
 /// One argument by its conversion, or in its own form where the conversion does not fit.
 template <class C>
-void AppendArgument(std::basic_string<C>& out, Token token, const Argument& value)
+void AppendArgument(Pieces<C>& out, Token token, const Argument& value)
 {
     if (value.kind == Kind::Narrow || value.kind == Kind::Wide || value.kind == Kind::Utf8)
         return AppendText(out, token, value);
@@ -239,7 +284,7 @@ void AppendArgument(std::basic_string<C>& out, Token token, const Argument& valu
 
 /// A piece of the format that stands for itself.
 template <class C, class F>
-void AppendLiteral(std::basic_string<C>& out, std::basic_string_view<F> piece)
+void AppendLiteral(Pieces<C>& out, std::basic_string_view<F> piece)
 {
     if constexpr (std::is_same_v<C, F>)
     {
@@ -251,23 +296,24 @@ void AppendLiteral(std::basic_string<C>& out, std::basic_string_view<F> piece)
         for (const char c : piece)
             all |= static_cast<unsigned char>(c);
         if (all < 0x80)
-            AppendAscii(out, piece);
+            out.AppendAscii(piece);
         else
             out.append(platform::Wide(piece));
     }
 }
 
 template <class C, class F>
-void AppendFilled(std::basic_string<C>& out, std::basic_string_view<F> format, const Argument* args,
+void AppendFilled(std::basic_string<C>& to, std::basic_string_view<F> format, const Argument* args,
                   std::size_t count)
 {
+    Pieces<C> out(to);
     std::size_t used = 0;
     for (std::size_t at = 0; at < format.size();)
     {
         const std::size_t percent = format.find(F('%'), at);
         AppendLiteral(out, format.substr(at, percent - at));
         if (percent == format.npos)
-            return;
+            break;
         Token token;
         const std::size_t end = ParseToken(format, percent, token);
         if (end != percent && used < count)
@@ -277,10 +323,11 @@ void AppendFilled(std::basic_string<C>& out, std::basic_string_view<F> format, c
             continue;
         }
         // No conversion, or one without an argument: its first character stands for itself.
-        out += C('%');
+        out.append(1, C('%'));
         const bool twice = percent + 1 < format.size() && format[percent + 1] == F('%');
         at = percent + (twice ? 2 : 1);
     }
+    out.Flush();
 }
 
 template <class C>
