@@ -31,7 +31,7 @@ constexpr const char* kStyle =
     "text{font-family:'DejaVu Sans',Arial,Helvetica,sans-serif;font-size:12px;fill:#222}"
     ".title{font-size:18px;font-weight:bold}.sub{fill:#555}.axis{stroke:#444;stroke-width:1;"
     "fill:none}.contour{fill:none;stroke:#31445c;stroke-width:.9}.halo{stroke:#fff;"
-    "stroke-width:3.5;stroke-linejoin:round;fill:#fff}.value{font-size:11px;"
+    "stroke-width:5;stroke-linejoin:round;fill:#fff}.value{font-size:11px;"
     "fill:#31445c}.surface{fill:none;stroke:#0a58ca;stroke-width:3.2;stroke-linejoin:round;"
     "stroke-linecap:round}.badge{font-size:11px;font-weight:bold;fill:#fff;text-anchor:middle}"
     ".middle{text-anchor:middle}.end{text-anchor:end}.head{font-weight:bold}";
@@ -188,6 +188,9 @@ void Picture::Contours(const Triangles& triangles)
         for (const Polyline& line : lines)
             labels.emplace_back(line, Fixed(level, levels.decimals));
     }
+    for (const Polyline& line : step_.surface)
+        for (const Point& point : line)
+            taken_.emplace_back(frame_.At(point), 3); // no label over the phreatic line
     for (const auto& [line, text] : labels)
         ContourLabel(line, text);
     if (levels.values.size() > 1)
