@@ -17,7 +17,6 @@ constexpr int kDense = 120; ///< largest coarsest matrix that is factorised
 /// the diagonal couplings of stretched bilinear elements; blocks of several unknowns have no such
 /// plain meaning, and need more of their couplings.
 constexpr double kThreshold = 0.3, kThresholdOfBlocks = 0.1;
-constexpr int kBottomSweeps = 4; ///< where coarsening came to an end early
 
 } // namespace
 
