@@ -244,7 +244,9 @@ private:
 /// How far outside the reference element, less the width of the edge; 0 or less is inside.
 double Excess(const Element& element, const Found& found)
 {
-    const Vec edge = {kEdge + found.rounding.x, kEdge + found.rounding.y};
+    // far outside a nearly straight quadratic element rounding alone would reach into it
+    const Vec edge = {kEdge + std::min(found.rounding.x, 1e-3),
+                      kEdge + std::min(found.rounding.y, 1e-3)};
     const Vec at = found.local;
     if (element.IsTriangle())
         return std::max({-at.x - edge.x, -at.y - edge.y, at.x + at.y - 1 - edge.x - edge.y});

@@ -34,6 +34,26 @@ std::string Trouble(const Model& model, const NewtonOutcome& outcome, double tol
     return outcome.failure.empty() ? text : outcome.failure + "; " + text;
 }
 
+/// Soil drier than the water-content curve ends holds no water that could leave: the boundaries
+/// ask for more than the soil can give. Empty when all is well.
+std::string TooDry(const Model& model, const std::vector<double>& head)
+{
+    constexpr double kMostSuction = 1e6; // [kPa]
+    for (std::size_t n = 0; n < head.size(); ++n)
+    {
+        const double suction = (model.mesh.y[n] - head[n]) * model.problem.gammaW;
+        if (suction <= kMostSuction)
+            continue;
+        char text[200];
+        std::snprintf(text, sizeof text,
+                      "the boundaries draw more water than the soil can lead: the suction at node "
+                      "%zu at (%.6g, %.6g) would have to be %.3g kPa",
+                      model.mesh.number[n], model.mesh.x[n], model.mesh.y[n], suction);
+        return text;
+    }
+    return {};
+}
+
 NewtonSettings SettingsOf(const SolverSettings& given)
 {
     NewtonSettings settings;
@@ -83,11 +103,13 @@ bool Analyse(const Model& model, const std::function<void(const Progress&)>& wat
 
     StepResult result;
     result.name = step.name;
-    result.converged = outcome.converged;
     result.iterations = outcome.iterations;
     result.residual = outcome.residual;
-    if (!outcome.converged)
+    if (outcome.converged)
+        result.trouble = TooDry(model, newton.Head());
+    else
         result.trouble = Trouble(model, outcome, settings.tolerance);
+    result.converged = result.trouble.empty();
     const Solution solution{model, step, soils, conditions, newton.Head(), newton.Inflow()};
     EvaluateFlows(solution, result);
     result.storedWater = StoredWater(solution);

@@ -66,7 +66,7 @@ void InflowOver(const Solution& s, const Edge& edge, int e, const EdgePoint poin
 struct Share
 {
     double flux = 0;
-    double length = 0;
+    double length = 0; ///< of the sides that have the node
 };
 using Shares = std::vector<Share>; // by node
 
@@ -85,12 +85,17 @@ public:
                 Integrate(b, result);
         for (std::size_t node = 0; node < s_.inflow.size(); ++node)
             Distribute(node);
+        const std::vector<double>& y = s_.model.mesh.y;
+        for (const Soil& soil : s_.soils)
+            still_ = std::max(still_,
+                              std::max(soil.kx, soil.ky) * (*std::max_element(y.begin(), y.end()) -
+                                                            *std::min_element(y.begin(), y.end())));
         for (std::size_t b = 0; b < boundaries; ++b)
         {
             if (s_.step.conditions[b].type == BoundaryType::Flux)
                 flow_[b] = s_.conditions.loadSum[b];
             result.boundaries.push_back({s_.model.problem.boundaries[b].name, flow_[b]});
-            if (s_.step.conditions[b].type == BoundaryType::Seepage)
+            if (IsSeepage(b))
                 result.seepageFaces.push_back(
                     {s_.model.problem.boundaries[b].name, flow_[b], Exit(b)});
         }
@@ -121,7 +126,7 @@ private:
                 for (int k = 0; k < 3 && edge.nodes[k] >= 0; ++k)
                 {
                     shares[edge.nodes[k]].flux += points[p].N[k] * flux;
-                    shares[edge.nodes[k]].length += points[p].N[k] * points[p].length;
+                    shares[edge.nodes[k]].length += points[p].length;
                 }
             }
         }
@@ -129,24 +134,40 @@ private:
 
     void Count(double flow) { (flow > 0 ? in_ : out_) += std::abs(flow); }
 
+    /// Flux that the sides of boundary @p b bring to a node; on a seepage face it can only leave.
+    double FluxOf(std::size_t b, std::size_t node) const
+    {
+        const double flux = shares_[b][node].flux;
+        return IsSeepage(b) ? std::min(flux, 0.0) : flux;
+    }
+
     void Distribute(std::size_t node)
     {
-        double rest = s_.inflow[node] - s_.conditions.load[node], length = 0;
         Count(s_.conditions.load[node]);
+        double rest = s_.inflow[node] - s_.conditions.load[node], length = 0;
+        bool given = false; // a head; the seepage faces then get no part of the rest
+        for (std::size_t b = 0; b < shares_.size(); ++b)
+            given = given || (Has(b, node) && !IsSeepage(b));
         for (std::size_t b = 0; b < shares_.size(); ++b)
             if (Has(b, node))
             {
-                rest -= shares_[b][node].flux;
-                length += shares_[b][node].length;
+                rest -= given ? FluxOf(b, node) : 0;
+                length += given && IsSeepage(b) ? 0 : shares_[b][node].length;
             }
         for (std::size_t b = 0; b < shares_.size(); ++b)
             if (Has(b, node))
             {
-                const Share& share = shares_[b][node];
-                const double part = share.flux + rest * share.length / length;
+                double part = given ? FluxOf(b, node) : 0;
+                if (!given || !IsSeepage(b))
+                    part += rest * shares_[b][node].length / length;
                 flow_[b] += part;
                 Count(part);
             }
+    }
+
+    bool IsSeepage(std::size_t b) const
+    {
+        return s_.step.conditions[b].type == BoundaryType::Seepage;
     }
 
     /// Whether boundary @p b holds @p node. A seepage face at a given head shares the node with
@@ -157,56 +178,47 @@ private:
                shares_[b][node].length > 0;
     }
 
-    /// Outflow per length of a node of face @p b.
-    double Density(std::size_t b, int node) const
-    {
-        return -s_.inflow[node] / shares_[b][node].length;
-    }
-
-    // The end of the wet part that lies highest; of ends at one height the one before a dry node.
-    // Between the last wet node and the first dry one it is where the outflow, going on as it
-    // falls between the last two wet nodes, is used up.
+    // The end of the wet part that lies highest; of ends at one height the one farthest from the
+    // middle of the outflow, where the free surface comes out on a level drain.
     Point Exit(std::size_t b) const
     {
         const Mesh& mesh = s_.model.mesh;
-        Point exit{kMissing, kMissing};
-        bool transition = false;
-        const auto consider = [&](Point at, bool before) {
-            const double slack = 1e-9 * (std::abs(at.y) + std::abs(at.x));
-            if (exit.y != kMissing &&
-                (at.y < exit.y - slack || (at.y <= exit.y + slack && (transition || !before))))
-                return;
-            exit = at;
-            transition = before;
-        };
-        for (const Edge& edge : s_.model.boundaryEdges[b])
-        {
-            const bool bent = edge.nodes[2] >= 0;
-            const int chain[3] = {edge.nodes[0], bent ? edge.nodes[2] : edge.nodes[1],
-                                  edge.nodes[1]};
-            for (int k = 0; k < (bent ? 2 : 1); ++k)
+        double outflow = 0, middle = 0;
+        for (std::size_t node = 0; node < s_.inflow.size(); ++node)
+            if (Has(b, node) && IsWet(int(node)))
             {
-                const bool first = IsWet(chain[k]), last = IsWet(chain[k + 1]);
-                const int wet = first ? chain[k] : chain[k + 1];
-                const int dry = first ? chain[k + 1] : chain[k];
-                if (first || last)
-                    consider({mesh.x[wet], mesh.y[wet]}, first != last);
-                if (first && last)
-                    consider({mesh.x[dry], mesh.y[dry]}, false);
+                outflow -= s_.inflow[node];
+                middle -= s_.inflow[node] * mesh.x[node];
             }
-        }
+        Point exit{kMissing, kMissing};
+        for (const Edge& edge : s_.model.boundaryEdges[b])
+            for (const int node : edge.nodes)
+            {
+                if (node < 0 || !IsWet(node))
+                    continue;
+                const Point at{mesh.x[node], mesh.y[node]};
+                const double slack = 1e-9 * (std::abs(at.x) + std::abs(at.y));
+                const bool level = std::abs(at.y - exit.y) <= slack;
+                if (exit.y == kMissing || (!level && at.y > exit.y) ||
+                    (level &&
+                     std::abs(at.x * outflow - middle) > std::abs(exit.x * outflow - middle)))
+                    exit = at;
+            }
         return exit;
     }
 
+    /// Gives water off at zero pressure, more than rounding makes of nothing.
     bool IsWet(int node) const
     {
-        return s_.head[node] >= s_.model.mesh.y[node] && s_.inflow[node] < 0;
+        return s_.head[node] >= s_.model.mesh.y[node] &&
+               s_.inflow[node] < -std::max(1e-9 * std::max(in_, out_), 1e-14 * still_);
     }
 
     const Solution& s_;
     std::vector<Shares> shares_; ///< by boundary
     std::vector<double> flow_;   ///< by boundary
     double in_ = 0, out_ = 0;
+    double still_ = 0; ///< conductivity times height: its rounding is the flow of still water
 };
 } // namespace
 

@@ -26,7 +26,8 @@ struct Solution
 /// Fills the flows, the mass balance and the seepage faces of @p result.
 ///
 /// A node's reaction belongs to its boundary. Where boundaries meet in a node each gets what the
-/// flux over its own sides brings to the node, and the rest goes by the lengths of these sides.
+/// flux over its own sides brings to the node, and the rest goes by the lengths of these sides, but
+/// to given heads before seepage faces. Between seepage faces the lengths decide alone.
 void EvaluateFlows(const Solution& solution, StepResult& result);
 
 /// Integral of the water content [m3/m]; missing when a material has no curve.

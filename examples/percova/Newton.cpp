@@ -145,7 +145,7 @@ void Newton::Evaluate(const Goal& goal)
 
 void Newton::Measure()
 {
-    double in = 0, out = 0, worst = 0, conductivity = 0;
+    double in = 0, out = 0, worst = 0, all = 0, conductivity = 0;
     residual_.assign(held_.size(), 0);
     for (std::size_t n = 0; n < held_.size(); ++n)
     {
@@ -155,6 +155,7 @@ void Newton::Measure()
         if (held_[n])
             continue;
         residual_[n] = conditions_.load[n] - inflow_[n];
+        all += residual_[n];
         if (!(std::abs(residual_[n]) <= worst)) // also when it is NaN
         {
             worst = std::abs(residual_[n]);
@@ -167,7 +168,7 @@ void Newton::Measure()
     const auto [low, high] = std::minmax_element(model_.mesh.y.begin(), model_.mesh.y.end());
     const double rounding = 1e-14 * conductivity * (*high - *low);
     scale_ = std::max({in, out, rounding / settings_.tolerance});
-    outcome_.residual = worst / scale_;
+    outcome_.residual = std::max(worst, std::abs(all)) / scale_;
 }
 
 bool Newton::SwitchFaces(const Goal& goal)

@@ -18,7 +18,7 @@ namespace percova
 
 struct NewtonSettings
 {
-    double tolerance = 1e-10; ///< of the largest nodal imbalance over the flow through the model
+    double tolerance = 1e-10; ///< of the residual, see NewtonOutcome
     int maxIterations = 400;
 };
 
@@ -26,7 +26,8 @@ struct NewtonOutcome
 {
     bool converged = false;
     int iterations = 0;  ///< linear systems solved
-    double residual = 0; ///< largest nodal imbalance over the flow through the model
+    double residual = 0; ///< imbalance of the worst node, or of all together if that is more, over
+                         ///< the flow through the model
     int worst = -1;      ///< the node of it
     double change = 0;   ///< largest change of a head in the last iteration [m]
     std::string failure; ///< why the linear solver gave up, empty when it did not

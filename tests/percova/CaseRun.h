@@ -1,0 +1,70 @@
+/// @file
+/// Runs a case of the example engine on one of its meshes or on a grid, for the tests.
+#pragma once
+
+#include "Model.h"
+#include "Results.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <string>
+
+namespace percova::testing
+{
+
+/// The image of the unit square, cut into equal steps of u and v.
+struct Grid
+{
+    ElementType type;
+    int columns, rows;                              ///< of quadrilaterals, or of pairs of triangles
+    std::function<Point(double u, double v)> place; ///< u and v from 0 to 1
+    /// Name of the physical curve that a side on the rim belongs to, by the middle of its chord.
+    /// May be empty: then the lines of the problem file find the sides.
+    std::function<std::string(Point middle)> curve = {};
+    std::string region = {}; ///< name of the physical surface, empty for none
+};
+Mesh MakeMesh(const Grid& grid);
+
+/// The rectangle from (x0, y0) to (x1, y1).
+Grid Rectangle(ElementType type, int columns, int rows, double x0, double y0, double x1, double y1);
+
+struct CaseRun
+{
+    Model model;
+    Results results;
+    nlohmann::json reference;
+
+    /// Reads the problem and its references; a failure is a failure of the test.
+    explicit CaseRun(const std::string& name);
+
+    void AddProbe(const std::string& name, double x, double y);
+    /// One probe for each reference value that says where it holds, under the value's name.
+    void AddProbesOfReferences();
+    /// Runs on "cases/mesh/NAME.VARIANT.msh", as "q4.v22".
+    const StepResult& On(const std::string& variant, SolverKind kind);
+    const StepResult& On(const Grid& grid, SolverKind kind);
+
+    double Value(const std::string& name) const; ///< a reference value
+    double Flow(const std::string& boundary) const;
+    const ProbeValue& Probed(const std::string& name) const;
+    /// Height of the highest zero-pressure line at @p x; missing where there is none.
+    double SurfaceAt(double x) const;
+
+private:
+    const StepResult& Solve(SolverKind kind);
+    std::string name_;
+};
+
+/// The solver families in turn, so that a table of cases tries each on many.
+SolverKind KindInTurn();
+
+/// False where code is slow: without optimisation and under sanitizers. There the large meshes
+/// are left out.
+bool IsThorough();
+
+#define EXPECT_WITHIN(actual, expected, relative)                                                  \
+    EXPECT_NEAR(actual, expected, std::abs(expected) * (relative))
+
+} // namespace percova::testing

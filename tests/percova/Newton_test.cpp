@@ -1,0 +1,139 @@
+// Problems harder than the cases: the iteration must come through, or say where it did not.
+#include "Analysis.h"
+#include "CaseRun.h"
+
+#include <cmath>
+#include <utility>
+
+namespace percova::testing
+{
+namespace
+{
+constexpr ElementType kTypes[] = {ElementType::T3, ElementType::Q4, ElementType::T6,
+                                  ElementType::Q8};
+
+TEST(Newton, ComesThroughSteepCurvesOnCoarseDams)
+{
+    for (const ElementType type : kTypes)
+        for (const auto& [alpha, floor] :
+             {std::pair{300.0, 1e-3}, std::pair{100.0, 0.0}, std::pair{1000.0, 1e-3}})
+        {
+            SCOPED_TRACE(std::string(Name(type)) + " alpha " + std::to_string(alpha));
+            CaseRun run("U2-dam-dry");
+            RelativeConductivity& kr = run.model.problem.materials.front().kr;
+            kr.alpha = alpha;
+            kr.floor = floor;
+            const int n = IsQuadratic(type) ? 18 : 36;
+            const StepResult& step = run.On(Rectangle(type, n, n, 0, 0, 1, 1), KindInTurn());
+            EXPECT_LE(step.residual, 1e-10);
+            EXPECT_LE(step.iterations, 200);
+            EXPECT_NEAR(step.flowIn / run.Value("flow"), 1 + 1.2 / alpha, 0.002);
+        }
+}
+
+// With q = K(psi) and unit gradient: psi far from the water table is ln(q / k) / alpha.
+TEST(Newton, LetsRainIntoDryColumns)
+{
+    for (const ElementType type : kTypes)
+        for (const double alpha : {1.5, 10.0, 100.0})
+            for (const double rain : {1.0, 0.999, 0.5, 0.01, 1e-6})
+                for (const int rows : {100, 10})
+                {
+                    SCOPED_TRACE(std::string(Name(type)) + " alpha " + std::to_string(alpha) +
+                                 " rain " + std::to_string(rain) + " rows " + std::to_string(rows));
+                    CaseRun run("S1-infiltration");
+                    run.model.problem.materials.front().kr.alpha = alpha;
+                    run.model.problem.steps.front().conditions[1].values = {rain * 1e-6};
+                    run.AddProbe("top", 0.5, 5);
+                    const StepResult& step =
+                        run.On(Rectangle(type, 1, rows, 0, 0, 1, 5), SolverKind::Direct);
+                    EXPECT_LE(step.iterations, 60);
+                    EXPECT_WITHIN(-run.Flow("water_table"), rain * 1e-6, 1e-7);
+                    if (rows == 100 && alpha == 10 && rain <= 0.5)
+                        EXPECT_NEAR(run.Probed("top").pressureHead, std::log(rain) / alpha, 2e-3);
+                }
+}
+
+TEST(Newton, KeepsStillWaterStill)
+{
+    CaseRun run("U1-dam");
+    for (Condition& condition : run.model.problem.steps.front().conditions)
+        condition.values = {4};
+    run.AddProbe("above", 8, 20);
+    const StepResult& step =
+        run.On(Rectangle(ElementType::Q8, 8, 12, 0, 0, 16, 24), SolverKind::Pardiso);
+    EXPECT_LE(step.flowIn, 1e-16);
+    EXPECT_NEAR(run.Probed("above").head, 4, 1e-9);
+    EXPECT_NEAR(run.SurfaceAt(8), 4, 1e-9);
+    EXPECT_EQ(step.seepageFaces.front().exit.y, kMissing);
+}
+
+// Rain on the crest of a dam goes out through its seepage faces, whichever way they switch.
+TEST(Newton, DrainsRainThroughSeepageFacesAlone)
+{
+    for (const ElementType type : kTypes)
+    {
+        SCOPED_TRACE(Name(type));
+        CaseRun run("U4-earthdam");
+        Problem& problem = run.model.problem;
+        problem.boundaries[0] = {"crest", {{25, 10}, {29, 10}}, {}};
+        problem.steps.front().conditions[0] = {BoundaryType::Flux, {2e-7}, {}};
+        const Grid dam{type, 40, 12, [](double u, double v) {
+                           return Point{25 * v + u * (49 - 45 * v), 10 * v};
+                       }};
+        const StepResult& step = run.On(dam, KindInTurn());
+        EXPECT_WITHIN(step.flowIn, 8e-7, 1e-9);
+        EXPECT_LE(std::abs(step.massBalance), 1e-9);
+        for (const SeepageFace& face : step.seepageFaces)
+            EXPECT_LE(face.flow, 1e-15) << face.name;
+    }
+}
+
+TEST(Newton, TellsWhereItDidNotConverge)
+{
+    CaseRun run("S2-evaporation");
+    Model& model = run.model;
+    model.mesh = MakeMesh(Rectangle(ElementType::Q8, 1, 20, 0, 0, 1, 2));
+    Faults faults;
+    ASSERT_TRUE(Bind(model, faults));
+    model.problem.solver.maxIterations = 4;
+    std::string reason;
+    ASSERT_TRUE(Analyse(model, {}, run.results, reason));
+    EXPECT_FALSE(run.results.Converged());
+    EXPECT_NE(run.results.steps.front().trouble.find("node"), std::string::npos);
+    EXPECT_NE(run.results.steps.front().trouble.find(" at ("), std::string::npos);
+
+    // Twice what the soil can lift from the water table: no number of iterations helps.
+    model.problem.solver.maxIterations = 0;
+    model.problem.steps.front().conditions[1].values = {-1.1e-7};
+    run.results = {};
+    ASSERT_TRUE(Analyse(model, {}, run.results, reason));
+    EXPECT_FALSE(run.results.Converged());
+    EXPECT_FALSE(run.results.steps.front().trouble.empty());
+}
+
+TEST(Newton, RefusesHeadsThatNothingHolds)
+{
+    CaseRun run("S1-infiltration");
+    run.model.problem.steps.front().conditions[0] = {BoundaryType::Flux, {-2e-7}, {}};
+    run.model.mesh = MakeMesh(Rectangle(ElementType::Q4, 1, 4, 0, 0, 1, 5));
+    Faults faults;
+    ASSERT_TRUE(Bind(run.model, faults));
+    std::string reason;
+    EXPECT_FALSE(Analyse(run.model, {}, run.results, reason));
+    EXPECT_FALSE(reason.empty());
+}
+
+TEST(Newton, GivesTheSameBitsOnAnyNumberOfThreads)
+{
+    std::vector<double> heads[2];
+    for (const int threads : {1, 2})
+    {
+        CaseRun run("U2-dam-dry");
+        run.model.problem.solver.threads = threads;
+        heads[threads - 1] = run.On("q8.v41", SolverKind::Direct).nodal.head;
+    }
+    EXPECT_EQ(heads[0], heads[1]);
+}
+} // namespace
+} // namespace percova::testing
