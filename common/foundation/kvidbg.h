@@ -29,8 +29,8 @@ class status;
     {                                                                                              \
         if (const int kviLevel = (level); kvi::diag::LogFilter::MinLevel() <= kviLevel)            \
             if (const int kviMask = (mask); kvi::diag::LogFilter::Passes(kviLevel, kviMask))       \
-                kvi::diag::LogMacroHandler(kviLevel, kviMask, __FILE__, __LINE__, __func__)(       \
-                    __VA_ARGS__);                                                                  \
+                kvi::diag::LogMacroHandler(kviLevel, kviMask, __FILE__, __LINE__,                  \
+                                           __func__)(__VA_ARGS__);                                 \
     } while (false)
 
 namespace kvi::diag

@@ -1,4 +1,5 @@
 #include "numerics/math_SparseSolver.h"
+
 #include "numerics/numerics_Pardiso.h"
 #include "numerics/numerics_PardisoVendor.h"
 #include "platform/platform_env.h"

@@ -165,12 +165,12 @@ TEST(MxM, SizesOfZeroOrLess)
     const Vec untouched(6, kGuard), zero = {0, 0, 0, 0, 0, 0};
     const double operand[6] = {1, 2, 3, 4, 5, 6};
     for (const auto& [m, n, p, zeroed] : {std::tuple{2, 0, 3, true},
-                                         {2, -1, 3, true},
-                                         {0, 2, 3, false},
-                                         {2, 3, 0, false},
-                                         {-2, 3, 2, false},
-                                         {2, 3, -2, false},
-                                         {0, 0, 0, false}})
+                                          {2, -1, 3, true},
+                                          {0, 2, 3, false},
+                                          {2, 3, 0, false},
+                                          {-2, 3, 2, false},
+                                          {2, 3, -2, false},
+                                          {0, 0, 0, false}})
     {
         Vec c = untouched;
         MxM(c.data(), operand, operand, m, n, p);
