@@ -41,8 +41,9 @@ TEST(SmallMatrices, ElementByElement)
 TEST(SmallMatrices, SizesOfZeroOrLessDoNothing)
 {
     const Vec before = {1, 2, 3, 4, 5, 6};
-    for (const auto& [r, c] : {std::pair{0, 3}, {3, 0}, {-2, -3}, {-1, 6}})
+    for (const auto& size : {std::pair{0, 3}, {3, 0}, {-2, -3}, {-1, 6}})
     {
+        const int r = size.first, c = size.second;
         EXPECT_EQ(After([&](double* A) { MpM(A, A, r, c); }), before);
         EXPECT_EQ(After([&](double* A) { MmM(A, A, r, c); }), before);
         EXPECT_EQ(After([&](double* A) { MpC(A, 1, r, c); }), before);
