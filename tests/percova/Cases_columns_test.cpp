@@ -72,7 +72,7 @@ TEST(UnsaturatedColumns, KeepTheirOrderOnTheSuppliedMeshes)
             // Sides are 1.5 to 13 times as long as in the stated columns of one element's width.
             const bool quadratic = mesh[1] == '8' || mesh[1] == '6';
             const double longer =
-                std::sqrt(column.height / run.model.mesh.Elements() * (mesh[0] == 't' ? 2 : 1)) /
+                std::sqrt(column.height / double(run.model.mesh.Elements()) * (mesh[0] == 't' ? 2 : 1)) /
                 (column.height / (quadratic ? 200 : 400));
             ExpectProfile(run, quadratic ? column.quadratic * std::pow(longer, 3) * 1.5
                                          : column.linear * std::pow(longer, 2) * 1.5);
