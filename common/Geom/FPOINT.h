@@ -9,9 +9,9 @@
 /// exactly the missing value.
 struct KVI_API FPOINT
 {
-    double x;
-    double y;
-    double z;
+    double x; ///< coordinate x
+    double y; ///< coordinate y
+    double z; ///< coordinate z
 
     /// 1 when @p other is this object or has exactly its coordinates, else 0.
     int UndoEquality(const FPOINT& other) const;

@@ -31,9 +31,10 @@ public:
     DataParamCalculator() = default;
     DataParamCalculator(std::vector<DataParamType> inputs, Function function);
 
+    /// The calculator that a map gives where it has none: IsValid() is false.
     static const DataParamCalculator& InvalidCalculator();
 
-    bool IsValid() const { return body_ != nullptr; }
+    bool IsValid() const { return body_ != nullptr; } ///< whether there is a function
     /// Empty for an invalid calculator.
     const std::vector<DataParamType>& Inputs() const;
     /// @param values  one for each input

@@ -44,6 +44,7 @@ constexpr int kDataParamCategoryCount = 43;
 namespace dataparamtype
 {
 
+/// How a quantity is obtained.
 struct CalculationMethod
 {
     /// How a quantity is obtained. What the methods are is not known here, so only the numbers are
@@ -57,6 +58,7 @@ struct CalculationMethod
     };
 };
 
+/// How @p param is obtained; MethodNone for a quantity that is given.
 KVI_API CalculationMethod::Type GetCalculationMethod(DataParamType param);
 /// @param param  not member 603, which has no category
 KVI_API DataParamCategory GetCategory(DataParamType param);

@@ -35,7 +35,9 @@
 class KVI_API DataTable
 {
 public:
+    /// The values of a row or column, writable.
     using Values = gtl::iterator_range<math::strided_iterator<double>>;
+    /// The same, read-only.
     using ConstValues = gtl::iterator_range<math::strided_iterator<const double>>;
 
     /// An empty table. It computes nothing until it gets an evaluator from Init, Assign or
@@ -52,7 +54,7 @@ public:
     DataTable& operator=(const DataTable& other);
     DataTable& operator=(DataTable&& other) noexcept;
     ~DataTable();
-    void swap(DataTable& other) noexcept;
+    void swap(DataTable& other) noexcept; ///< exchanges everything; nothing is copied
 
     /// Gives the table new columns and rows, every cell missing.
     /// @param calculators  when null, the current ones stay
@@ -67,10 +69,12 @@ public:
     /// Drops rows, columns, row kind and calculators. The evaluator stays and is not told.
     void Clear();
 
-    DataParamType RowKind() const { return rowKind_; }
+    DataParamType RowKind() const { return rowKind_; } ///< what the rows are
+    /// In the order of storage.
     const std::vector<DataParamType>& Columns() const { return columns_; }
-    unsigned int RowCount() const { return rowCount_; }
-    unsigned int ColumnCount() const { return columnCount_; }
+    unsigned int RowCount() const { return rowCount_; }       ///< rows are numbered from 1 to this
+    unsigned int ColumnCount() const { return columnCount_; } ///< number of stored quantities
+    /// Null where none were given.
     const std::shared_ptr<datatable::ICalculators>& Calculators() const { return calculators_; }
 
     /// The stored value, where there is one; otherwise what the evaluator answers, and the missing

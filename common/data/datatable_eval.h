@@ -51,6 +51,7 @@ namespace eval
 class KVI_API SimpleParamEvaluator final : public IParamEvaluator
 {
 public:
+    /// The one instance; it has no state.
     static SimpleParamEvaluator& Instance();
 
     void Invalidate(DataTable& table) override;

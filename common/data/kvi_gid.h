@@ -4,14 +4,16 @@
 
 #include "foundation/kvi_export.h"
 
+#include <compare>
 #include <cstdint>
 
 /// As a row of a table: the row's number, from 1. With a non-zero top byte: an item inside the
 /// container that the low 24 bits name.
 struct GID
 {
-    std::uint32_t value = 0;
+    std::uint32_t value = 0; ///< top byte: the kind of item; low 24 bits: its number
 
+    /// Order of the values.
     friend constexpr auto operator<=>(const GID&, const GID&) = default;
 };
 

@@ -21,9 +21,10 @@ class UnitSet
 {
 public:
     constexpr UnitSet() = default;
+    /// @param unit  the unit of pressures; the other units follow from it
     constexpr explicit UnitSet(PressureUnit unit) : pressure_(unit) {}
 
-    constexpr PressureUnit Pressure() const { return pressure_; }
+    constexpr PressureUnit Pressure() const { return pressure_; } ///< the unit of pressures
 
     /// @p kilopascals in this set's pressure unit. The pound-force is 4.4482216152605 N, the foot
     /// 0.3048 m, both by definition.

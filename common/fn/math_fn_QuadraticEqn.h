@@ -12,6 +12,7 @@ namespace math::fn
 class KVI_API QuadraticEqn
 {
 public:
+    /// The equation a x^2 + b x + c = 0.
     QuadraticEqn(double a, double b, double c) : a_(a), b_(b), c_(c) {}
 
     /// Writes the real roots below a limit and returns how many there are: 0, 1 or 2.

@@ -31,10 +31,10 @@ public:
     FredXing(const double& a, const double& n, const double& m, const double& saturatedWC,
              const double& limit);
 
-    double A() const { return a_; }
-    double N() const { return n_; }
-    double M() const { return m_; }
-    double SatWC() const { return saturatedWC_; }
+    double A() const { return a_; }               ///< a, in the unit of suction
+    double N() const { return n_; }               ///< n, a plain number
+    double M() const { return m_; }               ///< m, a plain number
+    double SatWC() const { return saturatedWC_; } ///< volume of water in the whole, 0 to 1
 
     /// Volumetric water content [-] at pore-water pressure @p p, in the pressure unit of a.
     /// Saturated for p >= 0 and for a <= 0, exactly 0 at the limit suction, negative beyond it

@@ -14,11 +14,13 @@ class iterator_range
 {
 public:
     iterator_range() = default;
+    /// From @p first up to, not including, @p last.
     iterator_range(Iterator first, Iterator last) : begin_(first), end_(last) {}
 
-    Iterator begin() const { return begin_; }
-    Iterator end() const { return end_; }
-    bool empty() const { return begin_ == end_; }
+    Iterator begin() const { return begin_; }     ///< the first element
+    Iterator end() const { return end_; }         ///< behind the last element
+    bool empty() const { return begin_ == end_; } ///< whether there are no elements
+    /// Number of elements.
     std::size_t size() const { return static_cast<std::size_t>(end_ - begin_); }
     /// @param index  from 0, below size()
     decltype(auto) operator[](std::size_t index) const

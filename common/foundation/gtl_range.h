@@ -12,6 +12,7 @@
 namespace gtl
 {
 
+/// Whether a bound itself belongs to the range.
 enum class bound_kind : std::int32_t
 {
     none = -1,
@@ -23,26 +24,28 @@ enum class bound_kind : std::int32_t
 template <class T>
 struct bound
 {
-    T value = T();
-    bound_kind kind = bound_kind::none;
+    T value = T();                      ///< where the range ends
+    bound_kind kind = bound_kind::none; ///< whether the value belongs to it
 
+    /// Whether the range ends here at all.
     constexpr bool IsPresent() const { return value != T() || kind != bound_kind::none; }
-    friend constexpr bool operator==(const bound&, const bound&) = default;
+    friend constexpr bool operator==(const bound&, const bound&) = default; ///< same value and kind
 };
 
 /// The values between two bounds. Comparisons are the plain ones: a NaN is within no bound.
 template <class T>
 struct range
 {
-    bound<T> lower;
-    bound<T> upper;
+    bound<T> lower; ///< the lower end
+    bound<T> upper; ///< the upper end
 
+    /// Whether @p value lies within both bounds.
     constexpr bool Contains(const T& value) const
     {
         return (!lower.IsPresent() || value > lower.value || IsOn(lower, value)) &&
                (!upper.IsPresent() || value < upper.value || IsOn(upper, value));
     }
-    friend constexpr bool operator==(const range&, const range&) = default;
+    friend constexpr bool operator==(const range&, const range&) = default; ///< same bounds
 
 private:
     static constexpr bool IsOn(const bound<T>& end, const T& value)

@@ -14,10 +14,11 @@ namespace gtl
 class KVI_API status_exception : public std::exception
 {
 public:
+    /// Carries @p status, which is an error.
     explicit status_exception(gtl::status status);
     ~status_exception() override;
 
-    const gtl::status& status() const noexcept { return status_; }
+    const gtl::status& status() const noexcept { return status_; } ///< the error
     /// The finished message in the system's narrow encoding.
     const char* what() const noexcept override;
 

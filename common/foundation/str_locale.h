@@ -26,15 +26,17 @@ public:
     /// A number that the system does not know has the separators of the invariant locale.
     explicit ID(std::uint32_t identifier);
 
-    std::uint32_t identifier() const;
+    std::uint32_t identifier() const; ///< the locale's number
     /// The standard library's locale of that name; where it has none, its classic one with the
     /// separators of this.
     const std::locale& object() const;
 
+    /// Same locale.
     bool operator==(const ID&) const = default;
 
     struct Record;
     /// @internal
+    /// What is known of the locale.
     const Record& record() const { return *record_; }
 
 private:
@@ -45,6 +47,7 @@ private:
 KVI_API ID native();
 /// Number 0x7f: "." and ",", for text that goes to files and programs.
 KVI_API ID invariant();
+/// French of Canada.
 KVI_API ID french_canadian();
 
 /// Makes @p id the default of every thread that has none of its own.

@@ -21,11 +21,12 @@ public:
     explicit u8string(std::string bytes) : bytes_(std::move(bytes)) {}
     explicit u8string(std::u8string_view text) : bytes_(text.begin(), text.end()) {}
 
-    const std::string& bytes() const { return bytes_; }
-    const char* c_str() const { return bytes_.c_str(); }
-    std::size_t size() const { return bytes_.size(); }
-    bool empty() const { return bytes_.empty(); }
+    const std::string& bytes() const { return bytes_; }  ///< the text
+    const char* c_str() const { return bytes_.c_str(); } ///< the text, ending with a NUL byte
+    std::size_t size() const { return bytes_.size(); }   ///< number of bytes, not of characters
+    bool empty() const { return bytes_.empty(); }        ///< whether there are no bytes
 
+    /// Appends @p other.
     u8string& operator+=(const u8string& other)
     {
         bytes_ += other.bytes_;

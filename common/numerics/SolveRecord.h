@@ -7,6 +7,7 @@
 namespace math
 {
 
+/// The ways of solving.
 enum class SolveMethod
 {
     None,
@@ -17,6 +18,7 @@ enum class SolveMethod
     Pardiso
 };
 
+/// How a solve ended.
 enum class SolveOutcome
 {
     Solved,       ///< x fulfils the equations as far as the method can
@@ -31,8 +33,8 @@ enum class SolveOutcome
 /// The account of one solve. Residuals are of the unknowns as they now stand.
 struct SolveRecord
 {
-    SolveMethod method = SolveMethod::None;
-    SolveOutcome outcome = SolveOutcome::Solved;
+    SolveMethod method = SolveMethod::None;      ///< how it was solved
+    SolveOutcome outcome = SolveOutcome::Solved; ///< how it ended
     int equation = -1;    ///< zero-based equation that the outcome speaks of, -1 for none
     int iterations = 0;   ///< iterations made; 0 for a direct solver
     double tolerance = 0; ///< relative residual reached by an iterative solver's own measure

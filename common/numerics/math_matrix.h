@@ -40,8 +40,8 @@ public:
             elements_[i] = elements.begin()[i];
     }
 
-    int Rows() const { return rows_; }
-    int Columns() const { return columns_; }
+    int Rows() const { return rows_; }       ///< number of rows
+    int Columns() const { return columns_; } ///< number of columns
     T& operator()(int i, int j) { return Ref()(i, j); }
     const T& operator()(int i, int j) const { return Ref()(i, j); }
 

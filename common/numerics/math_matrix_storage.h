@@ -37,15 +37,17 @@ public:
     {
     }
 
-    const T* Data() const { return data_; }
-    int Rows() const { return rows_; }
-    int Columns() const { return columns_; }
-    int Stride() const { return stride_; }
-    orientation::Type Orientation() const { return order_; }
+    const T* Data() const { return data_; }  ///< its first element
+    int Rows() const { return rows_; }       ///< number of rows
+    int Columns() const { return columns_; } ///< number of columns
+    int Stride() const { return stride_; }   ///< elements from one row (or column) to the next
+    orientation::Type Orientation() const { return order_; } ///< which index runs fastest
+    /// Whether no elements lie between the rows (or columns).
     bool IsPacked() const
     {
         return stride_ == (order_ == orientation::Type::RowMajor ? columns_ : rows_);
     }
+    /// The element in row i and column j, from 0; not checked.
     const T& operator()(int i, int j) const { return data_[Offset(i, j)]; }
     /// The same memory read as the transposed matrix.
     DenseConstRef Transposed() const
@@ -57,6 +59,7 @@ public:
     }
 
 protected:
+    /// Position of the element (i, j) from Data().
     std::ptrdiff_t Offset(int i, int j) const
     {
         return order_ == orientation::Type::RowMajor ? std::ptrdiff_t(i) * stride_ + j
@@ -83,7 +86,8 @@ public:
     {
     }
 
-    T* Data() const { return data_; }
+    T* Data() const { return data_; } ///< its first element
+    /// The element in row i and column j, from 0; not checked.
     T& operator()(int i, int j) const { return data_[this->Offset(i, j)]; }
 
 private:

@@ -8,20 +8,20 @@
 /// A list of zero-based equation indices.
 struct tagVectorInt
 {
-    std::vector<int> values;
+    std::vector<int> values; ///< one number an equation
 };
 
 /// A vector of numbers.
 struct tagVectorDbl
 {
-    std::vector<double> values;
+    std::vector<double> values; ///< one value an equation
 };
 
 /// A dense matrix, row-major: entry (i, j) is values[i * columns + j].
 struct tagMatrixDbl
 {
-    int rows = 0;
-    int columns = 0;
+    int rows = 0;    ///< number of rows
+    int columns = 0; ///< number of columns
     std::vector<double> values;
 
     double& operator()(int i, int j) { return values[Index(i, j)]; }
@@ -43,10 +43,11 @@ private:
 /// @endcode
 struct tagMultiVectorInt
 {
-    std::vector<int> values;
-    std::vector<std::size_t> ends;
+    std::vector<int> values;       ///< the numbers of all lists, list after list
+    std::vector<std::size_t> ends; ///< one position a list: where it ends in values
 
-    std::size_t Count() const { return ends.size(); }
+    std::size_t Count() const { return ends.size(); } ///< number of lists
+    /// Appends @p list.
     void Add(const std::vector<int>& list)
     {
         values.insert(values.end(), list.begin(), list.end());

@@ -170,12 +170,13 @@ void Picture::Contours(const Triangles& triangles)
     const std::vector<double>& head = step_.nodal.head;
     if (head.empty())
         return;
-    const auto [least, greatest] = std::minmax_element(head.begin(), head.end());
-    Levels levels = RoundLevels(*least, *greatest, 16);
+    const auto ends = std::minmax_element(head.begin(), head.end());
+    const double least = *ends.first, greatest = *ends.second;
+    Levels levels = RoundLevels(least, greatest, 16);
     // The least and the greatest head hold along whole boundaries: no line of their own there.
-    const double margin = 1e-6 * (*greatest - *least);
+    const double margin = 1e-6 * (greatest - least);
     std::erase_if(levels.values, [&](double level) {
-        return level < *least + margin || level > *greatest - margin;
+        return level < least + margin || level > greatest - margin;
     });
     std::vector<std::pair<Polyline, std::string>> labels;
     for (const double level : levels.values)
@@ -261,7 +262,6 @@ void Picture::Boundaries()
             continue;
         const char* colour = kBoundaryColours[static_cast<std::size_t>(conditions[i].type)];
         std::string data;
-        double length = 0;
         for (const Edge& edge : edges)
         {
             Polyline side{PageOf(edge.nodes[0])};
@@ -269,7 +269,6 @@ void Picture::Boundaries()
                 side.push_back(PageOf(edge.nodes[2]));
             side.push_back(PageOf(edge.nodes[1]));
             data += PathData(side);
-            length += LengthOf(model_.mesh, edge);
         }
         Path(data, std::string("fill=\"none\" stroke=\"") + colour +
                        "\" stroke-width=\"4\" stroke-linecap=\"round\" stroke-opacity=\".85\"");
