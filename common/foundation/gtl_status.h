@@ -76,7 +76,7 @@ public:
     }
 
 private:
-    void Release() noexcept;
+    inline void Release() noexcept;
     static void Destroy(detail* record) noexcept;
     static bool SameContents(const detail* a, const detail* b) noexcept;
 

@@ -85,6 +85,14 @@ using Guard = std::lock_guard<std::mutex>;
 // only).
 constinit std::atomic<std::uint64_t> LogFilter::word_{WordOf(warning, -1)};
 
+struct impl::FilterWord
+{
+    static void SetMask(int mask)
+    {
+        LogFilter::word_.store(WordOf(LogFilter::MinLevel(), mask), std::memory_order_relaxed);
+    }
+};
+
 const DeclareCategoryMask kMathCategory("Math");
 const DeclareCategoryMask kMessageCategory("Message");
 
@@ -107,9 +115,7 @@ int CategoryMask(const std::string& name)
     {
         const Guard guard(registry.lock);
         if (registry.Register(lowered, tell) && !registry.filterText.empty())
-            LogFilter::word_.store(
-                WordOf(LogFilter::MinLevel(), registry.MaskOf(registry.filterText)),
-                std::memory_order_relaxed);
+            impl::FilterWord::SetMask(registry.MaskOf(registry.filterText));
         mask = registry.MaskOf(lowered);
     }
     if (tell)

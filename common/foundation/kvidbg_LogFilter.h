@@ -31,6 +31,11 @@ KVI_API int LevelByName(std::wstring_view name);
 /// The name of @p level; its number as text when it has none.
 KVI_API std::string LevelName(int level);
 
+namespace impl
+{
+struct FilterWord;
+}
+
 /// The process's filter: a record passes when its level is at least the minimum and its category
 /// mask shares a bit with the filter's; a record without category passes by its level alone.
 /// At first: warnings and graver (everything in diagnostic mode, see kvi_feature.h), all
@@ -56,7 +61,7 @@ public:
     }
 
 private:
-    friend KVI_API int diag::CategoryMask(const std::string& name); // recomputes the mask
+    friend struct impl::FilterWord; // recomputes the mask when a category is registered
 
     static std::uint64_t Word() { return word_.load(std::memory_order_relaxed); }
 
