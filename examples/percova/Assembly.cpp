@@ -30,6 +30,16 @@ Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
         matrixStart_[e + 1] =
             matrixStart_[e] + std::size_t(NodeCount(mesh.type[e]) * NodeCount(mesh.type[e]));
     matrices_.resize(std::min(kBlock, mesh.Elements()) * 64);
+    saturated_.resize(matrixStart_.back());
+    const std::vector<double> none(mesh.Nodes());
+    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, mesh.Elements(), kGrain), [&](auto& r) {
+        ElementState element;
+        for (std::size_t e = r.begin(); e < r.end(); ++e)
+        {
+            element.Load(mesh, e, none.data());
+            SaturatedMatrix(element, soils[model.material[e]], &saturated_[matrixStart_[e]]);
+        }
+    });
 }
 
 void Assembly::Elements(const std::vector<double>& head, double leastKr, Tangent tangent,
@@ -42,7 +52,8 @@ void Assembly::Elements(const std::vector<double>& head, double leastKr, Tangent
         for (std::size_t e = range.begin(); e < range.end(); ++e)
         {
             element.Load(mesh, e, head.data());
-            Compute(element, soils_[model_.material[e]], leastKr, tangent, damping, result);
+            Compute(element, soils_[model_.material[e]], &saturated_[matrixStart_[e]], leastKr,
+                    tangent, damping, result);
             std::copy_n(result.inflow, NodeCount(element.type), &elementInflow_[mesh.start[e]]);
             if (tangent != Tangent::None)
                 std::copy_n(result.matrix, matrixStart_[e + 1] - matrixStart_[e],

@@ -2,7 +2,7 @@
 
 #include "KVI.h"
 
-#include <cmath>
+#include <algorithm>
 
 namespace percova
 {
@@ -96,6 +96,7 @@ void ElementState::Load(const Mesh& mesh, std::size_t e, const double* heads)
     const int* nodes = mesh.ElementNodes(e);
     x0 = mesh.x[nodes[0]];
     y0 = mesh.y[nodes[0]];
+    head0 = heads[nodes[0]];
     for (int k = 0; k < 8; ++k)
         at[k][0] = at[k][1] = head[k] = psi[k] = 0;
     for (int k = 0; k < NodeCount(type); ++k)
@@ -103,7 +104,7 @@ void ElementState::Load(const Mesh& mesh, std::size_t e, const double* heads)
         const int place = PlaceOf(type, k), node = nodes[k];
         at[place][0] = mesh.x[node] - x0;
         at[place][1] = mesh.y[node] - y0;
-        head[place] = heads[node];
+        head[place] = heads[node] - head0;
         psi[place] = heads[node] - mesh.y[node];
     }
 }
@@ -126,37 +127,70 @@ void At(const ElementState& element, double r, double s, PointState& point)
     At(element, N, dN, point);
 }
 
-void Compute(const ElementState& element, const Soil& soil, double leastKr, Tangent tangent,
-             double damping, ElementResult& result)
+namespace
 {
-    const ElementRule& rule = RuleOf(element.type, !soil.kr.IsSaturated());
-    std::array<PointState, ElementRule::kMaxPoints> point;
+struct PointValues
+{
     std::array<double, ElementRule::kMaxPoints> psi, kr, slope;
+    bool uniform = true; ///< one conductivity at all points, whatever the heads do
+};
+
+void Evaluate(const ElementState& element, const ElementRule& rule, const Soil& soil,
+              double leastKr, PointValues& values)
+{
+    for (int p = 0; p < rule.points; ++p)
+        values.psi[p] = fVxV2C(rule.N[p], element.psi, 8);
+    soil.kr.Evaluate(values.psi.data(), rule.points, values.kr.data(), values.slope.data());
     for (int p = 0; p < rule.points; ++p)
     {
-        At(element, rule.N[p], rule.dN[p], point[p]);
-        psi[p] = point[p].psi;
+        if (values.kr[p] < leastKr)
+        {
+            values.kr[p] = leastKr;
+            values.slope[p] = 0;
+        }
+        values.uniform = values.uniform && values.kr[p] == values.kr[0] && values.slope[p] == 0;
     }
-    soil.kr.Evaluate(psi.data(), rule.points, kr.data(), slope.data());
+}
+
+/// A saturated element, or one as dry as can be everywhere.
+void Scale(const ElementState& element, const double* saturated, double kr, Tangent tangent,
+           double damping, ElementResult& result)
+{
+    const int n = NodeCount(element.type);
+    for (int i = 0; i < n; ++i)
+    {
+        double sum = 0;
+        for (int j = 0; j < n; ++j)
+            sum += saturated[i * n + j] * element.head[PlaceOf(element.type, j)];
+        result.inflow[i] = kr * sum;
+    }
+    if (tangent == Tangent::None)
+        return;
+    for (int k = 0; k < n * n; ++k)
+        result.matrix[k] = kr * saturated[k];
+    for (int i = 0; i < n; ++i)
+        result.matrix[i * n + i] *= 1 + damping;
+}
+
+/// Sums over the points of an element whose conductivity varies.
+void Integrate(const ElementState& element, const ElementRule& rule, const Soil& soil,
+               const PointValues& values, Tangent tangent, double damping, ElementResult& result)
+{
     double inflow[8] = {}, matrix[8][8] = {}, product[8][8], flux[8][2];
     for (int p = 0; p < rule.points; ++p)
     {
-        if (kr[p] < leastKr)
-        {
-            kr[p] = leastKr;
-            slope[p] = 0;
-        }
-        const PointState& at = point[p];
-        const double volume = rule.weight[p] * at.area;
+        PointState at;
+        At(element, rule.N[p], rule.dN[p], at);
+        const double volume = rule.weight[p] * at.area, kr = values.kr[p];
         const double kx = volume * soil.kx, ky = volume * soil.ky;
         const double qx = kx * at.gradient[0], qy = ky * at.gradient[1]; // at kr = 1
-        double saturated[8];
+        double byKr[8]; // derivative of the inflow by kr
         for (int i = 0; i < 8; ++i)
         {
-            saturated[i] = at.B[0][i] * qx + at.B[1][i] * qy;
-            inflow[i] += kr[p] * saturated[i];
-            flux[i][0] = kr[p] * kx * at.B[0][i];
-            flux[i][1] = kr[p] * ky * at.B[1][i];
+            byKr[i] = at.B[0][i] * qx + at.B[1][i] * qy;
+            inflow[i] += kr * byKr[i];
+            flux[i][0] = kr * kx * at.B[0][i];
+            flux[i][1] = kr * ky * at.B[1][i];
         }
         if (tangent == Tangent::None)
             continue;
@@ -164,11 +198,11 @@ void Compute(const ElementState& element, const Soil& soil, double leastKr, Tang
         for (int i = 0; i < 8; ++i)
             product[i][i] *= 1 + damping;
         MpM(matrix[0], product[0], 8, 8);
-        if (tangent == Tangent::Picard || slope[p] == 0)
+        if (tangent == Tangent::Picard || values.slope[p] == 0)
             continue;
         for (int i = 0; i < 8; ++i)
             for (int j = 0; j < 8; ++j)
-                matrix[i][j] += slope[p] * saturated[i] * rule.N[p][j];
+                matrix[i][j] += values.slope[p] * byKr[i] * rule.N[p][j];
     }
     const int n = NodeCount(element.type);
     for (int i = 0; i < n; ++i)
@@ -179,6 +213,30 @@ void Compute(const ElementState& element, const Soil& soil, double leastKr, Tang
             for (int j = 0; j < n; ++j)
                 result.matrix[i * n + j] = matrix[row][PlaceOf(element.type, j)];
     }
+}
+} // namespace
+
+void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matrix)
+{
+    PointValues ones;
+    ones.kr.fill(1);
+    ones.slope.fill(0);
+    ElementResult result;
+    Integrate(element, RuleOf(element.type, !soil.kr.IsSaturated()), soil, ones, Tangent::Picard, 0,
+              result);
+    std::copy_n(result.matrix, NodeCount(element.type) * NodeCount(element.type), matrix);
+}
+
+void Compute(const ElementState& element, const Soil& soil, const double* saturated, double leastKr,
+             Tangent tangent, double damping, ElementResult& result)
+{
+    const ElementRule& rule = RuleOf(element.type, !soil.kr.IsSaturated());
+    PointValues values;
+    Evaluate(element, rule, soil, leastKr, values);
+    if (values.uniform)
+        Scale(element, saturated, values.kr[0], tangent, damping, result);
+    else
+        Integrate(element, rule, soil, values, tangent, damping, result);
 }
 
 } // namespace percova

@@ -42,6 +42,7 @@ struct ElementState
     ElementType type = ElementType::T3;
     double x0 = 0, y0 = 0; ///< first node; coordinates are taken from it to keep their digits
     double at[8][2] = {};  ///< place coordinates from (x0, y0); zero at free places
+    double head0 = 0;      ///< head of the first node, taken from the others for the same reason
     double head[8] = {};
     double psi[8] = {}; ///< pressure heads
 
@@ -77,9 +78,14 @@ struct ElementResult
     double matrix[64]; ///< its derivative by the heads, n x n row-major
 };
 
+/// The n x n matrix of an element whose relative conductivity is 1 everywhere.
+void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matrix);
+
+/// @param saturated  the element's SaturatedMatrix, which most elements of most problems need only
+///                   a multiple of
 /// @param leastKr  a relative conductivity below this is taken as this; 1 is a saturated soil
 /// @param damping  the diagonal of the Picard matrix is added this many times
-void Compute(const ElementState& element, const Soil& soil, double leastKr, Tangent tangent,
-             double damping, ElementResult& result);
+void Compute(const ElementState& element, const Soil& soil, const double* saturated, double leastKr,
+             Tangent tangent, double damping, ElementResult& result);
 
 } // namespace percova

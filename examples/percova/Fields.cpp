@@ -44,7 +44,7 @@ double HeadAt(const ElementState& element, double r, double s, PointState& point
     double N[8];
     Shape_Function(N, r, s, PlaceFlags(element.type));
     At(element, r, s, point);
-    return fVxV2C(N, element.head, 8);
+    return element.head0 + fVxV2C(N, element.head, 8);
 }
 
 ProbeValue ProbeAt(const Solution& solution, const Probe& probe)

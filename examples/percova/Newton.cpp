@@ -218,7 +218,8 @@ bool Newton::Step(const Goal& goal)
         }
         {
             const Stopwatch watch(solveSeconds_);
-            if (!system_.Solve(held_, residual_, linear, 1e-10, step_, outcome_.failure))
+            const double enough = linear ? 1e-10 : goal.leastKr > 0 ? 1e-4 : 1e-6;
+            if (!system_.Solve(held_, residual_, linear, enough, step_, outcome_.failure))
                 return false;
         }
         if (Search(goal))
