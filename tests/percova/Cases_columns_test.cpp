@@ -32,16 +32,22 @@ void ExpectProfile(const CaseRun& run, double allowed)
             SCOPED_TRACE(name);
             const double expected = value["value"];
             if (name.starts_with("psi"))
+            {
                 EXPECT_NEAR(run.Probed(name).pressureHead, expected, allowed);
+            }
             else // the curve falls by less than 0.2 a metre here
+            {
                 EXPECT_NEAR(run.Probed(name).waterContent, expected, 0.2 * allowed);
+            }
         }
     const double top = run.Value("flow_in_top");
     EXPECT_WITHIN(run.Flow("top"), top, 1e-12);
     EXPECT_WITHIN(run.Flow("water_table"), -top, 1e-6);
     const StepResult& step = run.results.steps.front();
     if (run.reference["values"].back()["name"] == "stored_water_per_width")
+    {
         EXPECT_NEAR(step.storedWater, run.Value("stored_water_per_width"), 0.2 * 4 * allowed);
+    }
 }
 
 TEST(UnsaturatedColumns, FollowTheirProfilesOnTheStatedMeshes)
@@ -71,9 +77,9 @@ TEST(UnsaturatedColumns, KeepTheirOrderOnTheSuppliedMeshes)
             run.On(mesh, KindInTurn());
             // Sides are 1.5 to 13 times as long as in the stated columns of one element's width.
             const bool quadratic = mesh[1] == '8' || mesh[1] == '6';
-            const double longer =
-                std::sqrt(column.height / double(run.model.mesh.Elements()) * (mesh[0] == 't' ? 2 : 1)) /
-                (column.height / (quadratic ? 200 : 400));
+            const double longer = std::sqrt(column.height / double(run.model.mesh.Elements()) *
+                                            (mesh[0] == 't' ? 2 : 1)) /
+                                  (column.height / (quadratic ? 200 : 400));
             ExpectProfile(run, quadratic ? column.quadratic * std::pow(longer, 3) * 1.5
                                          : column.linear * std::pow(longer, 2) * 1.5);
         }
@@ -94,9 +100,11 @@ TEST(UnsaturatedBox, HasTheExactPressuresAndFlows)
             run.On(Rectangle(type, 80 * fine, 60 * fine, 0, 0, 4, 3), KindInTurn());
         for (const auto& value : run.reference["values"])
             if (value.contains("at"))
+            {
                 EXPECT_NEAR(run.Probed(value["name"]).pressureHead, double(value["value"]),
                             quadratic ? 5e-6 : 1e-4)
                     << value["name"];
+            }
         EXPECT_WITHIN(-run.Flow("bottom"), run.Value("flow_out_bottom"), quadratic ? 1e-4 : 1e-3);
         EXPECT_WITHIN(run.Flow("top"), run.Value("flow_in_top"), 0.02);
         for (const char* side : {"left", "right"})

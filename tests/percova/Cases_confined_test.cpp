@@ -102,11 +102,17 @@ void ExpectFieldsUnderStructure(const CaseRun& run, double head, double pressure
         const double expected = value["value"];
         SCOPED_TRACE(name);
         if (name.starts_with("head_at"))
+        {
             EXPECT_NEAR(run.Probed(name).head, expected, head);
+        }
         else if (name.starts_with("uplift_pressure"))
+        {
             EXPECT_NEAR(run.Probed(name).pressure, expected, pressure);
+        }
         else if (name.starts_with("exit_gradient"))
+        {
             EXPECT_WITHIN(-run.Probed(name).gradient.y, expected, gradient);
+        }
     }
 }
 

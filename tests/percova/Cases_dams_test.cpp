@@ -51,7 +51,9 @@ void ExpectExit(const CaseRun& run, double allowed)
     const double flow = run.Value("flow");
     EXPECT_NEAR(-run.Flow("face"), run.Value("flow_through_seepage_face"), 0.02 * flow);
     if (run.Value("flow_through_tailwater_face") > 0)
+    {
         EXPECT_NEAR(-run.Flow("tailwater"), run.Value("flow_through_tailwater_face"), 0.02 * flow);
+    }
 }
 
 void ExpectSurfaceAndHeads(const CaseRun& run, const Dam& dam, double more)
@@ -62,9 +64,13 @@ void ExpectSurfaceAndHeads(const CaseRun& run, const Dam& dam, double more)
         const double expected = value["value"];
         if (name.starts_with("surface_y") && value["x"] >= dam.surfaceFrom &&
             value["x"] <= dam.surfaceTo)
+        {
             EXPECT_NEAR(run.SurfaceAt(value["x"]), expected, dam.surface * more) << name;
+        }
         else if (name.starts_with("head_at"))
+        {
             EXPECT_NEAR(run.Probed(name).head, expected, 0.3) << name;
+        }
     }
 }
 
@@ -102,7 +108,9 @@ TEST(Dams, HaveFlowSurfaceAndExitOnTheStatedMeshes)
             if (dam.name[1] != '3')
                 ExpectExit(run, dam.name[1] == '1' ? 0.72 : 0.03);
             else // not short of where the sharp surface ends; water of the fringe comes out beyond
+            {
                 EXPECT_LE(step.seepageFaces.front().exit.x, run.Value("drain_outlet_x"));
+            }
             if (type == ElementType::Q8)
                 ExpectSharpLimit(dam, flow / run.Value("flow"));
         }
