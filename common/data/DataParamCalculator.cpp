@@ -17,6 +17,7 @@ DataParamCalculator::DataParamCalculator(std::vector<DataParamType> inputs, Func
 const DataParamCalculator& DataParamCalculator::InvalidCalculator()
 {
     static const DataParamCalculator invalid;
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): never null, being static
     return invalid;
 }
 

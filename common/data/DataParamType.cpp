@@ -120,10 +120,11 @@ static_assert(CategoriesBeginAndEndAsKnown());
 /// A bound or value as the error shows it: 8 significant digits in the user's locale.
 std::wstring NumberText(double value)
 {
-    using namespace str::locale;
+    namespace locale = str::locale;
     std::wstring text;
     // Cannot fail: neither width nor number of digits is out of range.
-    (void)to_string(text, value, native(), kNoWidth, 8, floatformat::general);
+    (void)locale::to_string(text, value, locale::native(), locale::kNoWidth, 8,
+                            locale::floatformat::general);
     return text;
 }
 

@@ -14,6 +14,7 @@
 enum class DataParamType : std::int32_t
 {
     None = -1, ///< no quantity; not a member
+// NOLINTNEXTLINE(bugprone-macro-parentheses): an enumerator
 #define KVI_PARAM(number, name, method, category, range) name = number,
 #include "data/DataParamType.def"
 #undef KVI_PARAM

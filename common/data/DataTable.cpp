@@ -75,6 +75,7 @@ DataTable::DataTable(const DataTable& other) : DataTable() { Assign(other); }
 
 DataTable::DataTable(DataTable&& other) noexcept : DataTable() { swap(other); }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): Assign sees to it
 DataTable& DataTable::operator=(const DataTable& other)
 {
     Assign(other);

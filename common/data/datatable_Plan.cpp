@@ -13,10 +13,7 @@ namespace datatable::impl
 /// Source: Tarjan (1972), SIAM J. Comput. 1(2), 146-160.
 struct Plan::Search
 {
-    explicit Search(Plan& made, const DataTable& asked) : plan(made), table(asked)
-    {
-        placeOf.fill(-1);
-    }
+    Search(Plan& made, const DataTable& asked) : plan(made), table(asked) { placeOf.fill(-1); }
 
     /// @returns the place of @p param in needs_
     int Visit(DataParamType param)
@@ -87,7 +84,7 @@ struct Plan::Search
 
     Plan& plan;
     const DataTable& table;
-    std::array<int, kDataParamTypeCount> placeOf;
+    std::array<int, kDataParamTypeCount> placeOf{};
     std::vector<int> lowest; // place of the earliest open need that can be reached
     std::vector<int> open;   // needs whose connected set is not closed yet
     std::vector<bool> isOpen;

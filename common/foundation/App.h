@@ -42,6 +42,7 @@ protected:
 
 /// The library's own application object. Its further operations are fixed by position too:
 /// SetResourceModule is the eleventh, counted through IApp's.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): a virtual one would shift positions
 class KVI_API AppImpl final : public IApp
 {
 public:

@@ -13,7 +13,7 @@ namespace kvi::diag::impl
 {
 namespace
 {
-constexpr std::size_t kGather = 32 * 1024;
+constexpr std::size_t kGather = 32768;
 constexpr std::int64_t kSlow = 10'000;   // microseconds
 constexpr std::int64_t kRestFactor = 10; // so a slow target takes a tenth of the time at most
 

@@ -73,11 +73,11 @@ void RecordLine::AppendTime(std::string& out, std::int64_t now)
     char text[kSecondLength + 5];
     if (second != second_)
     {
-        using namespace std::chrono;
-        const sys_seconds time{seconds(second)};
-        const auto day = floor<days>(time);
-        const year_month_day date(day);
-        const hh_mm_ss clock(time - day);
+        namespace chrono = std::chrono;
+        const chrono::sys_seconds time{chrono::seconds(second)};
+        const auto day = chrono::floor<chrono::days>(time);
+        const chrono::year_month_day date(day);
+        const chrono::hh_mm_ss clock(time - day);
         str::snprintf(secondText_, sizeof secondText_, "%04d-%02u-%02uT%02d:%02d:%02d.",
                       static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
                       static_cast<unsigned>(date.day()), clock.hours().count(),

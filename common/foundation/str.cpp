@@ -1,5 +1,6 @@
 #include "foundation/str.h"
 
+#include "foundation/str_number_impl.h"
 #include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
 
@@ -8,15 +9,8 @@
 namespace str
 {
 
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-bool is_space(wchar_t c)
-{
-    // The property White_Space of Unicode, all of it in the first plane.
-    return c == L' ' || (c >= L'\t' && c <= L'\r') || c == 0x85 || c == 0xA0 || c == 0x1680 ||
-           (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F ||
-           c == 0x205F || c == 0x3000;
-}
+bool is_space(char c) { return impl::IsSpace(c); }
+bool is_space(wchar_t c) { return impl::IsSpace(c); }
 
 template <class text>
 void trim_right(text& s)

@@ -9,8 +9,9 @@
 namespace str::impl
 {
 
-/// White space wherever numbers are read: the characters that Unicode calls so, in narrow text
-/// those of ASCII. The C library's answer would change with the process locale.
+/// What str::is_space gives, inline for the loops that read numbers: the characters with Unicode's
+/// property White_Space, all of them in the first plane, in narrow text those of ASCII. The C
+/// library's answer would change with the process locale.
 constexpr bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 constexpr bool IsSpace(wchar_t c)
 {

@@ -100,7 +100,9 @@ public:
     virtual long SolveForUnknownVector_PARDISO();
     /// Frees PARDISO's memory, if it holds any.
     virtual long SolveForUnknownVector_PARDISO_Release();
-    /// Threads that this object's own solvers may use; 0, as at the start, means all processors.
+    /// Threads that this object's solvers may use; 0, as at the start, means all processors. With
+    /// PARDISO a count above 0 becomes that of the whole process, as SetSparseSolverThreads makes
+    /// it.
     virtual long SetThreads(int count);
 
     /// @}

@@ -1,6 +1,8 @@
 #include "foundation/kvidbg.h"
 #include "numerics/ISysEqnImpl_state.h"
+#include "numerics/math_SparseSolver.h"
 #include "numerics/numerics_Product.h"
+#include "numerics/numerics_Threads.h"
 
 #include <algorithm>
 #include <cmath>
@@ -155,7 +157,10 @@ long ISysEqnImpl::SolveForUnknownVector_Iterative_Sym(double tol, int maxIter)
 {
     State& s = *state_;
     s.Solve([&](const MatrixView& A, const double* b, double* x) {
-        return SolveKrylovSymmetric(A, b, x, tol, maxIter, s.krylov);
+        SolveRecord record;
+        math::impl::OnThreads(
+            s.threads, [&] { record = SolveKrylovSymmetric(A, b, x, tol, maxIter, s.krylov); });
+        return record;
     });
     return 0;
 }
@@ -164,7 +169,10 @@ long ISysEqnImpl::SolveForUnknownVector_Iterative_NonSym(double tol, int maxIter
 {
     State& s = *state_;
     s.Solve([&](const MatrixView& A, const double* b, double* x) {
-        return SolveKrylovNonSymmetric(A, b, x, tol, maxIter, s.krylov);
+        SolveRecord record;
+        math::impl::OnThreads(
+            s.threads, [&] { record = SolveKrylovNonSymmetric(A, b, x, tol, maxIter, s.krylov); });
+        return record;
     });
     return 0;
 }
@@ -188,6 +196,8 @@ long ISysEqnImpl::SolveForUnknownVector_PARDISO_SetUp()
 long ISysEqnImpl::SolveForUnknownVector_PARDISO()
 {
     State& s = *state_;
+    if (s.threads > 0)
+        math::SetSparseSolverThreads(s.threads);
     s.Solve(
         [&](const MatrixView& A, const double* b, double* x) { return s.pardiso.Solve(A, b, x); });
     return s.refusal.outcome != SolveOutcome::Solved || s.pardiso.Error() != 0 ? 1 : 0;

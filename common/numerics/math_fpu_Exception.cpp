@@ -1,20 +1,10 @@
 #include "numerics/math_fpu_Exception.h"
 
-#include "platform/platform_env.h"
+#include "foundation/kvi_feature.h"
 #include "platform/platform_fpu.h"
 
 namespace math::fpu
 {
-namespace
-{
-
-bool AreTrapsWanted()
-{
-    const auto value = platform::Environment(L"KVI_FPUTRAP");
-    return value && !value->empty() && *value != L"0";
-}
-
-} // namespace
 
 unsigned impl::ExceptionOn(unsigned mask, bool trap)
 {
@@ -28,7 +18,10 @@ unsigned impl::ExceptionOn(unsigned mask, bool trap)
 
 unsigned Exception::DefaultExceptionMask() { return kInvalid | kDivideByZero | kOverflow; }
 
-unsigned Exception::On(unsigned mask) { return impl::ExceptionOn(mask, AreTrapsWanted()); }
+unsigned Exception::On(unsigned mask)
+{
+    return impl::ExceptionOn(mask, kvi::feature::IsDiagnosticFpuTrapsEnabled());
+}
 
 unsigned Exception::Off()
 {
