@@ -29,6 +29,8 @@ public:
 
     /// A calculator that computes nothing.
     DataParamCalculator() = default;
+    /// One that calls @p function with the values of @p inputs; one that computes nothing where
+    /// there is no function.
     DataParamCalculator(std::vector<DataParamType> inputs, Function function);
 
     /// The calculator that a map gives where it has none: IsValid() is false.
@@ -64,6 +66,7 @@ public:
 class KVI_API CalculatorMap final : public ICalculators
 {
 public:
+    /// Sets the calculator of @p param for tables whose rows are @p rowKind, over an earlier one.
     void Set(DataParamType rowKind, DataParamType param, DataParamCalculator calculator);
     DataParamCalculator GetCalculator(DataParamType rowKind, DataParamType param) const override;
 

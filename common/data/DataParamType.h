@@ -14,10 +14,12 @@
 enum class DataParamType : std::int32_t
 {
     None = -1, ///< no quantity; not a member
+/// @cond  the list, read by the preprocessor
 // NOLINTNEXTLINE(bugprone-macro-parentheses): an enumerator
 #define KVI_PARAM(number, name, method, category, range) name = number,
 #include "data/DataParamType.def"
 #undef KVI_PARAM
+    /// @endcond
 };
 
 /// Number of members.
@@ -71,8 +73,9 @@ KVI_API const gtl::range<double>& GetRangeChecker(DataParamType param);
 /// @returns ok, or the error 23007 with the value and its bounds in 8 digits
 KVI_API gtl::status IsRangeValid(DataParamType param, double value);
 
-/// @name Lists as sets: every member of the result occurs once, in the order of its first
-/// occurrence, that of @p a before that of @p b.
+/// @{
+/// Members of either list. Here and below every member of the result occurs once, in the order of
+/// its first occurrence, that of @p a before that of @p b.
 KVI_API std::vector<DataParamType> ListUnion(const std::vector<DataParamType>& a,
                                              const std::vector<DataParamType>& b);
 /// Members of @p a that are not in @p b.

@@ -43,15 +43,20 @@ public:
     /// An empty table. It computes nothing until it gets an evaluator from Init, Assign or
     /// RegisterEvalulator.
     DataTable();
+    /// @{
+    /// As an empty table after Init.
     DataTable(DataParamType rowKind, const std::vector<DataParamType>& params, unsigned int rows);
     DataTable(DataParamType rowKind, const std::vector<DataParamType>& params, unsigned int rows,
               const std::shared_ptr<datatable::ICalculators>& calculators,
               datatable::EvaluatorPtr evaluator);
+    /// @}
     /// As Assign: the copy has the default evaluator.
     DataTable(const DataTable& other);
     /// Takes the evaluator too; @p other is empty afterwards, without one.
     DataTable(DataTable&& other) noexcept;
+    /// As Assign: the evaluator stays.
     DataTable& operator=(const DataTable& other);
+    /// As the constructor from a table that is moved.
     DataTable& operator=(DataTable&& other) noexcept;
     ~DataTable();
     void swap(DataTable& other) noexcept; ///< exchanges everything; nothing is copied
@@ -91,12 +96,16 @@ public:
     /// Stores @p value, unless the table has no such cell. @returns whether it has
     bool SetValue(GID row, DataParamType param, double value);
 
+    /// @{
     /// The row's values in column order; empty for a row that does not exist.
     Values Row(const GID& row);
     ConstValues Row(const GID& row) const;
+    /// @}
+    /// @{
     /// The values of @p param from the first row to the last; empty for a quantity not stored.
     Values Column(DataParamType param);
     ConstValues Column(DataParamType param) const;
+    /// @}
 
     /// Whether @p param has a column.
     bool IsStored(DataParamType param) const { return ColumnNumber(param) != 0; }
@@ -150,7 +159,9 @@ private:
     datatable::EvaluatorPtr evaluator_;
 };
 
+/// @cond  instances
 template <>
 KVI_API std::string DataTable::GetAs<std::string>(GID row, DataParamType param) const;
 template <>
 KVI_API std::wstring DataTable::GetAs<std::wstring>(GID row, DataParamType param) const;
+/// @endcond

@@ -25,8 +25,11 @@ public:
 
 protected:
     IParamEvaluator() = default;
+    /// @{
+    /// Copies are for derived classes.
     IParamEvaluator(const IParamEvaluator&) = default;
     IParamEvaluator& operator=(const IParamEvaluator&) = default;
+    /// @}
 };
 
 /// An owned evaluator with the function that gives it up, which is called with the

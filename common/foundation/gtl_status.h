@@ -46,6 +46,8 @@ public:
     static status AtSource(unsigned code, std::wstring_view argument1, std::wstring_view argument2,
                            std::string_view file, std::int32_t line);
 
+    /// @{
+    /// Copies share the details; nothing is allocated. What was moved from is ok.
     inline status(const status& other) noexcept;
     status(status&& other) noexcept : detail_(std::exchange(other.detail_, nullptr)) {}
     status& operator=(const status& other) noexcept
@@ -58,8 +60,10 @@ public:
         status(std::move(other)).swap(*this);
         return *this;
     }
+    /// @}
     ~status() { Release(); }
 
+    /// Whether there is no error.
     bool ok() const noexcept { return detail_ == nullptr; }
     /// The record of the error; null for success.
     const detail* details() const noexcept { return detail_; }
@@ -67,6 +71,7 @@ public:
     status Duplicate() const;
     /// The finished message; empty for success.
     std::wstring as_wstring() const;
+    /// Exchanges the two.
     void swap(status& other) noexcept { std::swap(detail_, other.detail_); }
 
     /// Equal when both are success, or both errors have equal templates, arguments and places.
@@ -89,6 +94,7 @@ class KVI_API status::detail
 public:
     /// The template with the five arguments filled in.
     std::wstring as_wstring() const;
+    /// The text before its arguments are filled in.
     std::wstring_view message_template() const noexcept { return template_; }
     /// @param number  1 to 5
     std::wstring_view argument(int number) const noexcept { return arguments_[number - 1]; }

@@ -55,6 +55,7 @@ public:
             str::fmt::impl::MakeArgument(args)..., {}};
         Send(std::string_view(format), list, sizeof...(A));
     }
+    /// The same in wide text.
     template <class... A>
     void operator()(const wchar_t* format, const A&... args) const
     {
@@ -62,9 +63,11 @@ public:
             str::fmt::impl::MakeArgument(args)..., {}};
         Send(std::wstring_view(format), list, sizeof...(A));
     }
+    /// @{
     /// Logs a finished text: a "%" in it means nothing.
     void operator()(const std::string& text) const;
     void operator()(const std::wstring& text) const;
+    /// @}
 
 private:
     void Send(std::string_view format, const str::fmt::impl::Argument* args,
@@ -78,12 +81,14 @@ private:
 /// "Function: ...\nLine: file(line)", for a text that is to name its place.
 KVI_API std::string FormatContext(const char* file, int line, const char* function);
 
-/// @name Texts for the log
+/// @{
+/// The text that the log shows for a value.
 KVI_API std::wstring to_wstring(const gtl::status& status); ///< its finished message
 KVI_API std::wstring to_wstring(int value);
 KVI_API std::wstring to_wstring(unsigned int value);
 KVI_API std::wstring to_wstring(const std::string& text);
 KVI_API std::wstring to_wstring(const char* text);
+/// @}
 
 namespace impl
 {

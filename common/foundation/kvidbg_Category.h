@@ -30,6 +30,7 @@ KVI_API std::string CategoryNames(int mask);
 class KVI_API DeclareCategoryMask
 {
 public:
+    /// @param name  as log filters spell it
     explicit DeclareCategoryMask(const std::string& name);
 
     /// The name's mask, looked up on the first use and kept.

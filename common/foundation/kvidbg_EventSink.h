@@ -14,11 +14,11 @@ namespace kvi::diag
 /// What a call site tells about its record. The texts live as long as the program.
 struct LogRecord
 {
-    int level;
-    int mask; ///< categories; 0: none
-    const char* file;
-    int line;
-    const char* function;
+    int level;            ///< such as kvi::diag::warning
+    int mask;             ///< categories; 0: none
+    const char* file;     ///< source file of the call; null when not known
+    int line;             ///< its line
+    const char* function; ///< its function
 };
 
 /// Takes events and records. The operations are fixed by their position after the destructor.
@@ -55,8 +55,8 @@ public:
 ///
 /// A line is `2026-03-04T05:06:07.089Z warning     Math 4711 text`: the time (UTC), the level, the
 /// category names ("-" for none), the thread's number in the system, the text. Further lines of a
-/// text are indented by four spaces, other control characters written as \xNN, so nothing in a text
-/// looks like the begin of another record.
+/// text are indented by four spaces, other control characters written as \\xNN, so nothing in a
+/// text looks like the begin of another record.
 ///
 /// Every line goes out in one append: lines of several threads and processes stay whole. A target
 /// that fails never stops or ends the caller: the reason goes to standard error once for a path,
@@ -113,7 +113,7 @@ public:
     unsigned Criticals() const { return criticals_; }   ///< events of level critical
     unsigned Errors() const { return errors_; }         ///< events of level error
     unsigned Assertions() const { return assertions_; } ///< failed checks
-    void Reset();
+    void Reset();                                       ///< counts from 0 again
 
     void Flush() override;
     void OutputPath(const std::wstring& path) override;
@@ -133,9 +133,11 @@ private:
 /// Sends the current sink's later records to @p path.
 KVI_API void SinkFilePath(const std::wstring& path);
 
-/// @name Safe mode: every record is written at once, whatever buffering was asked for, so that the
-/// last one before a crash is in the file
+/// @{
+/// Safe mode: every record is written at once, whatever buffering was asked for, so that the
+/// last one before a crash is in the file.
 KVI_API void SetSafeMode(bool on);
 KVI_API bool IsSafeMode();
+/// @}
 
 } // namespace kvi::diag

@@ -50,9 +50,12 @@ public:
     /// text that is empty, or names no level, leaves its value as it was.
     static void Set(const std::wstring& level, const std::wstring& categories);
 
+    /// The least level that passes.
     static int MinLevel() { return static_cast<int>(Word() >> 32); }
+    /// The categories that pass, a bit each.
     static int CategoryMask() { return static_cast<int>(Word() & 0xFFFFFFFFu); }
 
+    /// Whether an event of this level and these categories (0: of none) is wanted.
     static bool Passes(int level, int mask)
     {
         const std::uint64_t word = Word();

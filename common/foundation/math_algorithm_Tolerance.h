@@ -13,6 +13,7 @@ namespace math::algorithm
 template <class T>
 struct FloatCommon;
 
+/// Powers of ten by table, for double.
 template <>
 struct KVI_API FloatCommon<double>
 {
@@ -31,6 +32,7 @@ struct KVI_API FloatCommon<double>
 template <class T>
 struct Tolerance;
 
+/// When two doubles are equal.
 template <>
 struct KVI_API Tolerance<double>
 {
@@ -44,10 +46,11 @@ struct KVI_API Tolerance<double>
 
     /// The tolerance at @p value.
     double At(double value) const;
+    /// Whether @p u and @p v are equal.
     bool Equal(double u, double v) const;
 
-    int digits;
-    double floor;
+    int digits;   ///< significant digits, or kAbsolute
+    double floor; ///< the least tolerance
 };
 
 } // namespace math::algorithm

@@ -14,11 +14,14 @@
 namespace str
 {
 
+/// @{
 /// White space: of narrow text the six ASCII ones, of wide text every one of Unicode.
 KVI_API bool is_space(char c);
 KVI_API bool is_space(wchar_t c);
+/// @}
 
-/// @name Take white space off both ends, or off one
+/// @{
+/// Takes white space off both ends, or off one.
 /// Instances of all templates here: std::string, std::wstring.
 template <class text>
 KVI_API void trim(text& s);
@@ -26,6 +29,7 @@ template <class text>
 KVI_API void trim_left(text& s);
 template <class text>
 KVI_API void trim_right(text& s);
+/// @}
 
 /// Takes every occurrence of @p what out of @p s, in one pass from the left; what moves together
 /// is not looked at again. An empty @p what changes nothing.
@@ -42,24 +46,30 @@ KVI_API void replace_all(text& s, const text& what, const text& with);
 template <class text>
 KVI_API text join(const std::vector<text>& parts, const text& separator);
 
-/// @name Between narrow text in the system's code page (UTF-8 on Linux) and wide text
+/// @{
+/// Between narrow text in the system's code page (UTF-8 on Linux) and wide text
 /// What means nothing becomes the code page's replacement character, in wide text mostly U+FFFD;
 /// its neighbours and zeros are kept.
 KVI_API std::wstring as_wstring(const std::string& narrow);
 /// @param narrow  may be null when @p n is 0
 KVI_API std::wstring as_wstring(const char* narrow, std::size_t n);
 KVI_API std::string as_cstring(const std::wstring& wide);
+/// @}
 
-/// @name Between UTF-8 and wide text
+/// @{
+/// Between UTF-8 and wide text.
 /// An invalid sequence, a lone surrogate becomes U+FFFD.
 KVI_API std::wstring as_wstring(const u8string& utf8);
 KVI_API u8string as_u8string(const std::wstring& wide);
+/// @}
 
+/// @{
 /// -1, 0 or 1 as @p a comes before, equals or comes after @p b when the case of letters does not
 /// count: characters are compared by the code of their simple case folding (Unicode), the same in
 /// every locale. Narrow text folds A to Z only.
 KVI_API int compare_ignore_case(std::string_view a, std::string_view b);
 KVI_API int compare_ignore_case(std::wstring_view a, std::wstring_view b);
+/// @}
 
 /// @p s in lower case, A to Z only: the form in which names and keys are stored.
 KVI_API std::string ascii_lower(std::string_view s);

@@ -116,6 +116,7 @@ std::string sprintf(std::string_view format, const A&... args)
     return out;
 }
 
+/// The same in wide text.
 template <class... A>
 std::wstring sprintf(std::wstring_view format, const A&... args)
 {
@@ -133,6 +134,7 @@ std::size_t snprintf(char* buffer, std::size_t size, std::string_view format, co
     return fmt::impl::CopyOut(buffer, size, str::sprintf(format, args...));
 }
 
+/// The same in wide text.
 template <class... A>
 std::size_t snprintf(wchar_t* buffer, std::size_t size, std::wstring_view format, const A&... args)
 {

@@ -35,9 +35,9 @@ public:
     bool operator==(const ID&) const = default;
 
     struct Record;
-    /// @internal
-    /// What is known of the locale.
+    /// @cond  what is known of the locale
     const Record& record() const { return *record_; }
+    /// @endcond
 
 private:
     const Record* record_;
@@ -58,7 +58,10 @@ KVI_API void set_thread_default(const ID& id);
 /// Whether the system has the data of @p id.
 KVI_API bool is_installed(const ID& id);
 
-/// @name Separators: between a number and its fraction, between thousands, between list items
+/// @name Separators
+/// @{
+
+/// What stands between a number and its fraction, between thousands, between the items of a list.
 KVI_API std::wstring decimal_char(const ID& id = native());
 KVI_API std::wstring thousandths_char(const ID& id = native()); ///< empty: no grouping
 KVI_API std::wstring list_delim(const ID& id = native());
@@ -70,6 +73,7 @@ using str::compare_ignore_case;
 /// How whole numbers and times are written.
 namespace format
 {
+/// The ways of writing them.
 enum Type
 {
     plain = 0,   ///< digits alone; "2026-11-21 10:05:00"
@@ -82,6 +86,7 @@ enum Type
 /// How floating-point numbers are written, with N digits.
 namespace floatformat
 {
+/// The ways of writing them.
 enum Type
 {
     general = 0,    ///< N significant digits, no trailing zeros, an exponent where needed ("%g")
@@ -95,6 +100,8 @@ enum Type
 inline constexpr unsigned int kNoWidth = 0xffffffff;
 
 /// @name Writing
+/// @{
+
 /// @p text becomes @p value, right to the last digit, with blanks in front up to @p width
 /// characters. It stays as it was when the status is an error: a width above 65535, more than
 /// 20000 digits or a time that does not exist is out of range (code 20220), a format that the
@@ -122,6 +129,8 @@ KVI_API gtl::status to_string(std::wstring& text, const std::vector<double>& val
 /// @}
 
 /// @name Reading
+/// @{
+
 /// @p text is read whole, white space at both ends aside; thousands may be set apart, but then in
 /// threes. @p value stays as it was when the status is an error, which names the text (of a list
 /// the item) and what it should be:

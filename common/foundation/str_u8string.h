@@ -19,6 +19,7 @@ public:
     u8string() = default;
     /// @param bytes  UTF-8 already
     explicit u8string(std::string bytes) : bytes_(std::move(bytes)) {}
+    /// The characters of @p text.
     explicit u8string(std::u8string_view text) : bytes_(text.begin(), text.end()) {}
 
     const std::string& bytes() const { return bytes_; }  ///< the text

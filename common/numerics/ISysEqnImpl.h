@@ -49,6 +49,7 @@ public:
     virtual long Initialize(const tagMultiVectorInt* equations);
     /// The same with at least @p count equations, touched by elements or not.
     virtual long Initialize(const tagMultiVectorInt* equations, int count);
+    /// Number of equations.
     virtual int EquationCount() const;
 
     /// @}
@@ -89,6 +90,7 @@ public:
     /// Starts from x as it stands, and ends when ||b - A x|| <= @p tol ||b|| (2-norms) or after
     /// @p maxIter iterations.
     virtual long SolveForUnknownVector_Iterative_Sym(double tol, int maxIter);
+    /// The same for a matrix that need not be symmetric.
     virtual long SolveForUnknownVector_Iterative_NonSym(double tol, int maxIter);
     /// With as many iterations as equations.
     virtual long SolveForUnknownVector_Iterative_Sym(double tol);
@@ -109,7 +111,9 @@ public:
     /// @name Results
     /// @{
 
+    /// A copy of x.
     virtual long GetUnknownVector(tagVectorDbl* out) const;
+    /// A copy of b.
     virtual long GetRhsVector(tagVectorDbl* out) const;
     /// A x - b, equation by equation: at a fixed unknown what its support delivers, at a solved
     /// one the rounding that is left.

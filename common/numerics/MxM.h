@@ -30,6 +30,8 @@ KVI_API bool MxM_Checker(const double* C, const double* A, const double* B, int 
 
 /// @name MxM with its sizes m_n_p in the name: the same result to the last bit
 /// @{
+
+/// C = A B.
 KVI_API void MxM_2_2_8(double C[2][8], const double A[2][2], const double B[2][8]);
 KVI_API void MxM_2_8_2(double C[2][2], const double A[2][8], const double B[8][2]);
 KVI_API void MxM_3_3_9(double C[3][9], const double A[3][3], const double B[3][9]);

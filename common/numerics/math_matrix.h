@@ -42,12 +42,19 @@ public:
 
     int Rows() const { return rows_; }       ///< number of rows
     int Columns() const { return columns_; } ///< number of columns
+    /// @{
+    /// The element in row i and column j, from 0; checked by assertions only.
     T& operator()(int i, int j) { return Ref()(i, j); }
     const T& operator()(int i, int j) const { return Ref()(i, j); }
+    /// @}
 
+    /// @{
+    /// A view of the elements, valid until this matrix is assigned to or ends.
     storage::DenseRef<T> Ref() { return {elements_.data(), rows_, columns_}; }
     storage::DenseConstRef<T> Ref() const { return {elements_.data(), rows_, columns_}; }
+    /// @}
 
+    /// Same sizes and elements.
     bool operator==(const Matrix&) const = default;
 
 private:
@@ -55,6 +62,7 @@ private:
     std::vector<T> elements_;
 };
 
+/// A + B; their sizes are the same.
 template <class T>
 Matrix<T> operator+(const Matrix<T>& A, const Matrix<T>& B)
 {
@@ -62,6 +70,7 @@ Matrix<T> operator+(const Matrix<T>& A, const Matrix<T>& B)
     return impl::Dispatch<T>::add(C.Ref(), A.Ref(), B.Ref()) ? C : Matrix<T>();
 }
 
+/// A - B; their sizes are the same.
 template <class T>
 Matrix<T> operator-(const Matrix<T>& A, const Matrix<T>& B)
 {
@@ -69,6 +78,7 @@ Matrix<T> operator-(const Matrix<T>& A, const Matrix<T>& B)
     return impl::Dispatch<T>::sub(C.Ref(), A.Ref(), B.Ref()) ? C : Matrix<T>();
 }
 
+/// A B; A has as many columns as B has rows.
 template <class T>
 Matrix<T> operator*(const Matrix<T>& A, const Matrix<T>& B)
 {

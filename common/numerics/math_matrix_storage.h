@@ -26,12 +26,14 @@ template <class T>
 class DenseConstRef
 {
 public:
+    /// Packed elements at @p data.
     DenseConstRef(const T* data, int rows, int columns,
                   orientation::Type order = orientation::Type::RowMajor)
         : DenseConstRef(data, rows, columns, order,
                         order == orientation::Type::RowMajor ? columns : rows)
     {
     }
+    /// @param stride  elements from one row (or column) to the next
     DenseConstRef(const T* data, int rows, int columns, orientation::Type order, int stride)
         : data_(data), rows_(rows), columns_(columns), stride_(stride), order_(order)
     {
@@ -77,10 +79,12 @@ template <class T>
 class DenseRef : public DenseConstRef<T>
 {
 public:
+    /// Packed elements at @p data.
     DenseRef(T* data, int rows, int columns, orientation::Type order = orientation::Type::RowMajor)
         : DenseConstRef<T>(data, rows, columns, order), data_(data)
     {
     }
+    /// @param stride  elements from one row (or column) to the next
     DenseRef(T* data, int rows, int columns, orientation::Type order, int stride)
         : DenseConstRef<T>(data, rows, columns, order, stride), data_(data)
     {

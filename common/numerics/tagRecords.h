@@ -20,12 +20,15 @@ struct tagVectorDbl
 /// A dense matrix, row-major: entry (i, j) is values[i * columns + j].
 struct tagMatrixDbl
 {
-    int rows = 0;    ///< number of rows
-    int columns = 0; ///< number of columns
-    std::vector<double> values;
+    int rows = 0;               ///< number of rows
+    int columns = 0;            ///< number of columns
+    std::vector<double> values; ///< rows * columns entries
 
+    /// @{
+    /// Entry (i, j), from 0; not checked.
     double& operator()(int i, int j) { return values[Index(i, j)]; }
     double operator()(int i, int j) const { return values[Index(i, j)]; }
+    /// @}
 
 private:
     std::size_t Index(int i, int j) const
