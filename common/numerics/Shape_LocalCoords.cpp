@@ -49,8 +49,8 @@ public:
 private:
     int nodes_[8] = {};
     Vec at_[8] = {};
-    Vec point_;
-    Vec inputRounding_;
+    Vec point_ = {};
+    Vec inputRounding_ = {};
 };
 
 Element::Element(Vec point, const double* coords, int nodeCount)
@@ -185,6 +185,7 @@ constexpr Vec kQuadrilateralStarts[] = {{0, 0},       {0.7, 0.7},  {-0.7, 0.7},
 class Starts
 {
 public:
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): starts_ is filled up to count_
     explicit Starts(const Element& element)
     {
         if (element.IsTriangle())
