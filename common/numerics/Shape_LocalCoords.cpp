@@ -185,7 +185,6 @@ constexpr Vec kQuadrilateralStarts[] = {{0, 0},       {0.7, 0.7},  {-0.7, 0.7},
 class Starts
 {
 public:
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): starts_ is filled up to count_
     explicit Starts(const Element& element)
     {
         if (element.IsTriangle())

@@ -54,7 +54,7 @@ private:
         void Backward(const double* right, double* unknowns) const;
     };
 
-    void Cycle(std::size_t level, const double* r, double* z);
+    void Cycle(std::size_t at, const double* r, double* z);
 
     std::vector<Level> levels_;
     int used_ = 0;

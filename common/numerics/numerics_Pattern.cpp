@@ -36,7 +36,7 @@ struct Touch
 class Touches
 {
 public:
-    Touches(const Pattern& pattern)
+    explicit Touches(const Pattern& pattern)
         : start_(std::size_t(pattern.n) + 1), touches_(pattern.elements.values.size())
     {
         for (const int equation : pattern.elements.values)
@@ -210,7 +210,7 @@ bool BlocksFit(const tagMultiVectorInt& elements)
 
 SolveRecord Build(const tagMultiVectorInt& elements, int count, Pattern& pattern)
 {
-    const SolveRecord refused = Measure(elements, count, pattern);
+    SolveRecord refused = Measure(elements, count, pattern);
     if (refused.outcome != SolveOutcome::Solved)
         return refused;
     const wchar_t* const tooMany = L"the matrix would hold more than 2^31 - 1 positions";
