@@ -167,6 +167,6 @@ struct Problem
 
 /// Reads a problem file. Values out of their legal range are told in the catalogue's words.
 /// @returns false when it cannot be used; every reason is in @p faults
-bool ReadProblem(const std::filesystem::path& file, Problem& problem, Faults& faults);
+bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& faults);
 
 } // namespace percova
