@@ -34,8 +34,7 @@ Module LoadModule(const std::wstring& path, SymbolScope scope, std::wstring* err
     const int mode = scope == SymbolScope::shared ? RTLD_LAZY | RTLD_GLOBAL : RTLD_NOW | RTLD_LOCAL;
     Module const module = ::dlopen(Narrow(path).c_str(), mode);
     if (module == nullptr && error != nullptr)
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the text of this thread's last call
-        *error = Wide(::dlerror()); // kept by the system for each thread
+        *error = Wide(::dlerror()); // NOLINT(concurrency-mt-unsafe): one for each thread
     return module;
 }
 
