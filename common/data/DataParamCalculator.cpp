@@ -24,6 +24,7 @@ const DataParamCalculator& DataParamCalculator::InvalidCalculator()
 const std::vector<DataParamType>& DataParamCalculator::Inputs() const
 {
     static const std::vector<DataParamType> none;
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): never null, being static
     return body_ != nullptr ? body_->inputs : none;
 }
 

@@ -96,8 +96,8 @@ char* WriteGeneral(char* out, const char* digits, int count, int kept, int expon
     }
     if (exponent < 0)
     {
-        std::memcpy(out, "0.0000",
-                    6); // NOLINT(bugprone-not-null-terminated-result): no zero wanted
+        std::fill_n(out, 6, '0');
+        out[1] = '.';
         Copy16(out + 1 - exponent, digits);
         return out + 1 - exponent + kept;
     }

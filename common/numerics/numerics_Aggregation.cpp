@@ -171,9 +171,9 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
     for (std::size_t i = 0; i < result.of.size(); ++i)
         result.of[i] = takesPart[i] ? kFree : kLeftOut;
     auto forStrong = [&](int i, auto f) {
-        const int begin = result.nodeStart[std::size_t(i)];
+        const std::size_t begin = std::size_t(result.nodeStart[std::size_t(i)]);
         for (int k = 0; k < couplings.Length(i); ++k)
-            if (result.isStrong[std::size_t(begin + k)])
+            if (result.isStrong[begin + std::size_t(k)])
                 f(couplings.Neighbour(i, k), k);
     };
 

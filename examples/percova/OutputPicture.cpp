@@ -14,7 +14,18 @@ namespace percova
 namespace
 {
 
-using namespace picture;
+using picture::ContourOf;
+using picture::Coordinates;
+using picture::Frame;
+using picture::FrameOf;
+using picture::Levels;
+using picture::OutlineOf;
+using picture::PathData;
+using picture::RoundLevels;
+using picture::Thinned;
+using picture::Triangles;
+using picture::TrianglesOf;
+using picture::WetZone;
 
 constexpr double kLeft = 96, kTop = 92, kBelow = 84; // around the drawing
 constexpr double kLegend = 270;                      // width of what stands on the right
@@ -108,7 +119,7 @@ void Picture::LegendLine(const std::string& sign, const std::string& text)
     out_ << "<g transform=\"translate(" << Fixed(legendX_, 1) << ' ' << Fixed(legendY_, 1) << ")\">"
          << sign << "</g>\n";
     std::string shown = text;
-    if (shown.size() > 38 && shown.find("\xC2") == std::string::npos)
+    if (shown.size() > 38 && shown.find('\xC2') == std::string::npos)
         shown = shown.substr(0, 36) + "...";
     Text(legendX_ + 32, legendY_ + 12, shown);
     legendY_ += kLine;
