@@ -22,7 +22,8 @@ constexpr double kMissing = MissingValue<double>();
 
 TEST(FredXing, GivesTheReferenceValuesAndTheSameOverAnArray)
 {
-    for (const auto& set : ReferenceCase("W1-curve.reference.json").at("sets"))
+    const nlohmann::json reference = ReferenceCase("W1-curve.reference.json");
+    for (const auto& set : reference.at("sets"))
     {
         const FredXing curve(set["a"], set["n"], set["m"], set["theta_s"], set["limit"]);
         for (const auto& row : set["rows"])
@@ -138,7 +139,8 @@ TEST(FredXing, IsSaturatedFromZeroPressureUpwards)
 
 TEST(FredXing, LimitIsAMillionKilopascalInAnyUnit)
 {
-    const auto reference = ReferenceCase("W1-curve.reference.json").at("limit_1e6_kPa_in_units");
+    const nlohmann::json reference =
+        ReferenceCase("W1-curve.reference.json").at("limit_1e6_kPa_in_units");
     const std::pair<const char*, PressureUnit> rows[] = {{"Pa", PressureUnit::Pascal},
                                                          {"kPa", PressureUnit::Kilopascal},
                                                          {"MPa", PressureUnit::Megapascal},
@@ -163,8 +165,8 @@ double SquaredError(const std::vector<FPOINT>& points, double satWC, double a, d
 
 TEST(FredXingFit, MeetsTheReferenceFits)
 {
-    const auto problems = ReferenceCase("F1-fits.problem.json").at("fits");
-    const auto references = ReferenceCase("F1-fits.reference.json").at("fits");
+    const nlohmann::json problems = ReferenceCase("F1-fits.problem.json").at("fits");
+    const nlohmann::json references = ReferenceCase("F1-fits.reference.json").at("fits");
     for (std::size_t i = 0; i < problems.size(); ++i)
     {
         const double satWC = problems[i]["theta_s"];

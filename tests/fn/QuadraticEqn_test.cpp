@@ -31,7 +31,8 @@ void ExpectWithinTwoUlp(double found, double expected)
 
 TEST(QuadraticEqn, GivesTheReferenceRoots)
 {
-    for (const auto& row : ReferenceCase("Q1-quadratic.reference.json").at("cases"))
+    const nlohmann::json reference = ReferenceCase("Q1-quadratic.reference.json");
+    for (const auto& row : reference.at("cases"))
     {
         SCOPED_TRACE(row["name"].dump());
         double roots[2];
