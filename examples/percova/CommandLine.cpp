@@ -193,6 +193,7 @@ struct Commands
 Commands Declare(CLI::App& app, Options& options)
 {
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // a path may begin with a slash there too
     Commands commands{app.add_subcommand("run", "Analyse a problem and write the results"),
                       app.add_subcommand("check", "Tell everything that is wrong with a problem"),
                       app.add_subcommand("info", "Tell what a mesh holds")};
