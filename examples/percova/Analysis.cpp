@@ -11,9 +11,7 @@
 
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
-#include <tbb/task_scheduler_observer.h>
 
-#include <cfenv>
 #include <cstdio>
 #include <memory>
 
@@ -21,31 +19,6 @@ namespace percova
 {
 namespace
 {
-/// Gives every thread that joins the parallel loops the arithmetic of the thread that starts them.
-/// Windows starts threads with shorter x87 registers than MinGW's main, and MinGW's exp and pow
-/// compute in those: the last bit would depend on who evaluates an element.
-class SameArithmetic : public tbb::task_scheduler_observer
-{
-public:
-    SameArithmetic()
-    {
-        std::fegetenv(&environment_);
-        observe(true);
-    }
-    ~SameArithmetic() override { observe(false); }
-    SameArithmetic(const SameArithmetic&) = delete;
-    SameArithmetic& operator=(const SameArithmetic&) = delete;
-
-    void on_scheduler_entry(bool isWorker) override
-    {
-        if (isWorker)
-            std::fesetenv(&environment_);
-    }
-
-private:
-    std::fenv_t environment_;
-};
-
 /// Where a step did not converge and by how much.
 std::string Trouble(const Model& model, const NewtonOutcome& outcome, double tolerance)
 {
@@ -100,7 +73,6 @@ bool Analyse(const Model& model, const std::function<void(const Progress&)>& wat
     if (threads > 0)
         limit = std::make_unique<tbb::global_control>(tbb::global_control::max_allowed_parallelism,
                                                       std::size_t(threads));
-    const SameArithmetic arithmetic;
     results.threads = threads > 0 ? threads : tbb::this_task_arena::max_concurrency();
 
     const Step& step = model.problem.steps.front();

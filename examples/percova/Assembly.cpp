@@ -1,7 +1,6 @@
 #include "Assembly.h"
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
+#include "Loops.h"
 
 #include <algorithm>
 
@@ -32,9 +31,9 @@ Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
     matrices_.resize(std::min(kBlock, mesh.Elements()) * 64);
     saturated_.resize(matrixStart_.back());
     const std::vector<double> none(mesh.Nodes());
-    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, mesh.Elements(), kGrain), [&](auto& r) {
+    ForPieces(0, mesh.Elements(), kGrain, [&](std::size_t begin, std::size_t end) {
         ElementState element;
-        for (std::size_t e = r.begin(); e < r.end(); ++e)
+        for (std::size_t e = begin; e < end; ++e)
         {
             element.Load(mesh, e, none.data());
             SaturatedMatrix(element, soils[model.material[e]], &saturated_[matrixStart_[e]]);
@@ -46,10 +45,10 @@ void Assembly::Elements(const std::vector<double>& head, double leastKr, Tangent
                         double damping, std::size_t first, std::size_t last, double* matrices)
 {
     const Mesh& mesh = model_.mesh;
-    tbb::parallel_for(tbb::blocked_range(first, last, kGrain), [&](const auto& range) {
+    ForPieces(first, last, kGrain, [&](std::size_t begin, std::size_t end) {
         ElementState element;
         ElementResult result;
-        for (std::size_t e = range.begin(); e < range.end(); ++e)
+        for (std::size_t e = begin; e < end; ++e)
         {
             element.Load(mesh, e, head.data());
             Compute(element, soils_[model_.material[e]], &saturated_[matrixStart_[e]], leastKr,
@@ -65,8 +64,8 @@ void Assembly::Elements(const std::vector<double>& head, double leastKr, Tangent
 void Assembly::Sum(std::vector<double>& inflow) const
 {
     inflow.resize(model_.mesh.Nodes());
-    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, inflow.size(), 1024), [&](const auto& r) {
-        for (std::size_t node = r.begin(); node < r.end(); ++node)
+    ForPieces(0, inflow.size(), 1024, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t node = begin; node < end; ++node)
         {
             double sum = 0;
             for (std::size_t k = nodeStart_[node]; k < nodeStart_[node + 1]; ++k)

@@ -2,9 +2,7 @@
 
 #include "Element.h"
 #include "KVI.h"
-
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
+#include "Loops.h"
 
 #include <algorithm>
 #include <array>
@@ -106,8 +104,10 @@ void EvaluateProbes(const Solution& solution, StepResult& result)
 {
     const std::vector<Probe>& probes = solution.model.problem.probes;
     result.probes.resize(probes.size());
-    tbb::parallel_for(std::size_t(0), probes.size(),
-                      [&](std::size_t i) { result.probes[i] = ProbeAt(solution, probes[i]); });
+    ForPieces(0, probes.size(), 1, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i)
+            result.probes[i] = ProbeAt(solution, probes[i]);
+    });
 }
 
 void EvaluateNodes(const Solution& s, NodalResults& nodal)
