@@ -4,6 +4,12 @@
 
 #include "Geom/FPOINT.h"
 #include "Geom/Geom_Extents2D.h"
+#include "Geom/Geom_Line2D.h"
+#include "Geom/Geom_LineIntersection2D.h"
+#include "Geom/Geom_Point.h"
+#include "Geom/Geom_Precision.h"
+#include "Geom/Geom_Vector.h"
+#include "Geom/gtl_engless_point.h"
 #include "data/DataParamCalculator.h"
 #include "data/DataParamType.h"
 #include "data/DataTable.h"

@@ -1,0 +1,118 @@
+#include "Geom/Geom_Line2D.h"
+
+#include "Geom/Geom_plane_impl.h"
+
+namespace Geom
+{
+namespace
+{
+
+/// Where the foot of the perpendicular from p stands, from 0 at a to 1 at b; a and b differ.
+double FootParameter(const Point2D& p, const Point2D& a, const Point2D& b)
+{
+    const Point2D d = b - a;
+    const double factor = impl::UnitFactor(d);
+    const Point2D unit = d * factor;
+    return impl::Dot(p - a, unit) / impl::Dot(unit, unit) * factor;
+}
+
+/// The point of a usable segment nearest to a usable point.
+Point2D Closest(const Point2D& p, const Point2D& a, const Point2D& b)
+{
+    const double factor = impl::SafeFactor({p, a, b});
+    const Point2D from = a * factor, to = b * factor;
+    const double t = from == to ? 0 : FootParameter(p * factor, from, to);
+    if (t <= 0)
+        return a;
+    if (t >= 1)
+        return b;
+    // From the nearer end, so that the rounding of the way is small beside it.
+    const Point2D foot = t < 0.5 ? from + (to - from) * t : to + (from - to) * (1 - t);
+    return impl::Clamped(foot * (1 / factor), a, b);
+}
+
+} // namespace
+
+bool PointPrecedes2D(const Point2D& p, const Point2D& q, const Precision3D& precision)
+{
+    const double hx = precision.halfEpsilon[0], hy = precision.halfEpsilon[1];
+    return q.x - hx > p.x || (q.x + hx >= p.x && q.y - hy > p.y);
+}
+
+Line2D LineGet2D(const Point2D& p1, const Point2D& p2)
+{
+    return PointPrecedes2D(p1, p2, Precision()) ? Line2D{p1, p2} : Line2D{p2, p1};
+}
+
+std::pair<double, double> LineGetY2D(const Point2D& a, const Point2D& b, double x)
+{
+    const double hx = Precision().halfEpsilon[0];
+    const double missing = MissingValue<double>();
+    const Point2D &left = a.x <= b.x ? a : b, &right = a.x <= b.x ? b : a;
+    if (!impl::AreUsable({a, b}) || !impl::IsBetween(left.x, x, right.x, hx))
+        return {missing, missing};
+    if (impl::IsNear(a.x, b.x, hx))
+        return std::minmax(a.y, b.y);
+    if (x <= left.x)
+        return {left.y, left.y};
+    if (x >= right.x)
+        return {right.y, right.y};
+    const double t = (x * 0.5 - left.x * 0.5) / (right.x * 0.5 - left.x * 0.5);
+    const double rise = right.y - left.y;
+    const double y = std::isfinite(rise) ? left.y + rise * t : left.y * (1 - t) + right.y * t;
+    const double inside = impl::Clamped(y, left.y, right.y);
+    return {inside, inside};
+}
+
+bool LineContainsPoint2D(const Point2D& a, const Point2D& b, const Point2D& p,
+                         const Precision3D& precision)
+{
+    if (impl::IsNear(a, p, precision) || impl::IsNear(b, p, precision))
+        return true;
+    const auto [left, right] = std::minmax(a.x, b.x);
+    const auto [low, high] = std::minmax(a.y, b.y);
+    return impl::IsBetween(left, p.x, right, precision.halfEpsilon[0]) &&
+           impl::IsBetween(low, p.y, high, precision.halfEpsilon[1]) &&
+           impl::SideOf(a, b, p, precision) == 0;
+}
+
+bool LineContainsPoint2D(const Point2D& a, const Point2D& b, const Point2D& p, bool excludeEnds)
+{
+    const Precision3D& precision = Precision();
+    if (excludeEnds && (impl::IsNear(a, p, precision) || impl::IsNear(b, p, precision)))
+        return false;
+    return LineContainsPoint2D(a, b, p, precision);
+}
+
+Point2D LineClosestPoint2D(const Point2D& p, const Point2D& a, const Point2D& b, bool excludeEnds,
+                           const Precision3D& precision)
+{
+    if (!impl::AreUsable({p, a, b}))
+        return MissingValue<Point2D>();
+    const Point2D closest = Closest(p, a, b);
+    const bool isEnd = impl::IsNear(closest, a, precision) || impl::IsNear(closest, b, precision);
+    return excludeEnds && isEnd ? MissingValue<Point2D>() : closest;
+}
+
+Point2D InfLineClosestPoint2D(const Point2D& p, const Point2D& a, const Point2D& b,
+                              const Precision3D& precision)
+{
+    if (!impl::AreUsable({p, a, b}))
+        return MissingValue<Point2D>();
+    if (impl::IsNear(a, b, precision))
+        return a;
+    const double factor = impl::SafeFactor({p, a, b});
+    const Point2D from = a * factor, to = b * factor;
+    const double t = from == to ? 0 : FootParameter(p * factor, from, to);
+    const Point2D foot = (from + (to - from) * t) * (1 / factor);
+    return impl::IsUsable(foot) ? foot : MissingValue<Point2D>();
+}
+
+double LineDistanceToPoint2D(const Point2D& a, const Point2D& b, const Point2D& p, bool excludeEnds,
+                             const Precision3D& precision)
+{
+    const Point2D closest = LineClosestPoint2D(p, a, b, excludeEnds, precision);
+    return IsMissing2D(closest) ? MissingValue<double>() : impl::LengthOf(p - closest);
+}
+
+} // namespace Geom
