@@ -9,10 +9,11 @@
 namespace math::impl
 {
 
-/// Threads to use where a caller asks for @p wanted, 0 meaning all; never more than processors.
+/// Threads to use where a caller asks for @p wanted, 0 meaning all; never more than processors and
+/// at least one (a system that hides its processors is told as having none).
 inline int ThreadCount(int wanted)
 {
-    const int most = tbb::this_task_arena::max_concurrency();
+    const int most = std::max(1, tbb::this_task_arena::max_concurrency());
     return wanted > 0 ? std::min(wanted, most) : most;
 }
 

@@ -62,7 +62,7 @@ std::vector<double> DecodedArray(const std::string& vtu, const std::string& name
     EXPECT_GE(bytes.size(), sizeof size);
     std::memcpy(&size, bytes.data(), sizeof size);
     EXPECT_EQ(size, bytes.size() - sizeof size);
-    std::vector<double> numbers(size / sizeof(double));
+    std::vector<double> numbers(std::size_t(size / sizeof(double)));
     std::memcpy(numbers.data(), bytes.data() + sizeof size, numbers.size() * sizeof(double));
     return numbers;
 }
