@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -35,10 +36,21 @@ public:
     int LineNumber() const { return binary ? 0 : line_; }
     std::size_t BytesLeft() const { return static_cast<std::size_t>(end_ - at_); }
 
-    /// The next number, whose kind is told by @p what should it be missing.
+    /// The next number, whose kind is told by @p what should it be missing. A std::size_t takes
+    /// eight bytes in a binary part, on 32-bit machines too.
     template <class Number>
     Number Next(const char* what)
     {
+        if constexpr (std::is_same_v<Number, std::size_t> && sizeof(Number) < 8)
+        {
+            if (binary)
+            {
+                const std::uint64_t wide = Bytes<std::uint64_t>(what);
+                if (wide > SIZE_MAX)
+                    Misread(what, true);
+                return static_cast<Number>(wide);
+            }
+        }
         return binary ? Bytes<Number>(what) : Text<Number>(what);
     }
     /// A count of things, each of which takes at least @p bytes: no more than the file can hold.
