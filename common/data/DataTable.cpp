@@ -107,7 +107,7 @@ void DataTable::Init(DataParamType rowKind, const std::vector<DataParamType>& pa
                      unsigned int rows, const std::shared_ptr<datatable::ICalculators>& calculators,
                      datatable::EvaluatorPtr evaluator)
 {
-    if (!SetColumns(params, rows))
+    if (!Shape(params, rows))
         return;
     rowKind_ = rowKind;
     evaluator_ =
@@ -119,7 +119,7 @@ void DataTable::Init(DataParamType rowKind, const std::vector<DataParamType>& pa
 
 /// Gives the table @p rows missing rows of the columns @p params; false, and nothing changed, when
 /// that is impossible.
-bool DataTable::SetColumns(const std::vector<DataParamType>& params, unsigned int rows)
+bool DataTable::Shape(const std::vector<DataParamType>& params, unsigned int rows)
 {
     const bool same = params == columns_;
     if (!same && !CanBeColumns(params))
@@ -138,11 +138,16 @@ bool DataTable::SetColumns(const std::vector<DataParamType>& params, unsigned in
     if (!same)
     {
         columns_.swap(columns);
-        columnMap_.fill(0);
-        for (std::size_t i = 0; i < columns_.size(); ++i)
-            columnMap_[static_cast<std::size_t>(columns_[i])] = static_cast<std::int16_t>(i + 1);
+        MapColumns();
     }
     return true;
+}
+
+void DataTable::MapColumns()
+{
+    columnMap_.fill(0);
+    for (std::size_t i = 0; i < columns_.size(); ++i)
+        columnMap_[static_cast<std::size_t>(columns_[i])] = static_cast<std::int16_t>(i + 1);
 }
 
 void DataTable::Assign(const DataTable& other)
@@ -181,6 +186,34 @@ void DataTable::ResizeRows(unsigned int rows)
     Invalidate();
 }
 
+bool DataTable::ChangeColumns(const std::vector<DataParamType>& params)
+{
+    if (params == columns_)
+        return true;
+    std::vector<double> cells;
+    if (!CanBeColumns(params) || !Resize(cells, rowCount_, params.size()))
+        return false;
+    // Where each quantity that stays stands in a new row and in an old one.
+    std::vector<std::pair<std::size_t, std::size_t>> kept;
+    for (std::size_t i = 0; i < params.size(); ++i)
+    {
+        if (const int column = ColumnNumber(params[i]); column != 0)
+            kept.emplace_back(i, column - 1);
+    }
+    for (std::size_t row = 0; row < rowCount_; ++row)
+    {
+        for (const auto& [to, from] : kept)
+            cells[row * params.size() + to] = values_[row * columnCount_ + from];
+    }
+    std::vector<DataParamType> columns(params);
+    columns_.swap(columns);
+    columnCount_ = static_cast<std::uint32_t>(columns_.size());
+    values_.swap(cells);
+    MapColumns();
+    Invalidate();
+    return true;
+}
+
 void DataTable::Clear()
 {
     columnMap_.fill(0);
@@ -215,46 +248,6 @@ bool DataTable::SetValue(GID row, DataParamType param, double value)
     if (cell != nullptr)
         values_[static_cast<std::size_t>(cell - values_.data())] = value;
     return cell != nullptr;
-}
-
-// The two forms of a range differ only in who may write.
-template <class Range, class Cells>
-Range DataTable::RowOf(Cells cells, GID row) const
-{
-    if (row.value - 1 >= rowCount_)
-        return {};
-    const auto columns = static_cast<std::ptrdiff_t>(columnCount_);
-    const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(row.value - 1) * columns;
-    return {{cells, first, 1}, {cells, first + columns, 1}};
-}
-
-template <class Range, class Cells>
-Range DataTable::ColumnOf(Cells cells, DataParamType param) const
-{
-    const int column = ColumnNumber(param);
-    if (column == 0)
-        return {};
-    const std::ptrdiff_t first = column - 1;
-    const auto stride = static_cast<std::ptrdiff_t>(columnCount_);
-    return {{cells, first, stride},
-            {cells, first + static_cast<std::ptrdiff_t>(values_.size()), stride}};
-}
-
-DataTable::Values DataTable::Row(const GID& row) { return RowOf<Values>(values_.data(), row); }
-
-DataTable::ConstValues DataTable::Row(const GID& row) const
-{
-    return RowOf<ConstValues>(values_.data(), row);
-}
-
-DataTable::Values DataTable::Column(DataParamType param)
-{
-    return ColumnOf<Values>(values_.data(), param);
-}
-
-DataTable::ConstValues DataTable::Column(DataParamType param) const
-{
-    return ColumnOf<ConstValues>(values_.data(), param);
 }
 
 bool DataTable::HasParam(DataParamType param) const

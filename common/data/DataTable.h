@@ -16,6 +16,14 @@
 #include <string>
 #include <vector>
 
+class DataTable;
+
+namespace datatable::impl
+{
+/// Exchanges the two tables' calculators, the pointers themselves, and tells the evaluators.
+KVI_API void SwapCalculators(DataTable& a, DataTable& b);
+} // namespace datatable::impl
+
 /// A dense rectangle of numbers that also answers for quantities it can compute.
 ///
 /// Rows are numbered from 1. A new cell holds the missing value. A quantity without a column is
@@ -71,6 +79,9 @@ public:
     void Assign(const DataTable& other);
     /// Keeps the first @p rows rows; further ones are missing.
     void ResizeRows(unsigned int rows);
+    /// Gives the table the columns @p params in their order. Quantities that it stored keep their
+    /// values; new ones are missing. @returns whether it has these columns
+    bool ChangeColumns(const std::vector<DataParamType>& params);
     /// Drops rows, columns, row kind and calculators. The evaluator stays and is not told.
     void Clear();
 
@@ -98,13 +109,13 @@ public:
 
     /// @{
     /// The row's values in column order; empty for a row that does not exist.
-    Values Row(const GID& row);
-    ConstValues Row(const GID& row) const;
+    Values Row(const GID& row) { return RowOf<Values>(values_.data(), row); }
+    ConstValues Row(const GID& row) const { return RowOf<ConstValues>(values_.data(), row); }
     /// @}
     /// @{
     /// The values of @p param from the first row to the last; empty for a quantity not stored.
-    Values Column(DataParamType param);
-    ConstValues Column(DataParamType param) const;
+    Values Column(DataParamType param) { return ColumnOf<Values>(values_.data(), param); }
+    ConstValues Column(DataParamType p) const { return ColumnOf<ConstValues>(values_.data(), p); }
     /// @}
 
     /// Whether @p param has a column.
@@ -141,12 +152,33 @@ private:
             return nullptr;
         return values_.data() + std::size_t{above} * columnCount_ + (column - 1);
     }
+    // Row and Column in one body for readers and writers; inline, so that loops know the step of 1.
+    template <class Range, class Cells>
+    Range RowOf(Cells cells, GID row) const
+    {
+        const std::uint32_t above = row.value - 1;
+        if (above >= rowCount_)
+            return {};
+        const auto columns = static_cast<std::ptrdiff_t>(columnCount_);
+        const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(above) * columns;
+        return {{cells, first, 1}, {cells, first + columns, 1}};
+    }
+    template <class Range, class Cells>
+    Range ColumnOf(Cells cells, DataParamType param) const
+    {
+        const int column = ColumnNumber(param);
+        if (column == 0)
+            return {};
+        const std::ptrdiff_t first = column - 1;
+        const auto stride = static_cast<std::ptrdiff_t>(columnCount_);
+        const auto size = static_cast<std::ptrdiff_t>(values_.size());
+        return {{cells, first, stride}, {cells, first + size, stride}};
+    }
     double Evaluate(GID row, DataParamType param) const;
-    template <class Range, class Cells>
-    Range RowOf(Cells cells, GID row) const;
-    template <class Range, class Cells>
-    Range ColumnOf(Cells cells, DataParamType param) const;
-    bool SetColumns(const std::vector<DataParamType>& params, unsigned int rows);
+    bool Shape(const std::vector<DataParamType>& params, unsigned int rows);
+    void MapColumns();
+
+    friend void datatable::impl::SwapCalculators(DataTable& a, DataTable& b);
 
     DataParamType rowKind_ = DataParamType::None;
     std::vector<DataParamType> columns_;

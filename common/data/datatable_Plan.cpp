@@ -115,6 +115,17 @@ bool Plan::IsFor(const DataTable& table) const
            !now.owner_before(calculators_);
 }
 
+std::vector<DataParamType> Plan::Leaves() const
+{
+    std::vector<DataParamType> leaves;
+    for (const Need& need : needs_)
+    {
+        if (need.source != Source::Computed)
+            leaves.push_back(need.param);
+    }
+    return leaves;
+}
+
 void Plan::Gather(const DataTable& table, GID row, std::vector<double>& stored) const
 {
     for (const int place : stored_)

@@ -27,6 +27,10 @@ public:
     bool IsComplete() const;
     /// Whether @p table still has the calculators and the row kind that the plan was made for.
     bool IsFor(const DataTable& table) const;
+    /// What the quantity follows from in the end: the stored quantities, and those that have
+    /// neither column nor calculator or need themselves. Each once, in the order of the
+    /// calculators' inputs.
+    std::vector<DataParamType> Leaves() const;
     /// Appends the stored values of @p row that the quantity follows from.
     void Gather(const DataTable& table, GID row, std::vector<double>& stored) const;
     /// The quantity from those values.

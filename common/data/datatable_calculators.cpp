@@ -1,0 +1,87 @@
+#include "data/datatable_calculators.h"
+
+#include "data/datatable_ColumnReader_impl.h"
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
+namespace datatable
+{
+namespace
+{
+struct Default
+{
+    std::mutex lock;
+    std::shared_ptr<ICalculators> calculators;
+};
+
+Default& TheDefault()
+{
+    static Default one;
+    return one;
+}
+} // namespace
+
+void CacheComputedValues(DataTable& table, const std::vector<DataParamType>& params)
+{
+    std::vector<DataParamType> computed;
+    for (const DataParamType param : dataparamtype::ListDifference(params, table.Columns()))
+    {
+        if (table.HasParam(param))
+            computed.push_back(param);
+    }
+    // All of them are computed before the first is stored.
+    DataTable values(table.RowKind(), computed, table.RowCount());
+    if (computed.empty() || values.RowCount() != table.RowCount())
+        return;
+    for (const DataParamType param : computed)
+    {
+        impl::ColumnReader read(table, param);
+        GID row;
+        for (double& cell : values.Column(param))
+        {
+            ++row.value;
+            cell = read(row);
+        }
+    }
+    if (!table.ChangeColumns(dataparamtype::ListUnion(table.Columns(), computed)))
+        return;
+    for (const DataParamType param : computed)
+    {
+        const auto from = std::as_const(values).Column(param);
+        std::copy(from.begin(), from.end(), table.Column(param).begin());
+    }
+}
+
+std::vector<DataParamType> ExpandComputedParams(const DataTable& table,
+                                                const std::vector<DataParamType>& params)
+{
+    std::vector<DataParamType> expanded;
+    for (const DataParamType param : params)
+        expanded = dataparamtype::ListUnion(expanded, impl::Plan(table, param).Leaves());
+    return expanded;
+}
+
+void SetDefaultCalculators(const std::shared_ptr<ICalculators>& calculators)
+{
+    // The former ones go outside the lock: their end may be anything.
+    auto former = calculators;
+    const std::lock_guard locked(TheDefault().lock);
+    TheDefault().calculators.swap(former);
+}
+
+std::shared_ptr<ICalculators> DefaultCalculators()
+{
+    const std::lock_guard locked(TheDefault().lock);
+    return TheDefault().calculators;
+}
+
+void impl::SwapCalculators(DataTable& a, DataTable& b)
+{
+    a.calculators_.swap(b.calculators_);
+    a.Invalidate();
+    b.Invalidate();
+}
+
+} // namespace datatable

@@ -1,0 +1,235 @@
+#include "data/datatable_Properties.h"
+#include "data/datatable_calculators.h"
+#include "data/datatable_cells.h"
+#include "data/datatable_inspect.h"
+#include "foundation/MissingValue.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+using namespace datatable;
+
+namespace
+{
+constexpr double kMissing = MissingValue<double>();
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+using Params = std::vector<DataParamType>;
+using Numbers = std::vector<double>;
+
+DataParamType Param(int number) { return static_cast<DataParamType>(number); }
+const DataParamType kKind = Param(1), kA = Param(10), kB = Param(20), kC = Param(30),
+                    kD = Param(40), kE = Param(50);
+
+template <class Range>
+Numbers AsVector(const Range& range)
+{
+    return {range.begin(), range.end()};
+}
+
+DataTable MakeTable(const Numbers& a)
+{
+    DataTable table(kKind, {kA, kB}, static_cast<unsigned>(a.size()));
+    std::copy(a.begin(), a.end(), table.Column(kA).begin());
+    return table;
+}
+
+DataParamCalculator Sum(Params inputs)
+{
+    return {std::move(inputs),
+            [](std::span<const double> v) { return std::accumulate(v.begin(), v.end(), 0.0); }};
+}
+
+/// C = A + B, D = C + C, E needs itself.
+DataTable MakeComputing()
+{
+    const auto calculators = std::make_shared<CalculatorMap>();
+    calculators->Set(kKind, kC, Sum({kA, kB}));
+    calculators->Set(kKind, kD, Sum({kC, kC}));
+    calculators->Set(kKind, kE, Sum({kE}));
+    DataTable table(kKind, {kA, kB}, 2, calculators, eval::MakeSimpleEvaluator());
+    double next = 1;
+    for (const GID row : {GID{1}, GID{2}})
+    {
+        for (double& cell : table.Row(row))
+            cell = next++;
+    }
+    return table;
+}
+} // namespace
+
+TEST(TableCells, RowsGrowTheTableColumnsDoNot)
+{
+    DataTable table = MakeTable({1, 2, 3});
+    FillRow(table, {10}, 7);
+    EXPECT_EQ(table.RowCount(), 10u);
+    EXPECT_EQ(AsVector(table.Row({3})), (Numbers{3, kMissing}));
+    EXPECT_EQ(AsVector(table.Row({9})), (Numbers{kMissing, kMissing}));
+    EXPECT_EQ(AsVector(table.Row({10})), (Numbers{7, 7}));
+    SetMissingRow(table, 11);
+    EXPECT_EQ(table.RowCount(), 11u);
+    ExpandRows(table, 2);
+    FillRow(table, {0}, 5);
+    SetMissingRow(table, 0);
+    EXPECT_EQ(table.RowCount(), 11u);
+
+    FillColumn(table, kC, 4);
+    SetMissingColumns(table, {kC, kA});
+    EXPECT_EQ(AsVector(table.Column(kA)), Numbers(11, kMissing));
+    FillColumn(table, kB, 4);
+    EXPECT_EQ(AsVector(table.Column(kB)), Numbers(11, 4));
+    SetMissingAll(table);
+    EXPECT_TRUE(table.Equals(DataTable(kKind, {kA, kB}, 11)));
+    Params many;
+    for (int i = 0; i < 100; ++i)
+        many.push_back(Param(i));
+    DataTable wide(kKind, many, 1);
+    FillRow(wide, {0xFFFFFFFF}, 5); // more cells than a table may have
+    EXPECT_TRUE(wide.Equals(DataTable(kKind, many, 1)));
+}
+
+TEST(TableCells, TheValueMayBeACellOfTheTable)
+{
+    DataTable table = MakeTable({5, 6});
+    FillRow(table, {1000}, table.Row({1})[0]); // moves every cell
+    EXPECT_EQ(AsVector(table.Row({1000})), (Numbers{5, 5}));
+    FillColumn(table, kA, table.Row({2})[0]);
+    EXPECT_EQ(AsVector(table.Column(kA)), Numbers(1000, 6));
+}
+
+TEST(TableCells, ColumnsAreInsertedBehindTheOthers)
+{
+    DataTable table = MakeTable({1, 2});
+    InsertColumns(table, {kC, kA, kC, Param(9)});
+    EXPECT_EQ(table.Columns(), (Params{kA, kB, kC, Param(9)}));
+    EXPECT_EQ(AsVector(table.Row({2})), (Numbers{2, kMissing, kMissing, kMissing}));
+    table.SetValue({1}, kC, 8);
+    const DataTable before(table);
+    InsertColumns(table, {kD, Param(604)}); // one of them cannot be a column
+    EXPECT_TRUE(table.Equals(before));
+    EXPECT_TRUE(table.ChangeColumns({kC, kD, kA}));
+    EXPECT_EQ(AsVector(table.Row({1})), (Numbers{8, kMissing, 1}));
+    EXPECT_EQ(table.GetValue({2}, kB), kMissing);
+    EXPECT_FALSE(table.ChangeColumns({kC, kC}));
+    EXPECT_TRUE(table.ChangeColumns({}));
+    EXPECT_EQ(table.RowCount(), 2u);
+}
+
+TEST(TableCells, TheMissingValueIsNeverAdded)
+{
+    DataTable table = MakeTable({1, kMissing});
+    IncrementTableValueByValue(table, {1}, kA, 2);
+    IncrementTableValueByValue(table, {2}, kA, 2);
+    IncrementTableValueByValue(table, {2}, kA, kMissing);
+    IncrementTableValueByValue(table, {1}, kB, kMissing);
+    IncrementTableValueByValue(table, {3}, kA, 2);
+    IncrementTableValueByValue(table, {0}, kA, 2);
+    EXPECT_EQ(AsVector(table.Column(kA)), (Numbers{3, 2}));
+    EXPECT_EQ(table.GetValue({1}, kB), kMissing);
+}
+
+TEST(TableInspection, AsksForStoredAndForAnswerableQuantities)
+{
+    const DataTable table = MakeComputing();
+    const std::pair<Params, bool> rows[] = {{{}, true},    {{kA, kB}, false},  {{kA, kC}, false},
+                                            {{kE}, true},  {{kA, kE}, true},   {{Param(99)}, true},
+                                            {{kD}, false}, {{Param(-1)}, true}};
+    for (const auto& [params, isMissing] : rows)
+        EXPECT_EQ(IsTableMissingParam(table, params), isMissing);
+    EXPECT_EQ(ListUnstoredParams(table, {kD, kA, kC, kD}), (Params{kD, kC, kD}));
+    EXPECT_EQ(ListUnstoredParams(table, {}), Params());
+    EXPECT_EQ(ExpandComputedParams(table, {kD, kB, kE, Param(99)}),
+              (Params{kA, kB, kE, Param(99)}));
+}
+
+TEST(TableInspection, StatisticsSkipMissingValuesAndShowNans)
+{
+    struct Row
+    {
+        Numbers values;
+        double lowest, highest, sum, magnitude;
+        unsigned lowestRow, highestRow;
+    };
+    const Row rows[] = {
+        {{3, kMissing, -5, 4, -5, 4}, -5, 4, 1, 5, 3, 4},
+        {{kMissing, -2}, -2, -2, -2, 2, 2, 2},
+        {{kMissing, kMissing}, kMissing, kMissing, kMissing, kMissing, 0, 0},
+        {{}, kMissing, kMissing, kMissing, kMissing, 0, 0},
+        {{1, kNan, 9, kNan}, kNan, kNan, kNan, kNan, 2, 2},
+        {{-HUGE_VAL, 1}, -HUGE_VAL, 1, -HUGE_VAL, HUGE_VAL, 1, 2},
+    };
+    const auto same = [](double x, double y) { return x == y || (std::isnan(x) && std::isnan(y)); };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(testing::PrintToString(row.values));
+        const DataTable table = MakeTable(row.values);
+        EXPECT_TRUE(same(Range(table, kA).lower.value, row.lowest));
+        EXPECT_TRUE(same(Range(table, kA).upper.value, row.highest));
+        EXPECT_TRUE(same(SumColumn(table, kA), row.sum));
+        EXPECT_TRUE(same(MaxMagnitude(table, kA), row.magnitude));
+        EXPECT_EQ(MinElementRow(table, kA).value, row.lowestRow);
+        EXPECT_EQ(MaxElementRow(table, kA).value, row.highestRow);
+    }
+    const DataTable computing = MakeComputing(); // D is 6 and 14
+    EXPECT_EQ(SumColumn(computing, kD), 20);
+    EXPECT_TRUE(Range(computing, kD).Contains(14));
+    EXPECT_FALSE(Range(computing, kD).Contains(15));
+    EXPECT_EQ(MaxElementRow(computing, kD).value, 2u);
+    EXPECT_EQ(SumColumn(computing, Param(99)), kMissing);
+}
+
+TEST(TableCalculators, CachedValuesAreStoredAndNoLongerFollow)
+{
+    for (const auto make : {eval::MakeSimpleEvaluator, eval::MakeLazyCachingEvaulator})
+    {
+        DataTable table = MakeComputing();
+        table.RegisterEvalulator(make());
+        EXPECT_EQ(table.GetValue({1}, kD), 6);
+        CacheComputedValues(table, {kD, kA, kE, kC, Param(99)});
+        EXPECT_EQ(table.Columns(), (Params{kA, kB, kD, kC}));
+        EXPECT_EQ(AsVector(table.Row({2})), (Numbers{3, 4, 14, 7}));
+        table.SetValue({1}, kA, 100);
+        EXPECT_EQ(table.GetValue({1}, kD), 6);
+    }
+}
+
+TEST(TableCalculators, AreExchangedAsTheyAre)
+{
+    DataTable a = MakeComputing(), b = MakeTable({1});
+    const auto* const calculators = a.Calculators().get();
+    a.RegisterEvalulator(eval::MakeLazyCachingEvaulator());
+    EXPECT_EQ(a.GetValue({1}, kC), 3);
+    datatable::impl::SwapCalculators(a, b);
+    EXPECT_EQ(b.Calculators().get(), calculators);
+    EXPECT_EQ(b.Calculators().use_count(), 1);
+    EXPECT_EQ(a.Calculators(), nullptr);
+    EXPECT_EQ(a.GetValue({1}, kC), kMissing);
+}
+
+TEST(TableProperties, KeepStoredComputedAndPersistedQuantities)
+{
+    using Case = Properties::PersistenceCase;
+    Properties properties(kKind, Properties::KeyCase::Persisted);
+    properties.RegisterStoredParam(kB, Case::NotPersisted);
+    EXPECT_EQ(properties.PersistedParameters(), Params());
+    properties.RegisterStoredParam(kA, Case::Persisted);
+    properties.RegisterStoredParam(kB, static_cast<Case>(7));
+    properties.RegisterComputedParam(kD, Sum({kA}));
+    properties.RegisterComputedParam(kC, Sum({kB}));
+    properties.RegisterComputedParam(kD, Sum({kA, kB}));
+    EXPECT_EQ(properties.Parameters(), (Params{kA, kB, kD, kC}));
+    EXPECT_EQ(properties.ComputedParameters(), (Params{kD, kC}));
+    EXPECT_EQ(properties.PersistedParameters(), (Params{kKind, kA}));
+    EXPECT_EQ(properties.GetCalculator(kD).Inputs(), (Params{kA, kB}));
+    EXPECT_FALSE(properties.GetCalculator(kA).IsValid());
+    EXPECT_TRUE(properties.HasStoredParameter(kB) && !properties.HasStoredParameter(kC));
+    EXPECT_TRUE(properties.HasComputedParameter(kC) && !properties.HasComputedParameter(kB));
+    EXPECT_TRUE(properties.HasPersistedParameter(kA) && !properties.HasPersistedParameter(kB));
+    EXPECT_TRUE(properties.HasParameter(kC) && !properties.HasParameter(kKind));
+
+    Properties withoutKey;
+    withoutKey.RegisterStoredParam(kA, Case::Persisted);
+    EXPECT_EQ(withoutKey.PersistedParameters(), (Params{kA}));
+}
