@@ -244,10 +244,11 @@ std::wstring DataTable::GetAs<std::wstring>(GID row, DataParamType param) const
 
 bool DataTable::SetValue(GID row, DataParamType param, double value)
 {
-    const double* const cell = Cell(row, param);
-    if (cell != nullptr)
-        values_[static_cast<std::size_t>(cell - values_.data())] = value;
-    return cell != nullptr;
+    const int column = ColumnNumber(param);
+    if (!IsCell(row, column))
+        return false;
+    values_[CellNumber(row, column)] = value;
+    return true;
 }
 
 bool DataTable::HasParam(DataParamType param) const
