@@ -69,3 +69,7 @@
 #include "numerics/math_matrix_Multiply.h"
 #include "numerics/math_matrix_storage.h"
 #include "numerics/tagRecords.h"
+#include "sys/sys_thread_ExclusiveAccess.h"
+#include "sys/sys_thread_Handle.h"
+#include "sys/sys_thread_Semaphore.h"
+#include "sys/sys_thread_Signal.h"

@@ -14,6 +14,9 @@ unsigned long LastErrorNumber();
 /// Sets what LastErrorNumber returns.
 void SetLastErrorNumber(unsigned long number);
 
+/// The number of "there is no such handle".
+unsigned long InvalidHandleNumber();
+
 /// What the system says about error @p number, as it stands there (Windows texts end with a
 /// line break); nothing when it has no text.
 std::optional<std::wstring> SystemText(unsigned long number);

@@ -12,6 +12,8 @@ unsigned long LastErrorNumber() { return static_cast<unsigned long>(errno); }
 
 void SetLastErrorNumber(unsigned long number) { errno = static_cast<int>(number); }
 
+unsigned long InvalidHandleNumber() { return EBADF; }
+
 std::optional<std::wstring> SystemText(unsigned long number)
 {
     if (number > static_cast<unsigned long>(std::numeric_limits<int>::max()))

@@ -29,6 +29,8 @@ unsigned long LastErrorNumber() { return ::GetLastError(); }
 
 void SetLastErrorNumber(unsigned long number) { ::SetLastError(number); }
 
+unsigned long InvalidHandleNumber() { return ERROR_INVALID_HANDLE; }
+
 std::optional<std::wstring> SystemText(unsigned long number)
 {
     if (number < kFirstNetworkError || number > kLastNetworkError)

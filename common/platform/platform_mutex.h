@@ -1,0 +1,60 @@
+/// @file
+/// Locks that re-enter in their thread: one within the process, one among processes.
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace platform
+{
+
+/// The critical section of Windows, a recursive mutex elsewhere.
+class CriticalSection
+{
+public:
+    CriticalSection();
+    ~CriticalSection();
+    CriticalSection(const CriticalSection&) = delete;
+    CriticalSection& operator=(const CriticalSection&) = delete;
+
+    void Lock();
+    bool TryLock();
+    void Unlock();
+
+private:
+    struct Section;
+    std::unique_ptr<Section> section_;
+};
+
+/// A mutex that every process of this user knows by its name.
+///
+/// It belongs to one thread at a time, which may lock it again, also through another object of that
+/// name. When the thread or its process ends, however it does, the next one gets it. It lasts while
+/// anybody has it open; no file stands for it, and no child program inherits it.
+class NamedMutex
+{
+public:
+    /// The mutex @p name, which need not exist yet.
+    /// @returns null on failure, as Open does; LastErrorNumber tells why
+    static std::shared_ptr<NamedMutex> Create(const std::wstring& name);
+    /// The mutex @p name, which somebody has open.
+    static std::shared_ptr<NamedMutex> Open(const std::wstring& name);
+    NamedMutex() = default;
+    virtual ~NamedMutex() = default;
+    NamedMutex(const NamedMutex&) = delete;
+    NamedMutex& operator=(const NamedMutex&) = delete;
+
+    enum class Outcome
+    {
+        owned,
+        busy, ///< only without waiting
+        failed
+    };
+
+    /// Waits without limit, or not at all.
+    virtual Outcome Acquire(bool wait) = 0;
+    /// @returns false when the calling thread does not own it
+    virtual bool Release() = 0;
+};
+
+} // namespace platform

@@ -1,0 +1,55 @@
+/// @file
+/// One sleeping thread and those who wake it; the barrier that makes cheap waking right.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace platform
+{
+
+/// "Without limit" where a time in milliseconds is asked for.
+inline constexpr std::uint32_t kForever = 0xffffffff;
+
+/// A bed for one thread. A Wake before the Sleep is kept, several count as one.
+///
+/// Threads: one may sleep at a time, any may wake.
+class Parking
+{
+public:
+    Parking();
+    ~Parking();
+    Parking(const Parking&) = delete;
+    Parking& operator=(const Parking&) = delete;
+
+    /// Sleeps until there is a Wake, and uses it up.
+    /// @returns false when @p milliseconds went by first
+    bool Sleep(std::uint32_t milliseconds = kForever);
+    void Wake();
+
+private:
+    std::atomic<std::uint32_t> awake_{0};
+    void* event_ = nullptr; // where the system has no wait on a word
+};
+
+/// Makes every other running thread of the process pass a full memory barrier before it returns.
+///
+/// Two threads that each store one word and then load the other's must not both miss the other's
+/// store. With this call on the side that does so rarely, the frequent side needs no fence: its
+/// store and load only have to stand in this order in the code (CompilerBarrier).
+/// Call it only where HasProcessBarrier.
+void ProcessBarrier();
+
+/// Whether the system has such a barrier; without it both sides need a fence of their own.
+bool HasProcessBarrier();
+
+/// Keeps the compiler from moving loads and stores across.
+inline void CompilerBarrier() { std::atomic_signal_fence(std::memory_order_seq_cst); }
+
+/// Tells the processor that this is a loop that waits.
+void SpinPause();
+
+/// Lets another thread have the processor.
+void GiveWay();
+
+} // namespace platform

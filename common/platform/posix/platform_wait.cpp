@@ -1,0 +1,303 @@
+#include "platform/platform_wait.h"
+
+#include "platform/posix/platform_futex_impl.h"
+#include "platform/posix/platform_wait_impl.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <mutex>
+#include <new>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace platform
+{
+namespace impl
+{
+
+constexpr std::uint32_t kAsleep = 0;
+
+/// A thread in a wait. Whoever signals an object decides under the lock who is released and takes
+/// the signal for them, so a released thread stays so whatever happens to the object afterwards.
+struct Waiter
+{
+    const WaitHandle* objects;
+    std::size_t count;
+    bool all;
+    std::atomic<std::uint32_t> released{kAsleep}; // 1 + the number of the object
+    int wakeDescriptor = -1;                      // where the thread sleeps in a poll
+};
+
+} // namespace impl
+
+namespace
+{
+
+using impl::Deadline;
+using impl::Waiter;
+
+std::mutex& Lock()
+{
+    static std::mutex lock;
+    return lock;
+}
+
+bool IsReadable(int descriptor)
+{
+    pollfd entry{descriptor, POLLIN, 0};
+    return ::poll(&entry, 1, 0) == 1;
+}
+
+bool IsSignalled(const Waitable& object)
+{
+    return object.IsDescriptor() ? IsReadable(object.descriptor) : object.count > 0;
+}
+
+/// Takes what a wait takes from a signalled object.
+bool Take(Waitable& object)
+{
+    if (object.kind == Waitable::Kind::tokens)
+    {
+        char token;
+        return ::read(object.descriptor, &token, 1) == 1; // another process may have been faster
+    }
+    if (!IsSignalled(object))
+        return false;
+    if (object.kind == Waitable::Kind::autoEvent || object.kind == Waitable::Kind::semaphore)
+        --object.count;
+    return true;
+}
+
+/// The object whose signal was taken (for all: 0), or kWaitTimeout for none.
+int TryTake(const WaitHandle* objects, std::size_t count, bool all)
+{
+    if (!all)
+    {
+        for (std::size_t i = 0; i < count; ++i)
+            if (Take(*objects[i]))
+                return static_cast<int>(i);
+        return kWaitTimeout;
+    }
+    if (!std::all_of(objects, objects + count, [](const auto& o) { return IsSignalled(*o); }))
+        return kWaitTimeout;
+    std::for_each(objects, objects + count, [](const auto& o) { Take(*o); });
+    return 0;
+}
+
+/// Hands what @p object has to those who wait for it, in the order they came.
+void Offer(Waitable& object)
+{
+    for (Waiter* const waiter : object.waiters)
+    {
+        if (object.count == 0)
+            return;
+        if (waiter->released.load(std::memory_order_relaxed) != impl::kAsleep)
+            continue;
+        const int taken = TryTake(waiter->objects, waiter->count, waiter->all);
+        if (taken < 0)
+            continue; // waits for others as well
+        waiter->released.store(static_cast<std::uint32_t>(taken) + 1, std::memory_order_release);
+        // The waiter needs the lock to leave, so it still stands here.
+        if (waiter->wakeDescriptor < 0)
+            impl::FutexWake(waiter->released);
+        else
+            (void)::eventfd_write(waiter->wakeDescriptor, 1);
+    }
+}
+
+/// Puts a waiter on its objects' lists and takes it off.
+class Queued
+{
+public:
+    explicit Queued(Waiter& waiter) : waiter_(waiter)
+    {
+        for (std::size_t i = 0; i < waiter.count; ++i)
+            waiter.objects[i]->waiters.push_back(&waiter);
+    }
+    ~Queued()
+    {
+        for (std::size_t i = 0; i < waiter_.count; ++i)
+            std::erase(waiter_.objects[i]->waiters, &waiter_);
+    }
+    Queued(const Queued&) = delete;
+    Queued& operator=(const Queued&) = delete;
+
+private:
+    Waiter& waiter_;
+};
+
+/// Polls the descriptors among the objects and the waiter's own.
+bool SleepInPoll(const Waiter& waiter, const Deadline& deadline)
+{
+    std::vector<pollfd> entries{{waiter.wakeDescriptor, POLLIN, 0}};
+    for (std::size_t i = 0; i < waiter.count; ++i)
+        if (waiter.objects[i]->IsDescriptor())
+            entries.push_back({waiter.objects[i]->descriptor, POLLIN, 0});
+    const timespec left = deadline.limited ? deadline.Left() : timespec{};
+    return ::ppoll(entries.data(), entries.size(), deadline.limited ? &left : nullptr, nullptr) >=
+               0 ||
+           errno == EINTR;
+}
+
+class WakeDescriptor
+{
+public:
+    explicit WakeDescriptor(bool wanted) : number_(wanted ? ::eventfd(0, EFD_CLOEXEC) : -1) {}
+    ~WakeDescriptor()
+    {
+        if (number_ >= 0)
+            ::close(number_);
+    }
+    WakeDescriptor(const WakeDescriptor&) = delete;
+    WakeDescriptor& operator=(const WakeDescriptor&) = delete;
+    int Number() const { return number_; }
+
+private:
+    int number_;
+};
+
+int Wait(const WaitHandle* objects, std::size_t count, bool all, std::uint32_t milliseconds)
+{
+    const bool usable = std::all_of(objects, objects + count, [](const auto& o) { return !!o; });
+    const bool polls = usable && std::any_of(objects, objects + count,
+                                             [](const auto& o) { return o->IsDescriptor(); });
+    if (!usable || count == 0 || count > kWaitLimit || (polls && all))
+    {
+        errno = EINVAL;
+        return kWaitFailed;
+    }
+    const Deadline deadline(milliseconds);
+    std::unique_lock lock(Lock());
+    int taken = TryTake(objects, count, all);
+    if (taken >= 0 || milliseconds == 0)
+        return taken;
+    const WakeDescriptor wake(polls);
+    if (polls && wake.Number() < 0)
+        return kWaitFailed;
+    Waiter waiter{objects, count, all, {}, wake.Number()};
+    const Queued queued(waiter);
+    for (;;)
+    {
+        lock.unlock();
+        bool sound = true;
+        if (polls)
+            sound = SleepInPoll(waiter, deadline);
+        else
+            impl::FutexWait(waiter.released, impl::kAsleep, deadline);
+        lock.lock();
+        // Released counts also when the time has run out meanwhile: the signal is used up.
+        if (const auto released = waiter.released.load(std::memory_order_acquire))
+            return static_cast<int>(released) - 1;
+        if (!sound)
+            return kWaitFailed;
+        if (taken = TryTake(objects, count, all); taken >= 0)
+            return taken;
+        if (deadline.Passed())
+            return kWaitTimeout;
+    }
+}
+
+WaitHandle MakeObject(Waitable::Kind kind, std::int32_t count, std::int32_t maximum)
+{
+    auto object = std::make_shared<Waitable>(kind);
+    object->count = count;
+    object->maximum = maximum;
+    return object;
+}
+
+WaitHandle MakeDescriptor(int descriptor, bool owned)
+{
+    if (descriptor < 0)
+        return nullptr;
+    auto object = std::make_shared<Waitable>(Waitable::Kind::descriptor);
+    object->descriptor = descriptor;
+    object->owned = owned;
+    return object;
+}
+
+} // namespace
+
+Waitable::~Waitable()
+{
+    if (owned)
+        ::close(descriptor);
+}
+
+bool Waitable::Release(std::int32_t n)
+{
+    const std::lock_guard lock(Lock());
+    if (kind != Kind::semaphore || n <= 0 || n > maximum - count)
+    {
+        errno = kind == Kind::semaphore && n > 0 ? EOVERFLOW : EINVAL;
+        return false;
+    }
+    count += n;
+    Offer(*this);
+    return true;
+}
+
+WaitHandle MakeEvent(bool manualReset)
+{
+    return MakeObject(manualReset ? Waitable::Kind::manualEvent : Waitable::Kind::autoEvent, 0, 1);
+}
+
+WaitHandle MakeSemaphore(std::int32_t count)
+{
+    if (count > 0)
+        return MakeObject(Waitable::Kind::semaphore, count, count);
+    errno = EINVAL;
+    return nullptr;
+}
+
+WaitHandle OpenProcessEnd(int id)
+{
+    return MakeDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)), true);
+}
+
+WaitHandle BorrowHandle(std::intptr_t systemHandle)
+{
+    return MakeDescriptor(static_cast<int>(systemHandle), false);
+}
+
+std::intptr_t SystemHandle(const Waitable& object) { return object.descriptor; }
+
+bool SetSignal(Waitable& event)
+{
+    const std::lock_guard lock(Lock());
+    event.count = 1;
+    Offer(event);
+    return true;
+}
+
+bool ClearSignal(Waitable& event)
+{
+    const std::lock_guard lock(Lock());
+    event.count = 0;
+    return true;
+}
+
+bool ReleaseCount(Waitable& semaphore, std::int32_t count) { return semaphore.Release(count); }
+
+int WaitAny(const WaitHandle* objects, std::size_t count, std::uint32_t milliseconds)
+{
+    return Wait(objects, count, false, milliseconds);
+}
+
+int WaitAll(const WaitHandle* objects, std::size_t count, std::uint32_t milliseconds)
+{
+    return Wait(objects, count, true, milliseconds);
+}
+
+void SleepFor(std::uint32_t milliseconds)
+{
+    const Deadline deadline(milliseconds);
+    while (!deadline.limited)
+        ::pause();
+    while (!deadline.Passed())
+        ::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline.at, nullptr);
+}
+
+} // namespace platform

@@ -1,0 +1,49 @@
+/// @file
+/// What is behind a wait on Linux.
+#pragma once
+
+#include "platform/platform_wait.h"
+
+#include <vector>
+
+namespace platform
+{
+
+namespace impl
+{
+struct Waiter;
+}
+
+/// Events and unnamed semaphores are memory of this process: a file descriptor that is set and
+/// cleared at once would leave those asleep who were waiting. What other processes take part in is
+/// a descriptor.
+struct Waitable
+{
+    enum class Kind
+    {
+        manualEvent,
+        autoEvent,
+        semaphore,
+        descriptor, ///< signalled while it can be read
+        tokens      ///< a pipe of which each wait takes one byte
+    };
+
+    explicit Waitable(Kind k) : kind(k) {}
+    virtual ~Waitable();
+    Waitable(const Waitable&) = delete;
+    Waitable& operator=(const Waitable&) = delete;
+
+    bool IsDescriptor() const { return kind == Kind::descriptor || kind == Kind::tokens; }
+    virtual bool Release(std::int32_t n);
+
+    const Kind kind;
+    // Of events and semaphores, behind the one lock of all waits:
+    std::int32_t count = 0; ///< 0 or 1 for events
+    std::int32_t maximum = 1;
+    std::vector<impl::Waiter*> waiters; ///< in the order they came
+    // Of descriptors:
+    int descriptor = -1;
+    bool owned = false;
+};
+
+} // namespace platform

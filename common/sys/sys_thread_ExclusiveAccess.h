@@ -1,0 +1,143 @@
+/// @file
+/// The three kinds of locks, and data that is kept with its lock.
+#pragma once
+
+#include "foundation/gtl_status.h"
+#include "foundation/kvi_export.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+namespace platform
+{
+class CriticalSection;
+class NamedMutex;
+} // namespace platform
+
+namespace sys::thread
+{
+
+namespace task
+{
+
+/// The lock for tasks of the pool and bodies of its loops. Not re-entrant: a second Lock by its
+/// owner waits for ever, a TryLock gives false.
+///
+/// A thread that waits for a loop runs nothing but that loop's body, so a loop may be run, and a
+/// job waited for, with the lock held.
+class KVI_API ExclusiveAccess
+{
+public:
+    ExclusiveAccess() = default;
+    ExclusiveAccess(const ExclusiveAccess&) = delete;
+    ExclusiveAccess& operator=(const ExclusiveAccess&) = delete;
+
+    void Lock();
+    void Unlock();
+    bool TryLock();
+
+private:
+    std::atomic<int> state_{0}; // free, held, held and waited for
+};
+
+} // namespace task
+
+namespace impl
+{
+
+/// The lock for plain threads of one process. Its owner may lock it again and unlocks as often.
+class KVI_API ProcessExclusiveAccess
+{
+public:
+    ProcessExclusiveAccess();
+    ~ProcessExclusiveAccess();
+    ProcessExclusiveAccess(const ProcessExclusiveAccess&) = delete;
+    ProcessExclusiveAccess& operator=(const ProcessExclusiveAccess&) = delete;
+
+    void Lock();
+    void Unlock();
+    bool TryLock();
+    /// How often the owner has locked it; only the owner may ask.
+    int Depth() const { return depth_; }
+
+private:
+    std::unique_ptr<platform::CriticalSection> section_;
+    int depth_ = 0;
+};
+
+/// The lock among processes: a mutex with a name, which the processes of one user share.
+///
+/// Its owner, a thread, may lock it again, also through another object with that name. When the
+/// owner dies holding it, the next one gets it; what it protects may then be half changed. Any name
+/// will do on Linux; Windows takes a backslash only behind "Local" or "Global" in front.
+///
+/// Copies share the mutex, each with a depth of its own. Without Create or Open nothing is locked,
+/// and that is reported. Failures of Lock, Unlock and TryLock go to the log.
+class KVI_API SystemExclusiveAccess
+{
+public:
+    SystemExclusiveAccess();
+    ~SystemExclusiveAccess();
+    SystemExclusiveAccess(const SystemExclusiveAccess& other);
+    SystemExclusiveAccess& operator=(const SystemExclusiveAccess& other);
+
+    /// The mutex @p name; it is made when nobody has it.
+    /// @returns ok, or "CreateMutex" with the system's reason; the object is as before then
+    gtl::status Create(const std::wstring& name);
+    /// The mutex @p name, which somebody must have open.
+    /// @returns ok, or "CreateMutex" (as for Create) with the system's reason
+    gtl::status Open(const std::wstring& name);
+    bool IsReady() const { return mutex_ != nullptr; }
+    /// Gives the mutex up without unlocking it. @returns ok; there is no way to fail
+    gtl::status Close();
+
+    void Lock();
+    void Unlock();
+    bool TryLock();
+    /// Locks through this object that have not been undone.
+    int Depth() const { return depth_.load(std::memory_order_relaxed); }
+
+private:
+    bool Acquire(bool wait);
+
+    std::shared_ptr<platform::NamedMutex> mutex_;
+    std::atomic<int> depth_{0};
+};
+
+} // namespace impl
+
+/// A value and the lock that guards it.
+/// @code
+/// ExclusiveAccessOf<std::vector<int>, task::ExclusiveAccess> found;
+/// found.Access()->push_back(7); // locked until the end of the statement
+/// @endcode
+template <class Data, class LockKind>
+class ExclusiveAccessOf
+{
+public:
+    ExclusiveAccessOf() = default;
+    explicit ExclusiveAccessOf(Data value) : data(std::move(value)) {}
+
+    /// The way to the value; the lock is held as long as this lives.
+    class Guard
+    {
+    public:
+        explicit Guard(ExclusiveAccessOf& owner) : owner_(owner) { owner_.lock.Lock(); }
+        ~Guard() { owner_.lock.Unlock(); }
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+        Data* operator->() const { return &owner_.data; }
+        Data& operator*() const { return owner_.data; }
+
+    private:
+        ExclusiveAccessOf& owner_;
+    };
+
+    Guard Access() { return Guard(*this); }
+
+    Data data{};   ///< to be touched only with the lock held
+    LockKind lock; ///< for whoever locks by hand
+};
+
+} // namespace sys::thread

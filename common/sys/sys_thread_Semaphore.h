@@ -1,0 +1,38 @@
+/// @file
+/// Counting semaphores.
+#pragma once
+
+#include "foundation/kvi_export.h"
+#include "sys/sys_thread_Handle.h"
+
+#include <string>
+
+namespace sys::thread
+{
+
+/// A counter that starts at its maximum; Acquire takes one and waits while there is none.
+///
+/// A named semaphore is one and the same for all processes of the user that have it open; the first
+/// one sets the count, and with the last one it ends. What a process has acquired when it dies is
+/// not given back. Linux: a named count is at most 1048576.
+///
+/// Failures go to the log. A semaphore that could not be made grants nothing.
+/// Threads: any. Copies share the semaphore.
+class KVI_API Semaphore
+{
+public:
+    explicit Semaphore(unsigned count);
+    Semaphore(const std::wstring& name, unsigned count);
+
+    /// @returns false when @p ms milliseconds went by, or when the wait failed
+    bool Acquire(unsigned ms = kInfinite);
+    /// Gives @p count back. More than the maximum is a failure, and gives nothing.
+    void Release(unsigned count = 1);
+
+    Handle SharedHandle() const { return handle_; }
+
+private:
+    Handle handle_;
+};
+
+} // namespace sys::thread

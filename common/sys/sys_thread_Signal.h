@@ -1,0 +1,45 @@
+/// @file
+/// Events: one thread tells others that something has happened.
+#pragma once
+
+#include "foundation/kvi_export.h"
+#include "sys/sys_thread_Handle.h"
+
+namespace sys::thread
+{
+
+/// An unnamed event, not signalled at first.
+///
+/// Setting an auto-reset event releases one waiting thread, or the next one that waits, and clears
+/// the event. A manual-reset event stays set until it is cleared; a set releases every thread that
+/// waits at that moment, also when the event is cleared at once.
+///
+/// Threads: any.
+class KVI_API Signal
+{
+public:
+    enum Kind : int
+    {
+        autoReset = 0,
+        manualReset = 1 ///< as every other value that is not 0
+    };
+
+    explicit Signal(Kind kind);
+    ~Signal();
+    Signal(const Signal&) = delete;
+    Signal& operator=(const Signal&) = delete;
+
+    void Set();
+    void Clear();
+    void Wait();
+    /// @returns whether the event was signalled before @p ms milliseconds went by
+    bool Wait(unsigned long ms);
+
+    /// Shares the event; it lives on in the share.
+    Handle SharedHandle() const { return handle_; }
+
+private:
+    Handle handle_;
+};
+
+} // namespace sys::thread

@@ -1,0 +1,20 @@
+/// @file
+/// How failures of system calls that have no status to return are told.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace sys::thread::impl
+{
+
+/// Logs that the system function @p function failed, with the thread's last system error.
+void ReportFailure(std::wstring_view function);
+
+/// A time in milliseconds as the platform takes it; whatever does not fit is "without limit".
+inline std::uint32_t Milliseconds(unsigned long time)
+{
+    return time < 0xffffffff ? static_cast<std::uint32_t>(time) : 0xffffffff;
+}
+
+} // namespace sys::thread::impl

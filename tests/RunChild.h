@@ -1,0 +1,30 @@
+// Runs one of this program's own DISABLED_ tests as a process of its own.
+#pragma once
+
+#include "foundation/App.h"
+#include "foundation/str_fmt.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace child
+{
+
+/// Waits for `suite.DISABLED_role` with @p number (below 99999) for its Number().
+/// @returns whether it passed
+inline bool Run(const std::string& suite, const std::string& role, int number = 0)
+{
+    const bool windows = L'\\' == App::Instance().ProgramPath()[2];
+    const std::string command =
+        str::sprintf("\"%s\" --gtest_also_run_disabled_tests --gtest_filter=%s.DISABLED_%s "
+                     "--gtest_random_seed=%d --gtest_brief=1",
+                     App::Instance().ProgramPath(), suite, role, number);
+    return std::system((windows ? '"' + command + '"' : command).c_str()) == 0;
+}
+
+/// What the parent gave this process.
+inline int Number() { return GTEST_FLAG_GET(random_seed); }
+
+} // namespace child
