@@ -21,6 +21,8 @@
 #include "data/datatable_eval.h"
 #include "data/datatable_inspect.h"
 #include "data/kvi_gid.h"
+#include "doc/Step.h"
+#include "doc/doc_file_mark.h"
 #include "fn/math_UnitSet.h"
 #include "fn/math_fn_QuadraticEqn.h"
 #include "fn/math_fn_flow_FredXing.h"
