@@ -1,0 +1,58 @@
+/// @file
+/// @internal Meetings of lines, and their order.
+#pragma once
+
+#include "Geom/Geom_LineEvent.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace Geom::impl
+{
+
+/// A meeting of two lines by their positions in the set, the lower one first.
+struct Meeting
+{
+    Point2D point;
+    std::uint32_t first, second;
+};
+
+/// Meetings as they are found, in blocks, so that growing copies nothing.
+class MeetingList
+{
+public:
+    void Add(const Meeting& meeting)
+    {
+        if (size_ == blocks_.size() * kBlock)
+            blocks_.push_back(std::unique_ptr<Meeting[]>(new Meeting[kBlock]));
+        blocks_.back()[size_++ % kBlock] = meeting;
+    }
+    std::size_t size() const { return size_; }
+    /// Calls action(meetings, count) for each block.
+    template <class Action>
+    void EachBlock(Action&& action)
+    {
+        for (std::size_t i = 0; i < blocks_.size(); ++i)
+            action(blocks_[i].get(), i + 1 < blocks_.size() ? kBlock : size_ - i * kBlock);
+    }
+
+private:
+    static constexpr std::size_t kBlock = 4096;
+    std::vector<std::unique_ptr<Meeting[]>> blocks_;
+    std::size_t size_ = 0;
+};
+
+/// The meetings in the order of EvLess with @p precision; those on a circle of that order stand
+/// together.
+///
+/// They are sorted exactly, by point, then by lines; then neighbours that EvLess wants the other
+/// way round are mended by merging. A merge never puts an event before one that must precede it by
+/// whatever chain, unless a chain leads back: of two runs in which no such chain is broken, the
+/// head that is taken is the earlier of the two, or on a circle with the other. Two events of which
+/// EvLess says that each comes before the other, or neither, are a circle of two.
+std::vector<Meeting> Ordered(MeetingList found, const LineSet2D& lines,
+                             const Precision3D& precision);
+
+} // namespace Geom::impl

@@ -1,0 +1,121 @@
+#include "Geom/Geom_LineEvents2D.h"
+
+#include "Geom/Geom_EventOrder_impl.h"
+#include "Geom/Geom_LineIntersection2D.h"
+#include "Geom/Geom_LinePairs_impl.h"
+#include "Geom/Geom_plane_impl.h"
+
+#include <cmath>
+
+namespace Geom
+{
+namespace
+{
+
+/// Whether two lines make an event, and its point and second point.
+using Predicate = bool (*)(const Line2D& line1, const Line2D& line2, Point2D& point,
+                           Point2D& point2);
+
+bool Intersect(const Line2D& line1, const Line2D& line2, Point2D& point, Point2D& point2)
+{
+    const int count = LineIntersection2D(point, point2, line1.first, line1.second, line2.first,
+                                         line2.second, Precision());
+    point2 = MissingValue<Point2D>();
+    return count > 0;
+}
+
+bool Cross(const Line2D& line1, const Line2D& line2, Point2D& point, Point2D& point2)
+{
+    point = LineIntersection2D(line1.first, line1.second, line2.first, line2.second,
+                               IntersectionType::Crossing);
+    point2 = MissingValue<Point2D>();
+    return !IsMissing2D(point);
+}
+
+bool Coincide(const Line2D& line1, const Line2D& line2, Point2D& point, Point2D& point2)
+{
+    if (LineIntersection2D(point, point2, line1.first, line1.second, line2.first, line2.second,
+                           Precision()) < 2)
+        return false;
+    const auto isEndOf = [&](const Line2D& line) {
+        return impl::IsNear(point2, line.first, Precision()) ||
+               impl::IsNear(point2, line.second, Precision());
+    };
+    if (isEndOf(line1) && isEndOf(line2))
+        point2 = MissingValue<Point2D>();
+    return true;
+}
+
+bool Collide(const Line2D& line1, const Line2D& line2, Point2D& point, Point2D& point2)
+{
+    point = LineCollision2D(line1.first, line1.second, line2.first, line2.second);
+    point2 = MissingValue<Point2D>();
+    return !IsMissing2D(point);
+}
+
+/// Keeps the pairs that pass the predicate.
+class Collector final : public impl::ILinePairTaker
+{
+public:
+    Collector(const LineSet2D& lines, Predicate predicate) : lines_(lines), predicate_(predicate) {}
+
+    void Take(const impl::LinePair* pairs, std::size_t count) override
+    {
+        Point2D point, point2;
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const auto [first, second] = pairs[i];
+            if (!predicate_(lines_[first], lines_[second], point, point2))
+                continue;
+            if (std::isnan(point.x) || std::isnan(point.y)) // a pair, but beyond the numbers
+                point = MissingValue<Point2D>();
+            found.Add({point, first, second});
+        }
+    }
+
+    impl::MeetingList found;
+
+private:
+    const LineSet2D& lines_;
+    Predicate predicate_;
+};
+
+void FindEvents(std::vector<LineEvent2D>& events, const LineSet2D& lines, Predicate predicate)
+{
+    Collector collector(lines, predicate);
+    impl::FindLinePairs(lines, Precision(), collector);
+    const std::vector<impl::Meeting> meetings =
+        impl::Ordered(std::move(collector.found), lines, Precision());
+    events.clear();
+    events.reserve(meetings.size());
+    const auto line = lines.begin();
+    for (const impl::Meeting& meeting : meetings)
+        events.push_back({meeting.point, line + meeting.first, line + meeting.second});
+}
+
+} // namespace
+
+void LineCrossingEvents2D(std::vector<LineEvent2D>& events, const LineSet2D& lines)
+{
+    FindEvents(events, lines, Cross);
+}
+
+void LineIntersectionEvents2D(std::vector<LineEvent2D>& events, const LineSet2D& lines)
+{
+    FindEvents(events, lines, Intersect);
+}
+
+void LineCoincidentEvents2D(std::vector<LineEvent2D>& events, const LineSet2D& lines)
+{
+    FindEvents(events, lines, Coincide);
+    Point2D point;
+    for (LineEvent2D& event : events) // found again rather than carried through the sorting
+        Coincide(*event.line1, *event.line2, point, event.point2);
+}
+
+void LineCollisionEvents2D(std::vector<LineEvent2D>& events, const LineSet2D& lines)
+{
+    FindEvents(events, lines, Collide);
+}
+
+} // namespace Geom

@@ -1,0 +1,39 @@
+/// @file
+/// @internal The pairs of lines of a set that may have a common point.
+#pragma once
+
+#include "Geom/Geom_LineEvent.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Geom::impl
+{
+
+/// Two lines by their positions in the set, the lower one first.
+struct LinePair
+{
+    std::uint32_t first, second;
+};
+
+/// Receives pairs in portions.
+class ILinePairTaker
+{
+public:
+    /// The next @p count pairs.
+    virtual void Take(const LinePair* pairs, std::size_t count) = 0;
+
+protected:
+    ~ILinePairTaker() = default;
+};
+
+/// Hands each pair of @p lines that may have a common point within @p precision to @p taker, once,
+/// and few others. Lines with a coordinate that is NaN, infinite or missing meet nothing.
+///
+/// A flat grid with about as many cells as lines, its proportions those of the lines' boxes. A cell
+/// that is crowded gets a grid of its own, and so do the lines that reach over many cells. About
+/// linear in lines and pairs; where lines cannot be told apart by their boxes all are compared.
+/// @throws std::length_error beyond 2^31 lines
+void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePairTaker& taker);
+
+} // namespace Geom::impl

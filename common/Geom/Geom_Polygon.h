@@ -1,0 +1,70 @@
+/// @file
+/// Polygons: closed rings of points, their validity, measures and comparison.
+///
+/// A ring is closed: its last point repeats its first, so a triangle has four points. Counter-
+/// clockwise is the valid direction. Where no precision is asked for, Geom::Precision() rules.
+/// Nothing here crosses rings with themselves: whether edges cross is for LineCrossingEvents2D.
+#pragma once
+
+#include "Geom/Geom_Line2D.h"
+#include "Geom/Geom_Point.h"
+#include "Geom/Geom_Precision.h"
+#include "foundation/kvi_export.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace Geom
+{
+
+/// Appends LineGet2D(points[i], points[i + 1]) for each pair of neighbours: n - 1 lines for n
+/// points, since a ring's last point repeats its first.
+KVI_API void PolygonGetLines2D(std::vector<Line2D>& lines, const std::vector<Point2D>& points);
+
+/// Whether the ring turns left at its lowest vertex, the rightmost of them if several are lowest;
+/// where that vertex is straight, at the next one that is not. False for n < 4.
+KVI_API bool PolygonIsCCW2D(const Point2D* points, std::size_t n);
+
+/// Whether no vertex of a counter-clockwise ring turns right; straight vertices are allowed.
+/// A clockwise ring is never convex, meant so. True for n < 2.
+KVI_API bool PolygonIsConvex2D(const Point2D* points, std::size_t n);
+
+/// Whether a ring is valid: at least four points, closed, counter-clockwise, no two vertices
+/// equal within the half-epsilons, and twice its area more than 5e-8 from 0.
+///
+/// Every pair of vertices counts as compared, wherever they stand in the ring; the time is
+/// proportional to n (by hashed cells of a few half-epsilons). A ring with a NaN is invalid.
+/// @param points    n points
+/// @param n         their count
+/// @param multiple  several closed rings one after another: each runs to the next point equal to
+///                  its first, and each must be valid
+KVI_API bool PolygonIsValid2D(const Point2D* points, std::size_t n, bool multiple);
+
+/// Whether a ring in space is valid: its plan (z dropped) is a valid ring, and its points lie in
+/// one plane within the half-epsilons on each axis. The plane is that of the first three
+/// consecutive points not on a line. A vertical ring has no plan and is invalid.
+KVI_API bool PolygonIsValid3D(const std::vector<Point3D>& points, const Precision3D& precision);
+
+/// Whether two rings are the same up to the starting point, in the same direction of travel.
+/// The comparison starts at the first point of @p b that equals a[1]. Two empty ones are equal,
+/// and two single points when the points are.
+KVI_API bool PolygonIsEqual2D(const std::vector<Point2D>& a, const std::vector<Point2D>& b);
+
+/// The area of a ring, positive for a counter-clockwise one; 0 for n < 4. Taken relative to the
+/// first point, so that large coordinates cost no digits.
+KVI_API double PolygonArea2D(const Point2D* points, std::size_t n);
+
+/// The centre of mass of the area of a ring, either direction. For a ring without area that of
+/// its outline, for one point the point itself, for none the missing point.
+KVI_API Point2D PolygonCentreOfMass2D(const Point2D* points, std::size_t n);
+
+/// Whether @p p lies in a ring, either direction, by the even-odd rule.
+/// @param points     n points
+/// @param n          their count
+/// @param p          the point asked for
+/// @param withEdges  whether a point within the half-epsilons of an edge counts as inside
+/// @param precision  whose half-epsilons decide what lies on an edge
+KVI_API bool PolygonContainsPoint2D(const Point2D* points, std::size_t n, const Point2D& p,
+                                    bool withEdges, const Precision3D& precision);
+
+} // namespace Geom

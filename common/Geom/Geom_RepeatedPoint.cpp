@@ -1,0 +1,144 @@
+#include "Geom/Geom_RepeatedPoint_impl.h"
+#include "Geom/Geom_plane_impl.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+namespace Geom::impl
+{
+namespace
+{
+constexpr std::size_t kFew = 12;      // points that are compared pair by pair
+constexpr std::size_t kOnStack = 512; // slots of a table on the stack
+constexpr double kWideCell = 64;      // in half-epsilons: borders are rarely near
+constexpr double kNarrowCell = 3;     // holds few points that are not near each other
+constexpr std::size_t kCrowd = 4;     // comparisons per point that make cells narrow
+constexpr double kReach = 1 + 1e-9;   // a half-epsilon and the rounding of a difference
+
+bool HasEqualPair(const Point2D* points, std::size_t n, const Precision3D& precision)
+{
+    for (std::size_t i = 1; i < n; ++i)
+        for (std::size_t k = 0; k < i; ++k)
+            if (IsNear(points[i], points[k], precision))
+                return true;
+    return false;
+}
+
+/// One axis of the grid of cells. Coordinates no further apart than the half-epsilon stand in one
+/// cell or in cells of which either one is reached from the other by stepping the half-epsilon.
+class Axis
+{
+public:
+    Axis(double halfEpsilon, double cell) : cell_(halfEpsilon * cell), reach_(halfEpsilon * kReach)
+    {
+    }
+
+    /// The bits of the cell's number. Where cells are finer than the coordinates themselves, those
+    /// of the coordinate: there only equal ones are near.
+    std::uint64_t CellOf(double v) const
+    {
+        const double cells = v / cell_;
+        const double number = std::fabs(cells) < 0x1p51 ? std::floor(cells) : v;
+        return std::bit_cast<std::uint64_t>(number + 0.0); // -0 is 0
+    }
+    double Below(double v) const { return v - reach_; }
+    double Above(double v) const { return v + reach_; }
+
+private:
+    double cell_, reach_;
+};
+
+std::uint64_t HashOf(std::uint64_t cellX, std::uint64_t cellY)
+{
+    const std::uint64_t mixed =
+        (cellX ^ (cellY * 0x9e3779b97f4a7c15u + (cellY >> 32))) * 0xd6e8feb86659fd93u;
+    return mixed ^ (mixed >> 32);
+}
+
+/// The points seen so far, by the hash of their cell; open addressing, at most half full.
+class SeenPoints
+{
+public:
+    /// @param cell   edge of the cells in half-epsilons
+    /// @param slots  @p mask + 1 zeros, mask + 1 a power of two
+    SeenPoints(const Point2D* points, const Precision3D& precision, double cell,
+               std::uint32_t* slots, std::size_t mask)
+        : points_(points), precision_(precision), x_(precision.halfEpsilon[0], cell),
+          y_(precision.halfEpsilon[1], cell), slots_(slots), mask_(mask)
+    {
+    }
+
+    /// Whether point @p i is near one seen before; if not, it is seen from now on.
+    bool IsRepeated(std::size_t i)
+    {
+        const Point2D& p = points_[i];
+        const std::uint64_t cellX = x_.CellOf(p.x), cellY = y_.CellOf(p.y);
+        const std::uint64_t lowX = x_.CellOf(x_.Below(p.x)), highX = x_.CellOf(x_.Above(p.x));
+        const std::uint64_t lowY = y_.CellOf(y_.Below(p.y)), highY = y_.CellOf(y_.Above(p.y));
+        if ((lowX ^ highX) | (lowY ^ highY)) // near a border: the cells beyond it too
+            for (const std::uint64_t x : {lowX, highX})
+                for (const std::uint64_t y : {lowY, highY})
+                    if ((x != cellX || y != cellY) && *SlotOfEqual(p, x, y) != 0)
+                        return true;
+        std::uint32_t* slot = SlotOfEqual(p, cellX, cellY);
+        if (*slot != 0)
+            return true;
+        *slot = std::uint32_t(i) + 1;
+        return false;
+    }
+
+    /// Comparisons so far that found points apart.
+    std::size_t Misses() const { return misses_; }
+
+private:
+    /// The slot of a point near @p p among those hashed like the cell, or the free slot after them.
+    std::uint32_t* SlotOfEqual(const Point2D& p, std::uint64_t cellX, std::uint64_t cellY)
+    {
+        std::size_t at = HashOf(cellX, cellY) & mask_;
+        for (; slots_[at] != 0 && !IsNear(p, points_[slots_[at] - 1], precision_); ++misses_)
+            at = (at + 1) & mask_;
+        return &slots_[at];
+    }
+
+    const Point2D* points_;
+    const Precision3D& precision_;
+    Axis x_, y_;
+    std::uint32_t* slots_;
+    std::size_t mask_;
+    std::size_t misses_ = 0;
+};
+
+} // namespace
+
+bool HasRepeatedPoint(const Point2D* points, std::size_t n, const Precision3D& precision)
+{
+    // With an infinite tolerance the first pair answers; a negative or NaN one leaves only
+    // equality.
+    const bool isBounded = precision.halfEpsilon[0] < 1e300 && precision.halfEpsilon[1] < 1e300;
+    if (n <= kFew || !isBounded)
+        return HasEqualPair(points, n, precision);
+    const std::size_t size = std::bit_ceil(2 * n);
+    std::uint32_t onStack[kOnStack];
+    std::vector<std::uint32_t> onHeap;
+    if (size > kOnStack)
+        onHeap.resize(size);
+    std::uint32_t* const slots = size > kOnStack ? onHeap.data() : onStack;
+    for (const double cell : {kWideCell, kNarrowCell})
+    {
+        std::fill(slots, slots + size, 0);
+        SeenPoints seen(points, precision, cell, slots, size - 1);
+        const std::size_t most = cell == kWideCell ? n * kCrowd : std::size_t(-1);
+        std::size_t i = 0;
+        for (; i < n && seen.Misses() <= most; ++i)
+            if (seen.IsRepeated(i))
+                return true;
+        if (i == n)
+            break;
+    }
+    return false;
+}
+
+} // namespace Geom::impl

@@ -1,0 +1,152 @@
+// What the finders must give: every pair tested with the finder's own predicate, and an order in
+// which no event stands behind one that must follow it. Used by the tests and by the fuzz targets.
+#pragma once
+
+#include "Geom/Geom_LineEvents2D.h"
+#include "Geom/Geom_LineIntersection2D.h"
+
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace oracle
+{
+
+struct Contact
+{
+    bool isOne = false;
+    Geom::Point2D point, point2 = MissingValue<Geom::Point2D>();
+};
+
+inline Contact Crossing(const Geom::Line2D& u, const Geom::Line2D& v)
+{
+    Geom::Point2D point, other;
+    LineIntersection2D(point, other, u.first, u.second, v.first, v.second, Geom::Precision());
+    return {LineIsCrossing2D(u.first, u.second, v.first, v.second, Geom::Precision()), point};
+}
+
+inline Contact Intersection(const Geom::Line2D& u, const Geom::Line2D& v)
+{
+    Geom::Point2D point, other;
+    const int count =
+        LineIntersection2D(point, other, u.first, u.second, v.first, v.second, Geom::Precision());
+    return {count > 0, point};
+}
+
+inline Contact Coincidence(const Geom::Line2D& u, const Geom::Line2D& v)
+{
+    const Geom::Precision3D& precision = Geom::Precision();
+    Contact c;
+    c.isOne =
+        LineIntersection2D(c.point, c.point2, u.first, u.second, v.first, v.second, precision) == 2;
+    const bool endsU =
+        IsEqual2D(c.point2, u.first, precision) || IsEqual2D(c.point2, u.second, precision);
+    const bool endsV =
+        IsEqual2D(c.point2, v.first, precision) || IsEqual2D(c.point2, v.second, precision);
+    if (endsU && endsV)
+        c.point2 = MissingValue<Geom::Point2D>();
+    return c;
+}
+
+inline Contact Collision(const Geom::Line2D& u, const Geom::Line2D& v)
+{
+    const Geom::Point2D point = LineCollision2D(u.first, u.second, v.first, v.second);
+    return {!IsMissing2D(point), point};
+}
+
+struct Finder
+{
+    const char* name;
+    void (*find)(std::vector<Geom::LineEvent2D>&, const Geom::LineSet2D&);
+    Contact (*test)(const Geom::Line2D&, const Geom::Line2D&);
+};
+
+constexpr Finder kFinders[] = {
+    {"crossing", Geom::LineCrossingEvents2D, Crossing},
+    {"intersection", Geom::LineIntersectionEvents2D, Intersection},
+    {"coincident", Geom::LineCoincidentEvents2D, Coincidence},
+    {"collision", Geom::LineCollisionEvents2D, Collision},
+};
+
+/// Sets and pairs looked at so far.
+struct Tally
+{
+    long sets = 0, pairs = 0, events = 0, circles = 0;
+};
+
+/// Whether no event stands behind one that must follow it by a chain of EvLess, with no chain that
+/// leads back. Looked at for up to 64 events; in larger lists, whether none must precede the one
+/// before it.
+inline bool IsInOrder(const std::vector<Geom::LineEvent2D>& events, const Geom::LineSet2D& lines,
+                      Tally& tally)
+{
+    const Geom::EvLess less(lines, Geom::Precision());
+    const auto mustPrecede = [&](const Geom::LineEvent2D& a, const Geom::LineEvent2D& b) {
+        return less(a, b) && !less(b, a);
+    };
+    const std::size_t n = events.size();
+    for (std::size_t i = 1; i < n; ++i)
+        if (mustPrecede(events[i], events[i - 1]))
+            return false;
+    if (n > 64)
+        return true;
+    std::vector<std::uint64_t> after(n, 0); // bit k of after[i]: k may follow i by some chain
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t k = 0; k < n; ++k)
+            if (i != k && !mustPrecede(events[k], events[i]))
+                after[i] |= std::uint64_t(1) << k;
+    for (std::size_t via = 0; via < n; ++via)
+        for (std::size_t i = 0; i < n; ++i)
+            if (after[i] >> via & 1)
+                after[i] |= after[via];
+    std::size_t inCircles = 0;
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t k = i + 1; k < n; ++k)
+        {
+            const bool forth = after[i] >> k & 1, back = after[k] >> i & 1;
+            if (back && !forth)
+                return false;
+            inCircles += back && forth;
+        }
+    tally.circles += inCircles != 0;
+    return true;
+}
+
+/// What is wrong with a finder's events for @p lines; empty when nothing is.
+inline std::string WrongWith(const Finder& finder, const Geom::LineSet2D& lines, Tally& tally)
+{
+    std::vector<Geom::LineEvent2D> events;
+    finder.find(events, lines);
+    std::ostringstream wrong;
+    wrong.precision(17);
+    const std::size_t n = lines.size();
+    std::vector<const Geom::LineEvent2D*> found(n * n, nullptr);
+    for (const Geom::LineEvent2D& event : events)
+    {
+        const std::size_t first = event.line1 - lines.begin(), second = event.line2 - lines.begin();
+        if (!(first < second && second < n))
+            return "lines out of order";
+        if (found[first * n + second] != nullptr)
+            wrong << "reported twice: " << first << ' ' << second << '\n';
+        found[first * n + second] = &event;
+    }
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t k = i + 1; k < n; ++k)
+        {
+            const Contact contact = finder.test(lines[i], lines[k]);
+            const Geom::LineEvent2D* event = found[i * n + k];
+            if (contact.isOne != (event != nullptr))
+                wrong << (contact.isOne ? "missed: " : "not a pair: ") << i << ' ' << k << '\n';
+            else if (event && !(event->point == contact.point && event->point2 == contact.point2))
+                wrong << "another point: " << i << ' ' << k << '\n';
+        }
+    if (!IsInOrder(events, lines, tally))
+        wrong << "events out of order\n";
+    ++tally.sets;
+    tally.pairs += long(n * (n - 1) / 2);
+    tally.events += long(events.size());
+    return wrong.str().empty() ? "" : std::string(finder.name) + ": " + wrong.str();
+}
+
+} // namespace oracle

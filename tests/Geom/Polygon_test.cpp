@@ -1,0 +1,259 @@
+#include "Geom/Geom_Polygon.h"
+#include "Geom/RingOracle.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace
+{
+using namespace Geom;
+using oracle::Ring;
+
+bool IsValid(const Ring& ring) { return PolygonIsValid2D(ring.data(), ring.size(), false); }
+bool AreValid(const Ring& rings) { return PolygonIsValid2D(rings.data(), rings.size(), true); }
+bool IsCCW(const Ring& ring) { return PolygonIsCCW2D(ring.data(), ring.size()); }
+bool IsConvex(const Ring& ring) { return PolygonIsConvex2D(ring.data(), ring.size()); }
+
+Ring Reversed(Ring ring)
+{
+    std::reverse(ring.begin(), ring.end());
+    return ring;
+}
+
+/// The same ring from its @p start'th vertex.
+Ring From(std::size_t start, const Ring& ring)
+{
+    Ring turned(ring.begin(), ring.end() - 1);
+    std::rotate(turned.begin(), turned.begin() + start, turned.end());
+    turned.push_back(turned.front());
+    return turned;
+}
+
+Ring Star(std::size_t n, double radius)
+{
+    std::mt19937 random(5);
+    Ring ring;
+    for (std::size_t i = 0; i < n; ++i)
+    {
+        const double angle = 6.283185307179586 * double(i) / double(n);
+        const double r = radius * (0.5 + double(random()) / 8589934592.0);
+        ring.push_back({r * std::cos(angle), r * std::sin(angle)});
+    }
+    ring.push_back(ring.front());
+    return ring;
+}
+
+const Ring kTriangle = {{0, 0}, {1, 0}, {0, 1}, {0, 0}};
+const Ring kNotch = {{0, 0}, {4, 0}, {4, 4}, {2, 1}, {0, 4}, {0, 0}};
+
+TEST(Polygon, IsJudgedByTurnsAndClosure)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const struct
+    {
+        const char* what;
+        Ring ring;
+        bool isValid, isCCW, isConvex;
+    } rows[] = {
+        {"triangle", kTriangle, true, true, true},
+        {"clockwise", Reversed(kTriangle), false, false, false},
+        {"notch", kNotch, true, true, false},
+        {"straight vertex at the pivot",
+         {{1, 0}, {2, 0}, {2, 2}, {0, 2}, {0, 0}, {1, 0}},
+         true,
+         true,
+         true},
+        {"three points", {{0, 0}, {1, 0}, {0, 0}}, false, false, true},
+        {"open by more than the tolerance", {{0, 0}, {1, 0}, {0, 1}, {0, 6e-5}}, false, true, true},
+        {"closed within the tolerance", {{0, 0}, {1, 0}, {0, 1}, {0, 4e-5}}, true, true, true},
+        {"on one line", {{0, 0}, {1, 1}, {2, 2}, {0, 0}}, false, false, true},
+        {"tiny", {{0, 0}, {2e-4, 0}, {0, 2e-4}, {0, 0}}, false, true, true},
+        {"far out", {{4e6, 4e6}, {4e6 + 1, 4e6}, {4e6, 4e6 + 1}, {4e6, 4e6}}, true, true, true},
+        {"not a number", {{0, 0}, {1, 0}, {nan, 1}, {0, 1}, {0, 0}}, false, true, true},
+        {"nothing", {}, false, false, true},
+    };
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.what);
+        EXPECT_EQ(IsValid(row.ring), row.isValid);
+        EXPECT_EQ(AreValid(row.ring), row.isValid);
+        EXPECT_EQ(IsCCW(row.ring), row.isCCW);
+        EXPECT_EQ(IsConvex(row.ring), row.isConvex);
+    }
+}
+
+TEST(Polygon, IsTheSameWhereverItStarts)
+{
+    for (std::size_t start = 0; start + 1 < kNotch.size(); ++start)
+    {
+        const Ring ring = From(start, kNotch);
+        EXPECT_TRUE(IsValid(ring));
+        EXPECT_FALSE(IsCCW(Reversed(ring)));
+        EXPECT_FALSE(IsConvex(ring));
+        EXPECT_TRUE(PolygonIsEqual2D(kNotch, ring));
+        EXPECT_TRUE(PolygonIsEqual2D(ring, kNotch));
+        EXPECT_FALSE(PolygonIsEqual2D(ring, Reversed(kNotch)));
+    }
+}
+
+TEST(PolygonIsValid2D, FindsARepeatedVertexWhereverItStands)
+{
+    for (const std::size_t n : {8, 13, 100, 1000})
+    {
+        const Ring clean = Star(n, 1000);
+        EXPECT_TRUE(IsValid(clean));
+        for (const double x : {-4.9e-5, 0.0, 4.9e-5})
+            for (std::size_t from = 0; from < n; from += n / 4)
+                for (std::size_t i = 3; i < n; i += n / 3)
+                {
+                    Ring ring = clean;
+                    ring[i] = {ring[(i + n / 2) % n].x + x, ring[(i + n / 2) % n].y - x};
+                    ASSERT_EQ(IsValid(From(from, ring)), oracle::IsValidRing(ring));
+                    ASSERT_EQ(oracle::HasRepeatedVertex(ring), true);
+                }
+    }
+}
+
+/// Vertices crowded on a grid of about the tolerance, walked through in rows: a comb that touches
+/// itself nowhere when the pitch is wide enough.
+Ring Crowded(std::size_t teeth, double pitch, double origin)
+{
+    Ring ring;
+    for (std::size_t i = 0; i < teeth; ++i)
+        for (std::size_t k = 0; k < teeth; ++k)
+            ring.push_back({origin + pitch * double(i % 2 ? teeth - k : k + 1), pitch * double(i)});
+    ring.push_back({origin - 1, pitch * double(teeth)});
+    ring.push_back({origin - 1, -1});
+    ring.push_back(ring.front());
+    return ring;
+}
+
+TEST(PolygonIsValid2D, AgreesWithAllPairsNearTheTolerance)
+{
+    std::mt19937 random(11);
+    int valid = 0, repeated = 0;
+    for (int round = 0; round < 400; ++round)
+    {
+        Ring ring;
+        for (int n = 3 + int(random() % 60), i = 0; i < n; ++i)
+            ring.push_back({int(random() % 90) * 2.5e-5 + int(random() % 3) * 1e3,
+                            int(random() % 90) * 2.5e-5 - int(random() % 3) * 1e3});
+        ring.push_back(ring.front());
+        ASSERT_EQ(IsValid(ring), oracle::IsValidRing(ring)) << round;
+        valid += IsValid(ring);
+        repeated += oracle::HasRepeatedVertex(ring);
+    }
+    EXPECT_GT(valid, 40);
+    EXPECT_GT(repeated, 40);
+    for (const double origin : {0.0, 4e6})
+        for (const double pitch : {4.9e-5, 5.1e-5})
+            EXPECT_EQ(IsValid(Crowded(40, pitch, origin)),
+                      oracle::IsValidRing(Crowded(40, pitch, origin)));
+}
+
+TEST(PolygonIsValid2D, TakesAMillionCrowdedVertices)
+{
+    EXPECT_TRUE(IsValid(Crowded(1000, 5.2e-5, 0)));
+    EXPECT_TRUE(IsValid(Star(1000000, 1e6)));
+}
+
+TEST(PolygonIsValid2D, TakesSeveralRingsOneAfterAnother)
+{
+    Ring rings = kTriangle;
+    rings.insert(rings.end(), kNotch.begin(), kNotch.end());
+    EXPECT_TRUE(AreValid(rings));
+    EXPECT_FALSE(IsValid(rings));
+    rings.insert(rings.end(), kTriangle.rbegin(), kTriangle.rend());
+    EXPECT_FALSE(AreValid(rings)); // a clockwise one among them
+    rings.resize(kTriangle.size() + 2);
+    EXPECT_FALSE(AreValid(rings)); // an open rest
+}
+
+TEST(PolygonIsValid3D, WantsAPlaneAndAValidPlan)
+{
+    const Precision3D precision;
+    const auto raised = [](double lift) {
+        std::vector<Point3D> ring;
+        for (const Point2D& p : kNotch)
+            ring.push_back({p.x, p.y, 3 + 2 * p.x - p.y});
+        ring[2].z += lift;
+        return ring;
+    };
+    EXPECT_TRUE(PolygonIsValid3D(raised(0), precision));
+    EXPECT_TRUE(PolygonIsValid3D(raised(4e-5), precision));
+    EXPECT_FALSE(PolygonIsValid3D(raised(1e-3), precision));
+    EXPECT_FALSE(
+        PolygonIsValid3D({{0, 0, 0}, {1, 0, 0}, {1, 0, 1}, {0, 0, 1}, {0, 0, 0}}, precision));
+    EXPECT_FALSE(PolygonIsValid3D({}, precision));
+}
+
+TEST(PolygonIsEqual2D, ComparesTinyOnes)
+{
+    const Point2D p = {1, 2}, near = {1 + 4e-5, 2}, other = {2, 2};
+    EXPECT_TRUE(PolygonIsEqual2D({}, {}));
+    EXPECT_TRUE(PolygonIsEqual2D({p}, {near}));
+    EXPECT_FALSE(PolygonIsEqual2D({p}, {other}));
+    EXPECT_FALSE(PolygonIsEqual2D({p}, {p, p}));
+    EXPECT_TRUE(PolygonIsEqual2D({p, p}, {near, p}));
+    EXPECT_FALSE(PolygonIsEqual2D({p, other}, {p, p}));
+}
+
+TEST(PolygonGetLines2D, AppendsLinesInTheTolerantOrder)
+{
+    std::vector<Line2D> lines(1);
+    PolygonGetLines2D(lines, kTriangle);
+    EXPECT_EQ(lines,
+              (std::vector<Line2D>{{}, {{0, 0}, {1, 0}}, {{0, 1}, {1, 0}}, {{0, 0}, {0, 1}}}));
+    PolygonGetLines2D(lines, {});
+    PolygonGetLines2D(lines, {{1, 1}});
+    EXPECT_EQ(lines.size(), 4u);
+}
+
+TEST(Polygon, HasAnAreaAndACentreOfMass)
+{
+    const Ring shape = {{0, 0}, {4, 0}, {4, 2}, {2, 2},
+                        {2, 4}, {0, 4}, {0, 0}}; // 12, worked by hand
+    for (const double far : {0.0, 4e6})
+        for (const bool isReversed : {false, true})
+        {
+            Ring ring = isReversed ? Reversed(shape) : shape;
+            for (Point2D& p : ring)
+                p = {p.x + far, p.y - far};
+            EXPECT_DOUBLE_EQ(PolygonArea2D(ring.data(), ring.size()), isReversed ? -12 : 12);
+            const Point2D centre = PolygonCentreOfMass2D(ring.data(), ring.size());
+            EXPECT_NEAR(centre.x - far, 5.0 / 3, 1e-9);
+            EXPECT_NEAR(centre.y + far, 5.0 / 3, 1e-9);
+        }
+    const Ring flat = {{0, 0}, {2, 0}, {0, 0}};
+    EXPECT_EQ(PolygonArea2D(flat.data(), 3), 0);
+    EXPECT_EQ(PolygonCentreOfMass2D(flat.data(), 3), (Point2D{1, 0}));
+    EXPECT_EQ(PolygonCentreOfMass2D(flat.data(), 1), (Point2D{0, 0}));
+    EXPECT_TRUE(IsMissing2D(PolygonCentreOfMass2D(nullptr, 0)));
+}
+
+TEST(PolygonContainsPoint2D, DecidesAtVerticesAndEdges)
+{
+    const struct
+    {
+        Point2D p;
+        bool inside, onEdge;
+    } rows[] = {
+        {{1, 1}, true, false},         {{2, 2}, false, false},       {{-1, 0}, false, false},
+        {{-1, 1}, false, false},       {{-1, 4}, false, false},      {{3, 1}, true, false},
+        {{4, 4}, false, true},         {{2, 0}, false, true},        {{2, 1 + 4e-5}, false, true},
+        {{2, 1 + 2e-4}, false, false}, {{2, 1 - 2e-4}, true, false}, {{1, 4}, false, false},
+    };
+    for (const Ring& ring : {kNotch, Reversed(kNotch)})
+        for (const auto& [p, inside, onEdge] : rows)
+            for (const bool withEdges : {false, true})
+                EXPECT_EQ(
+                    PolygonContainsPoint2D(ring.data(), ring.size(), p, withEdges, Precision()),
+                    inside || (withEdges && onEdge))
+                    << p.x << ' ' << p.y;
+}
+
+} // namespace
