@@ -25,7 +25,7 @@ WaitHandle MakeSemaphore(std::int32_t count);
 /// holds it; whoever makes it sets the count, which later ones leave as it is.
 /// Linux: at most 1048576 (the system's limit for a pipe).
 WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count);
-/// Signalled once the process with number @p id has ended.
+/// Signalled once the process with number @p id has ended; at once when there is none.
 WaitHandle OpenProcessEnd(int id);
 /// Somebody else's handle (Linux: a file descriptor, signalled when it can be read), not closed.
 WaitHandle BorrowHandle(std::intptr_t systemHandle);

@@ -254,7 +254,10 @@ WaitHandle MakeSemaphore(std::int32_t count)
 
 WaitHandle OpenProcessEnd(int id)
 {
-    return MakeDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)), true);
+    const auto process = static_cast<int>(::syscall(SYS_pidfd_open, id, 0));
+    if (process < 0 && errno == ESRCH)
+        return MakeObject(Waitable::Kind::manualEvent, 1, 1); // has ended
+    return MakeDescriptor(process, true);
 }
 
 WaitHandle BorrowHandle(std::intptr_t systemHandle)

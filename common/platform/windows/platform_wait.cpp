@@ -72,7 +72,10 @@ WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count)
 
 WaitHandle OpenProcessEnd(int id)
 {
-    return Own(::OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(id)));
+    const HANDLE process = ::OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(id));
+    if (process == nullptr && id > 0 && ::GetLastError() == ERROR_INVALID_PARAMETER)
+        return Own(::CreateEventW(nullptr, TRUE, TRUE, nullptr)); // has ended
+    return Own(process);
 }
 
 WaitHandle BorrowHandle(std::intptr_t systemHandle)

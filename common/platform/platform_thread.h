@@ -1,0 +1,38 @@
+/// @file
+/// Starting threads, and the processors for them.
+#pragma once
+
+#include <memory>
+
+namespace platform
+{
+
+/// A thread that was started here.
+class Thread
+{
+public:
+    using Entry = void (*)(void*);
+
+    /// Starts a thread that waits for Resume and then calls @p entry with @p argument.
+    /// @param stackSize  bytes; 0 for the system's usual size; too few are raised to its least
+    /// @returns null when there is no room for another thread
+    static std::shared_ptr<Thread> Start(Entry entry, void* argument, unsigned stackSize);
+    Thread() = default;
+    virtual ~Thread() = default;
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
+
+    virtual void Resume() = 0;
+    /// The thread's number in the system, as ThreadNumber gives it.
+    virtual unsigned long Number() = 0;
+    /// Whether it has not yet ended.
+    virtual bool IsActive() = 0;
+    /// Waits for its end; once, and not by itself.
+    virtual void Join() = 0;
+};
+
+/// How many processors this process may use at once: those it is bound to, and no more than the
+/// share of a container (rounded up). At least 1.
+unsigned ProcessorCount();
+
+} // namespace platform

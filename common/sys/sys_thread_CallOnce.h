@@ -1,0 +1,33 @@
+/// @file
+/// What is to be done once in the life of the process.
+#pragma once
+
+#include "foundation/kvi_export.h"
+
+#include <atomic>
+#include <functional>
+
+namespace sys::thread
+{
+
+/// Remembers whether something has been done. Made at compile time, so a static one is ready before
+/// any thread.
+class OnceFlag
+{
+public:
+    constexpr OnceFlag() = default;
+    OnceFlag(const OnceFlag&) = delete;
+    OnceFlag& operator=(const OnceFlag&) = delete;
+
+private:
+    friend KVI_API void CallOnce(OnceFlag& flag, const std::function<void()>& function);
+
+    std::atomic<int> state_{0};
+};
+
+/// Calls @p function unless a call with this flag has returned. Whoever comes meanwhile waits for
+/// it; when it throws, the exception passes on and the next one tries. It must not use its own
+/// flag.
+KVI_API void CallOnce(OnceFlag& flag, const std::function<void()>& function);
+
+} // namespace sys::thread
