@@ -89,11 +89,10 @@ bool Analyse(const Model& model, const std::function<void(const Progress&)>& wat
     const NewtonSettings settings = SettingsOf(model.problem.solver);
     Assembly assembly(model, soils);
     LinearSystem system(model.mesh, model.problem.solver.kind, threads);
-    Newton newton(model, conditions, assembly, system, settings,
-                  [&](int iteration, double residual, double relaxation) {
-                      if (watch)
-                          watch({step.name, iteration, residual, relaxation});
-                  });
+    Newton newton(model, conditions, assembly, system, settings, [&](const NewtonRound& round) {
+        if (watch)
+            watch({step.name, round});
+    });
     const NewtonOutcome outcome = newton.Solve();
     results.seconds.assemble += newton.AssembleSeconds();
     results.seconds.solve += newton.SolveSeconds();
@@ -111,10 +110,10 @@ bool Analyse(const Model& model, const std::function<void(const Progress&)>& wat
         result.trouble = Trouble(model, outcome, settings.tolerance);
     result.converged = result.trouble.empty();
     const Solution solution{model, step, soils, conditions, newton.Head(), newton.Inflow()};
-    EvaluateFlows(solution, result);
+    const std::vector<int> dripping = EvaluateFlows(solution, result);
     result.storedWater = StoredWater(solution);
     EvaluateNodes(solution, result.nodal);
-    result.surface = ZeroPressureLines(model.mesh, result.nodal.pressureHead);
+    result.surface = ZeroPressureLines(model.mesh, result.nodal.pressureHead, dripping);
     EvaluateProbes(solution, result);
     results.steps.push_back(std::move(result));
     return true;

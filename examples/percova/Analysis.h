@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Model.h"
+#include "Newton.h"
 #include "Results.h"
 
 #include <functional>
@@ -15,9 +16,7 @@ namespace percova
 struct Progress
 {
     std::string step;
-    int iteration = 0;
-    double residual = 0; ///< relative, what the tolerance is compared with
-    double relaxation = 1;
+    NewtonRound round;
 };
 
 /// Computes the first step of @p model. Adds to the assemble and solve times of @p results.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace percova
 {
@@ -62,11 +63,16 @@ void InflowOver(const Solution& s, const Edge& edge, int e, const EdgePoint poin
     }
 }
 
+/// What comes out above the exit of a seepage face is at most this share of the model's outflow.
+constexpr double kExitShare = 1e-3;
+
 /// What the sides of one boundary bring to a node.
 struct Share
 {
     double flux = 0;
     double length = 0; ///< of the sides that have the node
+    double flow = 0;   ///< the boundary's part of what enters there
+    double weight = 0; ///< what its own weight draws out of saturated soil at zero pressure
 };
 using Shares = std::vector<Share>; // by node
 
@@ -85,11 +91,6 @@ public:
                 Integrate(b, result);
         for (std::size_t node = 0; node < s_.inflow.size(); ++node)
             Distribute(node);
-        const std::vector<double>& y = s_.model.mesh.y;
-        for (const Soil& soil : s_.soils)
-            still_ = std::max(still_,
-                              std::max(soil.kx, soil.ky) * (*std::max_element(y.begin(), y.end()) -
-                                                            *std::min_element(y.begin(), y.end())));
         for (std::size_t b = 0; b < boundaries; ++b)
         {
             if (s_.step.conditions[b].type == BoundaryType::Flux)
@@ -104,6 +105,8 @@ public:
         result.massBalance = in_ > 0 ? (in_ - out_) / in_ : kMissing;
     }
 
+    const std::vector<int>& DrippingNodes() const { return dripping_; }
+
 private:
     void Integrate(std::size_t b, StepResult& result)
     {
@@ -117,6 +120,7 @@ private:
             PointsOf(s_.model.mesh, edge, points);
             double inflow[kEdgePoints], other[kEdgePoints] = {};
             InflowOver(s_, edge, edge.element, points, inflow);
+            const double ky = s_.soils[s_.model.material[edge.element]].ky;
             if (edge.opposite >= 0)
                 InflowOver(s_, edge, edge.opposite, points, other);
             for (int p = 0; p < kEdgePoints; ++p)
@@ -127,6 +131,7 @@ private:
                 {
                     shares[edge.nodes[k]].flux += points[p].N[k] * flux;
                     shares[edge.nodes[k]].length += points[p].length;
+                    shares[edge.nodes[k]].weight -= points[p].N[k] * ky * points[p].normalY;
                 }
             }
         }
@@ -160,6 +165,7 @@ private:
                 double part = given ? FluxOf(b, node) : 0;
                 if (!given || !IsSeepage(b))
                     part += rest * shares_[b][node].length / length;
+                shares_[b][node].flow = part;
                 flow_[b] += part;
                 Count(part);
             }
@@ -178,51 +184,85 @@ private:
                shares_[b][node].length > 0;
     }
 
-    // The end of the wet part that lies highest; of ends at one height the one farthest from the
-    // middle of the outflow, where the free surface comes out on a level drain.
-    Point Exit(std::size_t b) const
+    // Goes down the face until more than kExitShare of the model's outflow has come out.
+    //
+    // Over a drain the outflow of a sharp free surface stops at once, from what the water's weight
+    // draws through the soil to nothing; the fringe smears that, and half of it marks the place.
+    // Nodes that give less drip, and count only where there are no others.
+    Point Exit(std::size_t b)
     {
         const Mesh& mesh = s_.model.mesh;
-        double outflow = 0, middle = 0;
-        for (std::size_t node = 0; node < s_.inflow.size(); ++node)
-            if (Has(b, node) && IsWet(int(node)))
+        const std::vector<std::size_t> nodes = DownTheFace(b);
+        for (const bool all : {false, true})
+        {
+            double above = 0;
+            for (const std::size_t node : nodes)
             {
-                outflow -= s_.inflow[node];
-                middle -= s_.inflow[node] * mesh.x[node];
+                const Share& share = shares_[b][node];
+                if (share.flow < 0 && (all || -share.flow > share.weight / 2))
+                    above -= share.flow;
+                if (above > std::max(kExitShare * out_, Still()))
+                    return {mesh.x[node], mesh.y[node]};
+                if (!all && share.weight > 0)
+                    dripping_.push_back(int(node));
             }
-        Point exit{kMissing, kMissing};
-        for (const Edge& edge : s_.model.boundaryEdges[b])
-            for (const int node : edge.nodes)
-            {
-                if (node < 0 || !IsWet(node))
-                    continue;
-                const Point at{mesh.x[node], mesh.y[node]};
-                const double slack = 1e-9 * (std::abs(at.x) + std::abs(at.y));
-                const bool level = std::abs(at.y - exit.y) <= slack;
-                if (exit.y == kMissing || (!level && at.y > exit.y) ||
-                    (level &&
-                     std::abs(at.x * outflow - middle) > std::abs(exit.x * outflow - middle)))
-                    exit = at;
-            }
-        return exit;
+        }
+        return {kMissing, kMissing};
     }
 
-    /// Gives water off at zero pressure, more than rounding makes of nothing.
-    bool IsWet(int node) const
+    /// The nodes of a seepage face from the highest to the lowest; those of one height from the end
+    /// that is farther from the middle of the outflow.
+    std::vector<std::size_t> DownTheFace(std::size_t b) const
     {
-        return s_.head[node] >= s_.model.mesh.y[node] &&
-               s_.inflow[node] < -std::max(1e-9 * std::max(in_, out_), 1e-14 * still_);
+        const Mesh& mesh = s_.model.mesh;
+        const Shares& shares = shares_[b];
+        std::vector<std::size_t> nodes;
+        double outflow = 0, middle = 0, left = HUGE_VAL, right = -HUGE_VAL;
+        for (std::size_t node = 0; node < shares.size(); ++node)
+            if (Has(b, node))
+            {
+                nodes.push_back(node);
+                outflow -= std::min(shares[node].flow, 0.0);
+                middle -= std::min(shares[node].flow, 0.0) * mesh.x[node];
+                left = std::min(left, mesh.x[node]);
+                right = std::max(right, mesh.x[node]);
+            }
+        const double from = 2 * middle > (left + right) * outflow ? left : right;
+        // Heights are compared in steps, so that a level side stays level in spite of rounding.
+        const auto [lowest, highest] = std::minmax_element(mesh.y.begin(), mesh.y.end());
+        const auto place = [&, low = *lowest, step = 1e-9 * (*highest - *lowest)](std::size_t n) {
+            return std::pair(-std::round((mesh.y[n] - low) / step), std::abs(mesh.x[n] - from));
+        };
+        std::sort(nodes.begin(), nodes.end(),
+                  [&](std::size_t one, std::size_t two) { return place(one) < place(two); });
+        return nodes;
+    }
+
+    /// The flow that rounding makes of still water: conductivity times height.
+    double Still() const
+    {
+        const std::vector<double>& y = s_.model.mesh.y;
+        const auto [low, high] = std::minmax_element(y.begin(), y.end());
+        double most = 0;
+        for (const Soil& soil : s_.soils)
+            most = std::max({most, soil.kx, soil.ky});
+        return 1e-14 * most * (*high - *low);
     }
 
     const Solution& s_;
     std::vector<Shares> shares_; ///< by boundary
     std::vector<double> flow_;   ///< by boundary
+    std::vector<int> dripping_;  ///< nodes over drains
     double in_ = 0, out_ = 0;
-    double still_ = 0; ///< conductivity times height: its rounding is the flow of still water
 };
 } // namespace
 
-void EvaluateFlows(const Solution& solution, StepResult& result) { FlowSums(solution).Run(result); }
+std::vector<int> EvaluateFlows(const Solution& solution, StepResult& result)
+{
+    FlowSums sums(solution);
+    sums.Run(result);
+    return sums.DrippingNodes();
+}
 
 double StoredWater(const Solution& s)
 {

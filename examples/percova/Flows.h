@@ -28,7 +28,14 @@ struct Solution
 /// A node's reaction belongs to its boundary. Where boundaries meet in a node each gets what the
 /// flux over its own sides brings to the node, and the rest goes by the lengths of these sides, but
 /// to given heads before seepage faces. Between seepage faces the lengths decide alone.
-void EvaluateFlows(const Solution& solution, StepResult& result);
+///
+/// The exit of a seepage face is its highest point above which no more than a thousandth of the
+/// model's outflow comes out, on a level face the first such point from the end that gives less.
+/// Over a drain it is where the free surface comes down: the drip of the fringe beside it does not
+/// count. A face that gives less altogether has no exit.
+/// @returns the nodes over a drain beside the free surface: they are at zero pressure, but only
+///          the fringe drips there
+std::vector<int> EvaluateFlows(const Solution& solution, StepResult& result);
 
 /// Integral of the water content [m3/m]; missing when a material has no curve.
 double StoredWater(const Solution& solution);

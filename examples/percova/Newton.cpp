@@ -171,13 +171,13 @@ void Newton::Measure()
     outcome_.residual = std::max(worst, std::abs(all)) / scale_;
 }
 
-bool Newton::SwitchFaces(const Goal& goal)
+std::size_t Newton::SwitchFaces(const Goal& goal)
 {
     for (std::size_t n = 0; n < outflow_.size(); ++n)
         outflow_[n] = conditions_.load[n] - inflow_[n];
     const double slack = std::min(goal.tolerance, 1e-6) * scale_;
     return faces_.Switch(outflow_, slack, outcome_.residual <= std::max(goal.tolerance, 1e-3),
-                         head_) > 0;
+                         head_);
 }
 
 bool Newton::Reach(const Goal& goal)
@@ -187,17 +187,18 @@ bool Newton::Reach(const Goal& goal)
     int polished = 0;
     for (int made = 0;; ++made)
     {
-        const bool switched = made > 0 && SwitchFaces(goal);
-        if (switched)
+        const double residual = outcome_.residual;
+        const std::size_t switched = made > 0 ? SwitchFaces(goal) : 0;
+        if (made > 0 && watch_)
+            watch_({outcome_.iterations, residual, relaxation_, goal.leastKr, switched});
+        if (switched > 0)
             Evaluate(goal);
         const bool linear = goal.leastKr >= 1, onTheWay = goal.leastKr > 0;
-        if (made > 0 && !switched && outcome_.residual <= goal.tolerance &&
+        if (made > 0 && switched == 0 && outcome_.residual <= goal.tolerance &&
             (linear || onTheWay || outcome_.change <= kHeadChange || ++polished > kPolish))
             return true;
         if (made >= goal.maxIterations || !Step(goal))
             return false;
-        if (watch_)
-            watch_(outcome_.iterations, outcome_.residual, relaxation_);
     }
 }
 

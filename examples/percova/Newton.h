@@ -33,6 +33,16 @@ struct NewtonOutcome
     std::string failure; ///< why the linear solver gave up, empty when it did not
 };
 
+/// One iteration, for whoever watches.
+struct NewtonRound
+{
+    int iteration = 0;
+    double residual = 0;
+    double relaxation = 1;
+    double leastKr = 0;       ///< of the problem worked on: 1 is saturated soil, 0 the soils' own
+    std::size_t switched = 0; ///< nodes of the seepage faces that change sides after it
+};
+
 /// Newton's method with a line search, on nested problems that grow stiffer.
 ///
 /// With a least conductivity of 1 the soil is saturated and the equations linear, but for the
@@ -43,8 +53,8 @@ struct NewtonOutcome
 class Newton
 {
 public:
-    /// Called after every iteration with its number, the residual and the relaxation.
-    using Watch = std::function<void(int, double, double)>;
+    /// Called after every iteration.
+    using Watch = std::function<void(const NewtonRound&)>;
 
     Newton(const Model& model, const NodeConditions& conditions, Assembly& assembly,
            LinearSystem& system, const NewtonSettings& settings, const Watch& watch);
@@ -72,7 +82,7 @@ private:
     bool Reach(const Goal& goal);
     bool Step(const Goal& goal);
     bool Search(const Goal& goal);
-    bool SwitchFaces(const Goal& goal);
+    std::size_t SwitchFaces(const Goal& goal);
     void Evaluate(const Goal& goal);
     void Measure();
     double SumOfSquares(const std::vector<double>& inflow) const;

@@ -136,7 +136,7 @@ bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& fa
     problem.id = TextOf(path.stem().stem());
     file.GetText("id", problem.id);
     file.GetText("title", problem.title);
-    file.Ignore({"convention", "wanted", "dimensions", "x_axis"});
+    file.Ignore({"convention", "wanted", "dimensions", "x_axis", "drain_start_x"});
     impl::ReadUnits(file, problem.units);
     GetLegal(file, "gamma_w", dataparam::UnitWeightOfWater, problem.gammaW);
     ReadMeshName(file, problem);

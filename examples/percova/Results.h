@@ -37,7 +37,7 @@ struct SeepageFace
 {
     std::string name;
     double flow = kMissing;
-    Point exit{kMissing, kMissing}; ///< the highest outflow point
+    Point exit{kMissing, kMissing}; ///< see EvaluateFlows
 };
 
 struct ProbeValue

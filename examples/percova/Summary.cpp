@@ -179,11 +179,22 @@ void PrintModel(std::ostream& out, const Model& model)
 
 void PrintProgress(std::ostream& out, const Progress& progress)
 {
-    const std::string iteration = std::to_string(progress.iteration);
+    const NewtonRound& round = progress.round;
+    const std::string iteration = std::to_string(round.iteration);
     out << "  iteration " << std::string(iteration.size() < 3 ? 3 - iteration.size() : 0, ' ')
-        << iteration << "  residual " << Short(progress.residual, 3);
-    if (progress.relaxation != 1)
-        out << "  (step of " << Short(progress.relaxation, 3) << ')';
+        << iteration << "  ";
+    if (round.leastKr >= 1)
+        out << "as if saturated: ";
+    else if (round.leastKr > 0)
+        out << "as if kr were at least " << Short(round.leastKr, 2) << ": ";
+    // In between the flows fit, but not the sides of the seepage faces: the residual says nothing.
+    if (round.switched > 0)
+        out << "seepage faces settle, " << Grouped(round.switched)
+            << (round.switched == 1 ? " node changes" : " nodes change");
+    else
+        out << "residual " << Short(round.residual, 3);
+    if (round.relaxation != 1)
+        out << " (step of " << Short(round.relaxation, 3) << ')';
     out << std::endl; // at once: somebody is watching
 }
 

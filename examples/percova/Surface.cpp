@@ -33,6 +33,13 @@ struct Crossing
     std::array<int, 2> pieces{-1, -1};
 };
 
+/// The line through one triangle.
+struct Piece
+{
+    CrossingName first, second;
+    bool betweenNodes; ///< in an element that has wet and dry nodes
+};
+
 class Tracer
 {
 public:
@@ -45,12 +52,17 @@ public:
     void Element(std::size_t e)
     {
         const int* nodes = mesh_.ElementNodes(e);
-        int wet = 0;
-        const int count = NodeCount(mesh_.type[e]);
-        for (int k = 0; k < count; ++k)
-            wet += IsWet(psi_[nodes[k]]);
-        if (wet == 0 || wet == count)
+        double low = psi_[nodes[0]], high = low;
+        for (int k = 1; k < NodeCount(mesh_.type[e]); ++k)
+        {
+            low = std::min(low, psi_[nodes[k]]);
+            high = std::max(high, psi_[nodes[k]]);
+        }
+        // Between its nodes a quadratic element may reach beyond their values.
+        const double spare = IsQuadratic(mesh_.type[e]) ? (high - low) / 2 : 0;
+        if (IsWet(low - spare) == IsWet(high + spare))
             return;
+        betweenNodes_ = IsWet(low) != IsWet(high);
         const int n = IsQuadratic(mesh_.type[e]) ? 6 : mesh_.type[e] == ElementType::Q4 ? 3 : 1;
         const bool triangle = Corners(mesh_.type[e]) == 3;
         Corner grid[7][7];
@@ -76,14 +88,18 @@ public:
                 const int piece = crossing.pieces[0];
                 if (used[piece] || (open && crossing.pieces[1] >= 0))
                     continue;
-                lines.push_back(Follow(name, piece, used));
-                if (lines.back().size() < 2)
+                bool isReal = false;
+                lines.push_back(Follow(name, piece, used, isReal));
+                if (!isReal || lines.back().size() < 2)
                     lines.pop_back();
             }
         std::stable_sort(lines.begin(), lines.end(),
                          [](const Polyline& a, const Polyline& b) { return a.size() > b.size(); });
         return lines;
     }
+
+    /// A pressure head that just counts as dry.
+    double Dry() const { return -2 * zero_; }
 
 private:
     bool IsWet(double psi) const { return psi > -zero_; }
@@ -157,10 +173,13 @@ private:
             std::array<int, 2>& pieces = crossings_[end].pieces;
             pieces[pieces[0] < 0 ? 0 : 1] = int(pieces_.size());
         }
-        pieces_.push_back({ends[0], ends[1]});
+        pieces_.push_back({ends[0], ends[1], betweenNodes_});
     }
 
-    Polyline Follow(CrossingName name, int piece, std::vector<char>& used)
+    /// @param isReal  set when the line parts wet nodes from dry ones somewhere: the islands that
+    /// an
+    ///                element's interpolation makes between nodes of one kind are none
+    Polyline Follow(CrossingName name, int piece, std::vector<char>& used, bool& isReal)
     {
         Polyline line;
         const auto add = [&](Point at) {
@@ -172,6 +191,7 @@ private:
         while (piece >= 0 && !used[piece])
         {
             used[piece] = 1;
+            isReal = isReal || pieces_[piece].betweenNodes;
             name = pieces_[piece].first == name ? pieces_[piece].second : pieces_[piece].first;
             const Crossing& next = crossings_[name];
             add(next.at);
@@ -186,13 +206,17 @@ private:
     const std::vector<double>& psi_;
     double zero_ = 0; ///< pressure heads and distances below it are none [m]
     std::map<CrossingName, Crossing> crossings_;
-    std::vector<std::pair<CrossingName, CrossingName>> pieces_;
+    std::vector<Piece> pieces_;
+    bool betweenNodes_ = false; ///< whether the present element has wet and dry nodes
 };
 } // namespace
 
-std::vector<Polyline> ZeroPressureLines(const Mesh& mesh, const std::vector<double>& psi)
+std::vector<Polyline> ZeroPressureLines(const Mesh& mesh, std::vector<double> psi,
+                                        const std::vector<int>& dry)
 {
     Tracer tracer(mesh, psi);
+    for (const int node : dry)
+        psi[node] = std::min(psi[node], tracer.Dry());
     for (std::size_t e = 0; e < mesh.Elements(); ++e)
         tracer.Element(e);
     return tracer.Lines();

@@ -14,6 +14,8 @@ namespace percova
 /// of smaller x (a closed one ends where it starts); the one with the most points first. Soil at
 /// zero pressure counts as wet, so on a seepage face the line ends at the exit.
 /// @param psi  pressure head by node [m]
-std::vector<Polyline> ZeroPressureLines(const Mesh& mesh, const std::vector<double>& psi);
+/// @param dry  nodes that count as dry in spite of their zero pressure
+std::vector<Polyline> ZeroPressureLines(const Mesh& mesh, std::vector<double> psi,
+                                        const std::vector<int>& dry);
 
 } // namespace percova
