@@ -1,5 +1,6 @@
 #include "MeshBuild.h"
 
+#include "HangingNodes.h"
 #include "MeshGeometry.h"
 #include "SideTable.h"
 
@@ -378,6 +379,8 @@ bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres)
         return false;
     builder.CheckElements();
     builder.CheckSidesAndAddEdges();
+    if (faults.Errors() == before)
+        WarnOfHangingNodes(mesh, faults);
     return faults.Errors() == before;
 }
 

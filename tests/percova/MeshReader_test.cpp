@@ -269,4 +269,26 @@ $EndElements
         << AllOf(faults);
 }
 
+TEST(MeshReader, WarnsOfNodesOnSidesThatDoNotHaveThem)
+{
+    // The right square becomes two, which meet the left one in the middle of its side.
+    std::string text = With(kText22, "$Nodes\n7\n", "$Nodes\n9\n17 1 0.5 0\n18 2 0.5 0\n");
+    text = With(text, "$Elements\n4\n", "$Elements\n5\n5 3 2 7 1 2 3 18 17\n");
+    text = With(text, "4 3 2 7 1 2 15 16 3", "4 3 2 7 1 17 18 16 15");
+    Faults faults;
+    Mesh mesh;
+    EXPECT_TRUE(ReadMesh(Scratch("hanging.msh", text), mesh, faults));
+    EXPECT_EQ(faults.Warnings(), 1u);
+    EXPECT_NE(AllOf(faults).find("node 17 at (1, 0.5) lies on a side of element 3 "),
+              std::string::npos)
+        << AllOf(faults);
+
+    // A wall: the nodes between the squares are doubled.
+    text = With(kText22, "$Nodes\n7\n", "$Nodes\n9\n17 1 0 0\n18 1 1 0\n");
+    text = With(text, "4 3 2 7 1 2 15 16 3", "4 3 2 7 1 17 18 16 3");
+    faults = {};
+    EXPECT_TRUE(ReadMesh(Scratch("wall.msh", text), mesh, faults));
+    EXPECT_EQ(AllOf(faults), "");
+}
+
 } // namespace
