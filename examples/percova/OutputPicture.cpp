@@ -203,8 +203,17 @@ void Picture::Contours(const Triangles& triangles)
     for (const Polyline& line : step_.surface)
         for (const Point& point : line)
             taken_.emplace_back(frame_.At(point), 3); // no label over the phreatic line
+    for (const Edge& edge : RimOf(model_.mesh))       // nor over the rim
+    {
+        const Point a = PageOf(edge.nodes[0]), b = PageOf(edge.nodes[1]);
+        const int pieces = 1 + static_cast<int>(std::hypot(b.x - a.x, b.y - a.y) / 6);
+        for (int i = 0; i < pieces; ++i)
+            taken_.push_back({{a.x + (b.x - a.x) * i / pieces, a.y + (b.y - a.y) * i / pieces}, 3});
+    }
+    const std::size_t lines = taken_.size();
     for (const auto& [line, text] : labels)
         ContourLabel(line, text);
+    taken_.erase(taken_.begin(), taken_.begin() + static_cast<std::ptrdiff_t>(lines));
     if (levels.values.size() > 1)
         LegendLine("<path class=\"contour\" d=\"M0 7H22\"/>",
                    "head, every " + Fixed(levels.values[1] - levels.values[0], levels.decimals) +

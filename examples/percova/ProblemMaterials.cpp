@@ -1,6 +1,7 @@
 #include "Legal.h"
 #include "ProblemReader.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace percova::impl
@@ -14,6 +15,9 @@ void CheckPoints(const JsonReader& reader, const std::vector<Point>& points)
     for (const Point& point : points)
         if (!CheckLegal(reader, "points", dataparam::WaterContent, point.y))
             return; // one is enough
+    if (std::none_of(points.begin(), points.end(), [](const Point& p) { return p.x < 0; }))
+        reader.Error("points",
+                     "should have pressures below zero: a suction is a negative pressure");
 }
 
 void ReadWaterContent(JsonReader& reader, const Units& units, WaterContent& water)
@@ -28,8 +32,8 @@ void ReadWaterContent(JsonReader& reader, const Units& units, WaterContent& wate
     water.limit = limit * units.kPa;
     if (reader.Find("points") != nullptr)
     {
-        reader.GetLine("points", water.measured, 3);
-        CheckPoints(reader, water.measured);
+        if (reader.GetLine("points", water.measured, 3))
+            CheckPoints(reader, water.measured);
         for (Point& point : water.measured)
             point.x *= units.kPa;
         return reader.Ignore({"a", "n", "m"}); // the fit finds them

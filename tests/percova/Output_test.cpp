@@ -216,4 +216,38 @@ TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
         EXPECT_TRUE(std::filesystem::exists(PathOf(results) / name)) << name;
 }
 
+TEST(CommandLine, FitsMeasuredPointsAndComputesWithThem)
+{
+    std::string text, reason;
+    ASSERT_TRUE(ReadWhole(Cases() / "S5-curve-power.problem.json", text, reason)) << reason;
+    nlohmann::json problem = nlohmann::json::parse(text);
+    const math::fn::flow::FredXing curve(10, 2, 1, 0.4, 1e6);
+    nlohmann::json points;
+    for (double pressure = -0.5; pressure > -1e4; pressure *= 1.5)
+        points.push_back({pressure, std::round(1e4 * curve(pressure)) / 1e4}); // as measured
+    problem["materials"][0]["water_content"] = {{"theta_s", 0.4}, {"points", points}};
+    const std::filesystem::path path = Scratch("points.problem.json", problem.dump());
+    const std::string mesh = TextOf(Cases() / "mesh" / "S5-curve-power.q8.v41.msh");
+    const Ran ran =
+        Command({"run", TextOf(path), "--mesh", mesh, "--probe", "0.5,1", "--probe", "0.5,4"});
+    ASSERT_EQ(ran.exit, Exit::Done) << ran.err;
+    ASSERT_TRUE(ReadWhole(path.parent_path() / "points" / "result.json", text, reason)) << reason;
+    const nlohmann::json step = nlohmann::json::parse(text)["steps"][0];
+    ASSERT_TRUE(ReadWhole(Cases() / "S5-curve-power.reference.json", text, reason));
+    for (const auto& value : nlohmann::json::parse(text)["values"])
+    {
+        const std::string name = value["name"];
+        const double expected = value["value"];
+        for (const auto& [height, probe] : {std::pair{"_z_1", 0}, std::pair{"_z_4", 1}})
+        {
+            if (name == std::string("psi_at") + height)
+                EXPECT_NEAR(step["probes"][probe]["pressure_head"], expected, 0.01) << name;
+            if (name == std::string("theta_at") + height)
+                EXPECT_NEAR(step["probes"][probe]["water_content"], expected, 0.002) << name;
+        }
+        if (name == "stored_water_per_width")
+            EXPECT_NEAR(step["stored_water"], expected, 0.003 * expected);
+    }
+}
+
 } // namespace

@@ -78,6 +78,8 @@ TEST(Problem, TellsEveryFaultWithKeyAndLine)
         {"\"k_sat\": 1e-5", "\"k_sat\": 1e-5, \"k_sat\": 1", ":6: k_sat: stands twice"},
         {"\"theta_s\": 0.4", "\"theta_s\": 1.4", ":7: materials[0].water_content.theta_s: "},
         {"\"theta_s\": 0.4", "\"theta_s\": 0", "theta_s: should not be zero"},
+        {"\"a\": 10, ", "\"points\": [[0, 0.4], [10, 0.3], [20, 0.2]], ",
+         "points: should have pre"},
         {"\"m\": 1,", "", "materials[0].water_content.m: is missing"},
         {"\"integral\"", "\"integrated\"", ":8: materials[0].kr.rule: should be saturated, exp"},
         {"\"material\": \"sand\"", "\"material\": \"clay\"", "no material 'clay', only 'sand'"},
