@@ -3,6 +3,9 @@
 #pragma once
 
 #include "Geom/FPOINT.h"
+#include "Geom/Geom_Cell.h"
+#include "Geom/Geom_CellTable.h"
+#include "Geom/Geom_Circle2D.h"
 #include "Geom/Geom_Extents2D.h"
 #include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_LineEvent.h"
@@ -13,6 +16,7 @@
 #include "Geom/Geom_Polygon.h"
 #include "Geom/Geom_Polyline.h"
 #include "Geom/Geom_Precision.h"
+#include "Geom/Geom_QuadTree2D.h"
 #include "Geom/Geom_Vector.h"
 #include "Geom/gtl_engless_point.h"
 #include "data/DataParamCalculator.h"
@@ -39,6 +43,7 @@
 #include "foundation/StrClear.h"
 #include "foundation/StripBlank.h"
 #include "foundation/gtl_Convert_error_status.h"
+#include "foundation/gtl_fixed_vector.h"
 #include "foundation/gtl_impl_is_valid_from.h"
 #include "foundation/gtl_iterator_range.h"
 #include "foundation/gtl_range.h"

@@ -32,3 +32,21 @@ inline FPOINT MissingValue<FPOINT>()
 {
     return {MissingValue<double>(), MissingValue<double>(), MissingValue<double>()};
 }
+
+namespace gtl
+{
+
+/// Whether two points count as one abscissa of a function.
+template <class T>
+struct equalX;
+
+/// Compares x within 8 significant digits, and at least within 5e-8; y and z take no part. A point
+/// with a missing coordinate equals nothing, and neither does a NaN x.
+template <>
+struct KVI_API equalX<FPOINT>
+{
+    /// Whether @p a and @p b share their abscissa.
+    bool operator()(const FPOINT& a, const FPOINT& b) const;
+};
+
+} // namespace gtl

@@ -1,0 +1,253 @@
+#include "Geom/Geom_CellTable.h"
+#include "Geom/Geom_QuadTree2D.h"
+#include "Geom/Geom_Vector.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <random>
+
+namespace
+{
+using Geom::Point2D;
+using Geom::QuadTree2D;
+using Ids = std::vector<std::uint32_t>;
+using Ring = std::vector<Point2D>;
+
+constexpr std::uint32_t kNone = Geom::CellTable::MissingID();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+const Geom::Precision3D kPrecision;
+const Geom::Extents2D kBox = {0, 100, 0, 100};
+
+QuadTree2D Tree(const Geom::Extents2D& box, unsigned capacity = 10)
+{
+    QuadTree2D tree;
+    tree.Initialize(box, capacity, kPrecision, 100);
+    return tree;
+}
+
+Ring Rectangle(double x, double y, double width, double height)
+{
+    return {{x, y}, {x + width, y}, {x + width, y + height}, {x, y + height}, {x, y}};
+}
+
+/// The rule in its plainest form: on an edge, or an odd number of edges to the right.
+bool Contains(const Ring& ring, const Point2D& p)
+{
+    bool isInside = false;
+    for (std::size_t i = 0; i < ring.size(); ++i)
+    {
+        const Point2D &a = ring[i], &b = ring[(i + 1) % ring.size()];
+        if (Geom::LineContainsPoint2D(a, b, p, kPrecision))
+            return true;
+        if ((a.y > p.y) != (b.y > p.y))
+            isInside ^= a.x + (b.x - a.x) * ((p.y - a.y) / (b.y - a.y)) > p.x;
+    }
+    return isInside;
+}
+
+Ids Scan(const std::map<std::uint32_t, Ring>& items, const Point2D& p)
+{
+    Ids ids;
+    for (const auto& [id, ring] : items)
+        if (Contains(ring, p))
+            ids.push_back(id);
+    return ids;
+}
+
+void ExpectLikeAScan(const QuadTree2D& tree, const std::map<std::uint32_t, Ring>& items,
+                     const Point2D& p)
+{
+    Ids ids = {99};
+    const Ids expected = Scan(items, p);
+    ASSERT_EQ(tree.FindAll(ids, p), !expected.empty());
+    ASSERT_EQ(ids, expected) << p.x << ' ' << p.y;
+    ASSERT_EQ(tree.Find(p), expected.empty() ? kNone : expected.front());
+}
+
+class Shapes
+{
+public:
+    explicit Shapes(unsigned seed) : random_(seed) {}
+
+    double Uniform(double low, double high)
+    {
+        return std::uniform_real_distribution<>(low, high)(random_);
+    }
+    unsigned Below(unsigned end) { return static_cast<unsigned>(random_()) % end; }
+    /// Large and small, on the tree's own lines, clustered, without area, reaching out of the box.
+    Ring Any()
+    {
+        const double size = Below(3) == 0 ? 30 : Below(2) == 0 ? 3 : 1e-3;
+        const double x = Below(4) == 0 ? 33.3 + Uniform(0, 0.01) : Uniform(-10, 110);
+        const double y = Below(4) == 0 ? 66.6 + Uniform(0, 0.01) : Uniform(-10, 110);
+        switch (Below(5))
+        {
+        case 0:
+            return Rectangle(std::round(x / 12.5) * 12.5, std::round(y / 12.5) * 12.5, 12.5, 12.5);
+        case 1:
+            return {{x, y}, {x, y}, {x, y}};
+        case 2:
+            return {{x, y}, {x + size, y}, {x, y + size}}; // not closed
+        case 3:
+            return {{x, y}, {x + size, y + size}, {x + size, y}, {x, y + size}, {x, y}};
+        default:
+            return Rectangle(x, y, size, size / 2);
+        }
+    }
+    /// Anywhere, or near a vertex or an edge of @p ring.
+    Point2D PointNear(const Ring& ring)
+    {
+        if (ring.empty() || Below(3) == 0)
+            return {Uniform(0, 100), Uniform(0, 100)};
+        const Point2D &a = ring[Below(unsigned(ring.size()))], &b = ring[0];
+        const double t = Below(2) == 0 ? 0 : Uniform(0, 1);
+        return {std::clamp(a.x + t * (b.x - a.x) + Uniform(-1e-4, 1e-4), 0.0, 100.0),
+                std::clamp(a.y + t * (b.y - a.y) + Uniform(-1e-4, 1e-4), 0.0, 100.0)};
+    }
+
+private:
+    std::mt19937 random_;
+};
+
+TEST(QuadTree2D, AnswersAsALinearScan)
+{
+    Shapes shapes(4);
+    for (const unsigned capacity : {0u, 1u, 4u, 10u, 100u})
+    {
+        QuadTree2D tree = Tree(kBox, capacity);
+        std::map<std::uint32_t, Ring> items;
+        for (int i = 0; i < 250; ++i)
+        {
+            // Identifiers far apart, and some that come again with other points.
+            const std::uint32_t id =
+                shapes.Below(4) == 0 ? 4000000000u + shapes.Below(50) : shapes.Below(6000);
+            const Ring ring = items[id] = shapes.Any();
+            ASSERT_TRUE(tree.Insert(id, ring));
+            ExpectLikeAScan(tree, items, shapes.PointNear(ring));
+            ExpectLikeAScan(tree, items, shapes.PointNear(items.begin()->second));
+        }
+        QuadTree2D copy = tree;
+        tree.Clear();
+        for (int i = 0; i < 250; ++i)
+            ExpectLikeAScan(copy, items, shapes.PointNear(shapes.Any()));
+        ExpectLikeAScan(tree, {}, {33.3, 66.6});
+    }
+}
+
+TEST(QuadTree2D, LosesNoItemOnTheBordersOfItsLeaves)
+{
+    QuadTree2D tree = Tree({0, 64, 0, 64}, 2);
+    std::map<std::uint32_t, Ring> items;
+    for (std::uint32_t i = 0; i < 64 * 64; ++i)
+        tree.Insert(i, items[i] = Rectangle(i % 64, i / 64, 1, 1));
+    for (const double d : {0.0, 4e-5, -4e-5, 6e-5, -6e-5})
+        for (double x = 0; x <= 64; x += 8)
+        {
+            Ids ids;
+            const Point2D p = {x + d, 32 - d};
+            EXPECT_EQ(tree.FindAll(ids, p), x + d > -5e-5 && x + d < 64 + 5e-5);
+            if (!ids.empty())
+                ExpectLikeAScan(tree, items, p);
+        }
+}
+
+TEST(QuadTree2D, HasAnAnswerForWhatLiesOutside)
+{
+    QuadTree2D tree = Tree(kBox);
+    tree.Insert(3, Rectangle(90, 90, 50, 50));
+    tree.Insert(4, Rectangle(200, 200, 50, 50));
+    EXPECT_EQ(tree.Find({95, 95}), 3u);
+    EXPECT_EQ(tree.Find({100 + 4e-5, 95}), 3u);
+    EXPECT_EQ(tree.Find({100 + 6e-5, 95}), kNone); // in the item, not in the box
+    EXPECT_EQ(tree.Find({220, 220}), kNone);
+    EXPECT_EQ(tree.Find({kNaN, 95}), kNone);
+    EXPECT_FALSE(tree.Insert(kNone, Rectangle(0, 0, 1, 1)));
+    EXPECT_EQ(tree.Find({0.5, 0.5}), kNone);
+
+    EXPECT_TRUE(tree.Insert(3, Rectangle(1, 1, 2, 2))); // once more: the new points count
+    EXPECT_EQ(tree.Find({95, 95}), kNone);
+    EXPECT_EQ(tree.Find({2, 2}), 3u);
+    EXPECT_TRUE(tree.Insert(3, {}));
+    EXPECT_EQ(tree.Find({2, 2}), kNone);
+    EXPECT_TRUE(tree.Insert(5, {{0, 0}, {9, kNaN}, {9, 9}, {0, 0}}));
+    EXPECT_EQ(tree.Find({0, 0}), kNone);
+}
+
+TEST(QuadTree2D, TakesEveryBox)
+{
+    constexpr double kHuge = 1.5e308;
+    for (const Geom::Extents2D& box : {Geom::Extents2D{5, 5, 5, 5},
+                                       {-kHuge, kHuge, -kHuge, kHuge},
+                                       {0, 1e-310, 0, 10},
+                                       {0, 1e15, 5, 5}})
+    {
+        QuadTree2D tree = Tree(box, 1);
+        for (std::uint32_t i = 0; i < 50; ++i)
+            tree.Insert(i, Rectangle(0, i / 10.0, 10, 0.1));
+        EXPECT_NE(tree.Find({box.minX > 0 ? 5 : 0.0, 5}), kNone) << box.maxX;
+    }
+    EXPECT_EQ(QuadTree2D().Find({0, 0}), kNone);
+    EXPECT_EQ(Tree({0, kNaN, 0, 1}).Find({0, 0}), kNone);
+}
+
+TEST(QuadTree2D, StaysShallowForClustersAndSmallForCoincidentItems)
+{
+    QuadTree2D cluster = Tree({0, 1e6, 0, 1e6});
+    for (std::uint32_t i = 0; i < 10000; ++i)
+        cluster.Insert(i, Rectangle(777777 + i % 100 * 0.01, 333333 + i / 100 * 0.01, 0.01, 0.01));
+    EXPECT_EQ(cluster.Find({777777.005, 333333.005}), 0u);
+    EXPECT_LE(cluster.Depth(), 29u); // 1e6 over 0.01 is 27 halvings
+    EXPECT_LT(cluster.NumNodes(), 10000u);
+
+    QuadTree2D heap = Tree(kBox), points = Tree(kBox);
+    for (std::uint32_t i = 0; i < 20000; ++i)
+    {
+        heap.Insert(i, Rectangle(10, 10, 80, 80));
+        points.Insert(i, {{50.01, 50.01}, {50.01, 50.01}});
+    }
+    EXPECT_LT(heap.NumNodes(), 10u);
+    EXPECT_LT(points.NumNodes(), 130u);
+    Ids ids;
+    EXPECT_TRUE(heap.FindAll(ids, {50, 50}));
+    EXPECT_EQ(ids.size(), 20000u);
+    EXPECT_EQ(points.Find({50.01, 50.01}), 0u);
+}
+
+TEST(QuadTree2D, DoesNotSplitWhereThatSeparatesNothing)
+{
+    QuadTree2D strips = Tree(kBox), fan = Tree(kBox, 2);
+    for (std::uint32_t i = 0; i < 50; ++i)
+    {
+        strips.Insert(i, Rectangle(0, 33.3, 100, 1e-3));
+        const Point2D from = Geom::CalcPtFromAngle2D({30, 30}, i * 0.1, 9);
+        const Point2D to = Geom::CalcPtFromAngle2D({30, 30}, i * 0.1 + 0.1, 9);
+        fan.Insert(i, {{30, 30}, from, to, {30, 30}});
+    }
+    EXPECT_LT(strips.NumNodes(), 10u);
+    EXPECT_LT(fan.NumNodes(), 500u);
+    EXPECT_EQ(strips.Find({50, 33.3005}), 0u);
+    EXPECT_EQ(fan.Find(Geom::CalcPtFromAngle2D({30, 30}, 2.05, 8)), 20u);
+}
+
+TEST(QuadTree2D, HandlesAreCopiedAndMovedWhole)
+{
+    QuadTree2D tree = Tree(kBox), other = Tree(kBox);
+    tree.Insert(1, Rectangle(0, 0, 10, 10));
+    other = tree;
+    other.Insert(1, Rectangle(50, 50, 10, 10));
+    EXPECT_EQ(tree.Find({5, 5}), 1u);
+    EXPECT_EQ(other.Find({5, 5}), kNone);
+    const QuadTree2D& same = tree;
+    tree = same;
+    EXPECT_EQ(tree.Find({5, 5}), 1u);
+    QuadTree2D taken = std::move(tree);
+    EXPECT_EQ(taken.Find({5, 5}), 1u);
+    tree.Initialize(kBox, 10, kPrecision, 0);
+    EXPECT_TRUE(tree.Insert(2, Rectangle(0, 0, 1, 1)));
+    tree = std::move(taken);
+    EXPECT_EQ(tree.Find({5, 5}), 1u);
+}
+} // namespace
