@@ -1,0 +1,59 @@
+/// @file
+/// Single files and folders: what they are, making, copying, renaming them.
+///
+/// Functions return 0 or the system's error number. A path is not empty and holds no zero: who
+/// calls has seen to that.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace platform
+{
+
+/// What the system knows of a file. Times are in 100 ns since 1601 in UTC, 0 when not known.
+struct FileInfo
+{
+    bool folder = false;
+    bool regular = false; ///< bytes on a disk; not a folder, a pipe, a device
+    bool link = false;
+    bool readOnly = false; ///< the attribute, or no permission to write for anyone
+    std::uint64_t size = 0;
+    std::uint64_t created = 0, accessed = 0, written = 0;
+};
+
+/// The kinds of failure that callers tell apart.
+enum class FileFault
+{
+    other,
+    missing,
+    tooLong,
+    badName,
+    noProgram
+};
+
+/// The kind of error number @p error.
+FileFault FaultOf(unsigned long error);
+
+/// @param follow  whether a link stands for what it leads to
+unsigned long GetFileInfo(const std::wstring& path, FileInfo& info, bool follow = true);
+
+/// Makes one folder; its parent exists.
+unsigned long MakeFolder(const std::wstring& path);
+
+/// Sets or takes away the read-only attribute: every permission to write, or the owner's.
+unsigned long SetReadOnlyAttribute(const std::wstring& path, bool readOnly);
+
+/// Copies the file @p from over @p to: bytes, permissions or attributes, time of the last write.
+/// The new file appears whole under its name, or not at all. A read-only target is not replaced
+/// (@p readOnlyTarget tells), nor the file by itself.
+unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& readOnlyTarget);
+
+/// Gives a file or folder a new name that nothing has yet; a file also on another disk.
+unsigned long MoveWhole(const std::wstring& from, const std::wstring& to);
+
+/// Makes an empty file with a name of its own in @p folder, which only this user may open.
+unsigned long MakeTemporaryFile(const std::wstring& folder, const std::wstring& prefix,
+                                std::wstring& path);
+
+} // namespace platform

@@ -1,0 +1,41 @@
+/// @file
+/// A file that is read.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace platform
+{
+
+/// A regular file open for reading; positions have 64 bits. Threads: one at a time.
+class InputFile
+{
+public:
+    InputFile() = default;
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /// Opens @p path without waiting: what is no regular file is refused.
+    /// @param shared  whether other processes may write meanwhile, where the system would keep them
+    ///                from it
+    /// @returns 0, or the system's error number
+    unsigned long Open(const std::wstring& path, bool shared);
+
+    /// Reads up to @p size bytes; fewer only at the end of the file.
+    /// @returns 0, or the system's error number; @p got counts what came before
+    unsigned long Read(void* buffer, std::size_t size, std::size_t& got);
+    /// Sets where the next Read begins; behind the end it gets nothing.
+    void Seek(std::uint64_t position) { position_ = position; }
+    std::uint64_t Position() const { return position_; }
+    /// Bytes in the file now.
+    unsigned long Size(std::uint64_t& size) const;
+
+private:
+    std::intptr_t handle_ = -1;
+    std::uint64_t position_ = 0;
+};
+
+} // namespace platform

@@ -1,0 +1,73 @@
+#include "platform/platform_file.h"
+#include "platform/windows/windows_file_impl.h"
+#include "platform/windows/windows_path_impl.h"
+
+namespace platform
+{
+using windows::Handle;
+using windows::ToSystemPath;
+
+namespace
+{
+bool SameFile(const std::wstring& a, const std::wstring& b)
+{
+    const Handle first = windows::OpenToAsk(a), second = windows::OpenToAsk(b);
+    BY_HANDLE_FILE_INFORMATION one, other;
+    return first.IsOpen() && second.IsOpen() && ::GetFileInformationByHandle(first.Get(), &one) &&
+           ::GetFileInformationByHandle(second.Get(), &other) &&
+           one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
+           one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
+}
+} // namespace
+
+unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& readOnlyTarget)
+{
+    readOnlyTarget = false;
+    FileInfo target;
+    if (GetFileInfo(to, target) == 0)
+    {
+        if (SameFile(from, to))
+            return ERROR_SHARING_VIOLATION;
+        readOnlyTarget = !target.folder && target.readOnly;
+        if (target.folder || readOnlyTarget)
+            return ERROR_ACCESS_DENIED;
+    }
+    // Under a name of its own first, so that a full disk leaves the old file.
+    const std::wstring name = ToSystemPath(to);
+    const std::wstring draft = ToSystemPath(to.substr(0, to.find_last_of(L"\\/:") + 1) + L"~kvi" +
+                                            windows::RandomName() + L".tmp");
+    unsigned long error = 0;
+    if (!::CopyFileW(ToSystemPath(from).c_str(), draft.c_str(), TRUE) ||
+        !::MoveFileExW(draft.c_str(), name.c_str(), MOVEFILE_REPLACE_EXISTING))
+        error = ::GetLastError();
+    if (error != 0 && error != ERROR_FILE_EXISTS)
+    {
+        ::SetFileAttributesW(draft.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only one would stay
+        ::DeleteFileW(draft.c_str());
+    }
+    return error;
+}
+
+unsigned long MoveWhole(const std::wstring& from, const std::wstring& to)
+{
+    const std::wstring source = ToSystemPath(from), target = ToSystemPath(to);
+    if (::MoveFileExW(source.c_str(), target.c_str(), 0))
+        return 0;
+    const unsigned long error = ::GetLastError();
+    FileInfo info;
+    if (error != ERROR_NOT_SAME_DEVICE || GetFileInfo(from, info, false) != 0 || info.folder)
+        return error;
+    bool readOnlyTarget = false;
+    if (GetFileInfo(to, info, false) == 0)
+        return ERROR_ALREADY_EXISTS;
+    if (const unsigned long failed = CopyWhole(from, to, readOnlyTarget); failed != 0)
+        return failed;
+    if (::DeleteFileW(source.c_str()))
+        return 0;
+    const unsigned long kept = ::GetLastError();
+    ::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only one would stay
+    ::DeleteFileW(target.c_str());
+    return kept;
+}
+
+} // namespace platform

@@ -1,0 +1,284 @@
+#include "fault/posix/tests_fault_posix.h"
+#include "foundation/KviError.h"
+#include "sys/sys_file.h"
+#include "sys/sys_file_InputStream.h"
+
+#include <atomic>
+#include <cerrno>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace sys::file;
+using fault_test::InChild;
+using sys_test::Count;
+using sys_test::Read;
+using sys_test::Write;
+using FileFaults = sys_test::FolderTest;
+
+namespace
+{
+/// A small disk of memory; only root may have one.
+class SmallDisk
+{
+public:
+    explicit SmallDisk(const fs::path& at) : at_(at)
+    {
+        fs::create_directory(at);
+        mounted_ = ::mount("tmpfs", at.c_str(), "tmpfs", 0, "size=64k") == 0;
+    }
+    ~SmallDisk()
+    {
+        if (mounted_)
+            ::umount2(at_.c_str(), MNT_DETACH);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    bool IsThere() const { return mounted_; }
+
+private:
+    fs::path at_;
+    bool mounted_;
+};
+} // namespace
+
+TEST_F(FileFaults, ADiskThatFillsLeavesSourceAndTarget)
+{
+    const SmallDisk disk(folder / "disk");
+    if (!disk.IsThere())
+        GTEST_SKIP() << "only root may mount a small disk";
+    Write(folder / "large", std::string(200000, 'x'));
+    Write(folder / "disk" / "old", "old");
+    EXPECT_FALSE(Copy(In("large"), In("disk/old")).ok());
+    EXPECT_FALSE(Copy(In("large"), In("disk/new")).ok());
+    EXPECT_FALSE(Rename(In("large"), In("disk/new")).ok());
+    EXPECT_EQ(Read(folder / "disk" / "old"), "old");
+    EXPECT_EQ(Count(folder / "disk"), 1);
+    EXPECT_EQ(FileSize(In("large")), 200000u);
+}
+
+TEST_F(FileFaults, RenamingToAnotherDiskMovesAFileWhole)
+{
+    const SmallDisk disk(folder / "disk");
+    if (!disk.IsThere())
+        GTEST_SKIP() << "only root may mount a small disk";
+    Write(folder / "a", "bytes");
+    ASSERT_EQ(::chmod((folder / "a").c_str(), 0640), 0);
+    const auto written = fs::last_write_time(folder / "a") - std::chrono::hours(5);
+    fs::last_write_time(folder / "a", written);
+    Write(folder / "disk" / "taken", "taken");
+    EXPECT_FALSE(Rename(In("a"), In("disk/taken")).ok());
+    EXPECT_EQ(Read(folder / "disk" / "taken"), "taken");
+    ASSERT_TRUE(Rename(In("a"), In("disk/a")).ok());
+    EXPECT_FALSE(Exists(In("a")));
+    EXPECT_EQ(Read(folder / "disk" / "a"), "bytes");
+    EXPECT_EQ(fs::last_write_time(folder / "disk" / "a"), written);
+    EXPECT_EQ(fs::status(folder / "disk" / "a").permissions(), fs::perms(0640));
+    fs::create_directory(folder / "dir"); // a folder stays on its disk, as on Windows
+    EXPECT_FALSE(Rename(In("dir"), In("disk/dir")).ok());
+    EXPECT_EQ(Count(folder / "disk"), 2);
+}
+
+TEST_F(FileFaults, AFileThatMayNotGrowIsNotCopiedInPart)
+{
+    Write(folder / "large", std::string(100000, 'x'));
+    Write(folder / "to", "old");
+    EXPECT_EQ(InChild([&] {
+                  const rlimit limit{4096, 4096};
+                  ::signal(SIGXFSZ, SIG_IGN);
+                  return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                         !Copy(In("large"), In("to")).ok();
+              }),
+              0);
+    EXPECT_EQ(Read(folder / "to"), "old");
+    EXPECT_EQ(Count(folder), 2);
+}
+
+TEST_F(FileFaults, CopyGoesThroughALinkToItsFileAndNotOntoItself)
+{
+    Write(folder / "a", "a");
+    Write(folder / "b", "b");
+    fs::create_symlink("a", folder / "toA");
+    fs::create_hard_link(folder / "a", folder / "alsoA");
+    EXPECT_FALSE(Copy(In("a"), In("toA")).ok());
+    EXPECT_FALSE(Copy(In("a"), In("alsoA")).ok());
+    EXPECT_EQ(Read(folder / "a"), "a");
+    ASSERT_TRUE(Copy(In("b"), In("toA")).ok());
+    EXPECT_TRUE(fs::is_symlink(folder / "toA"));
+    EXPECT_EQ(Read(folder / "a"), "b");
+}
+
+TEST_F(FileFaults, DeletingTakesLinksAndNotWhatTheyLeadTo)
+{
+    fs::create_directories(folder / "outside");
+    Write(folder / "outside" / "precious", "");
+    fs::create_directories(folder / "tree" / "sub");
+    fs::create_symlink(folder / "outside", folder / "tree" / "sub" / "out");
+    fs::create_symlink(folder / "tree", folder / "tree" / "sub" / "round");
+    fs::create_symlink("loop", folder / "tree" / "loop");
+    fs::create_symlink(folder / "outside", folder / "link");
+    EXPECT_FALSE(DeleteFiles(In("link"), 1).ok());
+    EXPECT_TRUE(DeleteDirectory(In("tree"), 1).ok());
+    EXPECT_TRUE(DeleteDirectory(In("link"), 1).ok());
+    EXPECT_EQ(Count(folder), 1);
+    EXPECT_TRUE(Exists(In("outside/precious")));
+}
+
+TEST_F(FileFaults, AFolderSwappedForALinkMeanwhileLeadsNowhere)
+{
+    fs::create_directories(folder / "outside");
+    Write(folder / "outside" / "precious", "");
+    fs::create_directories(folder / "real");
+    std::atomic<bool> done{false};
+    // tree/sub is now a folder, now a link to the outside.
+    std::thread swapper([&] {
+        const fs::path sub = folder / "tree" / "sub", link = folder / "link";
+        while (!done)
+        {
+            std::error_code ignored;
+            fs::create_directories(sub, ignored);
+            fs::create_directory_symlink(folder / "outside", link, ignored);
+            ::renameat2(AT_FDCWD, sub.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE);
+        }
+    });
+    for (int i = 0; i < 2000; ++i)
+        (void)DeleteDirectory(In("tree"), 1); // may fail: the folder comes back
+    done = true;
+    swapper.join();
+    EXPECT_TRUE(Exists(In("outside/precious")));
+}
+
+TEST_F(FileFaults, DeepTreesNeedFewDescriptors)
+{
+    fs::path at = folder / "tree";
+    for (int i = 0; i < 100; ++i)
+        at /= "d";
+    fs::create_directories(at);
+    Write(at / "file", "");
+    EXPECT_EQ(InChild([&] {
+                  const rlimit limit{16, 16};
+                  return ::setrlimit(RLIMIT_NOFILE, &limit) == 0 &&
+                         DeleteDirectory(In("tree"), 1).ok();
+              }),
+              0);
+    EXPECT_FALSE(fs::exists(folder / "tree"));
+}
+
+TEST_F(FileFaults, WithoutDescriptorsNothingHappensAndTheReasonIsTold)
+{
+    Write(folder / "a", "a");
+    EXPECT_EQ(InChild([&] {
+                  const rlimit limit{3, 3};
+                  ::setrlimit(RLIMIT_NOFILE, &limit);
+                  const std::wstring reason = L"Too many open files";
+                  const auto tells = [&](const gtl::status& status, int argument) {
+                      return !status.ok() && status.details()->argument(argument) == reason;
+                  };
+                  return tells(Copy(In("a"), In("b")), 3) && tells(DeleteFiles(In(""), 0), 2) &&
+                         tells(MakeFileInputStream(In("a"))->State(), 2) &&
+                         !Finder(Finder::FilterNone()).FindFile(In("*")) &&
+                         ReadTextFile(In("a")).empty() && Rename(In("a"), In("c")).ok();
+              }),
+              0);
+    EXPECT_EQ(Read(folder / "c"), "a");
+    EXPECT_EQ(Count(folder), 1);
+}
+
+TEST_F(FileFaults, WhatTheUserMayNotDoIsRefusedWithAReason)
+{
+    fs::create_directory(folder / "closed");
+    Write(folder / "closed" / "a", "a");
+    Write(folder / "secret", "s");
+    ASSERT_EQ(::chmod((folder / "secret").c_str(), 0), 0);
+    ASSERT_EQ(::chmod((folder / "closed").c_str(), 0555), 0);
+    const int result = InChild([&] {
+        fault_test::BecomeOrdinary();
+        const auto denied = [](const gtl::status& status, int argument) {
+            return !status.ok() && status.details()->argument(argument) == L"Permission denied";
+        };
+        return denied(Copy(In("closed/a"), In("closed/b")), 3) && //
+               denied(Rename(In("closed/a"), In("closed/b")), 3) &&
+               denied(DeleteDirectory(In("closed"), 1), 2) &&
+               denied(CreateDirectory(In("closed/b/c")), 2) &&
+               denied(MakeFileInputStream(In("secret"))->State(), 2) && FileSize(In("secret")) == 1;
+    });
+    ::chmod((folder / "closed").c_str(), 0755);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(Read(folder / "closed" / "a"), "a");
+}
+
+TEST_F(FileFaults, NothingWaitsForAPipe)
+{
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(ReadTextFile(In("pipe")), L"");
+    EXPECT_EQ(ReadTextFile(L"\\dev\\zero"), L"");
+    EXPECT_FALSE(Copy(In("pipe"), In("b")).ok());
+    EXPECT_FALSE(MakeFileInputStream(In("pipe"))->State().ok());
+    EXPECT_NE(ReadTextFile(L"\\proc\\self\\status"), L""); // a file without a size
+}
+
+TEST_F(FileFaults, EveryNameComesBackFromASearch)
+{
+    const std::string names[] = {"a\\b", "\xFF\xFE",         "\xC3", "\xED\xA0\x80", "\xE2\x82\xAC",
+                                 "a:b ", "\xF0\x9F\x98\x80", "\\"};
+    for (const std::string& name : names)
+        Write((folder / "").native() + name, name);
+    int found = 0;
+    Finder finder{Finder::FilterNone()};
+    for (bool more = finder.FindFile(In("*")); more; more = finder.FindNextFile(), ++found)
+    {
+        const std::wstring path = finder.Current().Path();
+        EXPECT_TRUE(Exists(path));
+        EXPECT_TRUE(Rename(path, path + L".moved").ok());
+    }
+    EXPECT_EQ(found, std::ssize(names));
+    for (const std::string& name : names)
+        EXPECT_EQ(Read((folder / "").native() + name + ".moved"), name);
+    EXPECT_TRUE(DeleteFiles(In(""), 0).ok());
+    EXPECT_EQ(Count(folder), 0);
+}
+
+TEST_F(FileFaults, TemporaryFilesArePrivate)
+{
+    std::wstring path;
+    ASSERT_TRUE(GetTempFilename(path).ok());
+    EXPECT_EQ(fs::status(sys_test::Native(path)).permissions(), fs::perms(0600));
+    fs::remove(sys_test::Native(path));
+    ::setenv("TMPDIR", (folder / "none").c_str(), 1); // one thread runs
+    const gtl::status missing = GetTempFilename(path);
+    ::unsetenv("TMPDIR");
+    EXPECT_EQ(missing, KviError::File::get_temp_path(L"No such file or directory"));
+}
+
+TEST_F(FileFaults, OpeningPassesThePathAsOneArgument)
+{
+    // An opener of ours, in front of the desktop's.
+    const fs::path said = folder / "said";
+    Write(folder / "xdg-open", "#!/bin/sh\nprintf '%s|' \"$@\" > " + said.native() + "\n");
+    ASSERT_EQ(::chmod((folder / "xdg-open").c_str(), 0700), 0);
+    const std::string name = "$(touch x); 'a' \"b\" -c `id`";
+    Write(folder / name, "");
+    const std::string before = std::getenv("PATH");
+    ::setenv("PATH", (folder.native() + ":" + before).c_str(), 1); // one thread runs
+    EXPECT_TRUE(ShellOpen(SplitPath(In(name)), nullptr).ok());
+    Write(folder / "xdg-open", "#!/bin/sh\nexit 3\n");
+    const gtl::status refused = ShellOpen(SplitPath(In(name)), nullptr);
+    ::setenv("PATH", folder.c_str(), 1);
+    fs::remove(folder / "xdg-open");
+    const gtl::status noOpener = ShellOpen(SplitPath(In(name)), nullptr);
+    ::setenv("PATH", before.c_str(), 1);
+    EXPECT_EQ(Read(said), (folder / name).native() + "|");
+    const gtl::status like = KviError::File::shell_missing_association(In(name), L"");
+    for (const gtl::status& status : {refused, noOpener})
+    {
+        ASSERT_FALSE(status.ok());
+        EXPECT_EQ(status.details()->message_template(), like.details()->message_template());
+        EXPECT_EQ(status.details()->argument(1), In(name));
+    }
+}
