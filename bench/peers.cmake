@@ -32,3 +32,7 @@ kvi_bench(fn LIBS kvi_eigen)
 # The peers at their best on this machine; KVI itself is the portable build.
 set_source_files_properties(fn/FredXing_fast_peers.cpp PROPERTIES COMPILE_OPTIONS "-Ofast;-march=native")
 set_source_files_properties(fn/FredXing_eigen_peer.cpp PROPERTIES COMPILE_OPTIONS "-O3;-march=native;-ffp-contract=fast;-Wno-maybe-uninitialized")
+
+find_package(OpenMP REQUIRED COMPONENTS CXX)
+find_package(TBB REQUIRED)
+kvi_bench(sys LIBS TBB::tbb OpenMP::OpenMP_CXX)

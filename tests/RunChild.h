@@ -12,16 +12,20 @@
 namespace child
 {
 
+inline bool IsWindows() { return App::Instance().ProgramPath()[2] == L'\\'; }
+
 /// Waits for `suite.DISABLED_role` with @p number (below 99999) for its Number().
+/// @param prefix  stands in front of the command
 /// @returns whether it passed
-inline bool Run(const std::string& suite, const std::string& role, int number = 0)
+inline bool Run(const std::string& suite, const std::string& role, int number = 0,
+                const std::string& prefix = "")
 {
-    const bool windows = L'\\' == App::Instance().ProgramPath()[2];
     const std::string command =
+        prefix +
         str::sprintf("\"%s\" --gtest_also_run_disabled_tests --gtest_filter=%s.DISABLED_%s "
                      "--gtest_random_seed=%d --gtest_brief=1",
                      App::Instance().ProgramPath(), suite, role, number);
-    return std::system((windows ? '"' + command + '"' : command).c_str()) == 0;
+    return std::system((IsWindows() ? '"' + command + '"' : command).c_str()) == 0;
 }
 
 /// What the parent gave this process.

@@ -1,0 +1,166 @@
+#include "sys/sys_thread_Signal.h"
+#include "sys/sys_thread_affinity.h"
+#include "sys/sys_thread_task.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+using namespace sys::thread;
+using namespace std::chrono_literals;
+using task::Range;
+
+namespace
+{
+
+TEST(range, CountsRunsWithoutTheStep)
+{
+    struct Row
+    {
+        Range range;
+        std::uint64_t runs;
+        bool valid;
+    };
+    const Row rows[] = {
+        {{5, 5, 1}, 1, true},
+        {{0, 9, 10}, 10, true},
+        {{0, 9, 11}, 10, false},
+        {{6, 5, 1}, 0, false},
+        {{0, 0xffffffff, 7}, 0x100000000, true},
+    };
+    for (const auto& [range, runs, valid] : rows)
+    {
+        EXPECT_EQ(task::range::TotalRuns(range), runs) << range.first;
+        EXPECT_EQ(task::range::IsValid(range), valid) << range.first;
+    }
+}
+
+TEST(pool, HasAtLeastOneWorker)
+{
+    EXPECT_GE(task::pool::TotalSystemWorkers(), 1u);
+    EXPECT_GE(task::pool::LocalThreads(), 1u);
+    task::pool::SetLocalThreads(50);
+    task::pool::BookkeepLocalThreads();
+    task::pool::Rebalance();
+    EXPECT_EQ(task::pool::Workers(), task::pool::LocalThreads());
+}
+
+/// Marks the numbers it is called for; waits at the begin of each part, throws at one number.
+struct Marks : task::ITask
+{
+    explicit Marks(std::size_t size) : marks(size) {}
+
+    void Run(const Range& part) override
+    {
+        if (gate != nullptr)
+            gate->Wait();
+        parents = affinity::ParentId();
+        for (std::uint64_t i = part.first; i <= part.last; i += part.step)
+        {
+            ++marks.at(std::size_t(i));
+            if (i == bad)
+                throw std::out_of_range("bad");
+        }
+    }
+    int Sum() const
+    {
+        int sum = 0;
+        for (const auto& mark : marks)
+            sum += mark;
+        return sum;
+    }
+
+    std::vector<std::atomic<int>> marks;
+    std::atomic<unsigned> parents{0};
+    std::uint64_t bad = ~0ull;
+    Signal* gate = nullptr;
+};
+
+TEST(job, RunsItsRangeOnceEachTime)
+{
+    const auto marks = std::make_shared<Marks>(1000);
+    task::job::Handle job = task::job::Create(marks, {1, 999, 2}, 3);
+    task::job::Run(job);
+    EXPECT_EQ(marks->Sum(), 500);
+    task::job::SetRange(job, {0, 999, 2});
+    task::job::Run(job);
+    EXPECT_EQ(marks->Sum(), 1000);
+    EXPECT_TRUE(
+        std::all_of(marks->marks.begin(), marks->marks.end(), [](auto& m) { return m == 1; }));
+    task::job::SetRange(job, {9, 3, 1});
+    task::job::Run(job);
+    task::job::RunAsync(job);
+    task::job::Wait(job);
+    EXPECT_EQ(marks->Sum(), 1000);
+    task::job::Release(job);
+    EXPECT_EQ(job, nullptr);
+    task::Run(marks, {0, 9, 1}, 0);
+    EXPECT_EQ(marks->Sum(), 1010);
+    EXPECT_EQ(marks.use_count(), 1);
+}
+
+TEST(job, RunsInThePoolWhileItsCallerGoesOn)
+{
+    for (const unsigned workers : {1u, 3u})
+    {
+        Signal gate(Signal::manualReset);
+        const auto marks = std::make_shared<Marks>(5000);
+        marks->gate = &gate;
+        affinity::SetPrimaryId(1);
+        const unsigned me = affinity::CurrentId();
+        const auto job = task::job::Create(marks, {0, 4999, 1}, workers);
+        task::job::Wait(job); // not begun
+        task::job::RunAsync(job);
+        std::this_thread::sleep_for(10ms);
+        EXPECT_EQ(marks->Sum(), 0) << "the parts wait at the gate";
+        gate.Set();
+        while (marks->Sum() == 0) // by somebody else
+            std::this_thread::sleep_for(1ms);
+        EXPECT_EQ(marks->parents, me);
+        task::job::Wait(job);
+        EXPECT_EQ(marks->Sum(), 5000);
+        affinity::SetPrimaryId(0);
+    }
+}
+
+TEST(job, GoesOnWhenReleased)
+{
+    Signal gate(Signal::manualReset);
+    const auto marks = std::make_shared<Marks>(100);
+    marks->gate = &gate;
+    auto job = task::job::Create(marks, {0, 99, 1}, 2);
+    task::job::RunAsync(job);
+    task::job::Release(job);
+    gate.Set();
+    while (marks.use_count() > 1)
+        std::this_thread::sleep_for(1ms);
+    EXPECT_EQ(marks->Sum(), 100);
+}
+
+TEST(job, PassesAnExceptionOn)
+{
+    const auto marks = std::make_shared<Marks>(100'000);
+    marks->bad = 40;
+    const auto job = task::job::Create(marks, {0, 99'999, 1}, 2);
+    EXPECT_THROW(task::job::Run(job), std::out_of_range);
+    task::job::RunAsync(job);
+    EXPECT_THROW(task::job::Wait(job), std::out_of_range);
+}
+
+TEST(job, IsDoneByWaitWhereThePoolHasNoThread)
+{
+    task::Finalize();
+    const auto marks = std::make_shared<Marks>(100);
+    const auto job = task::job::Create(marks, {0, 99, 1}, 2);
+    task::job::RunAsync(job);
+    EXPECT_EQ(marks->Sum(), 0);
+    task::job::Wait(job);
+    EXPECT_EQ(marks->Sum(), 100);
+    task::Initialize();
+}
+
+} // namespace
