@@ -26,7 +26,7 @@ long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations, int count)
 {
     State& s = *state_;
     s.refusal = s.last =
-        BuildPattern(equations ? *equations : tagMultiVectorInt(), count, s.pattern);
+        BuildPattern(equations ? *equations : tagMultiVectorInt(), count, s.pattern, s.threads);
     s.Tell(s.refusal);
     s.fault = {};
     const std::size_t n = std::size_t(s.pattern.n);
@@ -182,9 +182,7 @@ long ISysEqnImpl::GetReactionVector(tagVectorDbl* out) const
 {
     const State& s = *state_;
     out->values.resize(s.x.size());
-    Product(s.Matrix(), s.x.data(), out->values.data(), s.threads);
-    for (std::size_t i = 0; i < s.b.size(); ++i)
-        out->values[i] -= s.b[i];
+    Reaction(s.Matrix(), s.b.data(), s.x.data(), out->values.data(), s.threads);
     return 0;
 }
 

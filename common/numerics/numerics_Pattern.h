@@ -26,6 +26,10 @@ struct Pattern
     std::vector<std::uint8_t> offsets;
     int offsetBytes = 1;
 
+    std::vector<int> firstElement; ///< of each equation: the first element that touches it, or 0
+    double span = 0;               ///< elements from the first to the last of an equation, mean
+    bool isScattered = false; ///< elements that follow each other touch rows that lie far apart
+
     int ElementSize(std::size_t element) const
     {
         return int(elements.ends[element] - ElementStart(element));
@@ -39,8 +43,10 @@ struct Pattern
 };
 
 /// Builds @p pattern for at least @p count equations, in time proportional to the entries of all
-/// element matrices. On failure the record says why, and the pattern is empty.
-SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& pattern);
+/// element matrices, on @p threads (0: all). On failure the record says why, and the pattern is
+/// empty.
+SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& pattern,
+                         int threads = 0);
 
 /// values (at the pattern's positions) += the element's matrix @p m, row-major
 void AddElement(const Pattern& pattern, std::size_t element, const double* m, double* values);

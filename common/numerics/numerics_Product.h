@@ -15,6 +15,9 @@ void Product(const MatrixView& A, const double* x, double* y, int threads = 0);
 /// r = b - A x
 void Residual(const MatrixView& A, const double* b, const double* x, double* r, int threads = 0);
 
+/// r = A x - b
+void Reaction(const MatrixView& A, const double* b, const double* x, double* r, int threads = 0);
+
 /// @name Norms; NaN anywhere in v gives NaN, no overflow before the result's own
 /// @{
 double MaxNorm(const double* v, std::size_t n);

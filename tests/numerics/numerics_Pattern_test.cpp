@@ -132,30 +132,47 @@ TEST(Pattern, RefusesWhatCannotBeStored)
     }
 }
 
-TEST(Pattern, AddsElementsToTheSameBitsOnAnyNumberOfThreads)
+/// Elements of 30 equations each, one and a half further on with each element.
+tagMultiVectorInt Chain(int count, std::mt19937& random)
 {
-    std::mt19937 random(5);
     tagMultiVectorInt elements;
-    std::vector<double> m;
-    for (int e = 0; e < 1200; ++e) // 1.08 million entries
+    for (int e = 0; e < count; ++e)
     {
         std::vector<int> list(30);
         for (int& equation : list)
-            equation = int(random() % 900);
+            equation = e * 3 / 2 + int(random() % 40);
         elements.Add(list);
-        for (int k = 0; k < 900; ++k)
-            m.push_back(1.0 / double(1 + random() % 1000));
     }
-    Pattern pattern;
-    ASSERT_EQ(BuildPattern(elements, 0, pattern).outcome, SolveOutcome::Solved);
-    std::vector<double> expected(pattern.columns.size());
-    for (std::size_t e = 0; e < elements.Count(); ++e)
-        AddElement(pattern, e, m.data() + 900 * e, expected.data());
-    for (const int threads : {0, 1, 2, 5})
+    return elements;
+}
+
+TEST(Pattern, AddsElementsToTheSameBitsOnAnyNumberOfThreads)
+{
+    std::mt19937 random(5);
+    const tagMultiVectorInt elements = Chain(1200, random); // 1.08 million entries
+    std::vector<double> m(900 * elements.Count());
+    for (double& entry : m)
+        entry = 1.0 / double(1 + random() % 1000);
+    Pattern serial;
+    ASSERT_EQ(BuildPattern(elements, 0, serial, 1).outcome, SolveOutcome::Solved);
+    // All elements, and a part of them, whose first rows others touch before.
+    for (const std::size_t first : {0, 300})
     {
-        std::vector<double> values(pattern.columns.size());
-        AddElements(pattern, 0, elements.Count(), m.data(), values.data(), threads);
-        EXPECT_EQ(values, expected) << threads;
+        std::vector<double> expected(serial.columns.size());
+        for (std::size_t e = first; e < elements.Count(); ++e)
+            AddElement(serial, e, m.data() + 900 * e, expected.data());
+        for (const int threads : {0, 1, 2, 5})
+        {
+            Pattern pattern;
+            ASSERT_EQ(BuildPattern(elements, 0, pattern, threads).outcome, SolveOutcome::Solved);
+            EXPECT_EQ(pattern.rowStart, serial.rowStart);
+            EXPECT_EQ(pattern.columns, serial.columns);
+            EXPECT_EQ(pattern.offsets, serial.offsets);
+            std::vector<double> values(pattern.columns.size());
+            AddElements(pattern, first, elements.Count() - first, m.data() + 900 * first,
+                        values.data(), threads);
+            EXPECT_EQ(values, expected) << threads;
+        }
     }
 }
 
