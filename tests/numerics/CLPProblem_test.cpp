@@ -1,0 +1,231 @@
+#include "foundation/kvidbg.h"
+#include "numerics/CLPProblem.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <lpsolve/lp_lib.h>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+/// Counts the log's records while it lives.
+class LogCount : public kvi::diag::IEventSink
+{
+public:
+    LogCount() { kvi::diag::EventSink::RegisterInstance(this); }
+    ~LogCount() override { kvi::diag::EventSink::RegisterInstance(nullptr); }
+    void Flush() override {}
+    void OutputPath(const std::wstring&) override {}
+    void Assertion(const char*, const char*, int) override {}
+    void Buffered(bool) override {}
+    unsigned long long Lost() const override { return 0; }
+    void Event(int, const std::wstring&) override {}
+    void Log(const kvi::diag::LogRecord&, const std::wstring&) override { ++count_; }
+    /// Records since the last call.
+    int Take() { return std::exchange(count_, 0); }
+
+private:
+    int count_ = 0;
+};
+
+struct Programme
+{
+    std::string name;
+    unsigned variables;
+    CLPObjFunc objective;
+    std::vector<CLPConstraint> constraints;
+    std::vector<unsigned> integers;
+};
+
+/// From each of the sources to each of the sinks at random cost; supplies and demands balance.
+Programme Transport(unsigned sources, unsigned sinks, int kind, double supply)
+{
+    std::mt19937 random(sources + 31 * sinks);
+    Programme p{"transport", sources * sinks, {}, {}, {}};
+    for (unsigned v = 0; v < p.variables; ++v)
+        p.objective.terms.push_back({double(1 + random() % 50), v});
+    for (unsigned i = 0; i < sources; ++i)
+    {
+        CLPConstraint& row = p.constraints.emplace_back(CLPConstraint{{}, kind, supply * sinks});
+        for (unsigned k = 0; k < sinks; ++k)
+            row.terms.push_back({1, i * sinks + k});
+    }
+    for (unsigned k = 0; k < sinks; ++k)
+    {
+        CLPConstraint& row =
+            p.constraints.emplace_back(CLPConstraint{{}, kind == 0 ? 1 : kind, supply * sources});
+        for (unsigned i = sources; i-- > 0;) // not in the order of the columns
+            row.terms.push_back({1, i * sinks + k});
+    }
+    return p;
+}
+
+std::vector<Programme> Programmes()
+{
+    return {
+        Transport(6, 8, 0, 3),
+        Transport(7, 7, 2, 1 / 7.0), // the second: an assignment
+        {"knapsack",
+         5,
+         {true, {{12, 0}, {2, 1}, {1, 2}, {1, 3}, {4, 4}}},
+         {{{{12, 0}, {2, 1}, {1, 2}, {1, 3}, {4, 4}}, 0, 17.5}, {{{1, 2}, {1, 3}}, 0, 2.5}},
+         {0, 1, 2, 3, 4}},
+        {"degenerate, circling with the textbook's pivots",
+         4,
+         {false, {{-0.75, 0}, {150, 1}, {-0.02, 2}, {6, 3}}},
+         {{{{0.25, 0}, {-60, 1}, {-0.04, 2}, {9, 3}}, 0, 0},
+          {{{0.5, 0}, {-90, 1}, {-0.02, 2}, {3, 3}}, 0, 0},
+          {{{1, 2}}, 0, 1}},
+         {}},
+        {"infeasible", 1, {false, {{1, 0}}}, {{{{1, 0}}, 0, 1}, {{{1, 0}}, 1, 2}}, {}},
+        {"infeasible for integers", 1, {}, {{{{2, 0}}, 2, 3}}, {0}},
+        {"unbounded", 1, {true, {{1, 0}}}, {{{{1, 0}}, 1, 1}}, {}},
+        {"impossible without terms", 2, {}, {{{{1, 0}}, 0, 1}, {{}, 1, 1}}, {}},
+        {"no constraints", 2, {false, {{1, 0}}}, {}, {}},
+    };
+}
+
+/// lp_solve called by itself, dense row by dense row: the result, then the variables.
+std::vector<double> SolvedDirectly(const Programme& p)
+{
+    lprec* lp = make_lp(0, int(p.variables));
+    set_verbose(lp, NEUTRAL);
+    std::vector<double> row;
+    const auto fill = [&](const std::vector<CLPTerm>& terms) {
+        row.assign(p.variables + 1, 0);
+        for (const CLPTerm& term : terms)
+            row[term.variable + 1] = term.coefficient;
+        return row.data();
+    };
+    set_obj_fn(lp, fill(p.objective.terms));
+    set_sense(lp, p.objective.maximise);
+    for (const CLPConstraint& c : p.constraints)
+        add_constraint(lp, fill(c.terms), c.kind == 0 ? LE : c.kind == 1 ? GE : EQ, c.rhs);
+    for (const unsigned i : p.integers)
+        set_int(lp, int(i) + 1, TRUE);
+    std::vector<double> all{double(solve(lp))};
+    double* best = nullptr;
+    get_ptr_variables(lp, &best);
+    all.insert(all.end(), best, best + p.variables);
+    delete_lp(lp);
+    return all;
+}
+
+TEST(CLPProblem, GivesWhatLpSolveGivesAndPrintsNothing)
+{
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    for (const Programme& p : Programmes())
+    {
+        SCOPED_TRACE(p.name);
+        const std::vector<double> expected = SolvedDirectly(p);
+        const CountedObjPtr<CLPProblem> problem = CLPProblem::create(p.variables);
+        problem->objFunc(p.objective);
+        problem->add(p.constraints);
+        for (const unsigned i : p.integers)
+            problem->intVar(i, true);
+        problem->solve();
+        const double status[] = {1, -1, 2, 3};
+        EXPECT_EQ(double(problem->Status()), status[int(expected[0])]);
+        EXPECT_EQ(problem->IsOptimal(), expected[0] == 0);
+        EXPECT_EQ(problem->numCons(), p.constraints.size());
+        for (unsigned i = 0; i < p.variables && problem->IsOptimal(); ++i)
+            EXPECT_EQ(problem->var(i), expected[i + 1]) << i;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(CLPProblem, GrowsAndChangesBetweenSolves)
+{
+    LogCount log;
+    const CountedObjPtr<CLPProblem> problem = CLPProblem::create(3);
+    const auto expect = [&](double x, double y) {
+        problem->solve();
+        EXPECT_TRUE(problem->IsOptimal());
+        EXPECT_NEAR(problem->var(0), x, 1e-12);
+        EXPECT_NEAR(problem->var(1), y, 1e-12);
+    };
+    // A variable named again: the last coefficient counts, wherever its first one stood.
+    problem->objFunc({false, {{5, 1}, {9, 0}, {1, 1}, {2, 0}}});
+    problem->add({{{7, 0}, {1, 1}, {1, 0}}, 1, 2});
+    expect(0, 2);
+    problem->add({{{1, 1}}, 0, 0.5}); // after a solve
+    expect(1.5, 0.5);
+    problem->intVar(0, true);
+    expect(2, 0);
+    problem->intVar(0, false);
+    problem->objFunc({true, {{-1, 0}, {-3, 1}}}); // the old terms are gone, the direction turned
+    expect(2, 0);
+    EXPECT_EQ(log.Take(), 0);
+}
+
+TEST(CLPProblem, RefusesWhatCannotBelongToIt)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = HUGE_VAL;
+    LogCount log;
+    const CountedObjPtr<CLPProblem> problem = CLPProblem::create(2);
+    problem->objFunc({false, {{1, 0}, {1, 1}}});
+    problem->add({{{1, 0}, {1, 1}}, 1, 2});
+    for (const std::vector<CLPTerm>& terms :
+         {std::vector<CLPTerm>{{1, 0}, {nan, 1}}, {{inf, 0}}, {{1, 2}}, {{1, ~0u}, {2, 0}}})
+    {
+        problem->objFunc({true, terms});
+        problem->add({terms, 0, 1});
+        EXPECT_EQ(log.Take(), 2);
+    }
+    problem->add(std::vector<CLPConstraint>{
+        {{{1, 0}}, 0, nan}, {{{1, 0}}, 0, -inf}, {{{1, 0}}, 3, 1}, {{{1, 0}}, -1, 1}});
+    EXPECT_EQ(log.Take(), 4);
+    problem->intVar(2, true);
+    EXPECT_EQ(log.Take(), 1);
+    EXPECT_EQ(problem->numCons(), 1u);
+    problem->solve();
+    EXPECT_TRUE(problem->IsOptimal());
+    EXPECT_EQ(problem->var(0) + problem->var(1), 2);
+    EXPECT_EQ(log.Take(), 0);
+    EXPECT_TRUE(std::isnan(problem->var(2)));
+    EXPECT_EQ(log.Take(), 1);
+}
+
+TEST(CLPProblem, IsNotSolvedWithoutTheOneModel)
+{
+    LogCount log;
+    const auto make = [](double least) {
+        CountedObjPtr<CLPProblem> problem = CLPProblem::create(1);
+        problem->objFunc({false, {{1, 0}}});
+        problem->add({{{1, 0}}, 1, least});
+        problem->solve();
+        return problem;
+    };
+    const auto expectLost = [&](CLPProblem& problem) {
+        EXPECT_EQ(problem.Status(), CLPStatus::NotSolved);
+        problem.objFunc({});
+        problem.add(CLPConstraint{});
+        problem.intVar(0, true);
+        problem.solve();
+        EXPECT_FALSE(problem.IsOptimal());
+        EXPECT_TRUE(std::isnan(problem.var(0)));
+        EXPECT_EQ(log.Take(), 5);
+    };
+    CountedObjPtr<CLPProblem> first = make(3);
+    EXPECT_EQ(first->var(0), 3);
+    const CountedObjPtr<CLPProblem> second = make(5);
+    expectLost(*first);
+    EXPECT_EQ(second->var(0), 5);
+    EXPECT_EQ(log.Take(), 0);
+    first.reset(); // ends the model, whose ever it is
+    expectLost(*second);
+    EXPECT_EQ(make(7)->var(0), 7);
+
+    const CountedObjPtr<CLPProblem> huge = CLPProblem::create(~0u);
+    EXPECT_EQ(log.Take(), 1);
+    expectLost(*huge);
+}
+
+} // namespace
