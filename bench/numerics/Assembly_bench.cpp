@@ -12,31 +12,9 @@ namespace
 {
 
 using fe_mesh::FeMesh;
-using RowMajor = Eigen::SparseMatrix<double, Eigen::RowMajor>;
-
-/// Calls f(element, first index of its list, its matrix).
-template <class F>
-void ForEachElement(const FeMesh& mesh, F f)
-{
-    std::size_t start = 0;
-    for (std::size_t e = 0; e < mesh.elements.Count(); start = mesh.elements.ends[e++])
-        f(mesh.elements.ends[e] - start, mesh.elements.values.data() + start,
-          mesh.matrices.data() + mesh.matrixStart[e]);
-}
-
-RowMajor FromTriplets(const FeMesh& mesh)
-{
-    std::vector<Eigen::Triplet<double>> triplets;
-    triplets.reserve(mesh.matrices.size());
-    ForEachElement(mesh, [&](std::size_t size, const int* list, const double* m) {
-        for (std::size_t i = 0; i < size; ++i)
-            for (std::size_t j = 0; j < size; ++j)
-                triplets.emplace_back(list[i], list[j], *m++);
-    });
-    RowMajor A(mesh.n, mesh.n);
-    A.setFromTriplets(triplets.begin(), triplets.end());
-    return A;
-}
+using fe_mesh::ForEachElement;
+using fe_mesh::FromTriplets;
+using fe_mesh::RowMajor;
 
 /// Is x -> A x of the system that of @p A? The residual of b = 0 at x = 1, 2, 3, ... tells.
 bool IsSame(ISysEqnImpl& system, const RowMajor& A)

@@ -1,8 +1,12 @@
 /// @file
-/// Meshes for the benchmarks of the systems of equations.
+/// Finite-element meshes and their systems, as the benchmarks of the solvers take them.
 #pragma once
 
+#include "numerics/FeElement.h"
 #include "numerics/ISysEqnImpl.h"
+#include "numerics/numerics_MatrixView.h"
+
+#include <Eigen/Sparse>
 
 #include <algorithm>
 #include <cmath>
@@ -15,8 +19,8 @@
 namespace fe_mesh
 {
 
-/// A square mesh of 4- or 8-node quadrilaterals with its lowest row of nodes fixed, numbered row
-/// by row or shuffled. Element matrices are symmetric and dominated by their diagonal.
+/// A square mesh of 4- or 8-node elements with about @p equations equations, inner nodes moved by
+/// up to a tenth of an element, the bottom fixed, its nodes numbered row by row or shuffled.
 struct FeMesh
 {
     tagMultiVectorInt elements;
@@ -27,24 +31,19 @@ struct FeMesh
     /// @param nodes  4 or 8 nodes of an element
     FeMesh(int nodes, int perNode, int equations, bool shuffled)
     {
-        // Rows of nodes: side + 1 with corners, and between them side + 1 for mid-side nodes.
-        const double rows = nodes == 4 ? 1 : 3;
-        const int side = int(std::lround(std::sqrt(equations / (rows * perNode))));
-        std::vector<int> number = Number(nodes, perNode, side, shuffled);
-        std::mt19937 random(1);
-        std::uniform_real_distribution<double> entry(-1, 0);
+        const double perElement = (nodes == 8 ? 3 : 1) * perNode;
+        const int side = std::max(2, int(std::lround(std::sqrt(equations / perElement))));
+        std::mt19937 random(5);
+        const std::vector<int> number = Number(nodes, perNode, side, shuffled, random);
+        std::uniform_real_distribution<double> jitter(-0.1, 0.1);
+        Eigen::MatrixXd corners((side + 1) * (side + 1), 2);
+        for (int i = 0; i <= side; ++i)
+            for (int j = 0; j <= side; ++j)
+                corners.row(i * (side + 1) + j) << j + jitter(random), i + jitter(random);
         matrixStart.push_back(0);
         for (int y = 0; y < side; ++y)
             for (int x = 0; x < side; ++x)
-            {
-                std::vector<int> list;
-                for (const int node : Corners(nodes, side, x, y))
-                    for (int u = 0; u < perNode; ++u)
-                        if (const int e = number[std::size_t(node * perNode + u)]; e >= 0)
-                            list.push_back(e);
-                elements.Add(list);
-                AddMatrix(list.size(), [&] { return entry(random); });
-            }
+                AddElement(nodes, perNode, side, x, y, number, corners);
     }
 
     tagMatrixDbl Matrix(std::size_t e) const
@@ -57,50 +56,58 @@ struct FeMesh
     }
 
 private:
-    /// Nodes of an element; nodes are counted row by row from the bottom.
-    static std::vector<int> Corners(int nodes, int side, int x, int y)
+    /// Number of each node on the grid of corners and mid-sides; -1 where it is fixed or missing.
+    std::vector<int> Number(int nodes, int perNode, int side, bool shuffled, std::mt19937& random)
     {
-        if (nodes == 4)
-        {
-            const int first = y * (side + 1) + x;
-            return {first, first + 1, first + side + 2, first + side + 1};
-        }
-        const int step = (2 * side + 1) + (side + 1);
-        const int low = y * step + 2 * x, mid = y * step + 2 * side + 1 + x, high = low + step;
-        return {low, low + 2, high + 2, high, low + 1, mid + 1, high + 1, mid};
-    }
-
-    /// Equation of each unknown of each node, -1 where the node is fixed.
-    std::vector<int> Number(int nodes, int perNode, int side, bool shuffled)
-    {
-        const int lowest = (nodes == 4 ? side + 1 : 2 * side + 1) * perNode;
-        const int all =
-            nodes == 4 ? (side + 1) * (side + 1) : (side + 1) * (2 * side + 1) + side * (side + 1);
-        n = all * perNode - lowest;
-        std::vector<int> order(static_cast<std::size_t>(n));
+        const int width = (nodes == 8 ? 2 : 1) * side + 1;
+        std::vector<int> number(std::size_t(width * width), -1);
+        int count = 0;
+        for (int y = 1; y < width; ++y)
+            for (int x = 0; x < width; ++x)
+                if (nodes == 4 || x % 2 == 0 || y % 2 == 0)
+                    number[std::size_t(y * width + x)] = count++;
+        n = count * perNode;
+        if (!shuffled)
+            return number;
+        std::vector<int> order(static_cast<std::size_t>(count));
         std::iota(order.begin(), order.end(), 0);
-        if (shuffled)
-            std::shuffle(order.begin(), order.end(), std::mt19937(7));
-        std::vector<int> number(std::size_t(lowest), -1);
-        number.insert(number.end(), order.begin(), order.end());
+        std::shuffle(order.begin(), order.end(), random);
+        for (int& node : number)
+            node = node < 0 ? node : order[std::size_t(node)];
         return number;
     }
 
-    template <class F>
-    void AddMatrix(std::size_t size, F entry)
+    void AddElement(int nodes, int perNode, int side, int ex, int ey,
+                    const std::vector<int>& number, const Eigen::MatrixXd& corners)
     {
-        const std::size_t start = matrices.size();
-        matrices.resize(start + size * size);
-        double* m = matrices.data() + start;
-        for (std::size_t i = 0; i < size; ++i)
-            for (std::size_t j = 0; j < i; ++j)
+        const int step = nodes == 8 ? 2 : 1, width = step * side + 1;
+        const auto corner = [&](int u, int v) {
+            return corners.row((ey + (v + 1) / 2) * (side + 1) + ex + (u + 1) / 2);
+        };
+        Eigen::MatrixXd xy(nodes, 2);
+        std::vector<int> list, free; // the equations, and the rows of the matrix that have one
+        for (int a = 0; a < nodes; ++a)
+        {
+            const int c = kCorner[a][0], d = kCorner[a][1];
+            if (c == 0 || d == 0)
+                xy.row(a) = (corner(c == 0 ? -1 : c, d == 0 ? -1 : d) +
+                             corner(c == 0 ? 1 : c, d == 0 ? 1 : d)) /
+                            2;
+            else
+                xy.row(a) = corner(c, d);
+            const int x = ex * step + (c + 1) * step / 2, y = ey * step + (d + 1) * step / 2;
+            const int node = number[std::size_t(y * width + x)];
+            for (int u = 0; u < perNode && node >= 0; ++u)
             {
-                m[i * size + j] = m[j * size + i] = entry();
-                m[i * size + i] -= m[i * size + j];
-                m[j * size + j] -= m[i * size + j];
+                list.push_back(node * perNode + u);
+                free.push_back(a * perNode + u);
             }
-        for (std::size_t i = 0; i < size; ++i)
-            m[i * size + i] += 1e-3;
+        }
+        elements.Add(list);
+        const Eigen::MatrixXd k = ElementMatrix(xy, perNode);
+        for (const int i : free)
+            for (const int j : free)
+                matrices.push_back(k(i, j));
         matrixStart.push_back(matrices.size());
     }
 };
@@ -119,5 +126,51 @@ inline const FeMesh& Mesh(int nodes, int perNode, int equations, bool shuffled)
     }
     return *mesh;
 }
+
+/// Calls f(size, first index of its list, its matrix) for each element.
+template <class F>
+void ForEachElement(const FeMesh& mesh, F f)
+{
+    std::size_t start = 0;
+    for (std::size_t e = 0; e < mesh.elements.Count(); start = mesh.elements.ends[e++])
+        f(mesh.elements.ends[e] - start, mesh.elements.values.data() + start,
+          mesh.matrices.data() + mesh.matrixStart[e]);
+}
+
+using RowMajor = Eigen::SparseMatrix<double, Eigen::RowMajor, int>;
+
+/// The mesh's matrix, the way Eigen puts it together.
+inline RowMajor FromTriplets(const FeMesh& mesh)
+{
+    std::vector<Eigen::Triplet<double>> triplets;
+    triplets.reserve(mesh.matrices.size());
+    ForEachElement(mesh, [&](std::size_t size, const int* list, const double* m) {
+        for (std::size_t i = 0; i < size; ++i)
+            for (std::size_t j = 0; j < size; ++j)
+                triplets.emplace_back(list[i], list[j], *m++);
+    });
+    RowMajor A(mesh.n, mesh.n);
+    A.setFromTriplets(triplets.begin(), triplets.end());
+    return A;
+}
+
+/// A mesh's system in compressed rows with a right-hand side.
+struct System
+{
+    RowMajor A;
+    Eigen::VectorXd b;
+
+    System() = default;
+    explicit System(const FeMesh& mesh) : A(FromTriplets(mesh)), b(mesh.n)
+    {
+        std::mt19937 random(11);
+        for (double& load : b)
+            load = 1 + double(random() % 16) / 8;
+    }
+    math::impl::MatrixView View() const
+    {
+        return {int(A.rows()), A.outerIndexPtr(), A.innerIndexPtr(), A.valuePtr()};
+    }
+};
 
 } // namespace fe_mesh

@@ -1,6 +1,6 @@
 // Goal 2d: the symmetric iterative solver to 1e-8, set-up included, beside hypre's conjugate
 // gradients with BoomerAMG and Eigen's with the diagonal. One thread each.
-#include "numerics/JitteredMesh.h"
+#include "numerics/FeMesh.h"
 #include "numerics/numerics_Krylov.h"
 
 #include <Eigen/IterativeLinearSolvers>
@@ -36,18 +36,19 @@ constexpr Case kCases[] = {
     {"Q8x2 1e5", 100000, 8, 2, false},       {"Q4 1e6", 1000000, 4, 1, false},
 };
 
-const jittered::System& SystemOf(const Case& given)
+const fe_mesh::System& SystemOf(const Case& given)
 {
-    static std::map<std::string, jittered::System> kept;
+    static std::map<std::string, fe_mesh::System> kept;
     auto [at, isNew] = kept.try_emplace(given.name);
     if (isNew)
-        at->second = jittered::Mesh(given.equations, given.nodes, given.unknowns, given.isShuffled);
+        at->second = fe_mesh::System(
+            fe_mesh::FeMesh(given.nodes, given.unknowns, given.equations, given.isShuffled));
     return at->second;
 }
 
 /// Runs @p solve, which returns x and its iterations, after one checked run.
 template <class F>
-void Time(benchmark::State& state, const jittered::System& system, F solve)
+void Time(benchmark::State& state, const fe_mesh::System& system, F solve)
 {
     std::pair<Eigen::VectorXd, int> result = solve();
     const double residual = (system.b - system.A * result.first).norm() / system.b.norm();
@@ -60,7 +61,7 @@ void Time(benchmark::State& state, const jittered::System& system, F solve)
 
 void Kvi(benchmark::State& state, const Case& given)
 {
-    const jittered::System& system = SystemOf(given);
+    const fe_mesh::System& system = SystemOf(given);
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 1);
     Time(state, system, [&] {
         Eigen::VectorXd x = Eigen::VectorXd::Zero(system.b.size());
@@ -73,9 +74,9 @@ void Kvi(benchmark::State& state, const Case& given)
 
 void EigenDiagonal(benchmark::State& state, const Case& given)
 {
-    const jittered::System& system = SystemOf(given);
+    const fe_mesh::System& system = SystemOf(given);
     Time(state, system, [&] {
-        Eigen::ConjugateGradient<jittered::Matrix, Eigen::Lower | Eigen::Upper> solver;
+        Eigen::ConjugateGradient<fe_mesh::RowMajor, Eigen::Lower | Eigen::Upper> solver;
         solver.setTolerance(kTolerance);
         solver.setMaxIterations(20000);
         solver.compute(system.A);
@@ -88,7 +89,7 @@ void EigenDiagonal(benchmark::State& state, const Case& given)
 class Hypre
 {
 public:
-    Hypre(const jittered::System& system, int unknowns)
+    Hypre(const fe_mesh::System& system, int unknowns)
         : n_(int(system.b.size())), unknowns_(unknowns), rows_(std::size_t(n_))
     {
         static const bool isInitialized = Initialize();
@@ -176,7 +177,7 @@ private:
 
 void BoomerAmg(benchmark::State& state, const Case& given)
 {
-    const jittered::System& system = SystemOf(given);
+    const fe_mesh::System& system = SystemOf(given);
     Hypre hypre(system, given.unknowns);
     Time(state, system, [&] { return hypre.Solve(); });
 }

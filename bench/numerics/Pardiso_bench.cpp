@@ -1,6 +1,6 @@
 // Goal 2c: the whole PARDISO solve of a system of equations, conversion and residual included,
 // beside the bare call of MKL on the matrix as MKL takes it; and the built-in counterpart.
-#include "numerics/JitteredMesh.h"
+#include "numerics/FeMesh.h"
 #include "numerics/numerics_Pardiso.h"
 
 #include <benchmark/benchmark.h>
@@ -27,16 +27,17 @@ constexpr Case kCases[] = {
     {"Q8x2 1e5", 100000, 8, 2, false},
 };
 
-const jittered::System& SystemOf(const Case& given)
+const fe_mesh::System& SystemOf(const Case& given)
 {
-    static std::map<std::string, jittered::System> kept;
+    static std::map<std::string, fe_mesh::System> kept;
     auto [at, isNew] = kept.try_emplace(given.name);
     if (isNew)
-        at->second = jittered::Mesh(given.equations, given.nodes, given.unknowns, given.isShuffled);
+        at->second = fe_mesh::System(
+            fe_mesh::FeMesh(given.nodes, given.unknowns, given.equations, given.isShuffled));
     return at->second;
 }
 
-bool IsSolved(const jittered::System& system, const std::vector<double>& x)
+bool IsSolved(const fe_mesh::System& system, const std::vector<double>& x)
 {
     const Eigen::Map<const Eigen::VectorXd> solution(x.data(), system.b.size());
     return (system.b - system.A * solution).norm() <= 1e-8 * system.b.norm();
@@ -45,7 +46,7 @@ bool IsSolved(const jittered::System& system, const std::vector<double>& x)
 /// A system solved through the table @p functions.
 void Whole(benchmark::State& state, const Case& given, const PardisoFunctions& functions)
 {
-    const jittered::System& system = SystemOf(given);
+    const fe_mesh::System& system = SystemOf(given);
     if (functions.setThreads != nullptr)
         functions.setThreads(1);
     ReplacePardiso(&functions);
@@ -64,7 +65,7 @@ void Whole(benchmark::State& state, const Case& given, const PardisoFunctions& f
 /// MKL's function on one-based rows made beforehand, with the same parameters.
 void Bare(benchmark::State& state, const Case& given, const PardisoFunctions& mkl)
 {
-    const jittered::System& system = SystemOf(given);
+    const fe_mesh::System& system = SystemOf(given);
     mkl.setThreads(1);
     const int n = int(system.b.size()), one = 1, zero = 0, mtype = 11;
     const int* starts = system.A.outerIndexPtr();

@@ -38,6 +38,10 @@ const Element kElements[] = {
       std::sqrt(2.0)}},
 };
 
+/// Directions out of a square.
+constexpr double kAround[8][2] = {{1, 0}, {-1, 0}, {0, 1},     {0, -1},
+                                  {1, 1}, {-1, 1}, {-0.3, -1}, {1, -0.7}};
+
 /// The global point of (r, s), rounded once.
 void Global(const Element& element, double r, double s, double& x, double& y)
 {
@@ -109,6 +113,29 @@ TEST(LocalCoords, FarFromTheOriginOnlyTheCoordinatesRound)
         // is wider than the widest edge, 1e-3.
         if (element.name != "T3 sliver" && element.name != "Q4 sheared thin")
             ExpectRoundTrips(Moved(element, 1, 5e7), 1e-7);
+}
+
+TEST(LocalCoords, NearlyStraightSidesNeitherLoseAPointNorReachFarOutside)
+{
+    // Mid-side nodes as files round them: almost, but not quite, in the middle.
+    for (const double offset : {1e-16, 1e-13, 1e-10, 1e-8, 1e-6, 1e-4})
+    {
+        Element element = kElements[11];
+        element.name += " bent by " + std::to_string(std::log10(offset));
+        for (std::size_t k = 8; k < 16; ++k)
+            element.coords[k] += (double(k % 3) - 1) * offset;
+        ExpectRoundTrips(element, 1e-14);
+        SCOPED_TRACE(element.name);
+        for (const double distance : {1.01, 3.0, 1e2, 1e4, 1e8, 1e12})
+            for (int i = 0; i < 8; ++i)
+            {
+                double r, s;
+                const double x = 1 + distance * kAround[i][0], y = 1 + distance * kAround[i][1];
+                EXPECT_NE(iGlobal_To_Local_Coords(&r, &s, x, y, element.coords.data(), 8),
+                          kLocalCoordsInside)
+                    << x << ' ' << y;
+            }
+    }
 }
 
 TEST(LocalCoords, APointOutsideIsToldWithItsCoordinates)
