@@ -31,6 +31,8 @@
 #include "data/datatable_inspect.h"
 #include "data/kvi_gid.h"
 #include "doc/Step.h"
+#include "doc/doc_file.h"
+#include "doc/doc_file_Name.h"
 #include "doc/doc_file_mark.h"
 #include "fn/math_UnitSet.h"
 #include "fn/math_fn_QuadraticEqn.h"

@@ -1,0 +1,113 @@
+/// @file
+/// Names of a document's data files.
+#pragma once
+
+#include "doc/Step.h"
+#include "foundation/kvi_export.h"
+
+#include <cstdint>
+#include <string>
+
+namespace doc::file
+{
+
+/// One data file of a project document: the project, an analysis of it, a run and a step of that,
+/// and the file. Also a pattern that selects several: every analysis, every step, every file.
+///
+/// A plain value with an order, fit as a key of a map. It does not know whether the file is there;
+/// doc_file.h finds and makes files.
+/// @code
+/// Name heads;
+/// heads.ProjectPath(L"C:\\dams\\north.kvi").Analysis(L"seepage").Step(::Step::CreateFromInt(3));
+/// heads.FNameExt(L"heads.csv");
+/// Name every = heads; // of this step
+/// every.AllFiles();
+/// every.Selects(heads); // true
+/// @endcode
+class KVI_API Name
+{
+public:
+    static constexpr std::uint32_t kNoRun = 0xFFFFFFFF; ///< the run that is not set
+
+    /// @name Setters; they return the name, so that calls chain
+    /// @{
+    Name& ProjectPath(const std::wstring& path);     ///< full path of the project file
+    Name& ProjectDirectory(const std::wstring& dir); ///< its folder, with the separator at the end
+    Name& ProjectFName(const std::wstring& name);    ///< its file name, without extension
+    Name& ProjectExt(const std::wstring& ext);       ///< its extension, with the dot
+    Name& Analysis(const std::wstring& name);
+    Name& Run(std::uint32_t run);
+    Name& Step(const ::Step& step);
+    Name& FName(const std::wstring& name); ///< the file's name, without extension
+    Name& Ext(const std::wstring& ext);    ///< its extension, with the dot
+    /// Both: the extension begins at the last dot of @p text.
+    Name& FNameExt(const std::wstring& text);
+    Name& AllAnalyses();   ///< the analysis becomes "*"
+    Name& AllSteps();      ///< the step becomes kvi::step::All()
+    Name& AllFiles();      ///< the file name becomes "*", the extension empty
+    Name& AllExt();        ///< the extension becomes ".*"
+    Name& ClearAnalysis(); ///< the analysis alone becomes empty
+    Name& Clear();         ///< as a new name: texts empty, run and step unset
+    /// @}
+
+    /// @name Getters
+    /// @{
+    const std::wstring& ProjectPath() const { return projectPath_; }
+    std::wstring ProjectDirectory() const;
+    std::wstring ProjectFName() const;
+    std::wstring ProjectExt() const;
+    std::wstring ProjectFNameExt() const;
+    const std::wstring& Analysis() const { return analysis_; }
+    std::uint32_t Run() const { return run_; } ///< kNoRun when it is not set
+    const ::Step& Step() const { return step_; }
+    const std::wstring& FName() const { return fname_; }
+    const std::wstring& Ext() const { return ext_; }
+    std::wstring FNameExt() const { return fname_ + ext_; }
+    /// @}
+
+    /// For people: the project path, the analysis with its run and step, and the file, parted by
+    /// backslashes: "C:\dams\north.kvi\seepage (2)\3\heads.csv".
+    std::wstring Description() const;
+    /// The step's part of it: "3\", "*\" for all steps; empty without analysis, for other reserved
+    /// steps, and for a step by number when the extension holds a "*".
+    std::wstring StepFolder() const;
+
+    bool IsEmpty() const { return Compare(Name()) == 0; } ///< whether it equals a new name
+    bool IsMultiSelectAnalyses() const { return analysis_ == L"*"; }     ///< every analysis
+    bool IsMultiSelectStep() const { return step_ == kvi::step::All(); } ///< every step
+    /// Whether every file is meant: the name "*" and no extension.
+    bool IsMultiSelectAllFiles() const { return fname_ == L"*" && ext_.empty(); }
+
+    /// Whether @p name is one of those that this name stands for; a name that is no pattern stands
+    /// for the one file of the same texts. Case does not count.
+    /// - Analysis "*": every analysis, and every run of it where this name has none.
+    /// - All steps: every step that is set. 0 and -1 are the same step.
+    /// - All files: every file. File name "*": every name with the extension. Extension ".*": every
+    ///   extension and none; another "*" in it stands for any letters, also none.
+    bool Selects(const Name& name) const;
+
+    /// Negative, 0 or positive, by project path, analysis, run, step, file name and extension, the
+    /// texts without regard to case.
+    ///
+    /// Extensions count where both have their first digit at the same place behind equal letters:
+    /// ".r2" comes before ".r10" and equals ".r02", and what stands behind the number does not
+    /// count. A strict weak order, for numbers of any length.
+    int Compare(const Name& other) const;
+    /// @{
+    /// By Compare.
+    friend bool operator==(const Name& a, const Name& b) { return a.Compare(b) == 0; }
+    friend bool operator!=(const Name& a, const Name& b) { return a.Compare(b) != 0; }
+    friend bool operator<(const Name& a, const Name& b) { return a.Compare(b) < 0; }
+    friend bool operator>(const Name& a, const Name& b) { return a.Compare(b) > 0; }
+    /// @}
+
+private:
+    std::wstring projectPath_;
+    std::wstring analysis_;
+    std::uint32_t run_ = kNoRun;
+    ::Step step_;
+    std::wstring fname_;
+    std::wstring ext_;
+};
+
+} // namespace doc::file

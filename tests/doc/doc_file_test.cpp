@@ -1,0 +1,163 @@
+#include "doc/doc_file.h"
+#include "foundation/str.h"
+#include "sys/sys_file.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using doc::file::FindFiles;
+using doc::file::GetPath;
+using doc::file::MakeFolder;
+using doc::file::Name;
+
+namespace
+{
+Step StepOf(int value) { return Step::CreateFromInt(value); }
+
+/// A project in a folder of its own, empty at first.
+class DocumentFiles : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        (void)sys::file::DeleteDirectory(folder, 1); // of an earlier run
+        EXPECT_TRUE(sys::file::CreateDirectory(folder).ok());
+    }
+    void TearDown() override { EXPECT_TRUE(sys::file::DeleteDirectory(folder, 1).ok()); }
+
+    Name Make(const std::wstring& analysis, int step, const std::wstring& file) const
+    {
+        return Name()
+            .ProjectPath(folder + L"north.kvi")
+            .Analysis(analysis)
+            .Step(StepOf(step))
+            .FNameExt(file);
+    }
+    /// @returns whether there was no such file before
+    bool Write(const Name& name) const
+    {
+        std::wstring path, empty;
+        const gtl::status made = MakeFolder(path, name);
+        EXPECT_TRUE(made.ok()) << testing::PrintToString(made.as_wstring());
+        if (sys::file::Exists(path))
+            return false;
+        EXPECT_TRUE(sys::file::GetTempFilename(empty).ok());
+        EXPECT_TRUE(sys::file::Copy(empty, path).ok());
+        EXPECT_TRUE(sys::file::DeleteFiles(folder, 0).ok());
+        return true;
+    }
+    std::vector<std::wstring> Found(const Name& pattern) const
+    {
+        std::vector<Name> found;
+        EXPECT_TRUE(FindFiles(found, pattern).ok());
+        std::vector<std::wstring> texts;
+        for (const Name& name : found)
+            texts.push_back(name.Description().substr(folder.size()));
+        return texts;
+    }
+
+    const std::wstring folder =
+        sys::file::GetAbsolutePath(str::as_wstring(std::string(KVI_TEST_TEMP "/documents"))) +
+        L"\\";
+    static constexpr int kUnset = 0x7FFFFFFF;
+};
+} // namespace
+
+TEST_F(DocumentFiles, HavePathsThatEverySystemTakes)
+{
+    const std::pair<Name, const wchar_t*> rows[] = {
+        {Make(L"seep", 3, L"heads.csv"), L"seep\\3\\heads.csv"},
+        {Make(L"seep", 3, L"heads.csv").Run(2), L"seep&r2\\3\\heads.csv"},
+        {Make(L"seep", -1, L"heads.csv"), L"seep\\0\\heads.csv"},
+        {Make(L"seep", kUnset, L"run.log"), L"seep\\run.log"},
+        {Make(L"", kUnset, L"mesh.msh"), L"mesh.msh"},
+        {Make(L"a:b?", kUnset, L"x<y>.t|t"), L"a&4b&7\\x&5y&6.t&9t"},
+        {Make(L"con", kUnset, L"aux.txt"), L"&con\\&aux.txt"},
+        {Make(L"no. 1 ", kUnset, L"a "), L"no. 1&_\\a&_"},
+        {Make(L"et al.", kUnset, L"a."), L"et al.&\\a.&"},
+        {Make(L"nul.1", kUnset, L"prn.a.b"), L"&nul.1\\&prn.a.b"},
+        {Make(L"et al.", 0, L"a").Run(1), L"et al.&&r1\\0\\a"},
+        {Make(L"...", kUnset, L"..a"), L"...&\\..a"},
+        {Make(L"&r2", kUnset, L"a"), L"&1r2\\a"},
+    };
+    for (const auto& [name, expected] : rows)
+    {
+        std::wstring path;
+        EXPECT_TRUE(GetPath(path, name).ok());
+        EXPECT_EQ(path, folder + L"north\\" + expected);
+    }
+}
+
+TEST_F(DocumentFiles, NamesThatLeaveTheDocumentsFolderAreRefused)
+{
+    const Name good = Make(L"seep", 3, L"heads.csv");
+    const Name rows[] = {
+        Name(good).Analysis(L".."),
+        Name(good).Analysis(L"."),
+        Name(good).Analysis(L"..\\..\\x"),
+        Name(good).Analysis(L"a\\b"),
+        Name(good).Analysis(L"a/b"),
+        Name(good).Analysis(L"C:\\x"),
+        Name(good).Analysis(std::wstring(L"a\0b", 3)),
+        Name(good).FName(L"..\\x"),
+        Name(good).FName(L"/etc/passwd"),
+        Name(good).FName(L"..").Ext(L""),
+        Name(good).FName(L".").Ext(L"."),
+        Name(good).FName(L"").Ext(L".."),
+        Name(good).Ext(L".a\\b"),
+        Name(good).Ext(L"csv"),
+        Name(good).Ext(L"").FName(L""),
+        Name(good).AllAnalyses(),
+        Name(good).AllSteps(),
+        Name(good).AllFiles(),
+        Name(good).AllExt(),
+        Name(good).Ext(L".r*"),
+        Name(good).Step(kvi::step::Last()),
+        Name(good).Step(StepOf(-5)),
+        Name(good).ClearAnalysis(),
+        Make(L"", kUnset, L"a").Run(1),
+        Name(good).ProjectPath(L""),
+        Name(good).ProjectPath(L"C:\\dams\\"),
+        Name(good).ProjectPath(L"C:\\dams\\.."),
+    };
+    for (const Name& name : rows)
+    {
+        std::wstring path = L"as it was";
+        EXPECT_FALSE(MakeFolder(path, name).ok()) << testing::PrintToString(name.Description());
+        EXPECT_EQ(path, L"as it was");
+    }
+    EXPECT_FALSE(sys::file::Exists(folder + L"north"));
+    std::vector<Name> found(1);
+    EXPECT_FALSE(FindFiles(found, Name(good).Analysis(L"..").AllSteps().AllFiles()).ok());
+    EXPECT_FALSE(FindFiles(found, Name(good).ProjectPath(L"")).ok());
+    EXPECT_EQ(found.size(), 1u);
+}
+
+TEST_F(DocumentFiles, AreFoundByPatterns)
+{
+    const Name heads = Make(L"seep: \u00c4.", 3, L"heads.r2");
+    for (const Name& name : {heads, Name(heads).Ext(L".r10"), Name(heads).Step(StepOf(0)),
+                             Name(heads).Run(2), Make(L"con", 11, L"con.txt"),
+                             Make(L"con", kUnset, L"plain"), Make(L"", kUnset, L"mesh.msh")})
+        EXPECT_TRUE(Write(name));
+    EXPECT_FALSE(Write(heads));
+    // Folders that no name stands for.
+    for (const wchar_t* alien : {L"north\\con", L"north\\&con\\03", L"north\\a&r", L"north\\b&rx",
+                                 L"north\\&con\\2147483647", L"north\\&con\\x"})
+        EXPECT_TRUE(sys::file::CreateDirectory(folder + alien).ok() || alien[6] == L'c');
+
+    using Texts = std::vector<std::wstring>;
+    const std::wstring seep = L"north.kvi\\seep: \u00c4.";
+    EXPECT_EQ(Found(Name(heads).AllExt()),
+              (Texts{seep + L"\\3\\heads.r2", seep + L"\\3\\heads.r10"}));
+    EXPECT_EQ(Found(Name(heads).AllSteps()),
+              (Texts{seep + L"\\0\\heads.r2", seep + L"\\3\\heads.r2"}));
+    EXPECT_EQ(Found(Name(heads).AllAnalyses().AllSteps().AllFiles()),
+              (Texts{L"north.kvi\\con\\11\\con.txt", seep + L" (2)\\3\\heads.r2",
+                     seep + L"\\0\\heads.r2", seep + L"\\3\\heads.r2", seep + L"\\3\\heads.r10"}));
+    EXPECT_EQ(Found(Make(L"*", kUnset, L"*")), (Texts{L"north.kvi\\con\\plain"}));
+    EXPECT_EQ(Found(Make(L"", kUnset, L"*")), (Texts{L"north.kvi\\mesh.msh"}));
+    EXPECT_EQ(Found(Make(L"none", -2, L"*")), Texts());
+    EXPECT_EQ(Found(Make(L"*", -2, L"*").ProjectFName(L"south")), Texts());
+}
