@@ -97,7 +97,7 @@ private:
     /// The slot of a point near @p p among those hashed like the cell, or the free slot after them.
     std::uint32_t* SlotOfEqual(const Point2D& p, std::uint64_t cellX, std::uint64_t cellY)
     {
-        std::size_t at = HashOf(cellX, cellY) & mask_;
+        std::size_t at = std::size_t(HashOf(cellX, cellY)) & mask_;
         for (; slots_[at] != 0 && !IsNear(p, points_[slots_[at] - 1], precision_); ++misses_)
             at = (at + 1) & mask_;
         return &slots_[at];

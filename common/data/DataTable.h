@@ -21,7 +21,7 @@ class DataTable;
 namespace datatable::impl
 {
 /// Exchanges the two tables' calculators, the pointers themselves, and tells the evaluators.
-KVI_API void SwapCalculators(DataTable& a, DataTable& b);
+void SwapCalculators(DataTable& a, DataTable& b);
 } // namespace datatable::impl
 
 /// A dense rectangle of numbers that also answers for quantities it can compute.

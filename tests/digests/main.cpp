@@ -1,0 +1,214 @@
+/// @file
+/// Prints one digest for each group of results that have the same bits on every target and on
+/// every processor. scripts/test-windows compares the lines of two targets.
+#include <KVI.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+/// FNV-1a over the bits of what it is given. All NaNs count as one.
+class Digest
+{
+public:
+    void Add(double value)
+    {
+        std::uint64_t bits = 0;
+        if (value == value)
+            std::memcpy(&bits, &value, sizeof bits);
+        for (int shift = 0; shift < 64; shift += 8)
+            AddByte(static_cast<unsigned char>(bits >> shift));
+    }
+    void Add(const double* values, int count)
+    {
+        for (int i = 0; i < count; ++i)
+            Add(values[i]);
+    }
+    void Add(const std::string& text)
+    {
+        for (const char c : text)
+            AddByte(static_cast<unsigned char>(c));
+        AddByte(0);
+    }
+    void Print(const char* name) const
+    {
+        std::printf("%-24s %016llx\n", name, static_cast<unsigned long long>(hash_));
+    }
+
+private:
+    void AddByte(unsigned char byte) { hash_ = (hash_ ^ byte) * 0x100000001b3; }
+
+    std::uint64_t hash_ = 0xcbf29ce484222325;
+};
+
+/// The same numbers everywhere: a shift register, scaled by exact steps.
+class Numbers
+{
+public:
+    std::uint64_t Bits()
+    {
+        state_ ^= state_ << 13;
+        state_ ^= state_ >> 7;
+        return state_ ^= state_ << 17;
+    }
+    double In(double low, double high)
+    {
+        return low + (high - low) * (static_cast<double>(Bits() >> 11) * 0x1p-53);
+    }
+    /// Any finite number: all exponents alike.
+    double Any()
+    {
+        for (;;)
+        {
+            const std::uint64_t bits = Bits();
+            double value;
+            std::memcpy(&value, &bits, sizeof value);
+            if (std::isfinite(value))
+                return value;
+        }
+    }
+
+private:
+    std::uint64_t state_ = 0x9e3779b97f4a7c15;
+};
+
+Numbers numbers;
+
+void Products()
+{
+    Digest digest;
+    for (int round = 0; round < 200; ++round)
+    {
+        const int m = 1 + round % 17, n = 1 + round % 9, p = 1 + round % 16;
+        std::vector<double> a(17 * 9), b(9 * 16), c(17 * 16);
+        for (double& x : a)
+            x = numbers.In(-1, 1);
+        for (double& x : b)
+            x = numbers.In(-1e3, 1e3);
+        MxM(c.data(), a.data(), b.data(), m, n, p);
+        digest.Add(c.data(), m * p);
+        double A[8][8], B[8][8], C[8][8];
+        for (int i = 0; i < 64; ++i)
+        {
+            A[i / 8][i % 8] = numbers.In(-1, 1);
+            B[i / 8][i % 8] = numbers.In(-1, 1);
+        }
+        MxM_8_8_8(C, A, B);
+        digest.Add(&C[0][0], 64);
+    }
+    digest.Print("dense products");
+}
+
+void Elements()
+{
+    Digest digest;
+    const int all[8] = {1, 1, 1, 1, 1, 1, 1, 1};
+    const double square[16] = {1.1, 1, -1, 1.2, -0.9, -1, 1, -1.05, 0, 1.15, -1, 0, 0, -1, 1.05, 0};
+    for (int round = 0; round < 300; ++round)
+    {
+        const double r = numbers.In(-1, 1), s = numbers.In(-1, 1);
+        double N[8], dN[2][8];
+        Shape_Function(N, r, s, all);
+        Shape_Derivative(dN, r, s, all);
+        digest.Add(N, 8);
+        digest.Add(&dN[0][0], 16);
+        double x = 0, y = 0, foundR = 0, foundS = 0;
+        for (int i = 0; i < 8; ++i)
+        {
+            x += N[i] * square[2 * i];
+            y += N[i] * square[2 * i + 1];
+        }
+        digest.Add(iGlobal_To_Local_Coords(&foundR, &foundS, x, y, square, 8));
+        digest.Add(foundR);
+        digest.Add(foundS);
+        double A[3][3], inverse[3][3], determinant = 0;
+        for (int i = 0; i < 9; ++i)
+            A[i / 3][i % 3] = numbers.In(-1, 1);
+        digest.Add(iInv3x3Matrix(A, inverse, &determinant));
+        digest.Add(&inverse[0][0], 9);
+        digest.Add(determinant);
+    }
+    digest.Print("elements");
+}
+
+void Curves()
+{
+    Digest digest;
+    const double limit = 1e6; // [kPa]
+    for (int round = 0; round < 300; ++round)
+    {
+        const math::fn::flow::FredXing curve(numbers.In(0.1, 500), numbers.In(0.3, 12),
+                                             numbers.In(0.2, 4), numbers.In(0.1, 0.6), limit);
+        for (double suction = 1e-3; suction < 2e6; suction *= 7.3)
+            digest.Add(curve(-suction));
+        double roots[2] = {0, 0};
+        const math::fn::QuadraticEqn equation(numbers.In(-2, 2), numbers.In(-9, 9),
+                                              numbers.In(-5, 5));
+        digest.Add(equation.Solve(roots, 1e30, math::algorithm::Tolerance<double>(1e-12)));
+        digest.Add(roots, 2);
+    }
+    digest.Print("functions");
+}
+
+void NumberText()
+{
+    Digest digest;
+    for (int round = 0; round < 4000; ++round)
+    {
+        const double value = round % 2 ? numbers.Any() : numbers.In(-1e6, 1e6);
+        digest.Add(str::fmt_float_cstring(value, round % 12, round % 3));
+        digest.Add(str::sprintf("%.*g %e", 1 + round % 17, value, value));
+        double back = 0;
+        if (str::locale::from_string(back, str::as_wstring(str::sprintf("%.17g", value)),
+                                     str::locale::invariant())
+                .ok())
+            digest.Add(back);
+    }
+    digest.Print("number text");
+}
+
+void Geometry()
+{
+    Digest digest;
+    for (int round = 0; round < 4000; ++round)
+    {
+        Geom::Point2D p[4], first, second;
+        for (Geom::Point2D& point : p)
+        {
+            // Half of them on a small lattice, where segments touch and overlap.
+            const double scale = round % 2 ? 1 : 4;
+            const double x = numbers.In(0, scale), y = numbers.In(0, scale);
+            point = round % 2 ? Geom::Point2D{x, y} : Geom::Point2D{std::floor(x), std::floor(y)};
+        }
+        digest.Add(
+            Geom::LineIntersection2D(first, second, p[0], p[1], p[2], p[3], Geom::Precision()));
+        for (const Geom::Point2D& point : {first, second})
+        {
+            digest.Add(point.x);
+            digest.Add(point.y);
+        }
+        digest.Add(Geom::TriArea2x2D(p[0], p[1], p[2]));
+        const Geom::Point2D closest =
+            Geom::LineClosestPoint2D(p[0], p[1], p[2], false, Geom::Precision());
+        digest.Add(closest.x);
+        digest.Add(closest.y);
+    }
+    digest.Print("geometry");
+}
+
+} // namespace
+
+int main()
+{
+    Products();
+    Elements();
+    Curves();
+    NumberText();
+    Geometry();
+}
