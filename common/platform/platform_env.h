@@ -12,4 +12,7 @@ namespace platform
 /// Not to be called while another thread changes the environment.
 std::optional<std::wstring> Environment(const std::wstring& name);
 
+/// Sets an environment variable of this process, under the same condition.
+void SetEnvironment(const std::wstring& name, const std::wstring& value);
+
 } // namespace platform

@@ -15,4 +15,9 @@ std::optional<std::wstring> Environment(const std::wstring& name)
     return Wide(value);
 }
 
+void SetEnvironment(const std::wstring& name, const std::wstring& value)
+{
+    ::setenv(Narrow(name).c_str(), Narrow(value).c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+}
+
 } // namespace platform

@@ -26,4 +26,9 @@ std::optional<std::wstring> Environment(const std::wstring& name)
     }
 }
 
+void SetEnvironment(const std::wstring& name, const std::wstring& value)
+{
+    ::SetEnvironmentVariableW(name.c_str(), value.c_str());
+}
+
 } // namespace platform

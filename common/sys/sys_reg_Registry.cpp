@@ -1,0 +1,201 @@
+#include "sys/sys_reg_Registry.h"
+
+#include "foundation/KVISysMsg.h"
+#include "foundation/KviError.h"
+#include "foundation/kvidbg.h"
+#include "foundation/str.h"
+#include "platform/platform_utf8.h"
+#include "sys/sys_reg_impl.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+namespace sys::reg
+{
+namespace
+{
+using namespace platform;
+
+constexpr std::uint32_t kNarrowBuffer = 2048; // bytes
+constexpr std::uint32_t kNameBuffer = 16883;  // characters
+
+std::wstring Decimal(long long number)
+{
+    const std::string digits = std::to_string(number);
+    return {digits.begin(), digits.end()};
+}
+
+std::uint32_t With(std::uint32_t access, REGKEY_ACCESS_VIEW view)
+{
+    return access | static_cast<std::uint32_t>(view);
+}
+} // namespace
+
+ValueName::ValueName(const char* name) : ValueName(std::string(name)) {}
+ValueName::ValueName(const std::string& name) : text_(str::as_wstring(name)) {}
+ValueName::ValueName(unsigned int number) : text_(Decimal(number)) {}
+
+Registry::Registry(const RegistryPath& path, REGKEY_ACCESS_VIEW view) : view_(view), path_(path)
+{
+    RegistryKey key = nullptr;
+    if (OpenRegistryKey(path_.root, path_.subkey, With(kRegistryRead, view_), impl::Host(), key) !=
+        0)
+        return;
+    CloseRegistryKey(key);
+    (void)CreateAndOpenRootPath_(); // the rights tell
+}
+
+Registry::~Registry() { CloseRegistryKey(key_); }
+
+/// Opens the key, making what is missing; part by part when the system refuses to do it at once.
+unsigned long Registry::CreateAndOpenRootPath_()
+{
+    if (key_ != nullptr)
+        return 0;
+    RegistryKey parent = path_.root;
+    std::wstring subkey = path_.subkey;
+    for (;;)
+    {
+        RegistryKey opened = nullptr;
+        const auto create = [&](const std::wstring& key, std::uint32_t access) {
+            return CreateRegistryKey(parent, key, With(access, view_), impl::Host(), opened);
+        };
+        unsigned long error = create(subkey, kRegistryReadWrite);
+        rights_ = REGKEY_ACCESS_RIGHTS::read_write;
+        if (IsAccessDenied(error))
+        {
+            const unsigned long denied = error;
+            rights_ = REGKEY_ACCESS_RIGHTS::read_only;
+            error = create(subkey, kRegistryRead);
+            if (error != 0)
+            {
+                rights_ = REGKEY_ACCESS_RIGHTS::none;
+                CloseRegistryKey(parent);
+                return denied;
+            }
+        }
+        if (error == 0)
+        {
+            CloseRegistryKey(parent);
+            key_ = opened;
+            return 0;
+        }
+        rights_ = REGKEY_ACCESS_RIGHTS::none;
+        const std::size_t cut = subkey.find(L'\\');
+        const unsigned long headError =
+            cut == std::wstring::npos ? error : create(subkey.substr(0, cut), kRegistryReadWrite);
+        CloseRegistryKey(parent);
+        if (headError != 0)
+            return headError;
+        parent = opened;
+        subkey.erase(0, cut + 1);
+    }
+}
+
+int Registry::ReadInt(const ValueName& name, int defaultValue) const
+{
+    std::uint32_t type = 0;
+    std::string bytes;
+    if (key_ == nullptr || ReadRegistryValue(key_, name.Text(), type, bytes) != 0)
+        return defaultValue;
+    if (type == kRegistryNumber && bytes.size() == sizeof(std::uint32_t))
+        return impl::NumberOf(bytes);
+    int value = defaultValue;
+    const ScanTarget target[] = {&value};
+    if (type == kRegistryText)
+        Scan(str::as_cstring(impl::TextOf(bytes)), "%d", target);
+    return value;
+}
+
+bool Registry::ReadBool(const ValueName& name, bool defaultValue) const
+{
+    return ReadInt(name, defaultValue ? 1 : 0) != 0;
+}
+
+std::string Registry::ReadString(const ValueName& name) const
+{
+    std::array<char, kNarrowBuffer> buffer;
+    std::uint32_t type = 0, size = kNarrowBuffer;
+    if (key_ == nullptr || ReadRegistryNarrow(key_, name.Text(), type, buffer.data(), size) != 0 ||
+        type != kRegistryText)
+        return {};
+    const std::string_view text(buffer.data(), size); // its zero may be missing
+    return std::string(text.substr(0, text.find('\0')));
+}
+
+std::wstring Registry::ReadStringW(const ValueName& name) const
+{
+    std::uint32_t type = 0;
+    std::string bytes;
+    if (key_ == nullptr || ReadRegistryValue(key_, name.Text(), type, bytes) != 0 ||
+        type != kRegistryText)
+        return {};
+    return impl::TextOf(bytes);
+}
+
+gtl::status Registry::WriteInt(const ValueName& name, int value, bool asText)
+{
+    if (asText)
+        return WriteString(name, Decimal(value));
+    if (const unsigned long error = CreateAndOpenRootPath_(); error != 0)
+        return impl::Failure(error, L"RegCreateKeyEx");
+    return impl::Failure(
+        WriteRegistryValue(key_, name.Text(), kRegistryNumber, impl::NumberBytes(value)),
+        L"RegSetValueEx");
+}
+
+gtl::status Registry::WriteBool(const ValueName& name, bool value, bool asText)
+{
+    return WriteInt(name, value ? 1 : 0, asText);
+}
+
+gtl::status Registry::WriteString(const ValueName& name, const std::wstring& text)
+{
+    if (const unsigned long error = CreateAndOpenRootPath_(); error != 0)
+        return impl::Failure(error, L"RegCreateKeyEx");
+    return impl::Failure(
+        WriteRegistryValue(key_, name.Text(), kRegistryText, impl::TextBytes(text)),
+        L"RegSetValueEx");
+}
+
+gtl::status Registry::WriteString(const ValueName& name, const std::string& text)
+{
+    return WriteString(name, str::as_wstring(text));
+}
+
+gtl::status Registry::ValueExists(const ValueName& name) const
+{
+    std::uint32_t type = 0;
+    std::string bytes;
+    // A key that is not open is asked like any other, for the system's own words.
+    RegistryKey key = key_;
+    unsigned long error = 0;
+    if (key == nullptr)
+        error = OpenRegistryKey(path_.root, path_.subkey, With(kRegistryRead, view_), impl::Host(),
+                                key);
+    if (error == 0)
+        error = ReadRegistryValue(key, name.Text(), type, bytes);
+    if (key != key_)
+        CloseRegistryKey(key);
+    return impl::Failure(error, L"RegQueryValueEx");
+}
+
+gtl::status Registry::DeleteValue(const ValueName& name)
+{
+    if (key_ == nullptr)
+        return {};
+    return impl::Failure(DeleteRegistryValue(key_, name.Text()), L"RegDeleteValue");
+}
+
+std::vector<std::wstring> Registry::GetAllValues() const
+{
+    std::vector<std::wstring> names;
+    std::wstring name;
+    while (key_ != nullptr && RegistryValueName(key_, static_cast<std::uint32_t>(names.size()),
+                                                kNameBuffer, name) == 0)
+        names.push_back(name);
+    return names;
+}
+
+} // namespace sys::reg
