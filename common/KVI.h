@@ -85,6 +85,7 @@
 #include "numerics/math_matrix_Multiply.h"
 #include "numerics/math_matrix_storage.h"
 #include "numerics/tagRecords.h"
+#include "sys/SharedResource.h"
 #include "sys/sys_file.h"
 #include "sys/sys_file_FilePath.h"
 #include "sys/sys_file_Finder.h"

@@ -17,11 +17,12 @@ using Clock = std::chrono::steady_clock;
 
 // Nanoseconds. Waking a sleeper takes the caller some 3 us and the sleeper 25 us and more; joining
 // work that is open takes a spinning thread a few tenths of one.
-constexpr double kAlone = 500;         // before anybody is let in
-constexpr double kWorthCompany = 1500; // what must be left then
+constexpr double kAlone = 300;         // before anybody is let in
+constexpr double kWorthCompany = 3000; // what must be left then
 constexpr double kBeforeWaking = 3000;
 constexpr double kWorthWaking = 5000;
-constexpr double kPiece = 700; // the least that is handed out
+constexpr double kPiece = 500;       // the least that is handed out
+constexpr std::uint64_t kShares = 3; // of a thread, in what is left
 constexpr double kSpin = 40'000;
 constexpr std::size_t kMostMembers = 1024;
 constexpr unsigned kGrowth = 8; // of the pieces while their cost is not yet known
@@ -166,7 +167,7 @@ bool Work::Claim(std::uint64_t& begin, std::uint64_t& end, double perNumber)
         if (begin >= count_)
             return false;
         const std::uint64_t left = count_ - begin;
-        end = begin + std::min(left, std::max(left / (4 * workers_), least));
+        end = begin + std::min(left, std::max(left / (kShares * workers_), least));
     } while (!next_.compare_exchange_weak(begin, end, std::memory_order_relaxed));
     return true;
 }

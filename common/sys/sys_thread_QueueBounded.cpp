@@ -35,7 +35,9 @@ struct Machine
         platform::Parking parking_;
     };
 
-    /// Spins for about a microsecond, then lets others run for some hundred, then has none left.
+    /// Spins for some microseconds, then lets others run for some hundred, then has none left. It
+    /// looks no more often than every tenth of a microsecond: each look takes a cache line away
+    /// from the other side, which meanwhile adds more items.
     class Patience
     {
     public:
@@ -50,12 +52,13 @@ struct Machine
             if (round_ > kSpins)
                 platform::GiveWay();
             else
-                platform::SpinPause();
+                for (int i = 0; i < kPauses; ++i)
+                    platform::SpinPause();
             return true;
         }
 
     private:
-        static constexpr int kSpins = 50, kRounds = 450;
+        static constexpr int kPauses = 4, kSpins = 20, kRounds = 420;
         int round_ = 0;
     };
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <new>
 #include <vector>
@@ -13,57 +14,56 @@
 namespace sys::thread::impl
 {
 
-/// Slots for the items of one writer. Item bytes stand behind their slot's size, all slots in one
-/// block; a slot that had to grow has a block of its own.
+/// Slots for the items of one writer, side by side in one block, so that small items share cache
+/// lines. A slot that had to grow has a block of its own, which begins with its size.
 class Slots
 {
 public:
     Slots(unsigned capacity, std::size_t itemSize)
-        : slots_(std::max(capacity, 2u)), grown_(slots_.size())
+        : room_(RoundedUp(itemSize)), slots_(std::max(capacity, 2u)), grown_(slots_.size())
     {
-        const std::size_t stride = Stride(itemSize);
-        if (stride > SIZE_MAX / slots_.size())
+        if (room_ > (SIZE_MAX - kLine) / slots_.size())
             throw std::bad_alloc();
-        block_ = std::make_unique<std::byte[]>(stride * slots_.size());
+        std::size_t space = room_ * slots_.size() + kLine;
+        block_ = std::make_unique<std::byte[]>(space);
+        void* start = block_.get();
+        first_ = static_cast<std::byte*>(std::align(kLine, space - kLine, start, space));
+        end_ = first_ + room_ * slots_.size();
         for (std::size_t i = 0; i < slots_.size(); ++i)
-            slots_[i] = SetUp(block_.get() + i * stride, stride);
+            slots_[i] = first_ + i * room_;
     }
 
     unsigned Count() const { return static_cast<unsigned>(slots_.size()); }
 
     void Write(unsigned index, const void* data, std::size_t size)
     {
-        if (Room(slots_[index]) < size)
+        if (size > room_ && Room(slots_[index]) < size)
             Grow(index, size);
-        Copy(slots_[index] + kHeader, data, size);
+        Copy(slots_[index], data, size);
     }
 
     void Read(unsigned index, void* out, std::size_t size) const
     {
         const std::byte* const slot = slots_[index];
-        Copy(out, slot + kHeader, std::min(size, Room(slot)));
+        Copy(out, slot, size <= room_ ? size : std::min(size, Room(slot)));
     }
 
 private:
-    static constexpr std::size_t kHeader = 8; // the size; items start at multiples of 8
+    static constexpr std::size_t kLine = 64, kHeader = 8;
 
-    static std::size_t Stride(std::size_t itemSize)
+    static std::size_t RoundedUp(std::size_t size)
     {
-        if (itemSize > SIZE_MAX - 2 * kHeader)
+        if (size > SIZE_MAX - 2 * kHeader)
             throw std::bad_alloc();
-        return kHeader + (itemSize + 7) / 8 * 8;
+        return (size + 7) / 8 * 8;
     }
-    static std::size_t Room(const std::byte* slot)
+    std::size_t Room(const std::byte* slot) const
     {
+        if (std::less_equal<>()(first_, slot) && std::less_equal<>()(slot, end_))
+            return room_;
         std::size_t room;
-        std::memcpy(&room, slot, sizeof room);
+        std::memcpy(&room, slot - kHeader, sizeof room);
         return room;
-    }
-    static std::byte* SetUp(std::byte* slot, std::size_t stride)
-    {
-        const std::size_t room = stride - kHeader;
-        std::memcpy(slot, &room, sizeof room);
-        return slot;
     }
     static void Copy(void* to, const void* from, std::size_t size)
     {
@@ -74,15 +74,18 @@ private:
     }
     void Grow(unsigned index, std::size_t size)
     {
-        const std::size_t stride = Stride(size);
-        auto block = std::make_unique<std::byte[]>(stride);
-        slots_[index] = SetUp(block.get(), stride);
+        const std::size_t room = RoundedUp(size);
+        auto block = std::make_unique<std::byte[]>(kHeader + room);
+        std::memcpy(block.get(), &room, sizeof room);
+        slots_[index] = block.get() + kHeader;
         grown_[index] = std::move(block);
     }
 
+    const std::size_t room_; // of a slot that has not grown
     std::vector<std::byte*> slots_;
     std::vector<std::unique_ptr<std::byte[]>> grown_;
     std::unique_ptr<std::byte[]> block_;
+    std::byte *first_ = nullptr, *end_ = nullptr;
 };
 
 /// The queue, over a System that gives it words in shared memory, beds and barriers; the tests put

@@ -1,0 +1,85 @@
+/// @file
+/// Resources that are known by a name, in this process and among processes.
+#pragma once
+
+#include "foundation/gtl_status.h"
+#include "foundation/kvi_export.h"
+#include "sys/sys_thread_ExclusiveAccess.h"
+
+#include <memory>
+#include <string>
+
+namespace sys::thread
+{
+
+/// Something that several processes have open under one name, and lock through a mutex of that
+/// name.
+///
+/// A process has a name open once. The first one anywhere to open it runs OnCreate, every other one
+/// OnOpen; closing runs OnClose, and OnDestroy where nobody else has it open any more. Among
+/// processes these four run one after the other; when one fails at opening, the name is not open.
+/// A process that dies closes everything, without the hooks: whoever has the name open next finds
+/// what it left behind.
+///
+/// Threads: the static functions are for any. The object must live until it is closed.
+class KVI_API SharedResource
+{
+public:
+    SharedResource();
+    virtual ~SharedResource();
+    SharedResource(const SharedResource&) = delete;
+    SharedResource& operator=(const SharedResource&) = delete;
+
+    /// Opens @p resource under @p name.
+    /// @param flags  kept for the resource's own use
+    /// @returns ok; or an error of "sys::thread::SharedResourceManager::Open": no resource, a name
+    /// that this process has open, a mutex that could not be made; or what the hook returned
+    static gtl::status Open(const std::wstring& name, SharedResource* resource,
+                            unsigned long flags);
+    /// Closes what this process has open under @p name.
+    /// @returns ok, an error when it has nothing open, or what a hook returned (it is closed then)
+    static gtl::status Close(const std::wstring& name);
+    /// Whether any process has @p name open.
+    static bool IsOpenAnywhere(const std::wstring& name);
+
+    /// Holds a resource locked; the last copy unlocks it, on the thread that got it.
+    class ExclusiveAccess
+    {
+    public:
+        ExclusiveAccess() = default;
+        /// Whether the resource is locked.
+        explicit operator bool() const { return hold_ != nullptr; }
+
+    private:
+        friend class SharedResource;
+        struct Hold;
+        std::shared_ptr<Hold> hold_;
+    };
+    /// Locks what this process has open under @p name.
+    /// @param wait  whether to wait for others who have it locked
+    /// @returns an empty handle when it is not open here, or somebody else has it
+    static ExclusiveAccess GetExclusiveAccess(const std::wstring& name, bool wait);
+
+    const std::wstring& Name() const { return name_; }
+
+protected:
+    /// @name Hooks, in this order behind the destructor; success as they stand here
+    virtual gtl::status OnCreate();
+    virtual gtl::status OnOpen();
+    virtual gtl::status OnClose();
+    virtual gtl::status OnDestroy();
+
+    void Lock() { mutex_.Lock(); }
+    bool TryLock() { return mutex_.TryLock(); }
+    void Unlock() { mutex_.Unlock(); }
+    unsigned long Flags() const { return flags_; }
+
+private:
+    friend class SharedResourceManager;
+
+    std::wstring name_;
+    unsigned long flags_ = 0;
+    impl::SystemExclusiveAccess mutex_;
+};
+
+} // namespace sys::thread
