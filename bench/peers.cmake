@@ -36,3 +36,12 @@ set_source_files_properties(fn/FredXing_eigen_peer.cpp PROPERTIES COMPILE_OPTION
 find_package(OpenMP REQUIRED COMPONENTS CXX)
 find_package(TBB REQUIRED)
 kvi_bench(sys LIBS TBB::tbb OpenMP::OpenMP_CXX)
+
+find_package(CGAL REQUIRED)
+add_library(kvi_peer_geometry INTERFACE)
+target_compile_definitions(kvi_peer_geometry INTERFACE USE_UNSTABLE_GEOS_CPP_API BOOST_ALLOW_DEPRECATED_HEADERS)
+target_link_libraries(kvi_peer_geometry INTERFACE CGAL::CGAL geos)
+kvi_bench(Geom LIBS kvi_peer_geometry)
+# Boost's own headers, in GCC 12's eyes.
+set_source_files_properties(Geom/Crossings_bench.cpp Geom/Rings_bench.cpp PROPERTIES
+                            COMPILE_OPTIONS -Wno-maybe-uninitialized)

@@ -2,7 +2,6 @@
 
 #include "Geom/Geom_RepeatedPoint_impl.h"
 #include "Geom/Geom_Vector.h"
-#include "foundation/math_algorithm_Tolerance.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,6 +10,10 @@ namespace Geom
 {
 namespace
 {
+
+// Twice an area that equals 0 to eight significant digits, with 5e-8 as the least tolerance: the
+// digits of a larger number never reach down to 0.
+constexpr double kNoArea = 5e-8;
 
 int TurnOf(const Point2D& a, const Point2D& b, const Point2D& c)
 {
@@ -38,8 +41,7 @@ bool IsValidRing(const Point2D* points, std::size_t n)
     if (n < 4 || !IsEqual2D(points[0], points[n - 1], Precision()) || !PolygonIsCCW2D(points, n))
         return false;
     const double area = DoubleArea(points, n);
-    const math::algorithm::Tolerance<double> eightDigits(8, 5e-8);
-    if (std::isnan(area) || eightDigits.Equal(area, 0))
+    if (!(std::fabs(area) > kNoArea))
         return false;
     return !impl::HasRepeatedPoint(points, n - 1, Precision());
 }
@@ -162,7 +164,7 @@ Point2D PolygonCentreOfMass2D(const Point2D* points, std::size_t n)
         y += area * (uy + vy);
         weight += area;
     }
-    if (!(std::fabs(weight) > 5e-8)) // as the validity of a ring has it
+    if (!(std::fabs(weight) > kNoArea))
         return CentreOfOutline(points, n);
     return {points[0].x + x / (3 * weight), points[0].y + y / (3 * weight)};
 }

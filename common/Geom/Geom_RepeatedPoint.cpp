@@ -5,13 +5,13 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <vector>
+#include <memory>
 
 namespace Geom::impl
 {
 namespace
 {
-constexpr std::size_t kFew = 12;      // points that are compared pair by pair
+constexpr std::size_t kFew = 5;       // points that are compared pair by pair
 constexpr std::size_t kOnStack = 512; // slots of a table on the stack
 constexpr double kWideCell = 64;      // in half-epsilons: borders are rarely near
 constexpr double kNarrowCell = 3;     // holds few points that are not near each other
@@ -27,28 +27,38 @@ bool HasEqualPair(const Point2D* points, std::size_t n, const Precision3D& preci
     return false;
 }
 
-/// One axis of the grid of cells. Coordinates no further apart than the half-epsilon stand in one
-/// cell or in cells of which either one is reached from the other by stepping the half-epsilon.
+/// One axis of the grid of cells; the map from coordinates to cells is monotone.
 class Axis
 {
 public:
-    Axis(double halfEpsilon, double cell) : cell_(halfEpsilon * cell), reach_(halfEpsilon * kReach)
+    Axis(double halfEpsilon, double cell)
+        : perUnit_(1 / (halfEpsilon * cell)), reach_(halfEpsilon * kReach),
+          border_(0.5 - kReach / cell)
     {
     }
 
-    /// The bits of the cell's number. Where cells are finer than the coordinates themselves, those
-    /// of the coordinate: there only equal ones are near.
+    /// Bits that tell the cell of @p v, whole cells about multiples of the edge. Where cells are
+    /// finer than the coordinates themselves, those of v: there only equal ones are near.
     std::uint64_t CellOf(double v) const
     {
-        const double cells = v / cell_;
-        const double number = std::fabs(cells) < 0x1p51 ? std::floor(cells) : v;
-        return std::bit_cast<std::uint64_t>(number + 0.0); // -0 is 0
+        const double cells = v * perUnit_;
+        return std::bit_cast<std::uint64_t>(std::fabs(cells) < kMost ? cells + kRound : v + 0.0);
+    }
+    /// Whether a coordinate near @p v may stand in another cell.
+    bool IsNearBorder(double v) const
+    {
+        const double cells = v * perUnit_;
+        const double offset = std::fabs(cells - ((cells + kRound) - kRound));
+        return !(offset < border_ - std::fabs(cells) * 0x1p-51);
     }
     double Below(double v) const { return v - reach_; }
     double Above(double v) const { return v + reach_; }
 
 private:
-    double cell_, reach_;
+    static constexpr double kMost = 0x1p51;
+    static constexpr double kRound = 0x1.8p52; // a sum with it is a whole number
+
+    double perUnit_, reach_, border_;
 };
 
 std::uint64_t HashOf(std::uint64_t cellX, std::uint64_t cellY)
@@ -76,13 +86,8 @@ public:
     {
         const Point2D& p = points_[i];
         const std::uint64_t cellX = x_.CellOf(p.x), cellY = y_.CellOf(p.y);
-        const std::uint64_t lowX = x_.CellOf(x_.Below(p.x)), highX = x_.CellOf(x_.Above(p.x));
-        const std::uint64_t lowY = y_.CellOf(y_.Below(p.y)), highY = y_.CellOf(y_.Above(p.y));
-        if ((lowX ^ highX) | (lowY ^ highY)) // near a border: the cells beyond it too
-            for (const std::uint64_t x : {lowX, highX})
-                for (const std::uint64_t y : {lowY, highY})
-                    if ((x != cellX || y != cellY) && *SlotOfEqual(p, x, y) != 0)
-                        return true;
+        if ((x_.IsNearBorder(p.x) || y_.IsNearBorder(p.y)) && IsRepeatedAround(p, cellX, cellY))
+            return true;
         std::uint32_t* slot = SlotOfEqual(p, cellX, cellY);
         if (*slot != 0)
             return true;
@@ -94,6 +99,18 @@ public:
     std::size_t Misses() const { return misses_; }
 
 private:
+    /// Whether a point near @p p stands in another cell than its own.
+    bool IsRepeatedAround(const Point2D& p, std::uint64_t cellX, std::uint64_t cellY)
+    {
+        for (const double x : {x_.Below(p.x), x_.Above(p.x)})
+            for (const double y : {y_.Below(p.y), y_.Above(p.y)})
+            {
+                const std::uint64_t otherX = x_.CellOf(x), otherY = y_.CellOf(y);
+                if ((otherX != cellX || otherY != cellY) && *SlotOfEqual(p, otherX, otherY) != 0)
+                    return true;
+            }
+        return false;
+    }
     /// The slot of a point near @p p among those hashed like the cell, or the free slot after them.
     std::uint32_t* SlotOfEqual(const Point2D& p, std::uint64_t cellX, std::uint64_t cellY)
     {
@@ -115,17 +132,15 @@ private:
 
 bool HasRepeatedPoint(const Point2D* points, std::size_t n, const Precision3D& precision)
 {
-    // With an infinite tolerance the first pair answers; a negative or NaN one leaves only
-    // equality.
-    const bool isBounded = precision.halfEpsilon[0] < 1e300 && precision.halfEpsilon[1] < 1e300;
-    if (n <= kFew || !isBounded)
+    const auto isOrdinary = [](double h) { return h == 0 || (h > 1e-300 && h < 1e300); };
+    if (n <= kFew || !isOrdinary(precision.halfEpsilon[0]) || !isOrdinary(precision.halfEpsilon[1]))
         return HasEqualPair(points, n, precision);
     const std::size_t size = std::bit_ceil(2 * n);
     std::uint32_t onStack[kOnStack];
-    std::vector<std::uint32_t> onHeap;
+    std::unique_ptr<std::uint32_t[]> onHeap;
     if (size > kOnStack)
-        onHeap.resize(size);
-    std::uint32_t* const slots = size > kOnStack ? onHeap.data() : onStack;
+        onHeap.reset(new std::uint32_t[size]);
+    std::uint32_t* const slots = size > kOnStack ? onHeap.get() : onStack;
     for (const double cell : {kWideCell, kNarrowCell})
     {
         std::fill(slots, slots + size, 0);

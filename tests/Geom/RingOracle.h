@@ -34,7 +34,9 @@ inline bool IsValidRing(const Ring& ring)
         const long double before = ring[i == 0 ? n - 2 : i - 1].y;
         area += ((long double)ring[i].x - ring[0].x) * (ring[i + 1].y - before);
     }
-    return !std::isnan(double(area)) && std::fabs(double(area)) > 5e-8 && !HasRepeatedVertex(ring);
+    const math::algorithm::Tolerance<double> eightDigits(8, 5e-8);
+    return !std::isnan(double(area)) && !eightDigits.Equal(double(area), 0) &&
+           !HasRepeatedVertex(ring);
 }
 
 } // namespace oracle

@@ -1,0 +1,36 @@
+#include "Geom/LineOracle.h"
+#include "fuzz/FuzzInput.h"
+
+namespace fuzz
+{
+
+/// One of the finders on up to 160 lines, of which some may be copies of others, moved.
+std::string CheckLines(const std::uint8_t* data, std::size_t size)
+{
+    const Geom::Precision3D before = Geom::Precision();
+    Input input(data, size);
+    input.TakeFrame();
+    const int form = input.Byte();
+    const Geom::Point2D origin = input.Point(), shift = input.Point();
+    Geom::LineSet2D lines;
+    while (!input.IsEmpty() && lines.size() < 40)
+    {
+        const Geom::Point2D first = input.Point();
+        const Geom::Line2D line = {first, input.Point()};
+        lines.push_back(form & 4 ? line : Geom::LineGet2D(line.first, line.second));
+    }
+    const std::size_t n = lines.size();
+    for (int copy = 1; copy <= (form >> 3 & 3); ++copy)
+        for (std::size_t i = 0; i < n; ++i)
+        {
+            const double dx = (shift.x - origin.x) * copy, dy = (shift.y - origin.y) * copy;
+            const auto& [a, b] = lines[i];
+            lines.push_back({{a.x + dx, a.y + dy}, {b.x + dx, b.y + dy}});
+        }
+    oracle::Tally tally;
+    const std::string wrong = oracle::WrongWith(oracle::kFinders[form & 3], lines, tally);
+    SetCompPrecision(before);
+    return wrong;
+}
+
+} // namespace fuzz
