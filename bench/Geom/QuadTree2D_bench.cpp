@@ -80,7 +80,9 @@ class Kvi
 public:
     explicit Kvi(const Mesh& mesh)
     {
-        tree_.Initialize(mesh.box, 10, Geom::Precision(), unsigned(mesh.elements.size()));
+        // Elements of a mesh overlap on every edge of a leaf: fuller leaves hold fewer of them
+        // twice.
+        tree_.Initialize(mesh.box, 16, Geom::Precision(), unsigned(mesh.elements.size()));
         for (unsigned i = 0; i < mesh.elements.size(); ++i)
             tree_.Insert(i, mesh.elements[i]);
     }

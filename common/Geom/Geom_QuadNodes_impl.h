@@ -20,7 +20,8 @@ struct QuadBox
 
     bool Holds(std::uint32_t x, std::uint32_t y) const
     {
-        return x >= minX && x <= maxX && y >= minY && y <= maxY;
+        // Without a branch; what lies below the minimum wraps around.
+        return (x - minX <= maxX - minX) & (y - minY <= maxY - minY);
     }
 };
 

@@ -4,6 +4,7 @@
 #include "Geom/Geom_QuadNodes_impl.h"
 #include "Geom/Geom_plane_impl.h"
 
+#include <bit>
 #include <unordered_map>
 
 namespace Geom
@@ -13,13 +14,15 @@ namespace
 
 using impl::QuadBox;
 
-/// An item's ring in the array of all points.
-struct Item
+/// Stands before an item's ring in the array of all points, in the place of one.
+struct Header
 {
     std::uint32_t id;
-    std::uint32_t count;
-    std::size_t first;
+    std::uint32_t count; ///< points of the ring
+    std::uint32_t room;  ///< places behind this one, up to the next header
+    std::uint32_t unused = 0;
 };
+static_assert(sizeof(Header) == sizeof(Point2D));
 
 /// Positions on one axis of the box, as whole numbers that keep their order.
 class QuadAxis
@@ -51,7 +54,7 @@ private:
     double low_ = 0, high_ = -1, half_ = 0, scale_ = 0;
 };
 
-/// The place of each identifier's item: by index while the identifiers are dense, else by hash.
+/// Where each identifier's item stands: by index while the identifiers are dense, else by hash.
 class Places
 {
 public:
@@ -132,33 +135,29 @@ public:
     {
         const unsigned expectedCount = std::min(expected, 1u << 24); // a guess is no reason to fail
         nodes_.Reserve(expectedCount / 4, expectedCount);
-        items_.reserve(expectedCount);
+        points_.reserve(std::size_t{expectedCount} * kUsualPoints);
         places_.Reserve(expectedCount);
     }
 
     void Insert(std::uint32_t id, const std::vector<Point2D>& points)
     {
-        std::uint32_t& place = places_.At(id, items_.size());
+        std::uint32_t& place = places_.At(id, itemCount_);
         if (place == Places::kNone)
-        {
-            place = static_cast<std::uint32_t>(items_.size());
-            items_.push_back({id, 0, points_.size()});
-        }
+            ++itemCount_;
         else
             Withdraw(place);
-        Store(items_[place], points);
-        QuadBox box;
-        if (BoxOf(items_[place], box))
-            nodes_.Add({place, box});
+        Store(place, id, points);
+        AddToNodes(place);
+        if (unused_ > points_.size() / 2 + 1024)
+            Compact();
     }
 
     void Clear()
     {
         nodes_.Clear();
-        items_.clear();
         points_.clear();
         places_.Clear();
-        unused_ = 0;
+        itemCount_ = unused_ = 0;
     }
 
     /// Calls @p visit with the identifier of each item that contains the point.
@@ -169,22 +168,52 @@ public:
             return;
         const std::uint32_t x = x_.At(point.x), y = y_.At(point.y);
         const impl::QuadNode& leaf = nodes_.LeafAt(x, y);
-        const impl::QuadEntry* entry = nodes_.EntriesOf(leaf);
-        for (const impl::QuadEntry* const end = entry + leaf.count; entry != end; ++entry)
-            if (entry->box.Holds(x, y) && Contains(items_[entry->item], point))
-                visit(items_[entry->item].id);
+        const impl::QuadEntry* entries = nodes_.EntriesOf(leaf);
+        for (std::uint32_t rest = leaf.count; rest > 0;)
+        {
+            // The boxes first, without a branch: one item or two are left, which cannot be
+            // foretold.
+            const std::uint32_t count = std::min(rest, 32u);
+            std::uint32_t hits = 0;
+            for (std::uint32_t i = 0; i < count; ++i)
+                hits |= std::uint32_t{entries[i].box.Holds(x, y)} << i;
+            for (; hits != 0; hits &= hits - 1)
+            {
+                const std::uint32_t place = entries[std::countr_zero(hits)].item;
+                if (Contains(place, point))
+                    visit(HeaderAt(place).id);
+            }
+            entries += count;
+            rest -= count;
+        }
     }
 
     const impl::QuadNodes& Nodes() const { return nodes_; }
 
 private:
-    bool Contains(const Item& item, const Point2D& p) const
+    Header HeaderAt(std::uint32_t place) const { return std::bit_cast<Header>(points_[place]); }
+    const Point2D* RingAt(std::uint32_t place) const { return points_.data() + place + 1; }
+
+    /// MarkOf for every edge, without a branch while the point is clear of the edge's line.
+    bool Contains(std::uint32_t place, const Point2D& p) const
     {
-        const Point2D* const ring = points_.data() + item.first;
+        const Point2D* const ring = RingAt(place);
+        const std::uint32_t count = HeaderAt(place).count;
         bool isInside = false;
-        for (std::uint32_t i = 0; i + 1 < item.count; ++i)
+        for (std::uint32_t i = 0; i + 1 < count; ++i)
         {
-            const EdgeMark mark = MarkOf(ring[i], ring[i + 1], p, hx_, hy_);
+            const Point2D &a = ring[i], &b = ring[i + 1];
+            const double dx = b.x - a.x, dy = b.y - a.y;
+            const double left = dx * (p.y - a.y), right = dy * (p.x - a.x);
+            const double tolerance = hx_ * std::fabs(dy) + hy_ * std::fabs(dx);
+            const double doubt = (std::fabs(left) + std::fabs(right) + tolerance) * 0x1p-49;
+            if (std::fabs(left - right) > tolerance + doubt) [[likely]]
+            {
+                const bool isUp = b.y > p.y;
+                isInside ^= ((a.y > p.y) != isUp) & ((left > right) == isUp);
+                continue;
+            }
+            const EdgeMark mark = MarkOf(a, b, p, hx_, hy_);
             if (mark == EdgeMark::On)
                 return true;
             isInside ^= mark == EdgeMark::Crossed;
@@ -194,12 +223,13 @@ private:
 
     /// The grid box of an item with the reach of the tolerance; false when no point of the tree's
     /// box can be in the item.
-    bool BoxOf(const Item& item, QuadBox& box) const
+    bool BoxOf(std::uint32_t place, QuadBox& box) const
     {
         Extents2D extents;
-        for (std::uint32_t i = 0; i < item.count; ++i)
+        const Point2D* const ring = RingAt(place);
+        for (std::uint32_t i = 0; i < HeaderAt(place).count; ++i)
         {
-            const Point2D& p = points_[item.first + i];
+            const Point2D& p = ring[i];
             if (!impl::IsUsable(p))
                 return false;
             extents = {std::min(extents.minX, p.x), std::max(extents.maxX, p.x),
@@ -213,58 +243,74 @@ private:
     }
 
     /// Puts the ring where the item's points were if it fits there, else behind all others.
-    void Store(Item& item, const std::vector<Point2D>& points)
+    void Store(std::uint32_t& place, std::uint32_t id, const std::vector<Point2D>& points)
     {
         const bool isOpen = !points.empty() && !(points.front() == points.back());
-        const std::size_t count = points.size() + (isOpen ? 1 : 0);
-        if (count > item.count)
+        const auto count = static_cast<std::uint32_t>(points.size() + (isOpen ? 1 : 0));
+        std::uint32_t room = place == Places::kNone ? 0 : HeaderAt(place).room;
+        if (place == Places::kNone || count > room)
         {
-            unused_ += item.count;
-            item.first = points_.size();
-            points_.insert(points_.end(), points.begin(), points.end());
-            if (isOpen)
-                points_.push_back(points.front());
+            unused_ += room;
+            if (place != Places::kNone)
+                points_[place] = std::bit_cast<Point2D>(Header{Places::kNone, 0, room});
+            place = static_cast<std::uint32_t>(points_.size());
+            room = count;
+            points_.resize(points_.size() + 1 + room);
         }
-        else
-        {
-            unused_ += item.count - count;
-            const auto end = std::copy(points.begin(), points.end(),
-                                       points_.begin() + std::ptrdiff_t(item.first));
-            if (isOpen)
-                *end = points.front();
-        }
-        item.count = static_cast<std::uint32_t>(count);
-        if (unused_ > points_.size() / 2 + 1024)
-            Compact();
+        points_[place] = std::bit_cast<Point2D>(Header{id, count, room});
+        Point2D* const ring = points_.data() + place + 1;
+        std::copy(points.begin(), points.end(), ring);
+        if (isOpen)
+            ring[points.size()] = points.front();
+    }
+
+    void AddToNodes(std::uint32_t place)
+    {
+        QuadBox box;
+        if (BoxOf(place, box))
+            nodes_.Add({place, box});
     }
 
     void Withdraw(std::uint32_t place)
     {
         QuadBox box;
-        if (BoxOf(items_[place], box))
+        if (BoxOf(place, box))
             nodes_.Remove({place, box});
     }
 
+    /// Builds everything anew from the rings in use.
     void Compact()
     {
         std::vector<Point2D> kept;
-        kept.reserve(points_.size() - unused_);
-        for (Item& item : items_)
+        nodes_.Clear();
+        for (std::size_t place = 0; place < points_.size();)
         {
-            const auto first = points_.begin() + std::ptrdiff_t(item.first);
-            item.first = kept.size();
-            kept.insert(kept.end(), first, first + item.count);
+            const Header header = HeaderAt(static_cast<std::uint32_t>(place));
+            if (header.id != Places::kNone)
+            {
+                places_.At(header.id, itemCount_) = static_cast<std::uint32_t>(kept.size());
+                kept.push_back(
+                    std::bit_cast<Point2D>(Header{header.id, header.count, header.count}));
+                const Point2D* const ring = points_.data() + place + 1;
+                kept.insert(kept.end(), ring, ring + header.count);
+            }
+            place += 1 + header.room;
         }
         points_ = std::move(kept);
         unused_ = 0;
+        for (std::size_t place = 0; place < points_.size();
+             place += 1 + HeaderAt(static_cast<std::uint32_t>(place)).room)
+            AddToNodes(static_cast<std::uint32_t>(place));
     }
+
+    static constexpr std::size_t kUsualPoints = 6; ///< of a quadrangle, closed, with its header
 
     double hx_, hy_;
     QuadAxis x_, y_;
     impl::QuadNodes nodes_;
-    std::vector<Item> items_;
-    std::vector<Point2D> points_; ///< the closed rings of all items
-    std::size_t unused_ = 0;      ///< points that no item has any more
+    std::vector<Point2D> points_; ///< the closed rings of all items, each behind its header
+    std::size_t itemCount_ = 0;
+    std::size_t unused_ = 0; ///< points of rings that were moved
     Places places_;
 };
 
