@@ -171,16 +171,17 @@ private:
     geos::index::strtree::TemplateSTRtree<std::size_t> tree_;
 };
 
-template <bool FromLast>
+using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
+using HierarchyCells = CGAL::Triangulation_data_structure_2<
+    CGAL::Triangulation_hierarchy_vertex_base_2<CGAL::Triangulation_vertex_base_2<Kernel>>>;
+using Hierarchy =
+    CGAL::Triangulation_hierarchy_2<CGAL::Delaunay_triangulation_2<Kernel, HierarchyCells>>;
+using Walk = CGAL::Delaunay_triangulation_2<Kernel>;
+
+/// The hierarchy starts from its top, the plain triangulation from the face found last.
+template <class Triangles>
 class Cgal
 {
-    using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
-    using Vertex =
-        CGAL::Triangulation_hierarchy_vertex_base_2<CGAL::Triangulation_vertex_base_2<Kernel>>;
-    using Cells = CGAL::Triangulation_data_structure_2<Vertex>;
-    using Triangles =
-        CGAL::Triangulation_hierarchy_2<CGAL::Delaunay_triangulation_2<Kernel, Cells>>;
-
 public:
     explicit Cgal(const Mesh& mesh)
     {
@@ -191,13 +192,15 @@ public:
     }
     std::size_t Find(const Point2D& p)
     {
-        last_ = triangles_.locate({p.x, p.y}, FromLast ? last_ : Triangles::Face_handle());
+        const bool isWalk = std::is_same_v<Triangles, Walk>;
+        last_ = triangles_.locate({p.x, p.y}, isWalk ? last_ : Face());
         return triangles_.is_infinite(last_) ? kNowhere : 0;
     }
 
 private:
+    using Face = typename Triangles::Face_handle;
     Triangles triangles_;
-    typename Triangles::Face_handle last_;
+    Face last_;
 };
 
 template <class Index>
@@ -230,7 +233,8 @@ void Query(benchmark::State& state, int side, int count, bool isRaster)
     for (std::size_t i = 0; i < points.size(); i += 97)
     {
         const std::size_t found = index.Find(points[i]), expected = reference.Find(points[i]);
-        const bool isCell = std::is_same_v<Index, Cgal<true>> || std::is_same_v<Index, Cgal<false>>;
+        const bool isCell =
+            std::is_same_v<Index, Cgal<Hierarchy>> || std::is_same_v<Index, Cgal<Walk>>;
         if (found == kNowhere ||
             (!isCell && found != expected && !IsOnEdge(mesh.elements[found], points[i])))
             return state.SkipWithError("wrong element");
@@ -262,9 +266,9 @@ const bool kRegistered = [] {
     Register<Boost<true>>("Boost R-tree packed");
     Register<Boost<false>>("Boost R-tree one by one");
     Register<Geos>("GEOS STR tree");
-    Register<Cgal<false>>("CGAL hierarchy");
+    Register<Cgal<Hierarchy>>("CGAL hierarchy");
     benchmark::RegisterBenchmark("4|raster 1e6 in 1e5|CGAL from last face", [](auto& state) {
-        Query<Cgal<true>>(state, 316, 1000000, true);
+        Query<Cgal<Walk>>(state, 316, 1000000, true);
     })->Unit(benchmark::kMillisecond);
     return true;
 }();

@@ -176,6 +176,26 @@ TEST(QuadTree2D, HasAnAnswerForWhatLiesOutside)
     EXPECT_EQ(tree.Find({0, 0}), kNone);
 }
 
+TEST(QuadTree2D, ForgetsWhatItemsWereBefore)
+{
+    QuadTree2D tree = Tree(kBox, 2);
+    std::map<std::uint32_t, Ring> items;
+    Shapes shapes(8);
+    for (int round = 3; round < 200; ++round)
+    {
+        const std::uint32_t id = shapes.Below(6);
+        const Point2D centre = {shapes.Uniform(0, 100), shapes.Uniform(0, 100)};
+        Ring& ring = items[id];
+        ring.clear();
+        // More points every time: the rings move, and the room that they leave is taken back.
+        for (int i = 0; i <= round; ++i)
+            ring.push_back(Geom::CalcPtFromAngle2D(centre, i * 6.28 / round, 20));
+        tree.Insert(id, ring);
+        for (int i = 0; i < 20; ++i)
+            ExpectLikeAScan(tree, items, shapes.PointNear(ring));
+    }
+}
+
 TEST(QuadTree2D, TakesEveryBox)
 {
     constexpr double kHuge = 1.5e308;
