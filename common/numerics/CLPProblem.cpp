@@ -50,9 +50,10 @@ void Refuse(const wchar_t* operation, const wchar_t* reason)
 /// lp_solve crashes where memory fails it, so this is tried before.
 bool HasRoom(unsigned variables)
 {
-    constexpr unsigned kMost = 100'000'000;
     constexpr std::size_t kBytes = 256; // what lp_solve takes for a column, generously
-    if (variables > kMost || variables > std::numeric_limits<std::size_t>::max() / kBytes)
+    constexpr std::size_t kMost =
+        std::min<std::size_t>(100'000'000, std::numeric_limits<std::size_t>::max() / kBytes - 1);
+    if (variables > kMost)
         return false;
     return std::unique_ptr<char[]>(new (std::nothrow) char[variables * kBytes + 1]) != nullptr;
 }

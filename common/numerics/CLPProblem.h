@@ -11,24 +11,24 @@
 /// coefficient * variable
 struct CLPTerm
 {
-    double coefficient = 0;
-    unsigned variable = 0; ///< counted from 0
+    double coefficient = 0; ///< finite
+    unsigned variable = 0;  ///< counted from 0
 };
 
 /// A linear objective. Of several terms with one variable the last counts.
 struct CLPObjFunc
 {
-    bool maximise = false;
-    std::vector<CLPTerm> terms;
+    bool maximise = false;      ///< otherwise minimise
+    std::vector<CLPTerm> terms; ///< their sum
 };
 
 /// A linear constraint: the sum of the terms stands in a relation to @c rhs. Of several terms with
 /// one variable the last counts.
 struct CLPConstraint
 {
-    std::vector<CLPTerm> terms;
-    int kind = 0; ///< 0: less or equal, 1: greater or equal, 2: equal
-    double rhs = 0;
+    std::vector<CLPTerm> terms; ///< the left-hand side
+    int kind = 0;               ///< 0: less or equal, 1: greater or equal, 2: equal
+    double rhs = 0;             ///< the right-hand side
 };
 
 /// How solving a linear programme ended.
@@ -73,21 +73,24 @@ public:
 
     /// Replaces the objective.
     void objFunc(const CLPObjFunc& objective);
+    /// Adds a constraint to those that stand.
     void add(const CLPConstraint& constraint);
     /// Adds each of @p constraints, in order.
     void add(const std::vector<CLPConstraint>& constraints);
+    /// Makes variable @p i integer or continuous, as all are at first.
     void intVar(unsigned i, bool isInteger);
     /// Solves the programme as it stands. An outcome that is neither an optimum nor a proof that
     /// there is none goes to the log and leaves the status as it was.
     void solve();
 
-    bool IsOptimal() const;
+    bool IsOptimal() const; ///< Is the status Optimal?
+    /// How the last solve ended.
     CLPStatus Status() const;
     /// The value of variable @p i in the best solution of the last solve; without an optimum
     /// whatever lp_solve left, 0 before the first solve, and NaN where there is no such variable or
     /// no model.
     double var(unsigned i) const;
-    unsigned numVar() const;
+    unsigned numVar() const; ///< the variables created
     /// The constraints taken so far.
     unsigned numCons() const;
 

@@ -108,7 +108,9 @@ void AddInParts(const Pattern& p, std::size_t first, std::size_t count, const do
                 double* values, int parts)
 {
     const std::size_t start = p.offsetStart[first];
-    const auto border = [&](int part) { return first + count * std::size_t(part) / parts; };
+    const auto border = [&](int part) {
+        return first + count * std::size_t(part) / std::size_t(parts);
+    };
     std::vector<std::vector<std::size_t>> later; // elements with such rows
     later.resize(std::size_t(parts));
     tbb::parallel_for(0, parts, [&](int part) {

@@ -276,7 +276,9 @@ bool BuildAs(Pattern& pattern, const Touches& touches, int parts, int threads)
     pattern.offsets.resize(entries * sizeof(Offset));
     pattern.rowStart.assign(std::size_t(pattern.n) + 1, 0);
     const std::vector<int>& order = touches.Order();
-    const auto border = [&](int part) { return order.size() * std::size_t(part) / parts; };
+    const auto border = [&](int part) {
+        return order.size() * std::size_t(part) / std::size_t(parts);
+    };
     std::vector<RowBuilder<Offset>> builders;
     builders.reserve(std::size_t(parts));
     for (int part = 0; part < parts; ++part)
