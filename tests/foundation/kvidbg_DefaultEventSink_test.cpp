@@ -168,7 +168,9 @@ TEST_F(LogFileTest, APipeThatNobodyReadsDelaysLittle)
     sink.OutputPath(str::as_wstring(pipe));
     Put(L"lost"); // no reader at all
     EXPECT_EQ(sink.Lost(), 1u);
-    ASSERT_EQ(std::system(("sleep 2 < '" + pipe + "' &").c_str()), 0); // opens it, never reads
+    // The shell opens it before the command ends, which then has it open and never reads.
+    const std::string open = "exec 3<>'" + pipe + "'; sleep 2 >/dev/null 2>&1 &";
+    ASSERT_EQ(std::system(open.c_str()), 0);
     const auto start = Clock::now();
     for (int i = 0; i < 300; ++i)
         Put(std::wstring(1000, L'x')); // four times what a pipe holds
