@@ -63,10 +63,71 @@ NewtonSettings SettingsOf(const SolverSettings& given)
         settings.maxIterations = given.maxIterations;
     return settings;
 }
+
+/// The steps of one model, one after the other.
+class Analysis
+{
+public:
+    Analysis(const Model& model, const std::vector<Soil>& soils, const Watch& watch,
+             Results& results)
+        : model_(model), soils_(soils), watch_(watch), results_(results),
+          settings_(SettingsOf(model.problem.solver)), assembly_(model, soils),
+          system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads)
+    {
+    }
+
+    StepResult Run(std::size_t index);
+
+private:
+    const Model& model_;
+    const std::vector<Soil>& soils_;
+    const Watch& watch_;
+    Results& results_;
+    NewtonSettings settings_;
+    Assembly assembly_;
+    LinearSystem system_;
+    std::vector<double> head_; ///< of the last step that converged
+};
+
+StepResult Analysis::Run(std::size_t index)
+{
+    const Step& step = model_.problem.steps[index];
+    const NodeConditions conditions = Gather(model_, step);
+    Newton newton(model_, conditions, assembly_, system_, settings_, [&](const NewtonRound& round) {
+        if (watch_.iteration)
+            watch_.iteration({step.name, round});
+    });
+    const NewtonOutcome outcome = newton.Solve(head_);
+    results_.seconds.assemble += newton.AssembleSeconds();
+    results_.seconds.solve += newton.SolveSeconds();
+    results_.equations = system_.Equations();
+    results_.nonzeros = system_.Nonzeros();
+    results_.solver = system_.Solver();
+
+    StepResult result;
+    result.number = index + 1;
+    result.name = step.name;
+    result.iterations = outcome.iterations;
+    result.residual = outcome.residual;
+    if (outcome.converged)
+        result.trouble = TooDry(model_, newton.Head());
+    else
+        result.trouble = Trouble(model_, outcome, settings_.tolerance);
+    result.converged = result.trouble.empty();
+    if (result.converged)
+        head_ = newton.Head();
+    const Solution solution{model_, step, soils_, conditions, newton.Head(), newton.Inflow()};
+    const std::vector<int> dripping = EvaluateFlows(solution, result);
+    result.storedWater = StoredWater(solution);
+    EvaluateNodes(solution, result.nodal);
+    result.surface =
+        ZeroPressureLines(model_.mesh, result.nodal.Column(dataparam::PressureHead), dripping);
+    EvaluateProbes(solution, result);
+    return result;
+}
 } // namespace
 
-bool Analyse(const Model& model, const std::function<void(const Progress&)>& watch,
-             Results& results, std::string& reason)
+bool Analyse(const Model& model, const Watch& watch, Results& results, std::string& reason)
 {
     std::unique_ptr<tbb::global_control> limit;
     const int threads = model.problem.solver.threads;
@@ -75,47 +136,24 @@ bool Analyse(const Model& model, const std::function<void(const Progress&)>& wat
                                                       std::size_t(threads));
     results.threads = threads > 0 ? threads : tbb::this_task_arena::max_concurrency();
 
-    const Step& step = model.problem.steps.front();
     std::vector<Soil> soils;
     if (!MakeSoils(model.problem, soils, reason))
         return false;
-    const NodeConditions conditions = Gather(model, step);
-    if (!conditions.HoldsSomewhere())
+    for (const Step& step : model.problem.steps)
+        if (!Gather(model, step).HoldsSomewhere())
+        {
+            reason = "step " + step.name +
+                     ": no boundary gives a head or lets water out, so nothing sets the level of "
+                     "the heads";
+            return false;
+        }
+    Analysis analysis(model, soils, watch, results);
+    for (std::size_t i = results.earlier.size(); i < model.problem.steps.size(); ++i)
     {
-        reason = "no boundary gives a head or lets water out, so nothing sets the level of the "
-                 "heads";
-        return false;
+        results.steps.push_back(analysis.Run(i));
+        if (watch.step && !watch.step(results.steps.back()))
+            return false;
     }
-    const NewtonSettings settings = SettingsOf(model.problem.solver);
-    Assembly assembly(model, soils);
-    LinearSystem system(model.mesh, model.problem.solver.kind, threads);
-    Newton newton(model, conditions, assembly, system, settings, [&](const NewtonRound& round) {
-        if (watch)
-            watch({step.name, round});
-    });
-    const NewtonOutcome outcome = newton.Solve();
-    results.seconds.assemble += newton.AssembleSeconds();
-    results.seconds.solve += newton.SolveSeconds();
-    results.equations = system.Equations();
-    results.nonzeros = system.Nonzeros();
-    results.solver = system.Solver();
-
-    StepResult result;
-    result.name = step.name;
-    result.iterations = outcome.iterations;
-    result.residual = outcome.residual;
-    if (outcome.converged)
-        result.trouble = TooDry(model, newton.Head());
-    else
-        result.trouble = Trouble(model, outcome, settings.tolerance);
-    result.converged = result.trouble.empty();
-    const Solution solution{model, step, soils, conditions, newton.Head(), newton.Inflow()};
-    const std::vector<int> dripping = EvaluateFlows(solution, result);
-    result.storedWater = StoredWater(solution);
-    EvaluateNodes(solution, result.nodal);
-    result.surface = ZeroPressureLines(model.mesh, result.nodal.pressureHead, dripping);
-    EvaluateProbes(solution, result);
-    results.steps.push_back(std::move(result));
     return true;
 }
 

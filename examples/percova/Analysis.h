@@ -19,11 +19,20 @@ struct Progress
     NewtonRound round;
 };
 
-/// Computes the first step of @p model. Adds to the assemble and solve times of @p results.
-/// @param watch  called after every iteration, on the calling thread; may be empty
-/// @returns false when nothing could be computed, with the reason in @p reason. A step that did
-///          not converge is a result like any other: see StepResult::converged.
-bool Analyse(const Model& model, const std::function<void(const Progress&)>& watch,
-             Results& results, std::string& reason);
+/// Whom an analysis tells how it goes, on the calling thread. Either may be empty.
+struct Watch
+{
+    std::function<void(const Progress&)> iteration; ///< called after each
+    /// Called with each step's result, the last one of the results so far, which it may change.
+    /// @returns whether to go on
+    std::function<bool(StepResult&)> step;
+};
+
+/// Computes the steps of @p model, but for as many as @p results has of an earlier run. Each starts
+/// from the heads of the one before. Adds to the assemble and solve times of @p results.
+/// @returns false when nothing could be computed, with the reason in @p reason, or when the watch
+///          wants no more. A step that did not converge is a result like any other: see
+///          StepResult::converged.
+bool Analyse(const Model& model, const Watch& watch, Results& results, std::string& reason);
 
 } // namespace percova

@@ -41,7 +41,7 @@ Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
     });
 }
 
-void Assembly::Elements(const std::vector<double>& head, double leastKr, Tangent tangent,
+void Assembly::Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,
                         double damping, std::size_t first, std::size_t last, double* matrices)
 {
     const Mesh& mesh = model_.mesh;
@@ -51,7 +51,7 @@ void Assembly::Elements(const std::vector<double>& head, double leastKr, Tangent
         for (std::size_t e = begin; e < end; ++e)
         {
             element.Load(mesh, e, head.data());
-            Compute(element, soils_[model_.material[e]], &saturated_[matrixStart_[e]], leastKr,
+            Compute(element, soils_[model_.material[e]], &saturated_[matrixStart_[e]], easing,
                     tangent, damping, result);
             std::copy_n(result.inflow, NodeCount(element.type), &elementInflow_[mesh.start[e]]);
             if (tangent != Tangent::None)
@@ -75,13 +75,14 @@ void Assembly::Sum(std::vector<double>& inflow) const
     });
 }
 
-void Assembly::Inflow(const std::vector<double>& head, double leastKr, std::vector<double>& inflow)
+void Assembly::Inflow(const std::vector<double>& head, const Easing& easing,
+                      std::vector<double>& inflow)
 {
-    Elements(head, leastKr, Tangent::None, 0, 0, model_.mesh.Elements(), nullptr);
+    Elements(head, easing, Tangent::None, 0, 0, model_.mesh.Elements(), nullptr);
     Sum(inflow);
 }
 
-void Assembly::Inflow(const std::vector<double>& head, double leastKr, Tangent tangent,
+void Assembly::Inflow(const std::vector<double>& head, const Easing& easing, Tangent tangent,
                       double damping, LinearSystem& system, std::vector<double>& inflow)
 {
     system.Clear();
@@ -89,7 +90,7 @@ void Assembly::Inflow(const std::vector<double>& head, double leastKr, Tangent t
     for (std::size_t first = 0; first < count; first += kBlock)
     {
         const std::size_t last = std::min(first + kBlock, count);
-        Elements(head, leastKr, tangent, damping, first, last, matrices_.data());
+        Elements(head, easing, tangent, damping, first, last, matrices_.data());
         system.Add(first, last - first, matrices_.data());
     }
     Sum(inflow);

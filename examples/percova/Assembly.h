@@ -22,16 +22,15 @@ public:
     const std::vector<Soil>& Soils() const { return soils_; }
 
     /// Flow that must enter every node from outside to keep the heads as they are [m3/s per m].
-    /// @param leastKr  see Compute
-    void Inflow(const std::vector<double>& head, double leastKr, std::vector<double>& inflow);
+    void Inflow(const std::vector<double>& head, const Easing& easing, std::vector<double>& inflow);
     /// The same, and its derivative by the heads in @p system, which is cleared first.
     /// @param damping  the diagonal of the Picard matrix is added this many times
-    void Inflow(const std::vector<double>& head, double leastKr, Tangent tangent, double damping,
-                LinearSystem& system, std::vector<double>& inflow);
+    void Inflow(const std::vector<double>& head, const Easing& easing, Tangent tangent,
+                double damping, LinearSystem& system, std::vector<double>& inflow);
 
 private:
-    void Elements(const std::vector<double>& head, double leastKr, Tangent tangent, double damping,
-                  std::size_t first, std::size_t last, double* matrices);
+    void Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,
+                  double damping, std::size_t first, std::size_t last, double* matrices);
     void Sum(std::vector<double>& inflow) const;
 
     const Model& model_;

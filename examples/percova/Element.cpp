@@ -136,16 +136,17 @@ struct PointValues
 };
 
 void Evaluate(const ElementState& element, const ElementRule& rule, const Soil& soil,
-              double leastKr, PointValues& values)
+              const Easing& easing, PointValues& values)
 {
     for (int p = 0; p < rule.points; ++p)
-        values.psi[p] = fVxV2C(rule.N[p], element.psi, 8);
+        values.psi[p] = easing.steepness * fVxV2C(rule.N[p], element.psi, 8);
     soil.kr.Evaluate(values.psi.data(), rule.points, values.kr.data(), values.slope.data());
     for (int p = 0; p < rule.points; ++p)
     {
-        if (values.kr[p] < leastKr)
+        values.slope[p] *= easing.steepness;
+        if (values.kr[p] < easing.leastKr)
         {
-            values.kr[p] = leastKr;
+            values.kr[p] = easing.leastKr;
             values.slope[p] = 0;
         }
         values.uniform = values.uniform && values.kr[p] == values.kr[0] && values.slope[p] == 0;
@@ -227,12 +228,12 @@ void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matr
     std::copy_n(result.matrix, NodeCount(element.type) * NodeCount(element.type), matrix);
 }
 
-void Compute(const ElementState& element, const Soil& soil, const double* saturated, double leastKr,
-             Tangent tangent, double damping, ElementResult& result)
+void Compute(const ElementState& element, const Soil& soil, const double* saturated,
+             const Easing& easing, Tangent tangent, double damping, ElementResult& result)
 {
     const ElementRule& rule = RuleOf(element.type, !soil.kr.IsSaturated());
     PointValues values;
-    Evaluate(element, rule, soil, leastKr, values);
+    Evaluate(element, rule, soil, easing, values);
     if (values.uniform)
         Scale(element, saturated, values.kr[0], tangent, damping, result);
     else

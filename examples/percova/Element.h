@@ -78,14 +78,21 @@ struct ElementResult
     double matrix[64]; ///< its derivative by the heads, n x n row-major
 };
 
+/// An easier problem than the true one: conductivities that fall less steeply and less far.
+struct Easing
+{
+    double leastKr = 0;   ///< a relative conductivity below this is taken as this; 1 is saturated
+    double steepness = 1; ///< kr is taken at this times the pressure head
+    bool IsNone() const { return leastKr == 0 && steepness == 1; }
+};
+
 /// The n x n matrix of an element whose relative conductivity is 1 everywhere.
 void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matrix);
 
 /// @param saturated  the element's SaturatedMatrix, which most elements of most problems need only
 ///                   a multiple of
-/// @param leastKr  a relative conductivity below this is taken as this; 1 is a saturated soil
 /// @param damping  the diagonal of the Picard matrix is added this many times
-void Compute(const ElementState& element, const Soil& soil, const double* saturated, double leastKr,
-             Tangent tangent, double damping, ElementResult& result);
+void Compute(const ElementState& element, const Soil& soil, const double* saturated,
+             const Easing& easing, Tangent tangent, double damping, ElementResult& result);
 
 } // namespace percova

@@ -110,20 +110,35 @@ void EvaluateProbes(const Solution& solution, StepResult& result)
     });
 }
 
-void EvaluateNodes(const Solution& s, NodalResults& nodal)
+DataTable NodalTable(std::size_t nodes)
+{
+    return DataTable(dataparam::Node,
+                     {dataparam::Head, dataparam::PressureHead, dataparam::Pressure,
+                      dataparam::WaterContent, dataparam::RelativeConductivity,
+                      dataparam::VelocityX, dataparam::VelocityY, dataparam::GradientX,
+                      dataparam::GradientY},
+                     unsigned(nodes));
+}
+
+void EvaluateNodes(const Solution& s, DataTable& nodal)
 {
     const Mesh& mesh = s.model.mesh;
-    const std::size_t count = mesh.Nodes();
-    nodal.head = s.head;
-    for (auto* values : {&nodal.pressureHead, &nodal.pressure, &nodal.waterContent, &nodal.kr,
-                         &nodal.velocityX, &nodal.velocityY, &nodal.gradientX, &nodal.gradientY})
-        values->assign(count, kMissing);
-    for (std::size_t n = 0; n < count; ++n)
+    nodal = NodalTable(mesh.Nodes());
+    const DataTable::Values psi = nodal.Column(dataparam::PressureHead),
+                            pressure = nodal.Column(dataparam::Pressure),
+                            theta = nodal.Column(dataparam::WaterContent),
+                            kr = nodal.Column(dataparam::RelativeConductivity),
+                            vx = nodal.Column(dataparam::VelocityX),
+                            vy = nodal.Column(dataparam::VelocityY),
+                            ix = nodal.Column(dataparam::GradientX),
+                            iy = nodal.Column(dataparam::GradientY);
+    std::copy(s.head.begin(), s.head.end(), nodal.Column(dataparam::Head).begin());
+    for (std::size_t n = 0; n < mesh.Nodes(); ++n)
     {
-        nodal.pressureHead[n] = s.head[n] - mesh.y[n];
-        nodal.pressure[n] = nodal.pressureHead[n] * s.model.problem.gammaW;
+        psi[n] = s.head[n] - mesh.y[n];
+        pressure[n] = psi[n] * s.model.problem.gammaW;
     }
-    std::vector<int> seen(count), seenCurve(count);
+    std::vector<int> seen(mesh.Nodes()), seenCurve(mesh.Nodes());
     for (std::size_t e = 0; e < mesh.Elements(); ++e)
     {
         const Soil& soil = s.soils[s.model.material[e]];
@@ -135,16 +150,15 @@ void EvaluateNodes(const Solution& s, NodalResults& nodal)
             const auto [r, t] = LocalOf(element.type, k);
             PointState point;
             At(element, r, t, point);
-            const double kr = soil.kr.At(nodal.pressureHead[n]);
-            Include(kr, seen[n], nodal.kr[n]);
-            Include(point.gradient[0], seen[n], nodal.gradientX[n]);
-            Include(point.gradient[1], seen[n], nodal.gradientY[n]);
-            Include(-kr * soil.kx * point.gradient[0], seen[n], nodal.velocityX[n]);
-            Include(-kr * soil.ky * point.gradient[1], seen[n], nodal.velocityY[n]);
+            const double here = soil.kr.At(psi[n]);
+            Include(here, seen[n], kr[n]);
+            Include(point.gradient[0], seen[n], ix[n]);
+            Include(point.gradient[1], seen[n], iy[n]);
+            Include(-here * soil.kx * point.gradient[0], seen[n], vx[n]);
+            Include(-here * soil.ky * point.gradient[1], seen[n], vy[n]);
             ++seen[n];
             if (soil.hasCurve)
-                Include(soil.curve.Content(nodal.pressure[n]), seenCurve[n]++,
-                        nodal.waterContent[n]);
+                Include(soil.curve.Content(pressure[n]), seenCurve[n]++, theta[n]);
         }
     }
 }

@@ -12,6 +12,7 @@ namespace percova
 /// between elements of one material gradient and flux are the mean of theirs.
 void EvaluateProbes(const Solution& solution, StepResult& result);
 
-void EvaluateNodes(const Solution& solution, NodalResults& nodal);
+/// Fills a table as NodalTable makes it.
+void EvaluateNodes(const Solution& solution, DataTable& nodal);
 
 } // namespace percova

@@ -1,6 +1,7 @@
 #include "Newton.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <limits>
@@ -51,60 +52,106 @@ Newton::Newton(const Model& model, const NodeConditions& conditions, Assembly& a
       settings_(settings), watch_(watch), faces_(model.mesh, conditions), head_(model.mesh.Nodes()),
       trial_(head_), outflow_(head_), held_(model.mesh.Nodes())
 {
+}
+
+/// Given heads where there are any, zero pressure on seepage faces, elsewhere the highest of these.
+void Newton::ColdStart()
+{
+    faces_ = SeepageFaces(model_.mesh, conditions_);
     double highest = -std::numeric_limits<double>::max();
     for (const bool measure : {true, false})
         for (std::size_t n = 0; n < head_.size(); ++n)
         {
-            if (conditions.HasHead(n))
-                head_[n] = conditions.head[n];
-            else if (conditions.seepage[n] >= 0)
-                head_[n] = model.mesh.y[n];
+            if (conditions_.HasHead(n))
+                head_[n] = conditions_.head[n];
+            else if (conditions_.seepage[n] >= 0)
+                head_[n] = model_.mesh.y[n];
             else if (!measure)
                 head_[n] = highest;
-            highest = measure && (conditions.HasHead(n) || conditions.seepage[n] >= 0)
+            highest = measure && (conditions_.HasHead(n) || conditions_.seepage[n] >= 0)
                           ? std::max(highest, head_[n])
                           : highest;
         }
 }
 
-NewtonOutcome Newton::Solve()
+bool Newton::FromHeadsNear(const std::vector<double>& near, const Easing& easing)
 {
+    for (std::size_t n = 0; n < head_.size(); ++n)
+        head_[n] = conditions_.HasHead(n) ? conditions_.head[n] : near[n];
+    faces_.Follow(head_);
+    for (std::size_t n = 0; n < head_.size(); ++n)
+        if (faces_.IsWet(n))
+            head_[n] = model_.mesh.y[n];
+    if (Reach({easing, settings_.tolerance, 40}))
+        return true;
+    outcome_.failure.clear();
+    return false;
+}
+
+NewtonOutcome Newton::Solve(const std::vector<double>& near)
+{
+    limit_ = settings_.maxIterations;
     double least = 1;
     for (const Soil& soil : assembly_.Soils())
         least = std::min(least, soil.kr.Least());
-    if (least == 1)
+    if (!near.empty() && FromHeadsNear(near, {least == 1 ? 1.0 : 0.0}))
     {
-        outcome_.converged = Reach({1, settings_.tolerance, settings_.maxIterations});
+        outcome_.converged = true;
         return outcome_;
     }
-    const bool fed = std::any_of(conditions_.load.begin(), conditions_.load.end(),
-                                 [](double load) { return load > 0; });
-    Reach({1, kSettled, 100});
-    const std::vector<double> saturated = head_;
-    const SeepageFaces faces = faces_;
-    outcome_.converged = fed ? FromMoistSoil() : Descend(least);
-    if (!outcome_.converged && outcome_.failure.empty() &&
-        outcome_.iterations < settings_.maxIterations)
+    ColdStart();
+    if (least == 1)
     {
-        head_ = saturated;
-        faces_ = faces;
-        outcome_.converged = fed ? Descend(least) : FromMoistSoil();
+        outcome_.converged = Reach({{1}, settings_.tolerance, settings_.maxIterations});
+        return outcome_;
     }
+    outcome_.converged = InTurn(least);
     return outcome_;
 }
 
-bool Newton::Descend(double least)
+bool Newton::InTurn(double least)
+{
+    const bool fed = std::any_of(conditions_.load.begin(), conditions_.load.end(),
+                                 [](double load) { return load > 0; });
+    Reach({{1}, kSettled, 100});
+    const std::vector<double> saturated = head_;
+    const SeepageFaces faces = faces_;
+    const std::function<bool()> descend = [&] { return Descend(1, least, 1); };
+    const std::function<bool()> moist = [&] { return FromMoistSoil(); };
+    const std::function<bool()> steepen = [&] { return Steepen(least); };
+    const auto ways =
+        fed ? std::array{moist, descend, steepen} : std::array{descend, steepen, moist};
+    // The first way is short or none; the last one has all iterations that are left.
+    const int most = settings_.maxIterations;
+    const int limits[] = {std::max(most / 4, 100), std::max(3 * most / 4, 300), most};
+    for (std::size_t way = 0; way < ways.size(); ++way)
+    {
+        limit_ = std::min(limits[way], most);
+        if (ways[way]())
+            return true;
+        if (!outcome_.failure.empty() || outcome_.iterations >= settings_.maxIterations)
+            return false;
+        head_ = saturated;
+        faces_ = faces;
+    }
+    return false;
+}
+
+/// Lowers the least conductivity from @p from to @p least, the soils' own when @p steepness is 1.
+bool Newton::Descend(double from, double least, double steepness)
 {
     const double whole = -std::log(least);
     std::vector<double> reached = head_;
-    double done = 0, stride = std::log(10.0);
-    while (done < whole && stride > 1e-2)
+    double done = -std::log(from), stride = std::log(10.0);
+    while (stride > 1e-2)
     {
         const double next = std::min(whole, done + stride), leastKr = std::exp(-next);
         // Dry soil shows in the residual by its conductivity, so that sets what is good enough.
-        const bool last = next == whole;
-        if (Reach({last ? 0 : leastKr,
-                   last ? settings_.tolerance : std::min(kSettled, 0.1 * leastKr), last ? 40 : 15}))
+        const double onTheWay = std::min(kSettled, 0.1 * leastKr);
+        const bool last = next == whole, isTrue = last && steepness == 1;
+        if (Reach({{isTrue ? 0 : leastKr, steepness},
+                   isTrue ? settings_.tolerance : onTheWay,
+                   isTrue ? 40 : 15}))
         {
             if (last)
                 return true;
@@ -114,13 +161,47 @@ bool Newton::Descend(double least)
         }
         else
         {
-            if (!outcome_.failure.empty() || outcome_.iterations >= settings_.maxIterations)
+            if (!outcome_.failure.empty() || outcome_.iterations >= limit_)
                 return false;
             stride /= 3;
             head_ = reached;
         }
     }
     return false;
+}
+
+/// From curves so gentle that a quarter of the height keeps moist, by doubling or so to the true
+/// ones; dry soil conducts enough on the way, and as little as it does only in the end.
+bool Newton::Steepen(double least)
+{
+    const auto [low, high] = std::minmax_element(model_.mesh.y.begin(), model_.mesh.y.end());
+    double steepness = 1;
+    for (const Soil& soil : assembly_.Soils())
+        if (!soil.kr.IsSaturated())
+            steepness = std::min(steepness, -4 * MoistPressureHead(soil) / (*high - *low));
+    const double dry = std::max(least, 1e-3);
+    if (!Descend(1, dry, steepness))
+        return false;
+    std::vector<double> reached = head_;
+    double stride = 2;
+    while (steepness < 1 && stride > 1.01)
+    {
+        const double next = std::min(1.0, steepness * stride);
+        if (Reach({{dry, next}, 0.1 * dry, 15}))
+        {
+            steepness = next;
+            stride *= std::sqrt(stride);
+            reached = head_;
+        }
+        else
+        {
+            if (!outcome_.failure.empty() || outcome_.iterations >= limit_)
+                return false;
+            stride = std::cbrt(stride);
+            head_ = reached;
+        }
+    }
+    return steepness == 1 && Descend(dry, least, 1);
 }
 
 bool Newton::FromMoistSoil()
@@ -133,13 +214,13 @@ bool Newton::FromMoistSoil()
         for (int k = mesh.start[e]; k < mesh.start[e + 1]; ++k)
             if (const int n = mesh.nodes[k]; !held_[n])
                 head_[n] = std::max(head_[n], mesh.y[n] + moist[model_.material[e]]);
-    return Reach({0, settings_.tolerance, 60});
+    return Reach({{}, settings_.tolerance, 60});
 }
 
 void Newton::Evaluate(const Goal& goal)
 {
     const Stopwatch watch(assembleSeconds_);
-    assembly_.Inflow(head_, goal.leastKr, inflow_);
+    assembly_.Inflow(head_, goal.easing, inflow_);
     Measure();
 }
 
@@ -190,10 +271,10 @@ bool Newton::Reach(const Goal& goal)
         const double residual = outcome_.residual;
         const std::size_t switched = made > 0 ? SwitchFaces(goal) : 0;
         if (made > 0 && watch_)
-            watch_({outcome_.iterations, residual, relaxation_, goal.leastKr, switched});
+            watch_({outcome_.iterations, residual, relaxation_, goal.easing, switched});
         if (switched > 0)
             Evaluate(goal);
-        const bool linear = goal.leastKr >= 1, onTheWay = goal.leastKr > 0;
+        const bool linear = goal.easing.leastKr >= 1, onTheWay = !goal.easing.IsNone();
         if (made > 0 && switched == 0 && outcome_.residual <= goal.tolerance &&
             (linear || onTheWay || outcome_.change <= kHeadChange || ++polished > kPolish))
             return true;
@@ -206,20 +287,20 @@ bool Newton::Reach(const Goal& goal)
 // more damped towards a small move of every node by its own imbalance.
 bool Newton::Step(const Goal& goal)
 {
-    const bool linear = goal.leastKr >= 1;
+    const bool linear = goal.easing.leastKr >= 1;
     for (;; damping_ = std::max(0.03, 4 * damping_))
     {
-        if (damping_ > kMostDamping || outcome_.iterations >= settings_.maxIterations)
+        if (damping_ > kMostDamping || outcome_.iterations >= limit_)
             return false;
         ++outcome_.iterations;
         {
             const Stopwatch watch(assembleSeconds_);
-            assembly_.Inflow(head_, goal.leastKr, linear ? Tangent::Picard : Tangent::Newton,
+            assembly_.Inflow(head_, goal.easing, linear ? Tangent::Picard : Tangent::Newton,
                              damping_, system_, inflow_);
         }
         {
             const Stopwatch watch(solveSeconds_);
-            const double enough = linear ? 1e-10 : goal.leastKr > 0 ? 1e-4 : 1e-6;
+            const double enough = linear ? 1e-10 : !goal.easing.IsNone() ? 1e-4 : 1e-6;
             if (!system_.Solve(held_, residual_, linear, enough, step_, outcome_.failure))
                 return false;
         }
@@ -246,7 +327,7 @@ bool Newton::Search(const Goal& goal)
     {
         for (std::size_t n = 0; n < head_.size(); ++n)
             trial_[n] = head_[n] + relaxation_ * step_[n];
-        assembly_.Inflow(trial_, goal.leastKr, trialInflow_);
+        assembly_.Inflow(trial_, goal.easing, trialInflow_);
         const double after = SumOfSquares(trialInflow_);
         if (after <= std::pow(1 - 1e-4 * relaxation_, 2) * before || after <= enough)
             return true;

@@ -39,7 +39,7 @@ struct NewtonRound
     int iteration = 0;
     double residual = 0;
     double relaxation = 1;
-    double leastKr = 0;       ///< of the problem worked on: 1 is saturated soil, 0 the soils' own
+    Easing easing;            ///< of the problem worked on
     std::size_t switched = 0; ///< nodes of the seepage faces that change sides after it
 };
 
@@ -49,7 +49,8 @@ struct NewtonRound
 /// seepage faces; they settle there. Then the least conductivity is lowered in strides, each
 /// problem starting from the heads of the one before, down to the soils' own. Where water is fed
 /// in, soil that starts too dry to take it is the trouble, so there Newton first tries the whole
-/// way at once from moist soil; each way stands in for the other when it fails.
+/// way at once from moist soil. Where that is no way the curves start gentle and steepen in
+/// strides.
 class Newton
 {
 public:
@@ -59,8 +60,10 @@ public:
     Newton(const Model& model, const NodeConditions& conditions, Assembly& assembly,
            LinearSystem& system, const NewtonSettings& settings, const Watch& watch);
 
-    /// Finds the heads from a cold start.
-    NewtonOutcome Solve();
+    /// Finds the heads.
+    /// @param near  heads that may be near, as those of the step before; empty for a cold start,
+    ///              which also follows when they were of no use
+    NewtonOutcome Solve(const std::vector<double>& near = {});
 
     const std::vector<double>& Head() const { return head_; }
     /// Flow that enters every node from outside; the rounding left at nodes without a boundary.
@@ -72,12 +75,16 @@ private:
     /// A problem on the way to the true one, and how well and long it is worked on.
     struct Goal
     {
-        double leastKr;
+        Easing easing;
         double tolerance;
         int maxIterations;
     };
 
-    bool Descend(double least);
+    void ColdStart();
+    bool FromHeadsNear(const std::vector<double>& near, const Easing& easing);
+    bool InTurn(double least);
+    bool Descend(double from, double least, double steepness);
+    bool Steepen(double least);
     bool FromMoistSoil();
     bool Reach(const Goal& goal);
     bool Step(const Goal& goal);
@@ -102,6 +109,7 @@ private:
     NewtonOutcome outcome_;
     double scale_ = 1;   ///< flow that residuals are measured by [m3/s per m]
     double damping_ = 0; ///< see Compute
+    int limit_ = 0;      ///< of the iterations, for the way taken at present
     double relaxation_ = 1;
     double assembleSeconds_ = 0, solveSeconds_ = 0;
 };

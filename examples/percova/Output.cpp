@@ -2,9 +2,7 @@
 
 #include "TextFile.h"
 
-#include <chrono>
 #include <functional>
-#include <system_error>
 
 namespace percova
 {
@@ -36,10 +34,33 @@ void Scale(Polyline& line, double factor)
         Scale(point, factor);
 }
 
-/// @param length    units of length in a metre
-/// @param pressure  units of pressure in a kPa
-void Scale(StepResult& step, double length, double pressure)
+void Scale(DataTable& nodal, DataParamType param, double factor)
 {
+    for (double& value : nodal.Column(param))
+        Scale(value, factor);
+}
+
+} // namespace
+
+void ConvertToFileUnits(Model& model)
+{
+    const double length = 1 / model.problem.units.metres;
+    Scale(model.mesh.x, length);
+    Scale(model.mesh.y, length);
+    for (Boundary& boundary : model.problem.boundaries)
+        Scale(boundary.line, length);
+    for (Section& section : model.problem.sections)
+        Scale(section.line, length);
+    for (Step& step : model.problem.steps)
+        for (Condition& condition : step.conditions)
+            Scale(condition.values, length);
+}
+
+void ConvertToFileUnits(const Units& units, StepResult& step)
+{
+    if (units.AreInternal())
+        return;
+    const double length = 1 / units.metres, pressure = 1 / units.kPa;
     const double area = length * length; // flows are areas per second
     for (double* flow : {&step.flowIn, &step.flowOut, &step.flowInIntegrated,
                          &step.flowOutIntegrated, &step.storedWater})
@@ -63,30 +84,10 @@ void Scale(StepResult& step, double length, double pressure)
         Scale(probe.pressure, pressure);
         Scale(probe.flux, length);
     }
-    NodalResults& nodal = step.nodal;
-    for (std::vector<double>* lengths :
-         {&nodal.head, &nodal.pressureHead, &nodal.velocityX, &nodal.velocityY})
-        Scale(*lengths, length);
-    Scale(nodal.pressure, pressure);
-}
-
-} // namespace
-
-void ConvertToFileUnits(Model& model, Results& results)
-{
-    const Units& units = model.problem.units;
-    if (units.AreInternal())
-        return;
-    const double length = 1 / units.metres;
-    Scale(model.mesh.x, length);
-    Scale(model.mesh.y, length);
-    for (Boundary& boundary : model.problem.boundaries)
-        Scale(boundary.line, length);
-    for (Step& step : model.problem.steps)
-        for (Condition& condition : step.conditions)
-            Scale(condition.values, length);
-    for (StepResult& step : results.steps)
-        Scale(step, length, 1 / units.kPa);
+    for (const DataParamType param :
+         {dataparam::Head, dataparam::PressureHead, dataparam::VelocityX, dataparam::VelocityY})
+        Scale(step.nodal, param, length);
+    Scale(step.nodal, dataparam::Pressure, pressure);
 }
 
 std::string BaseName(const Problem& problem)
@@ -97,44 +98,36 @@ std::string BaseName(const Problem& problem)
     return TextOf(name);
 }
 
-bool WriteOutput(const std::filesystem::path& folder, const Model& model, Results& results,
-                 std::vector<std::string>& written, std::string& reason)
+std::string StepFileName(const Problem& problem, std::size_t number, const char* ending)
 {
-    const auto start = std::chrono::steady_clock::now();
-    const auto elapsed = [start] {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const std::string base = BaseName(problem);
+    return (problem.steps.size() == 1 ? base : base + '.' + std::to_string(number)) + ending;
+}
+
+bool WriteStep(const std::filesystem::path& folder, const Model& model, const StepResult& step,
+               std::string& reason)
+{
+    const auto name = [&](const char* ending) {
+        return folder / PathOf(StepFileName(model.problem, step.number, ending));
     };
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error)
-    {
-        reason = "the folder " + TextOf(folder) + " cannot be made: " + error.message();
-        return false;
-    }
-    const auto write = [&](const std::string& name, const auto& content) {
-        if (!WriteWhole(folder / PathOf(name), content, reason))
-            return false;
-        written.push_back(name);
-        return true;
-    };
-    const std::string base = BaseName(model.problem);
+    return WriteWhole(
+               name(".vtu"), [&](std::ostream& out) { WriteVtu(out, model, step); }, reason) &&
+           WriteWhole(
+               name(".svg"), [&](std::ostream& out) { WritePicture(out, model, step); }, reason);
+}
+
+bool WriteSummary(const std::filesystem::path& folder, const Model& model, const Results& results,
+                  std::string& reason)
+{
     std::vector<std::string> grids;
-    for (std::size_t i = 0; i < results.steps.size(); ++i)
-    {
-        const StepResult& step = results.steps[i];
-        const std::string name =
-            results.steps.size() == 1 ? base : base + '.' + std::to_string(i + 1);
-        grids.push_back(name + ".vtu");
-        if (!write(grids.back(), [&](std::ostream& out) { WriteVtu(out, model, step); }) ||
-            !write(name + ".svg", [&](std::ostream& out) { WritePicture(out, model, step); }))
-            return false;
-    }
-    if (!write(base + ".pvd", [&](std::ostream& out) { WritePvd(out, grids); }))
-        return false;
-    const double before = results.seconds.write;
-    results.seconds.write = before + elapsed();
-    results.seconds.total += elapsed();
-    return write("result.json", [&](std::ostream& out) { WriteResultJson(out, model, results); });
+    for (std::size_t i = 0; i < results.earlier.size() + results.steps.size(); ++i)
+        grids.push_back(StepFileName(model.problem, i + 1, ".vtu"));
+    return WriteWhole(
+               folder / PathOf(BaseName(model.problem) + ".pvd"),
+               [&](std::ostream& out) { WritePvd(out, grids); }, reason) &&
+           WriteWhole(
+               folder / "result.json",
+               [&](std::ostream& out) { WriteResultJson(out, model, results); }, reason);
 }
 
 } // namespace percova

@@ -13,9 +13,10 @@
 namespace percova
 {
 
-/// Turns lengths and pressures of the model and the results from metres and kPa into the units
-/// of the problem file, in which everything is written.
-void ConvertToFileUnits(Model& model, Results& results);
+/// Turns metres into the unit of the problem file, in which everything is written. What
+/// materials, regions and probes say stays as it is.
+void ConvertToFileUnits(Model& model);
+void ConvertToFileUnits(const Units& units, StepResult& step);
 
 /// The problem file's name without its endings: what the results are named after.
 std::string BaseName(const Problem& problem);
@@ -28,10 +29,15 @@ void WritePvd(std::ostream& out, const std::vector<std::string>& names);
 /// A drawing of one step: soil, head contours, phreatic line, boundaries.
 void WritePicture(std::ostream& out, const Model& model, const StepResult& step);
 
-/// Writes everything into @p folder, which is made if need be, adding to results.seconds.write.
-/// @param written  the names of the files in the order they were written
+/// Name of a result file of step @p number; @p ending is ".vtu" or ".svg".
+std::string StepFileName(const Problem& problem, std::size_t number, const char* ending);
+
+/// Writes the files of one step into @p folder: .vtu and .svg.
 /// @returns false with @p reason, the file's name in it, when one could not be written
-bool WriteOutput(const std::filesystem::path& folder, const Model& model, Results& results,
-                 std::vector<std::string>& written, std::string& reason);
+bool WriteStep(const std::filesystem::path& folder, const Model& model, const StepResult& step,
+               std::string& reason);
+/// Writes what covers all steps so far: .pvd and result.json.
+bool WriteSummary(const std::filesystem::path& folder, const Model& model, const Results& results,
+                  std::string& reason);
 
 } // namespace percova

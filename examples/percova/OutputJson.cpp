@@ -49,9 +49,9 @@ Json ProbeJson(const ProbeValue& probe)
             {"flux", Pair(probe.flux)}};
 }
 
-Json StepJson(const StepResult& step, std::size_t number)
+Json StepJson(const StepResult& step)
 {
-    Json json = {{"step", number},
+    Json json = {{"step", step.number},
                  {"name", step.name},
                  {"converged", step.converged},
                  {"iterations", step.iterations},
@@ -101,8 +101,10 @@ void WriteResultJson(std::ostream& out, const Model& model, const Results& resul
                    {"write", results.seconds.write},
                    {"total", results.seconds.total}}}};
     Json& steps = json["steps"] = Json::array();
-    for (std::size_t i = 0; i < results.steps.size(); ++i)
-        steps.push_back(StepJson(results.steps[i], i + 1));
+    for (const std::string& step : results.earlier)
+        steps.push_back(Json::parse(step));
+    for (const StepResult& step : results.steps)
+        steps.push_back(StepJson(step));
     // Text that is no UTF-8 gets replacement characters instead of stopping the writer.
     out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
 }

@@ -178,7 +178,7 @@ void Picture::ContourLabel(const Polyline& line, const std::string& text)
 
 void Picture::Contours(const Triangles& triangles)
 {
-    const std::vector<double>& head = step_.nodal.head;
+    const DataTable::ConstValues head = step_.nodal.Column(dataparam::Head);
     if (head.empty())
         return;
     const auto ends = std::minmax_element(head.begin(), head.end());
@@ -274,7 +274,7 @@ std::string Told(const Condition& condition, const Units& units)
 
 void Picture::Boundaries()
 {
-    const std::vector<Condition>& conditions = model_.problem.steps.front().conditions;
+    const std::vector<Condition>& conditions = model_.problem.steps[step_.number - 1].conditions;
     for (std::size_t i = 0; i < model_.boundaryEdges.size(); ++i)
     {
         const std::vector<Edge>& edges = model_.boundaryEdges[i];

@@ -99,18 +99,15 @@ double Shown(double value)
     return IsMissingValue(value) ? std::numeric_limits<double>::quiet_NaN() : value;
 }
 
-void NodalArray(std::ostream& out, const char* name, const std::vector<double>& values)
+void NodalArray(std::ostream& out, const char* name, const DataTable::ConstValues& values)
 {
-    if (!values.empty())
-        Array<double>(out, name, 1, values.size(), [&](std::size_t i) { return Shown(values[i]); });
+    Array<double>(out, name, 1, values.size(), [&](std::size_t i) { return Shown(values[i]); });
 }
 
 /// Vectors have a third component, which is zero.
-void VectorArray(std::ostream& out, const char* name, const std::vector<double>& x,
-                 const std::vector<double>& y)
+template <class Values>
+void VectorArray(std::ostream& out, const char* name, const Values& x, const Values& y)
 {
-    if (x.empty() || x.size() != y.size())
-        return;
     Array<double>(out, name, 3, 3 * x.size(), [&](std::size_t i) {
         return i % 3 == 2 ? 0.0 : Shown((i % 3 == 0 ? x : y)[i / 3]);
     });
@@ -135,7 +132,7 @@ void WriteCells(std::ostream& out, const Mesh& mesh)
 void WriteVtu(std::ostream& out, const Model& model, const StepResult& step)
 {
     const Mesh& mesh = model.mesh;
-    const NodalResults& nodal = step.nodal;
+    const DataTable& nodal = step.nodal;
     out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"UnstructuredGrid\" version=\"1.0\" "
            "byte_order=\"LittleEndian\" header_type=\"UInt64\">\n<UnstructuredGrid>\n<Piece "
            "NumberOfPoints=\""
@@ -144,13 +141,15 @@ void WriteVtu(std::ostream& out, const Model& model, const StepResult& step)
     out << "</Points>\n";
     WriteCells(out, mesh);
     out << "<PointData Scalars=\"head\" Vectors=\"velocity\">\n";
-    NodalArray(out, "head", nodal.head);
-    NodalArray(out, "pressure", nodal.pressure);
-    NodalArray(out, "pressure_head", nodal.pressureHead);
-    NodalArray(out, "water_content", nodal.waterContent);
-    NodalArray(out, "kr", nodal.kr);
-    VectorArray(out, "velocity", nodal.velocityX, nodal.velocityY);
-    VectorArray(out, "gradient", nodal.gradientX, nodal.gradientY);
+    NodalArray(out, "head", nodal.Column(dataparam::Head));
+    NodalArray(out, "pressure", nodal.Column(dataparam::Pressure));
+    NodalArray(out, "pressure_head", nodal.Column(dataparam::PressureHead));
+    NodalArray(out, "water_content", nodal.Column(dataparam::WaterContent));
+    NodalArray(out, "kr", nodal.Column(dataparam::RelativeConductivity));
+    VectorArray(out, "velocity", nodal.Column(dataparam::VelocityX),
+                nodal.Column(dataparam::VelocityY));
+    VectorArray(out, "gradient", nodal.Column(dataparam::GradientX),
+                nodal.Column(dataparam::GradientY));
     out << "</PointData>\n<CellData Scalars=\"material\">\n";
     Array<std::int32_t>(out, "material", 1, model.material.size(),
                         [&](std::size_t i) { return model.material[i]; });

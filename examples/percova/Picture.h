@@ -36,7 +36,7 @@ struct Triangles
     std::vector<std::array<int, 3>> corners;
     std::vector<double> head, pressureHead; ///< by point
 };
-Triangles TrianglesOf(const Mesh& mesh, const NodalResults& nodal, const Frame& frame);
+Triangles TrianglesOf(const Mesh& mesh, const DataTable& nodal, const Frame& frame);
 
 /// Multiples of a round step between two values, about @p count of them.
 struct Levels

@@ -67,13 +67,17 @@ Frame FrameOf(const Mesh& mesh)
     return frame;
 }
 
-Triangles TrianglesOf(const Mesh& mesh, const NodalResults& nodal, const Frame& frame)
+Triangles TrianglesOf(const Mesh& mesh, const DataTable& nodal, const Frame& frame)
 {
     Triangles all;
     for (std::size_t i = 0; i < mesh.Nodes(); ++i)
         all.points.push_back(frame.At({mesh.x[i], mesh.y[i]}));
-    all.head = nodal.head;
-    all.pressureHead = nodal.pressureHead;
+    const auto column = [&](DataParamType param) {
+        const DataTable::ConstValues values = nodal.Column(param);
+        return std::vector<double>(values.begin(), values.end());
+    };
+    all.head = column(dataparam::Head);
+    all.pressureHead = column(dataparam::PressureHead);
     all.head.resize(mesh.Nodes());
     all.pressureHead.resize(mesh.Nodes());
     const auto value = [](const std::vector<double>& values) {

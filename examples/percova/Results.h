@@ -14,18 +14,10 @@ namespace percova
 
 constexpr double kMissing = MissingValue<double>();
 
-/// By node of the mesh. Where materials meet, water content, conductivity, velocity and gradient
-/// are the mean over the elements around the node.
-struct NodalResults
-{
-    std::vector<double> head;         ///< [m]
-    std::vector<double> pressureHead; ///< [m]
-    std::vector<double> pressure;     ///< [kPa]
-    std::vector<double> waterContent; ///< missing where the material has no curve
-    std::vector<double> kr;
-    std::vector<double> velocityX, velocityY; ///< Darcy flux [m/s]
-    std::vector<double> gradientX, gradientY; ///< of the head
-};
+/// An empty table of results at the nodes: node n of the mesh in row n + 1. Where materials meet,
+/// water content, conductivity, velocity and gradient are the mean over the elements around the
+/// node; water content is missing where the material has no curve.
+DataTable NodalTable(std::size_t nodes);
 
 struct BoundaryFlow
 {
@@ -58,6 +50,7 @@ struct SectionFlow
 
 struct StepResult
 {
+    std::size_t number = 1; ///< from 1
     std::string name;
     bool converged = false;
     int iterations = 0;
@@ -72,7 +65,7 @@ struct StepResult
     std::vector<Polyline> surface; ///< zero-pressure lines
     std::vector<ProbeValue> probes;
     std::vector<SectionFlow> sections;
-    NodalResults nodal;
+    DataTable nodal; ///< see NodalTable; empty once it is written
 };
 
 struct Seconds
@@ -87,13 +80,14 @@ struct Results
     std::string solver; ///< who solved, such as "pardiso (mkl 2020.4)"
     int threads = 0;
     Seconds seconds;
+    std::vector<std::string> earlier; ///< steps of an interrupted run that this one continues, JSON
     std::vector<StepResult> steps;
     bool Converged() const
     {
         for (const StepResult& step : steps)
             if (!step.converged)
                 return false;
-        return !steps.empty();
+        return !steps.empty() || !earlier.empty();
     }
 };
 

@@ -15,6 +15,12 @@ SeepageFaces::SeepageFaces(const Mesh& mesh, const NodeConditions& conditions)
     switched_.assign(nodes_.size(), 0);
 }
 
+void SeepageFaces::Follow(const std::vector<double>& head)
+{
+    for (const int node : nodes_)
+        wet_[node] = head[node] >= mesh_->y[node];
+}
+
 std::size_t SeepageFaces::Switch(const std::vector<double>& outflow, double tolerance, bool settled,
                                  std::vector<double>& head)
 {

@@ -30,6 +30,9 @@ public:
     std::size_t Switch(const std::vector<double>& outflow, double tolerance, bool settled,
                        std::vector<double>& head);
 
+    /// Takes the states over from @p head: wet where the pressure is not negative.
+    void Follow(const std::vector<double>& head);
+
     bool IsWet(std::size_t node) const { return wet_[node] != 0; }
 
 private:

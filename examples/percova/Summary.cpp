@@ -136,6 +136,14 @@ void PrintProbes(std::ostream& out, const Units& units, const StepResult& step)
 
 } // namespace
 
+std::string TitleOf(const StepResult& step)
+{
+    const ::Step number = ::Step::CreateFromInt(static_cast<int>(step.number));
+    const std::string title =
+        str::as_u8string(kvi::step::PrettyPrint(number, MissingValue<double>())).bytes();
+    return step.name == std::to_string(step.number) ? title : title + ", " + step.name;
+}
+
 void PrintFaults(std::ostream& out, const Faults& faults)
 {
     std::vector<Fault> list = faults.List();
@@ -183,10 +191,12 @@ void PrintProgress(std::ostream& out, const Progress& progress)
     const std::string iteration = std::to_string(round.iteration);
     out << "  iteration " << std::string(iteration.size() < 3 ? 3 - iteration.size() : 0, ' ')
         << iteration << "  ";
-    if (round.leastKr >= 1)
+    if (round.easing.leastKr >= 1)
         out << "as if saturated: ";
-    else if (round.leastKr > 0)
-        out << "as if kr were at least " << Short(round.leastKr, 2) << ": ";
+    else if (round.easing.steepness < 1)
+        out << "as if kr fell " << Short(1 / round.easing.steepness, 3) << " times more gently: ";
+    else if (round.easing.leastKr > 0)
+        out << "as if kr were at least " << Short(round.easing.leastKr, 2) << ": ";
     // In between the flows fit, but not the sides of the seepage faces: the residual says nothing.
     if (round.switched > 0)
         out << "seepage faces settle, " << Grouped(round.switched)
@@ -198,23 +208,26 @@ void PrintProgress(std::ostream& out, const Progress& progress)
     out << std::endl; // at once: somebody is watching
 }
 
-void PrintResults(std::ostream& out, const Model& model, const Results& results)
+void PrintSolver(std::ostream& out, const Results& results)
 {
     out << "  " << results.solver << ", " << results.threads
         << (results.threads == 1 ? " thread, " : " threads, ") << Grouped(results.equations)
         << " equations, " << Grouped(results.nonzeros) << " stored values\n";
-    for (const StepResult& step : results.steps)
-    {
-        out << "step " << step.name << (step.converged ? ": converged" : ": NOT CONVERGED")
-            << " after " << step.iterations << " iterations, residual " << Number(step.residual, 3)
-            << '\n';
-        if (!step.trouble.empty())
-            out << "  " << step.trouble << '\n';
-        PrintFlows(out, model.problem.units, step);
-        PrintSurface(out, step);
-        PrintProbes(out, model.problem.units, step);
-    }
-    const Seconds& seconds = results.seconds;
+}
+
+void PrintStep(std::ostream& out, const Units& units, const StepResult& step)
+{
+    out << TitleOf(step) << (step.converged ? ": converged" : ": NOT CONVERGED") << " after "
+        << step.iterations << " iterations, residual " << Number(step.residual, 3) << '\n';
+    if (!step.trouble.empty())
+        out << "  " << step.trouble << '\n';
+    PrintFlows(out, units, step);
+    PrintSurface(out, step);
+    PrintProbes(out, units, step);
+}
+
+void PrintSeconds(std::ostream& out, const Seconds& seconds)
+{
     out << "  seconds: read " << Number(seconds.read, 3) << ", assemble "
         << Number(seconds.assemble, 3) << ", solve " << Number(seconds.solve, 3) << ", write "
         << Number(seconds.write, 3) << ", total " << Number(seconds.total, 3) << '\n';

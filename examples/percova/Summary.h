@@ -6,6 +6,7 @@
 #include "Faults.h"
 
 #include <iosfwd>
+#include <string>
 
 namespace percova
 {
@@ -17,7 +18,11 @@ void PrintMesh(std::ostream& out, const Mesh& mesh);
 /// What is about to be computed.
 void PrintModel(std::ostream& out, const Model& model);
 void PrintProgress(std::ostream& out, const Progress& progress);
+/// "step 3, high water"
+std::string TitleOf(const StepResult& step);
+void PrintSolver(std::ostream& out, const Results& results);
 /// What was found, in the units of the problem file.
-void PrintResults(std::ostream& out, const Model& model, const Results& results);
+void PrintStep(std::ostream& out, const Units& units, const StepResult& step);
+void PrintSeconds(std::ostream& out, const Seconds& seconds);
 
 } // namespace percova

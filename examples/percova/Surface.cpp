@@ -43,10 +43,13 @@ struct Piece
 class Tracer
 {
 public:
-    Tracer(const Mesh& mesh, const std::vector<double>& psi) : mesh_(mesh), psi_(psi)
+    Tracer(const Mesh& mesh, std::vector<double> psi, const std::vector<int>& dry)
+        : mesh_(mesh), psi_(std::move(psi))
     {
         const auto [low, high] = std::minmax_element(mesh.y.begin(), mesh.y.end());
         zero_ = 1e-9 * (*high - *low);
+        for (const int node : dry)
+            psi_[node] = std::min(psi_[node], -2 * zero_);
     }
 
     void Element(std::size_t e)
@@ -97,9 +100,6 @@ public:
                          [](const Polyline& a, const Polyline& b) { return a.size() > b.size(); });
         return lines;
     }
-
-    /// A pressure head that just counts as dry.
-    double Dry() const { return -2 * zero_; }
 
 private:
     bool IsWet(double psi) const { return psi > -zero_; }
@@ -203,7 +203,7 @@ private:
     }
 
     const Mesh& mesh_;
-    const std::vector<double>& psi_;
+    std::vector<double> psi_;
     double zero_ = 0; ///< pressure heads and distances below it are none [m]
     std::map<CrossingName, Crossing> crossings_;
     std::vector<Piece> pieces_;
@@ -211,12 +211,10 @@ private:
 };
 } // namespace
 
-std::vector<Polyline> ZeroPressureLines(const Mesh& mesh, std::vector<double> psi,
+std::vector<Polyline> ZeroPressureLines(const Mesh& mesh, const DataTable::Values& psi,
                                         const std::vector<int>& dry)
 {
-    Tracer tracer(mesh, psi);
-    for (const int node : dry)
-        psi[node] = std::min(psi[node], tracer.Dry());
+    Tracer tracer(mesh, {psi.begin(), psi.end()}, dry);
     for (std::size_t e = 0; e < mesh.Elements(); ++e)
         tracer.Element(e);
     return tracer.Lines();

@@ -2,6 +2,7 @@
 /// Lines of zero pressure.
 #pragma once
 
+#include "KVI.h"
 #include "Mesh.h"
 #include "Problem.h"
 
@@ -15,7 +16,7 @@ namespace percova
 /// zero pressure counts as wet, so on a seepage face the line ends at the exit.
 /// @param psi  pressure head by node [m]
 /// @param dry  nodes that count as dry in spite of their zero pressure
-std::vector<Polyline> ZeroPressureLines(const Mesh& mesh, std::vector<double> psi,
+std::vector<Polyline> ZeroPressureLines(const Mesh& mesh, const DataTable::Values& psi,
                                         const std::vector<int>& dry);
 
 } // namespace percova

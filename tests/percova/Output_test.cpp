@@ -29,11 +29,13 @@ struct Dam
         EXPECT_TRUE(ReadMesh(Cases() / "mesh" / "U1-dam.q8.v41.msh", model.mesh, faults));
         EXPECT_TRUE(Bind(model, faults)) << AllOf(faults);
         step.name = "1";
+        step.nodal = NodalTable(model.mesh.Nodes());
         for (std::size_t i = 0; i < model.mesh.Nodes(); ++i)
         {
-            step.nodal.head.push_back(24 - model.mesh.x[i]);
-            step.nodal.pressureHead.push_back(step.nodal.head[i] - model.mesh.y[i]);
-            step.nodal.waterContent.push_back(kMissing);
+            const GID row{unsigned(i) + 1};
+            const double head = 24 - model.mesh.x[i];
+            step.nodal.SetValue(row, dataparam::Head, head);
+            step.nodal.SetValue(row, dataparam::PressureHead, head - model.mesh.y[i]);
         }
         step.surface = {{{0, 24}, {16, 8}}};
         step.seepageFaces = {{"face", 1e-6, {16, 8}}};
@@ -72,7 +74,8 @@ TEST(Output, WritesEveryNumberOfAGridExactly)
     const Dam dam;
     std::ostringstream out;
     WriteVtu(out, dam.model, dam.step);
-    EXPECT_EQ(DecodedArray(out.str(), "head"), dam.step.nodal.head);
+    const DataTable::ConstValues head = dam.step.nodal.Column(dataparam::Head);
+    EXPECT_EQ(DecodedArray(out.str(), "head"), std::vector<double>(head.begin(), head.end()));
     const std::vector<double> points = DecodedArray(out.str(), "Points");
     ASSERT_EQ(points.size(), 3 * dam.model.mesh.Nodes());
     EXPECT_EQ(points[3 * 77 + 1], dam.model.mesh.y[77]);
@@ -125,17 +128,16 @@ TEST(Output, TurnsEverythingIntoTheUnitsOfTheFile)
     Dam dam;
     dam.model.problem.units = {"ft", 0.3048, "Pa", 0.001};
     dam.step.flowIn = 1;
-    dam.step.nodal.pressure = {1, kMissing};
-    Results results;
-    results.steps = {dam.step};
+    dam.step.nodal.SetValue({1}, dataparam::Pressure, 1);
     const double x = dam.model.mesh.x[50];
-    ConvertToFileUnits(dam.model, results);
+    ConvertToFileUnits(dam.model);
+    ConvertToFileUnits(dam.model.problem.units, dam.step);
     EXPECT_DOUBLE_EQ(dam.model.mesh.x[50], x / 0.3048);
-    EXPECT_DOUBLE_EQ(results.steps[0].flowIn, 1 / (0.3048 * 0.3048));
-    EXPECT_DOUBLE_EQ(results.steps[0].nodal.pressure[0], 1000);
-    EXPECT_EQ(results.steps[0].nodal.pressure[1], kMissing);
-    EXPECT_DOUBLE_EQ(results.steps[0].seepageFaces[0].exit.y, 8 / 0.3048);
-    EXPECT_EQ(results.steps[0].flowOut, kMissing);
+    EXPECT_DOUBLE_EQ(dam.step.flowIn, 1 / (0.3048 * 0.3048));
+    EXPECT_DOUBLE_EQ(dam.step.nodal.GetValue({1}, dataparam::Pressure), 1000);
+    EXPECT_EQ(dam.step.nodal.GetValue({2}, dataparam::Pressure), kMissing);
+    EXPECT_DOUBLE_EQ(dam.step.seepageFaces[0].exit.y, 8 / 0.3048);
+    EXPECT_EQ(dam.step.flowOut, kMissing);
 }
 
 TEST(TextFile, KeepsTheOldFileWhenTheNewOneFails)
