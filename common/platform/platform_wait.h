@@ -23,7 +23,7 @@ WaitHandle MakeEvent(bool manualReset);
 WaitHandle MakeSemaphore(std::int32_t count);
 /// The semaphore that every process of this user knows as @p name. It lives as long as somebody
 /// holds it; whoever makes it sets the count, which later ones leave as it is.
-/// Linux: at most 1048576 (the system's limit for a pipe).
+/// Linux: at most 500000 (the system's limit for a pipe).
 WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count);
 /// Signalled once the process with number @p id has ended; at once when there is none.
 WaitHandle OpenProcessEnd(int id);

@@ -14,7 +14,7 @@ namespace sys::thread
 ///
 /// A named semaphore is one and the same for all processes of the user that have it open; the first
 /// one sets the count, and with the last one it ends. What a process has acquired when it dies is
-/// not given back. Linux: a named count is at most 1048576.
+/// not given back. Linux: a named count is at most 500000.
 ///
 /// Failures go to the log. A semaphore that could not be made grants nothing.
 /// Threads: any. Copies share the semaphore.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -23,7 +24,14 @@ namespace
 constexpr off_t kDoor = 0;    // held while opening and closing
 constexpr off_t kGiving = 1;  // held while giving counts back
 constexpr off_t kMaximum = 2; // shared by all holders; its length is the semaphore's maximum
-constexpr std::int32_t kPipeLimit = 1 << 20;
+constexpr std::int32_t kPage = 4096;
+
+/// The pipe that takes @p count bytes however they come and go. A gift that does not fit into the
+/// last page begins a new one, so pages may be half empty; of the first some are taken already.
+constexpr std::int32_t RoomFor(std::int32_t count) { return (2 * count / kPage + 2) * kPage; }
+
+constexpr std::int32_t kMostCounts = 500'000;
+static_assert(RoomFor(kMostCounts) <= 1 << 20, "the system's limit for a pipe");
 
 struct flock Range(short type, off_t start, off_t length)
 {
@@ -76,13 +84,21 @@ std::int32_t MaximumOfOthers(int file)
     return static_cast<std::int32_t>(range.l_len);
 }
 
+bool IsPipe(int file)
+{
+    struct stat open
+    {
+    };
+    return ::fstat(file, &open) == 0 && S_ISFIFO(open.st_mode);
+}
+
 bool StillNamed(int file, const std::string& path)
 {
     struct stat open
     {
     }, named{};
     return ::fstat(file, &open) == 0 && ::lstat(path.c_str(), &named) == 0 &&
-           open.st_ino == named.st_ino && open.st_dev == named.st_dev && S_ISFIFO(open.st_mode);
+           open.st_ino == named.st_ino && open.st_dev == named.st_dev;
 }
 
 bool PutCounts(int file, std::int32_t count)
@@ -105,7 +121,8 @@ bool StartCounts(int file, std::int32_t count)
     while (::read(file, left, sizeof left) > 0) // of holders that are dead
     {
     }
-    return (count <= ::fcntl(file, F_GETPIPE_SZ) || ::fcntl(file, F_SETPIPE_SZ, count) >= count) &&
+    const std::int32_t room = RoomFor(count);
+    return (room <= ::fcntl(file, F_GETPIPE_SZ) || ::fcntl(file, F_SETPIPE_SZ, room) >= room) &&
            PutCounts(file, count);
 }
 
@@ -127,7 +144,9 @@ struct NamedSemaphore : Waitable
 
     bool Release(std::int32_t n) override
     {
-        const Locked giving(descriptor, kGiving); // the test and the gift belong together
+        // The test and the gift belong together, for other threads and for other processes.
+        const std::lock_guard threads(giving_);
+        const Locked giving(descriptor, kGiving);
         int there = 0;
         if (!giving.Held() || ::ioctl(descriptor, FIONREAD, &there) != 0)
             return false;
@@ -159,6 +178,9 @@ struct NamedSemaphore : Waitable
     }
 
     const std::string path;
+
+private:
+    std::mutex giving_; // the lock of the file is one for all threads that share its descriptor
 };
 
 } // namespace
@@ -166,7 +188,7 @@ struct NamedSemaphore : Waitable
 WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count)
 {
     errno = EINVAL;
-    const std::string folder = count > 0 && count <= kPipeLimit ? impl::RuntimeFolder() : "";
+    const std::string folder = count > 0 && count <= kMostCounts ? impl::RuntimeFolder() : "";
     if (folder.empty())
         return nullptr;
     const std::string path = folder + "/semaphore-" + impl::SafeName(name);
@@ -179,6 +201,12 @@ WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count)
             continue; // its last holder has just taken it away
         if (file < 0)
             return nullptr;
+        if (!IsPipe(file))
+        {
+            ::close(file);
+            errno = EEXIST; // somebody else's file
+            return nullptr;
+        }
         auto semaphore = std::make_shared<NamedSemaphore>(file, path);
         if (semaphore->Join(count))
             return semaphore;
