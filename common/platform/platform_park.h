@@ -29,7 +29,7 @@ public:
 
 private:
     std::atomic<std::uint32_t> awake_{0};
-    void* event_ = nullptr; // where the system has no wait on a word
+    void* event_ = nullptr; // Windows: instead of the word, if there is a handle for it
 };
 
 /// Makes every other running thread of the process pass a full memory barrier before it returns.

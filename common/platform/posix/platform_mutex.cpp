@@ -69,6 +69,15 @@ private:
     int number_ = -1;
 };
 
+/// Whether a process of this user is at the other end.
+bool IsOurs(const Socket& socket)
+{
+    ucred other{};
+    socklen_t size = sizeof other;
+    return ::getsockopt(socket.Number(), SOL_SOCKET, SO_PEERCRED, &other, &size) == 0 &&
+           other.uid == ::geteuid();
+}
+
 /// Calls bind or connect with the abstract name @p name.
 template <class Call>
 bool WithName(Call call, const Socket& socket, const std::string& name)
@@ -230,6 +239,11 @@ NamedMutex::Outcome Record::TakeName(bool wait)
                 return Outcome::failed;
             ::nanosleep(&kMoment, nullptr);
             continue;
+        }
+        if (!IsOurs(watch)) // any user may take any name
+        {
+            errno = EACCES;
+            return Outcome::failed;
         }
         pollfd closed{watch.Number(), POLLIN, 0};
         while (::poll(&closed, 1, -1) < 0 && errno == EINTR)

@@ -15,10 +15,26 @@ Parking::~Parking()
 
 bool Parking::Sleep(std::uint32_t milliseconds)
 {
-    return ::WaitForSingleObject(event_, milliseconds) == WAIT_OBJECT_0;
+    if (event_ != nullptr)
+        return ::WaitForSingleObject(event_, milliseconds) == WAIT_OBJECT_0;
+    // There was no handle for an event: a bed must hold all the same.
+    const ULONGLONG start = ::GetTickCount64();
+    while (awake_.exchange(0, std::memory_order_acquire) == 0)
+    {
+        if (milliseconds != kForever && ::GetTickCount64() - start >= milliseconds)
+            return false;
+        ::Sleep(1);
+    }
+    return true;
 }
 
-void Parking::Wake() { ::SetEvent(event_); }
+void Parking::Wake()
+{
+    if (event_ != nullptr)
+        ::SetEvent(event_);
+    else
+        awake_.store(1, std::memory_order_release);
+}
 
 bool HasProcessBarrier()
 {
