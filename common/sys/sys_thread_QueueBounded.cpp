@@ -4,10 +4,17 @@
 #include "platform/platform_park.h"
 #include "sys/sys_thread_QueueRings_impl.h"
 
+#include <atomic>
+#include <chrono>
+#include <utility>
+
 namespace sys::thread
 {
 namespace
 {
+
+/// How many waits, of all queues, are still to go without yields.
+std::atomic<unsigned> crowdedWaits{0};
 
 /// This machine, for the rings.
 struct Machine
@@ -36,30 +43,52 @@ struct Machine
     };
 
     /// Spins for some microseconds, then lets others run for some hundred, then has none left. It
-    /// looks no more often than every tenth of a microsecond: each look takes a cache line away
+    /// looks no more often than a few times in a microsecond: each look takes a cache line away
     /// from the other side, which meanwhile adds more items.
+    ///
+    /// On a crowded machine letting others run takes a thread milliseconds, while a sleeper gets
+    /// the processor soon after it is woken: who finds it so makes the next waits go to sleep.
     class Patience
     {
     public:
         explicit Patience(Machine&) {}
         bool Wait()
         {
-            if (++round_ > kRounds)
+            if (++round_ <= kSpins)
+            {
+                for (int i = 0; i < kPauses; ++i)
+                    platform::SpinPause();
+                return true;
+            }
+            if (round_ == kSpins + 1)
+                start_ = last_ = Clock::now();
+            if (last_ - start_ >= kYielding || IsCrowded())
             {
                 round_ = 0; // after a sleep from the start
                 return false;
             }
-            if (round_ > kSpins)
-                platform::GiveWay();
-            else
-                for (int i = 0; i < kPauses; ++i)
-                    platform::SpinPause();
+            platform::GiveWay();
+            const Clock::time_point before = std::exchange(last_, Clock::now());
+            if (last_ - before >= kCrowded)
+                crowdedWaits.store(kLesson, std::memory_order_relaxed);
             return true;
         }
 
     private:
-        static constexpr int kPauses = 4, kSpins = 20, kRounds = 420;
+        static bool IsCrowded()
+        {
+            const unsigned left = crowdedWaits.load(std::memory_order_relaxed);
+            if (left != 0) // several may count the same one
+                crowdedWaits.store(left - 1, std::memory_order_relaxed);
+            return left != 0;
+        }
+
+        using Clock = std::chrono::steady_clock;
+        static constexpr int kPauses = 16, kSpins = 6;
+        static constexpr std::chrono::microseconds kYielding{200}, kCrowded{1000};
+        static constexpr unsigned kLesson = 256;
         int round_ = 0;
+        Clock::time_point start_, last_;
     };
 
     void LightBarrier() const
