@@ -89,8 +89,8 @@ KVI_API void SetRange(const Handle& job, const Range& range);
 KVI_API void Run(const Handle& job);
 /// Begins the job in the pool, and returns. Where the pool has no thread, Wait does it.
 KVI_API void RunAsync(const Handle& job);
-/// Takes part in what RunAsync began, and returns when it is done; throws as Run does. At once for
-/// a job that was not begun.
+/// Takes part in what RunAsync began, where the job may have one more thread, and returns when it
+/// is done; throws as Run does. At once for a job that was not begun.
 KVI_API void Wait(const Handle& job);
 /// Gives the share up; a job that is running goes on.
 KVI_API void Release(Handle& job);

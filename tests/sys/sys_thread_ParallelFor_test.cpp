@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cfenv>
 #include <chrono>
+#include <cstdlib>
 #include <numeric>
 #include <stdexcept>
 #include <thread>
@@ -221,11 +222,15 @@ TEST_F(ParallelForTest, IsSerialAfterFinalizeAndHelpedAfterInitialize)
         for (int i = 0; i < 500; ++i)
             EXPECT_TRUE(ParallelFor({0, 20'000}, [](unsigned) { return true; }));
     });
-    for (int i = 0; i < 100; ++i) // while loops run
-    {
-        task::Finalize();
-        task::Initialize();
-    }
+    const auto turn = [] { // while loops run, and from two threads
+        for (int i = 0; i < 100; ++i)
+        {
+            task::Finalize();
+            task::Initialize();
+        }
+    };
+    std::jthread second(turn);
+    turn();
 }
 
 TEST(PoolChild, DISABLED_RunsSerially)
@@ -261,6 +266,21 @@ TEST_F(ParallelForTest, HeedsTheEnvironment)
     const std::string bound = "taskset -c 0 ";
     EXPECT_TRUE(child::Run("PoolChild", "RunsSerially", 0, bound));
     EXPECT_TRUE(child::Run("PoolChild", "RunsOnOneProcessor", 0, set + "4 " + bound));
+}
+
+/// What a container with a share of processors sees: the files of its control group.
+TEST_F(ParallelForTest, HeedsTheShareOfAContainer)
+{
+    const std::string aside = "unshare --map-root-user --mount sh -c 'mount -t tmpfs none "
+                              "/sys/fs/cgroup && cd /sys/fs/cgroup && ";
+    if (child::IsWindows() || std::system((aside + "true' 2>&1 >/dev/null").c_str()) != 0)
+        GTEST_SKIP() << "no file may be put in the place of the system's";
+    for (const std::string share : {"echo 100000 100000 >cpu.max", "echo 30000 100000 >cpu.max",
+                                    "mkdir cpu && echo 50000 >cpu/cpu.cfs_quota_us && "
+                                    "echo 100000 >cpu/cpu.cfs_period_us"})
+        EXPECT_TRUE(child::Run("PoolChild", "RunsOnOneProcessor", 0,
+                               "OMP_NUM_THREADS=4 " + aside + share + " && exec \"$0\" \"$@\"' "))
+            << share;
 }
 
 } // namespace

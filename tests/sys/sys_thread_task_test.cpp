@@ -56,6 +56,10 @@ struct Marks : task::ITask
 
     void Run(const Range& part) override
     {
+        const int mine = ++now;
+        for (int seen = most; seen < mine && !most.compare_exchange_weak(seen, mine);)
+        {
+        }
         if (gate != nullptr)
             gate->Wait();
         parents = affinity::ParentId();
@@ -65,6 +69,7 @@ struct Marks : task::ITask
             if (i == bad)
                 throw std::out_of_range("bad");
         }
+        --now;
     }
     int Sum() const
     {
@@ -76,6 +81,7 @@ struct Marks : task::ITask
 
     std::vector<std::atomic<int>> marks;
     std::atomic<unsigned> parents{0};
+    std::atomic<int> now{0}, most{0}; // parts at once
     std::uint64_t bad = ~0ull;
     Signal* gate = nullptr;
 };
@@ -124,6 +130,27 @@ TEST(job, RunsInThePoolWhileItsCallerGoesOn)
         task::job::Wait(job);
         EXPECT_EQ(marks->Sum(), 5000);
         affinity::SetPrimaryId(0);
+    }
+}
+
+TEST(job, HasNoMoreThreadsThanItsWorkersWhenWaitedFor)
+{
+    for (const int workers : {1, 2})
+    {
+        Signal gate(Signal::manualReset);
+        const auto marks = std::make_shared<Marks>(5000);
+        marks->gate = &gate;
+        const auto job = task::job::Create(marks, {0, 4999, 1}, unsigned(workers));
+        task::job::RunAsync(job);
+        while (marks->now == 0)
+            std::this_thread::sleep_for(1ms);
+        std::jthread opener([&] {
+            std::this_thread::sleep_for(30ms);
+            gate.Set();
+        });
+        task::job::Wait(job);
+        EXPECT_EQ(marks->Sum(), 5000);
+        EXPECT_LE(marks->most, workers);
     }
 }
 
