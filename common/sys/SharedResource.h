@@ -36,7 +36,8 @@ public:
     /// that this process has open, a mutex that could not be made; or what the hook returned
     static gtl::status Open(const std::wstring& name, SharedResource* resource,
                             unsigned long flags);
-    /// Closes what this process has open under @p name.
+    /// Closes what this process has open under @p name. While somebody still has it locked it
+    /// counts as open, and OnDestroy does not run.
     /// @returns ok, an error when it has nothing open, or what a hook returned (it is closed then)
     static gtl::status Close(const std::wstring& name);
     /// Whether any process has @p name open.

@@ -190,15 +190,19 @@ bool Worker::IsRunning(Handle handle)
     return worker != nullptr && worker->thread_->IsActive();
 }
 
-/// An event that is set when the worker is deleted; empty when there is nothing to wait for. The
-/// worker has a share of it: it may be set long after the one who waited has gone.
-thread::Handle Worker::JoinEvent(Handle handle)
+/// An event that is set when the worker is deleted, an empty one when it could not be made; nothing
+/// when there is nothing to wait for. The worker has a share of it, so it may be set long after the
+/// one who waited has gone. What a wait has left behind serves the next one.
+std::optional<thread::Handle> Worker::JoinEvent(Handle handle)
 {
     Registry& registry = TheRegistry();
     const std::lock_guard lock(registry.lock);
     Worker* const worker = registry.Find(handle);
     if (worker == nullptr || worker == currentWorker)
-        return {};
+        return std::nullopt;
+    for (const thread::Handle& left : worker->joining_)
+        if (left.Object().use_count() == 1) // the worker's own share
+            return left;
     thread::Handle event = NewEvent();
     if (event)
         worker->joining_.push_back(event);
@@ -212,8 +216,12 @@ bool Worker::Join(const std::vector<Handle>& handles, unsigned long ms)
     using Clock = std::chrono::steady_clock;
     std::vector<std::shared_ptr<platform::Waitable>> events;
     for (const Handle handle : handles)
-        if (const thread::Handle event = JoinEvent(handle))
-            events.push_back(event.Object());
+        if (const auto event = JoinEvent(handle))
+        {
+            if (!*event)
+                return false;
+            events.push_back(event->Object());
+        }
     const auto start = Clock::now();
     // One wait takes 64 of them; the groups share the time.
     for (std::size_t i = 0; i < events.size(); i += platform::kWaitLimit)

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace platform
@@ -84,7 +85,8 @@ public:
     static void NotifyExit(Handle handle);
     static bool IsRunning(Handle handle);
     /// Waits until the worker has been deleted; not when it is the calling thread's own.
-    /// @returns whether there is nothing left to wait for; false when @p ms ran out
+    /// @returns whether there is nothing left to wait for; false when @p ms ran out or there could
+    /// be no wait
     static bool Join(Handle handle, unsigned long ms);
     /// Waits for all of them, any number, no longer than @p ms altogether.
     static bool Join(const std::vector<Handle>& handles, unsigned long ms);
@@ -107,7 +109,7 @@ private:
     struct Registry;
     static Registry& TheRegistry();
     static void ThreadFunc(void* worker);
-    static thread::Handle JoinEvent(Handle handle);
+    static std::optional<thread::Handle> JoinEvent(Handle handle);
 
     int value_ = -1;
     std::shared_ptr<platform::Thread> thread_;
