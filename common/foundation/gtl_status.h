@@ -122,17 +122,18 @@ private:
     std::int32_t sourceLine_;
 };
 
+// Success is what all code is laid out for; an error takes the far branch.
 inline status::status(const status& other) noexcept : detail_(other.detail_)
 {
-    if (detail_ != nullptr)
+    if (detail_ != nullptr) [[unlikely]]
         ++detail_->count_;
 }
 
 inline void status::Release() noexcept
 {
-    // The last share destroys the record as it is; only earlier ones count down.
     if (detail_ == nullptr) [[likely]]
         return;
+    // The last share destroys the record as it is; only earlier ones count down.
     if (detail_->count_ < 2)
         Destroy(detail_);
     else

@@ -39,37 +39,72 @@ constexpr T kFailure = T(std::numeric_limits<typename Rules<T>::Type>::max());
 template <class T>
 using Sum = std::conditional_t<sizeof(typename Rules<T>::Type) == 8, std::uint64_t, std::uint32_t>;
 
-/// Reads @p count characters, 4 to 8, as decimal digits; @returns a value above 99999999 when one
-/// is not a digit. Two registers of four characters each, which overlap for less than eight.
+/// The four characters at @p p, then the four at @p q, as 16-bit numbers; a character that needs
+/// more becomes one that is no digit.
 template <class Char>
-std::uint32_t ReadFourToEight(const Char* p, std::ptrdiff_t count)
+__m128i LoadFours(const Char* p, const Char* q)
 {
-    static_assert(sizeof(Char) == 4);
-    constexpr std::uint32_t kNoNumber = 0xffffffff;
-    // What the second register adds: nothing for the characters that the first one has read.
-    alignas(16) static constexpr std::int32_t kWeights[5][4] = {
-        {0, 0, 0, 0}, {0, 0, 0, 1}, {0, 0, 10, 1}, {0, 100, 10, 1}, {1000, 100, 10, 1}};
-    static constexpr std::uint32_t kShift[5] = {1, 10, 100, 1000, 10000};
-    const auto load = [](const Char* at) {
-        return _mm_sub_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at)),
-                             _mm_set1_epi32('0'));
-    };
-    const auto sum = [](__m128i products) {
-        products = _mm_add_epi32(products, _mm_shuffle_epi32(products, 0x4e));
-        return std::uint32_t(
-            _mm_cvtsi128_si32(_mm_add_epi32(products, _mm_shuffle_epi32(products, 0xb1))));
-    };
-    const __m128i first = load(p), second = load(p + count - 4);
-    // Digits have no bit beside the low four, and adding 6 to one sets none either.
-    const __m128i raised = _mm_or_si128(_mm_add_epi32(first, _mm_set1_epi32(6)),
-                                        _mm_add_epi32(second, _mm_set1_epi32(6)));
-    const __m128i stray =
-        _mm_andnot_si128(_mm_set1_epi32(15), _mm_or_si128(raised, _mm_or_si128(first, second)));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi32(stray, _mm_setzero_si128())) != 0xffff)
+    const auto* const first = reinterpret_cast<const __m128i*>(p);
+    const auto* const second = reinterpret_cast<const __m128i*>(q);
+    if constexpr (sizeof(Char) == 4)
+        return _mm_packs_epi32(_mm_loadu_si128(first), _mm_loadu_si128(second));
+    else if constexpr (sizeof(Char) == 2)
+        return _mm_unpacklo_epi64(_mm_loadl_epi64(first), _mm_loadl_epi64(second));
+    else
+    {
+        const __m128i bytes = _mm_unpacklo_epi32(_mm_loadu_si32(p), _mm_loadu_si32(q));
+        return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
+    }
+}
+
+constexpr std::uint32_t kNoNumber = 0xffffffff;
+
+/// Reads @p count characters, 4 to 8, as decimal digits; @returns kNoNumber when one is not a
+/// digit. The first four and the last four are taken at once; of those that overlap the weight is
+/// 0.
+template <class Char>
+[[gnu::always_inline]] inline std::uint32_t ReadFourToEight(const Char* p, std::ptrdiff_t count)
+{
+    alignas(16) static constexpr std::int16_t kWeights[5][8] = {{10, 1, 10, 1, 0, 0, 0, 0},
+                                                                {10, 1, 10, 1, 0, 0, 0, 1},
+                                                                {10, 1, 10, 1, 0, 0, 10, 1},
+                                                                {10, 1, 10, 1, 0, 100, 10, 1},
+                                                                {10, 1, 10, 1, 1000, 100, 10, 1}};
+    static constexpr std::uint32_t kPower[5] = {1, 10, 100, 1000, 10000};
+    const std::ptrdiff_t more = count - 4;
+    const __m128i digits = _mm_sub_epi16(LoadFours(p, p + more), _mm_set1_epi16('0'));
+    const __m128i above = _mm_subs_epu16(digits, _mm_set1_epi16(9));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(above, _mm_setzero_si128())) != 0xffff)
         return kNoNumber;
-    const __m128i weights = _mm_load_si128(reinterpret_cast<const __m128i*>(kWeights[count - 4]));
-    const std::uint32_t head = sum(_mm_madd_epi16(first, _mm_setr_epi32(1000, 100, 10, 1)));
-    return head * kShift[count - 4] + sum(_mm_madd_epi16(second, weights));
+    const auto* const weights = reinterpret_cast<const __m128i*>(kWeights[more]);
+    const __m128i pairs = _mm_madd_epi16(digits, _mm_load_si128(weights));
+    const __m128i sums =
+        _mm_madd_epi16(_mm_packs_epi32(pairs, pairs), _mm_setr_epi16(100, 1, 1, 1, 0, 0, 0, 0));
+    const auto head = std::uint32_t(_mm_cvtsi128_si32(sums));
+    const auto tail = std::uint32_t(_mm_cvtsi128_si32(_mm_srli_epi64(sums, 32)));
+    return head * kPower[more] + tail;
+}
+
+/// Any count of digits, whose sum wraps; two at a time, because the chain of multiplications is
+/// what takes the time. @returns false when a character is not a digit
+template <class Sum, class Char>
+bool ReadDigits(Sum& sum, const Char* p, const Char* end)
+{
+    for (; end - p >= 2; p += 2)
+    {
+        const unsigned tens = unsigned(p[0]) - unsigned('0'), ones = unsigned(p[1]) - unsigned('0');
+        if ((tens > 9) | (ones > 9))
+            return false;
+        sum = sum * 100 + (tens * 10 + ones);
+    }
+    if (p != end)
+    {
+        const unsigned digit = unsigned(*p) - unsigned('0');
+        if (digit > 9)
+            return false;
+        sum = sum * 10 + digit;
+    }
+    return true;
 }
 
 template <class T, class Char>
@@ -77,40 +112,26 @@ T ReadDecimal(const std::basic_string<Char>& text)
 {
     const Char* p = text.data();
     const Char* const end = p + text.size();
-    // Digits stand above all ASCII white space and below all other: mostly one comparison.
-    while (p != end && (*p <= Char(' ') || *p > Char('9')) && IsSpace(*p))
-        ++p;
-    if (p == end)
-        return kFailure<T>;
-    const bool negative = *p == Char('-');
-    if (negative || *p == Char('+'))
-        ++p;
+    bool negative = false;
+    if (p == end || *p < Char('0') || *p > Char('9')) [[unlikely]]
+    {
+        while (p != end && IsSpace(*p))
+            ++p;
+        if (p == end)
+            return kFailure<T>;
+        negative = *p == Char('-');
+        p += negative || *p == Char('+');
+    }
     Sum<T> sum = 0;
-    if constexpr (sizeof(Char) == 4)
+    if (end - p >= 4 && end - p <= 8) [[likely]]
     {
-        if (end - p >= 4 && end - p <= 8)
-        {
-            const std::uint32_t digits = ReadFourToEight(p, end - p);
-            if (digits > 99999999)
-                return kFailure<T>;
-            return T(typename Rules<T>::Type(negative ? Sum<T>(0) - digits : digits));
-        }
-    }
-    // Two digits at a time: the chain of multiplications is what takes the time.
-    for (; end - p >= 2; p += 2)
-    {
-        const unsigned tens = unsigned(p[0]) - unsigned('0'), ones = unsigned(p[1]) - unsigned('0');
-        if ((tens > 9) | (ones > 9))
+        const std::uint32_t digits = ReadFourToEight(p, end - p);
+        if (digits == kNoNumber)
             return kFailure<T>;
-        sum = sum * 100 + (tens * 10 + ones);
+        sum = digits;
     }
-    if (p != end)
-    {
-        const unsigned digit = unsigned(*p) - unsigned('0');
-        if (digit > 9)
-            return kFailure<T>;
-        sum = sum * 10 + digit;
-    }
+    else if (!ReadDigits(sum, p, end))
+        return kFailure<T>;
     return T(typename Rules<T>::Type(negative ? Sum<T>(0) - sum : sum));
 }
 

@@ -2,6 +2,7 @@
 
 #include "foundation/str_number_impl.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace str
@@ -9,10 +10,11 @@ namespace str
 namespace
 {
 
-// How much of a text of @p size characters, its first point at @p point, is left.
-std::size_t Trimmed(const char* text, std::size_t size, std::size_t point, int keep)
+// How much of @p text is left.
+std::size_t Trimmed(const std::string& text, int keep)
 {
-    const std::size_t limit = std::uint32_t(point) + std::uint32_t(keep);
+    const std::size_t limit = std::uint32_t(text.find('.')) + std::uint32_t(keep);
+    std::size_t size = text.size();
     while (size > 0 && size - 1 > limit && text[size - 1] == '0')
         --size;
     return size;
@@ -22,22 +24,22 @@ std::size_t Trimmed(const char* text, std::size_t size, std::size_t point, int k
 
 std::string fmt_float_cstring(double value, int decimals, int keep)
 {
-    char room[impl::kFastRoom];
-    if (char* const end = impl::FastFixed(room, value, decimals))
+    std::string text("***************"); // the most that a string holds by itself
+    int size = 0;
+    if (keep >= 0)
+        size = impl::ShortFixed(text.data(), value, decimals, std::min(keep, decimals));
+    text.erase(std::size_t(size));
+    if (size == 0)
     {
-        const auto size = std::size_t(end - room);
-        const std::size_t point =
-            decimals > 0 ? size - 1 - std::size_t(decimals) : std::string::npos;
-        return std::string(room, Trimmed(room, size, point, keep));
+        impl::AppendFixed(text, value, decimals);
+        text.erase(Trimmed(text, keep));
     }
-    std::string text;
-    impl::AppendFixed(text, value, decimals);
-    return fmt_float_cstring(text, keep);
+    return text;
 }
 
 std::string fmt_float_cstring(const std::string& text, int keep)
 {
-    return text.substr(0, Trimmed(text.data(), text.size(), text.find('.'), keep));
+    return text.substr(0, Trimmed(text, keep));
 }
 
 } // namespace str

@@ -21,7 +21,7 @@ constexpr bool IsSpace(wchar_t c)
            c == 0x2029 || c == 0x202f || c == 0x205f || c == 0x3000;
 }
 
-/// Room that the two fast printers may write to, more than the text they leave.
+/// Room that the fast printers may write to, more than the text they leave.
 constexpr int kFastRoom = 64;
 
 /// Writes @p value as printf's "%.*f" with @p decimals places, when that can be done in a few
@@ -29,9 +29,20 @@ constexpr int kFastRoom = 64;
 /// @returns the end of the text, or null when nothing was written
 char* FastFixed(char* out, double value, int decimals);
 
+/// Writes the same without the trailing zeros behind the first @p keep decimals (0 to @p decimals),
+/// when there are 1 to 6 decimals and at most 7 digits before the point. Overwrites 16 characters
+/// at
+/// @p out, the last one with 0.
+/// @returns the length of the text, at most 15; 0 when nothing was written
+int ShortFixed(char* out, double value, int decimals, int keep);
+
 /// Writes @p value as printf's "%.*g" with @p digits significant digits, 1 to 12.
 /// @returns the end of the text, or null when the last digit is in doubt and nothing was written
 char* FastSignificant(char* out, double value, int digits);
+
+/// Writes @p value as printf's "%.*e" with @p decimals places, 0 to 11.
+/// @returns the end of the text, or null when the last digit is in doubt and nothing was written
+char* FastScientific(char* out, double value, int decimals);
 
 /// @name Exact text for every value and any number of places, appended to @p text
 /// Byte for byte what printf writes in the C locale, with "nan", "-nan", "inf", "-inf". A

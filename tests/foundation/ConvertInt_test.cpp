@@ -76,6 +76,31 @@ TEST(ConvertInt, ReadsDecimalTextByItsOwnRules)
     EXPECT_EQ(Read<int>(std::string("\xc2\xa0") + "42"), INT_MAX);
 }
 
+TEST(ConvertInt, SeesEveryCharacterThatIsNoDigit)
+{
+    const std::wstring digits = L"123456789012";
+    for (std::size_t size = 1; size <= digits.size(); ++size)
+    {
+        const std::wstring text = digits.substr(0, size);
+        long long expected = 0;
+        for (const wchar_t c : text)
+            expected = expected * 10 + (c - L'0');
+        EXPECT_EQ(Read<long long>(text), expected);
+        EXPECT_EQ(Read<long long>(std::string(text.begin(), text.end())), expected);
+        for (std::size_t at = 1; at < size; ++at)
+            for (const unsigned stray :
+                 {0x2fu, 0x3au, 0x00u, 0x130u, 0xff31u, 0x7f31u, 0xfffffff4u})
+            {
+                std::wstring wide = text;
+                wide[at] = wchar_t(stray);
+                EXPECT_EQ(Read<int>(wide), INT_MAX) << size << ' ' << at << ' ' << stray;
+                std::string narrow(text.begin(), text.end());
+                narrow[at] = char(stray > 0x100 ? 0xb1 : stray);
+                EXPECT_EQ(Read<int>(narrow), INT_MAX) << size << ' ' << at << ' ' << stray;
+            }
+    }
+}
+
 template <class T>
 class ConvertIntOf : public testing::Test
 {

@@ -101,11 +101,8 @@ TEST(NumberText, EqualsTheCLibrarysByteForByte)
         ASSERT_EQ(Fixed(value, places), text) << std::hexfloat << value << ' ' << places;
         std::snprintf(text, sizeof text, "%.*g", places, value);
         ASSERT_EQ(Significant(value, places), text) << std::hexfloat << value << ' ' << places;
-        if (i % 16 == 0)
-        {
-            std::snprintf(text, sizeof text, "%.*e", places, value);
-            ASSERT_EQ(Scientific(value, places), text) << std::hexfloat << value;
-        }
+        std::snprintf(text, sizeof text, "%.*e", places, value);
+        ASSERT_EQ(Scientific(value, places), text) << std::hexfloat << value << ' ' << places;
     }
 }
 #endif
@@ -132,8 +129,19 @@ TEST(NumberText, FastPrintersAgreeWithTheExactOne)
             ASSERT_EQ(std::string(room, end), std::string(exact, last.ptr));
             ++fast;
         }
+        if (char* const end = FastScientific(room, value, 3))
+        {
+            const auto last =
+                std::to_chars(exact, exact + 400, value, std::chars_format::scientific, 3);
+            ASSERT_EQ(std::string(room, end), std::string(exact, last.ptr));
+            ++fast;
+        }
+        const int decimals = int(random() % 8), keep = int(random() % 8);
+        ASSERT_EQ(fmt_float_cstring(value, decimals, keep),
+                  fmt_float_cstring(Fixed(value, decimals), keep))
+            << std::hexfloat << value << ' ' << decimals << ' ' << keep;
     }
-    EXPECT_GT(fast, 25000); // most values need no second look
+    EXPECT_GT(fast, 40000); // most values need no second look
 }
 
 TEST(FmtFloatCstring, TrimsTrailingZerosBehindTheKeptOnes)
@@ -157,6 +165,10 @@ TEST(FmtFloatCstring, TrimsTrailingZerosBehindTheKeptOnes)
     EXPECT_EQ(fmt_float_cstring(1.25, 6, 0), "1.25");
     EXPECT_EQ(fmt_float_cstring(2.0, 3, 0), "2.");
     EXPECT_EQ(fmt_float_cstring(-1234.5, 3, 2), "-1234.50");
+    EXPECT_EQ(fmt_float_cstring(0.9999999, 2, 0), "1.");
+    EXPECT_EQ(fmt_float_cstring(-9999998.9999999, 6, 0), "-9999999.");
+    EXPECT_EQ(fmt_float_cstring(9999999.5, 6, 1), "9999999.5");
+    EXPECT_EQ(fmt_float_cstring(-0.001, 2, 0), "-0.");
     EXPECT_EQ(fmt_float_cstring(1e22, 3, 1), "10000000000000000000000.0");
     EXPECT_EQ(fmt_float_cstring(100.0, 0, 1), "1"); // no point: the sum wraps
     EXPECT_EQ(fmt_float_cstring(0.5, -7, 0), "0.5");
