@@ -124,9 +124,11 @@ bool Round(Rounded& rounded, double magnitude, int digits)
     if (digits < 1 || digits > 12 || !(magnitude >= kLeast && magnitude <= kMost))
         return magnitude == 0 && digits >= 1 && digits <= 12;
     // Reading exponent and mantissa as one number gives log2 with an error of -0.09 to 0, hence
-    // the decimal exponent or, rarely, one less. 315652 is log10(2) * 2^20, rounded down.
+    // the decimal exponent or, rarely, one less. The factor is log10(2) * 2^30, cut; taking off
+    // what that adds to a negative product keeps the exponent from being one more.
     const auto bits = std::int64_t(std::bit_cast<std::uint64_t>(magnitude) >> 32);
-    int exponent = int((bits - (std::int64_t(1023) << 20)) * 315652 >> 40);
+    const std::int64_t log2 = bits - (std::int64_t(1023) << 20);
+    int exponent = int((log2 * 323228496 - (std::int64_t(1) << 30)) >> 50);
     const double limit = kPower[digits];
     double scaled;
     for (;; ++exponent)

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <random>
 
@@ -142,6 +143,22 @@ TEST(NumberText, FastPrintersAgreeWithTheExactOne)
             << std::hexfloat << value << ' ' << decimals << ' ' << keep;
     }
     EXPECT_GT(fast, 40000); // most values need no second look
+}
+
+TEST(NumberText, FindsTheExponentBesideEveryPowerOfTen)
+{
+    for (int power = -307; power <= 308; ++power)
+    {
+        const double ten = std::strtod(("1e" + std::to_string(power)).c_str(), nullptr);
+        for (const double value : {0.9992 * ten, 0.9997 * ten, 0.9999 * ten, std::nextafter(ten, 0),
+                                   ten, std::nextafter(ten, kInf)})
+        {
+            char exact[64];
+            const auto last =
+                std::to_chars(exact, exact + 64, value, std::chars_format::scientific, 9);
+            ASSERT_EQ(Scientific(value, 9), std::string(exact, last.ptr));
+        }
+    }
 }
 
 TEST(FmtFloatCstring, TrimsTrailingZerosBehindTheKeptOnes)
