@@ -30,8 +30,7 @@ KVI_API int ReadBufLine(char* line, int size, const char** at, const char* end,
 /// Puts @p line and "\n" behind the @p *used bytes of @p buffer, and a zero behind them.
 /// @param size  of @p buffer in bytes
 /// @returns true and the new number of bytes, the zero not counted, in @p *used; false when there
-/// is
-///          no room, and nothing is changed then
+/// is no room, and nothing is changed then
 KVI_API bool WriteBufLine(char* buffer, int size, int* used, const char* line);
 
 /// The same with a line of two pieces, @p first and @p second, with one blank between them.

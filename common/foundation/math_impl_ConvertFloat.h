@@ -21,8 +21,8 @@ enum class RoundType
     significant,
     significant_half_away, ///< the same, exactly half away from zero
     significant_truncated, ///< the same, the digits behind the last cut off
-                           /// Digits behind the point, the shape of printf's "%f", zeros kept.
-                           /// Nearest, exactly half to the even digit.
+
+    /// Digits behind the point, the shape of "%f", zeros kept. Nearest, exactly half to the even.
     decimals,
     decimals_half_away, ///< the same, exactly half away from zero
     decimals_truncated  ///< the same, the digits behind the last cut off

@@ -47,7 +47,7 @@ template <class text>
 KVI_API text join(const std::vector<text>& parts, const text& separator);
 
 /// @{
-/// Between narrow text in the system's code page (UTF-8 on Linux) and wide text
+/// Between narrow text in the system's code page (UTF-8 on Linux) and wide text.
 /// What means nothing becomes the code page's replacement character, in wide text mostly U+FFFD;
 /// its neighbours and zeros are kept.
 KVI_API std::wstring as_wstring(const std::string& narrow);
