@@ -2,8 +2,9 @@
 
 #include "foundation/gtl_status.h"
 #include "foundation/str.h"
+#include "foundation/str_fmt_impl.h"
 
-#include <iterator>
+#include <algorithm>
 
 namespace kvi::diag
 {
@@ -50,9 +51,31 @@ std::string LevelName(int level)
 void LogMacroHandler::Send(std::string_view format, const str::fmt::impl::Argument* args,
                            std::size_t count) const noexcept
 {
-    if (LogFilter::Passes(record_.level, record_.mask))
+    if (LogFilter::Passes(record_.level, record_.mask) && !SendPlain(format, args, count))
         Deliver(format, args, count,
                 [this](const std::wstring& text) { EventSink::Instance().Log(record_, text); });
+}
+
+bool LogMacroHandler::SendPlain(std::string_view format, const str::fmt::impl::Argument* args,
+                                std::size_t count) const noexcept
+{
+    using Kind = str::fmt::impl::Argument::Kind;
+    DefaultEventSink* const sink = EventSink::CurrentDefault();
+    if (sink == nullptr || std::any_of(args, args + count, [](const auto& arg) {
+            return arg.kind == Kind::Wide || arg.kind == Kind::Utf8;
+        }))
+        return false;
+    try
+    {
+        std::string longer;
+        str::fmt::impl::Pieces<char> text(longer);
+        str::fmt::impl::Fill(text, format, args, count);
+        return !text.Narrowed() && sink->LogPlain(record_, text.View());
+    }
+    catch (...) // no memory for it, but the other way may still count the record
+    {
+        return false;
+    }
 }
 
 void LogMacroHandler::Send(std::wstring_view format, const str::fmt::impl::Argument* args,

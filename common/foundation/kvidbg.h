@@ -28,6 +28,7 @@ class status;
     do                                                                                             \
     {                                                                                              \
         if (const int kviLevel = (level); kvi::diag::LogFilter::MinLevel() <= kviLevel)            \
+            [[unlikely]]                                                                           \
             if (const int kviMask = (mask); kvi::diag::LogFilter::Passes(kviLevel, kviMask))       \
                 kvi::diag::LogMacroHandler(kviLevel, kviMask, __FILE__, __LINE__,                  \
                                            __func__)(__VA_ARGS__);                                 \
@@ -74,6 +75,9 @@ private:
               std::size_t count) const noexcept;
     void Send(std::wstring_view format, const str::fmt::impl::Argument* args,
               std::size_t count) const noexcept;
+    /// The short way to the default sink, without wide text between; false when it is not open.
+    bool SendPlain(std::string_view format, const str::fmt::impl::Argument* args,
+                   std::size_t count) const noexcept;
 
     LogRecord record_;
 };

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <string_view>
 
 namespace kvi::diag
 {
@@ -34,7 +35,8 @@ struct DefaultEventSink::State
 
     unsigned long long Lost() const { return lostBefore + output.Lost() + errors.Lost(); }
 
-    void Write(const LogRecord& record, const std::wstring& text)
+    template <class View>
+    void Write(const LogRecord& record, View text)
     {
         impl::Output& out = split && record.level >= error ? errors : output;
         const std::int64_t now = Now();
@@ -42,6 +44,20 @@ struct DefaultEventSink::State
         out.Added();
         const bool gather = buffered && record.level < error && !IsSafeMode();
         out.Write(gather, now, lines);
+    }
+
+    template <class View>
+    void Log(const LogRecord& record, View text)
+    {
+        const std::lock_guard guard(lock);
+        try
+        {
+            Write(record, text);
+        }
+        catch (...) // no memory for the line
+        {
+            ++lostBefore;
+        }
     }
 };
 
@@ -92,15 +108,15 @@ void DefaultEventSink::Event(int level, const std::wstring& text)
 
 void DefaultEventSink::Log(const LogRecord& record, const std::wstring& text)
 {
-    const std::lock_guard guard(state_->lock);
-    try
-    {
-        state_->Write(record, text);
-    }
-    catch (...) // no memory for the line
-    {
-        ++state_->lostBefore;
-    }
+    state_->Log(record, std::wstring_view(text));
+}
+
+bool DefaultEventSink::LogPlain(const LogRecord& record, std::string_view text)
+{
+    if (!impl::RecordLine::IsPlain(text))
+        return false;
+    state_->Log(record, text);
+    return true;
 }
 
 void ReleaseDefaultEventSink::Assertion(const char* expression, const char* file, int line)

@@ -17,9 +17,9 @@ struct WriteOutAtExit
     ~WriteOutAtExit() { sink.Buffered(false); }
 };
 
-IEventSink& DefaultSink()
+DefaultEventSink& DefaultSink()
 {
-    static IEventSink& sink = *new ReleaseDefaultEventSink; // never destroyed
+    static DefaultEventSink& sink = *new ReleaseDefaultEventSink; // never destroyed
     static const WriteOutAtExit atExit{sink};
     return sink;
 }
@@ -31,6 +31,13 @@ IEventSink& EventSink::Instance()
 {
     IEventSink* sink = currentSink.load(std::memory_order_acquire);
     return sink != nullptr ? *sink : DefaultSink();
+}
+
+DefaultEventSink* EventSink::CurrentDefault()
+{
+    const IEventSink* const sink = currentSink.load(std::memory_order_acquire);
+    DefaultEventSink& own = DefaultSink();
+    return sink == nullptr || sink == &own ? &own : nullptr; // it may have been registered again
 }
 
 void EventSink::RegisterInstance(IEventSink* sink)

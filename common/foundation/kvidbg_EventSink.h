@@ -7,6 +7,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace kvi::diag
 {
@@ -80,6 +81,10 @@ public:
     void Log(const LogRecord& record, const std::wstring& text) override;
 
 private:
+    friend class LogMacroHandler;
+    /// Log for a text of printable ASCII; false, with nothing done, for any other.
+    bool LogPlain(const LogRecord& record, std::string_view text);
+
     struct State;
     std::unique_ptr<State> state_;
 };
@@ -100,6 +105,11 @@ public:
     /// Makes @p sink the current one; null brings the default sink back. The caller keeps it, and
     /// keeps it alive while any thread may log.
     static void RegisterInstance(IEventSink* sink);
+
+private:
+    friend class LogMacroHandler;
+    /// The default sink while it is the current one, else null.
+    static DefaultEventSink* CurrentDefault();
 };
 
 /// Counts what passes through and hands it on unchanged.

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <type_traits>
 
 namespace kvi::diag::impl
 {
@@ -30,11 +31,13 @@ void AppendNumber(std::string& out, unsigned long number)
 bool IsControl(wchar_t c) { return c < L' ' || c == 0x7F; }
 
 /// Whether @p text is printable ASCII all through. (No early way out: it becomes vector code.)
-bool IsPlain(std::wstring_view text)
+template <class C>
+bool IsPrintable(std::basic_string_view<C> text)
 {
-    unsigned odd = 0;
-    for (const wchar_t c : text)
-        odd |= static_cast<unsigned>(static_cast<unsigned>(c) - 0x20u > 0x5Eu);
+    using Unit = std::make_unsigned_t<C>;
+    Unit odd = 0;
+    for (const C c : text)
+        odd |= static_cast<Unit>(static_cast<Unit>(static_cast<Unit>(c) - 0x20u) > 0x5Eu);
     return odd == 0;
 }
 
@@ -67,10 +70,10 @@ std::wstring Spelled(std::wstring_view text)
 }
 } // namespace
 
-void RecordLine::AppendTime(std::string& out, std::int64_t now)
+bool RecordLine::IsPlain(std::string_view text) { return IsPrintable(text); }
+
+void RecordLine::AppendTime(std::string& out, std::int64_t second)
 {
-    const std::int64_t second = now / kMicroseconds;
-    char text[kSecondLength + 5];
     if (second != second_)
     {
         namespace chrono = std::chrono;
@@ -84,14 +87,7 @@ void RecordLine::AppendTime(std::string& out, std::int64_t now)
                       clock.minutes().count(), clock.seconds().count());
         second_ = second;
     }
-    const auto ms = static_cast<int>(now % kMicroseconds / 1000);
-    char* const digits = std::copy_n(secondText_, kSecondLength, text);
-    digits[0] = static_cast<char>('0' + ms / 100);
-    digits[1] = static_cast<char>('0' + ms / 10 % 10);
-    digits[2] = static_cast<char>('0' + ms % 10);
-    digits[3] = 'Z';
-    digits[4] = ' ';
-    out.append(text, sizeof text);
+    out.append(secondText_, kSecondLength);
 }
 
 void RecordLine::AppendCategories(std::string& out, int mask)
@@ -120,26 +116,61 @@ void RecordLine::AppendCategories(std::string& out, int mask)
         names_.emplace_back(mask, std::move(names));
 }
 
-void RecordLine::Append(std::string& out, const LogRecord& record, const std::wstring& text,
+/// Up to the text. One record after the other mostly differs in the milliseconds alone.
+void RecordLine::AppendHead(std::string& out, const LogRecord& record, std::int64_t now)
+{
+    const std::int64_t second = now / kMicroseconds;
+    const unsigned generation = CategoryGeneration();
+    const unsigned long thread = platform::ThreadNumber();
+    if (second != headSecond_ || record.level != headLevel_ || record.mask != headMask_ ||
+        generation != headGeneration_ || thread != headThread_)
+    {
+        headSecond_ = -1; // in case that no memory is left on the way
+        head_.clear();
+        AppendTime(head_, second);
+        head_ += "000Z ";
+        if (record.level >= verbose && record.level <= critical)
+            head_ += kLevels[record.level];
+        else
+            (head_ += LevelName(record.level)) += ' ';
+        AppendCategories(head_, record.mask);
+        AppendNumber(head_, thread);
+        head_ += ' ';
+        headSecond_ = second;
+        headLevel_ = record.level;
+        headMask_ = record.mask;
+        headGeneration_ = generation;
+        headThread_ = thread;
+    }
+    const std::size_t had = out.size();
+    out += head_;
+    const auto ms = static_cast<int>(now % kMicroseconds / 1000);
+    char* const digits = out.data() + had + kSecondLength;
+    digits[0] = static_cast<char>('0' + ms / 100);
+    digits[1] = static_cast<char>('0' + ms / 10 % 10);
+    digits[2] = static_cast<char>('0' + ms % 10);
+}
+
+void RecordLine::Append(std::string& out, const LogRecord& record, std::string_view text,
                         std::int64_t now)
 {
-    AppendTime(out, now);
-    if (record.level >= verbose && record.level <= critical)
-        out += kLevels[record.level];
+    AppendHead(out, record, now);
+    out += text;
+    out += '\n';
+}
+
+void RecordLine::Append(std::string& out, const LogRecord& record, std::wstring_view text,
+                        std::int64_t now)
+{
+    AppendHead(out, record, now);
+    while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r'))
+        text.remove_suffix(1);
+    if (IsPrintable(text))
+        AppendPlain(out, text);
+    else if (std::any_of(text.begin(), text.end(), IsControl))
+        platform::AppendUtf8(out, Spelled(text));
     else
-        (out += LevelName(record.level)) += ' ';
-    AppendCategories(out, record.mask);
-    AppendNumber(out, platform::ThreadNumber());
-    out += ' ';
-    std::wstring_view body(text);
-    while (!body.empty() && (body.back() == L'\n' || body.back() == L'\r'))
-        body.remove_suffix(1);
-    if (IsPlain(body))
-        AppendPlain(out, body);
-    else if (std::any_of(body.begin(), body.end(), IsControl))
-        platform::AppendUtf8(out, Spelled(body));
-    else
-        platform::AppendUtf8(out, body);
+        platform::AppendUtf8(out, text);
     out += '\n';
 }
 

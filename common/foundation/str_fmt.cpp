@@ -1,6 +1,7 @@
 #include "foundation/str_fmt.h"
 
 #include "foundation/str_fmt_impl.h"
+#include "foundation/str_number_impl.h"
 #include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
 
@@ -15,6 +16,9 @@ namespace str::fmt::impl
 namespace
 {
 using Kind = Argument::Kind;
+using str::impl::FastFixed;
+using str::impl::FastScientific;
+using str::impl::FastSignificant;
 
 constexpr int kMaxWidth = 4096;
 // Past 1074 decimals every double has only zeros.
@@ -30,62 +34,6 @@ constexpr bool IsOneOf(char c, const char (&set)[N])
         found = found || c == set[i];
     return found;
 }
-
-/// Gathers text on the stack on its way to a string: growing that for each piece costs more than
-/// the pieces.
-template <class C>
-class Pieces
-{
-public:
-    explicit Pieces(std::basic_string<C>& out) : out_(out) {}
-
-    void append(std::basic_string_view<C> text)
-    {
-        if (C* to = Room(text.size()))
-            std::copy(text.begin(), text.end(), to);
-        else
-            out_.append(text);
-    }
-    void append(std::size_t count, C c)
-    {
-        if (C* to = Room(count))
-            std::fill_n(to, count, c);
-        else
-            out_.append(count, c);
-    }
-    /// Text that is ASCII, in either width.
-    void AppendAscii(std::string_view text)
-    {
-        for (; text.size() > kRoom; text.remove_prefix(kRoom))
-            AppendAscii(text.substr(0, kRoom));
-        C* to = Room(text.size());
-        for (std::size_t i = 0; i < text.size(); ++i)
-            to[i] = static_cast<C>(text[i]);
-    }
-    void Flush()
-    {
-        out_.append(pieces_, size_);
-        size_ = 0;
-    }
-
-private:
-    static constexpr std::size_t kRoom = 256;
-
-    /// Where @p count units go; null, with nothing left gathered, when there are too many.
-    C* Room(std::size_t count)
-    {
-        if (count > kRoom - size_)
-            Flush();
-        if (count > kRoom)
-            return nullptr;
-        size_ += count;
-        return pieces_ + size_ - count;
-    }
-
-    std::basic_string<C>& out_;
-    std::size_t size_ = 0;
-    C pieces_[kRoom];
-};
 
 /// Appends @p body, padded to the token's width; @p head (a sign, "0x") stands before the zeros.
 template <class C, class B>
@@ -121,6 +69,12 @@ void AppendInteger(Pieces<C>& out, const Token& token, const Argument& value)
     unsigned long long magnitude = negative ? 0 - value.integer : value.integer;
     if (!negative && value.bytes < sizeof magnitude)
         magnitude &= (1ull << (8 * value.bytes)) - 1;
+    if (token.bare && isSigned)
+    {
+        char number[24] = {'-'};
+        char* const last = std::to_chars(number + 1, number + sizeof number, magnitude).ptr;
+        return out.AppendAscii({negative ? number : number + 1, last});
+    }
 
     const int base = IsOneOf(conversion, "xXp") ? 16 : conversion == 'o' ? 8 : 10;
     char digits[kMaxPrecision + 32];
@@ -144,12 +98,25 @@ void AppendInteger(Pieces<C>& out, const Token& token, const Argument& value)
     AppendPadded(out, token, head, body, token.zero && !token.left && token.precision < 0);
 }
 
+/// Writes @p magnitude as WriteReal does; null when the fast printers leave it to the exact one.
+char* WriteFast(char* first, const Token& token, double magnitude, int precision)
+{
+    static_assert(kNumberRoom >= str::impl::kFastRoom);
+    if (IsOneOf(token.conversion, "fF"))
+        return FastFixed(first, magnitude, precision);
+    if (IsOneOf(token.conversion, "eE"))
+        return FastScientific(first, magnitude, precision);
+    return token.alternate ? nullptr : FastSignificant(first, magnitude, std::max(precision, 1));
+}
+
 /// Writes @p magnitude, not negative, in the token's form; returns the end.
 char* WriteReal(char* first, char* last, const Token& token, double magnitude)
 {
     if (token.conversion == 'r')
         return std::to_chars(first, last, magnitude).ptr;
     const int precision = token.precision < 0 ? 6 : std::min(token.precision, kMaxPrecision);
+    if (char* const end = WriteFast(first, token, magnitude, precision))
+        return end;
     if (IsOneOf(token.conversion, "fF"))
         return std::to_chars(first, last, magnitude, std::chars_format::fixed, precision).ptr;
     if (IsOneOf(token.conversion, "eE"))
@@ -222,6 +189,7 @@ void AppendText(Pieces<C>& out, const Token& token, const Argument& value)
     {
         if (value.kind == Kind::Narrow)
             return AppendText(out, token, bytes);
+        out.SetNarrowed();
         const std::string text = platform::Narrow(
             value.kind == Kind::Wide ? std::wstring(wide) : platform::FromUtf8(bytes));
         AppendText(out, token, std::string_view(text));
@@ -252,9 +220,9 @@ void AppendCharacter(Pieces<C>& out, const Token& token, const Argument& value)
     AppendText(out, token, narrow.empty() ? TextOf(wide) : TextOf(narrow));
 }
 
-/// One argument by its conversion, or in its own form where the conversion does not fit.
+/// One argument by its conversion, or in its own form, set in @p token, where that does not fit.
 template <class C>
-void AppendArgument(Pieces<C>& out, Token token, const Argument& value)
+void AppendArgument(Pieces<C>& out, Token& token, const Argument& value)
 {
     if (value.kind == Kind::Narrow || value.kind == Kind::Wide || value.kind == Kind::Utf8)
         return AppendText(out, token, value);
@@ -302,11 +270,21 @@ void AppendLiteral(Pieces<C>& out, std::basic_string_view<F> piece)
     }
 }
 
-template <class C, class F>
-void AppendFilled(std::basic_string<C>& to, std::basic_string_view<F> format, const Argument* args,
-                  std::size_t count)
+template <class C>
+std::size_t CopyCut(C* buffer, std::size_t size, const std::basic_string<C>& text)
 {
-    Pieces<C> out(to);
+    if (size > 0)
+    {
+        const std::size_t length = text.copy(buffer, size - 1);
+        buffer[length] = C();
+    }
+    return text.size();
+}
+} // namespace
+
+template <class C, class F>
+void Fill(Pieces<C>& out, std::basic_string_view<F> format, const Argument* args, std::size_t count)
+{
     std::size_t used = 0;
     for (std::size_t at = 0; at < format.size();)
     {
@@ -327,34 +305,29 @@ void AppendFilled(std::basic_string<C>& to, std::basic_string_view<F> format, co
         const bool twice = percent + 1 < format.size() && format[percent + 1] == F('%');
         at = percent + (twice ? 2 : 1);
     }
-    out.Flush();
 }
 
-template <class C>
-std::size_t CopyCut(C* buffer, std::size_t size, const std::basic_string<C>& text)
-{
-    if (size > 0)
-    {
-        const std::size_t length = text.copy(buffer, size - 1);
-        buffer[length] = C();
-    }
-    return text.size();
-}
-} // namespace
+template void Fill(Pieces<char>&, std::string_view, const Argument*, std::size_t);
 
 void Append(std::string& out, std::string_view format, const Argument* args, std::size_t count)
 {
-    AppendFilled(out, format, args, count);
+    Pieces<char> pieces(out);
+    Fill(pieces, format, args, count);
+    pieces.Flush();
 }
 
 void Append(std::wstring& out, std::wstring_view format, const Argument* args, std::size_t count)
 {
-    AppendFilled(out, format, args, count);
+    Pieces<wchar_t> pieces(out);
+    Fill(pieces, format, args, count);
+    pieces.Flush();
 }
 
 void Append(std::wstring& out, std::string_view format, const Argument* args, std::size_t count)
 {
-    AppendFilled(out, format, args, count);
+    Pieces<wchar_t> pieces(out);
+    Fill(pieces, format, args, count);
+    pieces.Flush();
 }
 
 std::size_t CopyOut(char* buffer, std::size_t size, const std::string& text)

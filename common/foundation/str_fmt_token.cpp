@@ -99,10 +99,10 @@ template <class C>
 std::size_t ParseToken(std::basic_string_view<C> format, std::size_t at, Token& token)
 {
     const std::size_t start = at++;
-    token = Token();
     arg_type type;
     token.conversion = Ascii(format, at);
-    if (TypeOf(token.conversion, type)) // the plain ones, "%d" and "%s"
+    token.bare = TypeOf(token.conversion, type);
+    if (token.bare)
         return at + 1;
     while (TakeFlag(Ascii(format, at), token))
         ++at;

@@ -73,6 +73,33 @@ TEST_F(LogFileTest, ATextOfSeveralLinesStaysOneRecord)
     EXPECT_NE(text[text.size() - 2], '\n');
 }
 
+TEST_F(LogFileTest, NarrowTextGivesTheSameLinesAsWide)
+{
+    const auto log = [] {
+        KVI_LOG(error, 4, "step %d: residual %.3e %s", 7, 1.25e-3, "done");
+        KVI_LOG(error, 4, "%-8s|%5.1f|%c|%x|%.2s", "ab", -2.5, 'c', 255u, "cut");
+        KVI_LOG(error, 4, "caf\xC3\xA9 %s %.2s", "\xC3\xA9", "x\xC3\xA9"); // cut within a letter
+        KVI_LOG(error, 4, "%s %s %c", L"\u0416", str::u8string(u8"\u0416"), 0x416);
+        KVI_LOG(error, 4, "%s\n", "two\nlines");
+        KVI_LOG(error, 4, "%s", std::string(1000, 'x'));
+        KVI_LOG(error, 4, std::string("100%d"));
+    };
+    // The default sink takes narrow text as it is; every other one is given wide text.
+    const fs::path narrow = folder / "narrow.txt";
+    EventSink::RegisterInstance(nullptr);
+    SinkFilePath(Wide(narrow));
+    log();
+    SinkFilePath(L"stderr");
+    EventSink::RegisterInstance(&sink);
+    log();
+    EventSink::RegisterInstance(nullptr);
+    const std::regex time("\\d{4}-\\S+Z ");
+    const std::string text = std::regex_replace(ReadAll(narrow), time, "");
+    EXPECT_EQ(text, std::regex_replace(Text(), time, ""));
+    EXPECT_NE(text.find(" step 7: residual 1.250e-03 done\n"), std::string::npos) << text;
+    EXPECT_NE(text.find(" two\n    lines\n"), std::string::npos) << text;
+}
+
 TEST_F(LogFileTest, BufferedLinesComeWithAnErrorAFlushOrSafeMode)
 {
     sink.Buffered(true);
