@@ -8,7 +8,7 @@ namespace Geom::impl
 namespace
 {
 
-constexpr std::uint32_t kLeastRoom = 4;
+constexpr std::uint32_t kLeastBlock = 8; // a cache line
 constexpr unsigned kMostTableBits = 11;
 /// A box over more table squares than these is taken down from the root.
 constexpr std::uint32_t kFewSquares = 64;
@@ -28,6 +28,20 @@ unsigned Quadrants(const QuadBox& box, const QuadNode& node)
     return ((rows & 2) != 0 ? columns : 0u) | ((rows & 1) != 0 ? columns << 2 : 0u);
 }
 
+/// From positions to 128ths of a side of 2^bits.
+std::uint32_t ShiftOf(std::uint32_t bits) { return bits > 7 ? bits - 7 : 0; }
+
+QuadMark MarkOf(const QuadEntry& entry, const QuadNode& leaf)
+{
+    const std::uint32_t shift = ShiftOf(leaf.bits), side = (1u << leaf.bits) - 1;
+    const auto within = [shift, side](std::uint32_t position, std::uint32_t corner) {
+        return std::clamp(position, corner, corner + side) >> shift & 127;
+    };
+    const QuadBox& box = entry.box;
+    return {entry.item, QuadMark::BoxOf(within(box.minX, leaf.x), within(box.maxX, leaf.x),
+                                        within(box.minY, leaf.y), within(box.maxY, leaf.y))};
+}
+
 /// The table squares of a node on one axis.
 struct Squares
 {
@@ -44,40 +58,64 @@ Squares SquaresOf(std::uint32_t corner, unsigned bits, unsigned tableBits)
 
 void QuadPool::Clear()
 {
-    entries_.clear();
+    marks_.assign(kLeastBlock, {});
     for (auto& starts : free_)
         starts.clear();
+}
+
+void QuadPool::WriteHeader(const QuadNode& leaf)
+{
+    marks_[leaf.block] = std::bit_cast<QuadMark>(QuadHeader{leaf.count, ShiftOf(leaf.bits)});
+}
+
+void QuadPool::Enlarge(QuadNode& leaf)
+{
+    const std::uint32_t size = leaf.room == 0 ? kLeastBlock : 2 * (leaf.room + 1);
+    auto& starts = free_[static_cast<std::size_t>(std::countr_zero(size))];
+    QuadNode larger = leaf;
+    larger.room = size - 1;
+    if (starts.empty())
+    {
+        larger.block = static_cast<std::uint32_t>(marks_.size());
+        marks_.resize(marks_.size() + size);
+    }
+    else
+    {
+        larger.block = starts.back();
+        starts.pop_back();
+    }
+    std::copy_n(marks_.data() + leaf.block + 1, leaf.count, marks_.data() + larger.block + 1);
+    Free(leaf);
+    leaf = larger;
 }
 
 void QuadPool::Add(QuadNode& leaf, const QuadEntry& entry)
 {
     if (leaf.count == leaf.room)
-    {
-        QuadNode larger = leaf;
-        larger.room = std::max(kLeastRoom, leaf.room * 2);
-        auto& starts = free_[static_cast<std::size_t>(std::countr_zero(larger.room))];
-        if (starts.empty())
-        {
-            larger.entries = static_cast<std::uint32_t>(entries_.size());
-            entries_.resize(entries_.size() + larger.room);
-        }
-        else
-        {
-            larger.entries = starts.back();
-            starts.pop_back();
-        }
-        std::copy_n(At(leaf.entries), leaf.count, At(larger.entries));
-        Free(leaf);
-        leaf = larger;
-    }
-    At(leaf.entries)[leaf.count++] = entry;
+        Enlarge(leaf);
+    ++leaf.count;
+    marks_[leaf.block + leaf.count] = MarkOf(entry, leaf);
+    WriteHeader(leaf);
+}
+
+void QuadPool::Remove(QuadNode& leaf, std::uint32_t item)
+{
+    const QuadMark* const marks = At(leaf.block) + 1;
+    const QuadMark* const found =
+        std::find_if(marks, marks + leaf.count, [&](const QuadMark& m) { return m.item == item; });
+    if (found == marks + leaf.count)
+        return;
+    marks_[leaf.block + 1 + static_cast<std::size_t>(found - marks)] =
+        marks_[leaf.block + leaf.count];
+    --leaf.count;
+    WriteHeader(leaf);
 }
 
 void QuadPool::Free(QuadNode& leaf)
 {
     if (leaf.room > 0)
-        free_[static_cast<std::size_t>(std::countr_zero(leaf.room))].push_back(leaf.entries);
-    leaf.room = leaf.count = 0;
+        free_[static_cast<std::size_t>(std::countr_zero(leaf.room + 1))].push_back(leaf.block);
+    leaf.room = leaf.count = leaf.block = 0;
 }
 
 void QuadNodes::Clear()
@@ -85,6 +123,7 @@ void QuadNodes::Clear()
     nodes_.assign(1, {});
     nodes_[0].bits = kQuadBits;
     nodes_[0].limit = capacity_;
+    links_.assign(1, 0);
     pool_.Clear();
     table_.assign(1, 0);
     tableBits_ = 0;
@@ -94,20 +133,8 @@ void QuadNodes::Clear()
 void QuadNodes::Reserve(std::size_t nodes, std::size_t items)
 {
     nodes_.reserve(nodes);
-    pool_.Reserve(items * 3);
-}
-
-const QuadNode& QuadNodes::LeafAt(std::uint32_t x, std::uint32_t y) const
-{
-    const unsigned squareBits = kQuadBits - tableBits_;
-    const std::size_t square = (std::size_t{y >> squareBits} << tableBits_) + (x >> squareBits);
-    const QuadNode* node = &nodes_[table_[square]];
-    while (node->children != 0)
-    {
-        const unsigned bit = node->bits - 1;
-        node = &nodes_[node->children + 2 - 2 * (y >> bit & 1) + (x >> bit & 1)];
-    }
-    return *node;
+    links_.reserve(nodes);
+    pool_.Reserve(items * 4);
 }
 
 template <class Visit>
@@ -142,45 +169,38 @@ void QuadNodes::ForLeaves(const QuadBox& box, const Visit& visit)
         }
 }
 
-void QuadNodes::Add(const QuadEntry& entry)
+void QuadNodes::AddTo(std::uint32_t leaf, const QuadEntry& entry)
+{
+    pool_.Add(nodes_[leaf], entry);
+    links_[leaf] = nodes_[leaf].block;
+}
+
+void QuadNodes::Add(const QuadEntry& entry, const IQuadItems& items)
 {
     overfull_.clear();
-    ForLeaves(entry.box, [&](std::uint32_t number) {
-        QuadNode& leaf = nodes_[number];
-        pool_.Add(leaf, entry);
-        if (leaf.count > leaf.limit)
-            overfull_.push_back(number);
+    ForLeaves(entry.box, [&](std::uint32_t leaf) {
+        AddTo(leaf, entry);
+        if (nodes_[leaf].count > nodes_[leaf].limit)
+            overfull_.push_back(leaf);
     });
     for (const std::uint32_t leaf : overfull_)
-        SplitWhileFull(leaf);
+        SplitWhileFull(leaf, items);
 }
 
 void QuadNodes::Remove(const QuadEntry& entry)
 {
-    ForLeaves(entry.box, [&](std::uint32_t number) {
-        QuadNode& leaf = nodes_[number];
-        QuadEntry* entries = pool_.At(leaf.entries);
-        QuadEntry* const end = entries + leaf.count;
-        QuadEntry* const found =
-            std::find_if(entries, end, [&](const QuadEntry& e) { return e.item == entry.item; });
-        if (found == end)
-            return;
-        *found = *(end - 1);
-        --leaf.count;
-    });
+    ForLeaves(entry.box, [&](std::uint32_t leaf) { pool_.Remove(nodes_[leaf], entry.item); });
 }
 
 /// Whether some item is small beside the leaf, and the quadrants together do not hold more items
 /// beyond their capacity than the leaf does.
-bool QuadNodes::IsWorthSplitting(const QuadNode& leaf) const
+bool QuadNodes::IsWorthSplitting(const QuadNode& leaf, const std::vector<QuadEntry>& entries) const
 {
-    const QuadEntry* const entries = pool_.At(leaf.entries);
     const std::uint64_t great = std::uint64_t{4} << leaf.bits;
     std::uint32_t counts[4] = {};
     bool isSomeSmall = false;
-    for (const QuadEntry* entry = entries; entry != entries + leaf.count; ++entry)
+    for (const auto& [item, box] : entries)
     {
-        const QuadBox& box = entry->box;
         isSomeSmall = isSomeSmall || std::max(box.maxX - box.minX, box.maxY - box.minY) < great;
         const unsigned quadrants = Quadrants(box, leaf);
         for (unsigned q = 0; q < 4; ++q)
@@ -192,26 +212,31 @@ bool QuadNodes::IsWorthSplitting(const QuadNode& leaf) const
     return isSomeSmall && excess <= leaf.count - capacity_;
 }
 
-void QuadNodes::SplitWhileFull(std::uint32_t leaf)
+void QuadNodes::SplitWhileFull(std::uint32_t leaf, const IQuadItems& items)
 {
     QuadNode& node = nodes_[leaf];
     if (node.count <= node.limit || node.bits == 0)
         return;
-    if (!IsWorthSplitting(node))
+    splitting_.clear();
+    const QuadMark* const marks = pool_.At(node.block) + 1;
+    for (const QuadMark* mark = marks; mark != marks + node.count; ++mark)
+        splitting_.push_back({mark->item, items.BoxOf(mark->item)});
+    if (!IsWorthSplitting(node, splitting_))
     {
         node.limit = node.count * 2;
         return;
     }
-    Split(leaf);
+    Split(leaf, splitting_);
     const std::uint32_t children = nodes_[leaf].children;
     for (std::uint32_t q = 0; q < 4; ++q)
-        SplitWhileFull(children + q);
+        SplitWhileFull(children + q, items);
 }
 
-void QuadNodes::Split(std::uint32_t leaf)
+void QuadNodes::Split(std::uint32_t leaf, const std::vector<QuadEntry>& entries)
 {
     const auto children = static_cast<std::uint32_t>(nodes_.size());
     nodes_.resize(nodes_.size() + 4);
+    links_.resize(nodes_.size(), 0);
     QuadNode& parent = nodes_[leaf];
     const std::uint32_t half = 1u << (parent.bits - 1);
     for (std::uint32_t q = 0; q < 4; ++q)
@@ -222,16 +247,16 @@ void QuadNodes::Split(std::uint32_t leaf)
         child.x = parent.x + (q % 2 == 1 ? half : 0);
         child.y = parent.y + (q < 2 ? half : 0);
     }
-    for (std::uint32_t i = 0; i < parent.count; ++i)
+    for (const QuadEntry& entry : entries)
     {
-        const QuadEntry entry = pool_.At(parent.entries)[i];
         const unsigned quadrants = Quadrants(entry.box, parent);
         for (std::uint32_t q = 0; q < 4; ++q)
             if ((quadrants >> q & 1) != 0)
-                pool_.Add(nodes_[children + q], entry);
+                AddTo(children + q, entry);
     }
     pool_.Free(parent);
     parent.children = children;
+    links_[leaf] = children + kParent;
     depth_ = std::max(depth_, kQuadBits - parent.bits + 1);
 
     if (parent.bits > kQuadBits - tableBits_)

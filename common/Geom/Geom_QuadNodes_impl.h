@@ -3,7 +3,10 @@
 #pragma once
 
 #include <array>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <vector>
 
 namespace Geom::impl
@@ -17,52 +20,122 @@ constexpr std::uint32_t kQuadSide = 1u << kQuadBits;
 struct QuadBox
 {
     std::uint32_t minX, maxX, minY, maxY;
-
-    bool Holds(std::uint32_t x, std::uint32_t y) const
-    {
-        // Without a branch; what lies below the minimum wraps around.
-        return (x - minX <= maxX - minX) & (y - minY <= maxY - minY);
-    }
 };
 
-/// An item in a leaf: which, and its box, so that most items are passed over without a look.
+/// An item and its box.
 struct QuadEntry
 {
     std::uint32_t item;
     QuadBox box;
 };
 
+/// Who knows the boxes of all items.
+class IQuadItems
+{
+public:
+    /// The box with which an item was added.
+    virtual QuadBox BoxOf(std::uint32_t item) const = 0;
+
+protected:
+    ~IQuadItems() = default;
+};
+
+/// What a search reads of an item in a leaf: the part of its box within the leaf, in 128ths of the
+/// leaf's side (or whole positions), so that most items are passed over without a look.
+///
+/// The box is four numbers of a byte: 128 - minX, maxX, 128 - minY, maxY. To these a search adds x,
+/// 128 - x, y, 128 - y; the box holds (x, y) when every sum is at least 128.
+struct QuadMark
+{
+    std::uint32_t item;
+    std::uint32_t box;
+
+    static constexpr std::uint32_t BoxOf(std::uint32_t minX, std::uint32_t maxX, std::uint32_t minY,
+                                         std::uint32_t maxY)
+    {
+        return (128 - minX) | maxX << 8 | (128 - minY) << 16 | maxY << 24;
+    }
+    static constexpr std::uint32_t PointOf(std::uint32_t x, std::uint32_t y)
+    {
+        return x | (128 - x) << 8 | y << 16 | (128 - y) << 24;
+    }
+    bool Holds(std::uint32_t point) const { return ((box + point) & 0x80808080) == 0x80808080; }
+};
+
+/// What stands before the marks of a leaf, in the place of one.
+struct QuadHeader
+{
+    std::uint32_t count; ///< marks that follow
+    std::uint32_t shift; ///< from positions to the units of the marks
+};
+static_assert(sizeof(QuadHeader) == sizeof(QuadMark));
+
+/// Memory that starts on a cache line, so that a block of eight marks is one line.
+template <class T>
+struct QuadLines
+{
+    using value_type = T;
+
+    QuadLines() = default;
+    template <class U>
+    QuadLines(const QuadLines<U>&) // NOLINT(google-explicit-constructor): as allocators have it
+    {
+    }
+    T* allocate(std::size_t count)
+    {
+        return static_cast<T*>(::operator new(count * sizeof(T), kLine));
+    }
+    void deallocate(T* memory, std::size_t) { ::operator delete(memory, kLine); }
+    friend bool operator==(const QuadLines&, const QuadLines&) { return true; }
+
+private:
+    static constexpr std::align_val_t kLine{64};
+};
+
 /// A square of the grid with its lower-left corner; a leaf, or the parent of four.
 struct QuadNode
 {
     std::uint32_t children = 0; ///< the first of four; 0: a leaf
-    std::uint32_t entries = 0;  ///< where its block of entries starts
-    std::uint32_t count = 0;    ///< entries in use
-    std::uint32_t room = 0;     ///< entries in the block
-    std::uint32_t limit = 0;    ///< more entries than these, and it tries to split
+    std::uint32_t block = 0;    ///< where its block of marks starts; 0: it has none
+    std::uint32_t count = 0;    ///< its items
+    std::uint32_t room = 0;     ///< marks in the block
+    std::uint32_t limit = 0;    ///< more items than these, and it tries to split
     std::uint32_t x = 0, y = 0; ///< its corner
     std::uint32_t bits = 0;     ///< its side is 2^bits
 };
 
-/// Blocks of entries in one array, of 4, 8, 16 ... entries; freed ones are used again.
+/// Blocks of a header and 7, 15, 31 ... marks in one array; freed ones are used again. The first
+/// block is that of all leaves without items.
 class QuadPool
 {
 public:
     void Clear();
-    void Reserve(std::size_t entries) { entries_.reserve(entries); }
-    QuadEntry* At(std::uint32_t block) { return entries_.data() + block; }
-    const QuadEntry* At(std::uint32_t block) const { return entries_.data() + block; }
-    /// Adds an entry to a leaf, moving its entries to a larger block when there is no room.
+    void Reserve(std::size_t marks) { marks_.reserve(marks); }
+    /// The header of a block, with the marks behind it.
+    const QuadMark* At(std::uint32_t block) const { return marks_.data() + block; }
+    /// Adds an item to a leaf, moving its marks to a larger block when there is no room.
     void Add(QuadNode& leaf, const QuadEntry& entry);
+    /// Takes an item out of a leaf, if it is there.
+    void Remove(QuadNode& leaf, std::uint32_t item);
     /// Takes the block of a leaf away.
     void Free(QuadNode& leaf);
 
 private:
-    std::vector<QuadEntry> entries_;
-    std::array<std::vector<std::uint32_t>, 32> free_; ///< starts of free blocks by log2 of the room
+    void Enlarge(QuadNode& leaf);
+    void WriteHeader(const QuadNode& leaf);
+
+    std::vector<QuadMark, QuadLines<QuadMark>> marks_;
+    std::array<std::vector<std::uint32_t>, 32> free_; ///< starts of free blocks by log2 of size
 };
 
-/// The tree. Every position of the grid lies in one leaf, and an entry stands in each leaf that its
+/// A leaf as a search sees it: its marks, and the position for QuadMark::Holds.
+struct QuadView
+{
+    const QuadMark* marks;
+    std::uint32_t count, point;
+};
+
+/// The tree. Every position of the grid lies in one leaf, and an item stands in each leaf that its
 /// box meets.
 class QuadNodes
 {
@@ -70,11 +143,26 @@ public:
     explicit QuadNodes(std::uint32_t capacity) : capacity_(capacity) { Clear(); }
     void Clear();
     void Reserve(std::size_t nodes, std::size_t items);
-    void Add(const QuadEntry& entry);
+    /// @param entry  an item and its box
+    /// @param items  tells the boxes of those that are there already
+    void Add(const QuadEntry& entry, const IQuadItems& items);
     /// Takes out what Add with the same entry put in.
     void Remove(const QuadEntry& entry);
-    const QuadNode& LeafAt(std::uint32_t x, std::uint32_t y) const;
-    const QuadEntry* EntriesOf(const QuadNode& leaf) const { return pool_.At(leaf.entries); }
+    /// The leaf that holds a position.
+    QuadView LeafAt(std::uint32_t x, std::uint32_t y) const
+    {
+        // A parent in the table is as large as its square.
+        unsigned bit = kQuadBits - tableBits_;
+        std::uint32_t link = links_[table_[(std::size_t{y >> bit} << tableBits_) + (x >> bit)]];
+        while (link >= kParent)
+        {
+            --bit;
+            link = links_[link - kParent + 2 - 2 * (y >> bit & 1) + (x >> bit & 1)];
+        }
+        const QuadMark* const block = pool_.At(link);
+        const auto [count, shift] = std::bit_cast<QuadHeader>(*block);
+        return {block + 1, count, QuadMark::PointOf(x >> shift & 127, y >> shift & 127)};
+    }
     std::size_t Count() const { return nodes_.size(); }
     unsigned Depth() const { return depth_; }
 
@@ -84,19 +172,25 @@ private:
     void ForLeaves(const QuadBox& box, const Visit& visit);
     template <class Visit>
     void ForLeavesBelow(std::uint32_t node, const QuadBox& box, const Visit& visit);
-    void SplitWhileFull(std::uint32_t leaf);
-    bool IsWorthSplitting(const QuadNode& leaf) const;
-    void Split(std::uint32_t leaf);
+    void AddTo(std::uint32_t leaf, const QuadEntry& entry);
+    void SplitWhileFull(std::uint32_t leaf, const IQuadItems& items);
+    bool IsWorthSplitting(const QuadNode& leaf, const std::vector<QuadEntry>& entries) const;
+    void Split(std::uint32_t leaf, const std::vector<QuadEntry>& entries);
     void SetTable(std::uint32_t node);
     void RefineTable();
 
     std::uint32_t capacity_;
+    static constexpr std::uint32_t kParent = 1u << 31;
+
     std::vector<QuadNode> nodes_;
+    /// All that a search reads of the nodes: the block of a leaf, or the first child + kParent.
+    std::vector<std::uint32_t> links_;
     QuadPool pool_;
     /// The grid in 2^tableBits_ by 2^tableBits_ squares: the deepest node that holds each whole.
     std::vector<std::uint32_t> table_;
     unsigned tableBits_ = 0;
     std::vector<std::uint32_t> overfull_; ///< leaves that an Add has filled
+    std::vector<QuadEntry> splitting_;    ///< the entries of one of them
     unsigned depth_ = 0;
 };
 

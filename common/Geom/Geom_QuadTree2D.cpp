@@ -121,7 +121,7 @@ EdgeMark MarkOf(const Point2D& a, const Point2D& b, const Point2D& p, double hx,
 
 } // namespace
 
-class QuadTree2D::Impl
+class QuadTree2D::Impl final : impl::IQuadItems
 {
 public:
     Impl(const Extents2D& extents, unsigned capacity, const Precision3D& precision)
@@ -166,46 +166,51 @@ public:
     {
         if (!x_.Holds(point.x) || !y_.Holds(point.y))
             return;
-        const std::uint32_t x = x_.At(point.x), y = y_.At(point.y);
-        const impl::QuadNode& leaf = nodes_.LeafAt(x, y);
-        const impl::QuadEntry* entries = nodes_.EntriesOf(leaf);
-        for (std::uint32_t rest = leaf.count; rest > 0;)
+        const impl::QuadView leaf = nodes_.LeafAt(x_.At(point.x), y_.At(point.y));
+        const impl::QuadMark *mark = leaf.marks, *const end = mark + leaf.count;
+        while (mark != end)
         {
             // The boxes first, without a branch: one item or two are left, which cannot be
             // foretold.
-            const std::uint32_t count = std::min(rest, 32u);
-            std::uint32_t hits = 0;
-            for (std::uint32_t i = 0; i < count; ++i)
-                hits |= std::uint32_t{entries[i].box.Holds(x, y)} << i;
-            for (; hits != 0; hits &= hits - 1)
+            std::uint32_t places[32];
+            std::size_t hits = 0;
+            for (const auto* stop = mark + std::min<std::ptrdiff_t>(end - mark, 32); mark != stop;
+                 ++mark)
             {
-                const std::uint32_t place = entries[std::countr_zero(hits)].item;
-                if (Contains(place, point))
-                    visit(HeaderAt(place).id);
+                places[hits] = mark->item;
+                hits += mark->Holds(leaf.point);
             }
-            entries += count;
-            rest -= count;
+            for (std::size_t i = 0; i < hits; ++i)
+                if (Contains(places[i], point))
+                    visit(HeaderAt(places[i]).id);
         }
     }
 
     const impl::QuadNodes& Nodes() const { return nodes_; }
 
 private:
+    QuadBox BoxOf(std::uint32_t place) const override
+    {
+        QuadBox box = {};
+        (void)BoxOf(place, box); // it does meet the tree's box, being in a leaf
+        return box;
+    }
     Header HeaderAt(std::uint32_t place) const { return std::bit_cast<Header>(points_[place]); }
     const Point2D* RingAt(std::uint32_t place) const { return points_.data() + place + 1; }
 
     /// MarkOf for every edge, without a branch while the point is clear of the edge's line.
-    bool Contains(std::uint32_t place, const Point2D& p) const
+    bool Contains(std::uint32_t place, const Point2D p) const
     {
         const Point2D* const ring = RingAt(place);
         const std::uint32_t count = HeaderAt(place).count;
+        const double hx = hx_, hy = hy_;
         bool isInside = false;
         for (std::uint32_t i = 0; i + 1 < count; ++i)
         {
             const Point2D &a = ring[i], &b = ring[i + 1];
             const double dx = b.x - a.x, dy = b.y - a.y;
             const double left = dx * (p.y - a.y), right = dy * (p.x - a.x);
-            const double tolerance = hx_ * std::fabs(dy) + hy_ * std::fabs(dx);
+            const double tolerance = hx * std::fabs(dy) + hy * std::fabs(dx);
             const double doubt = (std::fabs(left) + std::fabs(right) + tolerance) * 0x1p-49;
             if (std::fabs(left - right) > tolerance + doubt) [[likely]]
             {
@@ -213,7 +218,7 @@ private:
                 isInside ^= ((a.y > p.y) != isUp) & ((left > right) == isUp);
                 continue;
             }
-            const EdgeMark mark = MarkOf(a, b, p, hx_, hy_);
+            const EdgeMark mark = MarkOf(a, b, p, hx, hy);
             if (mark == EdgeMark::On)
                 return true;
             isInside ^= mark == EdgeMark::Crossed;
@@ -268,7 +273,7 @@ private:
     {
         QuadBox box;
         if (BoxOf(place, box))
-            nodes_.Add({place, box});
+            nodes_.Add({place, box}, *this);
     }
 
     void Withdraw(std::uint32_t place)
