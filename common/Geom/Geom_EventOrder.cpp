@@ -1,4 +1,5 @@
 #include "Geom/Geom_EventOrder_impl.h"
+#include "Geom/Geom_plane_impl.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,17 +9,17 @@ namespace Geom::impl
 {
 namespace
 {
-using Meetings = std::vector<Meeting>;
+using Events = std::vector<LineEvent2D>;
 
-constexpr std::size_t kFew = 24; // meetings that are sorted by insertion
+constexpr std::size_t kFew = 24; // events that are sorted by insertion
 
-bool IsBefore(const Meeting& a, const Meeting& b)
+bool IsBefore(const LineEvent2D& a, const LineEvent2D& b)
 {
     if (a.point.x != b.point.x)
         return a.point.x < b.point.x;
     if (a.point.y != b.point.y)
         return a.point.y < b.point.y;
-    return a.first != b.first ? a.first < b.first : a.second < b.second;
+    return a.line1 != b.line1 ? a.line1 < b.line1 : a.line2 < b.line2;
 }
 
 /// Sorts by insertion: each element moves to before those that it is less than, without a gap.
@@ -27,7 +28,7 @@ void InsertionSort(Iterator begin, Iterator end, const Less& less)
 {
     for (Iterator next = begin; next != end; ++next)
     {
-        const Meeting moving = *next;
+        const LineEvent2D moving = *next;
         Iterator place = next;
         for (; place != begin && less(moving, place[-1]); --place)
             *place = place[-1];
@@ -35,7 +36,7 @@ void InsertionSort(Iterator begin, Iterator end, const Less& less)
     }
 }
 
-void SortExactly(Meeting* begin, Meeting* end)
+void SortExactly(LineEvent2D* begin, LineEvent2D* end)
 {
     if (std::size_t(end - begin) <= kFew)
         InsertionSort(begin, end, IsBefore);
@@ -43,14 +44,11 @@ void SortExactly(Meeting* begin, Meeting* end)
         std::sort(begin, end, IsBefore);
 }
 
-/// By point, then by lines: into buckets of equal width on x, of a few meetings each.
-Meetings SortedExactly(MeetingList found)
+/// By point, then by lines: into buckets of equal width on x, of a few events each.
+void MakeSortedExactly(Events& events, MeetingList found, const LineSet2D& lines)
 {
     if (found.size() > 0xffffffffu)
         throw std::length_error("Geom: too many events");
-    Meetings sorted(found.size());
-    if (sorted.empty())
-        return sorted;
     double from = MissingValue<double>(), to = -from;
     found.EachBlock([&](const Meeting* meetings, std::size_t count) {
         for (std::size_t i = 0; i < count; ++i)
@@ -59,7 +57,7 @@ Meetings SortedExactly(MeetingList found)
             to = std::max(to, meetings[i].point.x);
         }
     });
-    const std::size_t buckets = sorted.size() / 2 + 1;
+    const std::size_t buckets = found.size() / 2 + 1;
     const double perUnit = double(buckets) / (to - from);
     const auto bucketOf = [&](const Meeting& meeting) {
         const double bucket = (meeting.point.x - from) * perUnit;
@@ -72,13 +70,19 @@ Meetings SortedExactly(MeetingList found)
     });
     for (std::size_t i = 0; i < buckets; ++i)
         ends[i + 1] += ends[i];
+    events.clear();
+    events.resize(found.size());
+    const auto line = lines.begin();
     found.EachBlock([&](const Meeting* meetings, std::size_t count) {
         for (std::size_t i = 0; i < count; ++i)
-            sorted[ends[bucketOf(meetings[i])]++] = meetings[i];
+        {
+            const Meeting& meeting = meetings[i];
+            events[ends[bucketOf(meeting)]++] = {meeting.point, line + meeting.first,
+                                                 line + meeting.second};
+        }
     });
     for (std::size_t i = 0, begin = 0; i < buckets; begin = ends[i++])
-        SortExactly(sorted.data() + begin, sorted.data() + ends[i]);
-    return sorted;
+        SortExactly(events.data() + begin, events.data() + ends[i]);
 }
 
 /// The order of EvLess, where it does not say that each of two comes before the other, with the
@@ -86,70 +90,67 @@ Meetings SortedExactly(MeetingList found)
 class Order
 {
 public:
-    Order(const LineSet2D& lines, const Precision3D& precision)
-        : lines_(lines), less_(lines, precision)
+    Order(const LineSet2D& lines, const Precision3D& precision) : less_(lines, precision)
     {
+        const double hx = precision.halfEpsilon[0], hy = precision.halfEpsilon[1];
         double most = 0;
         bool areInOrder = true;
         for (const Line2D& line : lines)
         {
-            areInOrder = areInOrder && !PointPrecedes2D(line.second, line.first, precision);
-            if (IsMissing2D(line.first) || IsMissing2D(line.second))
+            if (!AreUsable({line.first, line.second}))
                 continue;
+            areInOrder = areInOrder && !Precedes(line.second, line.first, hx, hy);
             most = std::max({most, std::fabs(line.first.x), std::fabs(line.second.x)});
         }
         // Lines whose points are in order lean left by a half-epsilon at the most, and what lies
         // on them or meets there strays by as much again; a line against the order may carry
         // events from one end of the plane to the other.
         if (areInOrder)
-            far_ = 8 * precision.halfEpsilon[0] + most * 0x1p-44;
+            far_ = 8 * hx + most * 0x1p-44;
     }
 
-    bool IsFar(const Meeting& a, const Meeting& b) const { return b.point.x - a.point.x > far_; }
-    bool operator()(const Meeting& a, const Meeting& b) const
+    bool IsFar(const LineEvent2D& a, const LineEvent2D& b) const
+    {
+        return b.point.x - a.point.x > far_;
+    }
+    bool operator()(const LineEvent2D& a, const LineEvent2D& b) const
     {
         if (IsFar(a, b))
             return true;
         if (IsFar(b, a))
             return false;
-        const LineEvent2D eventA = EventOf(a), eventB = EventOf(b);
-        return less_(eventA, eventB) && !less_(eventB, eventA);
+        return less_(a, b) && !less_(b, a);
     }
 
 private:
-    LineEvent2D EventOf(const Meeting& meeting) const
-    {
-        return {meeting.point, lines_.begin() + meeting.first, lines_.begin() + meeting.second};
-    }
-
-    const LineSet2D& lines_;
     EvLess less_;
     double far_ = MissingValue<double>();
 };
 
 /// Merges the sorted [begin, middle) and [middle, end).
-void Merge(Meeting* begin, Meeting* middle, Meeting* end, const Order& less, Meetings& room)
+void Merge(LineEvent2D* begin, LineEvent2D* middle, LineEvent2D* end, const Order& less,
+           Events& room)
 {
     // What stands too far left for the right run to come before it stays.
     while (begin != middle && less.IsFar(*begin, *middle))
         ++begin;
     room.assign(begin, middle);
-    const Meeting *left = room.data(), *leftEnd = left + room.size();
+    const LineEvent2D *left = room.data(), *leftEnd = left + room.size();
     while (left != leftEnd && middle != end)
         *begin++ = less(*middle, *left) ? *middle++ : *left++;
     std::copy(left, leftEnd, begin);
 }
 
-/// Merges the runs within [begin, end) in which each meeting may follow the one before.
-void MergeRuns(Meeting* begin, Meeting* end, const Order& less, Meetings& room)
+/// Merges the runs within [begin, end) in which each event may follow the one before.
+void MergeRuns(LineEvent2D* begin, LineEvent2D* end, const Order& less, Events& room)
 {
-    std::vector<Meeting*> starts = {begin};
-    for (Meeting* next = begin + 1; next < end; ++next)
+    std::vector<LineEvent2D*> starts = {begin};
+    for (LineEvent2D* next = begin + 1; next < end; ++next)
         if (less(*next, next[-1]))
             starts.push_back(next);
     while (starts.size() > 1)
     {
-        std::vector<Meeting*> merged;
+        std::vector<LineEvent2D*> merged;
         for (std::size_t i = 0; i < starts.size(); i += 2)
         {
             merged.push_back(starts[i]);
@@ -163,14 +164,14 @@ void MergeRuns(Meeting* begin, Meeting* end, const Order& less, Meetings& room)
 
 } // namespace
 
-std::vector<Meeting> Ordered(MeetingList found, const LineSet2D& lines,
-                             const Precision3D& precision)
+void MakeEvents(std::vector<LineEvent2D>& events, MeetingList found, const LineSet2D& lines,
+                const Precision3D& precision)
 {
-    Meetings meetings = SortedExactly(std::move(found));
+    MakeSortedExactly(events, std::move(found), lines);
     const Order less(lines, precision);
-    Meetings room;
-    Meeting* const end = meetings.data() + meetings.size();
-    for (Meeting *begin = meetings.data(), *next = begin; begin != end; begin = next)
+    Events room;
+    LineEvent2D* const end = events.data() + events.size();
+    for (LineEvent2D *begin = events.data(), *next = begin; begin != end; begin = next)
     {
         do
             ++next;
@@ -180,7 +181,6 @@ std::vector<Meeting> Ordered(MeetingList found, const LineSet2D& lines,
         else
             MergeRuns(begin, next, less, room);
     }
-    return meetings;
 }
 
 } // namespace Geom::impl

@@ -1,5 +1,5 @@
 /// @file
-/// @internal Meetings of lines, and their order.
+/// @internal Meetings of lines, and the events that they make.
 #pragma once
 
 #include "Geom/Geom_LineEvent.h"
@@ -39,20 +39,20 @@ public:
     }
 
 private:
-    static constexpr std::size_t kBlock = 4096;
+    static constexpr std::size_t kBlock = 1024;
     std::vector<std::unique_ptr<Meeting[]>> blocks_;
     std::size_t size_ = 0;
 };
 
-/// The meetings in the order of EvLess with @p precision; those on a circle of that order stand
-/// together.
+/// Replaces @p events by those of the meetings, in the order of EvLess with @p precision; those on
+/// a circle of that order stand together.
 ///
 /// They are sorted exactly, by point, then by lines; then neighbours that EvLess wants the other
 /// way round are mended by merging. A merge never puts an event before one that must precede it by
 /// whatever chain, unless a chain leads back: of two runs in which no such chain is broken, the
 /// head that is taken is the earlier of the two, or on a circle with the other. Two events of which
 /// EvLess says that each comes before the other, or neither, are a circle of two.
-std::vector<Meeting> Ordered(MeetingList found, const LineSet2D& lines,
-                             const Precision3D& precision);
+void MakeEvents(std::vector<LineEvent2D>& events, MeetingList found, const LineSet2D& lines,
+                const Precision3D& precision);
 
 } // namespace Geom::impl

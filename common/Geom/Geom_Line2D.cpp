@@ -35,8 +35,7 @@ Point2D Closest(const Point2D& p, const Point2D& a, const Point2D& b)
 
 bool PointPrecedes2D(const Point2D& p, const Point2D& q, const Precision3D& precision)
 {
-    const double hx = precision.halfEpsilon[0], hy = precision.halfEpsilon[1];
-    return q.x - hx > p.x || (q.x + hx >= p.x && q.y - hy > p.y);
+    return impl::Precedes(p, q, precision.halfEpsilon[0], precision.halfEpsilon[1]);
 }
 
 Line2D LineGet2D(const Point2D& p1, const Point2D& p2)

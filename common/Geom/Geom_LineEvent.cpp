@@ -10,11 +10,6 @@ namespace Geom
 namespace
 {
 
-bool Precedes(const Point2D& p, const Point2D& q, double hx, double hy)
-{
-    return q.x - hx > p.x || (q.x + hx >= p.x && q.y - hy > p.y);
-}
-
 /// Whether @p p lies on the piece from @p a to @p b, ends included.
 bool IsOnPiece(const Point2D& p, const Point2D& a, const Point2D& b, const Precision3D& precision)
 {
@@ -81,7 +76,7 @@ bool EvLess::operator()(const LineEvent2D& a, const LineEvent2D& b) const
     const ESpecialComparison special = GetSpecialComparison(typeA, typeB, a, b);
     if (special != ESpecialComparison::None)
         return special == ESpecialComparison::FirstBefore;
-    return Precedes(a.point, b.point, precision_.halfEpsilon[0], precision_.halfEpsilon[1]);
+    return impl::Precedes(a.point, b.point, precision_.halfEpsilon[0], precision_.halfEpsilon[1]);
 }
 
 EvLess::ESpecialComparison EvLess::GetSpecialComparison(LineEventType typeA, LineEventType typeB,

@@ -1,5 +1,6 @@
 #include "Geom/Geom_LineEvents2D.h"
 
+#include "Geom/Geom_ClearCrossing_impl.h"
 #include "Geom/Geom_EventOrder_impl.h"
 #include "Geom/Geom_LineIntersection2D.h"
 #include "Geom/Geom_LinePairs_impl.h"
@@ -57,19 +58,30 @@ bool Collide(const Line2D& line1, const Line2D& line2, Point2D& point, Point2D& 
 class Collector final : public impl::ILinePairTaker
 {
 public:
-    Collector(const LineSet2D& lines, Predicate predicate) : lines_(lines), predicate_(predicate) {}
+    Collector(const LineSet2D& lines, Predicate predicate)
+        : lines_(lines), predicate_(predicate), hx_(Precision().halfEpsilon[0]),
+          hy_(Precision().halfEpsilon[1])
+    {
+    }
 
     void Take(const impl::LinePair* pairs, std::size_t count) override
     {
-        Point2D point, point2;
-        for (std::size_t i = 0; i < count; ++i)
+        for (const impl::LinePair* pair = pairs; pair != pairs + count; ++pair)
         {
-            const auto [first, second] = pairs[i];
-            if (!predicate_(lines_[first], lines_[second], point, point2))
+            const Line2D &line1 = lines_[pair->first], &line2 = lines_[pair->second];
+            Point2D point, point2;
+            // Most pairs: every predicate takes a crossing, but the one for overlaps.
+            if (impl::CrossClearly(line1, line2, hx_, hy_, point))
+            {
+                if (predicate_ != Coincide)
+                    found.Add({point, pair->first, pair->second});
+                continue;
+            }
+            if (!predicate_(line1, line2, point, point2))
                 continue;
             if (std::isnan(point.x) || std::isnan(point.y)) // a pair, but beyond the numbers
                 point = MissingValue<Point2D>();
-            found.Add({point, first, second});
+            found.Add({point, pair->first, pair->second});
         }
     }
 
@@ -78,19 +90,14 @@ public:
 private:
     const LineSet2D& lines_;
     Predicate predicate_;
+    double hx_, hy_;
 };
 
 void FindEvents(std::vector<LineEvent2D>& events, const LineSet2D& lines, Predicate predicate)
 {
     Collector collector(lines, predicate);
     impl::FindLinePairs(lines, Precision(), collector);
-    const std::vector<impl::Meeting> meetings =
-        impl::Ordered(std::move(collector.found), lines, Precision());
-    events.clear();
-    events.reserve(meetings.size());
-    const auto line = lines.begin();
-    for (const impl::Meeting& meeting : meetings)
-        events.push_back({meeting.point, line + meeting.first, line + meeting.second});
+    impl::MakeEvents(events, std::move(collector.found), lines, Precision());
 }
 
 } // namespace

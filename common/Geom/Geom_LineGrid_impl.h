@@ -38,7 +38,7 @@ struct GridCover
     std::uint32_t x0, x1, y0, y1;
 
     /// Whether the line stretches over so many cells both ways that it is not entered in them. With
-    /// cells as long as the average box at most half of all lines do.
+    /// cells longer than the average box few of all lines do.
     bool IsLong() const
     {
         return x1 - x0 > 2 && y1 - y0 > 2 && std::size_t(x1 - x0 + 1) * (y1 - y0 + 1) > 48;

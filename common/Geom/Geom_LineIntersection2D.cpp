@@ -1,9 +1,8 @@
 #include "Geom/Geom_LineIntersection2D.h"
 
+#include "Geom/Geom_ClearCrossing_impl.h"
 #include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_plane_impl.h"
-
-#include <utility>
 
 namespace Geom
 {
@@ -16,23 +15,14 @@ using impl::Cross;
 using impl::IsNear;
 using impl::IsUsable;
 using impl::LengthOf;
+using impl::LexicographicallyLess;
 using impl::SafeFactor;
 using impl::SideOf;
-
-bool LexicographicallyLess(const Point2D& a, const Point2D& b)
-{
-    return a.x != b.x ? a.x < b.x : a.y < b.y;
-}
 
 /// The crossing point of segments that cross, the same bits for every order of the arguments.
 Point2D CrossingPoint(Line2D u, Line2D v)
 {
-    for (Line2D* line : {&u, &v})
-        if (LexicographicallyLess(line->second, line->first))
-            std::swap(line->first, line->second);
-    if (u.first == v.first ? LexicographicallyLess(v.second, u.second)
-                           : LexicographicallyLess(v.first, u.first))
-        std::swap(u, v);
+    impl::PutInOrder(u, v);
     const double factor = SafeFactor({u.first, u.second, v.first, v.second});
     const Point2D a = u.first * factor;
     const Point2D du = u.second * factor - a;
@@ -71,32 +61,11 @@ Contact ContactOfEnds(const Point2D* ends, int count, bool isTall, const Precisi
     return {IntersectionType::Overlap, *low, *high};
 }
 
-/// Whether both ends of each segment lie on either side of the other, further from it than the
-/// tolerance, for certain: true for nearly all segments that cross, false for all others.
-bool CrossClearly(const Line2D& u, const Line2D& v, double hx, double hy)
-{
-    const Point2D du = u.second - u.first, dv = v.second - v.first, e = v.first - u.first;
-    const auto products = [](const Point2D& a, const Point2D& b) {
-        return std::fabs(a.x * b.y) + std::fabs(a.y * b.x);
-    };
-    const double turn = Cross(du, dv), v1 = Cross(du, e), u1 = Cross(e, dv);
-    const double v2 = v1 + turn, u2 = u1 - turn;
-    // What the tolerance makes of each, and at most a dozen roundings.
-    const double rounding = (products(du, dv) + products(du, e) + products(e, dv)) * 0x1p-48;
-    const double marginU = (hx * std::fabs(du.y) + hy * std::fabs(du.x)) * (1 + 0x1p-48) + rounding;
-    const double marginV = (hx * std::fabs(dv.y) + hy * std::fabs(dv.x)) * (1 + 0x1p-48) + rounding;
-    return std::min(v1, v2) < -marginU && std::max(v1, v2) > marginU &&
-           std::min(u1, u2) < -marginV && std::max(u1, u2) > marginV;
-}
-
 Contact ContactOf(const Line2D& u, const Line2D& v, const Precision3D& precision)
 {
     const double hx = precision.halfEpsilon[0], hy = precision.halfEpsilon[1];
-    if (CrossClearly(u, v, hx, hy))
-    {
-        const Point2D point = CrossingPoint(u, v);
+    if (Point2D point; impl::CrossClearly(u, v, hx, hy, point))
         return {IntersectionType::Crossing, point, point};
-    }
     if (AreApart(u.first.x, u.second.x, v.first.x, v.second.x, hx) ||
         AreApart(u.first.y, u.second.y, v.first.y, v.second.y, hy) ||
         !AreUsable({u.first, u.second, v.first, v.second}))

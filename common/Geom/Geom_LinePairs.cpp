@@ -183,14 +183,13 @@ void Search::WithLong(const LineGrid& grid, const std::vector<GridMember>& membe
 GridTolerance ToleranceFor(const LineSet2D& lines, const std::vector<GridMember>& members,
                            double hx, double hy)
 {
-    Extents2D all;
+    double mostX = 0, mostY = 0;
     for (const GridMember& member : members)
     {
-        ExtentsGrow2D(all, lines[member.line].first);
-        ExtentsGrow2D(all, lines[member.line].second);
+        const auto& [a, b] = lines[member.line];
+        mostX = std::max({mostX, std::fabs(a.x), std::fabs(b.x)});
+        mostY = std::max({mostY, std::fabs(a.y), std::fabs(b.y)});
     }
-    const double mostX = std::max(std::fabs(all.minX), std::fabs(all.maxX));
-    const double mostY = std::max(std::fabs(all.minY), std::fabs(all.maxY));
     const double slack = 1 + 0x1p-40;
     return {hx * slack + mostX * 0x1p-46, hy * slack + mostY * 0x1p-46,
             hx * slack + mostX * 0x1p-46, hy * slack + mostY * 0x1p-46};

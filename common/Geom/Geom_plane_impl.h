@@ -38,6 +38,12 @@ inline bool IsBetween(double low, double value, double high, double halfEpsilon)
            (value <= high || IsNear(value, high, halfEpsilon));
 }
 
+/// PointPrecedes2D, inline.
+inline bool Precedes(const Point2D& p, const Point2D& q, double hx, double hy)
+{
+    return q.x - hx > p.x || (q.x + hx >= p.x && q.y - hy > p.y);
+}
+
 /// A point that an operation can work with: finite, not missing.
 inline bool IsUsable(const Point2D& p)
 {
