@@ -53,6 +53,7 @@ TEST(Extents2D, GrowFromEmptyAndHaveAnAspect)
     EXPECT_EQ(box, (Extents2D{3, 3, -1, -1}));
     Geom::ExtentsGrow2D(box, {kNaN, 1});
     EXPECT_EQ(box, (Extents2D{3, 3, -1, 1}));
+    EXPECT_EQ(Geom::HeightOf(box), 2);
     EXPECT_EQ(Geom::AspectOf({0, 8, 0, 2}, kPrecision), 4);
     EXPECT_EQ(Geom::AspectOf({0, 4e-5, 0, 2}, kPrecision), 0);
     EXPECT_EQ(Geom::AspectOf({0, 8, 0, 4e-5}, kPrecision), kMissing);

@@ -163,6 +163,15 @@ TEST(PointOrder, TellsPointsApartByTheirGridPoint)
     EXPECT_TRUE((gtl::engless_point_3D<Geom::Point3D, 1, 2, 3>(0, 0, 0)({1, 2, 3}, {1, 2, 4})));
 }
 
+TEST(PointPrecedes2D, RunsInACircle)
+{
+    const Point2D a = {0, 0}, b = {4e-5, -1}, c = {8e-5, -2};
+    const Precision3D p;
+    EXPECT_TRUE(Geom::PointPrecedes2D(c, b, p) && Geom::PointPrecedes2D(b, a, p));
+    EXPECT_TRUE(Geom::PointPrecedes2D(a, c, p));
+    EXPECT_FALSE(Geom::PointPrecedes2D(a, {5e-5, 5e-5}, p)); // equal within the tolerance
+}
+
 TEST(Line2D, PutsTheLowerLeftPointFirst)
 {
     const Point2D origin = {0, 0}, near = {4e-5, -4e-5};

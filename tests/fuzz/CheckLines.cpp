@@ -4,7 +4,7 @@
 namespace fuzz
 {
 
-/// One of the finders on up to 160 lines, of which some may be copies of others, moved.
+/// One of the finders on up to 320 lines, of which some may be copies of others, moved.
 std::string CheckLines(const std::uint8_t* data, std::size_t size)
 {
     const Geom::Precision3D before = Geom::Precision();
@@ -20,7 +20,7 @@ std::string CheckLines(const std::uint8_t* data, std::size_t size)
         lines.push_back(form & 4 ? line : Geom::LineGet2D(line.first, line.second));
     }
     const std::size_t n = lines.size();
-    for (int copy = 1; copy <= (form >> 3 & 3); ++copy)
+    for (int copy = 1; copy <= (form >> 3 & 7); ++copy)
         for (std::size_t i = 0; i < n; ++i)
         {
             const double dx = (shift.x - origin.x) * copy, dy = (shift.y - origin.y) * copy;
