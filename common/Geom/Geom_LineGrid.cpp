@@ -127,7 +127,8 @@ void LineGrid::Enter(const LineSet2D& lines, const std::vector<GridMember>& memb
 
 Extents2D LineGrid::RegionOf(std::size_t cell) const
 {
-    const double cx = double(cell % x.count), cy = double(cell / x.count);
+    const std::size_t column = cell % x.count, row = cell / x.count;
+    const double cx = double(column), cy = double(row);
     const double width = x.perUnit > 0 ? 1 / x.perUnit : MissingValue<double>();
     const double height = y.perUnit > 0 ? 1 / y.perUnit : MissingValue<double>();
     return {x.from + cx * width, x.from + (cx + 1) * width, y.from + cy * height,

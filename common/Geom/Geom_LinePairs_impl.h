@@ -20,11 +20,9 @@ struct LinePair
 class ILinePairTaker
 {
 public:
+    virtual ~ILinePairTaker() = default;
     /// The next @p count pairs.
     virtual void Take(const LinePair* pairs, std::size_t count) = 0;
-
-protected:
-    ~ILinePairTaker() = default;
 };
 
 /// Hands each pair of @p lines that may have a common point within @p precision to @p taker, once,

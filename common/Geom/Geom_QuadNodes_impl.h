@@ -33,11 +33,9 @@ struct QuadEntry
 class IQuadItems
 {
 public:
+    virtual ~IQuadItems() = default;
     /// The box with which an item was added.
     virtual QuadBox BoxOf(std::uint32_t item) const = 0;
-
-protected:
-    ~IQuadItems() = default;
 };
 
 /// What a search reads of an item in a leaf: the part of its box within the leaf, in 128ths of the

@@ -332,6 +332,7 @@ QuadTree2D& QuadTree2D::operator=(const QuadTree2D& other)
     return *this;
 }
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor)
 QuadTree2D::QuadTree2D(QuadTree2D&& other) : QuadTree2D() { impl_.swap(other.impl_); }
 
 QuadTree2D& QuadTree2D::operator=(QuadTree2D&& other) noexcept

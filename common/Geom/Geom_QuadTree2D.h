@@ -48,8 +48,9 @@ public:
     QuadTree2D& operator=(const QuadTree2D& other);
     /// @}
     /// @{
-    /// Leaves @p other an empty tree, or this one's former content.
-    QuadTree2D(QuadTree2D&& other);
+    /// Leaves @p other an empty tree, or this one's former content. Making that empty tree may
+    /// want for memory.
+    QuadTree2D(QuadTree2D&& other); // NOLINT(performance-noexcept-move-constructor)
     QuadTree2D& operator=(QuadTree2D&& other) noexcept;
     /// @}
 
