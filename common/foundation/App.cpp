@@ -27,16 +27,21 @@ bool AppImpl::HasMessages(void* module) const
     return platform::FindStringTable(module) != nullptr;
 }
 
-bool AppImpl::HasMessageText(unsigned code) const { return !MessageText(code).empty(); }
+bool AppImpl::HasMessageText(unsigned code) const { return !MessageTextView(code).empty(); }
 
 std::wstring AppImpl::MessageText(unsigned code) const
+{
+    return std::wstring(MessageTextView(code));
+}
+
+std::wstring_view AppImpl::MessageTextView(unsigned code) const
 {
     return platform::StringTableText(table_, code);
 }
 
 std::wstring AppImpl::MessageTextOf(void* module, unsigned code) const
 {
-    return platform::StringTableText(platform::FindStringTable(module), code);
+    return std::wstring(platform::StringTableText(platform::FindStringTable(module), code));
 }
 
 gtl::status AppImpl::LoadResourceModule(const std::wstring& path)

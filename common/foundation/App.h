@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <string>
+#include <string_view>
 
 /// The hosting application as the library sees it.
 ///
@@ -67,6 +68,9 @@ public:
     /// Takes message texts from @p module, which must stay loaded; null is the process's
     /// executable. Statuses that exist keep their texts.
     virtual void SetResourceModule(void* module);
+
+    /// MessageText without a copy: what the module holds for as long as it is loaded.
+    std::wstring_view MessageTextView(unsigned code) const;
 
 private:
     std::atomic<void*> module_;

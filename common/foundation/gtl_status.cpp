@@ -63,7 +63,7 @@ status::status(unsigned code, std::wstring_view argument1, std::wstring_view arg
                std::wstring_view argument3, std::wstring_view argument4,
                std::wstring_view argument5)
 {
-    const std::wstring text = App::Instance().MessageText(code);
+    const std::wstring_view text = App::Instance().MessageTextView(code);
     detail_ = detail::Make({text, {argument1, argument2, argument3, argument4, argument5}, {}}, -1);
 }
 
@@ -77,7 +77,7 @@ status::status(std::wstring_view text, std::wstring_view argument1, std::wstring
 status status::AtSource(unsigned code, std::wstring_view argument1, std::wstring_view argument2,
                         std::string_view file, std::int32_t line)
 {
-    const std::wstring text = App::Instance().MessageText(code);
+    const std::wstring_view text = App::Instance().MessageTextView(code);
     status made;
     made.detail_ = detail::Make({text, {argument1, argument2, {}, {}, {}}, file}, line);
     return made;

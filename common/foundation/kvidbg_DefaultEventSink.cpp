@@ -5,21 +5,12 @@
 #include "foundation/kvidbg_RecordLine.h"
 #include "foundation/str_fmt.h"
 
-#include <chrono>
 #include <mutex>
 #include <string_view>
 
 namespace kvi::diag
 {
-namespace
-{
-std::int64_t Now()
-{
-    return std::chrono::duration_cast<std::chrono::microseconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-} // namespace
+using impl::Now;
 
 /// All of it under one lock: lines are made and written one after the other.
 struct DefaultEventSink::State

@@ -17,13 +17,6 @@ constexpr std::size_t kGather = 32768;
 constexpr std::int64_t kSlow = 10'000;   // microseconds
 constexpr std::int64_t kRestFactor = 10; // so a slow target takes a tenth of the time at most
 
-std::int64_t Now()
-{
-    return std::chrono::duration_cast<std::chrono::microseconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-
 /// How many records end in @p bytes: only a record's further lines begin with a blank.
 unsigned RecordEnds(std::string_view bytes)
 {
@@ -33,6 +26,13 @@ unsigned RecordEnds(std::string_view bytes)
     return ends;
 }
 } // namespace
+
+std::int64_t Now()
+{
+    return std::chrono::duration_cast<std::chrono::microseconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
 
 Output Output::Console(bool standardError)
 {

@@ -12,6 +12,9 @@ namespace kvi::diag::impl
 {
 class RecordLine;
 
+/// The time in microseconds since 1970 (UTC).
+std::int64_t Now();
+
 /// Gathers lines and appends them to a file or the console; counts what cannot be written.
 /// Threads: one at a time.
 class Output

@@ -4,7 +4,7 @@
 
 #include "platform/platform_library.h"
 
-#include <string>
+#include <string_view>
 
 namespace platform
 {
@@ -18,7 +18,7 @@ constexpr unsigned kTextLimit = 2047;
 /// @returns what StringTableText wants; null when there are none
 const void* FindStringTable(Module module);
 
-/// The text with @p code; empty when @p table is null or lacks it.
-std::wstring StringTableText(const void* table, unsigned code);
+/// The text with @p code, as it stands in the module; empty when @p table is null or lacks it.
+std::wstring_view StringTableText(const void* table, unsigned code);
 
 } // namespace platform

@@ -30,7 +30,7 @@ const void* FindStringTable(Module module)
     return ::dlsym(module != nullptr ? module : ::dlopen(nullptr, RTLD_LAZY), "kvi_string_table");
 }
 
-std::wstring StringTableText(const void* table, unsigned code)
+std::wstring_view StringTableText(const void* table, unsigned code)
 {
     if (table == nullptr)
         return {};

@@ -1,5 +1,8 @@
 #include "platform/platform_strings.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include <windows.h>
 
 namespace platform
@@ -10,15 +13,16 @@ const void* FindStringTable(Module module)
     return module != nullptr ? module : ::GetModuleHandleW(nullptr);
 }
 
-std::wstring StringTableText(const void* table, unsigned code)
+std::wstring_view StringTableText(const void* table, unsigned code)
 {
     // The system looks at the low 16 bits only and would find another text.
     if (table == nullptr || code > 0xFFFF)
         return {};
-    wchar_t buffer[kTextLimit + 1];
     const auto module = static_cast<HINSTANCE>(const_cast<void*>(table));
-    const int length = ::LoadStringW(module, code, buffer, static_cast<int>(kTextLimit + 1));
-    return {buffer, static_cast<std::size_t>(length)};
+    // Asked with room for nothing, the system stores the address of the text itself.
+    const wchar_t* text = nullptr;
+    const int length = ::LoadStringW(module, code, reinterpret_cast<wchar_t*>(&text), 0);
+    return {text, std::min<std::size_t>(static_cast<std::size_t>(length), kTextLimit)};
 }
 
 } // namespace platform
