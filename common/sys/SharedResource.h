@@ -61,19 +61,25 @@ public:
     /// @returns an empty handle when it is not open here, or somebody else has it
     static ExclusiveAccess GetExclusiveAccess(const std::wstring& name, bool wait);
 
+    /// The name that it was opened under.
     const std::wstring& Name() const { return name_; }
 
 protected:
     /// @name Hooks, in this order behind the destructor; success as they stand here
-    virtual gtl::status OnCreate();
-    virtual gtl::status OnOpen();
-    virtual gtl::status OnClose();
-    virtual gtl::status OnDestroy();
+    /// @{
+    virtual gtl::status OnCreate();  ///< the first one anywhere has opened the name
+    virtual gtl::status OnOpen();    ///< others have it open already
+    virtual gtl::status OnClose();   ///< this process closes it
+    virtual gtl::status OnDestroy(); ///< and nobody else has it open
+    /// @}
 
-    void Lock() { mutex_.Lock(); }
-    bool TryLock() { return mutex_.TryLock(); }
-    void Unlock() { mutex_.Unlock(); }
-    unsigned long Flags() const { return flags_; }
+    /// @name The mutex of its name
+    /// @{
+    void Lock() { mutex_.Lock(); }              ///< waits for others who have it
+    bool TryLock() { return mutex_.TryLock(); } ///< false when somebody else has it
+    void Unlock() { mutex_.Unlock(); }          ///< undoes one of these
+    /// @}
+    unsigned long Flags() const { return flags_; } ///< as given to Open
 
 private:
     friend class SharedResourceManager;

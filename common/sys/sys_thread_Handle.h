@@ -24,12 +24,13 @@ class KVI_API Handle
 {
 public:
     Handle() = default;
+    /// A share of @p object; empty without one.
     explicit Handle(std::shared_ptr<platform::Waitable> object) : object_(std::move(object)) {}
     /// Somebody else's handle: a HANDLE of Windows, or a file descriptor, which counts as signalled
     /// while it can be read. It is not closed here.
     static Handle Borrow(std::intptr_t systemHandle);
 
-    explicit operator bool() const { return object_ != nullptr; }
+    explicit operator bool() const { return object_ != nullptr; } ///< whether it is not empty
     /// The HANDLE on Windows. Elsewhere the file descriptor; -1 for an event or an unnamed
     /// semaphore, which have none there.
     std::intptr_t SystemHandle() const;

@@ -45,8 +45,8 @@ public:
     /// Copies the next item out, of its slot up to @p size bytes; waits while every ring is empty.
     /// A queue without writers gives nothing, at once, and the log says so.
     void Pop(void* out, std::size_t size);
-    bool IsEmpty() const;
-    bool IsFull(unsigned writer) const;
+    bool IsEmpty() const;               ///< whether Pop would wait, as it is at this moment
+    bool IsFull(unsigned writer) const; ///< whether that writer's Push would
 
 private:
     struct Rings;

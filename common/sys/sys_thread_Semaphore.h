@@ -21,7 +21,9 @@ namespace sys::thread
 class KVI_API Semaphore
 {
 public:
+    /// One for this process alone, with @p count to acquire.
     explicit Semaphore(unsigned count);
+    /// The one called @p name, with @p count to acquire where nobody has it open yet.
     Semaphore(const std::wstring& name, unsigned count);
 
     /// @returns false when @p ms milliseconds went by, or when the wait failed
@@ -29,6 +31,7 @@ public:
     /// Gives @p count back. More than the maximum is a failure, and gives nothing.
     void Release(unsigned count = 1);
 
+    /// Shares the semaphore; it lives on in the share. Empty when it could not be made.
     Handle SharedHandle() const { return handle_; }
 
 private:

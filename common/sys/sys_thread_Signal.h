@@ -18,20 +18,21 @@ namespace sys::thread
 class KVI_API Signal
 {
 public:
+    /// Who clears the event: a wait that it ends, or Clear alone.
     enum Kind : int
     {
         autoReset = 0,
         manualReset = 1 ///< as every other value that is not 0
     };
 
-    explicit Signal(Kind kind);
+    explicit Signal(Kind kind); ///< not signalled
     ~Signal();
     Signal(const Signal&) = delete;
     Signal& operator=(const Signal&) = delete;
 
-    void Set();
-    void Clear();
-    void Wait();
+    void Set();   ///< signals the event
+    void Clear(); ///< it is signalled no more
+    void Wait();  ///< until it is signalled
     /// @returns whether the event was signalled before @p ms milliseconds went by
     bool Wait(unsigned long ms);
 

@@ -48,9 +48,10 @@ public:
     {
     public:
         Handle() = default;
-        explicit Handle(int value) : value_(value) {}
-        int Value() const { return value_; }
-        bool IsValid() const { return value_ != -1; }
+        explicit Handle(int value) : value_(value) {} ///< the worker of that number
+        int Value() const { return value_; }          ///< the number
+        bool IsValid() const { return value_ != -1; } ///< whether it is not -1
+        /// Whether both are of one worker.
         friend bool operator==(Handle a, Handle b) { return a.value_ == b.value_; }
 
     private:
@@ -83,6 +84,7 @@ public:
     static void NotifyWake(Handle handle);
     /// Makes every Sleep of the worker return from now on.
     static void NotifyExit(Handle handle);
+    /// Whether the worker's thread runs.
     static bool IsRunning(Handle handle);
     /// Waits until the worker has been deleted; not when it is the calling thread's own.
     /// @returns whether there is nothing left to wait for; false when @p ms ran out or there could
@@ -91,12 +93,14 @@ public:
     /// Waits for all of them, any number, no longer than @p ms altogether.
     static bool Join(const std::vector<Handle>& handles, unsigned long ms);
 
+    /// The handle that RunInstance gave.
     Handle InstanceHandle() const { return Handle(value_); }
     /// The thread's number in the system; 0 before the start.
     unsigned long ID() const;
 
 protected:
     Worker();
+    /// What the worker does, on its thread.
     virtual void Run() = 0;
 
     /// Waits up to @p ms milliseconds: for a request to exit, before a wake, before the extra

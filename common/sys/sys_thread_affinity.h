@@ -21,11 +21,14 @@ struct Affinity
     unsigned id = 0;
 };
 
+/// @{
 /// The number of the process's primary thread; 0 for none.
 KVI_API void SetPrimaryId(unsigned id);
 KVI_API unsigned PrimaryId();
+/// @}
 /// Whether @p id is 0: in numbers from CurrentId the primary thread is 0, whatever its own is.
 KVI_API bool IsPrimaryThreadId(unsigned id);
+/// Whether CurrentId is 0.
 KVI_API bool IsCurrentPrimary();
 
 /// The calling thread's number: the system's until SetCurrentId gives it another; 0 for the primary
@@ -36,9 +39,11 @@ KVI_API unsigned SetCurrentId(unsigned id);
 /// 0 where CurrentId is 0; else the thread's place (from 1) in the order in which threads first
 /// asked.
 KVI_API unsigned UniqueId();
+/// @{
 /// The number of the thread that started the calling one's work; tasks of the pool have it set.
 KVI_API unsigned ParentId();
 KVI_API void SetParentId(unsigned id);
+/// @}
 
 /// Notes on the calling thread, and returns what was noted before.
 KVI_API bool SetFutureOwnership(bool on);

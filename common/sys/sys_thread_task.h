@@ -45,6 +45,7 @@ KVI_API unsigned LocalThreads();
 KVI_API void SetFixedWorkers(unsigned workers);
 /// They use LocalThreads threads, as at first.
 KVI_API void SetDynamicWorkers();
+/// How many jobs and loops begun now would use.
 KVI_API unsigned Workers();
 /// @{
 /// Does nothing; stands here for programs that call it.

@@ -1,6 +1,7 @@
 #include "platform/platform_folders.h"
 
-// clang-format off: shellapi.h wants windows.h in front
+// shellapi.h wants windows.h in front.
+// clang-format off
 #include <windows.h>
 #include <shellapi.h>
 // clang-format on
