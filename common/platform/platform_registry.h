@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform
 {
@@ -38,7 +39,7 @@ struct RegistryHost
 {
     /// The order of names: 0 for names that differ in case only.
     int (*compare)(std::wstring_view a, std::wstring_view b);
-    /// Told of a store that could not be read: its path, and its new one (empty: it stays there).
+    /// Told of a store that is damaged: its path, and its new one (empty: it could not be renamed).
     void (*damaged)(const std::wstring& path, const std::wstring& aside);
 };
 
@@ -54,17 +55,11 @@ void CloseRegistryKey(RegistryKey key);
 /// The type and bytes of a value.
 unsigned long ReadRegistryValue(RegistryKey key, const std::wstring& name, std::uint32_t& type,
                                 std::string& bytes);
-/// The same for text, in the system's narrow characters.
-/// @param size  in: bytes that @p text has room for; out: bytes of the text, its zero included
-unsigned long ReadRegistryNarrow(RegistryKey key, const std::wstring& name, std::uint32_t& type,
-                                 char* text, std::uint32_t& size);
 unsigned long WriteRegistryValue(RegistryKey key, const std::wstring& name, std::uint32_t type,
                                  std::string_view bytes);
 unsigned long DeleteRegistryValue(RegistryKey key, const std::wstring& name);
-/// The name of value number @p index, in the system's order; fails behind the last.
-/// @param room  characters that a name may have
-unsigned long RegistryValueName(RegistryKey key, std::uint32_t index, std::uint32_t room,
-                                std::wstring& name);
+/// The names of all values, in the system's order; what was read before a failure stays.
+std::vector<std::wstring> RegistryValueNames(RegistryKey key);
 
 /// Whether @p error is a refused access.
 bool IsAccessDenied(unsigned long error);

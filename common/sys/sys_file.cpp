@@ -52,12 +52,22 @@ unsigned long MakeFolders(const std::wstring& path)
     return above != 0 ? above : make();
 }
 
+/// The folder that a deletion means: "link\\." and "link\\.." are what they say, as everywhere in
+/// these paths, and not what a link leads to.
+std::wstring DeletionFolder(const std::wstring& dir)
+{
+    const std::wstring folder = WithoutEnd(dir);
+    const auto parts = platform::PartsOf(folder);
+    const bool dots = !parts.empty() && (parts.back() == L"." || parts.back() == L"..");
+    return dots ? WithoutEnd(GetAbsolutePath(folder)) : folder;
+}
+
 gtl::status DeleteFilesThat(const std::wstring& dir, int recurse,
                             const std::function<bool(const std::wstring& name)>& wanted)
 {
-    if (!IsUsable(dir))
+    if (!IsUsable(dir) || (recurse != 0 && IsRoot(dir)))
         return KviError::File::invalid_path(dir);
-    const auto fault = platform::DeleteIn(WithoutEnd(dir), {recurse != 0, false, wanted});
+    const auto fault = platform::DeleteIn(DeletionFolder(dir), {recurse != 0, false, wanted});
     return impl::Failure(fault.error, fault.path, &KviError::File::del);
 }
 } // namespace
@@ -134,7 +144,7 @@ gtl::status DeleteDirectory(const std::wstring& dir, int recurse)
 {
     if (!IsUsable(dir) || IsRoot(dir))
         return KviError::File::invalid_path(dir);
-    const std::wstring folder = WithoutEnd(dir);
+    const std::wstring folder = DeletionFolder(dir);
     platform::FileInfo info;
     const bool link = platform::GetFileInfo(folder, info, false) == 0 && info.link;
     if (recurse != 0 && !link)

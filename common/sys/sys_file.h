@@ -45,7 +45,8 @@ KVI_API gtl::status GetLastWriteTime(Time& time, const std::wstring& path);
 
 /// Copies the file @p from to @p to, in the place of a file that is there: bytes, read-only
 /// attribute or permissions, and time of the last write. Either the whole copy appears or nothing
-/// changes. A read-only file is not replaced, nor a file by itself, nor a folder.
+/// changes, also when the process is killed (on Windows a file "~kvi*.tmp" beside @p to may then
+/// stay). A read-only file is not replaced, nor a file by itself, nor a folder.
 KVI_API gtl::status Copy(const std::wstring& from, const std::wstring& to);
 /// Gives a file or folder a new name, which nothing may have yet; a file also on another disk.
 /// Either it has the new name or the old one.
@@ -53,7 +54,8 @@ KVI_API gtl::status Rename(const std::wstring& from, const std::wstring& to);
 
 /// Deletes the files in @p dir; with @p recurse other than 0, also those in all folders below,
 /// which stay. Read-only files stay and are a failure; after a failure the others are still
-/// deleted and the first one is told. A link is deleted, not followed; @p dir must not be one.
+/// deleted and the first one is told. A link is deleted, not followed; @p dir must not be one, nor
+/// with @p recurse a root.
 KVI_API gtl::status DeleteFiles(const std::wstring& dir, int recurse);
 /// The same for files whose extensions @p filter wants.
 KVI_API gtl::status DeleteFiles(const std::wstring& dir, const Finder::Filter& filter, int recurse);

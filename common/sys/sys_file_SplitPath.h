@@ -9,8 +9,8 @@
 namespace sys::file
 {
 
-/// A path as folder, file name and extension. A backslash and a colon
-/// part its parts, nothing else does.
+/// A path as folder, file name and extension. Backslash and colon part its parts, nothing else
+/// does.
 /// @code
 /// SplitPath path(projectFile); // its folder, name, extension
 /// Open(path.FNameExt(L"transient.res").Path()); // another file in that folder

@@ -1,15 +1,9 @@
 #include "sys/sys_reg_Registry.h"
 
-#include "foundation/KVISysMsg.h"
-#include "foundation/KviError.h"
-#include "foundation/kvidbg.h"
 #include "foundation/str.h"
-#include "platform/platform_utf8.h"
 #include "sys/sys_reg_impl.h"
 
-#include <array>
 #include <cstdint>
-#include <cstring>
 
 namespace sys::reg
 {
@@ -17,8 +11,7 @@ namespace
 {
 using namespace platform;
 
-constexpr std::uint32_t kNarrowBuffer = 2048; // bytes
-constexpr std::uint32_t kNameBuffer = 16883;  // characters
+constexpr std::size_t kNarrowBuffer = 2048; // bytes, with the zero
 
 std::wstring Decimal(long long number)
 {
@@ -115,13 +108,8 @@ bool Registry::ReadBool(const ValueName& name, bool defaultValue) const
 
 std::string Registry::ReadString(const ValueName& name) const
 {
-    std::array<char, kNarrowBuffer> buffer;
-    std::uint32_t type = 0, size = kNarrowBuffer;
-    if (key_ == nullptr || ReadRegistryNarrow(key_, name.Text(), type, buffer.data(), size) != 0 ||
-        type != kRegistryText)
-        return {};
-    const std::string_view text(buffer.data(), size); // its zero may be missing
-    return std::string(text.substr(0, text.find('\0')));
+    std::string text = str::as_cstring(ReadStringW(name));
+    return text.size() < kNarrowBuffer ? text : std::string();
 }
 
 std::wstring Registry::ReadStringW(const ValueName& name) const
@@ -166,16 +154,18 @@ gtl::status Registry::WriteString(const ValueName& name, const std::string& text
 
 gtl::status Registry::ValueExists(const ValueName& name) const
 {
+    // Another program may have made the key since it was not there.
+    RegistryKey key = key_;
+    if (key == nullptr)
+    {
+        const unsigned long error = OpenRegistryKey(path_.root, path_.subkey,
+                                                    With(kRegistryRead, view_), impl::Host(), key);
+        if (error != 0)
+            return impl::Failure(error, L"RegOpenKeyEx");
+    }
     std::uint32_t type = 0;
     std::string bytes;
-    // A key that is not open is asked like any other, for the system's own words.
-    RegistryKey key = key_;
-    unsigned long error = 0;
-    if (key == nullptr)
-        error = OpenRegistryKey(path_.root, path_.subkey, With(kRegistryRead, view_), impl::Host(),
-                                key);
-    if (error == 0)
-        error = ReadRegistryValue(key, name.Text(), type, bytes);
+    const unsigned long error = ReadRegistryValue(key, name.Text(), type, bytes);
     if (key != key_)
         CloseRegistryKey(key);
     return impl::Failure(error, L"RegQueryValueEx");
@@ -190,12 +180,7 @@ gtl::status Registry::DeleteValue(const ValueName& name)
 
 std::vector<std::wstring> Registry::GetAllValues() const
 {
-    std::vector<std::wstring> names;
-    std::wstring name;
-    while (key_ != nullptr && RegistryValueName(key_, static_cast<std::uint32_t>(names.size()),
-                                                kNameBuffer, name) == 0)
-        names.push_back(name);
-    return names;
+    return key_ == nullptr ? std::vector<std::wstring>() : RegistryValueNames(key_);
 }
 
 } // namespace sys::reg

@@ -79,7 +79,7 @@ public:
     int ReadInt(const ValueName& name, int defaultValue) const;
     /// Whether the number is not 0.
     bool ReadBool(const ValueName& name, bool defaultValue) const;
-    /// Narrow text of at most 2047 bytes; longer text reads as empty.
+    /// Narrow text, in the system's code page, of at most 2047 bytes; longer text reads as empty.
     std::string ReadString(const ValueName& name) const;
     /// Text of any length.
     std::wstring ReadStringW(const ValueName& name) const;

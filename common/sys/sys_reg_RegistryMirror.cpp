@@ -62,8 +62,7 @@ std::wstring Written(T number)
 
 void ReadAll(platform::RegistryKey key, std::map<std::wstring, Entry, Blind>& entries)
 {
-    std::wstring name;
-    for (std::uint32_t i = 0; platform::RegistryValueName(key, i, 16883, name) == 0; ++i)
+    for (const std::wstring& name : platform::RegistryValueNames(key))
     {
         std::uint32_t type = 0;
         std::string bytes;

@@ -71,6 +71,20 @@ bool ReadWhole(std::string_view& text, char conversion, T& value)
     return true;
 }
 
+/// Whether the decimal number @p digits, which is not 0, is smaller than 1.
+bool IsBelowOne(std::string_view digits)
+{
+    const std::size_t mark = std::min(digits.find_first_of("eE"), digits.size());
+    const std::size_t point = std::min(digits.find('.'), mark);
+    const std::size_t first = digits.find_first_of("123456789");
+    long long exponent = 0; // stays 0 when there is none; one that is too long ends at its limit
+    std::string_view rest = digits.substr(std::min(mark + 1, digits.size()));
+    ReadWhole(rest, 'd', exponent);
+    const auto places = static_cast<long long>(point) - static_cast<long long>(first);
+    // The first digit stands for 10 to the power of places - 1, or of places behind the point.
+    return exponent < (places > 0 ? 1 - places : -places);
+}
+
 template <class T>
 bool ReadReal(std::string_view& text, T& value)
 {
@@ -84,12 +98,8 @@ bool ReadReal(std::string_view& text, T& value)
         return false;
     if (end.ec == std::errc::result_out_of_range)
     {
-        // Too small or too large: the exponent's sign tells.
         const std::string_view digits(rest.data(), static_cast<std::size_t>(end.ptr - rest.data()));
-        const std::size_t mark = digits.find_first_of("eE");
-        const bool small = mark != digits.npos ? digits.substr(mark + 1).starts_with('-')
-                                               : digits.starts_with("0.") || digits[0] == '.';
-        number = small ? T{0} : std::numeric_limits<T>::max();
+        number = IsBelowOne(digits) ? T{0} : std::numeric_limits<T>::max();
     }
     value = minus ? -number : number;
     text.remove_prefix(static_cast<std::size_t>(end.ptr - text.data()));
@@ -190,8 +200,11 @@ bool Convert(std::string_view& text, const Field& field, const ScanTarget* targe
     if (std::strchr("diuxXoeEfFgGaA", field.conversion) == nullptr)
         return false;
     const std::size_t before = part.size();
-    double unused = 0;
-    if (!(target != nullptr ? *target : ScanTarget(&unused)).Take(part, field.conversion))
+    const bool whole = std::strchr("diuxXo", field.conversion) != nullptr;
+    long long unused = 0;
+    double unusedReal = 0;
+    const ScanTarget nowhere = whole ? ScanTarget(&unused) : ScanTarget(&unusedReal);
+    if (!(target != nullptr ? *target : nowhere).Take(part, field.conversion))
         return false;
     text.remove_prefix(before - part.size());
     return true;

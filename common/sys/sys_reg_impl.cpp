@@ -6,6 +6,7 @@
 #include "foundation/str.h"
 #include "platform/platform_utf8.h"
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 
@@ -18,6 +19,8 @@ int Compare(std::wstring_view a, std::wstring_view b) { return str::compare_igno
 void TellDamage(const std::wstring& path, const std::wstring& aside)
 {
     static const kvi::diag::DeclareCategoryMask kCategory("Registry");
+    if (static std::atomic<bool> kept{false}; aside.empty() && kept.exchange(true))
+        return; // as every read meets it again
     const std::wstring what = L"The registry's store " + path + L" is damaged. ";
     KVI_LOG(kvi::diag::error, kCategory,
             aside.empty() ? what + L"It could not be renamed; defaults serve."

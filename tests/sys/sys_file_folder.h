@@ -61,12 +61,15 @@ protected:
     void SetUp() override
     {
         const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
-        folder = fs::path(KVI_TEST_TEMP) / (std::string(test->test_suite_name()) + test->name());
+        folder = Place() / (std::string(test->test_suite_name()) + test->name());
         Remove();
         fs::create_directories(folder);
         folder = fs::absolute(folder);
     }
     void TearDown() override { Remove(); }
+
+    /// Where the folder lies.
+    virtual fs::path Place() const { return KVI_TEST_TEMP; }
 
     /// The library's path of @p name in the folder.
     std::wstring In(std::string_view name) const { return Wide(folder / name); }

@@ -34,7 +34,7 @@ TEST_F(RegistryKeys, AreMadeByTheFirstWriteOnly)
     EXPECT_TRUE(key.GetAllValues().empty());
     const gtl::status missing = key.ValueExists(L"n");
     ASSERT_FALSE(missing.ok());
-    EXPECT_EQ(missing.details()->argument(1), L"RegQueryValueEx");
+    EXPECT_EQ(missing.details()->argument(1), L"RegOpenKeyEx");
     EXPECT_EQ(Count(folder), 0); // no file either
     EXPECT_EQ(Registry(path, View::view_32).GetAccessRights(), Rights::none);
 
@@ -108,6 +108,30 @@ TEST_F(RegistryKeys, KnowNamesInAnyCaseAndKeepTheirOrder)
     EXPECT_EQ(key.GetAllValues().size(), 2u);
 }
 
+TEST_F(RegistryKeys, HaveViewsApartForTheMachinesSoftwareOnly)
+{
+    // A 32-bit Windows has one view.
+    const bool views = !sys_test::kWindows || sizeof(void*) == 8;
+    for (const bool software : {true, false})
+    {
+        path.root = software ? LocalMachine() : CurrentUser();
+        path.subkey[0] = L's'; // in any case
+        ASSERT_TRUE(Registry32(path).WriteInt(L"n", 32, false).ok());
+        ASSERT_TRUE(Registry64(path).WriteInt(L"n", 64, false).ok());
+        EXPECT_EQ(Registry32(path).ReadInt(L"n", 0), software && views ? 32 : 64);
+        EXPECT_EQ(Registry64(path).ReadInt(L"n", 0), 64);
+        EXPECT_EQ(Registry(path, View::of_process).ReadInt(L"n", 0), 64);
+    }
+}
+
+TEST_F(RegistryKeys, AreMadePartByPartWhenTheSystemRefusesTheWhole)
+{
+    RegistryPath odd = path; // Windows refuses the backslash in front, but not the parts
+    odd.subkey = L'\\' + path.subkey;
+    EXPECT_TRUE(Registry(odd, View::of_process).WriteInt(L"n", 3, false).ok());
+    EXPECT_EQ(Registry(path, View::of_process).ReadInt(L"n", 0), 3);
+}
+
 TEST_F(RegistryKeys, ScanTextWithinTheirDestinations)
 {
     Registry key(path, View::of_process);
@@ -142,6 +166,8 @@ TEST(Scan, FollowsItsFormat)
     EXPECT_EQ(a * 1000 + b, 12345);
     EXPECT_EQ(scan("7 8", "%*d %d%n", &a, &b), 1);
     EXPECT_EQ(a * 10 + b, 83);
+    EXPECT_EQ(scan("7.5 1f 8", "%*d%*f %*x %d", &a), 1); // skipped as what they are
+    EXPECT_EQ(a, 8);
     EXPECT_EQ(scan("ab-c]9", "%[a-c-]%[^0-9]", &letters, &text), 2);
     EXPECT_EQ(letters + text, "ab-c]");
     EXPECT_EQ(scan("x y", "%c%c", &text, &letters), 2);
@@ -157,7 +183,17 @@ TEST(Scan, FollowsItsFormat)
     EXPECT_EQ(scan("5 6", "%d", &text), 0);
     for (const char* broken : {"%", "%5", "%[", "%[ab", "%*", "%y", "%l"})
         EXPECT_EQ(scan("5ab", broken, &a), 0) << broken;
-    double real = 1;
-    EXPECT_EQ(scan("1e999 -1e-999", "%lf", &real), 1);
-    EXPECT_EQ(real, std::numeric_limits<double>::max());
+    const double most = std::numeric_limits<double>::max();
+    const std::string nulls(400, '0');
+    const std::pair<std::string, double> beyond[] = {
+        {"1e999", most},     {"-1e999", -most},
+        {"-1e-999", 0},      {"1" + nulls + "e-50", most},
+        {"1" + nulls, most}, {"0." + nulls + "1", 0},
+        {"0.0001e400", most}};
+    for (const auto& [digits, nearest] : beyond)
+    {
+        double real = 1;
+        EXPECT_EQ(scan(digits.c_str(), "%lf", &real), 1) << digits;
+        EXPECT_EQ(real, nearest) << digits;
+    }
 }

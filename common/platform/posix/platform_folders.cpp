@@ -1,5 +1,6 @@
 #include "platform/platform_folders.h"
 
+#include "platform/posix/posix_folders_impl.h"
 #include "platform/posix/posix_path_impl.h"
 
 #include <array>
@@ -51,7 +52,7 @@ std::string Home()
 std::string DesktopFolder(std::string_view key, const char* otherwise)
 {
     const std::string home = Home();
-    std::ifstream file(VariableFolder("XDG_CONFIG_HOME", home + "/.config") + "/user-dirs.dirs");
+    std::ifstream file(posix::ConfigurationFolder() + "/user-dirs.dirs");
     for (std::string line; std::getline(file, line);)
     {
         const std::size_t open = line.find('"'), close = line.rfind('"');
@@ -71,7 +72,6 @@ std::string DocumentsPath() { return DesktopFolder("XDG_DOCUMENTS_DIR", "/Docume
 std::string DownloadsPath() { return DesktopFolder("XDG_DOWNLOAD_DIR", "/Downloads"); }
 std::string PublicPath() { return DesktopFolder("XDG_PUBLICSHARE_DIR", "/Public"); }
 std::string LocalDataPath() { return VariableFolder("XDG_DATA_HOME", Home() + "/.local/share"); }
-std::string RoamingDataPath() { return VariableFolder("XDG_CONFIG_HOME", Home() + "/.config"); }
 std::string ProgramDataPath() { return "/usr/local/share"; }
 
 struct KnownFolderRow
@@ -87,13 +87,18 @@ constexpr KnownFolderRow kKnownFolders[] = {
     {{0x374de290, 0x123f, 0x4565, {0x91, 0x64, 0x39, 0xc4, 0x92, 0x5e, 0x46, 0x7b}}, DownloadsPath},
     {{0xf1b32785, 0x6fba, 0x4fcf, {0x9d, 0x55, 0x7b, 0x8e, 0x7f, 0x15, 0x70, 0x91}}, LocalDataPath},
     {{0x3eb685db, 0x65f9, 0x4cf6, {0xa0, 0x3a, 0xe3, 0xef, 0x65, 0x72, 0x9f, 0x3d}},
-     RoamingDataPath},
+     posix::ConfigurationFolder},
     {{0x5e6c858f, 0x0e22, 0x4760, {0x9a, 0xfe, 0xea, 0x33, 0x17, 0xb6, 0x71, 0x73}}, Home},
     {{0x62ab5d82, 0xfdc1, 0x4dc3, {0xa9, 0xdd, 0x07, 0x0d, 0x1d, 0x49, 0x5d, 0x97}},
      ProgramDataPath},
     {{0xed4824af, 0xdce4, 0x45a8, {0x81, 0xe2, 0xfc, 0x79, 0x65, 0x08, 0x36, 0x34}}, PublicPath},
 };
 } // namespace
+
+std::string posix::ConfigurationFolder()
+{
+    return VariableFolder("XDG_CONFIG_HOME", Home() + "/.config");
+}
 
 unsigned long CurrentFolder(std::wstring& path)
 {

@@ -1,12 +1,10 @@
 #include "platform/platform_registry.h"
 
-#include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
 #include "platform/posix/posix_registry_impl.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <sqlite3.h>
@@ -83,30 +81,42 @@ int Execute(RegistryStore& store, const char* text)
     return ::sqlite3_exec(store.Get(), text, nullptr, nullptr, nullptr);
 }
 
-/// Runs @p query in the key's store; a store that turns out damaged is set aside and counts as
-/// none.
+/// Sees to it that the key's store is open and the one that its path leads to.
+unsigned long Reach(Key& key, bool write)
+{
+    if (key.store != nullptr && key.store->IsCurrent())
+        return 0;
+    key.store.reset();
+    return RegistryStore::Open(key.machine, write, key.host, key.store);
+}
+
+/// Closes the store after @p result; true when it is worth another try. A single read that fails
+/// looks like damage too, so the store is set aside when a new look at it ends alike.
+bool GoesOn(Key& key, int result, int& damages)
+{
+    const std::unique_ptr<RegistryStore> store = std::move(key.store);
+    if (!IsDamage(result))
+        return false;
+    ++damages;
+    return damages == 1 || (damages == 2 && store->IsReadable() && store->SetAside());
+}
+
+/// Runs @p query in the key's store, making none; one that turns out damaged is set aside and
+/// counts as none.
 unsigned long Reading(Key& key, const std::function<int(RegistryStore&)>& query)
 {
-    for (int tries = 0; tries < 2; ++tries)
+    for (int damages = 0;;)
     {
-        if (key.store == nullptr || !key.store->IsCurrent())
-        {
-            key.store.reset();
-            if (const auto error =
-                    RegistryStore::Open(key.machine, key.writable, key.host, key.store))
-                return error;
-        }
+        if (const unsigned long error = Reach(key, false); error != 0)
+            return error;
         const int result = query(*key.store);
         if (result == SQLITE_ROW)
             return 0;
         if (result == SQLITE_DONE || result == SQLITE_ERROR) // not there, or a store without tables
             return ENOENT;
-        if (!IsDamage(result))
+        if (!GoesOn(key, result, damages))
             return ErrorOf(result);
-        key.store->SetAside();
-        key.store.reset();
     }
-    return ENOENT;
 }
 
 /// Runs @p change as one transaction; after a damaged store was set aside, in a new one.
@@ -114,17 +124,12 @@ unsigned long Writing(Key& key, const std::function<int(RegistryStore&)>& change
 {
     if (!key.writable)
         return EACCES;
-    int result = SQLITE_OK;
-    for (int tries = 0; tries < 2; ++tries)
+    for (int damages = 0;;)
     {
-        if (key.store == nullptr || !key.store->IsCurrent())
-        {
-            key.store.reset();
-            if (const auto error = RegistryStore::Open(key.machine, true, key.host, key.store))
-                return error;
-        }
+        if (const unsigned long error = Reach(key, true); error != 0)
+            return error;
         RegistryStore& store = *key.store;
-        result = Execute(store, "BEGIN IMMEDIATE");
+        int result = Execute(store, "BEGIN IMMEDIATE");
         if (result == SQLITE_OK)
             result = Execute(store, kSchema);
         if (result == SQLITE_OK)
@@ -134,12 +139,9 @@ unsigned long Writing(Key& key, const std::function<int(RegistryStore&)>& change
         if (result == SQLITE_OK)
             return 0;
         (void)Execute(store, "ROLLBACK"); // the first failure is told
-        if (!IsDamage(result))
-            break;
-        store.SetAside();
-        key.store.reset();
+        if (!GoesOn(key, result, damages))
+            return ErrorOf(result);
     }
-    return ErrorOf(result);
 }
 
 /// Notes the key and those above it.
@@ -174,12 +176,8 @@ unsigned long OpenRegistryKey(RegistryKey parent, const std::wstring& subkey, st
                               const RegistryHost& host, RegistryKey& key)
 {
     auto opened = std::make_unique<Key>(Below(parent, subkey, access, host));
-    const bool writable = std::exchange(opened->writable, false); // looking makes no file
     if (const unsigned long error = FindKey(*opened); error != 0)
         return error;
-    if (writable)
-        opened->store.reset();
-    opened->writable = writable;
     key = opened.release();
     return 0;
 }
@@ -233,35 +231,6 @@ unsigned long ReadRegistryValue(RegistryKey key, const std::wstring& name, std::
     });
 }
 
-unsigned long ReadRegistryNarrow(RegistryKey key, const std::wstring& name, std::uint32_t& type,
-                                 char* text, std::uint32_t& size)
-{
-    std::string bytes;
-    if (const unsigned long error = ReadRegistryValue(key, name, type, bytes); error != 0)
-        return error;
-    if (type == kRegistryText)
-    {
-        std::u16string units(bytes.size() / 2, u'\0');
-        std::memcpy(units.data(), bytes.data(), units.size() * 2);
-        std::wstring wide;
-        for (std::size_t i = 0; i < units.size(); ++i)
-        {
-            const bool pair = (units[i] & 0xFC00) == 0xD800 && i + 1 < units.size() &&
-                              (units[i + 1] & 0xFC00) == 0xDC00;
-            const char32_t high = units[i];
-            AppendCharacter(wide, pair ? 0x10000 + ((high - 0xD800) << 10) + (units[++i] - 0xDC00u)
-                                       : high);
-        }
-        bytes = Narrow(wide);
-    }
-    const bool fits = bytes.size() <= size;
-    size = static_cast<std::uint32_t>(bytes.size());
-    if (!fits)
-        return EMSGSIZE;
-    std::memcpy(text, bytes.data(), bytes.size());
-    return 0;
-}
-
 unsigned long WriteRegistryValue(RegistryKey key, const std::wstring& name, std::uint32_t type,
                                  std::string_view bytes)
 {
@@ -299,23 +268,20 @@ unsigned long DeleteRegistryValue(RegistryKey key, const std::wstring& name)
     return error == 0 && !there ? ENOENT : error;
 }
 
-unsigned long RegistryValueName(RegistryKey key, std::uint32_t index, std::uint32_t room,
-                                std::wstring& name)
+std::vector<std::wstring> RegistryValueNames(RegistryKey key)
 {
     Key& place = *static_cast<Key*>(key);
-    std::wstring found;
-    const unsigned long error = Reading(place, [&](RegistryStore& store) {
-        Query query(store.Get(),
-                    "SELECT name FROM entries WHERE path = ? ORDER BY number LIMIT 1 OFFSET ?");
-        const int result = query.Add(place.path).Add(std::int64_t{index}).Step();
-        if (result == SQLITE_ROW)
-            found = FromUtf8(query.Bytes(0));
+    std::vector<std::wstring> names;
+    (void)Reading(place, [&](RegistryStore& store) { // fewer names tell
+        names.clear();
+        Query query(store.Get(), "SELECT name FROM entries WHERE path = ? ORDER BY number");
+        query.Add(place.path);
+        int result = query.Step();
+        for (; result == SQLITE_ROW; result = query.Step())
+            names.push_back(FromUtf8(query.Bytes(0)));
         return result;
     });
-    if (error != 0 || found.size() >= room)
-        return error != 0 ? error : EMSGSIZE;
-    name = std::move(found);
-    return 0;
+    return names;
 }
 
 bool IsAccessDenied(unsigned long error) { return error == EACCES || error == EROFS; }

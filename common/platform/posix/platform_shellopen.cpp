@@ -43,6 +43,10 @@ unsigned long Number() { return static_cast<unsigned long>(errno); }
     const pid_t opener = ::fork();
     if (opener == 0)
     {
+        // What it says is not for the program's console.
+        const int nowhere = ::open("/dev/null", O_RDWR);
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            ::dup2(nowhere, stream);
         ::execlp(kOpener, kOpener, path, static_cast<char*>(nullptr));
         const int error = errno;
         (void)!::write(failed[1], &error, sizeof error); // the reader takes silence for success

@@ -1,11 +1,13 @@
 #include "platform/platform_utf8.h"
 #include "platform/posix/posix_file_impl.h"
+#include "platform/posix/posix_folders_impl.h"
 #include "platform/posix/posix_path_impl.h"
 #include "platform/posix/posix_registry_impl.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <pwd.h>
+#include <iterator>
 #include <sqlite3.h>
 
 #include <fcntl.h>
@@ -19,30 +21,22 @@ namespace
 {
 constexpr int kPatience = 10000; // milliseconds that a writer waits for others
 
-std::string Variable(const char* name)
-{
-    const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
-    return value == nullptr ? std::string() : std::string(value);
-}
-
 std::string StorePath(bool machine)
 {
-    if (const std::string folder = Variable("KVI_REGISTRY"); !folder.empty())
-        return folder + (machine ? "/machine.sqlite" : "/user.sqlite");
-    if (machine)
-        return "/etc/kvi/registry.sqlite";
-    std::string folder = Variable("XDG_CONFIG_HOME");
-    if (folder.empty() || folder[0] != '/')
-        folder = Variable("HOME") + "/.config";
-    return folder + "/kvi/registry.sqlite";
+    // NOLINTNEXTLINE(concurrency-mt-unsafe)
+    const char* const folder = std::getenv("KVI_REGISTRY");
+    if (folder != nullptr && *folder != '\0')
+        return std::string(folder) + (machine ? "/machine.sqlite" : "/user.sqlite");
+    return (machine ? "/etc" : ConfigurationFolder()) + "/kvi/registry.sqlite";
 }
 
+/// The folder of a path that has one; empty for "/".
 std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
 /// Makes the folder of a store, and those above it; what fails shows when the store is opened.
 void MakeFolders(const std::string& folder, mode_t mode)
 {
-    if (folder.empty() || ::mkdir(folder.c_str(), mode) == 0 || errno != ENOENT)
+    if (::mkdir(folder.c_str(), mode) == 0 || errno != ENOENT || folder.find('/', 1) == folder.npos)
         return;
     MakeFolders(FolderOf(folder), mode);
     ::mkdir(folder.c_str(), mode);
@@ -112,7 +106,8 @@ unsigned long RegistryStore::Open(bool machine, bool write, const RegistryHost& 
             return errno == EROFS ? EACCES : static_cast<unsigned long>(errno);
     }
     struct stat about;
-    if (!write && ::stat(path.c_str(), &about) != 0)
+    const bool there = ::stat(path.c_str(), &about) == 0;
+    if (!write && !there)
         return static_cast<unsigned long>(errno);
     // Readers as well take what a writer that was killed left half done back; where they may not
     // write, SQLite opens for reading.
@@ -124,6 +119,9 @@ unsigned long RegistryStore::Open(bool machine, bool write, const RegistryHost& 
         return ErrorOf(result);
     if (write && ::sqlite3_db_readonly(opened->store_, "main") == 1)
         return EACCES;
+    // The machine's settings are for all to read, the user's for the user; whatever the umask.
+    if (!there)
+        ::chmod(path.c_str(), machine ? 0644 : 0600);
     if (::stat(path.c_str(), &about) == 0)
     {
         opened->device_ = about.st_dev;
@@ -143,14 +141,30 @@ bool RegistryStore::IsCurrent() const
     return ::stat(path_.c_str(), &about) == 0 && about.st_dev == device_ && about.st_ino == number_;
 }
 
-void RegistryStore::SetAside()
+bool RegistryStore::IsReadable() const
+{
+    // Through SQLite's own descriptor: closing another one would drop the locks of this process.
+    sqlite3_file* file = nullptr;
+    ::sqlite3_file_control(store_, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    sqlite3_int64 size = 0;
+    if (file == nullptr || file->pMethods == nullptr ||
+        file->pMethods->xFileSize(file, &size) != SQLITE_OK)
+        return false;
+    std::array<char, 4096> piece;
+    int result = SQLITE_OK;
+    for (sqlite3_int64 at = 0; at < size && result == SQLITE_OK; at += std::ssize(piece))
+        result = file->pMethods->xRead(file, piece.data(), static_cast<int>(piece.size()), at);
+    return result == SQLITE_OK || result == SQLITE_IOERR_SHORT_READ;
+}
+
+bool RegistryStore::SetAside()
 {
     // One process at a time looks and renames, so that no new store is taken for the damaged one.
     const Descriptor folder(::open(FolderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.IsOpen())
         ::flock(folder.Number(), LOCK_EX);
     if (!IsCurrent())
-        return;
+        return true;
     std::string aside;
     struct stat about;
     for (int i = 1; aside.empty() || ::lstat(aside.c_str(), &about) == 0; ++i)
@@ -160,6 +174,7 @@ void RegistryStore::SetAside()
     if (::rename(path_.c_str(), aside.c_str()) != 0)
         aside.clear();
     host_.damaged(FromSystemPath(path_), FromSystemPath(aside));
+    return !aside.empty();
 }
 
 bool IsDamage(int result)

@@ -56,8 +56,11 @@ public:
     sqlite3* Get() const { return store_; }
     /// Whether the path still leads to the file that is open.
     bool IsCurrent() const;
+    /// Whether the system gives every byte of the file.
+    bool IsReadable() const;
     /// Renames the damaged file, unless another process has, and tells it.
-    void SetAside();
+    /// @returns false when it could not be renamed
+    bool SetAside();
 
 private:
     RegistryStore(std::string path, const RegistryHost& host) : path_(std::move(path)), host_(host)

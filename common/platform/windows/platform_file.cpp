@@ -23,7 +23,6 @@ void Fill(FileInfo& info, const WIN32_FILE_ATTRIBUTE_DATA& about)
     info.accessed = windows::Ticks(about.ftLastAccessTime);
     info.written = windows::Ticks(about.ftLastWriteTime);
 }
-
 } // namespace
 
 namespace windows
@@ -111,21 +110,18 @@ unsigned long MakeTemporaryFile(const std::wstring& folder, const std::wstring& 
                                 std::wstring& path)
 {
     // Its access rights are those of the folder, which is the user's own.
-    for (int tries = 0; tries < 100; ++tries)
+    DWORD error = ERROR_FILE_EXISTS;
+    for (int tries = 0; tries < 100 && error == ERROR_FILE_EXISTS; ++tries)
     {
         std::wstring name = folder + (folder.ends_with(L'\\') ? L"" : L"\\");
         name += prefix + windows::RandomName() + L".tmp";
         const Handle file(::CreateFileW(ToSystemPath(name).c_str(), GENERIC_WRITE, 0, nullptr,
                                         CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (file.IsOpen())
-        {
+        error = file.IsOpen() ? ERROR_SUCCESS : ::GetLastError();
+        if (error == ERROR_SUCCESS)
             path = std::move(name);
-            return 0;
-        }
-        if (::GetLastError() != ERROR_FILE_EXISTS)
-            break;
     }
-    return ::GetLastError();
+    return error;
 }
 
 } // namespace platform

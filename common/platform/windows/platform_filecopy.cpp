@@ -18,6 +18,28 @@ bool SameFile(const std::wstring& a, const std::wstring& b)
            one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
            one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
 }
+
+/// Copies @p from under a name of its own first, so that a full disk leaves what is there, then
+/// renames it. @param replace  whether a file @p to makes room
+unsigned long CopyByDraft(const std::wstring& from, const std::wstring& to, bool replace)
+{
+    const std::wstring draft = ToSystemPath(to.substr(0, to.find_last_of(L"\\/:") + 1) + L"~kvi" +
+                                            windows::RandomName() + L".tmp");
+    if (!::CopyFileW(ToSystemPath(from).c_str(), draft.c_str(), TRUE))
+    {
+        const DWORD error = ::GetLastError();
+        if (error != ERROR_FILE_EXISTS)
+            ::DeleteFileW(draft.c_str());
+        return error;
+    }
+    if (::MoveFileExW(draft.c_str(), ToSystemPath(to).c_str(),
+                      replace ? MOVEFILE_REPLACE_EXISTING : 0))
+        return 0;
+    const DWORD error = ::GetLastError();
+    ::SetFileAttributesW(draft.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only one would stay
+    ::DeleteFileW(draft.c_str());
+    return error;
+}
 } // namespace
 
 unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& readOnlyTarget)
@@ -32,20 +54,7 @@ unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& 
         if (target.folder || readOnlyTarget)
             return ERROR_ACCESS_DENIED;
     }
-    // Under a name of its own first, so that a full disk leaves the old file.
-    const std::wstring name = ToSystemPath(to);
-    const std::wstring draft = ToSystemPath(to.substr(0, to.find_last_of(L"\\/:") + 1) + L"~kvi" +
-                                            windows::RandomName() + L".tmp");
-    unsigned long error = 0;
-    if (!::CopyFileW(ToSystemPath(from).c_str(), draft.c_str(), TRUE) ||
-        !::MoveFileExW(draft.c_str(), name.c_str(), MOVEFILE_REPLACE_EXISTING))
-        error = ::GetLastError();
-    if (error != 0 && error != ERROR_FILE_EXISTS)
-    {
-        ::SetFileAttributesW(draft.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only one would stay
-        ::DeleteFileW(draft.c_str());
-    }
-    return error;
+    return CopyByDraft(from, to, true);
 }
 
 unsigned long MoveWhole(const std::wstring& from, const std::wstring& to)
@@ -57,10 +66,7 @@ unsigned long MoveWhole(const std::wstring& from, const std::wstring& to)
     FileInfo info;
     if (error != ERROR_NOT_SAME_DEVICE || GetFileInfo(from, info, false) != 0 || info.folder)
         return error;
-    bool readOnlyTarget = false;
-    if (GetFileInfo(to, info, false) == 0)
-        return ERROR_ALREADY_EXISTS;
-    if (const unsigned long failed = CopyWhole(from, to, readOnlyTarget); failed != 0)
+    if (const unsigned long failed = CopyByDraft(from, to, false); failed != 0)
         return failed;
     if (::DeleteFileW(source.c_str()))
         return 0;

@@ -1,13 +1,13 @@
 #include "platform/platform_registry.h"
 
-#include "platform/platform_text.h"
-
 #include <windows.h>
 
 namespace platform
 {
 namespace
 {
+constexpr DWORD kNameBuffer = 16883; // characters, more than a name may have
+
 HKEY Key(RegistryKey key) { return static_cast<HKEY>(key); }
 
 unsigned long Number(LSTATUS result) { return static_cast<unsigned long>(result); }
@@ -70,17 +70,6 @@ unsigned long ReadRegistryValue(RegistryKey key, const std::wstring& name, std::
     }
 }
 
-unsigned long ReadRegistryNarrow(RegistryKey key, const std::wstring& name, std::uint32_t& type,
-                                 char* text, std::uint32_t& size)
-{
-    DWORD kind = 0, bytes = size;
-    const LSTATUS result = ::RegQueryValueExA(Key(key), Narrow(name).c_str(), nullptr, &kind,
-                                              reinterpret_cast<BYTE*>(text), &bytes);
-    type = kind;
-    size = bytes;
-    return Number(result);
-}
-
 unsigned long WriteRegistryValue(RegistryKey key, const std::wstring& name, std::uint32_t type,
                                  std::string_view bytes)
 {
@@ -94,16 +83,16 @@ unsigned long DeleteRegistryValue(RegistryKey key, const std::wstring& name)
     return Number(::RegDeleteValueW(Key(key), name.c_str()));
 }
 
-unsigned long RegistryValueName(RegistryKey key, std::uint32_t index, std::uint32_t room,
-                                std::wstring& name)
+std::vector<std::wstring> RegistryValueNames(RegistryKey key)
 {
-    std::wstring buffer(room, L'\0');
-    DWORD length = room;
-    const LSTATUS result = ::RegEnumValueW(Key(key), index, buffer.data(), &length, nullptr,
-                                           nullptr, nullptr, nullptr);
-    if (result == ERROR_SUCCESS)
-        name.assign(buffer, 0, length);
-    return Number(result);
+    std::vector<std::wstring> names;
+    std::vector<wchar_t> buffer(kNameBuffer);
+    for (DWORD length = kNameBuffer;
+         ::RegEnumValueW(Key(key), static_cast<DWORD>(names.size()), buffer.data(), &length,
+                         nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+         length = kNameBuffer)
+        names.emplace_back(buffer.data(), length);
+    return names;
 }
 
 bool IsAccessDenied(unsigned long error) { return error == ERROR_ACCESS_DENIED; }

@@ -1,82 +1,115 @@
+#include "fault/posix/tests_fault_disturb.h"
 #include "fault/posix/tests_fault_posix.h"
 #include "foundation/kvidbg_EventSink.h"
 #include "sys/sys_reg_Registry.h"
 #include "sys/sys_reg_key.h"
 
+#include <cerrno>
+#include <random>
+#include <thread>
 #include <vector>
 
-#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace sys::reg;
 using fault_test::InChild;
+using sys_test::Count;
 using sys_test::Read;
 using sys_test::Write;
 using Rights = REGKEY_ACCESS_RIGHTS;
 
 namespace
 {
-class RegistryFaults : public sys_test::RegistryTest
+class RegistryFaults : public fault_test::InMemory<sys_test::RegistryTest>
 {
 protected:
+    void SetUp() override
+    {
+        InMemory::SetUp();
+        kvi::diag::SinkFilePath(L"/dev/null");
+    }
+    void TearDown() override
+    {
+        kvi::diag::SinkFilePath(L"stderr");
+        InMemory::TearDown();
+    }
+
     fs::path StoreFile() const { return folder / "user.sqlite"; }
+
+    /// Kills and fails @p work at each of its calls, beginning with a store of the bytes @p store.
+    /// The value v is then as before or as after, and after when the work said that it is done.
+    template <class Work>
+    void Disturb(const std::string& store, const std::wstring& before, const std::wstring& after,
+                 Work work)
+    {
+        for (const int error : {0, EIO})
+        {
+            int done = 0;
+            const int calls = fault_test::DisturbAtEachCall(
+                error,
+                [&] {
+                    fs::remove_all(folder);
+                    fs::create_directory(folder);
+                    if (!store.empty())
+                        Write(StoreFile(), store);
+                },
+                work,
+                [&](const fault_test::Outcome& outcome) {
+                    Registry32 key(path);
+                    const std::wstring now = key.ReadStringW(L"v");
+                    const bool ruin = store.starts_with('?');
+                    EXPECT_TRUE(ruin || !fs::exists(StoreFile().native() + ".damaged-1"));
+                    ASSERT_TRUE(now == after || (now == before && outcome.result != 0));
+                    EXPECT_GE(outcome.result, error == 0 ? -SIGKILL : 0);
+                    EXPECT_EQ(key.ReadInt(L"other", 5), 5);
+                    done += now == after ? 1 : 0;
+                    EXPECT_TRUE(key.WriteString(L"v", L"next").ok());
+                    EXPECT_EQ(key.ReadStringW(L"v"), L"next");
+                });
+            if (calls == 0)
+                GTEST_SKIP() << "processes may not be watched here";
+            EXPECT_GT(calls, 40); // of a write with its journal
+            EXPECT_GT(done, 0);
+            RecordProperty("calls" + std::to_string(error), calls);
+        }
+    }
 };
 
-/// Runs @p work in a child and kills it at its system call number @p call, entry and return each
-/// counted. @returns whether the child was still at work
-template <class Work>
-bool KilledAt(int call, Work work)
-{
-    const pid_t child = ::fork();
-    if (child == 0)
-    {
-        ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        ::raise(SIGSTOP);
-        work();
-        ::_exit(0);
-    }
-    int state = 0;
-    ::waitpid(child, &state, 0);
-    for (int i = 0; i < call && WIFSTOPPED(state); ++i)
-    {
-        ::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
-        ::waitpid(child, &state, 0);
-    }
-    if (!WIFSTOPPED(state))
-        return false;
-    ::kill(child, SIGKILL);
-    ::waitpid(child, &state, 0);
-    return true;
-}
+const std::wstring kOld(3000, L'a'), kNew(6000, L'b');
 } // namespace
 
-TEST_F(RegistryFaults, AProcessKilledAnywhereInAWriteLeavesTheOldOrTheNewValue)
+TEST_F(RegistryFaults, AWriteThatIsCutShortLeavesTheOldOrTheNewValue)
 {
-    const std::wstring before(3000, L'a'), after(6000, L'b');
-    ASSERT_TRUE(Registry32(path).WriteString(L"v", before).ok());
+    ASSERT_TRUE(Registry32(path).WriteString(L"v", kOld).ok());
     ASSERT_TRUE(Registry32(path).WriteInt(L"other", 5, false).ok());
-    int call = 0, changed = 0;
-    while (KilledAt(++call, [&] { (void)Registry32(path).WriteString(L"v", after); }))
-    {
-        const Registry32 key(path);
-        const std::wstring now = key.ReadStringW(L"v");
-        ASSERT_TRUE(now == before || now == after) << "call " << call;
-        ASSERT_EQ(key.ReadInt(L"other", 0), 5) << "call " << call;
-        ASSERT_EQ(key.GetAllValues().size(), 2u);
-        changed += now == after ? 1 : 0;
-        // From the same state again: what a killed writer leaves makes the next one's way longer.
-        ASSERT_TRUE(Registry32(path).WriteString(L"v", before).ok());
-    }
-    EXPECT_GT(call, 50); // of a write with its journal
-    EXPECT_GT(changed, 0);
-    RecordProperty("calls", call);
-    EXPECT_FALSE(fs::exists(StoreFile().native() + ".damaged-1"));
+    Disturb(Read(StoreFile()), kOld, kNew,
+            [&] { return Registry32(path).WriteString(L"v", kNew).ok(); });
+}
+
+TEST_F(RegistryFaults, TheFirstWriteThatIsCutShortLeavesNothingOrTheValue)
+{
+    Disturb("", L"", kNew, [&] { return Registry32(path).WriteString(L"v", kNew).ok(); });
+}
+
+TEST_F(RegistryFaults, ADeletionThatIsCutShortLeavesTheValueOrNone)
+{
+    ASSERT_TRUE(Registry32(path).WriteString(L"v", kOld).ok());
+    Disturb(Read(StoreFile()), kOld, L"", [&] {
+        Registry32 key(path); // of a key that is not open nothing is deleted, which is no failure
+        return key.GetAccessRights() == Rights::read_write && key.DeleteValue(L"v").ok();
+    });
+}
+
+TEST_F(RegistryFaults, SettingAsideThatIsCutShortIsTakenUpByTheNext)
+{
+    Disturb(std::string(5000, '?'), L"", kNew,
+            [&] { return Registry32(path).WriteString(L"v", kNew).ok(); });
 }
 
 TEST_F(RegistryFaults, ProcessesThatWriteAtOnceLoseNothing)
 {
-    constexpr int kProcesses = 4, kValues = 25;
+    constexpr int kProcesses = 6, kKilled = 2, kValues = 50;
     std::vector<pid_t> children;
     for (int p = 0; p < kProcesses; ++p)
     {
@@ -85,20 +118,24 @@ TEST_F(RegistryFaults, ProcessesThatWriteAtOnceLoseNothing)
             continue;
         Registry32 key(path);
         bool right = true;
-        for (int i = 0; i < kValues; ++i)
-            right = key.WriteInt(static_cast<unsigned>(p * kValues + i), p, false).ok() && right;
+        for (int i = 0; i < kValues || p < kKilled; ++i)
+            right = key.WriteInt(unsigned(p * kValues + i % kValues), p, false).ok() && right;
         ::_exit(right ? 0 : 1);
     }
-    for (const pid_t child : children)
+    for (int p = 0; p < kProcesses; ++p)
     {
+        if (p < kKilled)
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            ::kill(children[std::size_t(p)], SIGKILL);
+        }
         int state = -1;
-        ::waitpid(child, &state, 0);
-        EXPECT_EQ(state, 0);
+        ::waitpid(children[std::size_t(p)], &state, 0);
+        EXPECT_EQ(state, p < kKilled ? SIGKILL : 0);
     }
     const Registry32 key(path);
-    EXPECT_EQ(key.GetAllValues().size(), std::size_t{kProcesses * kValues});
-    for (unsigned i = 0; i < kProcesses * kValues; ++i)
-        EXPECT_EQ(key.ReadInt(i, -1), int(i) / kValues);
+    for (int i = kKilled * kValues; i < kProcesses * kValues; ++i)
+        EXPECT_EQ(key.ReadInt(unsigned(i), -1), i / kValues);
 }
 
 TEST_F(RegistryFaults, ADamagedStoreIsSetAsideAndTold)
@@ -124,10 +161,10 @@ TEST_F(RegistryFaults, ADamagedStoreIsSetAsideAndTold)
         EXPECT_EQ(Read(aside), ruin);
         EXPECT_NE(Read(folder / "log").find("user.sqlite.damaged-" + std::to_string(told)),
                   std::string::npos);
+        EXPECT_EQ(fs::status(aside).permissions(), fs::perms(0600)); // as it was made
         EXPECT_TRUE(Registry32(path).WriteInt(L"n", 6, false).ok());
         EXPECT_EQ(Registry32(path).ReadInt(L"n", 7), 6);
     }
-    kvi::diag::SinkFilePath(L"stderr");
 }
 
 TEST_F(RegistryFaults, AnOpenKeyGoesOnAfterItsStoreWasReplaced)
@@ -136,8 +173,24 @@ TEST_F(RegistryFaults, AnOpenKeyGoesOnAfterItsStoreWasReplaced)
     ASSERT_TRUE(key.WriteInt(L"n", 5, false).ok());
     fs::remove(StoreFile());
     EXPECT_EQ(key.ReadInt(L"n", 7), 7);
+    EXPECT_EQ(Count(folder), 0); // reading made none
     EXPECT_TRUE(key.WriteInt(L"n", 6, false).ok());
     EXPECT_EQ(Registry32(path).ReadInt(L"n", 7), 6);
+}
+
+TEST_F(RegistryFaults, ADamagedStoreThatMustStayGivesDefaults)
+{
+    Write(StoreFile(), std::string(5000, '?'));
+    ASSERT_EQ(::chmod(StoreFile().c_str(), 0644), 0);
+    ASSERT_EQ(::chmod(folder.c_str(), 0555), 0);
+    const int result = InChild([&] {
+        fault_test::BecomeOrdinary();
+        Registry32 key(path);
+        return key.ReadInt(L"n", 7) == 7 && !key.WriteInt(L"n", 6, false).ok();
+    });
+    ::chmod(folder.c_str(), 0755);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(Count(folder), 1);
 }
 
 TEST_F(RegistryFaults, ARootThatMayOnlyBeReadIsRead)
@@ -164,20 +217,6 @@ TEST_F(RegistryFaults, ARootThatMayOnlyBeReadIsRead)
     ::chmod(folder.c_str(), 0755);
     EXPECT_EQ(result, 0);
     EXPECT_EQ(Registry32(path).ReadInt(L"n", 7), 5);
-}
-
-TEST_F(RegistryFaults, ViewsAreApartForTheMachinesSoftwareOnly)
-{
-    for (const wchar_t* subkey : {L"sOFTWARE\\KORVANE\\x", L"System\\x"})
-    {
-        const RegistryPath place{LocalMachine(), subkey};
-        ASSERT_TRUE(Registry32(place).WriteInt(L"n", 32, false).ok());
-        ASSERT_TRUE(Registry64(place).WriteInt(L"n", 64, false).ok());
-        EXPECT_EQ(Registry32(place).ReadInt(L"n", 0), subkey[0] == L's' ? 32 : 64);
-        EXPECT_EQ(Registry(place, REGKEY_ACCESS_VIEW::of_process).ReadInt(L"n", 0), 64);
-    }
-    EXPECT_TRUE(fs::exists(folder / "machine.sqlite"));
-    EXPECT_FALSE(fs::exists(StoreFile()));
 }
 
 TEST_F(RegistryFaults, ADiskThatIsFullLeavesTheOldValue)

@@ -1,0 +1,127 @@
+/// @file
+/// Child processes that something befalls at a chosen system call.
+#pragma once
+
+#include "fault/posix/tests_fault_posix.h"
+
+#include <cstddef>
+
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <sys/user.h>
+
+namespace fault_test
+{
+
+/// A fixture whose folder lies in memory where the system has that: no call waits for a disk.
+template <class Fixture>
+class InMemory : public Fixture
+{
+protected:
+    fs::path Place() const override
+    {
+        const bool memory = ::access("/dev/shm", W_OK | X_OK) == 0;
+        return memory ? fs::path("/dev/shm/kvi-test-" + std::to_string(::getpid()))
+                      : Fixture::Place();
+    }
+    void TearDown() override
+    {
+        Fixture::TearDown();
+        std::error_code otherTests;
+        fs::remove(Place(), otherTests);
+    }
+};
+
+/// Whether system call @p number is one that asks for a file or its bytes.
+inline bool IsOfFiles(long number)
+{
+    // clang-format off
+    constexpr long kCalls[] = {
+        SYS_open, SYS_openat, SYS_close, SYS_read, SYS_pread64, SYS_write, SYS_pwrite64, SYS_lseek,
+        SYS_stat, SYS_lstat, SYS_fstat, SYS_newfstatat, SYS_statx, SYS_access, SYS_faccessat,
+        SYS_faccessat2, SYS_fcntl, SYS_flock, SYS_fsync, SYS_fdatasync, SYS_ftruncate, SYS_rename,
+        SYS_renameat, SYS_renameat2, SYS_link, SYS_linkat, SYS_unlink, SYS_unlinkat, SYS_rmdir,
+        SYS_mkdir, SYS_chmod, SYS_fchmod, SYS_fchown, SYS_utimensat, SYS_readlink, SYS_getdents64,
+        SYS_copy_file_range};
+    // clang-format on
+    return std::find(std::begin(kCalls), std::end(kCalls), number) != std::end(kCalls);
+}
+
+/// What became of a child.
+struct Outcome
+{
+    bool reached = false; ///< it came to that call
+    int result = -1;      ///< 0 when its work gave true, 1 for false; below 0 when it did not end
+    bool allowed = true;  ///< a process may be watched here
+};
+
+/// Runs @p work in a child. At the entry of its system call number @p call, counted from 1, it is
+/// killed; or, with an @p error, that call is not made and fails with it. Then only calls that ask
+/// for files count.
+template <class Work>
+Outcome Disturb(int call, int error, Work work)
+{
+    constexpr int kNotAllowed = 77;
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        ::alarm(60);
+        if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
+            ::_exit(kNotAllowed);
+        ::raise(SIGSTOP);
+        ::_exit(work() ? 0 : 1);
+    }
+    const auto place = [](std::size_t field) { return reinterpret_cast<void*>(field); };
+    void* const number = place(offsetof(user_regs_struct, orig_rax));
+    void* const value = place(offsetof(user_regs_struct, rax));
+    Outcome outcome;
+    int state = 0, signal = 0;
+    bool inside = false, failing = false;
+    for (::waitpid(child, &state, 0); WIFSTOPPED(state); ::waitpid(child, &state, 0))
+    {
+        constexpr int kCall = SIGTRAP | 0x80;
+        signal = WSTOPSIG(state) == kCall || WSTOPSIG(state) == SIGSTOP ? 0 : WSTOPSIG(state);
+        ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+        if (WSTOPSIG(state) == kCall)
+        {
+            inside = !inside;
+            if (failing)
+                ::ptrace(PTRACE_POKEUSER, child, value, -long{error});
+            failing = false;
+            const long asked = ::ptrace(PTRACE_PEEKUSER, child, number, nullptr);
+            if (inside && (error == 0 || IsOfFiles(asked)) && --call == 0)
+            {
+                outcome.reached = failing = true;
+                if (error == 0)
+                    ::kill(child, SIGKILL);
+                else
+                    ::ptrace(PTRACE_POKEUSER, child, number, -1L);
+            }
+        }
+        ::ptrace(PTRACE_SYSCALL, child, nullptr, signal);
+    }
+    outcome.result = WIFEXITED(state) ? WEXITSTATUS(state) : -WTERMSIG(state);
+    outcome.allowed = outcome.result != kNotAllowed;
+    return outcome;
+}
+
+/// Disturbs @p work at its first call, its second, and so on until it has no more; before each
+/// round
+/// @p prepare runs, and after it @p check with the outcome.
+/// @returns how many calls there were; 0 where processes may not be watched
+template <class Prepare, class Work, class Check>
+int DisturbAtEachCall(int error, Prepare prepare, Work work, Check check)
+{
+    for (int call = 1;; ++call)
+    {
+        prepare();
+        const Outcome outcome = Disturb(call, error, work);
+        if (!outcome.reached || testing::Test::HasFatalFailure())
+            return outcome.allowed ? call - 1 : 0;
+        SCOPED_TRACE(testing::Message()
+                     << (error == 0 ? "killed at call " : "failed call ") << call);
+        check(outcome);
+    }
+}
+
+} // namespace fault_test
