@@ -106,6 +106,11 @@ unsigned long RenameNew(const std::string& from, const std::string& to)
 
 unsigned long Draft::Replace(const std::string& target)
 {
+    if (name_.empty())
+    {
+        if (const unsigned long error = Link(target); error != EEXIST)
+            return error;
+    }
     // No call gives a file without a name one that is taken, so it passes through a hidden one.
     std::random_device random;
     for (int tries = 0; name_.empty(); ++tries)

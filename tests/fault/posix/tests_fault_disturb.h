@@ -32,18 +32,26 @@ protected:
     }
 };
 
-/// Whether system call @p number is one that asks for a file or its bytes.
-inline bool IsOfFiles(long number)
+/// Whether system call @p number may change files, or the locks on them.
+inline bool ChangesFiles(long number)
 {
     // clang-format off
     constexpr long kCalls[] = {
-        SYS_open, SYS_openat, SYS_close, SYS_read, SYS_pread64, SYS_write, SYS_pwrite64, SYS_lseek,
-        SYS_stat, SYS_lstat, SYS_fstat, SYS_newfstatat, SYS_statx, SYS_access, SYS_faccessat,
-        SYS_faccessat2, SYS_fcntl, SYS_flock, SYS_fsync, SYS_fdatasync, SYS_ftruncate, SYS_rename,
-        SYS_renameat, SYS_renameat2, SYS_link, SYS_linkat, SYS_unlink, SYS_unlinkat, SYS_rmdir,
-        SYS_mkdir, SYS_chmod, SYS_fchmod, SYS_fchown, SYS_utimensat, SYS_readlink, SYS_getdents64,
-        SYS_copy_file_range};
+        SYS_open, SYS_openat, SYS_close, SYS_write, SYS_pwrite64, SYS_copy_file_range, SYS_fcntl,
+        SYS_flock, SYS_fsync, SYS_fdatasync, SYS_ftruncate, SYS_rename, SYS_renameat, SYS_renameat2,
+        SYS_link, SYS_linkat, SYS_unlink, SYS_unlinkat, SYS_rmdir, SYS_mkdir, SYS_chmod, SYS_fchmod,
+        SYS_fchown, SYS_utimensat};
     // clang-format on
+    return std::find(std::begin(kCalls), std::end(kCalls), number) != std::end(kCalls);
+}
+
+/// Whether it looks at them.
+inline bool LooksAtFiles(long number)
+{
+    constexpr long kCalls[] = {SYS_read,      SYS_pread64,   SYS_lseek,      SYS_stat,
+                               SYS_lstat,     SYS_fstat,     SYS_newfstatat, SYS_statx,
+                               SYS_access,    SYS_faccessat, SYS_faccessat2, SYS_readlink,
+                               SYS_getdents64};
     return std::find(std::begin(kCalls), std::end(kCalls), number) != std::end(kCalls);
 }
 
@@ -55,9 +63,9 @@ struct Outcome
     bool allowed = true;  ///< a process may be watched here
 };
 
-/// Runs @p work in a child. At the entry of its system call number @p call, counted from 1, it is
-/// killed; or, with an @p error, that call is not made and fails with it. Then only calls that ask
-/// for files count.
+/// Runs @p work in a child. At the entry of call number @p call, counted from 1, of those that
+/// change files it is killed: between two of them nothing else can be seen of its end. Or, with an
+/// @p error, call number @p call of those that change or look at files is not made and fails.
 template <class Work>
 Outcome Disturb(int call, int error, Work work)
 {
@@ -86,10 +94,15 @@ Outcome Disturb(int call, int error, Work work)
         {
             inside = !inside;
             if (failing)
+            {
                 ::ptrace(PTRACE_POKEUSER, child, value, -long{error});
-            failing = false;
+                ::ptrace(PTRACE_DETACH, child, nullptr, 0); // the rest goes undisturbed
+                ::waitpid(child, &state, 0);
+                break;
+            }
             const long asked = ::ptrace(PTRACE_PEEKUSER, child, number, nullptr);
-            if (inside && (error == 0 || IsOfFiles(asked)) && --call == 0)
+            const bool counts = ChangesFiles(asked) || (error != 0 && LooksAtFiles(asked));
+            if (inside && counts && --call == 0)
             {
                 outcome.reached = failing = true;
                 if (error == 0)
@@ -105,8 +118,7 @@ Outcome Disturb(int call, int error, Work work)
     return outcome;
 }
 
-/// Disturbs @p work at its first call, its second, and so on until it has no more; before each
-/// round
+/// Disturbs @p work at its first call, its second, and so on until it has no more. Before each round
 /// @p prepare runs, and after it @p check with the outcome.
 /// @returns how many calls there were; 0 where processes may not be watched
 template <class Prepare, class Work, class Check>
