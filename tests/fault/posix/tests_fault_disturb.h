@@ -118,7 +118,8 @@ Outcome Disturb(int call, int error, Work work)
     return outcome;
 }
 
-/// Disturbs @p work at its first call, its second, and so on until it has no more. Before each round
+/// Disturbs @p work at its first call, its second, and so on until it has no more. Before each
+/// round
 /// @p prepare runs, and after it @p check with the outcome.
 /// @returns how many calls there were; 0 where processes may not be watched
 template <class Prepare, class Work, class Check>
