@@ -71,6 +71,19 @@ TEST_F(Streams, HandlesShareOneStream)
     EXPECT_EQ(ReadAll(*none, 8), "bc");
 }
 
+TEST_F(Streams, ReadAFileThatIsStillWrittenOnlyWhenShared)
+{
+    std::ofstream writer(folder / "log", std::ios::binary);
+    writer << "first " << std::flush;
+    const InputStream shared = MakeSharedFileInputStream(In("log"));
+    ASSERT_TRUE(shared->State().ok());
+    EXPECT_EQ(ReadAll(*shared, 100), "first ");
+    writer << "second" << std::flush;
+    EXPECT_EQ(ReadAll(*shared, 100), "second");
+    // Linux keeps nobody from it.
+    EXPECT_EQ(MakeFileInputStream(In("log"))->State().ok(), !sys_test::kWindows);
+}
+
 TEST_F(Streams, TellWhyTheyCouldNotBeOpened)
 {
     unsigned long got = 9;

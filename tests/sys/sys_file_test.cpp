@@ -105,8 +105,9 @@ TEST_F(Files, DeleteDirectoryTakesATreeOnlyWhenAsked)
     EXPECT_TRUE(Exists(In("tree\\sub\\file")));
     EXPECT_TRUE(DeleteDirectory(In("tree\\"), 1).ok());
     EXPECT_FALSE(Exists(In("tree")));
-    for (const std::wstring& refused : {std::wstring(), std::wstring(L"\\"), kZero})
+    for (const std::wstring& refused : {std::wstring(), kZero})
         EXPECT_EQ(DeleteDirectory(refused, 1), KviError::File::invalid_path(refused));
+    EXPECT_EQ(DeleteDirectory(L"\\", 0), KviError::File::invalid_path(L"\\"));
 }
 
 TEST_F(Files, DeletingGoesOnBehindWhatMayNotGoAndTellsIt)
@@ -152,6 +153,9 @@ TEST_F(Files, QuestionsAboutNothingHaveAnswers)
     EXPECT_EQ(SetReadOnly(In("none"), true), KviError::File::file_not_found(In("none")));
     EXPECT_EQ(ShellOpen(SplitPath(In("none")), nullptr),
               KviError::File::file_not_found(In("none")));
+    const gtl::status relative = ShellOpenRelative(L"none\\a.x", nullptr);
+    ASSERT_FALSE(relative.ok());
+    EXPECT_TRUE(relative.details()->argument(1).ends_with(L"\\bin\\none\\a.x")); // of the program
 }
 
 TEST_F(Files, TextComesInEveryCommonEncoding)

@@ -40,7 +40,10 @@ TEST_F(RegistryKeys, AreMadeByTheFirstWriteOnly)
 
     EXPECT_TRUE(key.WriteInt(L"n", 42, false).ok());
     EXPECT_EQ(key.GetAccessRights(), Rights::read_write);
+    EXPECT_EQ(key.GetAllValues(), std::vector<std::wstring>{L"n"});
     EXPECT_EQ(Registry(path, View::view_32).ReadInt(L"n", 7), 42);
+    EXPECT_TRUE(key.DeleteValue("n").ok());
+    EXPECT_TRUE(key.GetAllValues().empty());
 }
 
 TEST_F(RegistryKeys, GiveBackWhatWasWritten)

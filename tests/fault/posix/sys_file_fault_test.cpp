@@ -40,6 +40,21 @@ TEST_F(FileFaults, DeletingTakesLinksAndNotWhatTheyLeadTo)
     EXPECT_TRUE(Exists(In("outside/precious")));
 }
 
+TEST_F(FileFaults, ARootIsNotDeleted)
+{
+    Write(folder / "precious", "");
+    const int result = InChild([&] {
+        if (::chroot(folder.c_str()) != 0 || ::chdir("/") != 0) // whose root it is, is safe
+            ::_exit(2);
+        const gtl::status refused = KviError::File::invalid_path(L"\\");
+        return DeleteFiles(L"\\", 1) == refused && DeleteDirectory(L"\\", 1) == refused &&
+               !DeleteDirectory(L"\\precious\\..", 1).ok() && Exists(L"\\precious");
+    });
+    if (result == 2)
+        GTEST_SKIP() << "only root may give a process a root of its own";
+    EXPECT_EQ(result, 0);
+}
+
 TEST_F(FileFaults, AFolderSwappedForALinkMeanwhileLeadsNowhere)
 {
     fs::create_directories(folder / "outside");

@@ -167,6 +167,21 @@ TEST_F(RegistryFaults, ADamagedStoreIsSetAsideAndTold)
     }
 }
 
+TEST_F(RegistryFaults, TheUsersStoreLiesInTheConfigurationFolderAndIsPrivate)
+{
+    const fs::path config = folder / "deep" / "config", store = config / "kvi" / "registry.sqlite";
+    ::unsetenv("KVI_REGISTRY"); // one thread runs
+    ::setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+    const mode_t usual = ::umask(0);
+    EXPECT_EQ(Registry32(path).ReadInt(L"n", 7), 7);
+    EXPECT_EQ(Count(folder), 0);
+    EXPECT_TRUE(Registry32(path).WriteInt(L"n", 5, false).ok());
+    ::umask(usual);
+    ::unsetenv("XDG_CONFIG_HOME");
+    EXPECT_EQ(fs::status(store).permissions(), fs::perms(0600));
+    EXPECT_EQ(fs::status(store.parent_path()).permissions(), fs::perms(0700));
+}
+
 TEST_F(RegistryFaults, AnOpenKeyGoesOnAfterItsStoreWasReplaced)
 {
     Registry32 key(path);
