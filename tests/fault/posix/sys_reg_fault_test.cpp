@@ -107,8 +107,9 @@ TEST_F(RegistryFaults, SettingAsideThatIsCutShortIsTakenUpByTheNext)
             [&] { return Registry32(path).WriteString(L"v", kNew).ok(); });
 }
 
-TEST_F(RegistryFaults, ProcessesThatWriteAtOnceLoseNothing)
+TEST_F(RegistryFaults, ProcessesThatWriteAtOnceLoseNothingNorTwoStores)
 {
+    Write(StoreFile(), std::string(5000, '?')); // damaged: all of them meet it
     constexpr int kProcesses = 6, kKilled = 2, kValues = 50;
     std::vector<pid_t> children;
     for (int p = 0; p < kProcesses; ++p)
@@ -136,6 +137,8 @@ TEST_F(RegistryFaults, ProcessesThatWriteAtOnceLoseNothing)
     const Registry32 key(path);
     for (int i = kKilled * kValues; i < kProcesses * kValues; ++i)
         EXPECT_EQ(key.ReadInt(unsigned(i), -1), i / kValues);
+    EXPECT_TRUE(fs::exists(StoreFile().native() + ".damaged-1"));
+    EXPECT_FALSE(fs::exists(StoreFile().native() + ".damaged-2"));
 }
 
 TEST_F(RegistryFaults, ADamagedStoreIsSetAsideAndTold)
