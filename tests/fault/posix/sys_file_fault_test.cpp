@@ -100,6 +100,7 @@ TEST_F(FileFaults, WithoutDescriptorsNothingHappensAndTheReasonIsTold)
     Write(folder / "a", "a");
     EXPECT_EQ(InChild([&] {
                   const rlimit limit{3, 3};
+                  (void)MakeFileInputStream(In("a"))->State(); // sanitizers open pipes to look
                   ::setrlimit(RLIMIT_NOFILE, &limit);
                   const std::wstring reason = L"Too many open files";
                   const auto tells = [&](const gtl::status& status, int argument) {
