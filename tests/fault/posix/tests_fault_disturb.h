@@ -4,8 +4,14 @@
 
 #include "fault/posix/tests_fault_posix.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <vector>
 
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/user.h>
@@ -32,27 +38,34 @@ protected:
     }
 };
 
-/// Whether system call @p number may change files, or the locks on them.
-inline bool ChangesFiles(long number)
-{
-    // clang-format off
-    constexpr long kCalls[] = {
-        SYS_open, SYS_openat, SYS_close, SYS_write, SYS_pwrite64, SYS_copy_file_range, SYS_fcntl,
-        SYS_flock, SYS_fsync, SYS_fdatasync, SYS_ftruncate, SYS_rename, SYS_renameat, SYS_renameat2,
-        SYS_link, SYS_linkat, SYS_unlink, SYS_unlinkat, SYS_rmdir, SYS_mkdir, SYS_chmod, SYS_fchmod,
-        SYS_fchown, SYS_utimensat};
-    // clang-format on
-    return std::find(std::begin(kCalls), std::end(kCalls), number) != std::end(kCalls);
-}
+// clang-format off
+/// Calls that may change files, or the locks on them.
+constexpr int kChanges[] = {
+    SYS_open, SYS_openat, SYS_close, SYS_write, SYS_pwrite64, SYS_copy_file_range, SYS_fcntl,
+    SYS_flock, SYS_fsync, SYS_fdatasync, SYS_ftruncate, SYS_rename, SYS_renameat, SYS_renameat2,
+    SYS_link, SYS_linkat, SYS_unlink, SYS_unlinkat, SYS_rmdir, SYS_mkdir, SYS_chmod, SYS_fchmod,
+    SYS_fchown, SYS_utimensat};
+/// Calls that look at them.
+constexpr int kLooks[] = {
+    SYS_read, SYS_pread64, SYS_lseek, SYS_stat, SYS_lstat, SYS_fstat, SYS_newfstatat, SYS_statx,
+    SYS_access, SYS_faccessat, SYS_faccessat2, SYS_readlink, SYS_getdents64};
+// clang-format on
 
-/// Whether it looks at them.
-inline bool LooksAtFiles(long number)
+/// From here on this process stops for its tracer at those calls, and no others.
+inline bool StopAtCalls(bool looksToo)
 {
-    constexpr long kCalls[] = {SYS_read,      SYS_pread64,   SYS_lseek,      SYS_stat,
-                               SYS_lstat,     SYS_fstat,     SYS_newfstatat, SYS_statx,
-                               SYS_access,    SYS_faccessat, SYS_faccessat2, SYS_readlink,
-                               SYS_getdents64};
-    return std::find(std::begin(kCalls), std::end(kCalls), number) != std::end(kCalls);
+    std::vector<sock_filter> program = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, 0)}; // the call's number
+    const auto stopAt = [&](int call) {
+        program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(call), 0, 1));
+        program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_TRACE));
+    };
+    std::for_each(std::begin(kChanges), std::end(kChanges), stopAt);
+    if (looksToo)
+        std::for_each(std::begin(kLooks), std::end(kLooks), stopAt);
+    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
 /// What became of a child.
@@ -77,41 +90,28 @@ Outcome Disturb(int call, int error, Work work)
         if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
             ::_exit(kNotAllowed);
         ::raise(SIGSTOP);
-        ::_exit(work() ? 0 : 1);
+        ::_exit(!StopAtCalls(error != 0) ? kNotAllowed : work() ? 0 : 1);
     }
-    const auto place = [](std::size_t field) { return reinterpret_cast<void*>(field); };
-    void* const number = place(offsetof(user_regs_struct, orig_rax));
-    void* const value = place(offsetof(user_regs_struct, rax));
     Outcome outcome;
-    int state = 0, signal = 0;
-    bool inside = false, failing = false;
-    for (::waitpid(child, &state, 0); WIFSTOPPED(state); ::waitpid(child, &state, 0))
+    int state = 0;
+    ::waitpid(child, &state, 0);
+    ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESECCOMP | PTRACE_O_EXITKILL);
+    ::ptrace(PTRACE_CONT, child, nullptr, 0);
+    while (::waitpid(child, &state, 0) == child && WIFSTOPPED(state))
     {
-        constexpr int kCall = SIGTRAP | 0x80;
-        signal = WSTOPSIG(state) == kCall || WSTOPSIG(state) == SIGSTOP ? 0 : WSTOPSIG(state);
-        ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
-        if (WSTOPSIG(state) == kCall)
+        const bool atCall = state >> 8 == (SIGTRAP | PTRACE_EVENT_SECCOMP << 8);
+        if (atCall && --call == 0)
         {
-            inside = !inside;
-            if (failing)
-            {
-                ::ptrace(PTRACE_POKEUSER, child, value, -long{error});
-                ::ptrace(PTRACE_DETACH, child, nullptr, 0); // the rest goes undisturbed
-                ::waitpid(child, &state, 0);
-                break;
-            }
-            const long asked = ::ptrace(PTRACE_PEEKUSER, child, number, nullptr);
-            const bool counts = ChangesFiles(asked) || (error != 0 && LooksAtFiles(asked));
-            if (inside && counts && --call == 0)
-            {
-                outcome.reached = failing = true;
-                if (error == 0)
-                    ::kill(child, SIGKILL);
-                else
-                    ::ptrace(PTRACE_POKEUSER, child, number, -1L);
-            }
+            outcome.reached = true;
+            const auto set = [&](std::size_t field, long value) {
+                ::ptrace(PTRACE_POKEUSER, child, reinterpret_cast<void*>(field), value);
+            };
+            set(offsetof(user_regs_struct, orig_rax), -1); // no call is made
+            set(offsetof(user_regs_struct, rax), -long{error});
+            if (error == 0)
+                ::kill(child, SIGKILL);
         }
-        ::ptrace(PTRACE_SYSCALL, child, nullptr, signal);
+        ::ptrace(PTRACE_CONT, child, nullptr, atCall ? 0 : WSTOPSIG(state));
     }
     outcome.result = WIFEXITED(state) ? WEXITSTATUS(state) : -WTERMSIG(state);
     outcome.allowed = outcome.result != kNotAllowed;
