@@ -1,5 +1,5 @@
 /// @file
-/// One sleeping thread and those who wake it; the barrier that makes cheap waking right.
+/// Sleeping threads and those who wake them; the barrier that makes cheap waking right.
 #pragma once
 
 #include <atomic>
@@ -31,6 +31,15 @@ private:
     std::atomic<std::uint32_t> awake_{0};
     void* event_ = nullptr; // Windows: instead of the word, if there is a handle for it
 };
+
+/// Sleeps while @p word is @p value, and may return early: look again.
+///
+/// Whoever changes the word wakes those who sleep on it. (The standard's own wait on an atomic
+/// loses a wake-up now and then in GCC 12 for Windows: it looks before it takes its lock.)
+void SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value);
+/// Wakes one of those who sleep on @p word, or more.
+void WakeOne(std::atomic<std::uint32_t>& word);
+void WakeAll(std::atomic<std::uint32_t>& word);
 
 /// Makes every other running thread of the process pass a full memory barrier before it returns.
 ///

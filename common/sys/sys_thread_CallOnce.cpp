@@ -1,24 +1,26 @@
 #include "sys/sys_thread_CallOnce.h"
 
+#include "platform/platform_park.h"
+
 namespace sys::thread
 {
 namespace
 {
-constexpr int kNotDone = 0, kRunning = 1, kDone = 2;
+constexpr std::uint32_t kNotDone = 0, kRunning = 1, kDone = 2;
 } // namespace
 
 void CallOnce(OnceFlag& flag, const std::function<void()>& function)
 {
-    const auto finish = [&](int state) {
+    const auto finish = [&](std::uint32_t state) {
         flag.state_.store(state, std::memory_order_release);
-        flag.state_.notify_all();
+        platform::WakeAll(flag.state_);
     };
-    for (int state = kNotDone; !flag.state_.compare_exchange_weak(state, kRunning);
+    for (std::uint32_t state = kNotDone; !flag.state_.compare_exchange_weak(state, kRunning);
          state = kNotDone)
     {
         if (state == kDone)
             return;
-        flag.state_.wait(kRunning, std::memory_order_acquire);
+        platform::SleepOn(flag.state_, kRunning);
     }
     try
     {

@@ -5,6 +5,7 @@
 #include "foundation/kvi_export.h"
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 
 namespace sys::thread
@@ -22,7 +23,7 @@ public:
 private:
     friend KVI_API void CallOnce(OnceFlag& flag, const std::function<void()>& function);
 
-    std::atomic<int> state_{0};
+    std::atomic<std::uint32_t> state_{0};
 };
 
 /// Calls @p function unless a call with this flag has returned. Whoever comes meanwhile waits for

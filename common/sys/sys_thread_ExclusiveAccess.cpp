@@ -12,7 +12,7 @@ namespace task
 {
 namespace
 {
-constexpr int kFree = 0, kHeld = 1, kWaitedFor = 2;
+constexpr std::uint32_t kFree = 0, kHeld = 1, kWaitedFor = 2;
 constexpr int kSpins = 100; // a lock held for a few instructions is worth no sleep
 } // namespace
 
@@ -26,18 +26,18 @@ void ExclusiveAccess::Lock()
     }
     // From here on the lock is marked as waited for, so its owner wakes somebody.
     while (state_.exchange(kWaitedFor, std::memory_order_acquire) != kFree)
-        state_.wait(kWaitedFor, std::memory_order_relaxed);
+        platform::SleepOn(state_, kWaitedFor);
 }
 
 void ExclusiveAccess::Unlock()
 {
     if (state_.exchange(kFree, std::memory_order_release) == kWaitedFor)
-        state_.notify_one();
+        platform::WakeOne(state_);
 }
 
 bool ExclusiveAccess::TryLock()
 {
-    int free = kFree;
+    std::uint32_t free = kFree;
     return state_.compare_exchange_strong(free, kHeld, std::memory_order_acquire,
                                           std::memory_order_relaxed);
 }

@@ -6,6 +6,7 @@
 #include "foundation/kvi_export.h"
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -38,7 +39,7 @@ public:
     bool TryLock();
 
 private:
-    std::atomic<int> state_{0}; // free, held, held and waited for
+    std::atomic<std::uint32_t> state_{0}; // free, held, held and waited for
 };
 
 } // namespace task

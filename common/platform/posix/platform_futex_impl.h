@@ -24,7 +24,7 @@ struct Deadline
 
 /// Sleeps while @p word is @p value, no longer than the deadline. May return early for no reason.
 void FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t value, const Deadline& deadline);
-/// Wakes one thread that sleeps on @p word.
-void FutexWake(std::atomic<std::uint32_t>& word);
+/// Wakes up to @p threads that sleep on @p word.
+void FutexWake(std::atomic<std::uint32_t>& word, int threads = 1);
 
 } // namespace platform::impl

@@ -2,6 +2,7 @@
 
 #include "platform/posix/platform_futex_impl.h"
 
+#include <climits>
 #include <linux/futex.h>
 #include <linux/membarrier.h>
 #include <sched.h>
@@ -69,9 +70,9 @@ void FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t value, const Dead
               deadline.limited ? &deadline.at : nullptr, nullptr, FUTEX_BITSET_MATCH_ANY);
 }
 
-void FutexWake(std::atomic<std::uint32_t>& word)
+void FutexWake(std::atomic<std::uint32_t>& word, int threads)
 {
-    ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+    ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, threads, nullptr, nullptr, 0);
 }
 
 } // namespace impl
@@ -97,6 +98,15 @@ void Parking::Wake()
     if (awake_.exchange(1, std::memory_order_release) == 0)
         impl::FutexWake(awake_);
 }
+
+void SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value)
+{
+    impl::FutexWait(word, value, impl::Deadline(kForever));
+}
+
+void WakeOne(std::atomic<std::uint32_t>& word) { impl::FutexWake(word); }
+
+void WakeAll(std::atomic<std::uint32_t>& word) { impl::FutexWake(word, INT_MAX); }
 
 bool HasProcessBarrier()
 {

@@ -4,6 +4,24 @@
 
 namespace platform
 {
+namespace
+{
+
+/// Where threads sleep on a word: a few places for all words.
+struct Lot
+{
+    SRWLOCK lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE changed = CONDITION_VARIABLE_INIT;
+};
+
+Lot& LotOf(const void* word)
+{
+    constexpr std::size_t kLots = 64;
+    static Lot lots[kLots];
+    return lots[reinterpret_cast<std::uintptr_t>(word) / 16 % kLots];
+}
+
+} // namespace
 
 Parking::Parking() : event_(::CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 
@@ -35,6 +53,26 @@ void Parking::Wake()
     else
         awake_.store(1, std::memory_order_release);
 }
+
+void SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value)
+{
+    Lot& lot = LotOf(&word);
+    ::AcquireSRWLockExclusive(&lot.lock);
+    if (word.load() == value)
+        ::SleepConditionVariableSRW(&lot.changed, &lot.lock, INFINITE, 0);
+    ::ReleaseSRWLockExclusive(&lot.lock);
+}
+
+void WakeAll(std::atomic<std::uint32_t>& word)
+{
+    Lot& lot = LotOf(&word);
+    // Who has seen the old value is asleep when the lock is free.
+    ::AcquireSRWLockExclusive(&lot.lock);
+    ::ReleaseSRWLockExclusive(&lot.lock);
+    ::WakeAllConditionVariable(&lot.changed);
+}
+
+void WakeOne(std::atomic<std::uint32_t>& word) { WakeAll(word); } // others may sleep there too
 
 bool HasProcessBarrier()
 {
