@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <limits>
 #include <utility>
 
 namespace sys::thread
@@ -13,8 +14,41 @@ namespace sys::thread
 namespace
 {
 
-/// How many waits, of all queues, are still to go without yields.
-std::atomic<unsigned> crowdedWaits{0};
+/// Whether the processors are taken by others, as the yields of all queues find it.
+///
+/// On a crowded machine a yield costs milliseconds, while a sleeper gets the processor soon after
+/// it is woken. After some long yields in a row nobody yields for a while.
+class Crowd
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    bool IsThere(Clock::time_point now) const
+    {
+        return now.time_since_epoch().count() < until_.load(std::memory_order_relaxed);
+    }
+    void Yielded(Clock::time_point before, Clock::time_point now)
+    {
+        if (now - before < kLong)
+        {
+            if (inARow_.load(std::memory_order_relaxed) != 0)
+                inARow_.store(0, std::memory_order_relaxed);
+        }
+        else if (inARow_.fetch_add(1, std::memory_order_relaxed) + 1 >= kEvidence)
+        {
+            until_.store((now + kWhile).time_since_epoch().count(), std::memory_order_relaxed);
+            inARow_.store(0, std::memory_order_relaxed);
+        }
+    }
+
+private:
+    static constexpr std::chrono::milliseconds kLong{1}, kWhile{500};
+    static constexpr int kEvidence = 3;
+    std::atomic<int> inARow_{0};
+    std::atomic<Clock::rep> until_{std::numeric_limits<Clock::rep>::min()};
+};
+
+Crowd crowd;
 
 /// This machine, for the rings.
 struct Machine
@@ -45,9 +79,6 @@ struct Machine
     /// Spins for some microseconds, then lets others run for some hundred, then has none left. It
     /// looks no more often than a few times in a microsecond: each look takes a cache line away
     /// from the other side, which meanwhile adds more items.
-    ///
-    /// On a crowded machine letting others run takes a thread milliseconds, while a sleeper gets
-    /// the processor soon after it is woken: who finds it so makes the next waits go to sleep.
     class Patience
     {
     public:
@@ -61,34 +92,23 @@ struct Machine
                 return true;
             }
             if (round_ == kSpins + 1)
-                start_ = last_ = Clock::now();
-            if (last_ - start_ >= kYielding || IsCrowded())
+                start_ = last_ = Crowd::Clock::now();
+            if (last_ - start_ >= kYielding || crowd.IsThere(last_))
             {
                 round_ = 0; // after a sleep from the start
                 return false;
             }
             platform::GiveWay();
-            const Clock::time_point before = std::exchange(last_, Clock::now());
-            if (last_ - before >= kCrowded)
-                crowdedWaits.store(kLesson, std::memory_order_relaxed);
+            const auto before = std::exchange(last_, Crowd::Clock::now());
+            crowd.Yielded(before, last_);
             return true;
         }
 
     private:
-        static bool IsCrowded()
-        {
-            const unsigned left = crowdedWaits.load(std::memory_order_relaxed);
-            if (left != 0) // several may count the same one
-                crowdedWaits.store(left - 1, std::memory_order_relaxed);
-            return left != 0;
-        }
-
-        using Clock = std::chrono::steady_clock;
         static constexpr int kPauses = 16, kSpins = 6;
-        static constexpr std::chrono::microseconds kYielding{200}, kCrowded{1000};
-        static constexpr unsigned kLesson = 256;
+        static constexpr std::chrono::microseconds kYielding{200};
         int round_ = 0;
-        Clock::time_point start_, last_;
+        Crowd::Clock::time_point start_, last_;
     };
 
     void LightBarrier() const
