@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
 #include <string>
+#include <string_view>
 
 namespace child
 {
@@ -26,6 +28,12 @@ inline bool Run(const std::string& suite, const std::string& role, int number = 
                      "--gtest_random_seed=%d --gtest_brief=1",
                      App::Instance().ProgramPath(), suite, role, number);
     return std::system((IsWindows() ? '"' + command + '"' : command).c_str()) == 0;
+}
+
+/// @p name for the processes of this build alone: others may be tested on the machine meanwhile.
+inline std::wstring Name(const std::wstring& name)
+{
+    return name + L' ' + std::to_wstring(std::hash<std::string_view>()(KVI_TEST_TEMP));
 }
 
 /// What the parent gave this process.

@@ -28,8 +28,9 @@ using impl::SystemExclusiveAccess;
 namespace
 {
 
-const std::wstring kMutex = L"kvi fault mutex", kSemaphore = L"kvi fault semaphore",
-                   kResource = L"kvi fault resource";
+const std::wstring kMutex = child::Name(L"kvi fault mutex"),
+                   kSemaphore = child::Name(L"kvi fault semaphore"),
+                   kResource = child::Name(L"kvi fault resource");
 
 /// Ends this process, as a kill would, in @p microseconds.
 std::jthread EndIn(int microseconds)
@@ -210,10 +211,11 @@ long Pages()
 /// One of everything.
 void Live(SharedResource& resource)
 {
-    Semaphore semaphore(1), named(kSemaphore, 1);
+    static const std::wstring name = L"kvi fault life " + std::to_wstring(::getpid());
+    Semaphore semaphore(1), named(name + L" s", 1);
     Signal signal(Signal::manualReset);
     SystemExclusiveAccess lock;
-    ASSERT_TRUE(semaphore.Acquire(0) && named.Acquire(0) && lock.Create(kMutex).ok());
+    ASSERT_TRUE(semaphore.Acquire(0) && named.Acquire(0) && lock.Create(name).ok());
     lock.Lock();
     QueueBounded queue(2, 8, 1);
     const Worker::Handle worker = Worker::RunInstance(
@@ -228,8 +230,8 @@ void Live(SharedResource& resource)
     std::int64_t item = 0;
     queue.Pop(&item, sizeof item);
     ASSERT_TRUE(Worker::Join(worker, kInfinite) && item == 7);
-    ASSERT_TRUE(SharedResource::Open(kResource, &resource, 0).ok());
-    ASSERT_TRUE(SharedResource::Close(kResource).ok());
+    ASSERT_TRUE(SharedResource::Open(name + L" r", &resource, 0).ok());
+    ASSERT_TRUE(SharedResource::Close(name + L" r").ok());
     lock.Unlock();
 }
 

@@ -31,7 +31,7 @@ struct Noted : SharedResource
     char failing = 0;
 };
 
-const std::wstring kName = L"kvi test resource";
+const std::wstring kName = child::Name(L"kvi test resource");
 
 TEST(SharedResource, OpensLocksAndCloses)
 {

@@ -55,7 +55,7 @@ TEST(ProcessExclusiveAccess, ReentersAndCounts)
 
 struct CreatedMutex : SystemExclusiveAccess
 {
-    CreatedMutex() { EXPECT_TRUE(Create(L"kvi test counting").ok()); }
+    CreatedMutex() { EXPECT_TRUE(Create(child::Name(L"kvi test counting")).ok()); }
 };
 
 template <class Lock>
@@ -83,8 +83,8 @@ TEST(ExclusiveAccessOf, KeepsThreadsApart)
 TEST(SystemExclusiveAccess, ReentersAlsoThroughASecondObject)
 {
     SystemExclusiveAccess first, second;
-    ASSERT_TRUE(first.Create(L"kvi test reenter").ok());
-    ASSERT_TRUE(second.Open(L"kvi test reenter").ok());
+    ASSERT_TRUE(first.Create(child::Name(L"kvi test reenter")).ok());
+    ASSERT_TRUE(second.Open(child::Name(L"kvi test reenter")).ok());
     first.Lock();
     EXPECT_TRUE(second.TryLock());
     EXPECT_EQ(first.Depth() + second.Depth(), 2);
@@ -109,7 +109,7 @@ TEST(SystemExclusiveAccess, ReportsCreateAndOpenUnderOneName)
 {
     SystemExclusiveAccess lock;
     EXPECT_FALSE(lock.IsReady());
-    const gtl::status missing = lock.Open(L"kvi test nobody has this one");
+    const gtl::status missing = lock.Open(child::Name(L"kvi test nobody has this one"));
     ASSERT_FALSE(missing.ok());
     EXPECT_EQ(missing.details()->argument(1), L"CreateMutex");
     EXPECT_FALSE(missing.details()->argument(2).empty());
@@ -122,8 +122,8 @@ TEST(SystemExclusiveAccess, ReportsCreateAndOpenUnderOneName)
 TEST(SystemExclusiveAccess, UnlockByAnotherThreadChangesNothing)
 {
     SystemExclusiveAccess lock, other;
-    ASSERT_TRUE(lock.Create(L"kvi test foreign").ok());
-    ASSERT_TRUE(other.Create(L"kvi test foreign").ok());
+    ASSERT_TRUE(lock.Create(child::Name(L"kvi test foreign")).ok());
+    ASSERT_TRUE(other.Create(child::Name(L"kvi test foreign")).ok());
     lock.Lock();
     std::jthread([&] { other.Unlock(); }).join();
     EXPECT_FALSE(FreeElsewhere(lock));
@@ -134,7 +134,7 @@ TEST(SystemExclusiveAccess, UnlockByAnotherThreadChangesNothing)
 TEST(SystemExclusiveAccess, PassesOnWhenItsThreadEnds)
 {
     SystemExclusiveAccess lock;
-    ASSERT_TRUE(lock.Create(L"kvi test thread").ok());
+    ASSERT_TRUE(lock.Create(child::Name(L"kvi test thread")).ok());
     std::jthread([&] { lock.Lock(); }).join();
     SystemExclusiveAccess next(lock);
     std::jthread([&] {
@@ -151,13 +151,13 @@ TEST(SystemExclusiveAccess, TakesAnyName)
     for (const std::wstring& name : names)
     {
         SystemExclusiveAccess lock;
-        const std::wstring full = L"kvi test " + name;
+        const std::wstring full = child::Name(L"kvi test " + name);
         ASSERT_TRUE(lock.Create(full).ok());
         lock.Lock();
         for (const std::wstring& other : names)
         {
             SystemExclusiveAccess second;
-            ASSERT_TRUE(second.Create(L"kvi test " + other).ok());
+            ASSERT_TRUE(second.Create(child::Name(L"kvi test " + other)).ok());
             EXPECT_EQ(FreeElsewhere(second), other != name) << second.Depth();
         }
         lock.Unlock();
@@ -167,23 +167,23 @@ TEST(SystemExclusiveAccess, TakesAnyName)
 TEST(LockChild, DISABLED_FindsItTaken)
 {
     SystemExclusiveAccess lock;
-    ASSERT_TRUE(lock.Open(L"kvi test processes").ok());
+    ASSERT_TRUE(lock.Open(child::Name(L"kvi test processes")).ok());
     EXPECT_FALSE(lock.TryLock());
-    EXPECT_FALSE(Semaphore(L"kvi test processes too", 9).Acquire(0));
+    EXPECT_FALSE(Semaphore(child::Name(L"kvi test processes too"), 9).Acquire(0));
 }
 
 TEST(LockChild, DISABLED_FindsItMissing)
 {
     SystemExclusiveAccess lock;
-    EXPECT_FALSE(lock.Open(L"kvi test processes").ok());
+    EXPECT_FALSE(lock.Open(child::Name(L"kvi test processes")).ok());
 }
 
 TEST(SystemExclusiveAccess, KeepsProcessesApart)
 {
     {
         SystemExclusiveAccess lock;
-        ASSERT_TRUE(lock.Create(L"kvi test processes").ok());
-        Semaphore semaphore(L"kvi test processes too", 1);
+        ASSERT_TRUE(lock.Create(child::Name(L"kvi test processes")).ok());
+        Semaphore semaphore(child::Name(L"kvi test processes too"), 1);
         lock.Lock();
         ASSERT_TRUE(semaphore.Acquire(0));
         EXPECT_TRUE(child::Run("LockChild", "FindsItTaken"));

@@ -22,8 +22,9 @@ namespace
 class Sleeper : public Worker
 {
 public:
-    Sleeper(std::vector<unsigned long> lengths, std::vector<int>& reasons, Signal* start = nullptr)
-        : lengths_(std::move(lengths)), reasons_(reasons), start_(start)
+    Sleeper(std::vector<unsigned long> lengths, std::vector<int>& reasons,
+            std::atomic<std::size_t>& done, Signal& start)
+        : lengths_(std::move(lengths)), reasons_(reasons), done_(done), start_(start)
     {
     }
     using Worker::AddWaitHandle;
@@ -31,22 +32,27 @@ public:
 private:
     void Run() override
     {
-        if (start_ != nullptr)
-            start_->Wait();
+        start_.Wait();
         for (const unsigned long ms : lengths_)
+        {
             reasons_.push_back(Sleep(ms));
+            ++done_;
+        }
     }
 
     std::vector<unsigned long> lengths_;
     std::vector<int>& reasons_;
-    Signal* start_;
+    std::atomic<std::size_t>& done_;
+    Signal& start_;
 };
 
 TEST(Worker, SleepsForExitBeforeWakeBeforeOthers)
 {
     Signal start(Signal::manualReset), extra(Signal::autoReset), never(Signal::autoReset);
     std::vector<int> reasons;
-    auto* const sleeper = new Sleeper({kInfinite, kInfinite, 5, kInfinite, 0, 0}, reasons, &start);
+    std::atomic<std::size_t> done{0};
+    auto* const sleeper =
+        new Sleeper({kInfinite, kInfinite, 5, kInfinite, 0, 0}, reasons, done, start);
     sleeper->AddWaitHandle(never.SharedHandle());
     sleeper->AddWaitHandle(extra.SharedHandle());
     EXPECT_FALSE(sleeper->InstanceHandle().IsValid());
@@ -55,7 +61,8 @@ TEST(Worker, SleepsForExitBeforeWakeBeforeOthers)
     Worker::NotifyWake(handle);
     extra.Set();
     start.Set();
-    std::this_thread::sleep_for(60ms); // it is in the fourth by then
+    while (done < 3)
+        std::this_thread::sleep_for(1ms);
     Worker::NotifyExit(handle);
     Worker::NotifyWake(handle);
     EXPECT_TRUE(Worker::Join(handle, kInfinite));

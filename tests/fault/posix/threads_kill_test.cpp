@@ -1,5 +1,6 @@
 // Processes that are killed at any instant while they share a mutex and a semaphore.
 
+#include "RunChild.h"
 #include "sys/sys_thread_ExclusiveAccess.h"
 #include "sys/sys_thread_Semaphore.h"
 
@@ -27,7 +28,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-const std::wstring kName = L"kvi fault killed";
+const std::wstring kName = child::Name(L"kvi fault killed");
 constexpr unsigned kCounts = 1 << 14;
 
 /// What the processes tell each other, in memory that all of them see.
