@@ -15,7 +15,7 @@
 struct ISysEqnImpl::State
 {
     math::impl::Pattern pattern;
-    std::vector<double> values; ///< one per stored position
+    math::impl::RawVector<double> values; ///< one per stored position
     std::vector<double> x;
     std::vector<double> b;
     std::vector<double> prescribed; ///< values of the fixed unknowns, otherwise 0
@@ -33,7 +33,8 @@ struct ISysEqnImpl::State
     int iterations = 0;
     double tolerance = 0;
 
-    std::vector<double> reducedValues; ///< with the fixed unknowns taken out, while there are any
+    math::impl::RawVector<double>
+        reducedValues; ///< with the fixed unknowns taken out, while there are any
     std::vector<double> reducedB;
 
     math::impl::MatrixView Matrix() const;

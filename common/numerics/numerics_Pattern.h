@@ -3,6 +3,7 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
+#include "numerics/numerics_RawVector.h"
 #include "numerics/tagRecords.h"
 
 #include <cstddef>
@@ -17,13 +18,13 @@ struct Pattern
 {
     int n = 0;                 ///< equations
     std::vector<int> rowStart; ///< n + 1 positions
-    std::vector<int> columns;  ///< ascending within a row
+    RawVector<int> columns;    ///< ascending within a row
     tagMultiVectorInt elements;
 
     /// For element e and its entry (i, j), row-major from offsetStart[e] on: how far behind the
     /// start of its row the entry is stored; 1, 2 or 4 bytes each, as the longest row needs.
     std::vector<std::size_t> offsetStart;
-    std::vector<std::uint8_t> offsets;
+    RawVector<std::uint8_t> offsets;
     int offsetBytes = 1;
 
     std::vector<int> firstElement; ///< of each equation: the first element that touches it, or 0

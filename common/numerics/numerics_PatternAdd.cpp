@@ -4,6 +4,9 @@
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <emmintrin.h>
+#include <type_traits>
 
 namespace math::impl
 {
@@ -21,45 +24,100 @@ struct Landing
     double* values;
 };
 
-/// Fetches the start of a row of so many entries from an element.
-inline void FetchRow(const double* row, int size)
+/// Fetches what follows a row of a small element's matrix a few elements on: callers mostly keep
+/// their matrices in a sequence, with gaps that the processor's own prefetching stumbles over.
+template <int kSize>
+inline void FetchAhead(const double* m)
+{
+    constexpr int kAhead = 160; // doubles
+    if constexpr (kSize > 0 && kSize <= 8)
+        __builtin_prefetch(m + kAhead);
+}
+
+/// Fetches a row of the matrix: [row, end).
+inline void FetchRow(const double* row, const double* end)
 {
     constexpr int kLine = 8; // doubles
-    __builtin_prefetch(row, 1);
-    __builtin_prefetch(row + kLine, 1);
-    if (size > 8)
-    {
-        __builtin_prefetch(row + 2 * kLine, 1);
-        __builtin_prefetch(row + 3 * kLine, 1);
-    }
+    for (; row < end; row += kLine)
+        __builtin_prefetch(row, 1);
+}
+
+/// Do the equations come in pairs that follow each other, as two unknowns of a node do? Then the
+/// entries of each pair are neighbours in every row.
+template <int kSize>
+inline bool IsPaired(const int* list, int size)
+{
+    bool isPaired = size % 2 == 0;
+    for (int k = 1; k < (kSize > 0 ? kSize : size); k += 2)
+        isPaired = isPaired & (list[k] - 1 == list[k - 1]);
+    return isPaired;
+}
+
+/// row[offset[j]] += m[j] for each of so many entries
+template <bool kPaired, class Offset>
+inline void AddRow(double* row, const Offset* offset, const double* m, std::ptrdiff_t size)
+{
+    // Left to itself, the compiler adds the row's start to each offset anew.
+    asm("" : "+r"(row));
+    if constexpr (kPaired)
+        for (std::ptrdiff_t j = 0; j < size; j += 2)
+            _mm_storeu_pd(row + offset[j],
+                          _mm_add_pd(_mm_loadu_pd(row + offset[j]), _mm_loadu_pd(m + j)));
+    else
+        for (std::ptrdiff_t j = 0; j < size; ++j)
+            row[offset[j]] += m[j];
 }
 
 /// Adds the rows i of an element with takes(equation) true. kSize is the element's size where that
-/// is common, so that the loop along a row has no end to test; otherwise 0. Where @p soon is given,
-/// row by row the rows of that list are fetched meanwhile.
-template <int kSize, class Offset, class Takes>
+/// is common, so that no loop has an end to test; otherwise 0. With kFetch the rows of the list
+/// @p soon are fetched meanwhile.
+template <int kSize, bool kPaired, bool kFetch, class Offset, class Takes>
 inline void AddRows(const Landing<Offset>& to, const double* m, const int* soon, Takes takes)
 {
-    const int size = kSize > 0 ? kSize : to.size;
-    const Offset* offset = to.offset;
-    for (int i = 0; i < size; ++i, offset += size, m += size)
+    const std::ptrdiff_t size = kSize > 0 ? kSize : to.size;
+    const auto addRow = [&](std::ptrdiff_t i) {
+        FetchAhead<kSize>(m + i * size);
+        if constexpr (kFetch)
+            FetchRow(to.values + to.rowStart[soon[i]], to.values + to.rowStart[soon[i] + 1]);
+        if (takes(to.list[i]))
+            AddRow<kPaired>(to.values + to.rowStart[to.list[i]], to.offset + i * size, m + i * size,
+                            size);
+    };
+    if constexpr (kSize == 3 || kSize == 4)
     {
-        if (soon)
-            FetchRow(to.values + to.rowStart[soon[i]], size);
-        if (!takes(to.list[i]))
-            continue;
-        double* const row = to.values + to.rowStart[to.list[i]];
-        for (int j = 0; j < size; ++j)
-            row[offset[j]] += m[j];
+        addRow(0);
+        addRow(1);
+        addRow(2);
+        if constexpr (kSize == 4)
+            addRow(3);
     }
+    else
+        for (std::ptrdiff_t i = 0; i < size; ++i)
+            addRow(i);
+}
+
+template <int kSize, class Offset, class Takes>
+inline void AddSized(const Landing<Offset>& to, const double* m, const int* soon, Takes takes)
+{
+    const auto add = [&](auto isPaired) {
+        if (soon)
+            AddRows<kSize, isPaired, true>(to, m, soon, takes);
+        else
+            AddRows<kSize, isPaired, false>(to, m, soon, takes);
+    };
+    if constexpr (kSize % 2 == 0)
+        if (IsPaired<kSize>(to.list, to.size))
+            return add(std::true_type());
+    add(std::false_type());
 }
 
 /// The list of an element a little further on where rows lie far apart, which halves the time
 /// there; otherwise null.
 inline const int* ListToFetch(const Pattern& p, std::size_t at, std::size_t size)
 {
-    return p.isScattered && at + 4 * size <= p.elements.values.size()
-               ? p.elements.values.data() + at + 3 * size
+    constexpr std::size_t kAhead = 4; // elements
+    return p.isScattered && at + (kAhead + 1) * size <= p.elements.values.size()
+               ? p.elements.values.data() + at + kAhead * size
                : nullptr;
 }
 
@@ -76,17 +134,17 @@ inline void AddOne(const Pattern& p, std::size_t element, const double* m, doubl
     switch (to.size)
     {
     case 3:
-        return AddRows<3>(to, m, soon, takes);
+        return AddSized<3>(to, m, soon, takes);
     case 4:
-        return AddRows<4>(to, m, soon, takes);
+        return AddSized<4>(to, m, soon, takes);
     case 6:
-        return AddRows<6>(to, m, soon, takes);
+        return AddSized<6>(to, m, soon, takes);
     case 8:
-        return AddRows<8>(to, m, soon, takes);
+        return AddSized<8>(to, m, soon, takes);
     case 16:
-        return AddRows<16>(to, m, soon, takes);
+        return AddSized<16>(to, m, soon, takes);
     default:
-        return AddRows<0>(to, m, soon, takes);
+        return AddSized<0>(to, m, soon, takes);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "numerics/numerics_PatternRows.h"
 
+#include "numerics/numerics_RawVector.h"
 #include "numerics/numerics_Threads.h"
 
 #include <tbb/parallel_for.h>
@@ -65,7 +66,7 @@ public:
 
 private:
     std::vector<int> start_;
-    std::vector<Touch> touches_;
+    RawVector<Touch> touches_;
     std::vector<int> order_;
 };
 
@@ -147,7 +148,7 @@ public:
     }
 
     /// The columns of the rows built, one row behind the other.
-    const std::vector<int>& Columns() const { return columns_; }
+    const RawVector<int>& Columns() const { return columns_; }
 
 private:
     /// Where a column was met last: in which row (upper half), as the how manieth of its columns.
@@ -242,8 +243,8 @@ private:
     std::size_t equations_;
     std::size_t widest_ = 0; ///< entries of the longest element list
 
-    std::vector<Mark> marks_; ///< of every equation
-    std::vector<int> columns_;
+    RawVector<Mark> marks_; ///< of every equation
+    RawVector<int> columns_;
 
     // Of the present row:
     std::size_t length_ = 0;
