@@ -1,11 +1,14 @@
 #include "numerics/ISysEqnImpl.h"
 
 #include "numerics/ISysEqnImpl_state.h"
+#include "numerics/numerics_BlockVector.h"
 #include "numerics/numerics_Product.h"
+#include "numerics/numerics_Threads.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <limits>
+#include <new>
 
 using math::SolveOutcome;
 using math::SolveRecord;
@@ -25,21 +28,20 @@ long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations)
 long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations, int count)
 {
     State& s = *state_;
-    s.refusal = s.last =
+    s.refusal =
         BuildPattern(equations ? *equations : tagMultiVectorInt(), count, s.pattern, s.threads);
+    try
+    {
+        s.Clear();
+    }
+    catch (const std::bad_alloc&)
+    {
+        s.refusal = math::impl::EmptyPattern(s.pattern, SolveOutcome::TooLarge,
+                                             L"memory cannot hold the system");
+        s.Clear();
+    }
+    s.last = s.refusal;
     s.Tell(s.refusal);
-    s.fault = {};
-    const std::size_t n = std::size_t(s.pattern.n);
-    s.values.assign(s.pattern.columns.size(), 0);
-    s.x.assign(n, 0);
-    s.b.assign(n, 0);
-    s.prescribed.assign(n, 0);
-    s.fixed.assign(n, 0);
-    s.fixedCount = 0;
-    s.iterations = 0;
-    s.tolerance = 0;
-    s.profile.Forget();
-    s.krylov.Clear();
     return 0;
 }
 
@@ -204,10 +206,13 @@ long ISysEqnImpl::GetResidualVecNorm(int kind, double* norm) const
         for (std::size_t i = 0; i < r.size(); ++i)
             if (s.fixed[i] != 0)
                 r[i] = s.prescribed[i] - s.x[i];
-    using math::impl::MaxNorm, math::impl::SumNorm, math::impl::TwoNorm;
-    *norm = kind == 0   ? MaxNorm(r.data(), r.size())
-            : kind == 1 ? SumNorm(r.data(), r.size())
-                        : TwoNorm(r.data(), r.size());
+    using math::impl::MaxNorm, math::impl::SumNorm, math::impl::Norm2;
+    if (kind == 0)
+        *norm = MaxNorm(r.data(), r.size());
+    else if (kind == 1)
+        *norm = SumNorm(r.data(), r.size());
+    else
+        math::impl::OnThreads(s.threads, [&] { *norm = Norm2(s.Size(), r.data()); });
     return 0;
 }
 
@@ -216,6 +221,22 @@ const math::SolveRecord& ISysEqnImpl::LastSolve() const { return state_->last; }
 math::impl::MatrixView ISysEqnImpl::State::Matrix() const
 {
     return {Size(), pattern.rowStart.data(), pattern.columns.data(), values.data()};
+}
+
+void ISysEqnImpl::State::Clear()
+{
+    const std::size_t n = std::size_t(pattern.n);
+    values.assign(pattern.columns.size(), 0);
+    x.assign(n, 0);
+    b.assign(n, 0);
+    prescribed.assign(n, 0);
+    fixed.assign(n, 0);
+    fixedCount = 0;
+    fault = {};
+    iterations = 0;
+    tolerance = 0;
+    profile.Forget();
+    krylov.Clear();
 }
 
 void ISysEqnImpl::State::Drop(int row, int column, const wchar_t* reason)

@@ -1,12 +1,14 @@
 #include "foundation/kvidbg.h"
 #include "numerics/ISysEqnImpl_state.h"
 #include "numerics/math_SparseSolver.h"
+#include "numerics/numerics_BlockVector.h"
 #include "numerics/numerics_Product.h"
 #include "numerics/numerics_Threads.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <new>
 #include <string>
 
 using math::SolveMethod;
@@ -99,8 +101,8 @@ void ISysEqnImpl::State::Finish(const MatrixView& reduced, const double* rhs, So
 {
     std::vector<double> r(x.size());
     Residual(reduced, rhs, x.data(), r.data(), threads);
-    const double size = math::impl::TwoNorm(rhs, x.size());
-    record.residual = math::impl::TwoNorm(r.data(), r.size()) / (size > 0 ? size : 1);
+    const double size = math::impl::Norm2(Size(), rhs);
+    record.residual = math::impl::Norm2(Size(), r.data()) / (size > 0 ? size : 1);
     if (fixedCount > 0)
         for (std::size_t i = 0; i < x.size(); ++i)
             if (fixed[i] != 0)
@@ -130,9 +132,21 @@ void ISysEqnImpl::State::Solve(Solver solver)
         Tell(last);
         return;
     }
-    const double* rhs = nullptr;
-    const MatrixView A = Reduce(rhs);
-    Finish(A, rhs, solver(A, rhs, x.data()));
+    try
+    {
+        math::impl::OnThreads(threads, [&] {
+            const double* rhs = nullptr;
+            const MatrixView A = Reduce(rhs);
+            Finish(A, rhs, solver(A, rhs, x.data()));
+        });
+    }
+    catch (const std::bad_alloc&)
+    {
+        last = {};
+        last.outcome = SolveOutcome::TooLarge;
+        last.reason = L"memory cannot hold what solving takes";
+        Tell(last);
+    }
 }
 
 long ISysEqnImpl::SolveForUnknownVector_Direct_Sym()
@@ -157,10 +171,7 @@ long ISysEqnImpl::SolveForUnknownVector_Iterative_Sym(double tol, int maxIter)
 {
     State& s = *state_;
     s.Solve([&](const MatrixView& A, const double* b, double* x) {
-        SolveRecord record;
-        math::impl::OnThreads(
-            s.threads, [&] { record = SolveKrylovSymmetric(A, b, x, tol, maxIter, s.krylov); });
-        return record;
+        return SolveKrylovSymmetric(A, b, x, tol, maxIter, s.krylov);
     });
     return 0;
 }
@@ -169,10 +180,7 @@ long ISysEqnImpl::SolveForUnknownVector_Iterative_NonSym(double tol, int maxIter
 {
     State& s = *state_;
     s.Solve([&](const MatrixView& A, const double* b, double* x) {
-        SolveRecord record;
-        math::impl::OnThreads(
-            s.threads, [&] { record = SolveKrylovNonSymmetric(A, b, x, tol, maxIter, s.krylov); });
-        return record;
+        return SolveKrylovNonSymmetric(A, b, x, tol, maxIter, s.krylov);
     });
     return 0;
 }
@@ -200,7 +208,9 @@ long ISysEqnImpl::SolveForUnknownVector_PARDISO()
         math::SetSparseSolverThreads(s.threads);
     s.Solve(
         [&](const MatrixView& A, const double* b, double* x) { return s.pardiso.Solve(A, b, x); });
-    return s.refusal.outcome != SolveOutcome::Solved || s.pardiso.Error() != 0 ? 1 : 0;
+    const bool isRefused =
+        s.refusal.outcome != SolveOutcome::Solved || s.last.outcome == SolveOutcome::TooLarge;
+    return isRefused || s.pardiso.Error() != 0 ? 1 : 0;
 }
 
 long ISysEqnImpl::SolveForUnknownVector_PARDISO_Release()

@@ -37,6 +37,8 @@ struct ISysEqnImpl::State
         reducedValues; ///< with the fixed unknowns taken out, while there are any
     std::vector<double> reducedB;
 
+    /// Sets everything beside the pattern to 0 and to the size of the pattern.
+    void Clear();
     math::impl::MatrixView Matrix() const;
     /// The system as the solvers see it: with d at its diagonal and 0 beside it for each fixed
     /// unknown, whose known part moves to the right-hand side; x becomes the start.

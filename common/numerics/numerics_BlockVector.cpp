@@ -22,12 +22,6 @@ double DotPiece(const double* u, const double* v, int begin, int end)
     return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
-/// The rows from begin on.
-MatrixView Rows(const MatrixView& A, int begin, int end)
-{
-    return {end - begin, A.rowStart + begin, A.columns, A.values};
-}
-
 } // namespace
 
 double Dot(int n, const double* u, const double* v)
@@ -41,9 +35,7 @@ double Norm2(int n, const double* v)
     if (square > 1e-280 && square < 1e300)
         return std::sqrt(square);
     // Out of the safe range: once more with the entries brought near 1.
-    double largest = 0;
-    for (int i = 0; i < n; ++i)
-        largest = std::abs(v[i]) > largest || std::isnan(v[i]) ? std::abs(v[i]) : largest;
+    const double largest = MaxNorm(v, std::size_t(n));
     if (largest == 0 || !std::isfinite(largest))
         return largest;
     const double sum = SumBlocks(n, [=](int begin, int end) {
@@ -60,19 +52,6 @@ void AddScaled(int n, double s, const double* x, double* y)
     ForBlocks(n, [=](int, int begin, int end) {
         for (int i = begin; i < end; ++i)
             y[i] += s * x[i];
-    });
-}
-
-void BlockProduct(const MatrixView& A, const double* x, double* y)
-{
-    ForBlocks(A.n,
-              [=, &A](int, int begin, int end) { Product(Rows(A, begin, end), x, y + begin, 1); });
-}
-
-void BlockResidual(const MatrixView& A, const double* b, const double* x, double* r)
-{
-    ForBlocks(A.n, [=, &A](int, int begin, int end) {
-        Residual(Rows(A, begin, end), b + begin, x, r + begin, 1);
     });
 }
 

@@ -2,8 +2,6 @@
 /// @internal Vector operations over fixed blocks: the same bits for every number of threads.
 #pragma once
 
-#include "numerics/numerics_MatrixView.h"
-
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
@@ -59,16 +57,11 @@ double SumBlocks(int n, F f)
 /// u . v
 double Dot(int n, const double* u, const double* v);
 
-/// 2-norm of v, right also where the squares of its entries leave the range of a double.
+/// 2-norm of v, right also where the squares of its entries leave the range of a double; NaN
+/// anywhere in v gives NaN.
 double Norm2(int n, const double* v);
 
 /// y = y + s x
 void AddScaled(int n, double s, const double* x, double* y);
-
-/// y = A x, blocks of rows in parallel
-void BlockProduct(const MatrixView& A, const double* x, double* y);
-
-/// r = b - A x, blocks of rows in parallel
-void BlockResidual(const MatrixView& A, const double* b, const double* x, double* r);
 
 } // namespace math::impl

@@ -3,6 +3,7 @@
 #include "numerics/numerics_IncompleteFactor.h"
 #include "numerics/numerics_KrylovIteration.h"
 #include "numerics/numerics_Multigrid.h"
+#include "numerics/numerics_Product.h"
 
 #include <cmath>
 #include <limits>
@@ -196,7 +197,7 @@ IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
     IterationEnd end = IterationEnd::OutOfSteps;
     for (;;)
     {
-        BlockResidual(task.A, task.b, task.x, r);
+        Residual(task.A, task.b, task.x, r);
         const double norm = Norm2(n, r);
         record.outcome = SolveOutcome::Solved;
         if (norm <= task.target || (end == IterationEnd::Reached && norm <= 1e-3 * task.size &&
@@ -272,7 +273,7 @@ void ZeroUnknowns(const MatrixView& A, double* x)
 void MeasureResidual(const MatrixView& A, const double* b, const double* x, Vec& r,
                      SolveRecord& record)
 {
-    BlockResidual(A, b, x, r.data());
+    Residual(A, b, x, r.data());
     const double scale = Norm2(A.n, b);
     const double norm = Norm2(A.n, r.data());
     record.residual = scale > 0 ? norm / scale : norm;

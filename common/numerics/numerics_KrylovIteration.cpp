@@ -1,5 +1,7 @@
 #include "numerics/numerics_KrylovIteration.h"
 
+#include "numerics/numerics_Product.h"
+
 #include <cmath>
 #include <limits>
 
@@ -61,7 +63,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
             for (int i = begin; i < end; ++i)
                 p[i] = first ? z[i] : z[i] + beta * p[i];
         });
-        BlockProduct(run.A, p, q);
+        Product(run.A, p, q);
         const double pq = Dot(n, p, q);
         // Of a definite matrix and preconditioner both are of one sign, and neither is zero.
         if (!std::isfinite(rz) || !std::isfinite(pq))
@@ -122,7 +124,7 @@ struct BiCgStab
                 p[i] = r[i] + beta * (p[i] - omega * v[i]);
         });
         run.M.Apply(p, hat);
-        BlockProduct(run.A, hat, v);
+        Product(run.A, hat, v);
         const double down = Dot(n, rHat, v);
         if (down == 0)
             return kBroken;
@@ -138,7 +140,7 @@ struct BiCgStab
             return half;
         }
         run.M.Apply(s, hat);
-        BlockProduct(run.A, hat, t);
+        Product(run.A, hat, t);
         const double tt = Dot(n, t, t);
         omega = tt == 0 ? 0.0 : Dot(n, t, s) / tt;
         AddScaled(n, omega, hat, run.x);

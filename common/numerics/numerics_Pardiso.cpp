@@ -1,6 +1,7 @@
 #include "numerics/numerics_Pardiso.h"
 
 #include "numerics/numerics_BlockVector.h"
+#include "numerics/numerics_Product.h"
 
 #include <algorithm>
 #include <cmath>
@@ -174,7 +175,7 @@ SolveRecord Pardiso::Solve(const MatrixView& A, const double* b, double* x)
     held_ = true;
     heldEquations_ = A.n;
     Vec r(std::size_t(A.n));
-    BlockResidual(A, b, x, r.data());
+    Residual(A, b, x, r.data());
     const double scale = Norm2(A.n, b);
     record.residual = Norm2(A.n, r.data()) / (scale > 0 ? scale : 1);
     if (error_ != 0 || !std::isfinite(record.residual))

@@ -135,30 +135,34 @@ int Pattern::Find(int row, int column) const
     return found == last || *found != column ? -1 : int(found - columns.data());
 }
 
+SolveRecord EmptyPattern(Pattern& pattern, SolveOutcome outcome, std::wstring reason, int equation)
+{
+    pattern = {};
+    pattern.rowStart = {0};
+    pattern.offsetStart = {0};
+    return Refused(outcome, std::move(reason), equation);
+}
+
 SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& pattern,
                          int threads)
 {
+    constexpr const wchar_t* kNoMemory = L"memory cannot hold the matrix";
     pattern = {};
-    SolveRecord record;
     try
     {
-        record = Build(elements, count, threads, pattern);
+        const SolveRecord record = Build(elements, count, threads, pattern);
+        return record.outcome == SolveOutcome::Solved
+                   ? record
+                   : EmptyPattern(pattern, record.outcome, record.reason, record.equation);
     }
     catch (const std::bad_alloc&)
     {
-        record = Refused(SolveOutcome::TooLarge, L"memory cannot hold the matrix");
+        return EmptyPattern(pattern, SolveOutcome::TooLarge, kNoMemory);
     }
     catch (const std::length_error&)
     {
-        record = Refused(SolveOutcome::TooLarge, L"memory cannot hold the matrix");
+        return EmptyPattern(pattern, SolveOutcome::TooLarge, kNoMemory);
     }
-    if (record.outcome != SolveOutcome::Solved)
-    {
-        pattern = {};
-        pattern.rowStart = {0};
-        pattern.offsetStart = {0};
-    }
-    return record;
 }
 
 } // namespace math::impl

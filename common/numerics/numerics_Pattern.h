@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace math::impl
@@ -48,6 +49,10 @@ struct Pattern
 /// empty.
 SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& pattern,
                          int threads = 0);
+
+/// Empties @p pattern. @returns the record that tells why
+SolveRecord EmptyPattern(Pattern& pattern, SolveOutcome outcome, std::wstring reason,
+                         int equation = -1);
 
 /// values (at the pattern's positions) += the element's matrix @p m, row-major
 void AddElement(const Pattern& pattern, std::size_t element, const double* m, double* values);

@@ -18,11 +18,10 @@ void Residual(const MatrixView& A, const double* b, const double* x, double* r, 
 /// r = A x - b
 void Reaction(const MatrixView& A, const double* b, const double* x, double* r, int threads = 0);
 
-/// @name Norms; NaN anywhere in v gives NaN, no overflow before the result's own
+/// @name Norms; NaN anywhere in v gives NaN
 /// @{
 double MaxNorm(const double* v, std::size_t n);
 double SumNorm(const double* v, std::size_t n);
-double TwoNorm(const double* v, std::size_t n);
 /// @}
 
 } // namespace math::impl

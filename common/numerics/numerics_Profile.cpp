@@ -1,5 +1,6 @@
 #include "numerics/numerics_Profile.h"
 
+#include "numerics/numerics_BlockVector.h"
 #include "numerics/numerics_Product.h"
 #include "numerics/numerics_ProfileTiles.h"
 #include "numerics/numerics_Threads.h"
@@ -269,9 +270,9 @@ void ProfileSolver::Refine(const MatrixView& A, bool symmetric, const double* b,
     std::vector<double> r(TileRows() * kTile), better;
     const auto measure = [&](const double* at) {
         Residual(A, b, at, r.data(), threads);
-        return TwoNorm(r.data(), n);
+        return Norm2(A.n, r.data());
     };
-    const double goal = kEnough * TwoNorm(b, n);
+    const double goal = kEnough * Norm2(A.n, b);
     double norm = measure(x);
     for (int step = 0; step < kSteps && norm > goal; ++step)
     {

@@ -101,7 +101,7 @@ void SortRows(SparseRows& A)
     }
 }
 
-void Product(const SparseRows& A, const double* x, double* y) { BlockProduct(A.View(), x, y); }
+void Product(const SparseRows& A, const double* x, double* y) { Product(A.View(), x, y); }
 
 void AddProduct(const SparseRows& A, const double* x, double* y)
 {
