@@ -25,8 +25,11 @@ add_library(kvi_peer_hypre INTERFACE)
 target_include_directories(kvi_peer_hypre SYSTEM INTERFACE /usr/include/hypre)
 target_compile_definitions(kvi_peer_hypre INTERFACE OMPI_SKIP_MPICXX MPICH_SKIP_MPICXX)
 target_link_libraries(kvi_peer_hypre INTERFACE HYPRE MPI::MPI_C)
+add_library(kvi_peer_cholmod INTERFACE)
+target_include_directories(kvi_peer_cholmod SYSTEM INTERFACE /usr/include/suitesparse)
+target_link_libraries(kvi_peer_cholmod INTERFACE cholmod)
 
-kvi_bench(numerics LIBS kvi_eigen kvi_peer_eigen kvi_peer_hypre xsmm openblas)
+kvi_bench(numerics LIBS kvi_eigen kvi_peer_eigen kvi_peer_hypre xsmm openblas kvi_peer_cholmod)
 kvi_bench(fn LIBS kvi_eigen)
 # (GCC 12 suspects the undefined registers in its own AVX-512 headers.)
 # The peers at their best on this machine; KVI itself is the portable build.

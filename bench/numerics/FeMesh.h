@@ -11,9 +11,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <memory>
+#include <cstdlib>
+#include <map>
 #include <numeric>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace fe_mesh
@@ -112,19 +114,25 @@ private:
     }
 };
 
-/// The mesh made for an earlier benchmark, or a new one in its place.
-inline const FeMesh& Mesh(int nodes, int perNode, int equations, bool shuffled)
+/// What a benchmark works on.
+struct Case
 {
-    static std::unique_ptr<FeMesh> mesh;
-    static std::vector<int> made;
-    const std::vector<int> wanted = {nodes, perNode, equations, int(shuffled)};
-    if (made != wanted)
-    {
-        mesh.reset();
-        mesh = std::make_unique<FeMesh>(nodes, perNode, equations, shuffled);
-        made = wanted;
-    }
-    return *mesh;
+    const char* name;
+    int nodes, perNode, equations;
+    bool isShuffled;
+
+    bool operator<(const Case& other) const { return std::string(name) < other.name; }
+};
+
+/// Are cases of a million equations wanted? They take minutes and gigabytes.
+inline bool WantsLarge() { return std::getenv("KVI_BENCH_LARGE") != nullptr; }
+
+/// The case's mesh, made when first asked for.
+inline const FeMesh& MeshOf(const Case& given)
+{
+    static std::map<Case, FeMesh> kept;
+    return kept.try_emplace(given, given.nodes, given.perNode, given.equations, given.isShuffled)
+        .first->second;
 }
 
 /// Calls f(size, first index of its list, its matrix) for each element.
@@ -172,5 +180,15 @@ struct System
         return {int(A.rows()), A.outerIndexPtr(), A.innerIndexPtr(), A.valuePtr()};
     }
 };
+
+/// The system of the case's mesh, made when first asked for.
+inline const System& SystemOf(const Case& given)
+{
+    static std::map<Case, System> kept;
+    auto [at, isNew] = kept.try_emplace(given);
+    if (isNew)
+        at->second = System(FeMesh(given.nodes, given.perNode, given.equations, given.isShuffled));
+    return at->second;
+}
 
 } // namespace fe_mesh

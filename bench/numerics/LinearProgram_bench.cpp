@@ -104,7 +104,7 @@ double Dense(const Transport& t, bool solves)
 }
 
 const bool kRegistered = [] {
-    for (const unsigned size : {5u, 20u, 50u, 100u})
+    for (const unsigned size : {1u, 5u, 20u, 50u, 100u, 200u})
         for (const bool solves : {true, false})
         {
             const std::string sides = std::to_string(size) + " x " + std::to_string(size);
@@ -122,7 +122,8 @@ const bool kRegistered = [] {
             };
             add("kvi", Kvi);
             add("lp_solve, sparse rows", Sparse);
-            add("lp_solve, dense rows", Dense);
+            if (size < 200) // a quarter of a gigabyte of zeros
+                add("lp_solve, dense rows", Dense);
         }
     return true;
 }();

@@ -171,6 +171,19 @@ TEST_F(PardisoCall, TellsTheErrorAndTheEmptyRow)
     EXPECT_TRUE(pardiso.IsHeld());
 }
 
+std::vector<int> threadsSet;
+
+TEST_F(PardisoCall, HandsTheNumberOfThreadsOn)
+{
+    PardisoFunctions functions = functions_;
+    functions.setThreads = [](int threads) { threadsSet.push_back(threads); };
+    threadsSet.clear();
+    ReplacePardiso(&functions);
+    SetSparseSolverThreads(3);
+    SetSparseSolverThreads(0); // at least one
+    EXPECT_EQ(threadsSet, (std::vector<int>{3, 1}));
+}
+
 /// The built-in counterpart in the vendor's place.
 class PardisoBuiltIn : public testing::Test
 {
@@ -199,6 +212,16 @@ TEST_F(PardisoBuiltIn, SolvesSymmetricAndOtherSystems)
         EXPECT_LT(record.residual, 1e-14 * system.Largest(x_) * 1e6 / system.Largest(system.b));
         EXPECT_EQ(record.solver, L"pardiso (built in)");
     }
+}
+
+TEST_F(PardisoBuiltIn, MakesUpForHalvesThatDifferByRounding)
+{
+    systems::System system = systems::Flow(20, [](int, int) { return 1.0; });
+    for (int i = 1; i < system.Size(); ++i)
+        system.At(i, i - 1) *= 1 + 4e-13;
+    const SolveRecord record = Solve(system);
+    EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+    EXPECT_LT(record.residual, 1e-13);
 }
 
 TEST_F(PardisoBuiltIn, PivotsWhereTheDiagonalIsZero)
