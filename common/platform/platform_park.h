@@ -18,7 +18,7 @@ class Parking
 {
 public:
     Parking();
-    ~Parking();
+    ~Parking(); // NOLINT(performance-trivially-destructible): not on Windows
     Parking(const Parking&) = delete;
     Parking& operator=(const Parking&) = delete;
 
@@ -29,7 +29,8 @@ public:
 
 private:
     std::atomic<std::uint32_t> awake_{0};
-    void* event_ = nullptr; // Windows: instead of the word, if there is a handle for it
+    /// Windows: instead of the word, if there is a handle for it.
+    [[maybe_unused]] void* event_ = nullptr;
 };
 
 /// Sleeps while @p word is @p value, and may return early: look again.

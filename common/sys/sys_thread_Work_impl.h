@@ -22,7 +22,7 @@ namespace sys::thread::impl
 ///
 /// Every helper computes in the arithmetic (rounding, traps, x87 precision) of the thread that
 /// started the work: Windows starts threads with shorter x87 registers than MinGW's main.
-class Work
+class Work // NOLINT(clang-analyzer-optin.performance.Padding): counters have lines of their own
 {
 public:
     /// Does the numbers from @p begin to @p end - 1.

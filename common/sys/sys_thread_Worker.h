@@ -112,7 +112,7 @@ protected:
 private:
     struct Registry;
     static Registry& TheRegistry();
-    static void ThreadFunc(void* worker);
+    static void ThreadFunc(void* object);
     static std::optional<thread::Handle> JoinEvent(Handle handle);
 
     int value_ = -1;
