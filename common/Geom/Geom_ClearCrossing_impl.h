@@ -5,6 +5,7 @@
 #include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_plane_impl.h"
 
+#include <cstddef>
 #include <utility>
 
 namespace Geom::impl
@@ -15,28 +16,41 @@ inline bool LexicographicallyLess(const Point2D& a, const Point2D& b)
     return a.x != b.x ? a.x < b.x : a.y < b.y;
 }
 
-/// Puts the lesser point of each line first, and the line with the lesser points first.
-inline void PutInOrder(Line2D& u, Line2D& v)
+/// Two lines in an order that does not depend on how they are given: the lesser point of each line
+/// first, and first the line with the lesser points. Without a branch on which line that is, since
+/// it cannot be foretold.
+class OrderedLines
 {
-    for (Line2D* line : {&u, &v})
-        if (LexicographicallyLess(line->second, line->first))
-            std::swap(line->first, line->second);
-    if (u.first == v.first ? LexicographicallyLess(v.second, u.second)
-                           : LexicographicallyLess(v.first, u.first))
-        std::swap(u, v);
-}
+public:
+    OrderedLines(const Line2D& a, const Line2D& b) : lines_{a, b}
+    {
+        for (Line2D& line : lines_)
+            if (LexicographicallyLess(line.second, line.first))
+                std::swap(line.first, line.second);
+        first_ = lines_[0].first == lines_[1].first
+                     ? LexicographicallyLess(lines_[1].second, lines_[0].second)
+                     : LexicographicallyLess(lines_[1].first, lines_[0].first);
+    }
+    const Line2D& First() const { return lines_[first_]; }
+    const Line2D& Second() const { return lines_[1 - first_]; }
+
+private:
+    Line2D lines_[2];
+    std::size_t first_;
+};
 
 /// Whether both ends of each segment lie on either side of the other, further from it than the
 /// tolerance, for certain: true for nearly all segments that cross, false for all others.
-/// @param u, v   the segments
-/// @param hx,hy  the half-epsilons
-/// @param point  receives where they cross, the same bits for every order of the arguments
-inline bool CrossClearly(Line2D u, Line2D v, double hx, double hy, Point2D& point)
+/// @param a, b    the segments
+/// @param hx, hy  the half-epsilons
+/// @param point   receives where they cross, the same bits for every order of the arguments
+inline bool CrossClearly(const Line2D& a, const Line2D& b, double hx, double hy, Point2D& point)
 {
-    PutInOrder(u, v);
+    const OrderedLines ordered(a, b);
+    const Line2D &u = ordered.First(), &v = ordered.Second();
     const Point2D du = u.second - u.first, dv = v.second - v.first, e = v.first - u.first;
-    const auto products = [](const Point2D& a, const Point2D& b) {
-        return std::fabs(a.x * b.y) + std::fabs(a.y * b.x);
+    const auto products = [](const Point2D& s, const Point2D& t) {
+        return std::fabs(s.x * t.y) + std::fabs(s.y * t.x);
     };
     const double turn = Cross(du, dv), v1 = Cross(du, e), u1 = Cross(e, dv);
     const double v2 = v1 + turn, u2 = u1 - turn;

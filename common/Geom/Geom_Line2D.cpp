@@ -7,6 +7,30 @@ namespace Geom
 namespace
 {
 
+/// At most @p halfEpsilon apart without rounding: a difference that rounds to the half-epsilon may
+/// be a little more.
+bool IsWithin(double a, double b, double halfEpsilon)
+{
+    const double high = std::max(a, b), low = std::min(a, b), difference = high - low;
+    if (a == b || difference != halfEpsilon)
+        return impl::IsNear(a, b, halfEpsilon);
+    const double lowPart = high - difference, highPart = difference + lowPart;
+    return !((high - highPart) + (lowPart - low) > 0);
+}
+
+bool IsWithin(const Point2D& a, const Point2D& b, const Precision3D& precision)
+{
+    return IsWithin(a.x, b.x, precision.halfEpsilon[0]) &&
+           IsWithin(a.y, b.y, precision.halfEpsilon[1]);
+}
+
+/// Whether @p value lies from one of @p a and @p b to the other, or within reach of one.
+bool IsWithinRange(double a, double b, double value, double halfEpsilon)
+{
+    return (value >= std::min(a, b) && value <= std::max(a, b)) ||
+           IsWithin(value, a, halfEpsilon) || IsWithin(value, b, halfEpsilon);
+}
+
 /// Where the foot of the perpendicular from p stands, from 0 at a to 1 at b; a and b differ.
 double FootParameter(const Point2D& p, const Point2D& a, const Point2D& b)
 {
@@ -66,12 +90,10 @@ std::pair<double, double> LineGetY2D(const Point2D& a, const Point2D& b, double 
 bool LineContainsPoint2D(const Point2D& a, const Point2D& b, const Point2D& p,
                          const Precision3D& precision)
 {
-    if (impl::IsNear(a, p, precision) || impl::IsNear(b, p, precision))
+    if (IsWithin(a, p, precision) || IsWithin(b, p, precision))
         return true;
-    const auto [left, right] = std::minmax(a.x, b.x);
-    const auto [low, high] = std::minmax(a.y, b.y);
-    return impl::IsBetween(left, p.x, right, precision.halfEpsilon[0]) &&
-           impl::IsBetween(low, p.y, high, precision.halfEpsilon[1]) &&
+    return IsWithinRange(a.x, b.x, p.x, precision.halfEpsilon[0]) &&
+           IsWithinRange(a.y, b.y, p.y, precision.halfEpsilon[1]) &&
            impl::SideOf(a, b, p, precision) == 0;
 }
 

@@ -20,9 +20,10 @@ using impl::SafeFactor;
 using impl::SideOf;
 
 /// The crossing point of segments that cross, the same bits for every order of the arguments.
-Point2D CrossingPoint(Line2D u, Line2D v)
+Point2D CrossingPoint(const Line2D& line1, const Line2D& line2)
 {
-    impl::PutInOrder(u, v);
+    const impl::OrderedLines ordered(line1, line2);
+    const Line2D &u = ordered.First(), &v = ordered.Second();
     const double factor = SafeFactor({u.first, u.second, v.first, v.second});
     const Point2D a = u.first * factor;
     const Point2D du = u.second * factor - a;

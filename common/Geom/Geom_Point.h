@@ -35,7 +35,8 @@ struct Point3D
 KVI_API bool IsMissing2D(const Point2D& point);
 
 /// Whether on x and on y the coordinates are exactly equal or differ by at most the axis's
-/// half-epsilon. A NaN coordinate is never equal. Not transitive: no order goes with it.
+/// half-epsilon, the difference taken as a double: -1e-5 and 4e-5 are 5e-5 apart. A NaN coordinate
+/// is never equal. Not transitive: no order goes with it.
 KVI_API bool IsEqual2D(const Point2D& a, const Point2D& b, const Precision3D& precision);
 /// IsEqual2D on x, y and z.
 KVI_API bool IsEqual3D(const Point3D& a, const Point3D& b, const Precision3D& precision);

@@ -2,6 +2,7 @@
 
 #include "Geom/Geom_RepeatedPoint_impl.h"
 #include "Geom/Geom_Vector.h"
+#include "Geom/Geom_plane_impl.h"
 
 #include <algorithm>
 #include <cmath>
@@ -181,8 +182,7 @@ bool PolygonContainsPoint2D(const Point2D* points, std::size_t n, const Point2D&
         // Half-open in y, so that a ray through a vertex meets one of its two edges or both.
         if ((a.y > p.y) == (b.y > p.y))
             continue;
-        const double side = TriArea2x2D(a, b, p);
-        isInside ^= (b.y > a.y) == (side > 0);
+        isInside ^= (b.y > a.y) == (impl::SideOf(a, b, p, 0, 0) == 1);
     }
     return isInside;
 }

@@ -19,7 +19,7 @@ inline Point2D operator-(const Point2D& a, const Point2D& b) { return {a.x - b.x
 namespace impl
 {
 
-/// Exactly equal, or at most @p halfEpsilon apart; never with NaN.
+/// Exactly equal, or at most @p halfEpsilon apart as doubles; never with NaN.
 inline bool IsNear(double a, double b, double halfEpsilon)
 {
     return a == b || std::fabs(a - b) <= halfEpsilon;

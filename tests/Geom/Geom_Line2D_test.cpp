@@ -91,6 +91,9 @@ TEST(Line2D, ContainsItsEndsUnlessTheyAreExcluded)
     EXPECT_FALSE(Geom::LineContainsPoint2D(a, b, {10 + 4e-5, 4e-5}, true));
     EXPECT_TRUE(Geom::LineContainsPoint2D(a, b, {10 - 6e-5, 4e-5}, true));
     EXPECT_TRUE(Geom::LineContainsPoint2D(a, a, {4e-5, 0}, kPrecision)); // no length: a point
+    // The difference would round to the half-epsilon.
+    EXPECT_FALSE(Geom::LineContainsPoint2D({-1e-30, 0}, {-1, 0}, {5e-5, 0}, kPrecision));
+    EXPECT_TRUE(Geom::LineContainsPoint2D({1e-30, 0}, {-1, 0}, {5e-5, 0}, kPrecision));
     EXPECT_FALSE(Geom::LineContainsPoint2D(a, b, {kNaN, 0}, kPrecision));
     EXPECT_FALSE(Geom::LineContainsPoint2D(a, {kNaN, kNaN}, {5, 5}, kPrecision));
     EXPECT_TRUE(Geom::LineContainsPoint2D({-1e300, -1e300}, {1e300, 1e300}, {7, 7}, kPrecision));

@@ -71,6 +71,7 @@ TEST(Point, EqualsWithinTheHalfEpsilonInclusive)
     EXPECT_TRUE(Geom::IsEqual2D({0, 0}, {5e-5, 0}, p));
     EXPECT_FALSE(Geom::IsEqual2D({0, 0}, {5.0001e-5, 0}, p));
     EXPECT_FALSE(Geom::IsEqual2D({0, 0}, {0, -5.0001e-5}, p));
+    EXPECT_TRUE(Geom::IsEqual2D({-1e-5, 0}, {4e-5, 0}, p)); // 5e-5 apart as doubles
     EXPECT_TRUE(Geom::IsEqual2D({kInfinity, 0}, {kInfinity, 0}, p));
     EXPECT_FALSE(Geom::IsEqual2D({kNaN, 0}, {kNaN, 0}, p));
     EXPECT_TRUE(Geom::IsEqual3D({1, 2, 3}, {1, 2, 3.00005 - 1e-9}, p));

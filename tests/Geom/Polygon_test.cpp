@@ -258,6 +258,13 @@ TEST(PolygonContainsPoint2D, DecidesAtVerticesAndEdges)
                     PolygonContainsPoint2D(ring.data(), ring.size(), p, withEdges, Precision()),
                     inside || (withEdges && onEdge))
                     << p.x << ' ' << p.y;
+    // Where the products of coordinates have no digits left for the distance.
+    const Ring far = {{0, 0}, {3e15, 1e15}, {0, 1e15}, {0, 0}};
+    const auto isInFar = [&](Point2D p) {
+        return PolygonContainsPoint2D(far.data(), far.size(), p, false, Precision());
+    };
+    EXPECT_TRUE(isInFar({2.1e15, 7e14 + 1}));
+    EXPECT_FALSE(isInFar({2.1e15, 7e14 - 1}));
 }
 
 } // namespace

@@ -1,26 +1,28 @@
 #include "Geom/LineOracle.h"
 #include "fuzz/FuzzInput.h"
 
+#include <algorithm>
+
 namespace fuzz
 {
 
-/// One of the finders on up to 320 lines, of which some may be copies of others, moved.
+/// One of the finders on up to 200 lines, of which some may be copies of others, moved.
 std::string CheckLines(const std::uint8_t* data, std::size_t size)
 {
     const Geom::Precision3D before = Geom::Precision();
     Input input(data, size);
     input.TakeFrame();
-    const int form = input.Byte();
+    const int form = input.Byte(), copies = form >> 3 & 7;
     const Geom::Point2D origin = input.Point(), shift = input.Point();
     Geom::LineSet2D lines;
-    while (!input.IsEmpty() && lines.size() < 40)
+    while (!input.IsEmpty() && lines.size() < std::min<std::size_t>(40, 200 / (copies + 1)))
     {
         const Geom::Point2D first = input.Point();
         const Geom::Line2D line = {first, input.Point()};
         lines.push_back(form & 4 ? line : Geom::LineGet2D(line.first, line.second));
     }
     const std::size_t n = lines.size();
-    for (int copy = 1; copy <= (form >> 3 & 7); ++copy)
+    for (int copy = 1; copy <= copies; ++copy)
         for (std::size_t i = 0; i < n; ++i)
         {
             const double dx = (shift.x - origin.x) * copy, dy = (shift.y - origin.y) * copy;
