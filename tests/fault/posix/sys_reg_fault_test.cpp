@@ -249,3 +249,19 @@ TEST_F(RegistryFaults, ADiskThatIsFullLeavesTheOldValue)
               0);
     EXPECT_EQ(Registry32(path).ReadInt(L"n", 7), 5);
 }
+
+TEST_F(RegistryFaults, KeysComeAndGoWithoutATrace)
+{
+    const auto descriptors = [] { return Count("/proc/self/fd"); };
+    ASSERT_TRUE(Registry32(path).WriteInt(L"n", 0, false).ok());
+    const std::ptrdiff_t before = descriptors();
+    for (int i = 1; i <= 500; ++i)
+    {
+        Registry32 key(path);
+        ASSERT_EQ(key.ReadInt(L"n", -1), i - 1);
+        ASSERT_TRUE(key.WriteInt(L"n", i, i % 2 == 0).ok());
+        ASSERT_EQ(key.GetAllValues().size(), 1u);
+    }
+    EXPECT_EQ(descriptors(), before);
+    EXPECT_EQ(Count(folder), 1);
+}
