@@ -6,14 +6,12 @@
 #include "LinearSystem.h"
 #include "Newton.h"
 #include "NodeConditions.h"
+#include "Sections.h"
 #include "Soil.h"
 #include "Surface.h"
 
-#include <tbb/global_control.h>
-#include <tbb/task_arena.h>
-
 #include <cstdio>
-#include <memory>
+#include <optional>
 
 namespace percova
 {
@@ -64,6 +62,23 @@ NewtonSettings SettingsOf(const SolverSettings& given)
     return settings;
 }
 
+/// How many threads the loops of this process use, from now to the end of the block.
+class Threads
+{
+public:
+    /// @param count  0 for all processors
+    explicit Threads(int count)
+    {
+        if (count > 0)
+            sys::thread::task::pool::SetFixedWorkers(static_cast<unsigned>(count));
+        else
+            sys::thread::task::pool::SetDynamicWorkers();
+    }
+    ~Threads() { sys::thread::task::pool::SetDynamicWorkers(); }
+    Threads(const Threads&) = delete;
+    Threads& operator=(const Threads&) = delete;
+};
+
 /// The steps of one model, one after the other.
 class Analysis
 {
@@ -74,6 +89,8 @@ public:
           settings_(SettingsOf(model.problem.solver)), assembly_(model, soils),
           system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads)
     {
+        if (!model.problem.sections.empty())
+            sections_.emplace(model.mesh, model.problem.sections, *model.finder);
     }
 
     StepResult Run(std::size_t index);
@@ -86,6 +103,7 @@ private:
     NewtonSettings settings_;
     Assembly assembly_;
     LinearSystem system_;
+    std::optional<Sections> sections_;
     std::vector<double> head_; ///< of the last step that converged
 };
 
@@ -123,18 +141,16 @@ StepResult Analysis::Run(std::size_t index)
     result.surface =
         ZeroPressureLines(model_.mesh, result.nodal.Column(dataparam::PressureHead), dripping);
     EvaluateProbes(solution, result);
+    if (sections_)
+        sections_->Evaluate(solution, result);
     return result;
 }
 } // namespace
 
 bool Analyse(const Model& model, const Watch& watch, Results& results, std::string& reason)
 {
-    std::unique_ptr<tbb::global_control> limit;
-    const int threads = model.problem.solver.threads;
-    if (threads > 0)
-        limit = std::make_unique<tbb::global_control>(tbb::global_control::max_allowed_parallelism,
-                                                      std::size_t(threads));
-    results.threads = threads > 0 ? threads : tbb::this_task_arena::max_concurrency();
+    const Threads threads(model.problem.solver.threads);
+    results.threads = static_cast<int>(sys::thread::task::pool::Workers());
 
     std::vector<Soil> soils;
     if (!MakeSoils(model.problem, soils, reason))

@@ -1,6 +1,6 @@
 #include "Assembly.h"
 
-#include "Loops.h"
+#include "KVI.h"
 
 #include <algorithm>
 
@@ -8,6 +8,8 @@ namespace percova
 {
 namespace
 {
+using sys::thread::task::ParallelForPieces;
+
 constexpr std::size_t kGrain = 64;    ///< elements a thread takes at a time
 constexpr std::size_t kBlock = 16384; ///< elements whose matrices are held at a time
 } // namespace
@@ -31,7 +33,7 @@ Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
     matrices_.resize(std::min(kBlock, mesh.Elements()) * 64);
     saturated_.resize(matrixStart_.back());
     const std::vector<double> none(mesh.Nodes());
-    ForPieces(0, mesh.Elements(), kGrain, [&](std::size_t begin, std::size_t end) {
+    ParallelForPieces(0, mesh.Elements(), kGrain, [&](std::size_t begin, std::size_t end) {
         ElementState element;
         for (std::size_t e = begin; e < end; ++e)
         {
@@ -45,7 +47,7 @@ void Assembly::Elements(const std::vector<double>& head, const Easing& easing, T
                         double damping, std::size_t first, std::size_t last, double* matrices)
 {
     const Mesh& mesh = model_.mesh;
-    ForPieces(first, last, kGrain, [&](std::size_t begin, std::size_t end) {
+    ParallelForPieces(first, last, kGrain, [&](std::size_t begin, std::size_t end) {
         ElementState element;
         ElementResult result;
         for (std::size_t e = begin; e < end; ++e)
@@ -64,7 +66,7 @@ void Assembly::Elements(const std::vector<double>& head, const Easing& easing, T
 void Assembly::Sum(std::vector<double>& inflow) const
 {
     inflow.resize(model_.mesh.Nodes());
-    ForPieces(0, inflow.size(), 1024, [&](std::size_t begin, std::size_t end) {
+    ParallelForPieces(0, inflow.size(), 1024, [&](std::size_t begin, std::size_t end) {
         for (std::size_t node = begin; node < end; ++node)
         {
             double sum = 0;

@@ -13,7 +13,7 @@
 namespace percova
 {
 
-/// Runs the element loops, on all threads of the caller's arena. Every sum is taken in the order
+/// Runs the element loops, on the threads of the library's pool. Every sum is taken in the order
 /// of the elements, so the results are the same to the last bit for any number of threads.
 class Assembly
 {

@@ -1,8 +1,8 @@
 #include "Fields.h"
 
 #include "Element.h"
+#include "ElementFinder.h"
 #include "KVI.h"
-#include "Loops.h"
 
 #include <algorithm>
 #include <array>
@@ -11,31 +11,6 @@ namespace percova
 {
 namespace
 {
-/// Finds the local coordinates of @p at in element @p e.
-bool Contains(const Mesh& mesh, std::size_t e, Point at, double& r, double& s)
-{
-    const int* nodes = mesh.ElementNodes(e);
-    const int count = NodeCount(mesh.type[e]);
-    double coords[16], low[2] = {1e300, 1e300}, high[2] = {-1e300, -1e300};
-    for (int k = 0; k < count; ++k)
-    {
-        const double xy[2] = {mesh.x[nodes[k]], mesh.y[nodes[k]]};
-        for (int i = 0; i < 2; ++i)
-        {
-            coords[2 * k + i] = xy[i];
-            low[i] = std::min(low[i], xy[i]);
-            high[i] = std::max(high[i], xy[i]);
-        }
-    }
-    // A curved side reaches past its nodes by less than the size of the element.
-    const double spare =
-        (IsQuadratic(mesh.type[e]) ? 0.5 : 1e-6) * std::max(high[0] - low[0], high[1] - low[1]);
-    if (at.x < low[0] - spare || at.x > high[0] + spare || at.y < low[1] - spare ||
-        at.y > high[1] + spare)
-        return false;
-    return iGlobal_To_Local_Coords(&r, &s, at.x, at.y, coords, count) == kLocalCoordsInside;
-}
-
 /// Head at local coordinates, with the derivatives there.
 double HeadAt(const ElementState& element, double r, double s, PointState& point)
 {
@@ -52,19 +27,17 @@ ProbeValue ProbeAt(const Solution& solution, const Probe& probe)
     value.name = probe.name;
     value.at = probe.at;
     int material = -1, found = 0;
-    for (std::size_t e = 0; e < mesh.Elements(); ++e)
+    for (const ElementPlace& place : solution.model.finder->At(mesh, probe.at))
     {
-        double r = 0, s = 0;
-        if ((found > 0 && solution.model.material[e] != material) ||
-            !Contains(mesh, e, probe.at, r, s))
+        if (found > 0 && solution.model.material[place.element] != material)
             continue;
         ElementState element;
         PointState point;
-        element.Load(mesh, e, solution.head.data());
-        const double head = HeadAt(element, r, s, point);
+        element.Load(mesh, place.element, solution.head.data());
+        const double head = HeadAt(element, place.r, place.s, point);
         if (++found == 1)
         {
-            material = solution.model.material[e];
+            material = solution.model.material[place.element];
             value.head = head;
             value.gradient = {0, 0};
         }
@@ -104,10 +77,8 @@ void EvaluateProbes(const Solution& solution, StepResult& result)
 {
     const std::vector<Probe>& probes = solution.model.problem.probes;
     result.probes.resize(probes.size());
-    ForPieces(0, probes.size(), 1, [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i)
-            result.probes[i] = ProbeAt(solution, probes[i]);
-    });
+    for (std::size_t i = 0; i < probes.size(); ++i)
+        result.probes[i] = ProbeAt(solution, probes[i]);
 }
 
 DataTable NodalTable(std::size_t nodes)

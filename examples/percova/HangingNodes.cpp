@@ -15,27 +15,17 @@ namespace
 {
 
 constexpr std::size_t kTold = 10; ///< nodes told one by one
-constexpr int kChords = 16;       ///< that a curved side is cut into
 
-/// A side of the rim as a line; @p tolerance is how far from it a node may be and still lie on it.
-Polyline LineOf(const Mesh& mesh, const Edge& edge, double& tolerance)
+/// How far from the chords of a side of the rim a node may be and still lie on it.
+double ToleranceOf(const Mesh& mesh, const Edge& edge)
 {
-    const auto at = [&](int i) { return Point{mesh.x[edge.nodes[i]], mesh.y[edge.nodes[i]]}; };
-    const Point a = at(0), b = at(1);
-    tolerance = 1e-6 * LengthOf(mesh, edge);
+    const double rounding = 1e-6 * LengthOf(mesh, edge);
     if (edge.nodes[2] < 0)
-        return {a, b};
-    const Point m = at(2);
-    const double bend = std::hypot(m.x - (a.x + b.x) / 2, m.y - (a.y + b.y) / 2);
-    tolerance += bend / (kChords * kChords); // what the chords cut off
-    Polyline line;
-    for (int i = 0; i <= kChords; ++i)
-    {
-        const double t = double(i) / kChords;
-        const double A = (1 - t) * (1 - 2 * t), B = t * (2 * t - 1), M = 4 * t * (1 - t);
-        line.push_back({A * a.x + B * b.x + M * m.x, A * a.y + B * b.y + M * m.y});
-    }
-    return line;
+        return rounding;
+    const auto [a, b, m] = edge.nodes;
+    const double bend = std::hypot(mesh.x[m] - (mesh.x[a] + mesh.x[b]) / 2,
+                                   mesh.y[m] - (mesh.y[a] + mesh.y[b]) / 2);
+    return rounding + bend / (kChords * kChords); // what the chords cut off
 }
 
 /// The nodes of the rim, by their x.
@@ -63,8 +53,8 @@ void WarnOfHangingNodes(const Mesh& mesh, Faults& faults)
     std::size_t found = 0;
     for (const Edge& edge : rim)
     {
-        double tolerance = 0;
-        const Polyline line = LineOf(mesh, edge, tolerance);
+        const double tolerance = ToleranceOf(mesh, edge);
+        const Polyline line = ChordsOf(mesh, edge);
         const auto [left, right] = std::minmax_element(
             line.begin(), line.end(), [](Point one, Point two) { return one.x < two.x; });
         auto at = std::lower_bound(nodes.begin(), nodes.end(), left->x - tolerance,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Faults.h"
+#include "KVI.h"
 
 #include <array>
 #include <cstddef>
@@ -13,11 +14,8 @@
 namespace percova
 {
 
-struct Point
-{
-    double x = 0;
-    double y = 0;
-};
+using Point = Geom::Point2D;
+using Polyline = std::vector<Point>;
 
 /// Plane elements. Nodes go anticlockwise: the corners first, then the middles of the sides, the
 /// first middle lying between the first and the second corner.

@@ -241,22 +241,8 @@ double Builder::TurnedArea(std::size_t element)
 {
     int* const nodes = mesh_.nodes.data() + mesh_.start[element];
     const auto corners = static_cast<std::size_t>(Corners(mesh_.type[element]));
-    std::array<int, 8> rim{}; // in order along the sides
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < corners; ++i)
-    {
-        rim[count++] = nodes[i];
-        if (IsQuadratic(mesh_.type[element]))
-            rim[count++] = nodes[corners + i];
-    }
-    double area = 0;
-    const auto origin = static_cast<std::size_t>(rim[0]);
-    for (std::size_t i = 1; i + 1 < count; ++i)
-    {
-        const auto a = static_cast<std::size_t>(rim[i]), b = static_cast<std::size_t>(rim[i + 1]);
-        area += 0.5 * ((mesh_.x[a] - mesh_.x[origin]) * (mesh_.y[b] - mesh_.y[origin]) -
-                       (mesh_.x[b] - mesh_.x[origin]) * (mesh_.y[a] - mesh_.y[origin]));
-    }
+    const Polyline ring = RingOf(mesh_, element);
+    const double area = Geom::PolygonArea2D(ring.data(), ring.size());
     if (area < 0)
     {
         std::reverse(nodes + 1, nodes + corners);

@@ -1,8 +1,9 @@
 #include "MeshGeometry.h"
 
-#include "KVI.h"
+#include "Element.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -42,7 +43,7 @@ std::array<std::vector<Derivative>, 4> MakeDerivatives()
         for (const Point& point : WatchedPoints(type))
         {
             Derivative derivative{};
-            Shape_Derivative(derivative.dN, point.x, point.y, ShapeNodesOf(type).flags.data());
+            Shape_Derivative(derivative.dN, point.x, point.y, PlaceFlags(type));
             all[static_cast<std::size_t>(type)].push_back(derivative);
         }
     return all;
@@ -50,31 +51,18 @@ std::array<std::vector<Derivative>, 4> MakeDerivatives()
 
 } // namespace
 
-const ShapeNodes& ShapeNodesOf(ElementType type)
-{
-    static constexpr std::array<ShapeNodes, 4> kNodes{{
-        {{1, 1, 1, 0, 0, 0, 0, 0}, {0, 1, 2, 0, 0, 0, 0, 0}},
-        {{1, 1, 1, 1, 0, 0, 0, 0}, {0, 1, 2, 3, 0, 0, 0, 0}},
-        {{1, 1, 1, 0, 1, 1, 1, 0}, {0, 1, 2, 4, 5, 6, 0, 0}},
-        {{1, 1, 1, 1, 1, 1, 1, 1}, {0, 1, 2, 3, 4, 5, 6, 7}},
-    }};
-    return kNodes[static_cast<std::size_t>(type)];
-}
-
 double SmallestJacobian(const Mesh& mesh, std::size_t element)
 {
     static const std::array<std::vector<Derivative>, 4> derivatives = MakeDerivatives();
     const ElementType type = mesh.type[element];
-    const ShapeNodes& shape = ShapeNodesOf(type);
     const int* nodes = mesh.ElementNodes(element);
     double smallest = std::numeric_limits<double>::infinity();
     for (const Derivative& at : derivatives[static_cast<std::size_t>(type)])
     {
         double J[2][2] = {};
-        for (std::size_t i = 0; i < static_cast<std::size_t>(NodeCount(type)); ++i)
+        for (int i = 0; i < NodeCount(type); ++i)
         {
-            const auto node = static_cast<std::size_t>(nodes[i]);
-            const auto place = static_cast<std::size_t>(shape.place[i]);
+            const int node = nodes[i], place = PlaceOf(type, i);
             for (int k = 0; k < 2; ++k)
             {
                 J[k][0] += at.dN[k][place] * mesh.x[node];
@@ -102,17 +90,61 @@ double LengthOf(const Mesh& mesh, const Edge& edge)
     return (start + 4 * chord + stop) / 6;
 }
 
-Point CentreOf(const Mesh& mesh, std::size_t element)
+Polyline ChordsOf(const Mesh& mesh, const Edge& edge)
 {
+    const auto at = [&](int i) { return Point{mesh.x[edge.nodes[i]], mesh.y[edge.nodes[i]]}; };
+    const Point a = at(0), b = at(1);
+    if (edge.nodes[2] < 0)
+        return {a, b};
+    const Point m = at(2);
+    Polyline line{a};
+    for (int i = 1; i < kChords; ++i)
+    {
+        const double t = double(i) / kChords;
+        const double A = (1 - t) * (1 - 2 * t), B = t * (2 * t - 1), M = 4 * t * (1 - t);
+        line.push_back({A * a.x + B * b.x + M * m.x, A * a.y + B * b.y + M * m.y});
+    }
+    line.push_back(b);
+    return line;
+}
+
+Polyline RingOf(const Mesh& mesh, std::size_t element)
+{
+    const int* nodes = mesh.ElementNodes(element);
     const int corners = Corners(mesh.type[element]);
-    Point centre;
+    Polyline ring;
+    const auto add = [&](int node) { ring.push_back({mesh.x[node], mesh.y[node]}); };
     for (int i = 0; i < corners; ++i)
     {
-        const auto node = static_cast<std::size_t>(mesh.ElementNodes(element)[i]);
-        centre.x += mesh.x[node] / corners;
-        centre.y += mesh.y[node] / corners;
+        add(nodes[i]);
+        if (IsQuadratic(mesh.type[element]))
+            add(nodes[corners + i]);
     }
-    return centre;
+    add(nodes[0]);
+    return ring;
+}
+
+Point CentreOf(const Mesh& mesh, std::size_t element)
+{
+    const Polyline ring = RingOf(mesh, element);
+    return Geom::PolygonCentreOfMass2D(ring.data(), ring.size());
+}
+
+Geom::Precision3D PrecisionFor(const Geom::Extents2D& box)
+{
+    constexpr double kShare = 1e-9;
+    Geom::Precision3D precision;
+    precision.ScaleEpsilon(kShare * std::max(WidthOf(box), HeightOf(box)) /
+                           precision.halfEpsilon[0]);
+    return precision;
+}
+
+Geom::Precision3D PrecisionFor(const Mesh& mesh)
+{
+    Geom::Extents2D box;
+    for (std::size_t n = 0; n < mesh.Nodes(); ++n)
+        Geom::ExtentsGrow2D(box, {mesh.x[n], mesh.y[n]});
+    return PrecisionFor(box);
 }
 
 } // namespace percova

@@ -4,20 +4,10 @@
 
 #include "Mesh.h"
 
-#include <array>
 #include <cstddef>
 
 namespace percova
 {
-
-/// Node flags of the library's shape functions for an element type, and by node of the element
-/// its place among the eight.
-struct ShapeNodes
-{
-    std::array<int, 8> flags;
-    std::array<int, 8> place;
-};
-const ShapeNodes& ShapeNodesOf(ElementType type);
 
 /// The smallest determinant of the Jacobian at the points where an element is integrated, and at
 /// the corners of a linear one.
@@ -26,7 +16,18 @@ double SmallestJacobian(const Mesh& mesh, std::size_t element);
 /// Length of a side; that of a curved one by Simpson's rule.
 double LengthOf(const Mesh& mesh, const Edge& edge);
 
-/// Mean of the corners.
+/// A side as a line; a curved one in kChords chords.
+Polyline ChordsOf(const Mesh& mesh, const Edge& edge);
+constexpr int kChords = 16;
+
+/// The nodes of an element along its sides, closed.
+Polyline RingOf(const Mesh& mesh, std::size_t element);
+
+/// Centre of mass of an element, within the chords of its sides.
 Point CentreOf(const Mesh& mesh, std::size_t element);
+
+/// The tolerance for places in a model: 1e-9 of its size.
+Geom::Precision3D PrecisionFor(const Geom::Extents2D& box);
+Geom::Precision3D PrecisionFor(const Mesh& mesh);
 
 } // namespace percova

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
@@ -29,13 +30,14 @@ public:
 
     void BindRegions();
     void BindBoundaries();
+    void BindProbes();
 
 private:
     void Error(const Place& place, const std::string& text)
     {
         faults_.Error(problem_.file, place, text);
     }
-    int RegionAround(std::size_t element) const;
+    void GatherPolygons();
     void TellHomeless(const std::map<int, std::pair<std::size_t, std::size_t>>& homeless);
     std::vector<Edge> EdgesNamed(const std::string& name) const;
     std::vector<Edge> EdgesOn(const Polyline& line);
@@ -51,15 +53,20 @@ private:
     const Mesh& mesh_;
     Model& model_;
     Faults& faults_;
+    Geom::QuadTree2D polygons_; ///< of the regions, by their index
 };
 
-int Binder::RegionAround(std::size_t element) const
+void Binder::GatherPolygons()
 {
-    const Point centre = CentreOf(mesh_, element);
+    constexpr unsigned kLeaf = 10;
+    Geom::Extents2D box;
+    for (const Region& region : problem_.regions)
+        for (const Point& point : region.polygon)
+            Geom::ExtentsGrow2D(box, point);
+    polygons_.Initialize(box, kLeaf, PrecisionFor(box),
+                         static_cast<unsigned>(problem_.regions.size()));
     for (std::size_t i = 0; i < problem_.regions.size(); ++i)
-        if (!problem_.regions[i].polygon.empty() && IsInside(problem_.regions[i].polygon, centre))
-            return static_cast<int>(i);
-    return -1;
+        (void)polygons_.Insert(static_cast<std::uint32_t>(i), problem_.regions[i].polygon);
 }
 
 void Binder::BindRegions()
@@ -86,10 +93,12 @@ void Binder::BindRegions()
     std::map<int, std::pair<std::size_t, std::size_t>> homeless;
     std::vector<std::size_t> count(problem_.regions.size());
     model_.material.assign(mesh_.Elements(), -1);
+    GatherPolygons();
     for (std::size_t e = 0; e < mesh_.Elements(); ++e)
     {
         const int group = mesh_.group[e];
-        const int region = group >= 0 ? regionOf[static_cast<std::size_t>(group)] : RegionAround(e);
+        const int region = group >= 0 ? regionOf[static_cast<std::size_t>(group)]
+                                      : static_cast<int>(polygons_.Find(CentreOf(mesh_, e)));
         if (region < 0)
         {
             ++homeless.try_emplace(group, 0, e).first->second.first;
@@ -209,6 +218,19 @@ void Binder::BindBoundaries()
     }
 }
 
+void Binder::BindProbes()
+{
+    model_.finder.reset();
+    if (problem_.probes.empty() && problem_.sections.empty())
+        return;
+    model_.finder = std::make_shared<const ElementFinder>(mesh_);
+    for (const Probe& probe : problem_.probes)
+        if (model_.finder->At(mesh_, probe.at).empty())
+            faults_.Warning(problem_.file, probe.place,
+                            "'" + probe.name + "' lies in no element of " + mesh_.file +
+                                ", so it has no values");
+}
+
 } // namespace
 
 bool Bind(Model& model, Faults& faults)
@@ -217,6 +239,7 @@ bool Bind(Model& model, Faults& faults)
     Binder binder(model, faults);
     binder.BindRegions();
     binder.BindBoundaries();
+    binder.BindProbes();
     return faults.Errors() == before;
 }
 

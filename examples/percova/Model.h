@@ -2,9 +2,11 @@
 /// A problem brought together with its mesh: what the analysis computes on.
 #pragma once
 
+#include "ElementFinder.h"
 #include "Mesh.h"
 #include "Problem.h"
 
+#include <memory>
 #include <vector>
 
 namespace percova
@@ -16,10 +18,11 @@ struct Model
     Mesh mesh;
     std::vector<int> material;                    ///< by element: index into problem.materials
     std::vector<std::vector<Edge>> boundaryEdges; ///< by boundary of the problem, in mesh order
+    std::shared_ptr<const ElementFinder> finder;  ///< null when no probe or section asks
 };
 
 /// Gives every element its material and every boundary its sides, by the groups of the mesh or,
-/// where it has none, by polygon and line. Fills the last two members of @p model.
+/// where it has none, by polygon and line. Fills the members of @p model behind the mesh.
 /// @returns false when a name or a place fits nothing; every reason is in @p faults
 bool Bind(Model& model, Faults& faults);
 

@@ -1,5 +1,5 @@
 /// @file
-/// Points, lines and polygons in the plane.
+/// Places along polylines.
 #pragma once
 
 #include "Problem.h"
@@ -19,9 +19,5 @@ struct PlaceOnLine
 
 /// @p line has at least two points; a segment without length counts as its first point.
 PlaceOnLine NearestOn(const Polyline& line, Point at);
-
-/// Whether @p at is inside @p polygon, by the number of sides on its right: a point on the rim
-/// counts as inside of one of two neighbours. The last point is joined with the first.
-bool IsInside(const Polyline& polygon, Point at);
 
 } // namespace percova

@@ -14,8 +14,6 @@
 namespace percova
 {
 
-using Polyline = std::vector<Point>;
-
 /// The units of the problem file, of its mesh and of what is written. Inside, everything is in
 /// metres, seconds and kPa.
 struct Units
@@ -73,6 +71,7 @@ struct Region
     int material = -1;
     Polyline polygon; ///< empty when the mesh alone decides
     Place place;
+    Place polygonPlace = {};
 };
 
 enum class BoundaryType
@@ -99,6 +98,7 @@ struct Boundary
     std::string name; ///< a physical curve of the mesh, or the name of the line
     Polyline line;    ///< empty when the mesh alone decides
     Place place;
+    Place linePlace = {};
 };
 
 /// Value of @p condition at @p at: the single one, or linear along the line of @p boundary at the
@@ -142,7 +142,7 @@ struct SolverSettings
     SolverKind kind = SolverKind::Automatic;
     double tolerance = 0;  ///< relative residual of the non-linear equations; 0: the default
     int maxIterations = 0; ///< of the non-linear equations; 0: the default
-    int threads = 0;       ///< 0: as many as the machine has
+    int threads = 0;       ///< 0: as many as the machine has; -1: nobody has said
 };
 
 struct Problem

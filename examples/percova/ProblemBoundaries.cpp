@@ -91,6 +91,7 @@ void ReadBoundaries(JsonReader& file, Problem& problem)
         boundary.place = reader.Here();
         boundary.name = ReadName(reader, problem.boundaries);
         reader.GetLine("line", boundary.line, 2);
+        boundary.linePlace = reader.PlaceOf("line");
         for (Point& point : boundary.line)
             point = {point.x * problem.units.metres, point.y * problem.units.metres};
         Condition condition;

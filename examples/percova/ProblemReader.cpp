@@ -49,6 +49,7 @@ void ReadRegions(JsonReader& file, Problem& problem)
                                              NamesOf(problem.materials));
         }
         reader.GetLine("polygon", region.polygon, 3);
+        region.polygonPlace = reader.PlaceOf("polygon");
         Scale(region.polygon, problem.units.metres);
         reader.Ignore({"outline", "centre", "arc_radius", "curve"});
         problem.regions.push_back(std::move(region));
@@ -136,7 +137,7 @@ bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& fa
     problem.id = TextOf(path.stem().stem());
     file.GetText("id", problem.id);
     file.GetText("title", problem.title);
-    file.Ignore({"convention", "wanted", "dimensions", "x_axis", "drain_start_x"});
+    file.Ignore({"convention", "wanted", "dimensions", "x_axis"});
     impl::ReadUnits(file, problem.units);
     GetLegal(file, "gamma_w", dataparam::UnitWeightOfWater, problem.gammaW);
     ReadMeshName(file, problem);
@@ -148,6 +149,7 @@ bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& fa
     ReadSections(file, problem);
     ReadSolver(file, problem.solver);
     file.WarnOfUnknown();
+    impl::CheckShapes(problem, faults);
     return faults.Errors() == before;
 }
 

@@ -49,5 +49,7 @@ void ReadUnits(JsonReader& file, Units& units);
 void ReadMaterials(JsonReader& file, Problem& problem);
 void ReadBoundaries(JsonReader& file, Problem& problem);
 void ReadSteps(JsonReader& file, Problem& problem);
+/// Tells polygons that are no rings, and polygons and lines whose edges cross.
+void CheckShapes(const Problem& problem, Faults& faults);
 
 } // namespace percova::impl

@@ -34,6 +34,8 @@ const std::string kProblem = R"({
  "wanted": ["flow"], "x_axis": "right"
 })";
 
+const char* const kSquare = "[[0, 0], [2, 0], [2, 1], [0, 1]]";
+
 Problem Read(const std::string& text, Faults& faults, bool expected = true)
 {
     Problem problem;
@@ -92,6 +94,22 @@ TEST(Problem, TellsEveryFaultWithKeyAndLine)
         {"\"at\": [1, 0.5]", "\"at\": [1, 0.5, 0]", "probes[0].at: should be two numbers"},
         {"\"kind\": \"iterative\"", "\"kind\": \"magic\"", "solver.kind: should be pardiso"},
         {"\"max_iterations\": 50", "\"max_iterations\": 1.5", "should be a whole number"},
+        {kSquare, "[[0, 0], [2, 1], [2, 0], [0, 1]]",
+         ":4: regions[0].polygon: the polygon of 'soil' crosses itself: its edges (0, 0) - (2, 1) "
+         "and (2, 0) - (0, 1) meet at (1, 0.5)"},
+        {kSquare, "[[0, 0], [2, 0], [2, 1], [1, 0], [0, 1]]", "meet at (1, 0)"},
+        {kSquare, "[[0, 0], [2, 0], [2, 1], [2, 0], [0, 1]]", "has the point (2, 0) twice"},
+        {kSquare, "[[0, 0], [2, 0], [2, 1], [2, 2], [2, 1.5], [0, 1]]", "goes back over itself"},
+        {kSquare, "[[0, 0], [2, 0], [1, 0]]", "goes back over itself"},
+        {kSquare,
+         "[[0, 0], [2, 0], [2, 1], [0, 1]]}, {\"name\": \"core\", \"material\": \"sand\", "
+         "\"polygon\": [[1, 0.5], [3, 0.5], [3, 2], [1, 2]]",
+         ":4: regions[1].polygon: the polygon of 'core' crosses the polygon of 'soil' at ("},
+        {"[[2, 1], [2, 0]]", "[[2, 1], [2, 0], [1, 0.5], [3, 0.5]]",
+         ":11: boundaries[1].line: the line of 'right' crosses itself"},
+        {"[[2, 1], [2, 0]]", "[[-1, 0.5], [2, 0.5]]",
+         "the line of 'right' crosses the line of 'left' at (0, 0.5)"},
+        {"[[2, 1], [2, 0]]", "[[2, 1], [2, 1]]", "the line of 'right' has no length"},
         {"\"tolerance\": 1e-8", "\"tolerance\": 1e999", "is no valid JSON: "},
         {"\"wanted\": [", "\"wanted\" [", ":19: is no valid JSON: "},
         {"\"id\": \"box\",", "\"units\": {\"length\": \"furlong\"},", "'furlong' is not known"},
@@ -103,6 +121,18 @@ TEST(Problem, TellsEveryFaultWithKeyAndLine)
         Faults faults;
         Read(With(kProblem, row.what, row.instead), faults, false);
         EXPECT_NE(AllOf(faults).find(row.told), std::string::npos) << AllOf(faults);
+    }
+}
+
+TEST(Problem, TakesRingsInEitherDirectionOpenOrClosed)
+{
+    for (const char* ring :
+         {"[[0, 0], [0, 1], [2, 1], [2, 0]]", "[[0, 0], [2, 0], [2, 1], [0, 1], [0, 0]]",
+          "[[0, 0], [1, 0], [2, 0], [2, 1], [0, 1]]"})
+    {
+        Faults faults;
+        Read(With(kProblem, kSquare, ring), faults);
+        EXPECT_EQ(AllOf(faults), "") << ring;
     }
 }
 
