@@ -89,6 +89,7 @@ public:
           settings_(SettingsOf(model.problem.solver)), assembly_(model, soils),
           system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads)
     {
+        head_ = results.lastHead;
         if (!model.problem.sections.empty())
             sections_.emplace(model.mesh, model.problem.sections, *model.finder);
     }

@@ -1,9 +1,10 @@
 #include "CommandLine.h"
 
-#include "Analysis.h"
+#include "KVI.h"
+#include "LastRun.h"
 #include "NumberText.h"
 #include "Output.h"
-#include "RunMark.h"
+#include "Runner.h"
 #include "Summary.h"
 #include "TextFile.h"
 
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <exception>
 #include <ostream>
 
@@ -24,21 +24,9 @@ struct Options
 {
     std::string problem, mesh, out, solver;
     double tolerance = 0;
-    int maxIterations = 0, threads = 0;
+    int maxIterations = 0, threads = -1;
     std::vector<std::string> probes;
     bool quiet = false;
-};
-
-class Stopwatch
-{
-public:
-    double Seconds() const
-    {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
 /// "X,Y" as a probe of that name. @returns false for anything else
@@ -130,134 +118,14 @@ std::filesystem::path FolderOf(const Options& options, const Problem& problem)
 }
 
 /// What the results depend on besides the problem and the mesh.
-std::string SettingsOf(const Options& options)
+std::string SettingsOf(const Options& options, const Model& model)
 {
-    std::string text = options.solver + ' ' + Short(options.tolerance, 17) + ' ' +
-                       std::to_string(options.maxIterations);
+    const SolverSettings& solver = model.problem.solver;
+    std::string text = std::string(Name(solver.kind)) + ' ' + Short(solver.tolerance, 17) + ' ' +
+                       std::to_string(solver.maxIterations);
     for (const std::string& probe : options.probes)
         text += ' ' + probe;
     return text;
-}
-
-/// Computes a model step by step and writes each step when it is done.
-class Runner
-{
-public:
-    Runner(const Options& options, const Model& model, std::ostream& out, std::ostream& err)
-        : model_(model), written_(model), folder_(FolderOf(options, model.problem)),
-          mark_(folder_, model.problem, SettingsOf(options)), quiet_(options.quiet), out_(out),
-          err_(err)
-    {
-        ConvertToFileUnits(written_);
-    }
-
-    Exit Run(Results& results, const Stopwatch& total);
-
-private:
-    bool TakeStep(StepResult& step, Results& results, const Stopwatch& total);
-    bool Write(StepResult& step, Results& results, const Stopwatch& total);
-    void TellTimeLeft(const StepResult& step, const Results& results, const Stopwatch& total);
-    Exit Outcome(const Results& results) const;
-
-    const Model& model_;
-    Model written_; ///< in the units of the problem file
-    std::filesystem::path folder_;
-    RunMark mark_;
-    bool quiet_;
-    std::ostream& out_;
-    std::ostream& err_;
-    std::string writeFault_;
-};
-
-Exit Runner::Run(Results& results, const Stopwatch& total)
-{
-    std::error_code error;
-    std::filesystem::create_directories(folder_, error);
-    if (error)
-    {
-        err_ << "percova: the folder " << TextOf(folder_) << " cannot be made: " << error.message()
-             << '\n';
-        return Exit::NotWritten;
-    }
-    results.earlier = mark_.WholeSteps();
-    if (!quiet_ && !results.earlier.empty())
-        out_ << "  goes on after step " << results.earlier.size()
-             << ", where an earlier run was interrupted\n";
-    Watch watch;
-    if (!quiet_)
-        watch.iteration = [&](const Progress& progress) { PrintProgress(out_, progress); };
-    watch.step = [&](StepResult& step) { return TakeStep(step, results, total); };
-    std::string reason;
-    if (!Analyse(model_, watch, results, reason))
-    {
-        err_ << "percova: " << (writeFault_.empty() ? reason : writeFault_) << '\n';
-        return writeFault_.empty() ? Exit::Other : Exit::NotWritten;
-    }
-    if (!mark_.Set(doc::file::mark::AllResults(), reason))
-    {
-        err_ << "percova: " << reason << '\n';
-        return Exit::NotWritten;
-    }
-    if (!quiet_)
-    {
-        PrintSeconds(out_, results.seconds);
-        out_ << "  written to " << TextOf(folder_) << '\n';
-    }
-    return Outcome(results);
-}
-
-bool Runner::TakeStep(StepResult& step, Results& results, const Stopwatch& total)
-{
-    ConvertToFileUnits(model_.problem.units, step);
-    if (!quiet_)
-    {
-        if (results.steps.size() == 1)
-            PrintSolver(out_, results);
-        PrintStep(out_, model_.problem.units, step);
-    }
-    KVI_LOG(kvi::diag::information, 0, "percova: %s of %s", TitleOf(step), model_.problem.id);
-    if (!Write(step, results, total))
-        return false;
-    if (!quiet_)
-        TellTimeLeft(step, results, total);
-    return true;
-}
-
-/// The files of the step come first, then those of the run, and the mark only behind them.
-bool Runner::Write(StepResult& step, Results& results, const Stopwatch& total)
-{
-    const double before = total.Seconds();
-    if (!WriteStep(folder_, written_, step, writeFault_))
-        return false;
-    step.nodal.Clear(); // written, and large
-    results.seconds.total = total.Seconds();
-    results.seconds.write += results.seconds.total - before;
-    doc::file::mark::MarkStep mark;
-    mark.AssignStepNumber_(static_cast<unsigned>(step.number));
-    return WriteSummary(folder_, written_, results, writeFault_) && mark_.Set(mark, writeFault_);
-}
-
-void Runner::TellTimeLeft(const StepResult& step, const Results& results, const Stopwatch& total)
-{
-    const std::size_t left = model_.problem.steps.size() - step.number;
-    if (left == 0)
-        return;
-    const double each = (total.Seconds() - results.seconds.read) /
-                        static_cast<double>(step.number - results.earlier.size());
-    out_ << "  " << left << (left == 1 ? " step" : " steps") << " to go, about "
-         << Short(each * static_cast<double>(left), 2) << " seconds\n";
-}
-
-Exit Runner::Outcome(const Results& results) const
-{
-    if (results.Converged())
-        return Exit::Done;
-    for (const StepResult& step : results.steps)
-        if (!step.converged)
-            err_ << "percova: step " << step.name << " did not converge: "
-                 << (step.trouble.empty() ? "residual " + Short(step.residual, 3) : step.trouble)
-                 << '\n';
-    return Exit::NotConverged;
 }
 
 Exit Run(const Options& options, std::ostream& out, std::ostream& err)
@@ -270,10 +138,20 @@ Exit Run(const Options& options, std::ostream& out, std::ostream& err)
     PrintFaults(err, faults);
     if (!right)
         return Exit::WrongInput;
+    const std::string remembered = TakeOverLastRun(model.problem.solver);
     results.seconds.read = total.Seconds();
     if (!options.quiet)
+    {
         PrintModel(out, model);
-    return Runner(options, model, out, err).Run(results, total);
+        if (!remembered.empty())
+            out << "  as in the last run: " << remembered << '\n';
+    }
+    Runner runner(model, FolderOf(options, model.problem), SettingsOf(options, model), total,
+                  options.quiet, out, err);
+    const Exit exit = runner.Run(results);
+    if (exit == Exit::Done)
+        KeepForNextRun(model.problem.solver);
+    return exit;
 }
 
 struct Commands
@@ -298,10 +176,11 @@ Commands Declare(CLI::App& app, Options& options)
     commands.info->add_option("mesh", options.mesh, "The mesh file (Gmsh 2.2 or 4.1)")->required();
     CLI::App* run = commands.run;
     run->add_option("--out", options.out, "Folder for the results (beside the problem)");
-    run->add_option("--solver", options.solver, "pardiso, direct or iterative")
+    run->add_option("--solver", options.solver, "pardiso, direct or iterative (as in the last run)")
         ->check(CLI::IsMember({"pardiso", "direct", "iterative"}));
-    run->add_option("--threads", options.threads, "Threads (all processors)")
-        ->check(CLI::Range(1, 1024));
+    run->add_option("--threads", options.threads,
+                    "Threads, 0 for all processors (as in the last run)")
+        ->check(CLI::Range(0, 1024));
     run->add_option("--tolerance", options.tolerance, "Relative residual to reach")
         ->check(CLI::Range(1e-300, 1.0));
     run->add_option("--max-iterations", options.maxIterations, "Iterations at most")

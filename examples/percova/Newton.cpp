@@ -15,6 +15,7 @@ constexpr double kLeastRelaxation = 0.02;
 constexpr double kMostDamping = 100;
 constexpr double kHeadChange = 1e-5; ///< [m] heads that move no more are found
 constexpr int kPolish = 10;          ///< iterations spent on heads once the flows fit
+constexpr int kNear = 20;            ///< iterations tried from heads that may be near
 constexpr double kMoist = 0.3;       ///< relative conductivity of moist soil
 
 class Stopwatch
@@ -82,7 +83,7 @@ bool Newton::FromHeadsNear(const std::vector<double>& near, const Easing& easing
     for (std::size_t n = 0; n < head_.size(); ++n)
         if (faces_.IsWet(n))
             head_[n] = model_.mesh.y[n];
-    if (Reach({easing, settings_.tolerance, 40}))
+    if (Reach({easing, settings_.tolerance, kNear}))
         return true;
     outcome_.failure.clear();
     return false;

@@ -2,7 +2,7 @@
 
 #include "TextFile.h"
 
-#include <functional>
+#include <cstring>
 
 namespace percova
 {
@@ -98,35 +98,45 @@ std::string BaseName(const Problem& problem)
     return TextOf(name);
 }
 
-std::string StepFileName(const Problem& problem, std::size_t number, const char* ending)
+bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& step,
+               const std::vector<double>& head, std::string& reason)
 {
-    const std::string base = BaseName(problem);
-    return (problem.steps.size() == 1 ? base : base + '.' + std::to_string(number)) + ending;
-}
-
-bool WriteStep(const std::filesystem::path& folder, const Model& model, const StepResult& step,
-               std::string& reason)
-{
-    const auto name = [&](const char* ending) {
-        return folder / PathOf(StepFileName(model.problem, step.number, ending));
+    if (!files.MakeFolders(step.number, reason))
+        return false;
+    const auto write = [&](const char* ending, const auto& content) {
+        return WriteWhole(files.OfStep(step.number, ending), content, reason);
     };
-    return WriteWhole(
-               name(".vtu"), [&](std::ostream& out) { WriteVtu(out, model, step); }, reason) &&
-           WriteWhole(
-               name(".svg"), [&](std::ostream& out) { WritePicture(out, model, step); }, reason);
+    const bool shown = write(".vtu", [&](std::ostream& out) { WriteVtu(out, model, step); }) &&
+                       write(".svg", [&](std::ostream& out) { WritePicture(out, model, step); });
+    if (!shown || !files.HasStepFolders())
+        return shown;
+    return write(".json", [&](std::ostream& out) { WriteStepJson(out, step); }) &&
+           write(".heads", [&](std::ostream& out) {
+               out.write(reinterpret_cast<const char*>(head.data()),
+                         static_cast<std::streamsize>(head.size() * sizeof(double)));
+           });
 }
 
-bool WriteSummary(const std::filesystem::path& folder, const Model& model, const Results& results,
+std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nodes)
+{
+    std::string bytes, ignored; // without them the next step starts cold
+    if (!ReadWhole(path, bytes, ignored) || bytes.size() != nodes * sizeof(double))
+        return {};
+    std::vector<double> head(nodes);
+    std::memcpy(head.data(), bytes.data(), bytes.size());
+    return head;
+}
+
+bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,
                   std::string& reason)
 {
     std::vector<std::string> grids;
     for (std::size_t i = 0; i < results.earlier.size() + results.steps.size(); ++i)
-        grids.push_back(StepFileName(model.problem, i + 1, ".vtu"));
+        grids.push_back(files.NameOfStep(i + 1, ".vtu"));
     return WriteWhole(
-               folder / PathOf(BaseName(model.problem) + ".pvd"),
-               [&](std::ostream& out) { WritePvd(out, grids); }, reason) &&
+               files.OfRun(".pvd"), [&](std::ostream& out) { WritePvd(out, grids); }, reason) &&
            WriteWhole(
-               folder / "result.json",
+               files.Folder() / "result.json",
                [&](std::ostream& out) { WriteResultJson(out, model, results); }, reason);
 }
 

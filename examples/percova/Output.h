@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Model.h"
+#include "ResultFiles.h"
 #include "Results.h"
 
 #include <filesystem>
@@ -22,6 +23,8 @@ void ConvertToFileUnits(const Units& units, StepResult& step);
 std::string BaseName(const Problem& problem);
 
 void WriteResultJson(std::ostream& out, const Model& model, const Results& results);
+/// One of the steps in it.
+void WriteStepJson(std::ostream& out, const StepResult& step);
 /// A file for ParaView: an unstructured grid with the nodal values of one step.
 void WriteVtu(std::ostream& out, const Model& model, const StepResult& step);
 /// The collection of the steps' .vtu files @p names.
@@ -29,15 +32,16 @@ void WritePvd(std::ostream& out, const std::vector<std::string>& names);
 /// A drawing of one step: soil, head contours, phreatic line, boundaries.
 void WritePicture(std::ostream& out, const Model& model, const StepResult& step);
 
-/// Name of a result file of step @p number; @p ending is ".vtu" or ".svg".
-std::string StepFileName(const Problem& problem, std::size_t number, const char* ending);
-
-/// Writes the files of one step into @p folder: .vtu and .svg.
+/// Writes the files of one step: .vtu and .svg, and where there are several steps also .json and
+/// .heads, which let an interrupted run go on.
+/// @param head  by node [m]
 /// @returns false with @p reason, the file's name in it, when one could not be written
-bool WriteStep(const std::filesystem::path& folder, const Model& model, const StepResult& step,
-               std::string& reason);
+bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& step,
+               const std::vector<double>& head, std::string& reason);
+/// Heads as WriteStep wrote them; empty when they cannot be read or are not @p nodes.
+std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nodes);
 /// Writes what covers all steps so far: .pvd and result.json.
-bool WriteSummary(const std::filesystem::path& folder, const Model& model, const Results& results,
+bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,
                   std::string& reason);
 
 } // namespace percova

@@ -84,6 +84,12 @@ Json StepJson(const StepResult& step)
 
 } // namespace
 
+void WriteStepJson(std::ostream& out, const StepResult& step)
+{
+    // Text that is no UTF-8 gets replacement characters instead of stopping the writer.
+    out << StepJson(step).dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
 void WriteResultJson(std::ostream& out, const Model& model, const Results& results)
 {
     Json json = {{"problem", model.problem.id},
@@ -105,7 +111,6 @@ void WriteResultJson(std::ostream& out, const Model& model, const Results& resul
         steps.push_back(Json::parse(step));
     for (const StepResult& step : results.steps)
         steps.push_back(StepJson(step));
-    // Text that is no UTF-8 gets replacement characters instead of stopping the writer.
     out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 

@@ -81,6 +81,7 @@ struct Results
     int threads = 0;
     Seconds seconds;
     std::vector<std::string> earlier; ///< steps of an interrupted run that this one continues, JSON
+    std::vector<double> lastHead;     ///< by node, of the last of them [m]; may be empty
     std::vector<StepResult> steps;
     bool Converged() const
     {

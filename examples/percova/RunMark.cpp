@@ -20,6 +20,7 @@ std::uint64_t Hash(std::uint64_t hash, const std::string& text)
     return hash;
 }
 
+/// Nothing usable gives null or a discarded value, neither of which is an object.
 nlohmann::ordered_json ReadJson(const std::filesystem::path& path)
 {
     std::string text, ignored;
@@ -30,10 +31,8 @@ nlohmann::ordered_json ReadJson(const std::filesystem::path& path)
 
 } // namespace
 
-RunMark::RunMark(const std::filesystem::path& folder, const Problem& problem,
-                 const std::string& settings)
-    : folder_(folder), path_(folder / PathOf(BaseName(problem) + ".mark")),
-      steps_(problem.steps.size())
+RunMark::RunMark(const ResultFiles& files, const Problem& problem, const std::string& settings)
+    : files_(files), steps_(problem.steps.size())
 {
     if (steps_ == 1)
         return;
@@ -47,26 +46,27 @@ RunMark::RunMark(const std::filesystem::path& folder, const Problem& problem,
     fingerprint_ = std::to_string(hash);
 }
 
-std::vector<std::string> RunMark::WholeSteps() const
+void RunMark::Read(std::size_t nodes, std::vector<std::string>& steps,
+                   std::vector<double>& head) const
 {
+    steps.clear();
+    head.clear();
     if (steps_ == 1)
-        return {};
-    const nlohmann::ordered_json mark = ReadJson(path_);
-    if (!mark.is_object() || mark.value("of", std::string()) != fingerprint_ ||
-        !mark.contains("mark"))
-        return {};
+        return;
+    const nlohmann::ordered_json mark = ReadJson(files_.OfRun(".mark"));
+    if (!mark.is_object() || mark.value("of", "") != fingerprint_)
+        return;
     const auto done = doc::file::mark::MarkStep::CreateFromInt(mark.value("mark", -1));
-    const std::int32_t count = done.AsStepNumber().value; // none for all results
-    const nlohmann::ordered_json results = ReadJson(folder_ / "result.json");
-    if (count <= 0 || std::size_t(count) >= steps_ || !results.is_object() ||
-        !results.contains("steps") || results["steps"].size() < std::size_t(count))
-        return {};
-    std::vector<std::string> steps;
-    // A step that did not converge is tried again.
-    for (std::size_t i = 0; i < std::size_t(count) && results["steps"][i].value("converged", false);
-         ++i)
-        steps.push_back(results["steps"][i].dump());
-    return steps;
+    const int count = done.AsStepNumber().value; // none for all results
+    for (int k = 1; k <= count && std::size_t(k) < steps_; ++k)
+    {
+        const nlohmann::ordered_json step = ReadJson(files_.OfStep(std::size_t(k), ".json"));
+        if (!step.is_object() || !step.value("converged", false))
+            break; // it is tried again
+        steps.push_back(step.dump());
+    }
+    if (!steps.empty())
+        head = ReadHeads(files_.OfStep(steps.size(), ".heads"), nodes);
 }
 
 bool RunMark::Set(const doc::file::mark::MarkStep& mark, std::string& reason) const
@@ -75,7 +75,7 @@ bool RunMark::Set(const doc::file::mark::MarkStep& mark, std::string& reason) co
         return true;
     const nlohmann::json json{{"mark", mark.raw_int()}, {"of", fingerprint_}};
     return WriteWhole(
-        path_, [&](std::ostream& out) { out << json.dump() << '\n'; }, reason);
+        files_.OfRun(".mark"), [&](std::ostream& out) { out << json.dump() << '\n'; }, reason);
 }
 
 } // namespace percova

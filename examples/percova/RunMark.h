@@ -4,9 +4,9 @@
 
 #include "KVI.h"
 #include "Problem.h"
+#include "ResultFiles.h"
 
 #include <cstddef>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -15,23 +15,27 @@ namespace percova
 
 /// Lets an interrupted run go on behind its last whole step.
 ///
-/// The mark is written after the files of its step are whole, so it never names one that is not. It
-/// counts only for the same problem, mesh and settings; after a run that came to its end the next
-/// one starts afresh. A problem of one step has no mark.
+/// The mark is written after the files of its step are whole, and set back before a run begins
+/// anew, so it never names a step that is not whole. It counts only for the same problem, mesh and
+/// settings; after a run that came to its end the next one starts afresh. A problem of one step
+/// has no mark.
 class RunMark
 {
 public:
     /// @param settings  what else the results depend on
-    RunMark(const std::filesystem::path& folder, const Problem& problem,
-            const std::string& settings);
+    RunMark(const ResultFiles& files, const Problem& problem, const std::string& settings);
 
-    /// The steps that an interrupted run left in result.json, in JSON; none if it is another run's.
-    std::vector<std::string> WholeSteps() const;
+    /// What an interrupted run left.
+    /// @param nodes  of the mesh
+    /// @param[out] steps  its whole steps in JSON, up to the first that did not converge; none if
+    ///                    it is another run's
+    /// @param[out] head   by node [m], of the last of them; empty when it cannot be read
+    void Read(std::size_t nodes, std::vector<std::string>& steps, std::vector<double>& head) const;
     /// @returns false with @p reason when the mark cannot be written
     bool Set(const doc::file::mark::MarkStep& mark, std::string& reason) const;
 
 private:
-    std::filesystem::path folder_, path_;
+    const ResultFiles& files_;
     std::size_t steps_;
     std::string fingerprint_; ///< of everything that the results depend on
 };

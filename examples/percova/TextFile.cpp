@@ -1,5 +1,8 @@
 #include "TextFile.h"
 
+#include "KVI.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <fstream>
@@ -25,6 +28,20 @@ std::string TextOf(const std::filesystem::path& path)
 std::filesystem::path PathOf(const std::string& text)
 {
     return std::filesystem::path(std::u8string(text.begin(), text.end()));
+}
+
+std::wstring LibraryPath(const std::filesystem::path& path)
+{
+    const std::u8string text = path.generic_u8string();
+    std::wstring wide = str::as_wstring(str::u8string(std::string(text.begin(), text.end())));
+    std::replace(wide.begin(), wide.end(), L'/', L'\\');
+    return wide;
+}
+
+std::filesystem::path PathOf(std::wstring libraryPath)
+{
+    std::replace(libraryPath.begin(), libraryPath.end(), L'\\', L'/');
+    return PathOf(str::as_u8string(libraryPath).bytes());
 }
 
 bool ReadWhole(const std::filesystem::path& path, std::string& text, std::string& reason)

@@ -22,5 +22,8 @@ bool WriteWhole(const std::filesystem::path& path, const std::function<void(std:
 /// A file name as UTF-8, and back.
 std::string TextOf(const std::filesystem::path& path);
 std::filesystem::path PathOf(const std::string& text);
+/// A path in the library's manner, parted by backslashes, and back.
+std::wstring LibraryPath(const std::filesystem::path& path);
+std::filesystem::path PathOf(std::wstring libraryPath);
 
 } // namespace percova

@@ -1,0 +1,116 @@
+#include "Runner.h"
+
+#include "Analysis.h"
+#include "NumberText.h"
+#include "Summary.h"
+#include "TextFile.h"
+
+#include <ostream>
+
+namespace percova
+{
+
+Runner::Runner(const Model& model, const std::filesystem::path& folder, const std::string& settings,
+               const Stopwatch& total, bool quiet, std::ostream& out, std::ostream& err)
+    : model_(model), written_(model), files_(folder, model.problem),
+      mark_(files_, model.problem, settings), total_(total), quiet_(quiet), out_(out), err_(err)
+{
+    ConvertToFileUnits(written_);
+}
+
+Exit Runner::Run(Results& results)
+{
+    std::string reason;
+    if (!files_.MakeFolders(0, reason))
+        return NotWritten("the folder " + TextOf(files_.Folder()) + " cannot be made: " + reason);
+    mark_.Read(model_.mesh.Nodes(), results.earlier, results.lastHead);
+    // Files of another run are about to be replaced: no mark may name them any longer.
+    if (results.earlier.empty() && !mark_.Set(doc::file::mark::NoResults(), reason))
+        return NotWritten(reason);
+    if (!quiet_ && !results.earlier.empty())
+        out_ << "  goes on after step " << results.earlier.size()
+             << ", where an earlier run was interrupted\n";
+    Watch watch;
+    if (!quiet_)
+        watch.iteration = [&](const Progress& progress) { PrintProgress(out_, progress); };
+    watch.step = [&](StepResult& step) { return TakeStep(step, results); };
+    if (!Analyse(model_, watch, results, reason))
+    {
+        if (!writeFault_.empty())
+            return NotWritten(writeFault_);
+        err_ << "percova: " << reason << '\n';
+        return Exit::Other;
+    }
+    if (!mark_.Set(doc::file::mark::AllResults(), reason))
+        return NotWritten(reason);
+    if (!quiet_)
+    {
+        PrintSeconds(out_, results.seconds);
+        out_ << "  written to " << TextOf(files_.Folder()) << '\n';
+    }
+    return Outcome(results);
+}
+
+Exit Runner::NotWritten(const std::string& reason)
+{
+    err_ << "percova: " << reason << '\n';
+    return Exit::NotWritten;
+}
+
+bool Runner::TakeStep(StepResult& step, Results& results)
+{
+    const DataTable::ConstValues heads = std::as_const(step.nodal).Column(dataparam::Head);
+    const std::vector<double> head(heads.begin(), heads.end()); // in metres, as it was computed
+    ConvertToFileUnits(model_.problem.units, step);
+    if (!quiet_)
+    {
+        if (results.steps.size() == 1)
+            PrintSolver(out_, results);
+        PrintStep(out_, model_.problem.units, step);
+    }
+    KVI_LOG(kvi::diag::information, 0, "percova: %s of %s", TitleOf(step), model_.problem.id);
+    if (!Write(step, head, results))
+        return false;
+    step.nodal.Clear(); // written, and large
+    if (!quiet_)
+        TellTimeLeft(step, results);
+    return true;
+}
+
+/// The files of the step come first, then those of the run, and the mark only behind them.
+bool Runner::Write(const StepResult& step, const std::vector<double>& head, Results& results)
+{
+    const double before = total_.Seconds();
+    if (!WriteStep(files_, written_, step, head, writeFault_))
+        return false;
+    results.seconds.total = total_.Seconds();
+    results.seconds.write += results.seconds.total - before;
+    doc::file::mark::MarkStep mark;
+    mark.AssignStepNumber_(static_cast<unsigned>(step.number));
+    return WriteSummary(files_, written_, results, writeFault_) && mark_.Set(mark, writeFault_);
+}
+
+void Runner::TellTimeLeft(const StepResult& step, const Results& results)
+{
+    const std::size_t left = model_.problem.steps.size() - step.number;
+    if (left == 0)
+        return;
+    const double each = (total_.Seconds() - results.seconds.read) /
+                        static_cast<double>(step.number - results.earlier.size());
+    out_ << "  " << left << (left == 1 ? " step" : " steps") << " to go, about "
+         << Short(each * static_cast<double>(left), 2) << " seconds\n";
+}
+
+Exit Runner::Outcome(const Results& results)
+{
+    if (results.Converged())
+        return Exit::Done;
+    for (const StepResult& step : results.steps)
+        if (!step.converged)
+            err_ << "percova: step " << step.name << " did not converge: "
+                 << (step.trouble.empty() ? "residual " + Short(step.residual, 3) : step.trouble)
+                 << '\n';
+    return Exit::NotConverged;
+}
+
+} // namespace percova

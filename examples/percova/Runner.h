@@ -1,0 +1,60 @@
+/// @file
+/// A run: computes a model step by step and writes each step when it is done.
+#pragma once
+
+#include "CommandLine.h"
+#include "Model.h"
+#include "Output.h"
+#include "ResultFiles.h"
+#include "Results.h"
+#include "RunMark.h"
+
+#include <chrono>
+#include <iosfwd>
+#include <string>
+
+namespace percova
+{
+
+class Stopwatch
+{
+public:
+    double Seconds() const
+    {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+class Runner
+{
+public:
+    /// @param settings  what the results depend on besides the problem and the mesh
+    /// @param total     running since the program began
+    Runner(const Model& model, const std::filesystem::path& folder, const std::string& settings,
+           const Stopwatch& total, bool quiet, std::ostream& out, std::ostream& err);
+
+    /// Goes on behind the last whole step of a run that was interrupted.
+    Exit Run(Results& results);
+
+private:
+    bool TakeStep(StepResult& step, Results& results);
+    bool Write(const StepResult& step, const std::vector<double>& head, Results& results);
+    void TellTimeLeft(const StepResult& step, const Results& results);
+    Exit NotWritten(const std::string& reason);
+    Exit Outcome(const Results& results);
+
+    const Model& model_;
+    Model written_; ///< in the units of the problem file
+    ResultFiles files_;
+    RunMark mark_;
+    const Stopwatch& total_;
+    bool quiet_;
+    std::ostream& out_;
+    std::ostream& err_;
+    std::string writeFault_;
+};
+
+} // namespace percova
