@@ -34,9 +34,9 @@ public:
     ExclusiveAccess(const ExclusiveAccess&) = delete;
     ExclusiveAccess& operator=(const ExclusiveAccess&) = delete;
 
-    void Lock();
-    void Unlock();
-    bool TryLock();
+    void Lock();    ///< waits until it is free
+    void Unlock();  ///< only for who locked it
+    bool TryLock(); ///< false when it is not free
 
 private:
     std::atomic<std::uint32_t> state_{0}; // free, held, held and waited for
@@ -118,23 +118,26 @@ class ExclusiveAccessOf
 {
 public:
     ExclusiveAccessOf() = default;
+    /// Guards @p value.
     explicit ExclusiveAccessOf(Data value) : data(std::move(value)) {}
 
     /// The way to the value; the lock is held as long as this lives.
     class Guard
     {
     public:
+        /// Locks.
         explicit Guard(ExclusiveAccessOf& owner) : owner_(owner) { owner_.lock.Lock(); }
         ~Guard() { owner_.lock.Unlock(); }
         Guard(const Guard&) = delete;
         Guard& operator=(const Guard&) = delete;
-        Data* operator->() const { return &owner_.data; }
-        Data& operator*() const { return owner_.data; }
+        Data* operator->() const { return &owner_.data; } ///< the value
+        Data& operator*() const { return owner_.data; }   ///< the value
 
     private:
         ExclusiveAccessOf& owner_;
     };
 
+    /// Locks until the end of what is returned.
     Guard Access() { return Guard(*this); }
 
     Data data{};   ///< to be touched only with the lock held

@@ -18,7 +18,7 @@ namespace affinity
 /// Which thread a thing belongs to.
 struct Affinity
 {
-    unsigned id = 0;
+    unsigned id = 0; ///< the number of the thread
 };
 
 /// @{

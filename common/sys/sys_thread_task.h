@@ -13,9 +13,9 @@ namespace sys::thread::task
 /// The numbers first, first + step, first + 2 step ... up to last, which is inclusive.
 struct Range
 {
-    unsigned first = 0;
-    unsigned last = 0;
-    unsigned step = 1; ///< 0 counts as 1
+    unsigned first = 0; ///< where it begins
+    unsigned last = 0;  ///< the last one that may be in it
+    unsigned step = 1;  ///< 0 counts as 1
 };
 
 /// Numbers about ranges.
