@@ -20,13 +20,19 @@ std::uint64_t Hash(std::uint64_t hash, const std::string& text)
     return hash;
 }
 
-/// Nothing usable gives null or a discarded value, neither of which is an object.
+/// Nothing usable gives null or a discarded value, neither of which has fields.
 nlohmann::ordered_json ReadJson(const std::filesystem::path& path)
 {
     std::string text, ignored;
     if (!ReadWhole(path, text, ignored))
         return {};
     return nlohmann::json::parse(text, nullptr, false);
+}
+
+/// What @p object has as @p key; null where it has none or is no object.
+nlohmann::ordered_json Field(const nlohmann::ordered_json& object, const char* key)
+{
+    return object.is_object() && object.contains(key) ? object[key] : nlohmann::ordered_json();
 }
 
 } // namespace
@@ -54,14 +60,15 @@ void RunMark::Read(std::size_t nodes, std::vector<std::string>& steps,
     if (steps_ == 1)
         return;
     const nlohmann::ordered_json mark = ReadJson(files_.OfRun(".mark"));
-    if (!mark.is_object() || mark.value("of", "") != fingerprint_)
+    const nlohmann::ordered_json last = Field(mark, "mark");
+    if (Field(mark, "of") != fingerprint_ || !last.is_number_integer())
         return;
-    const auto done = doc::file::mark::MarkStep::CreateFromInt(mark.value("mark", -1));
+    const auto done = doc::file::mark::MarkStep::CreateFromInt(last);
     const int count = done.AsStepNumber().value; // none for all results
     for (int k = 1; k <= count && std::size_t(k) < steps_; ++k)
     {
         const nlohmann::ordered_json step = ReadJson(files_.OfStep(std::size_t(k), ".json"));
-        if (!step.is_object() || !step.value("converged", false))
+        if (Field(step, "converged") != true)
             break; // it is tried again
         steps.push_back(step.dump());
     }

@@ -120,6 +120,11 @@ TEST_F(Reservoir, GoesOnBehindTheLastWholeStep)
     std::ofstream(OfStep(1, ".json")) << "{\"converged\": tr"; // nobody but a fault of the disk
     EXPECT_EQ(Run().find("goes on after"), std::string::npos);
     EXPECT_EQ(Steps().size(), 3u);
+    for (const char* mark : {"[3]", "{\"of\": 1, \"mark\": {}}"})
+    {
+        std::ofstream(folder_ / "dam" / "dam.mark") << mark;
+        EXPECT_EQ(Run().find("goes on after"), std::string::npos) << mark;
+    }
 }
 
 } // namespace
