@@ -236,7 +236,8 @@ TEST(CommandLine, FitsMeasuredPointsAndComputesWithThem)
     ASSERT_TRUE(ReadWhole(path.parent_path() / "points" / "result.json", text, reason)) << reason;
     const nlohmann::json step = nlohmann::json::parse(text)["steps"][0];
     ASSERT_TRUE(ReadWhole(Cases() / "S5-curve-power.reference.json", text, reason));
-    for (const auto& value : nlohmann::json::parse(text)["values"])
+    const nlohmann::json values = nlohmann::json::parse(text)["values"];
+    for (const nlohmann::json& value : values)
     {
         const std::string name = value["name"];
         const double expected = value["value"];
