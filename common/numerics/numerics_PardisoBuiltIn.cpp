@@ -88,8 +88,7 @@ bool HasEqualHalves(const Columns& A)
             if (A.innerIndexPtr()[k] != transposed.innerIndexPtr()[k])
                 return false;
             largest = std::max(largest, std::abs(A.valuePtr()[k]));
-            difference =
-                std::max(difference, std::abs(A.valuePtr()[k] - transposed.valuePtr()[k]));
+            difference = std::max(difference, std::abs(A.valuePtr()[k] - transposed.valuePtr()[k]));
         }
         if (difference > kRounding * largest)
             return false;
