@@ -18,9 +18,7 @@ std::vector<std::wstring> Fields(const std::wstring& text)
             quoted = !quoted;
         else if (text[i] == L';' && !quoted)
             fields.emplace_back();
-        else if (text[i] != L'&')
-            fields.back() += text[i];
-        else if (++i < text.size())
+        else if (text[i] != L'&' || ++i < text.size())
             fields.back() += text[i];
     }
     return fields;

@@ -48,7 +48,8 @@ public:
 
 protected:
     IInputStream() = default;
-    virtual ~IInputStream() = default;
+    // For the last handle alone.
+    virtual ~IInputStream() = default; // NOLINT(cppcoreguidelines-virtual-class-destructor)
 
 private:
     std::atomic<std::uint32_t> count_{1};

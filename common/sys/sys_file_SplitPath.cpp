@@ -16,7 +16,8 @@ bool Holds(const std::wstring& text, const wchar_t* letters, std::size_t from = 
 
 void SplitPath::Assign(const std::wstring& path)
 {
-    const std::wstring whole = path; // may be one of the parts
+    // A copy: it may be one of the parts.
+    const std::wstring whole = path; // NOLINT(performance-unnecessary-copy-initialization)
     const std::size_t last = whole.find_last_of(L".\\:");
     const bool dotted = last != std::wstring::npos && whole[last] == L'.';
     const std::size_t nameEnd = dotted ? last : whole.size();
@@ -40,7 +41,8 @@ void SplitPath::Assign(const std::wstring& newDir, const std::wstring& newFName,
 
 SplitPath& SplitPath::FNameExt(const std::wstring& nameWithExt)
 {
-    const std::wstring name = nameWithExt; // may be one of the parts
+    // A copy: it may be one of the parts.
+    const std::wstring name = nameWithExt; // NOLINT(performance-unnecessary-copy-initialization)
     const std::size_t dot = name.rfind(L'.');
     fname = name.substr(0, dot);
     ext = dot == std::wstring::npos ? std::wstring() : name.substr(dot);

@@ -23,7 +23,9 @@ std::string Padded(int value, std::size_t width)
 
 std::string Item(char letter, const platform::LocalTime& t)
 {
-    using namespace std::chrono;
+    using std::chrono::January;
+    using std::chrono::year, std::chrono::month, std::chrono::day, std::chrono::days;
+    using std::chrono::year_month_day, std::chrono::weekday, std::chrono::sys_days;
     const year_month_day date{year{t.year}, month{static_cast<unsigned>(t.month)},
                               day{static_cast<unsigned>(t.day)}};
     const weekday weekDay{sys_days{date}};

@@ -58,7 +58,7 @@ std::wstring GetAbsolutePath(const std::wstring& path)
 
 std::wstring GetRelativePath(const std::wstring& path, const std::wstring& base)
 {
-    const std::wstring target = GetAbsolutePath(path);
+    std::wstring target = GetAbsolutePath(path);
     const std::wstring folder = GetAbsolutePath(base.empty() ? L"." : base);
     const std::wstring_view root = RootText(target), baseRoot = RootText(folder);
     if (path.empty() || str::compare_ignore_case(WithoutEnd(root), WithoutEnd(baseRoot)) != 0)

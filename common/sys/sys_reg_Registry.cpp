@@ -9,7 +9,11 @@ namespace sys::reg
 {
 namespace
 {
-using namespace platform;
+using platform::CloseRegistryKey, platform::CreateRegistryKey, platform::DeleteRegistryValue;
+using platform::kRegistryNumber, platform::kRegistryRead, platform::kRegistryReadWrite,
+    platform::kRegistryText;
+using platform::OpenRegistryKey, platform::ReadRegistryValue, platform::RegistryKey;
+using platform::RegistryValueNames, platform::WriteRegistryValue, platform::IsAccessDenied;
 
 constexpr std::size_t kNarrowBuffer = 2048; // bytes, with the zero
 

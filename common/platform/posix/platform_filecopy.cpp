@@ -22,6 +22,8 @@ using posix::ToSystemPath;
 
 namespace
 {
+using FileStatus = struct stat;
+
 unsigned long Number() { return static_cast<unsigned long>(errno); }
 
 /// A new file without a name, which it gets when it is whole: a process that is killed leaves
@@ -220,7 +222,7 @@ unsigned long CopyBytes(int from, int to, off_t size)
 }
 
 /// Opens a regular file for reading, without waiting.
-unsigned long OpenSource(const std::string& name, bool follow, Descriptor& file, struct stat& about)
+unsigned long OpenSource(const std::string& name, bool follow, Descriptor& file, FileStatus& about)
 {
     file = Descriptor(::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY |
                                                (follow ? 0 : O_NOFOLLOW)));
@@ -232,7 +234,7 @@ unsigned long OpenSource(const std::string& name, bool follow, Descriptor& file,
 }
 
 /// Writes the bytes, permissions and time of @p from into @p to.
-unsigned long CopyContents(const Descriptor& from, const struct stat& about, int to)
+unsigned long CopyContents(const Descriptor& from, const FileStatus& about, int to)
 {
     if (const auto error = CopyBytes(from.Number(), to, about.st_size); error != 0)
         return error;
@@ -246,7 +248,7 @@ unsigned long CopyContents(const Descriptor& from, const struct stat& about, int
 unsigned long MoveAcross(const std::string& from, const std::string& to)
 {
     Descriptor source;
-    struct stat about;
+    FileStatus about{};
     if (const unsigned long error = OpenSource(from, false, source, about); error != 0)
         return error == EISDIR || error == ELOOP ? static_cast<unsigned long>(EXDEV) : error;
     Draft draft(to);
@@ -272,7 +274,7 @@ unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& 
 {
     readOnlyTarget = false;
     Descriptor source;
-    struct stat about, there;
+    FileStatus about{}, there{};
     if (const auto error = OpenSource(ToSystemPath(from), true, source, about); error != 0)
         return error;
     std::string target = ToSystemPath(to);

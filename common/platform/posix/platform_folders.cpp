@@ -58,7 +58,7 @@ std::string DesktopFolder(std::string_view key, const char* otherwise)
         const std::size_t open = line.find('"'), close = line.rfind('"');
         if (!line.starts_with(key) || open != key.size() + 1 || close <= open)
             continue;
-        const std::string value = line.substr(open + 1, close - open - 1);
+        std::string value = line.substr(open + 1, close - open - 1);
         if (value.starts_with("$HOME"))
             return home + value.substr(5);
         if (value.starts_with('/'))

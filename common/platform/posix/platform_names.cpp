@@ -83,11 +83,11 @@ std::string RuntimeFolder()
     const char* const given = std::getenv("XDG_RUNTIME_DIR"); // NOLINT(concurrency-mt-unsafe)
     if (given != nullptr && given[0] == '/')
     {
-        const std::string path = std::string(given) + "/kvi";
+        std::string path = std::string(given) + "/kvi";
         if ((::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST) && IsPrivateFolder(path))
             return path;
     }
-    const std::string path = "/tmp/kvi-" + std::to_string(::geteuid());
+    std::string path = "/tmp/kvi-" + std::to_string(::geteuid());
     if ((::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) || !IsPrivateFolder(path))
         return {};
     return path;

@@ -84,7 +84,7 @@ int Execute(RegistryStore& store, const char* text)
 /// Sees to it that the key's store is open and the one that its path leads to.
 unsigned long Reach(Key& key, bool write)
 {
-    if (key.store != nullptr && key.store->IsCurrent())
+    if (key.store && key.store->IsCurrent())
         return 0;
     key.store.reset();
     return RegistryStore::Open(key.machine, write, key.host, key.store);
