@@ -16,7 +16,7 @@ namespace sys::file
 /// A readable source of bytes, counted by the InputStream handles to it.
 ///
 /// Threads: one at a time for reading; handles may be copied and dropped on any.
-class KVI_API IInputStream
+class KVI_API IInputStream // NOLINT(cppcoreguidelines-virtual-class-destructor)
 {
 public:
     IInputStream(const IInputStream&) = delete;
@@ -48,8 +48,7 @@ public:
 
 protected:
     IInputStream() = default;
-    // For the last handle alone.
-    virtual ~IInputStream() = default; // NOLINT(cppcoreguidelines-virtual-class-destructor)
+    virtual ~IInputStream() = default; // for the last handle alone
 
 private:
     std::atomic<std::uint32_t> count_{1};
