@@ -18,13 +18,14 @@ constexpr int kPolish = 10;          ///< iterations spent on heads once the flo
 constexpr int kNear = 20;            ///< iterations tried from heads that may be near
 constexpr double kMoist = 0.3;       ///< relative conductivity of moist soil
 
-class Stopwatch
+/// Adds the seconds of its life to a sum.
+class TimeAdder
 {
 public:
-    explicit Stopwatch(double& seconds) : seconds_(seconds) {}
-    ~Stopwatch() { seconds_ += std::chrono::duration<double>(Clock::now() - start_).count(); }
-    Stopwatch(const Stopwatch&) = delete;
-    Stopwatch& operator=(const Stopwatch&) = delete;
+    explicit TimeAdder(double& seconds) : seconds_(seconds) {}
+    ~TimeAdder() { seconds_ += std::chrono::duration<double>(Clock::now() - start_).count(); }
+    TimeAdder(const TimeAdder&) = delete;
+    TimeAdder& operator=(const TimeAdder&) = delete;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -220,7 +221,7 @@ bool Newton::FromMoistSoil()
 
 void Newton::Evaluate(const Goal& goal)
 {
-    const Stopwatch watch(assembleSeconds_);
+    const TimeAdder watch(assembleSeconds_);
     assembly_.Inflow(head_, goal.easing, inflow_);
     Measure();
 }
@@ -295,12 +296,12 @@ bool Newton::Step(const Goal& goal)
             return false;
         ++outcome_.iterations;
         {
-            const Stopwatch watch(assembleSeconds_);
+            const TimeAdder watch(assembleSeconds_);
             assembly_.Inflow(head_, goal.easing, linear ? Tangent::Picard : Tangent::Newton,
                              damping_, system_, inflow_);
         }
         {
-            const Stopwatch watch(solveSeconds_);
+            const TimeAdder watch(solveSeconds_);
             const double enough = linear ? 1e-10 : !goal.easing.IsNone() ? 1e-4 : 1e-6;
             if (!system_.Solve(held_, residual_, linear, enough, step_, outcome_.failure))
                 return false;
@@ -321,7 +322,7 @@ bool Newton::Step(const Goal& goal)
 
 bool Newton::Search(const Goal& goal)
 {
-    const Stopwatch watch(assembleSeconds_);
+    const TimeAdder watch(assembleSeconds_);
     const double before = SumOfSquares(inflow_);
     const double enough = std::pow(settings_.tolerance * scale_, 2);
     for (relaxation_ = 1; relaxation_ > kLeastRelaxation; relaxation_ /= 2)
