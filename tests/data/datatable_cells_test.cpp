@@ -2,44 +2,22 @@
 #include "data/datatable_calculators.h"
 #include "data/datatable_cells.h"
 #include "data/datatable_inspect.h"
-#include "foundation/MissingValue.h"
+#include "table_parts.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <limits>
-#include <numeric>
 
 using namespace datatable;
+using namespace table_parts;
 
 namespace
 {
-constexpr double kMissing = MissingValue<double>();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-using Params = std::vector<DataParamType>;
-using Numbers = std::vector<double>;
-
-DataParamType Param(int number) { return static_cast<DataParamType>(number); }
-const DataParamType kKind = Param(1), kA = Param(10), kB = Param(20), kC = Param(30),
-                    kD = Param(40), kE = Param(50);
-
-template <class Range>
-Numbers AsVector(const Range& range)
-{
-    return {range.begin(), range.end()};
-}
 
 DataTable MakeTable(const Numbers& a)
 {
     DataTable table(kKind, {kA, kB}, static_cast<unsigned>(a.size()));
     std::copy(a.begin(), a.end(), table.Column(kA).begin());
     return table;
-}
-
-DataParamCalculator Sum(Params inputs)
-{
-    return {std::move(inputs),
-            [](std::span<const double> v) { return std::accumulate(v.begin(), v.end(), 0.0); }};
 }
 
 /// C = A + B, D = C + C, E needs itself.
@@ -52,10 +30,8 @@ DataTable MakeComputing()
     DataTable table(kKind, {kA, kB}, 2, calculators, eval::MakeSimpleEvaluator());
     double next = 1;
     for (const GID row : {GID{1}, GID{2}})
-    {
         for (double& cell : table.Row(row))
             cell = next++;
-    }
     return table;
 }
 } // namespace
@@ -82,12 +58,9 @@ TEST(TableCells, RowsGrowTheTableColumnsDoNot)
     EXPECT_EQ(AsVector(table.Column(kB)), Numbers(11, 4));
     SetMissingAll(table);
     EXPECT_TRUE(table.Equals(DataTable(kKind, {kA, kB}, 11)));
-    Params many;
-    for (int i = 0; i < 100; ++i)
-        many.push_back(Param(i));
-    DataTable wide(kKind, many, 1);
+    DataTable wide(kKind, FirstParams(100), 1);
     FillRow(wide, {0xFFFFFFFF}, 5); // more cells than a table may have
-    EXPECT_TRUE(wide.Equals(DataTable(kKind, many, 1)));
+    EXPECT_TRUE(wide.Equals(DataTable(kKind, FirstParams(100), 1)));
 }
 
 TEST(TableCells, TheValueMayBeACellOfTheTable)
@@ -146,31 +119,24 @@ TEST(TableInspection, AsksForStoredAndForAnswerableQuantities)
 
 TEST(TableInspection, StatisticsSkipMissingValuesAndShowNans)
 {
-    struct Row
-    {
-        Numbers values;
-        double lowest, highest, sum, magnitude;
-        unsigned lowestRow, highestRow;
+    // Values: the lowest, the highest, their sum and largest magnitude; the extremes' rows.
+    const std::tuple<Numbers, Numbers, unsigned, unsigned> rows[] = {
+        {{3, kMissing, -5, 4, -5, 4}, {-5, 4, 1, 5}, 3, 4},
+        {{kMissing, -2}, {-2, -2, -2, 2}, 2, 2},
+        {{kMissing, kMissing}, Numbers(4, kMissing), 0, 0},
+        {{}, Numbers(4, kMissing), 0, 0},
+        {{1, kNan, 9, kNan}, Numbers(4, kNan), 2, 2},
+        {{-HUGE_VAL, 1}, {-HUGE_VAL, 1, -HUGE_VAL, HUGE_VAL}, 1, 2},
     };
-    const Row rows[] = {
-        {{3, kMissing, -5, 4, -5, 4}, -5, 4, 1, 5, 3, 4},
-        {{kMissing, -2}, -2, -2, -2, 2, 2, 2},
-        {{kMissing, kMissing}, kMissing, kMissing, kMissing, kMissing, 0, 0},
-        {{}, kMissing, kMissing, kMissing, kMissing, 0, 0},
-        {{1, kNan, 9, kNan}, kNan, kNan, kNan, kNan, 2, 2},
-        {{-HUGE_VAL, 1}, -HUGE_VAL, 1, -HUGE_VAL, HUGE_VAL, 1, 2},
-    };
-    const auto same = [](double x, double y) { return x == y || (std::isnan(x) && std::isnan(y)); };
-    for (const Row& row : rows)
+    for (const auto& [values, expected, lowestRow, highestRow] : rows)
     {
-        SCOPED_TRACE(testing::PrintToString(row.values));
-        const DataTable table = MakeTable(row.values);
-        EXPECT_TRUE(same(Range(table, kA).lower.value, row.lowest));
-        EXPECT_TRUE(same(Range(table, kA).upper.value, row.highest));
-        EXPECT_TRUE(same(SumColumn(table, kA), row.sum));
-        EXPECT_TRUE(same(MaxMagnitude(table, kA), row.magnitude));
-        EXPECT_EQ(MinElementRow(table, kA).value, row.lowestRow);
-        EXPECT_EQ(MaxElementRow(table, kA).value, row.highestRow);
+        const DataTable table = MakeTable(values);
+        const gtl::range<double> range = Range(table, kA);
+        EXPECT_EQ(testing::PrintToString(Numbers{range.lower.value, range.upper.value,
+                                                 SumColumn(table, kA), MaxMagnitude(table, kA)}),
+                  testing::PrintToString(expected)); // as texts: a NaN equals a NaN
+        EXPECT_EQ(MinElementRow(table, kA).value, lowestRow);
+        EXPECT_EQ(MaxElementRow(table, kA).value, highestRow);
     }
     const DataTable computing = MakeComputing(); // D is 6 and 14
     EXPECT_EQ(SumColumn(computing, kD), 20);

@@ -1,21 +1,13 @@
 #include "data/datatable_calculators.h"
 #include "data/datatable_copy.h"
-#include "foundation/MissingValue.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
+#include "table_parts.h"
 
 using namespace datatable;
+using namespace table_parts;
 
 namespace
 {
-constexpr double kMissing = MissingValue<double>();
-using Params = std::vector<DataParamType>;
-using Rows = std::vector<std::vector<double>>;
-
-DataParamType Param(int number) { return static_cast<DataParamType>(number); }
-const DataParamType kKind = Param(1), kA = Param(10), kB = Param(20), kC = Param(30);
+using Rows = std::vector<Numbers>;
 
 /// C = 10 A.
 std::shared_ptr<CalculatorMap> TenTimes()
@@ -42,13 +34,6 @@ Rows Cells(const DataTable& table)
     return rows;
 }
 
-struct Case
-{
-    const char* what;
-    std::function<void(DataTable& to, const DataTable& from)> operation;
-    Rows result;
-};
-
 // A target with columns B, C and three rows; a source with columns A, B and two.
 const DataTable kTo = MakeTable({kB, kC}, {{1, 2}, {3, 4}, {5, 6}});
 const DataTable kFrom = MakeTable({kA, kB}, {{7, kMissing}, {kMissing, 9}});
@@ -61,7 +46,7 @@ TEST(TableCopy, CopyGoesByPosition)
     Copy(two, MakeTable({kA, kB}, four));
     EXPECT_EQ(Cells(two), four);
     Copy(two, MakeTable({kB, kA}, {{-1, -2}}));
-    EXPECT_EQ(Cells(two)[0], (std::vector<double>{-1, -2}));
+    EXPECT_EQ(Cells(two)[0], (Numbers{-1, -2}));
     EXPECT_EQ(Cells(two)[1], four[1]);
 }
 
@@ -83,68 +68,48 @@ TEST(TableCopy, EveryOtherOperationGoesByQuantity)
 {
     // The source computes C = 10 A; where A is missing that is infinite.
     const double inf = 10 * kMissing;
-    const Case cases[] = {
-        {"row",
-         [](auto& to, auto& from) { CopyRow(to, {2}, from, {1}); },
-         {{1, 2}, {kMissing, 70}, {5, 6}}},
-        {"row beyond the last",
-         [](auto& to, auto& from) { CopyRow(to, {5}, from, {2}); },
-         {{1, 2}, {3, 4}, {5, 6}, {kMissing, kMissing}, {9, inf}}},
-        {"row that is not there", [](auto& to, auto& from) { CopyRow(to, {9}, from, {3}); },
-         Cells(kTo)},
-        {"row 0", [](auto& to, auto& from) { CopyRow(to, {0}, from, {1}); }, Cells(kTo)},
-        {"column",
-         [](auto& to, auto& from) { CopyColumn(to, from, kB); },
-         {{kMissing, 2}, {9, 4}, {5, 6}}},
-        {"column of another quantity",
-         [](auto& to, auto& from) { CopyColumn(to, kC, from, kA); },
-         {{1, 7}, {3, kMissing}, {5, 6}}},
-        {"column without cells", [](auto& to, auto& from) { CopyColumn(to, from, kA); },
-         Cells(kTo)},
-        {"columns",
-         [](auto& to, auto& from) {
-             CopyColumns(to, from, {kC, kA, Param(99)});
-         },
-         {{1, 70}, {3, inf}, {5, 6}}},
-        {"data", [](auto& to, auto& from) { AssignData(to, from); }, {{kMissing, 70}, {9, inf}}},
-        {"append",
-         [](auto& to, auto& from) { Append(to, from); },
-         {{1, 2}, {3, 4}, {5, 6}, {kMissing, 70}, {9, inf}}},
-        {"merged row",
-         [](auto& to, auto& from) {
-             MergeRow(to, from, {kB, kC, kA}, {1});
-         },
-         {{1, 70}, {3, 4}, {5, 6}}},
-        {"merged row that is not there",
-         [](auto& to, auto& from) { MergeRow(to, from, {kB}, {3}); }, Cells(kTo)},
-        {"merge", [](auto& to, auto& from) { Merge(to, from); }, {{1, 2}, {9, 4}, {5, 6}}},
-        {"merge of a list",
-         [](auto& to, auto& from) { Merge(to, from, {kC}); },
-         {{1, 70}, {3, inf}, {5, 6}}},
+    const Rows same = Cells(kTo);
+    static const Params three = {kC, kA, kE}, all = {kB, kC, kA};
+    const std::pair<Rows, void (*)(DataTable&)> cases[] = {
+        {{{1, 2}, {kMissing, 70}, {5, 6}}, [](auto& to) { CopyRow(to, {2}, kFrom, {1}); }},
+        {{{1, 2}, {3, 4}, {5, 6}, {kMissing, kMissing}, {9, inf}},
+         [](auto& to) { CopyRow(to, {5}, kFrom, {2}); }},
+        {same, [](auto& to) { CopyRow(to, {9}, kFrom, {3}); }}, // there is no row 3
+        {same, [](auto& to) { CopyRow(to, {0}, kFrom, {1}); }},
+        {{{kMissing, 2}, {9, 4}, {5, 6}}, [](auto& to) { CopyColumn(to, kFrom, kB); }},
+        {{{1, 7}, {3, kMissing}, {5, 6}}, [](auto& to) { CopyColumn(to, kC, kFrom, kA); }},
+        {same, [](auto& to) { CopyColumn(to, kFrom, kA); }},
+        {{{1, 70}, {3, inf}, {5, 6}}, [](auto& to) { CopyColumns(to, kFrom, three); }},
+        {{{kMissing, 70}, {9, inf}}, [](auto& to) { AssignData(to, kFrom); }},
+        {{{1, 2}, {3, 4}, {5, 6}, {kMissing, 70}, {9, inf}}, [](auto& to) { Append(to, kFrom); }},
+        {{{1, 70}, {3, 4}, {5, 6}}, [](auto& to) { MergeRow(to, kFrom, all, {1}); }},
+        {same, [](auto& to) { MergeRow(to, kFrom, {kB}, {3}); }},
+        {{{1, 2}, {9, 4}, {5, 6}}, [](auto& to) { Merge(to, kFrom); }},
+        {{{1, 70}, {3, inf}, {5, 6}}, [](auto& to) { Merge(to, kFrom, {kC}); }},
     };
-    for (const Case& one : cases)
+    for (const auto& one : cases)
     {
-        SCOPED_TRACE(one.what);
+        SCOPED_TRACE(&one - cases);
         DataTable to(kTo);
-        one.operation(to, kFrom);
-        EXPECT_EQ(Cells(to), one.result);
+        one.second(to);
+        EXPECT_EQ(Cells(to), one.first);
         EXPECT_EQ(to.Columns(), kTo.Columns());
     }
 }
 
 TEST(TableCopy, ShorterTargetsGrow)
 {
-    for (const auto& [what, operation] :
-         std::vector<std::pair<const char*, std::function<void(DataTable&, const DataTable&)>>>{
-             {"column", [](auto&to, auto&from) { CopyColumn(to, from, kA); }},
-             {"columns", [](auto&to, auto&from) { CopyColumns(to, from, {kA}); }},
-             {"merge", [](auto&to, auto&from) { Merge(to, from); }},
-             {"data", [](auto&to, auto&from) { AssignData(to, from); }}})
+    void (*const operations[])(DataTable&, const DataTable&) = {
+        [](auto& to, auto& from) { CopyColumn(to, from, kA); },
+        [](auto& to, auto& from) { CopyColumns(to, from, {kA}); },
+        [](auto& to, auto& from) { Merge(to, from); },
+        [](auto& to, auto& from) { AssignData(to, from); },
+    };
+    for (const auto& operation : operations)
     {
-        SCOPED_TRACE(what);
         DataTable to = MakeTable({kA}, {{5}});
         operation(to, MakeTable({kA, kB}, {{1, 2}, {3, 4}}));
-        EXPECT_EQ(Cells(to), (Rows{{1}, {3}}));
+        EXPECT_EQ(Cells(to), (Rows{{1}, {3}})) << &operation - operations;
     }
 }
 

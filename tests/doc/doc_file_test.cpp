@@ -28,18 +28,14 @@ protected:
 
     Name Make(const std::wstring& analysis, int step, const std::wstring& file) const
     {
-        return Name()
-            .ProjectPath(folder + L"north.kvi")
-            .Analysis(analysis)
-            .Step(StepOf(step))
-            .FNameExt(file);
+        Name name = Name().ProjectPath(folder + L"north.kvi").Analysis(analysis);
+        return name.Step(StepOf(step)).FNameExt(file);
     }
     /// @returns whether there was no such file before
     bool Write(const Name& name) const
     {
         std::wstring path, empty;
-        const gtl::status made = MakeFolder(path, name);
-        EXPECT_TRUE(made.ok()) << testing::PrintToString(made.as_wstring());
+        EXPECT_EQ(MakeFolder(path, name), gtl::status());
         if (sys::file::Exists(path))
             return false;
         EXPECT_TRUE(sys::file::GetTempFilename(empty).ok());
@@ -92,35 +88,20 @@ TEST_F(DocumentFiles, HavePathsThatEverySystemTakes)
 TEST_F(DocumentFiles, NamesThatLeaveTheDocumentsFolderAreRefused)
 {
     const Name good = Make(L"seep", 3, L"heads.csv");
-    const Name rows[] = {
-        Name(good).Analysis(L".."),
-        Name(good).Analysis(L"."),
-        Name(good).Analysis(L"..\\..\\x"),
-        Name(good).Analysis(L"a\\b"),
-        Name(good).Analysis(L"a/b"),
-        Name(good).Analysis(L"C:\\x"),
-        Name(good).Analysis(std::wstring(L"a\0b", 3)),
-        Name(good).FName(L"..\\x"),
-        Name(good).FName(L"/etc/passwd"),
-        Name(good).FName(L"..").Ext(L""),
-        Name(good).FName(L".").Ext(L"."),
-        Name(good).FName(L"").Ext(L".."),
-        Name(good).Ext(L".a\\b"),
-        Name(good).Ext(L"csv"),
-        Name(good).Ext(L"").FName(L""),
-        Name(good).AllAnalyses(),
-        Name(good).AllSteps(),
-        Name(good).AllFiles(),
-        Name(good).AllExt(),
-        Name(good).Ext(L".r*"),
-        Name(good).Step(kvi::step::Last()),
-        Name(good).Step(StepOf(-5)),
-        Name(good).ClearAnalysis(),
-        Make(L"", kUnset, L"a").Run(1),
-        Name(good).ProjectPath(L""),
-        Name(good).ProjectPath(L"C:\\dams\\"),
-        Name(good).ProjectPath(L"C:\\dams\\.."),
-    };
+    std::vector<Name> rows = {Name(good).AllSteps(), Name(good).Step(kvi::step::Last()),
+                              Name(good).Step(StepOf(-5)), Name(good).ClearAnalysis(),
+                              Make(L"", kUnset, L"a").Run(1)};
+    for (const auto& analysis : std::vector<std::wstring>{
+             L"..", L".", L"..\\..\\x", L"a\\b", L"a/b", L"C:\\x", L"*", std::wstring(L"a\0b", 3)})
+        rows.push_back(Name(good).Analysis(analysis));
+    const std::pair<const wchar_t*, const wchar_t*> files[] = {
+        {L"..\\x", L".csv"}, {L"/etc/x", L".csv"}, {L"..", L""},   {L".", L"."},
+        {L"", L".."},        {L"a", L".a\\b"},     {L"a", L"csv"}, {L"", L""},
+        {L"*", L""},         {L"a", L".*"},        {L"a", L".r*"}};
+    for (const auto& [name, ext] : files)
+        rows.push_back(Name(good).FName(name).Ext(ext));
+    for (const wchar_t* project : {L"", L"C:\\dams\\", L"C:\\dams\\.."})
+        rows.push_back(Name(good).ProjectPath(project));
     for (const Name& name : rows)
     {
         std::wstring path = L"as it was";
@@ -149,13 +130,12 @@ TEST_F(DocumentFiles, AreFoundByPatterns)
 
     using Texts = std::vector<std::wstring>;
     const std::wstring seep = L"north.kvi\\seep: \u00c4.";
-    EXPECT_EQ(Found(Name(heads).AllExt()),
-              (Texts{seep + L"\\3\\heads.r2", seep + L"\\3\\heads.r10"}));
-    EXPECT_EQ(Found(Name(heads).AllSteps()),
-              (Texts{seep + L"\\0\\heads.r2", seep + L"\\3\\heads.r2"}));
+    const std::wstring two = seep + L"\\3\\heads.r2", ten = seep + L"\\3\\heads.r10",
+                       initial = seep + L"\\0\\heads.r2", second = seep + L" (2)\\3\\heads.r2";
+    EXPECT_EQ(Found(Name(heads).AllExt()), (Texts{two, ten}));
+    EXPECT_EQ(Found(Name(heads).AllSteps()), (Texts{initial, two}));
     EXPECT_EQ(Found(Name(heads).AllAnalyses().AllSteps().AllFiles()),
-              (Texts{L"north.kvi\\con\\11\\con.txt", seep + L" (2)\\3\\heads.r2",
-                     seep + L"\\0\\heads.r2", seep + L"\\3\\heads.r2", seep + L"\\3\\heads.r10"}));
+              (Texts{L"north.kvi\\con\\11\\con.txt", second, initial, two, ten}));
     EXPECT_EQ(Found(Make(L"*", kUnset, L"*")), (Texts{L"north.kvi\\con\\plain"}));
     EXPECT_EQ(Found(Make(L"", kUnset, L"*")), (Texts{L"north.kvi\\mesh.msh"}));
     EXPECT_EQ(Found(Make(L"none", -2, L"*")), Texts());

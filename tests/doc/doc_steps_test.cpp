@@ -31,13 +31,7 @@ TEST(Step, KeepsTheReservedValues)
 
 TEST(Step, HasANumberUnlessItIsAWordForOthers)
 {
-    struct Row
-    {
-        int value, number;
-        bool isSpecial;
-        const wchar_t* text;
-    };
-    const Row rows[] = {
+    const std::tuple<int, int, bool, const wchar_t*> rows[] = {
         {-1, 0, true, L"initial step"},
         {0, 0, true, L"initial step"},
         {1, 1, false, L"step 1 (time 12)"},
@@ -48,11 +42,11 @@ TEST(Step, HasANumberUnlessItIsAWordForOthers)
         {-2, -1, true, L"all steps"},
         {-3, -1, false, L"no step"},
     };
-    for (const Row& row : rows)
+    for (const auto& [value, number, isSpecial, text] : rows)
     {
-        EXPECT_EQ(StepOf(row.value).AsStepNumber(), StepNumber{row.number}) << row.value;
-        EXPECT_EQ(kvi::step::IsSpecialStep(StepOf(row.value)), row.isSpecial) << row.value;
-        EXPECT_EQ(kvi::step::PrettyPrint(StepOf(row.value), 12), row.text) << row.value;
+        EXPECT_EQ(StepOf(value).AsStepNumber(), StepNumber{number}) << value;
+        EXPECT_EQ(kvi::step::IsSpecialStep(StepOf(value)), isSpecial) << value;
+        EXPECT_EQ(kvi::step::PrettyPrint(StepOf(value), 12), text) << value;
     }
     EXPECT_EQ(kvi::step::PrettyPrint(StepOf(3), MissingValue<double>()), L"step 3");
     EXPECT_EQ(kvi::step::PrettyPrint(StepOf(3), 0.123456789),

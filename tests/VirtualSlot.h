@@ -1,0 +1,15 @@
+// Where virtual operations stand, for classes whose tables other programs know.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+/// The place of a virtual operation in its class's table, behind the destructor's two (0 and 1).
+template <class Operation>
+std::size_t VirtualSlot(Operation operation)
+{
+    // Both compilers' common C++ ABI: a pointer to a virtual member holds its offset plus 1.
+    std::size_t word = 0;
+    std::memcpy(&word, &operation, sizeof word);
+    return (word - 1) / sizeof(void*);
+}
