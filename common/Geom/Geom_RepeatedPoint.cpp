@@ -5,18 +5,44 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <emmintrin.h>
 #include <memory>
 
 namespace Geom::impl
 {
 namespace
 {
-constexpr std::size_t kFew = 5;       // points that are compared pair by pair
+constexpr std::size_t kFew = 16;      // points that are compared pair by pair
 constexpr std::size_t kOnStack = 512; // slots of a table on the stack
 constexpr double kWideCell = 64;      // in half-epsilons: borders are rarely near
 constexpr double kNarrowCell = 3;     // holds few points that are not near each other
 constexpr std::size_t kCrowd = 4;     // comparisons per point that make cells narrow
 constexpr double kReach = 1 + 1e-9;   // a half-epsilon and the rounding of a difference
+
+/// Whether all points are apart for certain: told without a branch, and not of infinite ones.
+bool AreClearlyApart(const Point2D* points, std::size_t n, const Precision3D& precision)
+{
+    const __m128d halfEpsilons = _mm_loadu_pd(precision.halfEpsilon), minus = _mm_set1_pd(-0.0);
+    const auto areNear = [&](__m128d a, __m128d b) { // on x, on y
+        return _mm_cmpngt_pd(_mm_andnot_pd(minus, _mm_sub_pd(a, b)), halfEpsilons);
+    };
+    __m128d isPair = _mm_setzero_pd();
+    for (std::size_t i = 0; i < n; i += 2) // and i + 1: each with those before it
+    {
+        const __m128d a = _mm_loadu_pd(&points[i].x);
+        const __m128d b = _mm_loadu_pd(&points[std::min(i + 1, n - 1)].x);
+        for (std::size_t k = 0; k < i; ++k)
+        {
+            const __m128d point = _mm_loadu_pd(&points[k].x);
+            const __m128d nearA = areNear(a, point), nearB = areNear(b, point);
+            isPair = _mm_or_pd(
+                isPair, _mm_and_pd(_mm_unpacklo_pd(nearA, nearB), _mm_unpackhi_pd(nearA, nearB)));
+        }
+        if (i + 1 < n && _mm_movemask_pd(areNear(a, b)) == 3)
+            return false;
+    }
+    return _mm_movemask_pd(isPair) == 0;
+}
 
 bool HasEqualPair(const Point2D* points, std::size_t n, const Precision3D& precision)
 {
@@ -133,6 +159,8 @@ private:
 bool HasRepeatedPoint(const Point2D* points, std::size_t n, const Precision3D& precision)
 {
     const auto isOrdinary = [](double h) { return h == 0 || (h > 1e-300 && h < 1e300); };
+    if (n <= kFew && AreClearlyApart(points, n, precision))
+        return false;
     if (n <= kFew || !isOrdinary(precision.halfEpsilon[0]) || !isOrdinary(precision.halfEpsilon[1]))
         return HasEqualPair(points, n, precision);
     const std::size_t size = std::bit_ceil(2 * n);
