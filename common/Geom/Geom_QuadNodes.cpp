@@ -8,7 +8,7 @@ namespace Geom::impl
 namespace
 {
 
-constexpr std::uint32_t kLeastBlock = 8; // a cache line
+constexpr std::uint32_t kLeastBlock = kMarksPerLine;
 constexpr unsigned kMostTableBits = 11;
 /// A box over more table squares than these is taken down from the root.
 constexpr std::uint32_t kFewSquares = 64;

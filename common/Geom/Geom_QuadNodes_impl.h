@@ -2,11 +2,12 @@
 /// @internal The nodes of a quadtree over whole-number boxes, and what its leaves hold.
 #pragma once
 
+#include "Geom/Geom_QuadMark_impl.h"
+
 #include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <new>
 #include <vector>
 
 namespace Geom::impl
@@ -36,58 +37,6 @@ public:
     virtual ~IQuadItems() = default;
     /// The box with which an item was added.
     virtual QuadBox BoxOf(std::uint32_t item) const = 0;
-};
-
-/// What a search reads of an item in a leaf: the part of its box within the leaf, in 128ths of the
-/// leaf's side (or whole positions), so that most items are passed over without a look.
-///
-/// The box is four numbers of a byte: 128 - minX, maxX, 128 - minY, maxY. To these a search adds x,
-/// 128 - x, y, 128 - y; the box holds (x, y) when every sum is at least 128.
-struct QuadMark
-{
-    std::uint32_t item;
-    std::uint32_t box;
-
-    static constexpr std::uint32_t BoxOf(std::uint32_t minX, std::uint32_t maxX, std::uint32_t minY,
-                                         std::uint32_t maxY)
-    {
-        return (128 - minX) | maxX << 8 | (128 - minY) << 16 | maxY << 24;
-    }
-    static constexpr std::uint32_t PointOf(std::uint32_t x, std::uint32_t y)
-    {
-        return x | (128 - x) << 8 | y << 16 | (128 - y) << 24;
-    }
-    bool Holds(std::uint32_t point) const { return ((box + point) & 0x80808080) == 0x80808080; }
-};
-
-/// What stands before the marks of a leaf, in the place of one.
-struct QuadHeader
-{
-    std::uint32_t count; ///< marks that follow
-    std::uint32_t shift; ///< from positions to the units of the marks
-};
-static_assert(sizeof(QuadHeader) == sizeof(QuadMark));
-
-/// Memory that starts on a cache line, so that a block of eight marks is one line.
-template <class T>
-struct QuadLines
-{
-    using value_type = T;
-
-    QuadLines() = default;
-    template <class U>
-    QuadLines(const QuadLines<U>&) // NOLINT(google-explicit-constructor): as allocators have it
-    {
-    }
-    T* allocate(std::size_t count)
-    {
-        return static_cast<T*>(::operator new(count * sizeof(T), kLine));
-    }
-    void deallocate(T* memory, std::size_t) { ::operator delete(memory, kLine); }
-    friend bool operator==(const QuadLines&, const QuadLines&) { return true; }
-
-private:
-    static constexpr std::align_val_t kLine{64};
 };
 
 /// A square of the grid with its lower-left corner; a leaf, or the parent of four.
@@ -126,11 +75,12 @@ private:
     std::array<std::vector<std::uint32_t>, 32> free_; ///< starts of free blocks by log2 of size
 };
 
-/// A leaf as a search sees it: its marks, and the position for QuadMark::Holds.
+/// A leaf as a search sees it: its block, and the position as QuadMark::PointOf gives it.
 struct QuadView
 {
-    const QuadMark* marks;
-    std::uint32_t count, point;
+    const QuadMark* block;
+    std::uint32_t count; ///< marks behind the header
+    std::uint32_t point;
 };
 
 /// The tree. Every position of the grid lies in one leaf, and an item stands in each leaf that its
@@ -159,7 +109,7 @@ public:
         }
         const QuadMark* const block = pool_.At(link);
         const auto [count, shift] = std::bit_cast<QuadHeader>(*block);
-        return {block + 1, count, QuadMark::PointOf(x >> shift & 127, y >> shift & 127)};
+        return {block, count, QuadMark::PointOf(x >> shift & 127, y >> shift & 127)};
     }
     std::size_t Count() const { return nodes_.size(); }
     unsigned Depth() const { return depth_; }

@@ -1,8 +1,10 @@
 #include "Geom/Geom_QuadTree2D.h"
 
 #include "Geom/Geom_CellTable.h"
+#include "Geom/Geom_QuadKernels_impl.h"
 #include "Geom/Geom_QuadNodes_impl.h"
 #include "Geom/Geom_plane_impl.h"
+#include "platform/platform_cpu.h"
 
 #include <bit>
 #include <unordered_map>
@@ -13,16 +15,7 @@ namespace
 {
 
 using impl::QuadBox;
-
-/// Stands before an item's ring in the array of all points, in the place of one.
-struct Header
-{
-    std::uint32_t id;
-    std::uint32_t count; ///< points of the ring
-    std::uint32_t room;  ///< places behind this one, up to the next header
-    std::uint32_t unused = 0;
-};
-static_assert(sizeof(Header) == sizeof(Point2D));
+using Header = impl::QuadRing;
 
 /// Positions on one axis of the box, as whole numbers that keep their order.
 class QuadAxis
@@ -119,6 +112,11 @@ EdgeMark MarkOf(const Point2D& a, const Point2D& b, const Point2D& p, double hx,
     return (side > 0) == (b.y > a.y) ? crossed : EdgeMark::None;
 }
 
+impl::QuadKernel Kernel()
+{
+    return platform::SimdLevel() == 0 ? impl::sse2::kQuadKernel : impl::avx2::kQuadKernel;
+}
+
 } // namespace
 
 class QuadTree2D::Impl final : impl::IQuadItems
@@ -127,7 +125,7 @@ public:
     Impl(const Extents2D& extents, unsigned capacity, const Precision3D& precision)
         : hx_(precision.halfEpsilon[0]), hy_(precision.halfEpsilon[1]),
           x_(extents.minX, extents.maxX, hx_), y_(extents.minY, extents.maxY, hy_),
-          nodes_(std::max(capacity, 1u))
+          nodes_(std::max(capacity, 1u)), kernel_(Kernel())
     {
     }
 
@@ -167,22 +165,21 @@ public:
         if (!x_.Holds(point.x) || !y_.Holds(point.y))
             return;
         const impl::QuadView leaf = nodes_.LeafAt(x_.At(point.x), y_.At(point.y));
-        const impl::QuadMark *mark = leaf.marks, *const end = mark + leaf.count;
-        while (mark != end)
+        for (std::uint32_t first = 0; first <= leaf.count; first += 32) // the header is mark 0
         {
-            // The boxes first, without a branch: one item or two are left, which cannot be
-            // foretold.
-            std::uint32_t places[32];
-            std::size_t hits = 0;
-            for (const auto* stop = mark + std::min<std::ptrdiff_t>(end - mark, 32); mark != stop;
-                 ++mark)
+            const impl::QuadMark* const marks = leaf.block + first;
+            const std::uint64_t holders =
+                kernel_(marks, std::min(leaf.count - first, 31u), leaf.point, points_.data(),
+                        point.x, point.y, hx_, hy_);
+            const auto certain = static_cast<std::uint32_t>(holders);
+            const auto inDoubt = static_cast<std::uint32_t>(holders >> 32);
+            for (std::uint32_t left = certain | inDoubt; left != 0; left &= left - 1)
             {
-                places[hits] = mark->item;
-                hits += mark->Holds(leaf.point);
+                const int mark = std::countr_zero(left);
+                const std::uint32_t place = marks[mark].item;
+                if ((inDoubt >> mark & 1) == 0 || Contains(place, point))
+                    visit(HeaderAt(place).id);
             }
-            for (std::size_t i = 0; i < hits; ++i)
-                if (Contains(places[i], point))
-                    visit(HeaderAt(places[i]).id);
         }
     }
 
@@ -198,27 +195,13 @@ private:
     Header HeaderAt(std::uint32_t place) const { return std::bit_cast<Header>(points_[place]); }
     const Point2D* RingAt(std::uint32_t place) const { return points_.data() + place + 1; }
 
-    /// MarkOf for every edge, without a branch while the point is clear of the edge's line.
-    bool Contains(std::uint32_t place, const Point2D p) const
+    bool Contains(std::uint32_t place, const Point2D& p) const
     {
         const Point2D* const ring = RingAt(place);
-        const std::uint32_t count = HeaderAt(place).count;
-        const double hx = hx_, hy = hy_;
         bool isInside = false;
-        for (std::uint32_t i = 0; i + 1 < count; ++i)
+        for (std::uint32_t i = 1; i < HeaderAt(place).count; ++i)
         {
-            const Point2D &a = ring[i], &b = ring[i + 1];
-            const double dx = b.x - a.x, dy = b.y - a.y;
-            const double left = dx * (p.y - a.y), right = dy * (p.x - a.x);
-            const double tolerance = hx * std::fabs(dy) + hy * std::fabs(dx);
-            const double doubt = (std::fabs(left) + std::fabs(right) + tolerance) * 0x1p-49;
-            if (std::fabs(left - right) > tolerance + doubt) [[likely]]
-            {
-                const bool isUp = b.y > p.y;
-                isInside ^= ((a.y > p.y) != isUp) & ((left > right) == isUp);
-                continue;
-            }
-            const EdgeMark mark = MarkOf(a, b, p, hx, hy);
+            const EdgeMark mark = MarkOf(ring[i - 1], ring[i], p, hx_, hy_);
             if (mark == EdgeMark::On)
                 return true;
             isInside ^= mark == EdgeMark::Crossed;
@@ -313,6 +296,7 @@ private:
     double hx_, hy_;
     QuadAxis x_, y_;
     impl::QuadNodes nodes_;
+    impl::QuadKernel kernel_;
     std::vector<Point2D> points_; ///< the closed rings of all items, each behind its header
     std::size_t itemCount_ = 0;
     std::size_t unused_ = 0; ///< points of rings that were moved
