@@ -6,6 +6,7 @@
 #include "Geom/Geom_plane_impl.h"
 
 #include <cstddef>
+#include <emmintrin.h>
 #include <utility>
 
 namespace Geom::impl
@@ -48,21 +49,38 @@ inline bool CrossClearly(const Line2D& a, const Line2D& b, double hx, double hy,
 {
     const OrderedLines ordered(a, b);
     const Line2D &u = ordered.First(), &v = ordered.Second();
-    const Point2D du = u.second - u.first, dv = v.second - v.first, e = v.first - u.first;
-    const auto products = [](const Point2D& s, const Point2D& t) {
-        return std::fabs(s.x * t.y) + std::fabs(s.y * t.x);
-    };
-    const double turn = Cross(du, dv), v1 = Cross(du, e), u1 = Cross(e, dv);
-    const double v2 = v1 + turn, u2 = u1 - turn;
+    const __m128d u1 = _mm_loadu_pd(&u.first.x), u2 = _mm_loadu_pd(&u.second.x);
+    const __m128d v1 = _mm_loadu_pd(&v.first.x), v2 = _mm_loadu_pd(&v.second.x);
+    const __m128d du = _mm_sub_pd(u2, u1), dv = _mm_sub_pd(v2, v1), e = _mm_sub_pd(v1, u1);
+    // From here on two lines at a time: how v's ends stand to u, how u's stand to v.
+    const __m128d dx = _mm_unpacklo_pd(du, dv), dy = _mm_unpackhi_pd(du, dv);
+    const __m128d left = _mm_mul_pd(dx, _mm_unpackhi_pd(e, e));
+    const __m128d right = _mm_mul_pd(dy, _mm_unpacklo_pd(e, e));
+    const __m128d turns = _mm_mul_pd(dx, _mm_shuffle_pd(dy, dy, 1)); // whose difference counts
+    const __m128d turn = _mm_sub_pd(_mm_unpacklo_pd(turns, turns), _mm_unpackhi_pd(turns, turns));
+    const __m128d ends1 = _mm_sub_pd(left, right), ends2 = _mm_add_pd(ends1, turn);
+
     // What the tolerance makes of each, and at most a dozen roundings.
-    const double rounding = (products(du, dv) + products(du, e) + products(e, dv)) * 0x1p-48;
-    const double marginU = (hx * std::fabs(du.y) + hy * std::fabs(du.x)) * (1 + 0x1p-48) + rounding;
-    const double marginV = (hx * std::fabs(dv.y) + hy * std::fabs(dv.x)) * (1 + 0x1p-48) + rounding;
-    if (!(std::min(v1, v2) < -marginU && std::max(v1, v2) > marginU &&
-          std::min(u1, u2) < -marginV && std::max(u1, u2) > marginV))
+    const __m128d minus = _mm_set1_pd(-0.0);
+    const auto sizeOf = [minus](__m128d w) { return _mm_andnot_pd(minus, w); };
+    const __m128d both = _mm_add_pd(sizeOf(left), sizeOf(right)), third = sizeOf(turns);
+    const double terms = _mm_cvtsd_f64(third) + _mm_cvtsd_f64(_mm_unpackhi_pd(third, third)) +
+                         _mm_cvtsd_f64(both) + _mm_cvtsd_f64(_mm_unpackhi_pd(both, both));
+    const __m128d reach = _mm_add_pd(_mm_mul_pd(_mm_set1_pd(hx), sizeOf(dy)),
+                                     _mm_mul_pd(_mm_set1_pd(hy), sizeOf(dx)));
+    const __m128d margin =
+        _mm_add_pd(_mm_mul_pd(reach, _mm_set1_pd(1 + 0x1p-48)), _mm_set1_pd(terms * 0x1p-48));
+    const __m128d isBelow = _mm_cmplt_pd(_mm_min_pd(ends1, ends2), _mm_xor_pd(margin, minus));
+    const __m128d isAbove = _mm_cmpgt_pd(_mm_max_pd(ends1, ends2), margin);
+    if (_mm_movemask_pd(_mm_and_pd(isBelow, isAbove)) != 3)
         return false;
-    const Point2D p = u.first + du * (u1 / turn);
-    point = Clamped(Clamped(p, u.first, u.second), v.first, v.second);
+
+    const __m128d shares = _mm_div_pd(_mm_xor_pd(ends1, minus), turn); // of u: the upper half
+    const __m128d p = _mm_add_pd(u1, _mm_mul_pd(du, _mm_unpackhi_pd(shares, shares)));
+    const auto intoBox = [](__m128d w, __m128d from, __m128d to) {
+        return _mm_min_pd(_mm_max_pd(to, from), _mm_max_pd(_mm_min_pd(to, from), w));
+    };
+    _mm_storeu_pd(&point.x, intoBox(intoBox(p, u1, u2), v1, v2));
     return true;
 }
 

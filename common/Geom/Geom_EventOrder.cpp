@@ -51,11 +51,14 @@ void MakeSortedExactly(Events& events, MeetingList found, const LineSet2D& lines
         throw std::length_error("Geom: too many events");
     double from = MissingValue<double>(), to = -from;
     found.EachBlock([&](const Meeting* meetings, std::size_t count) {
+        double least = from, most = to; // in registers
         for (std::size_t i = 0; i < count; ++i)
         {
-            from = std::min(from, meetings[i].point.x);
-            to = std::max(to, meetings[i].point.x);
+            least = std::min(least, meetings[i].point.x);
+            most = std::max(most, meetings[i].point.x);
         }
+        from = least;
+        to = most;
     });
     const std::size_t buckets = found.size() / 2 + 1;
     const double perUnit = double(buckets) / (to - from);
@@ -97,7 +100,7 @@ public:
         bool areInOrder = true;
         for (const Line2D& line : lines)
         {
-            if (!AreUsable({line.first, line.second}))
+            if (!IsUsable(line.first) || !IsUsable(line.second))
                 continue;
             areInOrder = areInOrder && !Precedes(line.second, line.first, hx, hy);
             most = std::max({most, std::fabs(line.first.x), std::fabs(line.second.x)});
@@ -176,6 +179,8 @@ void MakeEvents(std::vector<LineEvent2D>& events, MeetingList found, const LineS
         do
             ++next;
         while (next != end && !less.IsFar(next[-1], *next));
+        if (next - begin == 1)
+            continue;
         if (std::size_t(next - begin) <= kFew)
             InsertionSort(begin, next, less);
         else

@@ -30,12 +30,10 @@ struct GridTolerance
     double MarginOf(const Line2D& line) const;
 };
 
-Extents2D BoxOf(const Line2D& line);
-
 /// Numbers of the first and the last cell that a line's box reaches.
 struct GridCover
 {
-    std::uint32_t x0, x1, y0, y1;
+    std::uint32_t x0, y0, x1, y1;
 
     /// Whether the line stretches over so many cells both ways that it is not entered in them. With
     /// cells longer than the average box few of all lines do.

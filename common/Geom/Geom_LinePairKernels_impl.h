@@ -12,8 +12,8 @@ namespace Geom::impl
 /// kPairPadding readable elements behind.
 struct PairRows
 {
-    const double *ax, *ay; ///< first points
-    const double *bx, *by; ///< second points
+    const double *ax, *ay; ///< the one end, no further right
+    const double *bx, *by; ///< the other end
     const double* margin;  ///< how far from 0 a cross product with the line must be to count
     /// Two bits per level of cells: whether the line's box begins in the cell's column, and row.
     const std::uint32_t* flags;
@@ -23,7 +23,7 @@ struct PairRows
 
 constexpr std::size_t kPairPadding = 8;
 
-/// One line by its points, as in PairRows.
+/// One line by its ends in any order, and its margin as in PairRows.
 struct PairRow
 {
     double ax, ay, bx, by, margin;
@@ -54,7 +54,9 @@ struct PairKernels
     /// @param cursor    where to start and where it stopped
     /// @param allFlags  all bits of the levels in use
     /// @param out       receives the pairs
-    /// @param room      elements of @p out, no fewer than rows in the fullest cell
+    /// @param room      pairs that may be written, no fewer than rows in the fullest cell;
+    /// kPairPadding
+    ///                  elements stand behind them
     /// @returns pairs written
     std::size_t (*inCells)(const PairRows& rows, const std::size_t* starts, std::size_t cells,
                            PairCursor& cursor, std::uint32_t allFlags, RowPair* out,

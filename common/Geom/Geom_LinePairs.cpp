@@ -4,16 +4,17 @@
 #include "platform/platform_cpu.h"
 
 #include <cmath>
+#include <emmintrin.h>
 #include <stdexcept>
 
 namespace Geom::impl
 {
 namespace
 {
-constexpr std::size_t kCrowded = 160;  // lines in a cell that gets a grid of its own
-constexpr int kLevels = 12;            // of grids within cells: two flags for each
-constexpr std::size_t kPortion = 4096; // pairs handed over at once, about
-constexpr double kGreatest = 0x1p400;  // coordinates whose products of two stay finite
+constexpr std::size_t kCrowded = 160; // lines in a cell that gets a grid of its own
+constexpr int kLevels = 12;           // of grids within cells: two flags for each
+constexpr std::size_t kPortion = 512; // pairs handed over at once, about
+constexpr double kGreatest = 0x1p400; // coordinates whose products of two stay finite
 
 const PairKernels& Kernels()
 {
@@ -114,13 +115,14 @@ void Search::WithinCells(const LineGrid& grid, const std::vector<GridMember>& me
         fullest = std::max(fullest, grid.starts[cell + 1] - grid.starts[cell]);
     if (fullest < 2)
         return;
-    pairs_.resize(std::max({pairs_.size(), kPortion, fullest}));
+    const std::size_t room = std::max(kPortion, fullest);
+    pairs_.resize(std::max(pairs_.size(), room + kPairPadding));
     const PairRows rows = grid.Rows(tolerance_);
     PairCursor cursor = {begin, grid.starts[begin]};
     while (cursor.cell < end)
     {
         const std::size_t count = Kernels().inCells(rows, grid.starts.data(), end, cursor,
-                                                    FlagsOf(level), pairs_.data(), pairs_.size());
+                                                    FlagsOf(level), pairs_.data(), room);
         for (std::size_t i = 0; i < count; ++i)
             out_.Add(members[grid.memberOf[pairs_[i].first]].line,
                      members[grid.memberOf[pairs_[i].second]].line);
@@ -180,19 +182,12 @@ void Search::WithLong(const LineGrid& grid, const std::vector<GridMember>& membe
     }
 }
 
-GridTolerance ToleranceFor(const LineSet2D& lines, const std::vector<GridMember>& members,
-                           double hx, double hy)
+/// @param most  the greatest coordinates by size
+GridTolerance ToleranceFor(const Point2D& most, double hx, double hy)
 {
-    double mostX = 0, mostY = 0;
-    for (const GridMember& member : members)
-    {
-        const auto& [a, b] = lines[member.line];
-        mostX = std::max({mostX, std::fabs(a.x), std::fabs(b.x)});
-        mostY = std::max({mostY, std::fabs(a.y), std::fabs(b.y)});
-    }
     const double slack = 1 + 0x1p-40;
-    return {hx * slack + mostX * 0x1p-46, hy * slack + mostY * 0x1p-46,
-            hx * slack + mostX * 0x1p-46, hy * slack + mostY * 0x1p-46};
+    return {hx * slack + most.x * 0x1p-46, hy * slack + most.y * 0x1p-46,
+            hx * slack + most.x * 0x1p-46, hy * slack + most.y * 0x1p-46};
 }
 
 } // namespace
@@ -206,15 +201,21 @@ void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePa
     std::vector<GridMember> members;
     std::vector<std::uint32_t> wild; // too great to reckon with: paired with every line
     members.reserve(lines.size());
+    const __m128d minus = _mm_set1_pd(-0.0), greatest = _mm_set1_pd(kGreatest);
+    __m128d most = _mm_setzero_pd();
     for (std::uint32_t i = 0; i < lines.size(); ++i)
     {
         const auto& [a, b] = lines[i];
-        if (!AreUsable({a, b}))
-            continue;
-        if (isOrdinary &&
-            std::max({std::fabs(a.x), std::fabs(a.y), std::fabs(b.x), std::fabs(b.y)}) < kGreatest)
+        const __m128d sizeA = _mm_andnot_pd(minus, _mm_loadu_pd(&a.x));
+        const __m128d sizeB = _mm_andnot_pd(minus, _mm_loadu_pd(&b.x));
+        const __m128d areSmall =
+            _mm_and_pd(_mm_cmplt_pd(sizeA, greatest), _mm_cmplt_pd(sizeB, greatest));
+        if (isOrdinary && _mm_movemask_pd(areSmall) == 3)
+        {
             members.push_back({i, 0});
-        else
+            most = _mm_max_pd(most, _mm_max_pd(sizeA, sizeB));
+        }
+        else if (AreUsable({a, b}))
             wild.push_back(i);
     }
     Portions portions(taker);
@@ -227,7 +228,9 @@ void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePa
     }
     if (members.size() > 1)
     {
-        const GridTolerance tolerance = ToleranceFor(lines, members, hx, hy);
+        Point2D mostOfMembers;
+        _mm_storeu_pd(&mostOfMembers.x, most);
+        const GridTolerance tolerance = ToleranceFor(mostOfMembers, hx, hy);
         Search(lines, tolerance, portions)
             .Among(members, {-kGreatest, kGreatest, -kGreatest, kGreatest}, 0);
     }

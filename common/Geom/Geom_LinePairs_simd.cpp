@@ -19,6 +19,7 @@ inline Vector Plus(Vector a, Vector b) { return _mm512_add_pd(a, b); }
 inline Vector Times(Vector a, Vector b) { return _mm512_mul_pd(a, b); }
 inline Vector Min(Vector a, Vector b) { return _mm512_min_pd(a, b); }
 inline Vector Max(Vector a, Vector b) { return _mm512_max_pd(a, b); }
+inline Vector Size(Vector a) { return _mm512_andnot_pd(All(-0.0), a); }
 inline Mask IsGreater(Vector a, Vector b) { return _mm512_cmp_pd_mask(a, b, _CMP_GT_OQ); }
 
 #elif defined(__AVX2__)
@@ -33,6 +34,7 @@ inline Vector Plus(Vector a, Vector b) { return _mm256_add_pd(a, b); }
 inline Vector Times(Vector a, Vector b) { return _mm256_mul_pd(a, b); }
 inline Vector Min(Vector a, Vector b) { return _mm256_min_pd(a, b); }
 inline Vector Max(Vector a, Vector b) { return _mm256_max_pd(a, b); }
+inline Vector Size(Vector a) { return _mm256_andnot_pd(All(-0.0), a); }
 inline Mask IsGreater(Vector a, Vector b)
 {
     return unsigned(_mm256_movemask_pd(_mm256_cmp_pd(a, b, _CMP_GT_OQ)));
@@ -50,66 +52,91 @@ inline Vector Plus(Vector a, Vector b) { return _mm_add_pd(a, b); }
 inline Vector Times(Vector a, Vector b) { return _mm_mul_pd(a, b); }
 inline Vector Min(Vector a, Vector b) { return _mm_min_pd(a, b); }
 inline Vector Max(Vector a, Vector b) { return _mm_max_pd(a, b); }
+inline Vector Size(Vector a) { return _mm_andnot_pd(All(-0.0), a); }
 inline Mask IsGreater(Vector a, Vector b) { return unsigned(_mm_movemask_pd(_mm_cmpgt_pd(a, b))); }
 
 #endif
 
-constexpr Mask kAll = (1u << kWidth) - 1;
-
-inline double Least(double a, double b) { return a < b ? a : b; }
-inline double Greatest(double a, double b) { return a < b ? b : a; }
-
 /// One line, in all elements, ready to be tested against kWidth others.
 struct Probe
 {
-    Vector ax, ay, dx, dy, margin, minusMargin, minX, maxX, minY, maxY;
+    Vector ax, ay, dx, dy, halfDx, halfDy, margin, minX, maxX, minY, maxY;
 };
 
 inline Probe ProbeOf(const PairRow& line, double reachX, double reachY)
 {
-    return {All(line.ax),
-            All(line.ay),
-            All(line.bx - line.ax),
-            All(line.by - line.ay),
+    const Vector ax = All(line.ax), ay = All(line.ay), bx = All(line.bx), by = All(line.by);
+    const Vector dx = Minus(bx, ax), dy = Minus(by, ay), half = All(0.5);
+    const Vector x = All(reachX), y = All(reachY);
+    return {ax,
+            ay,
+            dx,
+            dy,
+            Times(dx, half),
+            Times(dy, half),
             All(line.margin),
-            All(-line.margin),
-            All(Least(line.ax, line.bx) - reachX),
-            All(Greatest(line.ax, line.bx) + reachX),
-            All(Least(line.ay, line.by) - reachY),
-            All(Greatest(line.ay, line.by) + reachY)};
+            Minus(Min(ax, bx), x),
+            Plus(Max(ax, bx), x),
+            Minus(Min(ay, by), y),
+            Plus(Max(ay, by), y)};
 }
 
-/// Which of the rows from @p at may meet the probe. With u the probe's direction, v a row's and
-/// e from the probe's first point to the row's, the row's points stand to the probe as u x e and
-/// u x e + u x v, the probe's to the row as e x v and e x v - u x v.
-inline Mask MayMeet(const PairRows& rows, std::size_t at, const Probe& probe)
+/// Which of the rows from @p at to @p end may meet the probe, by their boxes.
+inline Mask AreBoxesNear(const PairRows& rows, std::size_t at, std::size_t end, const Probe& probe)
+{
+    const Vector ay = Load(rows.ay + at), by = Load(rows.by + at);
+    const Mask apart = IsGreater(Load(rows.ax + at), probe.maxX) |
+                       IsGreater(probe.minX, Load(rows.bx + at)) |
+                       IsGreater(Min(ay, by), probe.maxY) | IsGreater(probe.minY, Max(ay, by));
+    const std::size_t left = end - at;
+    return ~apart & ((1u << (left < kWidth ? left : kWidth)) - 1);
+}
+
+/// Of the rows @p boxes from @p at on those that may meet the probe by their sides. With u the
+/// probe's direction, v a row's and e from the probe's first point to the row's, the row's points
+/// stand to the probe as u x e and u x e + u x v, the probe's to the row as e x v and
+/// e x v - u x v. Two such numbers are on one side of 0 when their mean is further from it than
+/// half their difference.
+inline Mask MayMeet(const PairRows& rows, std::size_t at, Mask boxes, const Probe& probe)
 {
     const Vector ax = Load(rows.ax + at), ay = Load(rows.ay + at);
     const Vector bx = Load(rows.bx + at), by = Load(rows.by + at);
-    Mask apart = IsGreater(Min(ax, bx), probe.maxX) | IsGreater(probe.minX, Max(ax, bx)) |
-                 IsGreater(Min(ay, by), probe.maxY) | IsGreater(probe.minY, Max(ay, by));
-    if (apart == kAll)
-        return 0;
     const Vector ex = Minus(ax, probe.ax), ey = Minus(ay, probe.ay);
     const Vector vx = Minus(bx, ax), vy = Minus(by, ay);
-    const Vector turn = Minus(Times(probe.dx, vy), Times(probe.dy, vx));
-    const Vector rowA = Minus(Times(probe.dx, ey), Times(probe.dy, ex));
-    const Vector rowB = Plus(rowA, turn);
-    const Vector probeA = Minus(Times(ex, vy), Times(ey, vx));
-    const Vector probeB = Minus(probeA, turn);
-    const Vector margin = Load(rows.margin + at);
-    const Vector minusMargin = Minus(All(0), margin);
-    apart |= IsGreater(Min(rowA, rowB), probe.margin) |
-             IsGreater(probe.minusMargin, Max(rowA, rowB)) |
-             IsGreater(Min(probeA, probeB), margin) | IsGreater(minusMargin, Max(probeA, probeB));
-    return ~apart & kAll;
+    const Vector halfTurn = Minus(Times(probe.halfDx, vy), Times(probe.halfDy, vx));
+    const Vector row = Plus(Minus(Times(probe.dx, ey), Times(probe.dy, ex)), halfTurn);
+    const Vector other = Minus(Minus(Times(ex, vy), Times(ey, vx)), halfTurn);
+    const Vector spread = Size(halfTurn);
+    return boxes & ~(IsGreater(Size(row), Plus(spread, probe.margin)) |
+                     IsGreater(Size(other), Plus(spread, Load(rows.margin + at))));
 }
 
-/// The same with the rows at and behind @p end left out.
-inline Mask MayMeet(const PairRows& rows, std::size_t at, std::size_t end, const Probe& probe)
+/// Writes the pairs of @p row with those rows from @p at on that @p hits tells and that have the
+/// flags which it lacks.
+/// @returns pairs written; behind them @p out is written to as far as a vector reaches
+inline std::size_t Keep(RowPair* out, Mask hits, std::uint32_t row, std::size_t at,
+                        const std::uint32_t* rowFlags, std::uint32_t flags, std::uint32_t allFlags)
 {
-    const Mask mask = MayMeet(rows, at, probe);
-    return end - at < kWidth ? mask & ((1u << (end - at)) - 1) : mask;
+#if defined(__AVX512F__)
+    const __m256i theirs = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rowFlags + at));
+    const __m256i both = _mm256_or_si256(theirs, _mm256_set1_epi32(int(flags)));
+    const Mask kept = hits & _mm256_cmpeq_epi32_mask(both, _mm256_set1_epi32(int(allFlags)));
+    const __m512i others = _mm512_add_epi64(_mm512_set1_epi64(std::int64_t(at)),
+                                            _mm512_setr_epi64(0, 1, 2, 3, 4, 5, 6, 7));
+    const __m512i pairs =
+        _mm512_or_si512(_mm512_slli_epi64(others, 32), _mm512_set1_epi64(std::int64_t(row)));
+    _mm512_storeu_si512(out, _mm512_maskz_compress_epi64(__mmask8(kept), pairs));
+    return unsigned(__builtin_popcount(kept));
+#else
+    std::size_t count = 0;
+    for (; hits != 0; hits &= hits - 1)
+    {
+        const std::size_t other = at + unsigned(__builtin_ctz(hits));
+        out[count] = {row, std::uint32_t(other)};
+        count += (flags | rowFlags[other]) == allFlags;
+    }
+    return count;
+#endif
 }
 
 std::size_t InCells(const PairRows& rows, const std::size_t* starts, std::size_t cells,
@@ -129,12 +156,9 @@ std::size_t InCells(const PairRows& rows, const std::size_t* starts, std::size_t
             const Probe probe = ProbeOf(line, rows.reachX, rows.reachY);
             const std::uint32_t flags = rows.flags[row];
             for (std::size_t at = row + 1; at < end; at += kWidth)
-                for (Mask hits = MayMeet(rows, at, end, probe); hits != 0; hits &= hits - 1)
-                {
-                    const std::size_t other = at + unsigned(__builtin_ctz(hits));
-                    out[count] = {std::uint32_t(row), std::uint32_t(other)};
-                    count += (flags | rows.flags[other]) == allFlags;
-                }
+                if (const Mask boxes = AreBoxesNear(rows, at, end, probe); boxes != 0)
+                    count += Keep(out + count, MayMeet(rows, at, boxes, probe), std::uint32_t(row),
+                                  at, rows.flags, flags, allFlags);
         }
     }
     return count;
@@ -146,8 +170,13 @@ std::size_t WithLine(const PairRows& rows, const PairRow& line, std::size_t begi
     const Probe probe = ProbeOf(line, rows.reachX, rows.reachY);
     std::size_t count = 0;
     for (std::size_t at = begin; at < end; at += kWidth)
-        for (Mask hits = MayMeet(rows, at, end, probe); hits != 0; hits &= hits - 1)
+    {
+        Mask hits = AreBoxesNear(rows, at, end, probe);
+        if (hits != 0)
+            hits = MayMeet(rows, at, hits, probe);
+        for (; hits != 0; hits &= hits - 1)
             out[count++] = std::uint32_t(at + unsigned(__builtin_ctz(hits)));
+    }
     return count;
 }
 
