@@ -161,12 +161,12 @@ void Crew::Close(Work& work)
     (void)entry.bed->Sleep(); // without limit
 }
 
-bool Crew::Enter(Work& work)
+bool Crew::Enter(Work& work, unsigned& place)
 {
     const std::lock_guard lock(lock_);
     if (!MayJoin(work))
         return false;
-    work.inside_.fetch_add(1, std::memory_order_relaxed);
+    place = work.FirstPlace() + work.inside_.fetch_add(1, std::memory_order_relaxed);
     return true;
 }
 
@@ -188,13 +188,13 @@ void Crew::Leave(Work& work)
 
 /// Work that has room for the calling thread, which then is in; or null, and how many openings
 /// there had been by then.
-Work* Crew::Join(unsigned& openings)
+Work* Crew::Join(unsigned& openings, unsigned& place)
 {
     const std::lock_guard lock(lock_);
     for (Work* work = first_; work != nullptr; work = work->after_)
         if (MayJoin(*work))
         {
-            work->inside_.fetch_add(1, std::memory_order_relaxed);
+            place = work->FirstPlace() + work->inside_.fetch_add(1, std::memory_order_relaxed);
             return work;
         }
     openings = openings_.load(std::memory_order_relaxed);
@@ -224,16 +224,16 @@ void Crew::Run(void* member)
 
 void Crew::Serve(Member& member)
 {
-    unsigned openings = 0;
+    unsigned openings = 0, place = 0;
     while (!stopping_)
     {
-        if (Work* const work = Join(openings))
+        if (Work* const work = Join(openings, place))
         {
             {
                 const Disguise disguise(work->arithmetic_, work->parentId_);
                 if (work->IsWorthWaking())
                     CallHelp(*work); // who is woken wakes the next
-                work->TakePart(false);
+                work->TakePart(place, false);
             }
             Leave(*work);
             continue;

@@ -33,7 +33,8 @@ public:
     /// Nobody joins @p work any more; waits for those who are at it.
     void Close(Work& work);
     /// Joins @p work in the calling thread, if it may have one more; then Leave is due.
-    bool Enter(Work& work);
+    /// @param[out] place  the thread's among those who are in
+    bool Enter(Work& work, unsigned& place);
     void Leave(Work& work);
 
 private:
@@ -45,7 +46,7 @@ private:
 
     static void Run(void* member);
     void Serve(Member& member);
-    Work* Join(unsigned& openings);
+    Work* Join(unsigned& openings, unsigned& place);
     bool SpinForWork(unsigned openings) const;
     void Unlink(Work& work);
     static bool MayJoin(const Work& work);

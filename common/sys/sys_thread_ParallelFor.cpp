@@ -22,13 +22,14 @@ struct Loop
     static void RunPiece(void* object, std::uint64_t begin, std::uint64_t end)
     {
         auto& loop = *static_cast<Loop*>(object);
+        const std::function<bool(unsigned)>& body = loop.body;
         const unsigned step = std::max(loop.range.step, 1u);
         unsigned number = thread::impl::NumberAt(loop.range, begin);
-        bool all = true;
+        unsigned all = 1;
         // The number behind the last one may wrap, but is not used.
         for (std::uint64_t left = end - begin; left != 0; --left, number += step)
-            all = loop.body(number) && all;
-        if (!all)
+            all &= static_cast<unsigned>(body(number));
+        if (all == 0)
             loop.result.store(false, std::memory_order_relaxed);
     }
 };

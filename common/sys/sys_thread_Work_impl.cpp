@@ -20,9 +20,10 @@ constexpr double kAlone = 300;         // before anybody is let in
 constexpr double kWorthCompany = 3000; // what must be left then
 constexpr double kBeforeWaking = 3000;
 constexpr double kWorthWaking = 5000;
-constexpr double kPiece = 500;       // the least that is handed out
-constexpr std::uint64_t kShares = 3; // of a thread, in what is left
-constexpr unsigned kGrowth = 8;      // of the pieces while their cost is not yet known
+constexpr double kLeast = 500, kMost = 50'000; // of a piece
+constexpr unsigned kGrowth = 8;                // of the pieces while their cost is not yet known
+
+constexpr std::uint32_t kUnits = 0xfffffffe; // the most that lanes hold
 
 } // namespace
 
@@ -52,13 +53,13 @@ void Work::Run()
     const std::uint64_t done = few ? 0 : RunAlone();
     if (done == count_)
         return;
-    next_.store(done, std::memory_order_relaxed);
+    Divide(done);
     room_ = workers_ - 1;
     Crew& crew = Crew::Instance();
     crew.Open(*this);
     if (few && count_ > 1)
         crew.CallHelp(*this);
-    TakePart(!few);
+    TakePart(0, !few);
     crew.Close(*this);
     if (failure_)
         std::rethrow_exception(failure_);
@@ -87,16 +88,37 @@ std::uint64_t Work::RunAlone()
     }
 }
 
-void Work::TakePart(bool mayCall)
+/// Lays what is left after the first @p done numbers in lanes.
+void Work::Divide(std::uint64_t done)
+{
+    first_ = done;
+    const std::uint64_t left = count_ - done;
+    unit_ = grain_ * (left / grain_ / kUnits + 1);
+    const std::uint64_t units = left / unit_ + (left % unit_ != 0 ? 1 : 0);
+    lanesUsed_ = static_cast<unsigned>(std::min<std::uint64_t>(workers_, kLanes));
+    std::uint32_t begin = 0;
+    for (unsigned i = 0; i < lanesUsed_; ++i)
+    {
+        const auto end = static_cast<std::uint32_t>(units * (i + 1) / lanesUsed_);
+        lanes_[i].left.store(Span{begin, end}, std::memory_order_relaxed);
+        begin = end;
+    }
+}
+
+/// @param place  which lane is the thread's own, modulo their number
+void Work::TakePart(unsigned place, bool mayCall)
 {
     const Stopwatch watch;
-    double perNumber = perNumber_.load(std::memory_order_relaxed), before = 0;
-    std::uint64_t begin = 0, end = 0;
-    while (Claim(begin, end, perNumber))
+    Lane& own = lanes_[place % lanesUsed_];
+    double perUnit = perNumber_.load(std::memory_order_relaxed) * static_cast<double>(unit_);
+    double before = 0;
+    Span piece{};
+    while (Claim(own, perUnit, piece))
     {
+        const std::uint64_t begin = first_ + piece.begin * unit_;
         try
         {
-            piece_(context_, begin, end);
+            piece_(context_, begin, begin + std::min(piece.Size() * unit_, count_ - begin));
         }
         catch (...)
         {
@@ -104,38 +126,72 @@ void Work::TakePart(bool mayCall)
             return;
         }
         const double now = watch.Read();
-        perNumber = std::max((now - before) / static_cast<double>(end - begin), 0.1);
+        perUnit = std::max((now - before) / piece.Size(), 0.1);
         before = now;
-        if (!mayCall || now < kBeforeWaking - kAlone || end == count_)
+        if (!mayCall || now < kBeforeWaking - kAlone)
             continue;
         mayCall = false;
-        perNumber_.store(perNumber, std::memory_order_relaxed);
+        perNumber_.store(perUnit / static_cast<double>(unit_), std::memory_order_relaxed);
         if (IsWorthWaking())
             Crew::Instance().CallHelp(*this);
     }
+}
+
+/// How many numbers nobody has begun.
+std::uint64_t Work::Left() const
+{
+    std::uint64_t units = 0;
+    for (unsigned i = 0; i < lanesUsed_; ++i)
+        units += lanes_[i].left.load(std::memory_order_relaxed).Size();
+    return units * unit_;
 }
 
 /// Whether so much is left that a sleeper should be woken for it; yes while nothing is known.
 bool Work::IsWorthWaking() const
 {
     const double perNumber = perNumber_.load(std::memory_order_relaxed);
-    const std::uint64_t next = std::min(next_.load(std::memory_order_relaxed), count_);
-    return perNumber == 0 || perNumber * static_cast<double>(count_ - next) >= kWorthWaking;
+    return perNumber == 0 || perNumber * static_cast<double>(Left()) >= kWorthWaking;
 }
 
-bool Work::Claim(std::uint64_t& begin, std::uint64_t& end, double perNumber)
+/// The lane with most left, and its @p left as it was seen; null when there is nothing anywhere.
+Work::Lane* Work::Fullest(Span& left)
 {
-    const std::uint64_t least =
-        perNumber > 0 ? std::max(grain_, static_cast<std::uint64_t>(kPiece / perNumber)) : grain_;
-    begin = next_.load(std::memory_order_relaxed);
-    do
+    Lane* fullest = nullptr;
+    left = {};
+    for (unsigned i = 0; i < lanesUsed_; ++i)
+        if (const Span seen = lanes_[i].left.load(std::memory_order_relaxed);
+            seen.Size() > left.Size())
+        {
+            fullest = &lanes_[i];
+            left = seen;
+        }
+    return fullest;
+}
+
+/// Takes a piece out of the thread's own lane or, when that is empty, of the fullest.
+bool Work::Claim(Lane& own, double perUnit, Span& piece)
+{
+    const auto unitsIn = [perUnit](double time) {
+        return static_cast<std::uint32_t>(std::clamp(time / perUnit, 1.0, 4e9));
+    };
+    const bool known = perUnit > 0;
+    const std::uint32_t least = known ? unitsIn(kLeast) : 1, most = known ? unitsIn(kMost) : kUnits;
+    Lane* lane = &own;
+    Span left = lane->left.load(std::memory_order_relaxed);
+    for (;;)
     {
-        if (begin >= count_)
+        if (left.Size() == 0 && (lane = Fullest(left)) == nullptr)
             return false;
-        const std::uint64_t left = count_ - begin;
-        end = begin + std::min(left, std::max(left / (kShares * workers_), least));
-    } while (!next_.compare_exchange_weak(begin, end, std::memory_order_relaxed));
-    return true;
+        const std::uint32_t share = left.Size() / (known ? 2 : 4);
+        const std::uint32_t size = std::min(left.Size(), std::clamp(share, least, most));
+        Span rest = piece = left;
+        if (lane == &own)
+            rest.begin = piece.end = left.begin + size;
+        else
+            rest.end = piece.begin = left.end - size;
+        if (lane->left.compare_exchange_weak(left, rest, std::memory_order_relaxed))
+            return true;
+    }
 }
 
 /// Keeps the first exception and lets nobody begin another piece.
@@ -147,7 +203,8 @@ void Work::Fail()
         if (!failure_)
             failure_ = std::current_exception();
     }
-    next_.store(count_, std::memory_order_relaxed);
+    for (unsigned i = 0; i < lanesUsed_; ++i)
+        lanes_[i].left.store(Span{0, 0}, std::memory_order_relaxed);
 }
 
 void Work::Start(std::shared_ptr<Work> self)
@@ -155,6 +212,7 @@ void Work::Start(std::shared_ptr<Work> self)
     if (count_ == 0)
         return;
     self_ = std::move(self);
+    Divide(0);
     room_ = workers_;
     Crew& crew = Crew::Instance();
     crew.Open(*this);
@@ -164,9 +222,9 @@ void Work::Start(std::shared_ptr<Work> self)
 void Work::Wait()
 {
     Crew& crew = Crew::Instance();
-    if (crew.Enter(*this))
+    if (unsigned place = 0; crew.Enter(*this, place))
     {
-        TakePart(false);
+        TakePart(place, false);
         crew.Leave(*this);
     }
     crew.Close(*this); // who is in does what is left

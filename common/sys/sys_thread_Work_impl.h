@@ -4,6 +4,7 @@
 
 #include "platform/platform_park.h"
 
+#include <array>
 #include <atomic>
 #include <cfenv>
 #include <cstdint>
@@ -18,7 +19,13 @@ namespace sys::thread::impl
 /// Who starts the work takes pieces at once. Others are let in when the work has gone on for about
 /// a microsecond, and a sleeping one is woken when it has gone on for some more: most loops are
 /// over before that would pay. A thread that waits here runs no other work, so locks that it holds
-/// are safe. Pieces get smaller towards the end, down to about a microsecond each.
+/// are safe.
+///
+/// The numbers lie in lanes, one for each thread. A thread goes along its own from the front, so
+/// that a loop that is run again finds the data of its numbers in the same processor's cache, and
+/// then helps at the end of the lane that has most left. A piece is half of what its lane has, but
+/// no more than some tens of microseconds long (whose thread loses its processor keeps others
+/// waiting that long at most) and no less than about half of one.
 ///
 /// Every helper computes in the arithmetic (rounding, traps, x87 precision) of the thread that
 /// started the work: Windows starts threads with shorter x87 registers than MinGW's main.
@@ -51,11 +58,32 @@ private:
     friend class Crew;
 
     class Stopwatch;
+
+    /// Units @p begin to @p end - 1 of the work, in one word.
+    struct Span
+    {
+        std::uint32_t begin, end;
+
+        std::uint32_t Size() const { return end - begin; }
+    };
+    /// What is left of a lane.
+    struct alignas(64) Lane
+    {
+        std::atomic<Span> left{Span{0, 0}};
+        static_assert(std::atomic<Span>::is_always_lock_free);
+    };
+    static constexpr unsigned kLanes = 16; // more threads than that share them
+
     std::uint64_t RunAlone();
-    void TakePart(bool mayCall);
-    bool Claim(std::uint64_t& begin, std::uint64_t& end, double perNumber);
+    void Divide(std::uint64_t done);
+    void TakePart(unsigned place, bool mayCall);
+    bool Claim(Lane& own, double perUnit, Span& piece);
+    Lane* Fullest(Span& left);
     void Fail();
-    bool HasMore() const { return next_.load(std::memory_order_relaxed) < count_; }
+    std::uint64_t Left() const;
+    /// The first helper's; before it is the caller's, where that thread takes part.
+    unsigned FirstPlace() const { return room_ < workers_ ? 1 : 0; }
+    bool HasMore() const { return Left() != 0; }
     bool IsWorthWaking() const;
 
     const Piece piece_;
@@ -63,8 +91,10 @@ private:
     const std::uint64_t count_;
     const std::uint64_t workers_, grain_;
     std::uint64_t room_ = 0; // helpers at once; one less than workers where the caller takes part
+    std::uint64_t first_ = 0, unit_ = 1; // what the lanes count: so many numbers each, from here on
+    unsigned lanesUsed_ = 1;
     std::atomic<double> perNumber_{0}; // nanoseconds, as first measured
-    alignas(64) std::atomic<std::uint64_t> next_{0};
+    std::array<Lane, kLanes> lanes_;
     alignas(64) std::atomic<unsigned> inside_{0}; // who is at it, beside the one who called Run
 
     // Behind the crew's lock:
