@@ -70,6 +70,8 @@ struct Machine
     public:
         explicit Bed(Machine&) {}
         void Sleep() { (void)parking_.Sleep(); } // without limit, so it ends with a Wake
+        /// @returns false when it ended by itself
+        bool Nap() { return parking_.Sleep(1); }
         void Wake() { parking_.Wake(); }
 
     private:

@@ -16,7 +16,8 @@ namespace sys::thread
 /// the reader takes from the writers in turn. A ring of capacity C holds C - 1 items: the free slot
 /// is what tells a full ring from an empty one. A side that has to wait spins, then yields (some
 /// hundred microseconds in all, and not on a crowded machine), then sleeps until the other side
-/// wakes it.
+/// wakes it. A writer that found its ring full goes on when half of it is free; when the reader
+/// stops short of that, it takes what room there is after about a millisecond.
 ///
 /// Threads: one thread at a time per writer number, one reader; IsEmpty and IsFull are for any
 /// thread. Add writers before either side starts, and destroy the queue after both have left it.

@@ -2,91 +2,15 @@
 /// The rings behind QueueBounded, over the few things they need of the machine.
 #pragma once
 
+#include "sys/sys_thread_QueueSlots_impl.h"
+
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <functional>
 #include <memory>
-#include <new>
 #include <vector>
 
 namespace sys::thread::impl
 {
-
-/// Slots for the items of one writer, side by side in one block, so that small items share cache
-/// lines. A slot that had to grow has a block of its own, which begins with its size.
-class Slots
-{
-public:
-    Slots(unsigned capacity, std::size_t itemSize)
-        : room_(RoundedUp(itemSize)), slots_(std::max(capacity, 2u)), grown_(slots_.size())
-    {
-        if (room_ > (SIZE_MAX - kLine) / slots_.size())
-            throw std::bad_alloc();
-        std::size_t space = room_ * slots_.size() + kLine;
-        block_ = std::make_unique<std::byte[]>(space);
-        void* start = block_.get();
-        first_ = static_cast<std::byte*>(std::align(kLine, space - kLine, start, space));
-        end_ = first_ + room_ * slots_.size();
-        for (std::size_t i = 0; i < slots_.size(); ++i)
-            slots_[i] = first_ + i * room_;
-    }
-
-    unsigned Count() const { return static_cast<unsigned>(slots_.size()); }
-
-    void Write(unsigned index, const void* data, std::size_t size)
-    {
-        if (size > room_ && Room(slots_[index]) < size)
-            Grow(index, size);
-        Copy(slots_[index], data, size);
-    }
-
-    void Read(unsigned index, void* out, std::size_t size) const
-    {
-        const std::byte* const slot = slots_[index];
-        Copy(out, slot, size <= room_ ? size : std::min(size, Room(slot)));
-    }
-
-private:
-    static constexpr std::size_t kLine = 64, kHeader = 8;
-
-    static std::size_t RoundedUp(std::size_t size)
-    {
-        if (size > SIZE_MAX - 2 * kHeader)
-            throw std::bad_alloc();
-        return (size + 7) / 8 * 8;
-    }
-    std::size_t Room(const std::byte* slot) const
-    {
-        if (std::less_equal<>()(first_, slot) && std::less_equal<>()(slot, end_))
-            return room_;
-        std::size_t room;
-        std::memcpy(&room, slot - kHeader, sizeof room);
-        return room;
-    }
-    static void Copy(void* to, const void* from, std::size_t size)
-    {
-        if (size == 8) // a pointer or a number: a call would take longer than the copy
-            std::memcpy(to, from, 8);
-        else if (size != 0)
-            std::memcpy(to, from, size);
-    }
-    void Grow(unsigned index, std::size_t size)
-    {
-        const std::size_t room = RoundedUp(size);
-        auto block = std::make_unique<std::byte[]>(kHeader + room);
-        std::memcpy(block.get(), &room, sizeof room);
-        slots_[index] = block.get() + kHeader;
-        grown_[index] = std::move(block);
-    }
-
-    const std::size_t room_; // of a slot that has not grown
-    std::vector<std::byte*> slots_;
-    std::vector<std::unique_ptr<std::byte[]>> grown_;
-    std::unique_ptr<std::byte[]> block_;
-    std::byte *first_ = nullptr, *end_ = nullptr;
-};
 
 /// The queue, over a System that gives it words in shared memory, beds and barriers; the tests put
 /// a machine in its place whose every step they choose.
@@ -110,6 +34,14 @@ private:
 /// Who finds the flag takes it (an exchange), so one sleep is woken once. A Wake that comes when
 /// the other side has just decided to stay awake is kept by the bed: its next sleep returns at
 /// once, and the loop around it looks at the indices again.
+///
+/// A writer first waits for half of its ring: woken for every free slot, it would push one item and
+/// sleep again. But the reader may pop a few items and then never another, so this sleep is a nap,
+/// which ends by itself after about a millisecond; then any free slot will do, and only a writer
+/// without one sleeps as above, until the next Pop. A nap needs no barrier. Every Pop that leaves
+/// the ring half free or more looks at the flag, and a reader that goes to sleep itself looks at
+/// all flags, behind its barrier: by then it sees the flag, or the writer has seen the free slots.
+/// So only the naps of those whose reader pops no more and does not wait either last to their end.
 template <class System>
 class QueueRings // NOLINT(clang-analyzer-optin.performance.Padding): sides have lines of their own
 {
@@ -133,6 +65,8 @@ public:
         if (next == ring.readSeen && (ring.readSeen = ring.read.Load()) == next)
             AwaitRoom(ring, next);
         ring.slots.Write(ring.writeNext, data, size);
+        if (const unsigned ahead = ring.slots.Ahead(); ring.Steps(next, ring.readSeen) > ahead)
+            ring.slots.Expect(ring.After(next, ahead));
         ring.writeNext = next;
         ring.write.Store(next); // P1
         system_.LightBarrier();
@@ -148,7 +82,9 @@ public:
         ring->readNext = ring->After(ring->readNext);
         ring->read.Store(ring->readNext);
         system_.LightBarrier();
-        WakeIfAsleep(ring->writerAsleep, ring->writerBed);
+        if (const unsigned until = ring->writerAsleep.Load(); until != kAwake) [[unlikely]]
+            if (until == kUntilAny || ring->IsHalfFree(ring->write.Load(), ring->readNext))
+                WakeIfAsleep(ring->writerAsleep, ring->writerBed);
     }
 
     bool IsEmpty() const
@@ -168,6 +104,8 @@ private:
     using Word = typename System::Word;
     using Bed = typename System::Bed;
     static constexpr std::size_t kLine = 128; // two cache lines, which processors fetch together
+    /// Values of the words "asleep": what the sleeper waits for.
+    static constexpr unsigned kAwake = 0, kUntilAny = 1, kUntilHalf = 2;
 
     /// Each side has a line of its own with the index it advances and what it last saw of the
     /// other's: it looks there again only when the ring seems full (or empty).
@@ -178,7 +116,18 @@ private:
               writerBed(system), write(system), read(system)
         {
         }
-        unsigned After(unsigned index) const { return index + 1 == count ? 0 : index + 1; }
+        unsigned After(unsigned index, unsigned steps = 1) const
+        {
+            return index + steps < count ? index + steps : index + steps - count;
+        }
+        unsigned Steps(unsigned from, unsigned to) const
+        {
+            return to >= from ? to - from : to + count - from;
+        }
+        bool IsHalfFree(unsigned writeNow, unsigned readNow) const
+        {
+            return Steps(After(writeNow), readNow) >= count / 2;
+        }
 
         Slots slots;
         const unsigned count;
@@ -217,13 +166,15 @@ private:
                 return ring;
             if (patience.Wait())
                 continue;
-            readerAsleep_.Store(1); // W1
+            readerAsleep_.Store(kUntilAny); // W1
             system_.HeavyBarrier();
             if (Ring* const ring = NextWithItem()) // W2
             {
-                (void)readerAsleep_.Exchange(0); // who was faster has left a kept Wake
+                (void)readerAsleep_.Exchange(kAwake); // who was faster has left a kept Wake
                 return ring;
             }
+            for (const auto& ring : rings_)
+                WakeIfAsleep(ring->writerAsleep, ring->writerBed);
             readerBed_.Sleep();
         }
     }
@@ -231,33 +182,40 @@ private:
     void AwaitRoom(Ring& ring, unsigned next)
     {
         typename System::Patience patience(system_);
-        const auto hasRoom = [&] { return (ring.readSeen = ring.read.Load()) != next; };
-        while (!hasRoom())
+        const auto room = [&] { return ring.Steps(next, ring.readSeen = ring.read.Load()); };
+        while (room() < ring.count / 2)
         {
             if (patience.Wait())
                 continue;
-            ring.writerAsleep.Store(1); // W1
-            system_.HeavyBarrier();
-            if (hasRoom()) // W2
+            ring.writerAsleep.Store(kUntilHalf);
+            const bool enough = room() >= ring.count / 2;
+            if (!enough && ring.writerBed.Nap())
+                continue;
+            if (!enough)
             {
-                (void)ring.writerAsleep.Exchange(0); // as above
-                return;
+                ring.writerAsleep.Store(kUntilAny); // W1
+                system_.HeavyBarrier();
+                if (room() == 0) // W2
+                    ring.writerBed.Sleep();
             }
-            ring.writerBed.Sleep();
+            (void)ring.writerAsleep.Exchange(kAwake); // as above
+            if (room() != 0)
+                return;
         }
     }
 
     static void WakeIfAsleep(Word& asleep, Bed& bed)
     {
-        if (asleep.Load() != 0 && asleep.Exchange(0) != 0) [[unlikely]]
+        if (asleep.Load() != kAwake && asleep.Exchange(kAwake) != kAwake) [[unlikely]]
             bed.Wake();
     }
 
-    System& system_;
+    System& system_; // all threads read these two, at every call
     std::vector<std::unique_ptr<Ring>> rings_;
-    std::size_t last_ = 0;             // the ring popped last; the first Pop starts behind number 0
     alignas(kLine) Word readerAsleep_; // all writers read it
     Bed readerBed_;
+    // The reader's own: the ring popped last; the first Pop starts behind number 0.
+    alignas(kLine) std::size_t last_ = 0;
 };
 
 } // namespace sys::thread::impl

@@ -1,5 +1,6 @@
 // A machine whose every step a seed decides: one thread runs at a time, and stores wait in a buffer
-// of their thread before the others see them, as on x86.
+// of their thread before the others see them, as on x86. Time passes, so that naps end, at any
+// moment or only when nobody else can run, as the seed has it.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +17,8 @@ class SimulatedMachine
 {
 public:
     /// @param barrier  false: HeavyBarrier does nothing, a fault that must show
-    explicit SimulatedMachine(unsigned seed, bool barrier = true) : random_(seed), barrier_(barrier)
+    explicit SimulatedMachine(unsigned seed, bool barrier = true)
+        : random_(seed), barrier_(barrier), hurries_(seed % 2 == 0)
     {
     }
 
@@ -36,6 +38,10 @@ public:
     }
 
     unsigned long Steps() const { return steps_; }
+    /// Whether naps may end while somebody else can run.
+    bool Hurries() const { return hurries_; }
+    /// How many ended because nobody else could run.
+    unsigned long NapsToTheirEnd() const { return napsToTheirEnd_; }
 
     class Word
     {
@@ -81,6 +87,21 @@ public:
                 machine_.Step();
             }
         }
+        bool Nap()
+        {
+            machine_.Step();
+            Thread& mine = machine_.Mine();
+            mine.Drain();
+            if (!kept_)
+            {
+                mine.bed = this;
+                mine.naps = true;
+                machine_.Step();
+                mine.naps = false;
+                mine.bed = nullptr;
+            }
+            return std::exchange(kept_, false);
+        }
         void Wake()
         {
             machine_.Step();
@@ -123,6 +144,7 @@ private:
     {
         std::deque<std::pair<Word*, unsigned>> stores; // not yet seen by others
         Bed* bed = nullptr;                            // where it sleeps
+        bool naps = false;                             // there
         bool ended = false;
         std::condition_variable turn;
 
@@ -157,10 +179,17 @@ private:
 
     void PassOn()
     {
-        std::vector<std::size_t> ready;
+        std::vector<std::size_t> ready, napping;
         for (std::size_t i = 0; i < threads_.size(); ++i)
             if (!threads_[i].ended && threads_[i].bed == nullptr)
                 ready.push_back(i);
+            else if (!threads_[i].ended && threads_[i].naps)
+                napping.push_back(i);
+        if (ready.empty() || hurries_)
+        {
+            napsToTheirEnd_ += ready.empty() && !napping.empty() ? 1 : 0;
+            ready.insert(ready.end(), napping.begin(), napping.end());
+        }
         const bool over = std::all_of(threads_.begin(), threads_.end(),
                                       [](const Thread& thread) { return thread.ended; });
         stuck_ = stuck_ || (ready.empty() && !over);
@@ -191,10 +220,10 @@ private:
     }
 
     std::mt19937 random_;
-    const bool barrier_;
+    const bool barrier_, hurries_;
     std::mutex lock_;
     std::vector<Thread> threads_;
     std::size_t running_ = SIZE_MAX;
     bool stuck_ = false;
-    unsigned long steps_ = 0;
+    unsigned long steps_ = 0, napsToTheirEnd_ = 0;
 };

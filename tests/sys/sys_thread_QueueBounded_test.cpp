@@ -85,6 +85,19 @@ TEST(QueueBounded, CopiesItemsOfAnySize)
         queue.Pop(got.data(), size);
         EXPECT_EQ(got, sent + "####");
     }
+    for (const unsigned size : {1u, 8u, 24u, 40u, 64u, 200u}) // no slot touches another
+    {
+        QueueBounded full(100, size, 1);
+        const auto item = [&](int i) { return std::string(size, char(i)); };
+        for (int i = 0; i < 99; ++i)
+            full.Push(0, item(i).data(), size);
+        for (int i = 0; i < 99; ++i)
+        {
+            std::string got(size, '#');
+            full.Pop(got.data(), size);
+            EXPECT_EQ(got, item(i)) << "size " << size;
+        }
+    }
     char room[64];
     std::fill(std::begin(room), std::end(room), '#');
     QueueBounded small(2, 8, 1);

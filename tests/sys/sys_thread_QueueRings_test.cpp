@@ -13,20 +13,22 @@ namespace
 struct Outcome
 {
     bool ended;
-    unsigned long steps;
+    unsigned long steps, naps;              // those to their end
     std::vector<std::vector<int>> received; // of each writer
 };
+
+unsigned Slots(unsigned seed) { return 2 + seed % 7; }
 
 /// @p writers hand @p items each to one reader, on a machine that @p seed drives.
 Outcome Transfer(unsigned seed, int writers, int items, bool barrier = true)
 {
     SimulatedMachine machine(seed, barrier);
     sys::thread::impl::QueueRings<SimulatedMachine> rings(machine);
-    Outcome outcome{false, 0, std::vector<std::vector<int>>(std::size_t(writers))};
+    Outcome outcome{false, 0, 0, std::vector<std::vector<int>>(std::size_t(writers))};
     std::vector<std::function<void()>> programs;
     for (int w = 0; w < writers; ++w)
     {
-        rings.AddWriter(2 + seed % 3, 4); // one to three items; those of 8 bytes make slots grow
+        rings.AddWriter(Slots(seed), 4); // the items have 8 bytes and make slots grow
         programs.push_back([&rings, w, items] {
             for (int i = 0; i < items; ++i)
             {
@@ -45,6 +47,7 @@ Outcome Transfer(unsigned seed, int writers, int items, bool barrier = true)
     });
     outcome.ended = machine.Run(programs);
     outcome.steps = machine.Steps();
+    outcome.naps = machine.NapsToTheirEnd();
     return outcome;
 }
 
@@ -65,7 +68,33 @@ TEST(QueueRings, LoseNothingUnderAnySchedule)
         ASSERT_TRUE(outcome.ended) << "a wake-up was lost; replay with seed " << seed;
         for (const auto& received : outcome.received)
             ASSERT_EQ(received, inOrder) << "seed " << seed;
+        ASSERT_EQ(outcome.naps, 0u) << "a writer overslept; replay with seed " << seed;
     }
+}
+
+TEST(QueueRings, LetWritersInWhenTheReaderPopsNoMore)
+{
+    for (unsigned seed = 1; seed <= Seeds(60); ++seed)
+        for (unsigned pops = 1; pops <= Slots(seed) / 2; ++pops)
+        {
+            SimulatedMachine machine(seed);
+            sys::thread::impl::QueueRings<SimulatedMachine> rings(machine);
+            SimulatedMachine::Word clock(machine);
+            rings.AddWriter(Slots(seed), 4);
+            const auto writer = [&] {
+                for (unsigned i = 0; i < Slots(seed); ++i) // one more than there is room for
+                    rings.Push(0, &i, sizeof i);
+            };
+            const auto reader = [&] {
+                for (int i = 0; i < 400; ++i) // until the writer has gone to bed
+                    (void)clock.Load();
+                for (unsigned i = 0, item = 0; i < pops; ++i)
+                    rings.Pop(&item, sizeof item);
+            };
+            ASSERT_TRUE(machine.Run({writer, reader})) << "replay with seed " << seed;
+            const bool naps = !machine.Hurries() && pops < Slots(seed) / 2;
+            ASSERT_EQ(machine.NapsToTheirEnd(), naps ? 1u : 0u) << "seed " << seed;
+        }
 }
 
 TEST(QueueRings, ReplayTheSameStepsForASeed)
