@@ -43,10 +43,20 @@ public:
     /// How many ended because nobody else could run.
     unsigned long NapsToTheirEnd() const { return napsToTheirEnd_; }
 
-    class Word
+    /// What belongs to a machine.
+    class Part
     {
     public:
-        explicit Word(SimulatedMachine& machine) : machine_(machine) {}
+        explicit Part(SimulatedMachine& machine) : machine_(machine) {}
+
+    protected:
+        SimulatedMachine& machine_;
+    };
+
+    class Word : public Part
+    {
+    public:
+        using Part::Part;
         unsigned Load() const
         {
             machine_.Step();
@@ -69,14 +79,13 @@ public:
 
     private:
         friend class SimulatedMachine;
-        SimulatedMachine& machine_;
         unsigned value_ = 0;
     };
 
-    class Bed
+    class Bed : public Part
     {
     public:
-        explicit Bed(SimulatedMachine& machine) : machine_(machine) {}
+        using Part::Part;
         void Sleep()
         {
             machine_.Step();
@@ -112,18 +121,13 @@ public:
         }
 
     private:
-        SimulatedMachine& machine_;
         bool kept_ = false;
     };
 
-    class Patience
+    struct Patience : Part
     {
-    public:
-        explicit Patience(SimulatedMachine& machine) : machine_(machine) {}
+        using Part::Part;
         bool Wait() { return machine_.random_() % 2 == 0; }
-
-    private:
-        SimulatedMachine& machine_;
     };
 
     void LightBarrier() {}

@@ -5,14 +5,11 @@
 #include "sys/sys_file_InputStream.h"
 
 #include <chrono>
-#include <thread>
 
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace sys::file;
-using fault_test::InChild;
 using sys_test::Count;
 using sys_test::Read;
 using sys_test::Write;
@@ -80,41 +77,6 @@ TEST_F(CopyFaults, RenamingToAnotherDiskMovesAFileWhole)
     fs::create_directory(folder / "dir"); // a folder stays on its disk, as on Windows
     EXPECT_FALSE(Rename(In("dir"), In("disk/dir")).ok());
     EXPECT_EQ(Count(folder / "disk"), 2);
-}
-
-TEST_F(CopyFaults, AKilledCopyLeavesTheOldFileOrTheNew)
-{
-    const std::string one(100'000, '1'), two(80'000, '2');
-    Write(folder / "one", one);
-    Write(folder / "two", two);
-    Write(folder / "to", two);
-    for (int round = 0; round < 40; ++round)
-    {
-        const pid_t child = ::fork();
-        while (child == 0)
-            (void)(Copy(In("one"), In("to")).ok() && Copy(In("two"), In("to")).ok());
-        std::this_thread::sleep_for(std::chrono::microseconds(500 + round * 377 % 5000));
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-        const std::string to = Read(folder / "to");
-        EXPECT_TRUE(to == one || to == two) << to.size();
-        EXPECT_TRUE(Read(folder / "one") == one && Read(folder / "two") == two);
-    }
-}
-
-TEST_F(CopyFaults, AFileThatMayNotGrowIsNotCopiedInPart)
-{
-    Write(folder / "large", std::string(100000, 'x'));
-    Write(folder / "to", "old");
-    EXPECT_EQ(InChild([&] {
-                  const rlimit limit{4096, 4096};
-                  ::signal(SIGXFSZ, SIG_IGN);
-                  return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
-                         !Copy(In("large"), In("to")).ok();
-              }),
-              0);
-    EXPECT_EQ(Read(folder / "to"), "old");
-    EXPECT_EQ(Count(folder), 2);
 }
 
 TEST_F(CopyFaults, CopyGoesThroughALinkToItsFileAndNotOntoItself)

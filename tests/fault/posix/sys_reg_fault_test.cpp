@@ -37,6 +37,20 @@ protected:
 
     fs::path StoreFile() const { return folder / "user.sqlite"; }
 
+    /// What @p check gives for an ordinary user, who may only read here.
+    template <class Check>
+    bool ForAReader(Check check)
+    {
+        EXPECT_EQ(::chmod(StoreFile().c_str(), 0644), 0);
+        EXPECT_EQ(::chmod(folder.c_str(), 0555), 0);
+        const int result = InChild([&] {
+            fault_test::BecomeOrdinary();
+            return check();
+        });
+        EXPECT_EQ(::chmod(folder.c_str(), 0755), 0);
+        return result == 0;
+    }
+
     /// Kills and fails @p work at each of its calls, beginning with a store of the bytes @p store.
     /// The value v is then as before or as after, and after when the work said that it is done.
     template <class Work>
@@ -199,41 +213,26 @@ TEST_F(RegistryFaults, AnOpenKeyGoesOnAfterItsStoreWasReplaced)
 TEST_F(RegistryFaults, ADamagedStoreThatMustStayGivesDefaults)
 {
     Write(StoreFile(), std::string(5000, '?'));
-    ASSERT_EQ(::chmod(StoreFile().c_str(), 0644), 0);
-    ASSERT_EQ(::chmod(folder.c_str(), 0555), 0);
-    const int result = InChild([&] {
-        fault_test::BecomeOrdinary();
+    EXPECT_TRUE(ForAReader([&] {
         Registry32 key(path);
         return key.ReadInt(L"n", 7) == 7 && !key.WriteInt(L"n", 6, false).ok();
-    });
-    ::chmod(folder.c_str(), 0755);
-    EXPECT_EQ(result, 0);
+    }));
     EXPECT_EQ(Count(folder), 1);
 }
 
 TEST_F(RegistryFaults, ARootThatMayOnlyBeReadIsRead)
 {
     ASSERT_TRUE(Registry32(path).WriteInt(L"n", 5, false).ok());
-    ASSERT_EQ(::chmod(StoreFile().c_str(), 0644), 0);
-    ASSERT_EQ(::chmod(folder.c_str(), 0555), 0);
-    const int result = InChild([&] {
-        fault_test::BecomeOrdinary();
-        Registry32 key(path);
-        const gtl::status written = key.WriteInt(L"n", 6, false);
-        const gtl::status deleted = key.DeleteValue(L"n");
-        RegistryPath other = path;
-        other.subkey += L"\\Below";
-        Registry32 absent(other);
-        const gtl::status made = absent.WriteInt(L"n", 6, false);
-        const std::wstring denied = L"Permission denied";
-        return key.GetAccessRights() == Rights::read_only && key.ReadInt(L"n", 7) == 5 &&
-               !written.ok() && written.details()->argument(2) == denied && !deleted.ok() &&
-               deleted.details()->argument(2) == denied &&
-               absent.GetAccessRights() == Rights::none && !made.ok() &&
-               made.details()->argument(2) == denied;
-    });
-    ::chmod(folder.c_str(), 0755);
-    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(ForAReader([&] {
+        const auto denied = [](const gtl::status& status) {
+            return !status.ok() && status.details()->argument(2) == L"Permission denied";
+        };
+        Registry32 key(path), absent({path.root, path.subkey + L"\\Below"});
+        return denied(key.WriteInt(L"n", 6, false)) && denied(key.DeleteValue(L"n")) &&
+               denied(absent.WriteInt(L"n", 6, false)) &&
+               key.GetAccessRights() == Rights::read_only &&
+               absent.GetAccessRights() == Rights::none && key.ReadInt(L"n", 7) == 5;
+    }));
     EXPECT_EQ(Registry32(path).ReadInt(L"n", 7), 5);
 }
 
