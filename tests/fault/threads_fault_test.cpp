@@ -58,6 +58,7 @@ TEST(NamedMutex, WakesTheOneWhoWaitsAtOnce)
         std::this_thread::sleep_for(1ms);
     }
     lock.Lock(); // sleeps until the child has died
+    EXPECT_EQ(lock.Depth(), 1);
     lock.Unlock();
 }
 
