@@ -53,6 +53,16 @@ inline bool IsPaired(const int* list, int size)
     return isPaired;
 }
 
+/// Are the two sides of a 4-node element neighbours in a row-wise numbering? Its corners run
+/// round, so that the second pair runs backwards.
+inline bool IsRound(const int* list)
+{
+    return (list[0] + 1 == list[1]) & (list[3] + 1 == list[2]);
+}
+
+/// The same two entries at @p to += those of @p m
+inline void AddPair(double* to, __m128d m) { _mm_storeu_pd(to, _mm_add_pd(_mm_loadu_pd(to), m)); }
+
 /// row[offset[j]] += m[j] for each of so many entries
 template <bool kPaired, class Offset>
 inline void AddRow(double* row, const Offset* offset, const double* m, std::ptrdiff_t size)
@@ -61,8 +71,7 @@ inline void AddRow(double* row, const Offset* offset, const double* m, std::ptrd
     asm("" : "+r"(row));
     if constexpr (kPaired)
         for (std::ptrdiff_t j = 0; j < size; j += 2)
-            _mm_storeu_pd(row + offset[j],
-                          _mm_add_pd(_mm_loadu_pd(row + offset[j]), _mm_loadu_pd(m + j)));
+            AddPair(row + offset[j], _mm_loadu_pd(m + j));
     else
         for (std::ptrdiff_t j = 0; j < size; ++j)
             row[offset[j]] += m[j];
@@ -96,6 +105,22 @@ inline void AddRows(const Landing<Offset>& to, const double* m, const int* soon,
             addRow(i);
 }
 
+/// The same for the four rows of such an element.
+template <class Offset, class Takes>
+inline void AddRound(const Landing<Offset>& to, const double* m, Takes takes)
+{
+    for (std::ptrdiff_t i = 0; i < 4; ++i, m += 4)
+    {
+        FetchAhead<4>(m);
+        if (!takes(to.list[i]))
+            continue;
+        double* const row = to.values + to.rowStart[to.list[i]];
+        const __m128d second = _mm_loadu_pd(m + 2);
+        AddPair(row + to.offset[4 * i], _mm_loadu_pd(m));
+        AddPair(row + to.offset[4 * i + 3], _mm_shuffle_pd(second, second, 1));
+    }
+}
+
 template <int kSize, class Offset, class Takes>
 inline void AddSized(const Landing<Offset>& to, const double* m, const int* soon, Takes takes)
 {
@@ -105,6 +130,9 @@ inline void AddSized(const Landing<Offset>& to, const double* m, const int* soon
         else
             AddRows<kSize, isPaired, false>(to, m, soon, takes);
     };
+    if constexpr (kSize == 4)
+        if (soon == nullptr && IsRound(to.list))
+            return AddRound(to, m, takes);
     if constexpr (kSize % 2 == 0)
         if (IsPaired<kSize>(to.list, to.size))
             return add(std::true_type());
