@@ -1,8 +1,7 @@
 #include "numerics/math_SparseSolver.h"
 
 #include "numerics/numerics_Pardiso.h"
-#include "numerics/numerics_PardisoVendor.h"
-#include "platform/platform_env.h"
+#include "numerics/numerics_Vendor.h"
 
 #include <atomic>
 
@@ -13,23 +12,13 @@ namespace
 
 std::atomic<const PardisoFunctions*> replacement = nullptr;
 
-/// KVI_MKL: "off" for the built-in counterpart, a folder to look in, or unset for the usual places.
-PardisoFunctions Find()
-{
-    const std::wstring wish = platform::Environment(L"KVI_MKL").value_or(L"");
-    if (wish == L"off")
-        return BuiltInPardiso();
-    return LoadVendorPardiso(wish).value_or(BuiltInPardiso());
-}
-
 } // namespace
 
 const PardisoFunctions& ActivePardiso()
 {
     if (const PardisoFunctions* functions = replacement.load())
         return *functions;
-    static const PardisoFunctions found = Find();
-    return found;
+    return FoundVendor() ? FoundVendor()->solver : BuiltInPardiso();
 }
 
 void ReplacePardiso(const PardisoFunctions* functions) { replacement = functions; }

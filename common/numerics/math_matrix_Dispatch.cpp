@@ -1,12 +1,15 @@
 #include "numerics/math_matrix_Dispatch.h"
 
 #include "numerics/MxM.h"
+#include "numerics/numerics_Vendor.h"
 
 #include <Eigen/Core>
 #include <Eigen/LU>
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
+#include <vector>
 
 namespace math::matrix::impl
 {
@@ -74,6 +77,39 @@ bool MultiplyPacked(const storage::DenseRef<float>&, const storage::DenseConstRe
     return false;
 }
 
+/// From here on MKL's threads pay, multiplications.
+constexpr double kWorthVendor = 8e6;
+
+math::impl::BlasProduct<double> VendorProduct(const math::impl::Vendor& vendor, double)
+{
+    return vendor.dgemm;
+}
+math::impl::BlasProduct<float> VendorProduct(const math::impl::Vendor& vendor, float)
+{
+    return vendor.sgemm;
+}
+
+/// C = alpha A B + beta C by the vendor's product, when it is there and the size is worth it.
+template <class T>
+bool MultiplyByVendor(T alpha, const storage::DenseConstRef<T>& A,
+                      const storage::DenseConstRef<T>& B, T beta, const storage::DenseRef<T>& C)
+{
+    constexpr int kRowMajor = 101, kColumnMajor = 102, kAsItIs = 111, kTransposed = 112;
+    if (double(A.Rows()) * A.Columns() * B.Columns() < kWorthVendor)
+        return false;
+    const auto& vendor = math::impl::FoundVendor();
+    const auto product = vendor ? VendorProduct(*vendor, T()) : nullptr;
+    if (product == nullptr || C.Data() == A.Data() || C.Data() == B.Data())
+        return false;
+    const auto how = [&](const auto& operand) {
+        return operand.Orientation() == C.Orientation() ? kAsItIs : kTransposed;
+    };
+    product(C.Orientation() == orientation::Type::RowMajor ? kRowMajor : kColumnMajor, how(A),
+            how(B), C.Rows(), C.Columns(), A.Columns(), alpha, A.Data(), A.Stride(), B.Data(),
+            B.Stride(), beta, C.Data(), C.Stride());
+    return true;
+}
+
 /// The factors; regular unless a pivot is zero or not finite.
 template <class T>
 class Factors
@@ -118,7 +154,7 @@ bool Dispatch<T>::mm(Result C, Operand A, Operand B)
 {
     if (!FitProduct<T>(C, A, B))
         return false;
-    if (!MultiplyPacked(C, A, B))
+    if (!MultiplyPacked(C, A, B) && !MultiplyByVendor<T>(1, A, B, 0, C))
         Map(C) = Map(A) * Map(B);
     return true;
 }
@@ -128,10 +164,15 @@ bool Dispatch<T>::gemm(T alpha, Operand A, Operand B, T beta, Result C)
 {
     if (!FitProduct<T>(C, A, B))
         return false;
+    if (MultiplyByVendor(alpha, A, B, beta, C))
+        return true;
+    std::vector<T> kept(std::size_t(C.Rows()) * std::size_t(C.Columns()));
+    const storage::DenseRef<T> AB(kept.data(), C.Rows(), C.Columns(), C.Orientation());
+    mm(AB, A, B);
     if (beta == 0)
-        Map(C) = alpha * Map(A) * Map(B);
+        Map(C) = alpha * Map(AB);
     else
-        Map(C) = (alpha * Map(A) * Map(B) + beta * Map(C)).eval();
+        Map(C) = alpha * Map(AB) + beta * Map(C);
     return true;
 }
 

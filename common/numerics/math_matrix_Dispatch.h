@@ -23,9 +23,12 @@ struct KVI_API Dispatch
     /// C = A - B.
     static bool sub(Result C, Operand A, Operand B);
     /// C = A B. Packed matrices of double, all of one orientation, go to MxM: the bits are then
-    /// those of its order of summation. Others go to a blocked product with an order of its own.
+    /// those of its order of summation. Others go to a blocked product with an order of its own:
+    /// from 200 x 200 x 200 on that of MKL where it is found (see SparseSolverName), with the
+    /// threads that it has.
     static bool mm(Result C, Operand A, Operand B);
-    /// C = alpha A B + beta C; C is not read when beta is 0.
+    /// C = alpha A B + beta C; C is not read when beta is 0. Large products go to MKL as above,
+    /// others through mm, so memory for one more C is taken.
     static bool gemm(T alpha, Operand A, Operand B, T beta, Result C);
     /// Determinant: by expansion up to 3 x 3, else the product of the pivots of the factors LU
     /// with row interchanges. 1 of the empty matrix, NaN of one that is not square.

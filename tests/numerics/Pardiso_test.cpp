@@ -1,7 +1,7 @@
 #include "SolverSystems.h"
 #include "numerics/math_SparseSolver.h"
 #include "numerics/numerics_Pardiso.h"
-#include "numerics/numerics_PardisoVendor.h"
+#include "numerics/numerics_Vendor.h"
 
 #include <gtest/gtest.h>
 
@@ -258,10 +258,11 @@ TEST_F(PardisoBuiltIn, TellsWhatItCannotSolve)
 
 TEST(PardisoVendor, AgreesWithTheBuiltInSolverWhereItIsFound)
 {
-    EXPECT_FALSE(LoadVendorPardiso(L"no such folder"));
-    const std::optional<PardisoFunctions> vendor = LoadVendorPardiso(L"");
-    if (!vendor)
+    EXPECT_FALSE(LoadVendor(L"no such folder"));
+    const std::optional<Vendor> found = LoadVendor(L"");
+    if (!found)
         GTEST_SKIP() << "no MKL on this machine";
+    const PardisoFunctions* const vendor = &found->solver;
     EXPECT_EQ(vendor->name.find(L"mkl 20"), 0u);
     vendor->setThreads(2);
     for (const double wind : {0.0, 0.4})
@@ -269,7 +270,7 @@ TEST(PardisoVendor, AgreesWithTheBuiltInSolverWhereItIsFound)
         const systems::System system = systems::Flow(
             40, [](int, int) { return 1.0; }, 1, wind);
         std::vector<double> solutions[2];
-        const PardisoFunctions* tables[] = {&*vendor, &BuiltInPardiso()};
+        const PardisoFunctions* tables[] = {vendor, &BuiltInPardiso()};
         for (int k = 0; k < 2; ++k)
         {
             ReplacePardiso(tables[k]);
@@ -285,7 +286,7 @@ TEST(PardisoVendor, AgreesWithTheBuiltInSolverWhereItIsFound)
             EXPECT_NEAR(solutions[0][i], solutions[1][i],
                         1e-10 * systems::System::Largest(solutions[1]));
     }
-    ReplacePardiso(&*vendor);
+    ReplacePardiso(vendor);
     EXPECT_EQ(SparseSolverName(), L"pardiso (" + vendor->name + L")");
     systems::System infected = systems::Flow(3, [](int, int) { return 1.0; });
     infected.At(2, 2) = std::numeric_limits<double>::quiet_NaN();

@@ -94,6 +94,33 @@ TEST(Matrix, GemmScalesAddsAndMayWriteOverAnOperand)
     EXPECT_FALSE(Dispatch<double>::gemm(1, A.Ref(), A.Ref(), 0, Matrix<double>(2, 3).Ref()));
 }
 
+TEST(Matrix, LargeProductsAgreeWithMxM)
+{
+    const Matrix<double> A = Wavy<double>(210, 230, 0.1), B = Wavy<double>(230, 220, 0.7);
+    const Matrix<double> right = A * B, given = Wavy<double>(210, 220, 0.4);
+    std::vector<double> turned(230 * 210);
+    const storage::DenseRef<double> A2(turned.data(), 210, 230, Type::ColumnMajor);
+    ASSERT_TRUE(Dispatch<double>::add(A2, A.Ref(), Matrix<double>(210, 230).Ref()));
+    Matrix<double> C = given, D(210, 220), E(210, 220);
+    ASSERT_TRUE(Dispatch<double>::gemm(2, A.Ref(), B.Ref(), -3, C.Ref()));
+    ASSERT_TRUE(Dispatch<double>::add(D.Ref(), right.Ref(), right.Ref()));
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(Dispatch<double>::sub(D.Ref(), D.Ref(), given.Ref()));
+    EXPECT_LT(LargestDifference(C, D), 1e-11);
+    ASSERT_TRUE(Dispatch<double>::mm(E.Ref(), A2, B.Ref()));
+    EXPECT_LT(LargestDifference(E, right), 1e-11);
+    Matrix<double> square = Wavy<double>(210, 210, 0.2);
+    const Matrix<double> squared = square * square;
+    ASSERT_TRUE(Dispatch<double>::gemm(1, square.Ref(), square.Ref(), 0, square.Ref()));
+    EXPECT_LT(LargestDifference(square, squared), 1e-11);
+    const Matrix<float> half = Wavy<float>(210, 230, 0.1) * Wavy<float>(230, 220, 0.7);
+    double largest = 0;
+    for (int i = 0; i < 210; ++i)
+        for (int j = 0; j < 220; ++j)
+            largest = std::fmax(largest, std::fabs(half(i, j) - right(i, j)));
+    EXPECT_LT(largest, 1e-3);
+}
+
 TEST(Matrix, SolvesInvertsAndTellsTheDeterminant)
 {
     EXPECT_EQ(Determinant(Matrix<double>()), 1);

@@ -1,5 +1,6 @@
-#include "numerics/numerics_PardisoVendor.h"
+#include "numerics/numerics_Vendor.h"
 
+#include "platform/platform_env.h"
 #include "platform/platform_library.h"
 
 #include <utility>
@@ -101,28 +102,30 @@ bool LoadBefore(const Installation& installation, const std::wstring& folder)
 
 /// Another vendor exports a function of the same name, with other arguments; only MKL has the
 /// version beside it.
-std::optional<PardisoFunctions> Take(Module module, const std::wstring& folder)
+std::optional<Vendor> Take(Module module, const std::wstring& folder)
 {
     const auto getVersion = Function<void (*)(Version*)>(module, "MKL_Get_Version");
-    PardisoFunctions functions;
-    functions.pardiso = Function<PardisoFunction>(module, "pardiso");
-    if (getVersion == nullptr || functions.pardiso == nullptr)
+    Vendor vendor;
+    vendor.solver.pardiso = Function<PardisoFunction>(module, "pardiso");
+    vendor.dgemm = Function<BlasProduct<double>>(module, "cblas_dgemm");
+    vendor.sgemm = Function<BlasProduct<float>>(module, "cblas_sgemm");
+    if (getVersion == nullptr || vendor.solver.pardiso == nullptr)
         return std::nullopt;
     ChooseLayers(module, folder);
     if (const auto setVerbose = Function<int (*)(int)>(module, "MKL_Verbose"))
         setVerbose(0);
     Version version{};
     getVersion(&version);
-    functions.setThreads = Function<void (*)(int)>(module, "MKL_Set_Num_Threads");
-    functions.freeBuffers = Function<void (*)()>(module, "MKL_Free_Buffers");
-    functions.name =
+    vendor.solver.setThreads = Function<void (*)(int)>(module, "MKL_Set_Num_Threads");
+    vendor.solver.freeBuffers = Function<void (*)()>(module, "MKL_Free_Buffers");
+    vendor.solver.name =
         L"mkl " + std::to_wstring(version.major) + L"." + std::to_wstring(version.update);
-    return functions;
+    return vendor;
 }
 
 } // namespace
 
-std::optional<PardisoFunctions> LoadVendorPardiso(const std::wstring& folder)
+std::optional<Vendor> LoadVendor(const std::wstring& folder)
 {
     const std::wstring prefix = folder.empty() ? folder : folder + L"/";
     for (const Installation& installation : kInstallations)
@@ -132,11 +135,22 @@ std::optional<PardisoFunctions> LoadVendorPardiso(const std::wstring& folder)
         Module const module = LoadModule(prefix + installation.entry, SymbolScope::shared);
         if (module == nullptr)
             continue;
-        if (auto functions = Take(module, prefix))
-            return functions;
+        if (auto vendor = Take(module, prefix))
+            return vendor;
         platform::UnloadModule(module);
     }
     return std::nullopt;
+}
+
+const std::optional<Vendor>& FoundVendor()
+{
+    static const std::optional<Vendor> found = []() -> std::optional<Vendor> {
+        const std::wstring wish = platform::Environment(L"KVI_MKL").value_or(L"");
+        if (wish == L"off")
+            return std::nullopt;
+        return LoadVendor(wish);
+    }();
+    return found;
 }
 
 } // namespace math::impl
