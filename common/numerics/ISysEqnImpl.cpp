@@ -28,8 +28,8 @@ long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations)
 long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations, int count)
 {
     State& s = *state_;
-    s.refusal =
-        BuildPattern(equations ? *equations : tagMultiVectorInt(), count, s.pattern, s.threads);
+    const tagMultiVectorInt none;
+    s.refusal = BuildPattern(equations ? *equations : none, count, s.pattern, s.threads);
     try
     {
         s.Clear();

@@ -26,7 +26,7 @@ enum class SolveOutcome
     NotFinite,    ///< the matrix or the right-hand side holds NaN or infinity; see equation
     Breakdown,    ///< the iteration could not go on
     NotConverged, ///< the iterations allowed were used up
-    TooLarge,     ///< a size does not fit its 32-bit index; nothing was computed
+    TooLarge,     ///< for its 32-bit indices or for the memory; nothing was computed
     Failed        ///< the solver reported an error; see reason
 };
 

@@ -340,8 +340,8 @@ SolveRecord Guarded(const MatrixView& A, const double* b, double* x, double tol,
     catch (const std::bad_alloc&)
     {
         cache.Clear();
-        record.outcome = SolveOutcome::Failed;
-        record.reason = L"not enough memory";
+        record.outcome = SolveOutcome::TooLarge;
+        record.reason = L"memory cannot hold what the iteration takes";
         return record;
     }
 }

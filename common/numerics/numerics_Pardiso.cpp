@@ -29,6 +29,7 @@ constexpr std::pair<int, int> kParameters[] = {
 constexpr int kAnalyseFactoriseSolve = 13;
 constexpr int kReleaseAll = -1;
 constexpr int kRealNonSymmetric = 11;
+constexpr int kNoMemory = -2;
 
 const wchar_t* ErrorText(int error)
 {
@@ -36,7 +37,7 @@ const wchar_t* ErrorText(int error)
     {
     case -1:
         return L"the input is inconsistent";
-    case -2:
+    case kNoMemory:
         return L"not enough memory";
     case -3:
         return L"the reordering failed";
@@ -130,7 +131,7 @@ void Pardiso::Call(int n, const double* a, const int* ia, const int* ja, double*
 /// Finds the equation that a failed solve speaks of.
 void Pardiso::Explain(const MatrixView& A, const double* b, SolveRecord& record) const
 {
-    record.outcome = SolveOutcome::Failed;
+    record.outcome = error_ == kNoMemory ? SolveOutcome::TooLarge : SolveOutcome::Failed;
     if (error_ != 0)
         record.reason = L"PARDISO error " + std::to_wstring(error_) + L": " + ErrorText(error_);
     else

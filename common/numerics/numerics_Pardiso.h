@@ -52,7 +52,7 @@ public:
     /// analysis, factorisation, solution, refinement). A first call without SetUp sets up.
     /// @returns the outcome: Solved, or with PARDISO's error in the reason NotFinite (the equation
     ///          that holds NaN or infinity), ZeroPivot (the equation with nothing in its row or
-    ///          column) or Failed; x is as PARDISO left it
+    ///          column), TooLarge or Failed; x is as PARDISO left it
     SolveRecord Solve(const MatrixView& A, const double* b, double* x);
     /// Frees what PARDISO holds, if it holds anything.
     void Release();
