@@ -78,9 +78,10 @@ struct Machine
         platform::Parking parking_;
     };
 
-    /// Spins for some microseconds, then lets others run for some hundred, then has none left. It
-    /// looks no more often than a few times in a microsecond: each look takes a cache line away
-    /// from the other side, which meanwhile adds more items.
+    /// Spins for about a microsecond, then lets others run for some hundred, then has none left.
+    /// (The other side may have been woken on this very processor.) It looks no more often than a
+    /// few times in a microsecond: each look takes a cache line away from the other side, which
+    /// meanwhile adds more items.
     class Patience
     {
     public:
@@ -107,7 +108,7 @@ struct Machine
         }
 
     private:
-        static constexpr int kPauses = 16, kSpins = 6;
+        static constexpr int kPauses = 16, kSpins = 2;
         static constexpr std::chrono::microseconds kYielding{200};
         int round_ = 0;
         Crowd::Clock::time_point start_, last_;
