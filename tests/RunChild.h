@@ -17,16 +17,16 @@ namespace child
 inline bool IsWindows() { return App::Instance().ProgramPath()[2] == L'\\'; }
 
 /// Waits for `suite.DISABLED_role` with @p number (below 99999) for its Number().
-/// @param prefix  stands in front of the command
+/// @param prefix, tail  stand in front of the command and behind it
 /// @returns whether it passed
 inline bool Run(const std::string& suite, const std::string& role, int number = 0,
-                const std::string& prefix = "")
+                const std::string& prefix = "", const std::string& tail = "")
 {
     const std::string command =
         prefix +
         str::sprintf("\"%s\" --gtest_also_run_disabled_tests --gtest_filter=%s.DISABLED_%s "
-                     "--gtest_random_seed=%d --gtest_brief=1",
-                     App::Instance().ProgramPath(), suite, role, number);
+                     "--gtest_random_seed=%d --gtest_brief=1 %s",
+                     App::Instance().ProgramPath(), suite, role, number, tail);
     return std::system((IsWindows() ? '"' + command + '"' : command).c_str()) == 0;
 }
 

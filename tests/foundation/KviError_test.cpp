@@ -17,14 +17,8 @@ namespace
 {
 using Texts = std::vector<std::wstring>;
 
-struct Made
-{
-    unsigned code;
-    status error;
-    Texts arguments;
-};
-
-std::vector<Made> OneOfEach()
+/// With its code and its arguments.
+std::vector<std::tuple<unsigned, status, Texts>> OneOfEach()
 {
     using Convert = gtl::Convert_error_status;
     namespace File = KviError::File;
@@ -124,13 +118,7 @@ TEST(RangeError, DescribesEveryPairOfBounds)
 {
     using Range = gtl::impl::range_error;
     const auto none = bound_kind::none, in = bound_kind::inclusive, out = bound_kind::exclusive;
-    const struct
-    {
-        bound_kind lower, upper;
-        unsigned code;
-        Texts arguments;
-        std::wstring named;
-    } rows[] = {
+    const std::tuple<bound_kind, bound_kind, unsigned, Texts, std::wstring> rows[] = {
         {none, none, 21622, {}, Range::DescNoLimit()},
         {in, none, 20551, {L"1"}, Range::DescGE(L"1")},
         {out, none, 20564, {L"1"}, Range::DescGT(L"1")},
@@ -142,30 +130,27 @@ TEST(RangeError, DescribesEveryPairOfBounds)
         {out, out, 20449, {L"1", L"2"}, Range::DescExclusiveExclusive(L"1", L"2")},
     };
     std::set<std::wstring> different;
-    for (const auto& row : rows)
+    for (const auto& [lower, upper, code, arguments, named] : rows)
     {
-        SCOPED_TRACE(row.code);
-        Texts a = row.arguments;
+        SCOPED_TRACE(code);
+        Texts a = arguments;
         a.resize(2);
-        const std::wstring expected = status(row.code, a[0], a[1]).as_wstring();
-        EXPECT_EQ(Range::Description(L"1", L"2", row.lower, row.upper), expected);
-        EXPECT_EQ(row.named, expected);
-        for (const std::wstring& argument : row.arguments)
+        const std::wstring expected = status(code, a[0], a[1]).as_wstring();
+        EXPECT_EQ(Range::Description(L"1", L"2", lower, upper), expected);
+        EXPECT_EQ(named, expected);
+        for (const std::wstring& argument : arguments)
             EXPECT_NE(expected.find(argument), std::wstring::npos);
         different.insert(expected);
-        const status error = Range::OutOfBounds(L"9", L"1", L"2", row.lower, row.upper);
-        EXPECT_EQ(error, status(23007, L"9", expected));
+        EXPECT_EQ(Range::OutOfBounds(L"9", L"1", L"2", lower, upper),
+                  status(23007, L"9", expected));
     }
     EXPECT_EQ(different.size(), 9u);
 }
 
-TEST(HostTexts, ExistForEveryCode)
+TEST(HostTexts, ExistForTheCodesWithoutAFunctionOfTheirOwn)
 {
     for (const unsigned code :
-         {20039u, 20218u, 20219u, 20220u, 20221u, 20449u, 20450u, 20451u, 20452u, 20471u,
-          20503u, 20514u, 20516u, 20517u, 20518u, 20519u, 20520u, 20521u, 20524u, 20526u,
-          20527u, 20536u, 20538u, 20539u, 20540u, 20541u, 20551u, 20564u, 20571u, 20654u,
-          20676u, 20692u, 20706u, 20754u, 20755u, 20758u, 20854u, 20855u, 20856u, 20898u,
-          21207u, 21622u, 21632u, 21652u, 23007u, 24181u, 24389u, 27505u})
+         {20039u, 20449u, 20450u, 20451u, 20452u, 20471u, 20551u, 20564u, 20571u, 20676u, 20692u,
+          20854u, 20855u, 20856u, 20898u, 21207u, 21622u, 21632u, 21652u, 23007u, 27505u})
         EXPECT_TRUE(App::Instance().HasMessageText(code)) << code;
 }

@@ -20,25 +20,20 @@ namespace
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-std::string Fixed(double value, int decimals)
+template <void Append(std::string&, double, int)>
+std::string Text(double value, int places)
 {
     std::string text;
-    AppendFixed(text, value, decimals);
+    Append(text, value, places);
     return text;
 }
+constexpr auto Fixed = Text<AppendFixed>, Significant = Text<AppendSignificant>,
+               Scientific = Text<AppendScientific>;
 
-std::string Significant(double value, int digits)
+std::string Exact(double value, std::chars_format form, int places)
 {
-    std::string text;
-    AppendSignificant(text, value, digits);
-    return text;
-}
-
-std::string Scientific(double value, int decimals)
-{
-    std::string text;
-    AppendScientific(text, value, decimals);
-    return text;
+    char text[400];
+    return {text, std::to_chars(text, text + 400, value, form, places).ptr};
 }
 
 // Values of every kind: any bit pattern, a few decimals, exact ties and their neighbours.
@@ -63,29 +58,26 @@ double Sample(std::mt19937_64& random)
 
 TEST(NumberText, IsRightToTheLastDigit)
 {
-    EXPECT_EQ(Fixed(0.125, 2), "0.12"); // a tie goes to the even digit
-    EXPECT_EQ(Fixed(0.375, 2), "0.38");
-    EXPECT_EQ(Fixed(1.005, 2), "1.00"); // the double is below 1.005
-    EXPECT_EQ(Fixed(2.5, 0), "2");
-    EXPECT_EQ(Fixed(-0.0, 2), "-0.00");
-    EXPECT_EQ(Fixed(-0.001, 2), "-0.00");
-    EXPECT_EQ(Fixed(5e-324, 3), "0.000");
-    EXPECT_EQ(Fixed(999.9999999, 3), "1000.000");
+    // Ties go to the even digit; the double 1.005 is below the number.
+    const std::tuple<std::string (*)(double, int), double, int, const char*> rows[] = {
+        {Fixed, 2.5, 0, "2"},         {Scientific, 1.5, 3, "1.500e+00"},
+        {Fixed, 0.125, 2, "0.12"},    {Fixed, 999.9999999, 3, "1000.000"},
+        {Fixed, 0.375, 2, "0.38"},    {Significant, 99999999.5, 8, "1e+08"},
+        {Fixed, 1.005, 2, "1.00"},    {Significant, 99999999.0, 8, "99999999"},
+        {Fixed, -0.0, 2, "-0.00"},    {Significant, 5e-324, 8, "4.9406565e-324"},
+        {Fixed, -0.001, 2, "-0.00"},  {Significant, 0.00012345, 8, "0.00012345"},
+        {Fixed, 5e-324, 3, "0.000"},  {Significant, 0.000012345, 8, "1.2345e-05"},
+        {Scientific, 0, 0, "0e+00"},  {Significant, 1e23, 17, "9.9999999999999992e+22"},
+        {Fixed, 1.5, -1, "1.500000"}, {Significant, 1.7976931348623157e308, 8, "1.7976931e+308"},
+        {Significant, -0.0, 8, "-0"},
+    };
+    for (const auto& [form, value, places, text] : rows)
+        EXPECT_EQ(form(value, places), text);
     EXPECT_EQ(Fixed(0.1, 20), "0.10000000000000000555");
     EXPECT_EQ(Fixed(1e308, 20).substr(0, 40), "1000000000000000010979063629440455417404");
     EXPECT_EQ(Fixed(1e308, 20).size(), 309u + 1 + 20);
     EXPECT_EQ(Fixed(0.5, 2000), "0.5" + std::string(1999, '0'));
     EXPECT_EQ(Fixed(kInf, 3) + Fixed(-kInf, 3) + Fixed(kNaN, 2000), "inf-infnan");
-    EXPECT_EQ(Fixed(1.5, -1), "1.500000");
-    EXPECT_EQ(Significant(1.7976931348623157e308, 8), "1.7976931e+308");
-    EXPECT_EQ(Significant(5e-324, 8), "4.9406565e-324");
-    EXPECT_EQ(Significant(0.00012345, 8), "0.00012345");
-    EXPECT_EQ(Significant(0.000012345, 8), "1.2345e-05");
-    EXPECT_EQ(Significant(99999999.5, 8), "1e+08");
-    EXPECT_EQ(Significant(99999999.0, 8), "99999999");
-    EXPECT_EQ(Significant(-0.0, 8), "-0");
-    EXPECT_EQ(Significant(1e23, 17), "9.9999999999999992e+22");
-    EXPECT_EQ(Scientific(1.5, 3) + Scientific(0, 0), "1.500e+000e+00");
     EXPECT_EQ(Scientific(1, 1100), "1." + std::string(1100, '0') + "e+00");
 }
 
@@ -116,27 +108,16 @@ TEST(NumberText, FastPrintersAgreeWithTheExactOne)
     for (int i = 0; i < 20000; ++i)
     {
         const double value = Sample(random);
-        char exact[400];
-        if (char* const end = FastFixed(room, value, 6))
-        {
-            const auto last = std::to_chars(exact, exact + 400, value, std::chars_format::fixed, 6);
-            ASSERT_EQ(std::string(room, end), std::string(exact, last.ptr));
-            ++fast;
-        }
-        if (char* const end = FastSignificant(room, value, 8))
-        {
-            const auto last =
-                std::to_chars(exact, exact + 400, value, std::chars_format::general, 8);
-            ASSERT_EQ(std::string(room, end), std::string(exact, last.ptr));
-            ++fast;
-        }
-        if (char* const end = FastScientific(room, value, 3))
-        {
-            const auto last =
-                std::to_chars(exact, exact + 400, value, std::chars_format::scientific, 3);
-            ASSERT_EQ(std::string(room, end), std::string(exact, last.ptr));
-            ++fast;
-        }
+        const std::tuple<char* (*)(char*, double, int), std::chars_format, int> printers[] = {
+            {FastFixed, std::chars_format::fixed, 6},
+            {FastSignificant, std::chars_format::general, 8},
+            {FastScientific, std::chars_format::scientific, 3}};
+        for (const auto& [print, form, places] : printers)
+            if (char* const end = print(room, value, places))
+            {
+                ASSERT_EQ(std::string(room, end), Exact(value, form, places));
+                ++fast;
+            }
         const int decimals = int(random() % 8), keep = int(random() % 8);
         ASSERT_EQ(fmt_float_cstring(value, decimals, keep),
                   fmt_float_cstring(Fixed(value, decimals), keep))
@@ -152,12 +133,7 @@ TEST(NumberText, FindsTheExponentBesideEveryPowerOfTen)
         const double ten = std::strtod(("1e" + std::to_string(power)).c_str(), nullptr);
         for (const double value : {0.9992 * ten, 0.9997 * ten, 0.9999 * ten, std::nextafter(ten, 0),
                                    ten, std::nextafter(ten, kInf)})
-        {
-            char exact[64];
-            const auto last =
-                std::to_chars(exact, exact + 64, value, std::chars_format::scientific, 9);
-            ASSERT_EQ(Scientific(value, 9), std::string(exact, last.ptr));
-        }
+            ASSERT_EQ(Scientific(value, 9), Exact(value, std::chars_format::scientific, 9));
     }
 }
 
@@ -179,15 +155,12 @@ TEST(FmtFloatCstring, TrimsTrailingZerosBehindTheKeptOnes)
     for (const auto& row : rows)
         EXPECT_EQ(fmt_float_cstring(row.text, row.keep), row.expected) << row.text << row.keep;
 
-    EXPECT_EQ(fmt_float_cstring(1.25, 6, 0), "1.25");
-    EXPECT_EQ(fmt_float_cstring(2.0, 3, 0), "2.");
-    EXPECT_EQ(fmt_float_cstring(-1234.5, 3, 2), "-1234.50");
-    EXPECT_EQ(fmt_float_cstring(0.9999999, 2, 0), "1.");
-    EXPECT_EQ(fmt_float_cstring(-9999998.9999999, 6, 0), "-9999999.");
-    EXPECT_EQ(fmt_float_cstring(9999999.5, 6, 1), "9999999.5");
-    EXPECT_EQ(fmt_float_cstring(-0.001, 2, 0), "-0.");
-    EXPECT_EQ(fmt_float_cstring(1e22, 3, 1), "10000000000000000000000.0");
-    EXPECT_EQ(fmt_float_cstring(100.0, 0, 1), "1"); // no point: the sum wraps
-    EXPECT_EQ(fmt_float_cstring(0.5, -7, 0), "0.5");
-    EXPECT_EQ(fmt_float_cstring(kInf, 2, 0), "inf");
+    const std::tuple<double, int, int, const char*> numbers[] = {
+        {2.0, 3, 0, "2."},   {1.25, 6, 0, "1.25"},        {9999999.5, 6, 1, "9999999.5"},
+        {100.0, 0, 1, "1"},  {-0.001, 2, 0, "-0."},       {-9999998.9999999, 6, 0, "-9999999."},
+        {0.5, -7, 0, "0.5"}, {0.9999999, 2, 0, "1."},     {1e22, 3, 1, "10000000000000000000000.0"},
+        {kInf, 2, 0, "inf"}, {-1234.5, 3, 2, "-1234.50"},
+    };
+    for (const auto& [value, decimals, keep, expected] : numbers)
+        EXPECT_EQ(fmt_float_cstring(value, decimals, keep), expected);
 }

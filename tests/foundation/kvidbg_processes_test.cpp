@@ -1,12 +1,10 @@
-#include "foundation/App.h"
+#include "RunChild.h"
 #include "foundation/kvidbg.h"
-#include "foundation/str_fmt.h"
 #include "kvidbg_files.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <fstream>
 #include <regex>
 #include <thread>
@@ -19,13 +17,19 @@ namespace
 /// Runs one of the DISABLED_ tests below in a process of its own; @p tail follows its command.
 bool RunChild(const std::string& role, const std::string& tail)
 {
-    const std::string command = str::sprintf(
-        "\"%s\" --gtest_also_run_disabled_tests --gtest_filter=LogChild.DISABLED_%s %s",
-        App::Instance().ProgramPath(), role, tail);
-    return std::system((kWindows ? '"' + command + '"' : command).c_str()) == 0;
+    return child::Run("LogChild", role, 0, "", tail);
 }
 
 const fs::path kShared = fs::path(KVI_TEST_TEMP) / "LogChild";
+
+/// Runs a role that logs to @p file, which is not there before.
+std::vector<std::string> LinesOf(const std::string& role, const char* file)
+{
+    fs::create_directories(kShared);
+    fs::remove(kShared / file);
+    EXPECT_TRUE(RunChild(role, "> \"" + (kShared / "out").string() + "\""));
+    return ReadLines(kShared / file);
+}
 
 struct LogsWhenDestroyed
 {
@@ -123,10 +127,7 @@ TEST(LogProcesses, AppendWholeLinesToOneFile)
 
 TEST(LogProcesses, LogUntilTheyHaveEnded)
 {
-    fs::create_directories(kShared);
-    fs::remove(kShared / "end.txt");
-    EXPECT_TRUE(RunChild("LogsToTheEnd", "> \"" + (kShared / "out").string() + "\""));
-    const auto lines = ReadLines(kShared / "end.txt");
+    const auto lines = LinesOf("LogsToTheEnd", "end.txt");
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_TRUE(lines[0].ends_with(" gathered"));
     EXPECT_TRUE(lines[1].ends_with(" from a destructor"));
@@ -145,10 +146,7 @@ TEST(LogProcesses, SurviveAClosedPipe)
 
 TEST(LogProcesses, KeepTheBitsGivenWhenNoneAreLeft)
 {
-    fs::create_directories(kShared);
-    fs::remove(kShared / "bits.txt");
-    EXPECT_TRUE(RunChild("UsesUpTheCategoryBits", "> \"" + (kShared / "out").string() + "\""));
-    const auto lines = ReadLines(kShared / "bits.txt");
+    const auto lines = LinesOf("UsesUpTheCategoryBits", "bits.txt");
     ASSERT_EQ(lines.size(), 2u); // told once
     EXPECT_NE(lines[0].find("no bit is left for log category"), std::string::npos);
     EXPECT_TRUE(lines[1].ends_with("a record without a bit"));

@@ -1,9 +1,9 @@
+#include "VirtualSlot.h"
 #include "foundation/gtl_status.h"
 #include "foundation/kvidbg.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
@@ -57,26 +57,13 @@ protected:
 
 const DeclareCategoryMask kMath("MATH"), kMeshes("Test.Meshes");
 
-/// The position of a virtual operation, from the pointer to it: both compilers' common C++ ABI
-/// stores one plus the offset in the table.
-template <class Operation>
-std::size_t Slot(Operation operation)
-{
-    std::size_t word = 0;
-    std::memcpy(&word, &operation, sizeof word);
-    return (word - 1) / sizeof(void*);
-}
-
 TEST_F(Log, TheSinksOperationsStandInTheirSlots)
 {
-    // Two slots of the destructor come first.
-    EXPECT_EQ(Slot(&IEventSink::Flush), 2u);
-    EXPECT_EQ(Slot(&IEventSink::OutputPath), 3u);
-    EXPECT_EQ(Slot(&IEventSink::Assertion), 4u);
-    EXPECT_EQ(Slot(&IEventSink::Buffered), 5u);
-    EXPECT_EQ(Slot(&IEventSink::Lost), 6u);
-    EXPECT_EQ(Slot(&IEventSink::Event), 7u);
-    EXPECT_EQ(Slot(&IEventSink::Log), 8u);
+    using S = IEventSink;
+    EXPECT_EQ((std::vector{VirtualSlot(&S::Flush), VirtualSlot(&S::OutputPath),
+                           VirtualSlot(&S::Assertion), VirtualSlot(&S::Buffered),
+                           VirtualSlot(&S::Lost), VirtualSlot(&S::Event), VirtualSlot(&S::Log)}),
+              (std::vector<std::size_t>{2, 3, 4, 5, 6, 7, 8}));
     SinkFilePath(L"somewhere");
     KVI_LOG(critical, 4, "x");
     logprintf("below the filter");

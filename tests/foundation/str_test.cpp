@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,10 +32,7 @@ TEST(Text, TrimsEachEnd)
 
 TEST(Text, ReplacesInOnePass)
 {
-    const struct
-    {
-        std::string s, what, with, expected;
-    } rows[] = {
+    const std::tuple<std::string, std::string, std::string, std::string> rows[] = {
         {"aaa", "a", "aa", "aaaaaa"}, // the replacement contains what it replaces
         {"aaa", "aa", "b", "ba"},
         {"abc", "", "x", "abc"},
@@ -42,11 +40,10 @@ TEST(Text, ReplacesInOnePass)
         {"a.b.c", ".", "", "abc"},
         {std::string("a\0b", 3), std::string("\0", 1), "-", "a-b"},
     };
-    for (const auto& row : rows)
+    for (auto [s, what, with, expected] : rows)
     {
-        std::string s = row.s;
-        str::replace_all(s, row.what, row.with);
-        EXPECT_EQ(s, row.expected);
+        str::replace_all(s, what, with);
+        EXPECT_EQ(s, expected);
     }
     std::string once = "aabb", self = "ab";
     str::erase_all(once, std::string("ab"));
@@ -121,16 +118,14 @@ TEST(Utf8, WritesALoneSurrogateAsReplacement)
 
 TEST(NarrowText, GoesThroughTheCodePageAndBack)
 {
-    std::wstring ascii;
-    for (wchar_t c = 0; c < 128; ++c)
-        ascii += c;
+    std::wstring ascii(128, L'\0');
+    std::iota(ascii.begin(), ascii.end(), L'\0');
     EXPECT_EQ(str::as_wstring(str::as_cstring(ascii)), ascii); // zeros as well
     EXPECT_EQ(str::as_wstring("abc", 2), L"ab");
     EXPECT_EQ(str::as_wstring(nullptr, 0), L"");
     // Every byte string goes through, whatever it means.
-    std::string bytes;
-    for (int c = 1; c < 256; ++c)
-        bytes += static_cast<char>(c);
+    std::string bytes(255, '\0');
+    std::iota(bytes.begin(), bytes.end(), '\1');
     const std::wstring wide = str::as_wstring(bytes + "end");
     EXPECT_EQ(wide.substr(0, 127), ascii.substr(1));
     EXPECT_EQ(wide.substr(wide.size() - 3), L"end");
