@@ -41,8 +41,13 @@ public:
         std::size_t stride = lines * 382 / 1000 + 1; // the golden section keeps neighbours away
         while (std::gcd(stride, lines) != 1)
             ++stride;
+        std::size_t line = 0;
         for (std::size_t i = 0; i < slots_.size(); ++i)
-            slots_[i] = first_ + i / perLine * stride % lines * length + i % perLine * room_;
+        {
+            slots_[i] = first_ + line * length + i % perLine * room_;
+            if (i % perLine == perLine - 1)
+                line = (line + stride) % lines;
+        }
         ahead_ = static_cast<unsigned>(std::min(kLinesAhead * perLine, slots_.size() / 4));
     }
 

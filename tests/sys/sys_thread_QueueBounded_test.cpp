@@ -51,6 +51,18 @@ TEST(QueueBounded, HoldsOneLessThanItsCapacity)
     EXPECT_TRUE(queue.IsEmpty());
 }
 
+TEST(QueueBounded, HoldsAMillion)
+{
+    QueueBounded queue(1'000'000, sizeof(int), 1);
+    for (int i = 0; i < 999'999; ++i)
+        queue.Push(0, &i, sizeof i);
+    EXPECT_TRUE(queue.IsFull(0));
+    int i = 0;
+    while (i < 999'999 && Popped(queue) == i)
+        ++i;
+    EXPECT_EQ(i, 999'999);
+}
+
 TEST(QueueBounded, ServesWritersInTurn)
 {
     QueueBounded queue(8, 4, 3); // the first turn is the one behind writer 0
