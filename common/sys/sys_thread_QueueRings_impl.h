@@ -189,9 +189,8 @@ private:
                 continue;
             ring.writerAsleep.Store(kUntilHalf);
             const bool enough = room() >= ring.count / 2;
-            if (!enough && ring.writerBed.Nap())
-                continue;
-            if (!enough)
+            const bool woken = !enough && ring.writerBed.Nap();
+            if (!enough && !woken)
             {
                 ring.writerAsleep.Store(kUntilAny); // W1
                 system_.HeavyBarrier();
@@ -199,7 +198,7 @@ private:
                     ring.writerBed.Sleep();
             }
             (void)ring.writerAsleep.Exchange(kAwake); // as above
-            if (room() != 0)
+            if (!woken && room() != 0)
                 return;
         }
     }
