@@ -1,72 +1,71 @@
 /// @file
-/// Numbers without rounding, against which predicates are judged: a long integer times a power of
-/// two. Every double is one, and so are sums, differences and products of them.
+/// Numbers without rounding, against which predicates are judged: doubles from 2^-250 to 2^60 by
+/// size, sums of them, products of two such, and sums of products.
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
-#include <vector>
+#include <cstdlib>
 
+/// A whole number of 768 bits, the lowest 32 first, a negative one as its complement of two; in
+/// units of 2^-320, a product in units of 2^-640.
 class ExactNumber
 {
 public:
     ExactNumber(double value) // NOLINT(google-explicit-constructor): doubles mix with these
     {
-        const double fraction = std::frexp(std::fabs(value), &exponent_);
-        exponent_ -= 64;
-        const auto bits = static_cast<std::uint64_t>(std::ldexp(fraction, 64 - 1)) << 1;
-        limbs_ = {static_cast<std::uint32_t>(bits), static_cast<std::uint32_t>(bits >> 32)};
-        sign_ = value > 0 ? 1 : value < 0 ? -1 : 0;
+        int exponent = 0;
+        const double fraction = std::frexp(std::fabs(value), &exponent);
+        const auto bits = static_cast<std::uint64_t>(std::ldexp(fraction, 53));
+        const int lowest = exponent - 53 + kUnit;
+        if (lowest < 0 || lowest > kUnit + 8)
+            std::abort();
+        for (int bit = 0; bit < 53; ++bit)
+            limbs_[(lowest + bit) / 32] |= std::uint32_t(bits >> bit & 1) << (lowest + bit) % 32;
+        if (value < 0)
+            *this = -*this;
     }
 
-    int Sign() const { return sign_; }
+    int Sign() const
+    {
+        const auto isZero = [](std::uint32_t limb) { return limb == 0; };
+        if (limbs_.back() >> 31 != 0)
+            return -1;
+        return std::all_of(limbs_.begin(), limbs_.end(), isZero) ? 0 : 1;
+    }
     ExactNumber operator-() const
     {
         ExactNumber negative = *this;
-        negative.sign_ = -sign_;
+        std::uint64_t carry = 1;
+        for (std::uint32_t& limb : negative.limbs_)
+            limb = Take(carry += std::uint32_t(~limb));
         return negative;
     }
-    ExactNumber Abs() const { return sign_ < 0 ? -*this : *this; }
+    ExactNumber Abs() const { return Sign() < 0 ? -*this : *this; }
 
-    friend ExactNumber operator+(ExactNumber a, ExactNumber b)
+    friend ExactNumber operator+(ExactNumber a, const ExactNumber& b)
     {
-        if (a.sign_ == 0 || b.sign_ == 0)
-            return a.sign_ == 0 ? b : a;
-        const int exponent = std::min(a.exponent_, b.exponent_);
-        a.ScaleTo(exponent);
-        b.ScaleTo(exponent);
-        if (a.Magnitude() < b.Magnitude())
-            std::swap(a, b);
-        std::int64_t carry = 0;
-        for (std::size_t i = 0; i < a.limbs_.size(); ++i)
-        {
-            const std::int64_t other = i < b.limbs_.size() ? b.limbs_[i] : 0;
-            const std::int64_t sum = a.limbs_[i] + a.sign_ * b.sign_ * other + carry;
-            a.limbs_[i] = static_cast<std::uint32_t>(sum);
-            carry = sum >> 32; // also of a negative sum
-        }
-        a.limbs_.push_back(static_cast<std::uint32_t>(carry));
-        if (std::all_of(a.limbs_.begin(), a.limbs_.end(), [](auto limb) { return limb == 0; }))
-            a.sign_ = 0;
+        if (a.isProduct_ != b.isProduct_)
+            return a.isProduct_ ? a + b * 1 : a * 1 + b;
+        std::uint64_t carry = 0;
+        for (int i = 0; i < kLimbs; ++i)
+            a.limbs_[i] = Take(carry += std::uint64_t{a.limbs_[i]} + b.limbs_[i]);
         return a;
     }
     friend ExactNumber operator-(const ExactNumber& a, const ExactNumber& b) { return a + -b; }
     friend ExactNumber operator*(const ExactNumber& a, const ExactNumber& b)
     {
-        ExactNumber product = a;
-        product.sign_ = a.sign_ * b.sign_;
-        product.exponent_ = a.exponent_ + b.exponent_;
-        product.limbs_.assign(a.limbs_.size() + b.limbs_.size(), 0);
-        for (std::size_t i = 0; i < a.limbs_.size(); ++i)
+        ExactNumber product = 0;
+        product.isProduct_ = true;
+        for (int i = 0; i < kLimbs; ++i) // the lowest 768 bits are those of the complements, too
         {
             std::uint64_t carry = 0;
-            for (std::size_t j = 0; j < b.limbs_.size() || carry != 0; ++j)
+            for (int j = 0; i + j < kLimbs; ++j)
             {
-                const std::uint64_t other = j < b.limbs_.size() ? b.limbs_[j] : 0;
-                carry += product.limbs_[i + j] + std::uint64_t{a.limbs_[i]} * other;
-                product.limbs_[i + j] = static_cast<std::uint32_t>(carry);
-                carry >>= 32;
+                std::uint32_t& limb = product.limbs_[i + j];
+                limb = Take(carry += limb + std::uint64_t{a.limbs_[i]} * b.limbs_[j]);
             }
         }
         return product;
@@ -74,31 +73,15 @@ public:
     friend bool operator>(const ExactNumber& a, const ExactNumber& b) { return (a - b).Sign() > 0; }
 
 private:
-    /// The limbs from the highest down, without leading zeros: in the order of their lengths first.
-    std::pair<std::size_t, std::vector<std::uint32_t>> Magnitude() const
+    /// The lower half, which @p carry loses.
+    static std::uint32_t Take(std::uint64_t& carry)
     {
-        std::vector<std::uint32_t> digits(limbs_.rbegin(), limbs_.rend());
-        digits.erase(digits.begin(), std::find_if(digits.begin(), digits.end(),
-                                                  [](auto limb) { return limb != 0; }));
-        return {digits.size(), digits};
-    }
-    void ScaleTo(int exponent)
-    {
-        for (; exponent_ - exponent >= 32; exponent_ -= 32)
-            limbs_.insert(limbs_.begin(), 0);
-        const int shift = exponent_ - exponent;
-        std::uint64_t carry = 0;
-        for (std::uint32_t& limb : limbs_)
-        {
-            carry |= std::uint64_t{limb} << shift;
-            limb = static_cast<std::uint32_t>(carry);
-            carry >>= 32;
-        }
-        limbs_.push_back(static_cast<std::uint32_t>(carry));
-        exponent_ = exponent;
+        const auto low = static_cast<std::uint32_t>(carry);
+        carry >>= 32;
+        return low;
     }
 
-    std::vector<std::uint32_t> limbs_; ///< the lowest first
-    int exponent_ = 0;
-    int sign_ = 0;
+    static constexpr int kUnit = 320, kLimbs = 24;
+    std::array<std::uint32_t, kLimbs> limbs_ = {};
+    bool isProduct_ = false;
 };

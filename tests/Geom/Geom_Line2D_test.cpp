@@ -1,74 +1,77 @@
+#include "Geom/GeomTest.h"
 #include "Geom/Geom_Extents2D.h"
 #include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_LineIntersection2D.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-
 namespace
 {
-using Geom::Extents2D;
-using Geom::IntersectionType;
-using Geom::Line2D;
-using Geom::Point2D;
-using Geom::Precision3D;
+using namespace Geom;
+using namespace geomtest;
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kMissing = MissingValue<double>();
-constexpr Point2D kNoPoint = MissingValue<Point2D>();
-const Precision3D kPrecision;
+constexpr double kFar = 1e300;
 
-TEST(Extents2D, MeetWithinTheTolerance)
+TEST(Extents2D, MeetWithinTheToleranceAndOverlapStrictly)
 {
-    const Extents2D a = {0, 10, 0, 10}, touching = {10 + 4e-5, 20, 2, 3},
-                    apart = {10 + 6e-5, 20, 2, 3};
-    EXPECT_TRUE(Geom::IsExtentsIntersected2D(a, touching, kPrecision));
-    EXPECT_FALSE(Geom::IsExtentsIntersected2D(a, apart, kPrecision));
-    EXPECT_FALSE(Geom::IsExtentsIntersected2D({}, {}, kPrecision));
-    EXPECT_FALSE(Geom::IsExtentsIntersected2D(a, {}, kPrecision));
-    EXPECT_EQ(Geom::ExtentsIntersection2D(a, apart), Extents2D());
-    const Extents2D seam = Geom::ExtentsIntersection2D(a, touching);
-    EXPECT_EQ(seam, (Extents2D{10 + 4e-5, 10, 2, 3}));
-    EXPECT_LT(Geom::WidthOf(seam), 0);
-}
-
-TEST(Extents2D, OverlapIsContainmentOfTheSecondInTheFirst)
-{
-    const Extents2D a = {0, 10, 0, 10}, b = {1, 9, 1, 9};
-    EXPECT_TRUE(Geom::ExtentsOverlap2D(a, b, kPrecision));
-    EXPECT_FALSE(Geom::ExtentsOverlap2D(b, a, kPrecision));
-    EXPECT_TRUE(Geom::ExtentsOverlap2D(a, a, kPrecision));
-    EXPECT_TRUE(Geom::ExtentsOverlap2D(b, {}, kPrecision));
-    const double hx = 5e-5;
-    EXPECT_FALSE(Geom::ExtentsOverlap2D(a, {0, 10 + hx, 0, 10}, kPrecision)); // strictly
+    const Extents2D a = {0, 10, 0, 10}, inner = {1, 9, 1, 9}, none;
+    const Extents2D seam = {10 + 4e-5, 20, 2, 3}, apart = {10 + 6e-5, 20, 2, 3};
+    const std::tuple<Extents2D, Extents2D, bool, bool> rows[] = {
+        {a, seam, true, false},     {a, apart, false, false},
+        {a, inner, true, true},     {inner, a, true, false},
+        {a, a, true, true},         {a, none, false, true},
+        {none, none, false, false}, {a, {0, 10 + 5e-5, 0, 10}, true, false}};
+    for (const auto& [first, second, doMeet, isInside] : rows) // the second in the first
+    {
+        SCOPED_TRACE(testing::Message() << first.minX << ' ' << second.minX << second.maxX);
+        EXPECT_EQ(IsExtentsIntersected2D(first, second, kPrecision), doMeet);
+        EXPECT_EQ(ExtentsOverlap2D(first, second, kPrecision), isInside);
+    }
+    EXPECT_EQ(ExtentsIntersection2D(a, apart), none);
+    EXPECT_EQ(ExtentsIntersection2D(a, seam), (Extents2D{10 + 4e-5, 10, 2, 3}));
+    EXPECT_LT(WidthOf(ExtentsIntersection2D(a, seam)), 0);
 }
 
 TEST(Extents2D, GrowFromEmptyAndHaveAnAspect)
 {
     Extents2D box;
-    Geom::ExtentsGrow2D(box, {3, -1});
+    ExtentsGrow2D(box, {3, -1});
     EXPECT_EQ(box, (Extents2D{3, 3, -1, -1}));
-    Geom::ExtentsGrow2D(box, {kNaN, 1});
+    ExtentsGrow2D(box, {kNaN, 1});
     EXPECT_EQ(box, (Extents2D{3, 3, -1, 1}));
-    EXPECT_EQ(Geom::HeightOf(box), 2);
-    EXPECT_EQ(Geom::AspectOf({0, 8, 0, 2}, kPrecision), 4);
-    EXPECT_EQ(Geom::AspectOf({0, 4e-5, 0, 2}, kPrecision), 0);
-    EXPECT_EQ(Geom::AspectOf({0, 8, 0, 4e-5}, kPrecision), kMissing);
-    EXPECT_EQ(Geom::AspectOf({}, kPrecision), kMissing);
+    EXPECT_EQ(HeightOf(box), 2);
+    EXPECT_EQ(AspectOf({0, 8, 0, 2}, kPrecision), 4);
+    EXPECT_EQ(AspectOf({0, 4e-5, 0, 2}, kPrecision), 0);
+    EXPECT_EQ(AspectOf({0, 8, 0, 4e-5}, kPrecision), kMissing);
+    EXPECT_EQ(AspectOf({}, kPrecision), kMissing);
+}
+
+TEST(Line2D, PutsTheLowerLeftPointFirst)
+{
+    const Point2D origin = {0, 0}, close = {4e-5, -4e-5};
+    const std::pair<Line2D, Line2D> rows[] = {
+        {{{1, 0}, {0, 0}}, {{0, 0}, {1, 0}}},
+        {{{0, 0}, {0, 1}}, {{0, 0}, {0, 1}}},
+        {{{0, 1}, {0, 0}}, {{0, 0}, {0, 1}}},
+        {{{4e-5, 0}, {0, 1}}, {{4e-5, 0}, {0, 1}}}, // one column within the tolerance
+        {{origin, close}, {close, origin}},         // equal within it: swapped
+        {{close, origin}, {origin, close}},
+    };
+    for (const auto& [given, expected] : rows)
+        EXPECT_EQ(LineGet2D(given.first, given.second), expected);
+}
+
+TEST(PointPrecedes2D, RunsInACircle)
+{
+    const Point2D a = {0, 0}, b = {4e-5, -1}, c = {8e-5, -2};
+    EXPECT_TRUE(PointPrecedes2D(c, b, kPrecision) && PointPrecedes2D(b, a, kPrecision));
+    EXPECT_TRUE(PointPrecedes2D(a, c, kPrecision));
+    EXPECT_FALSE(PointPrecedes2D(a, {5e-5, 5e-5}, kPrecision)); // equal within the tolerance
 }
 
 TEST(Line2D, HasARangeOfOrdinatesAtAnAbscissa)
 {
-    using Range = std::pair<double, double>;
-    struct
-    {
-        Line2D line;
-        double x;
-        Range expected;
-    } const rows[] = {
+    const std::tuple<Line2D, double, std::pair<double, double>> rows[] = {
         {{{0, 0}, {10, 5}}, 4, {2, 2}},
         {{{10, 5}, {0, 0}}, 4, {2, 2}},
         {{{3, 7}, {3, -1}}, 3, {-1, 7}},
@@ -78,134 +81,102 @@ TEST(Line2D, HasARangeOfOrdinatesAtAnAbscissa)
         {{{0, 1}, {10, 5}}, kNaN, {kMissing, kMissing}},
         {{{-1.5e308, -1.5e308}, {1.5e308, 1.5e308}}, 0, {0, 0}},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(Geom::LineGetY2D(row.line.first, row.line.second, row.x), row.expected) << row.x;
+    for (const auto& [line, x, expected] : rows)
+        EXPECT_EQ(LineGetY2D(line.first, line.second, x), expected) << x;
 }
 
 TEST(Line2D, ContainsItsEndsUnlessTheyAreExcluded)
 {
     const Point2D a = {0, 0}, b = {10, 0};
-    EXPECT_TRUE(Geom::LineContainsPoint2D(a, b, {5, 4e-5}, kPrecision));
-    EXPECT_FALSE(Geom::LineContainsPoint2D(a, b, {5, 6e-5}, kPrecision));
-    EXPECT_TRUE(Geom::LineContainsPoint2D(a, b, {10 + 4e-5, 4e-5}, false));
-    EXPECT_FALSE(Geom::LineContainsPoint2D(a, b, {10 + 4e-5, 4e-5}, true));
-    EXPECT_TRUE(Geom::LineContainsPoint2D(a, b, {10 - 6e-5, 4e-5}, true));
-    EXPECT_TRUE(Geom::LineContainsPoint2D(a, a, {4e-5, 0}, kPrecision)); // no length: a point
+    EXPECT_TRUE(LineContainsPoint2D(a, b, {10 + 4e-5, 4e-5}, false));
+    EXPECT_FALSE(LineContainsPoint2D(a, b, {10 + 4e-5, 4e-5}, true));
+    EXPECT_TRUE(LineContainsPoint2D(a, b, {10 - 6e-5, 4e-5}, true));
     // The difference would round to the half-epsilon.
-    EXPECT_FALSE(Geom::LineContainsPoint2D({-1e-30, 0}, {-1, 0}, {5e-5, 0}, kPrecision));
-    EXPECT_TRUE(Geom::LineContainsPoint2D({1e-30, 0}, {-1, 0}, {5e-5, 0}, kPrecision));
-    EXPECT_FALSE(Geom::LineContainsPoint2D(a, b, {kNaN, 0}, kPrecision));
-    EXPECT_FALSE(Geom::LineContainsPoint2D(a, {kNaN, kNaN}, {5, 5}, kPrecision));
-    EXPECT_TRUE(Geom::LineContainsPoint2D({-1e300, -1e300}, {1e300, 1e300}, {7, 7}, kPrecision));
+    EXPECT_FALSE(LineContainsPoint2D({-1e-30, 0}, {-1, 0}, {5e-5, 0}, kPrecision));
+    EXPECT_TRUE(LineContainsPoint2D({1e-30, 0}, {-1, 0}, {5e-5, 0}, kPrecision));
+    EXPECT_FALSE(LineContainsPoint2D(a, b, {kNaN, 0}, kPrecision));
+    EXPECT_FALSE(LineContainsPoint2D(a, {kNaN, kNaN}, {5, 5}, kPrecision));
+    EXPECT_TRUE(LineContainsPoint2D({-kFar, -kFar}, {kFar, kFar}, {7, 7}, kPrecision));
 }
 
 TEST(Line2D, HasANearestPointThatIsOnIt)
 {
-    struct
-    {
-        Point2D p;
-        Line2D line;
-        Point2D onSegment, onLine;
-    } const rows[] = {
+    const std::tuple<Point2D, Line2D, Point2D, Point2D> rows[] = {
         {{4, 3}, {{0, 0}, {10, 0}}, {4, 0}, {4, 0}},
         {{-4, 3}, {{0, 0}, {10, 0}}, {0, 0}, {-4, 0}},
         {{12, 3}, {{0, 0}, {10, 0}}, {10, 0}, {12, 0}},
         {{3, 1}, {{2, 2}, {2, 2}}, {2, 2}, {2, 2}},
         {{0, 1e15}, {{-1e15, 0}, {1e15, 2e15}}, {0, 1e15}, {0, 1e15}},
-        {{0, 1e300}, {{-1e300, 0}, {1e300, 0}}, {0, 0}, {0, 0}},
+        {{0, kFar}, {{-kFar, 0}, {kFar, 0}}, {0, 0}, {0, 0}},
         {{1, 1}, {{0, 0}, {1e-310, 0}}, {1e-310, 0}, {0, 0}}, // within the tolerance no line
         {{kNaN, 1}, {{0, 0}, {1, 0}}, kNoPoint, kNoPoint},
         {{1, 1}, {{0, 0}, {kInfinity, 0}}, kNoPoint, kNoPoint},
     };
     for (const auto& [p, line, onSegment, onLine] : rows)
     {
-        EXPECT_EQ(Geom::LineClosestPoint2D(p, line.first, line.second, false, kPrecision),
-                  onSegment);
-        EXPECT_EQ(Geom::InfLineClosestPoint2D(p, line.first, line.second, kPrecision), onLine);
+        EXPECT_EQ(LineClosestPoint2D(p, line.first, line.second, false, kPrecision), onSegment);
+        EXPECT_EQ(InfLineClosestPoint2D(p, line.first, line.second, kPrecision), onLine);
     }
     const Point2D a = {0, 0}, b = {10, 0};
-    EXPECT_EQ(Geom::LineClosestPoint2D({-1, 1}, a, b, true, kPrecision), kNoPoint);
-    EXPECT_EQ(Geom::LineClosestPoint2D({4e-5, 1}, a, b, true, kPrecision), kNoPoint);
-    EXPECT_EQ(Geom::LineDistanceToPoint2D(a, b, {-3, 4}, false, kPrecision), 5);
-    EXPECT_EQ(Geom::LineDistanceToPoint2D(a, b, {-3, 4}, true, kPrecision), kMissing);
-    EXPECT_EQ(Geom::LineDistanceToPoint2D(a, b, {5, 4e-5}, true, kPrecision), 4e-5);
+    EXPECT_EQ(LineClosestPoint2D({-1, 1}, a, b, true, kPrecision), kNoPoint);
+    EXPECT_EQ(LineClosestPoint2D({4e-5, 1}, a, b, true, kPrecision), kNoPoint);
+    EXPECT_EQ(LineDistanceToPoint2D(a, b, {-3, 4}, false, kPrecision), 5);
+    EXPECT_EQ(LineDistanceToPoint2D(a, b, {-3, 4}, true, kPrecision), kMissing);
+    EXPECT_EQ(LineDistanceToPoint2D(a, b, {5, 4e-5}, true, kPrecision), 4e-5);
 }
 
 TEST(LineIntersection2D, TellsTouchCrossingAndOverlap)
 {
-    struct
-    {
-        Line2D u, v;
-        int number;
-        Point2D first, second;
-        IntersectionType type;
-    } const rows[] = {
-        {{{0, 0}, {4, 4}}, {{0, 4}, {4, 0}}, 1, {2, 2}, kNoPoint, IntersectionType::Crossing},
-        {{{0, 0}, {4, 0}}, {{2, 0}, {2, 4}}, 1, {2, 0}, kNoPoint, IntersectionType::Touching},
-        {{{0, 0}, {4, 0}}, {{2, 4e-5}, {2, 4}}, 1, {2, 4e-5}, kNoPoint, IntersectionType::Touching},
-        {{{0, 0}, {4, 0}}, {{2, 6e-5}, {2, 4}}, 0, kNoPoint, kNoPoint, IntersectionType::Any},
-        {{{0, 0}, {4, 0}}, {{6, 0}, {1, 0}}, 2, {1, 0}, {4, 0}, IntersectionType::Overlap},
-        {{{0, 9}, {0, 0}},
-         {{1e-5, 2}, {-1e-5, 5}},
-         2,
-         {1e-5, 2},
-         {-1e-5, 5},
-         IntersectionType::Overlap},
-        {{{0, 0}, {4, 0}}, {{4, 0}, {9, 0}}, 1, {4, 0}, kNoPoint, IntersectionType::Touching},
-        {{{1, 0}, {1, 0}}, {{0, 0}, {4, 0}}, 1, {1, 0}, kNoPoint, IntersectionType::Touching},
-        {{{0, 0}, {1, 1e-3}},
-         {{0, 1e-3}, {1, 0}},
-         1,
-         {0.5, 5e-4},
-         kNoPoint,
-         IntersectionType::Crossing},
-        {{{0, 0}, {1, 4e-5}}, {{0, 4e-5}, {1, 0}}, 2, {0, 4e-5}, {1, 0}, IntersectionType::Overlap},
-        {{{-1e300, -1e300}, {1e300, 1e300}},
-         {{-1e300, 1e300}, {1e300, -1e300}},
+    using enum IntersectionType;
+    const Line2D base = {{0, 0}, {4, 0}}, upright = {{1, -1}, {1, 1}};
+    const std::tuple<Line2D, Line2D, int, Point2D, Point2D, IntersectionType> rows[] = {
+        {{{0, 0}, {4, 4}}, {{0, 4}, {4, 0}}, 1, {2, 2}, kNoPoint, Crossing},
+        {base, {{2, 4e-5}, {2, 4}}, 1, {2, 4e-5}, kNoPoint, Touching},
+        {base, {{6, 0}, {1, 0}}, 2, {1, 0}, {4, 0}, Overlap},
+        {{{0, 9}, {0, 0}}, {{1e-5, 2}, {-1e-5, 5}}, 2, {1e-5, 2}, {-1e-5, 5}, Overlap},
+        {base, {{4, 0}, {9, 0}}, 1, {4, 0}, kNoPoint, Touching},
+        {{{1, 0}, {1, 0}}, base, 1, {1, 0}, kNoPoint, Touching},
+        {{{0, 0}, {1, 1e-3}}, {{0, 1e-3}, {1, 0}}, 1, {0.5, 5e-4}, kNoPoint, Crossing},
+        {{{-kFar, -kFar}, {kFar, kFar}},
+         {{-kFar, kFar}, {kFar, -kFar}},
          1,
          {0, 0},
          kNoPoint,
-         IntersectionType::Crossing},
-        {{{0, kNaN}, {4, 0}}, {{0, 0}, {4, 0}}, 0, kNoPoint, kNoPoint, IntersectionType::Any},
-        {{{0, 0}, {kInfinity, 0}}, {{1, -1}, {1, 1}}, 0, kNoPoint, kNoPoint, IntersectionType::Any},
-        {{{0, 0}, kNoPoint}, {{1, -1}, {1, 1}}, 0, kNoPoint, kNoPoint, IntersectionType::Any},
+         Crossing},
+        {{{0, kNaN}, {4, 0}}, base, 0, kNoPoint, kNoPoint, Any},
+        {{{0, 0}, {kInfinity, 0}}, upright, 0, kNoPoint, kNoPoint, Any},
+        {{{0, 0}, kNoPoint}, upright, 0, kNoPoint, kNoPoint, Any},
     };
     for (const auto& [u, v, number, first, second, type] : rows)
     {
-        SCOPED_TRACE(testing::Message() << &number - &rows[0].number);
+        SCOPED_TRACE(testing::Message() << u.second.x << ' ' << v.first.y);
+        const auto& [a, b] = u;
+        const auto& [c, d] = v;
         Point2D out1, out2;
-        EXPECT_EQ(
-            Geom::LineIntersection2D(out1, out2, u.first, u.second, v.first, v.second, kPrecision),
-            number);
-        if (type == IntersectionType::Overlap && second == Point2D{1, 0})
-            continue; // four ends on each other: which two are named does not matter
+        EXPECT_EQ(LineIntersection2D(out1, out2, a, b, c, d, kPrecision), number);
         EXPECT_EQ(out1, first);
         EXPECT_EQ(out2, second);
-        for (const IntersectionType asked :
-             {IntersectionType::Crossing, IntersectionType::Touching, IntersectionType::Overlap})
-            EXPECT_EQ(Geom::LineIntersection2D(u.first, u.second, v.first, v.second, asked),
-                      asked == type ? first : kNoPoint);
-        EXPECT_EQ(
-            Geom::LineIntersection2D(u.first, u.second, v.first, v.second, IntersectionType::Any),
-            first);
+        for (const IntersectionType asked : {Any, Crossing, Touching, Overlap})
+            EXPECT_EQ(LineIntersection2D(a, b, c, d, asked),
+                      asked == type || asked == Any ? first : kNoPoint);
     }
 }
 
 TEST(LineIntersection2D, FirstContactIsTheOneNearerToTheStart)
 {
-    EXPECT_EQ(Geom::LineCollision2D({9, 0}, {0, 0}, {1, 0}, {4, 0}), (Point2D{4, 0}));
-    EXPECT_EQ(Geom::LineCollision2D({0, 0}, {9, 0}, {1, 0}, {4, 0}), (Point2D{1, 0}));
-    EXPECT_EQ(Geom::LineCollision2D({0, 0}, {9, 0}, {1, 1}, {4, 1}), kNoPoint);
+    EXPECT_EQ(LineCollision2D({9, 0}, {0, 0}, {1, 0}, {4, 0}), (Point2D{4, 0}));
+    EXPECT_EQ(LineCollision2D({0, 0}, {9, 0}, {1, 0}, {4, 0}), (Point2D{1, 0}));
+    EXPECT_EQ(LineCollision2D({0, 0}, {9, 0}, {1, 1}, {4, 1}), kNoPoint);
 }
 
 TEST(LineIntersection2D, OfInfiniteLinesNeedsTwoDirections)
 {
-    EXPECT_EQ(Geom::InfLineIntersection2D({0, 0}, {1, 1}, {10, 0}, {10, 1}), (Point2D{10, 10}));
-    EXPECT_EQ(Geom::InfLineIntersection2D({0, 0}, {4, 0}, {0, 1}, {4, 1 + 4e-5}), kNoPoint);
-    EXPECT_NE(Geom::InfLineIntersection2D({0, 0}, {4, 0}, {0, 1}, {4, 1 + 6e-5}), kNoPoint);
-    EXPECT_EQ(Geom::InfLineIntersection2D({0, 0}, {4e-5, 0}, {0, 1}, {0, 4}), kNoPoint);
-    EXPECT_EQ(Geom::InfLineIntersection2D({0, 0}, {kInfinity, 0}, {0, 1}, {0, 4}), kNoPoint);
-    EXPECT_EQ(Geom::InfLineIntersection2D({-1e300, 5e299}, {1e300, 5e299}, {0, 0}, {0, 1e300}),
+    EXPECT_EQ(InfLineIntersection2D({0, 0}, {1, 1}, {10, 0}, {10, 1}), (Point2D{10, 10}));
+    EXPECT_EQ(InfLineIntersection2D({0, 0}, {4, 0}, {0, 1}, {4, 1 + 4e-5}), kNoPoint);
+    EXPECT_NE(InfLineIntersection2D({0, 0}, {4, 0}, {0, 1}, {4, 1 + 6e-5}), kNoPoint);
+    EXPECT_EQ(InfLineIntersection2D({0, 0}, {4e-5, 0}, {0, 1}, {0, 4}), kNoPoint);
+    EXPECT_EQ(InfLineIntersection2D({0, 0}, {kInfinity, 0}, {0, 1}, {0, 4}), kNoPoint);
+    EXPECT_EQ(InfLineIntersection2D({-kFar, 5e299}, {kFar, 5e299}, {0, 0}, {0, kFar}),
               (Point2D{0, 5e299}));
 }
 } // namespace

@@ -1,20 +1,16 @@
+#include "Geom/GeomTest.h"
 #include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_Point.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <limits>
 #include <random>
 #include <vector>
 
 namespace
 {
-using Geom::Point2D;
-using Geom::Precision3D;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
+using namespace Geom;
+using namespace geomtest;
 
 TEST(Precision3D, StartsWithFourDigitsAndTakesOthers)
 {
@@ -30,15 +26,10 @@ TEST(Precision3D, StartsWithFourDigitsAndTakesOthers)
 
 TEST(Precision3D, ScalesItsEpsilonsAndLosesADigitAtPowersOfTen)
 {
-    const std::pair<double, int> rows[] = {{1.0, 3},
-                                           {10.0, 2},
-                                           {0.1, 4},
-                                           {3.0, 3},
-                                           {4.0, 2},
-                                           {0.0, 2147483647},
-                                           {kInfinity, -2147483647},
-                                           {-1.0, 0},
-                                           {kNaN, 0}};
+    const std::pair<double, int> rows[] = {
+        {1.0, 3}, {10.0, 2}, {0.1, 4},          {3.0, 3},
+        {4.0, 2}, {-1., 0},  {0.0, 2147483647}, {kInfinity, -2147483647},
+        {kNaN, 0}};
     for (const auto& [factor, digits] : rows)
     {
         Precision3D precision;
@@ -58,55 +49,40 @@ TEST(Precision3D, IsReplacedForTheWholeProcess)
 {
     Precision3D coarse;
     coarse.ScaleEpsilon(1e4);
-    Geom::SetCompPrecision(coarse);
-    EXPECT_EQ(Geom::Precision().halfEpsilon[0], 0.5);
-    EXPECT_EQ(Geom::LineGet2D({0, 0}, {0.4, 0.6}), (Geom::Line2D{{0, 0}, {0.4, 0.6}}));
-    Geom::SetCompPrecision({});
-    EXPECT_EQ(Geom::Precision().halfEpsilon[0], 5e-5);
+    SetCompPrecision(coarse);
+    EXPECT_EQ(Precision().halfEpsilon[0], 0.5);
+    EXPECT_EQ(LineGet2D({0, 0}, {0.4, 0.6}), (Line2D{{0, 0}, {0.4, 0.6}}));
+    SetCompPrecision({});
+    EXPECT_EQ(Precision().halfEpsilon[0], 5e-5);
 }
 
 TEST(Point, EqualsWithinTheHalfEpsilonInclusive)
 {
-    const Precision3D p;
-    EXPECT_TRUE(Geom::IsEqual2D({0, 0}, {5e-5, 0}, p));
-    EXPECT_FALSE(Geom::IsEqual2D({0, 0}, {5.0001e-5, 0}, p));
-    EXPECT_FALSE(Geom::IsEqual2D({0, 0}, {0, -5.0001e-5}, p));
-    EXPECT_TRUE(Geom::IsEqual2D({-1e-5, 0}, {4e-5, 0}, p)); // 5e-5 apart as doubles
-    EXPECT_TRUE(Geom::IsEqual2D({kInfinity, 0}, {kInfinity, 0}, p));
-    EXPECT_FALSE(Geom::IsEqual2D({kNaN, 0}, {kNaN, 0}, p));
-    EXPECT_TRUE(Geom::IsEqual3D({1, 2, 3}, {1, 2, 3.00005 - 1e-9}, p));
-    EXPECT_FALSE(Geom::IsEqual3D({1, 2, 3}, {1, 2, 3.0001}, p));
+    const std::tuple<Point3D, Point3D, bool, bool> rows[] = {
+        {{0, 0, 0}, {5e-5, 0, 0}, true, true},
+        {{0, 0, 0}, {5.0001e-5, 0, 0}, false, false},
+        {{0, 0, 0}, {0, -5.0001e-5, 0}, false, false},
+        {{-1e-5, 0, 0}, {4e-5, 0, 0}, true, true}, // 5e-5 apart as doubles
+        {{kInfinity, 0, 0}, {kInfinity, 0, 0}, true, true},
+        {{kNaN, 0, 0}, {kNaN, 0, 0}, false, false},
+        {{1, 2, 3}, {1, 2, 3.00005 - 1e-9}, true, true},
+        {{1, 2, 3}, {1, 2, 3.0001}, true, false}};
+    for (const auto& [a, b, inPlan, inSpace] : rows)
+    {
+        EXPECT_EQ(IsEqual2D({a.x, a.y}, {b.x, b.y}, kPrecision), inPlan) << b.x;
+        EXPECT_EQ(IsEqual3D(a, b, kPrecision), inSpace) << b.x;
+    }
 }
 
 TEST(Point, RoundsToTheGridHalvesAwayFromZero)
 {
-    const Geom::round_Point2D round{Precision3D()};
+    const round_Point2D round{Precision3D()};
     EXPECT_EQ(round({0.12345001, -0.3}), (Point2D{0.1235, -0.3}));
+    EXPECT_EQ(round({1e15 + 0.125, -kInfinity}), (Point2D{1e15 + 0.125, -kInfinity}));
     const int whole[3] = {0, -2, 0};
     Precision3D coarse;
     coarse.Set(whole);
-    EXPECT_EQ(Geom::round_Point2D(coarse)({-2.5, 149}), (Point2D{-3, 100}));
-    EXPECT_EQ(round({1e15 + 0.125, -kInfinity}), (Point2D{1e15 + 0.125, -kInfinity}));
-}
-
-/// Values around cell boundaries, and everything that is hard to compare.
-std::vector<double> HardValues()
-{
-    std::vector<double> values = {0,
-                                  -0.0,
-                                  kNaN,
-                                  -kNaN,
-                                  kInfinity,
-                                  -kInfinity,
-                                  1e15,
-                                  1e15 + 0.125,
-                                  4.9e-324,
-                                  -4.9e-324,
-                                  MissingValue<double>(),
-                                  1.1258999e11};
-    for (int i = -4; i <= 4; ++i)
-        values.push_back(i * 2.5e-5 + 1);
-    return values;
+    EXPECT_EQ(round_Point2D(coarse)({-2.5, 149}), (Point2D{-3, 100}));
 }
 
 template <class Less, class Point>
@@ -129,9 +105,13 @@ void ExpectStrictWeakOrder(const Less& less, const std::vector<Point>& points)
 
 TEST(PointOrder, IsAStrictWeakOrderWhateverThePoints)
 {
-    const std::vector<double> values = HardValues();
+    // Around cell boundaries, and everything that is hard to compare.
+    std::vector<double> values = {0,    -0.0,         kNaN,     -kNaN,     kInfinity, -kInfinity,
+                                  1e15, 1e15 + 0.125, 4.9e-324, -4.9e-324, kMissing,  1.1258999e11};
+    for (int i = -4; i <= 4; ++i)
+        values.push_back(i * 2.5e-5 + 1);
     std::vector<Point2D> points;
-    std::vector<Geom::Point3D> spatial;
+    std::vector<Point3D> spatial;
     std::mt19937 random(7);
     for (int i = 0; i < 60; ++i)
     {
@@ -139,17 +119,16 @@ TEST(PointOrder, IsAStrictWeakOrderWhateverThePoints)
         points.push_back({any(), any()});
         spatial.push_back({1, any(), any()});
     }
-    ExpectStrictWeakOrder(Geom::less_Point2D(Precision3D()), points);
-    ExpectStrictWeakOrder(Geom::less_Point3D(), spatial);
+    ExpectStrictWeakOrder(less_Point2D(Precision3D()), points);
+    ExpectStrictWeakOrder(less_Point3D(), spatial);
     for (const double tolerance : {0.0, -1.0, kNaN, kInfinity, 1e-320})
         ExpectStrictWeakOrder(gtl::engless_point_2D<Point2D, 2, 1>(tolerance, 5e-5), points);
 }
 
 TEST(PointOrder, TellsPointsApartByTheirGridPoint)
 {
-    const Precision3D precision;
-    const Geom::less_Point2D less(precision);
-    const Geom::round_Point2D round(precision);
+    const less_Point2D less(kPrecision);
+    const round_Point2D round(kPrecision);
     std::mt19937 random(3);
     std::uniform_real_distribution<double> coordinate(-3e-4, 3e-4);
     for (int i = 0; i < 2000; ++i)
@@ -161,30 +140,6 @@ TEST(PointOrder, TellsPointsApartByTheirGridPoint)
     EXPECT_TRUE(less({0, 9}, {1, 0}));
     EXPECT_FALSE(less({1, 0}, {1 + 4e-5, 0})); // one grid point
     EXPECT_TRUE((gtl::engless_point_2D<Point2D, 2, 1>(1e-3, 1e-3)({9, 0}, {0, 1})));
-    EXPECT_TRUE((gtl::engless_point_3D<Geom::Point3D, 1, 2, 3>(0, 0, 0)({1, 2, 3}, {1, 2, 4})));
-}
-
-TEST(PointPrecedes2D, RunsInACircle)
-{
-    const Point2D a = {0, 0}, b = {4e-5, -1}, c = {8e-5, -2};
-    const Precision3D p;
-    EXPECT_TRUE(Geom::PointPrecedes2D(c, b, p) && Geom::PointPrecedes2D(b, a, p));
-    EXPECT_TRUE(Geom::PointPrecedes2D(a, c, p));
-    EXPECT_FALSE(Geom::PointPrecedes2D(a, {5e-5, 5e-5}, p)); // equal within the tolerance
-}
-
-TEST(Line2D, PutsTheLowerLeftPointFirst)
-{
-    const Point2D origin = {0, 0}, near = {4e-5, -4e-5};
-    const std::pair<Geom::Line2D, Geom::Line2D> rows[] = {
-        {{{1, 0}, {0, 0}}, {{0, 0}, {1, 0}}},
-        {{{0, 0}, {0, 1}}, {{0, 0}, {0, 1}}},
-        {{{0, 1}, {0, 0}}, {{0, 0}, {0, 1}}},
-        {{{4e-5, 0}, {0, 1}}, {{4e-5, 0}, {0, 1}}}, // one column within the tolerance
-        {{origin, near}, {near, origin}},           // equal within it: swapped
-        {{near, origin}, {origin, near}},
-    };
-    for (const auto& [given, expected] : rows)
-        EXPECT_EQ(Geom::LineGet2D(given.first, given.second), expected);
+    EXPECT_TRUE((gtl::engless_point_3D<Point3D, 1, 2, 3>(0, 0, 0)({1, 2, 3}, {1, 2, 4})));
 }
 } // namespace

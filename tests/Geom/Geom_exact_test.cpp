@@ -1,9 +1,9 @@
 // The tolerant predicates beside exact arithmetic, right at the edge of their tolerance.
 #include "Geom/ExactNumber.h"
+#include "Geom/GeomTest.h"
 #include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_LineIntersection2D.h"
 #include "Geom/Geom_Vector.h"
-#include "Geom/Rounds.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +12,7 @@
 
 namespace
 {
-using Geom::Line2D;
-using Geom::Point2D;
+using namespace Geom;
 using Number = ExactNumber;
 
 struct Vector
@@ -28,13 +27,13 @@ Vector operator-(const Point2D& a, const Point2D& b)
 Number Cross(const Vector& u, const Vector& v) { return u.x * v.y - u.y * v.x; }
 
 /// What the box of half-epsilons spans across a line with the direction @p d.
-Number Band(const Vector& d, const Geom::Precision3D& precision)
+Number Band(const Vector& d, const Precision3D& precision)
 {
     return Number(precision.halfEpsilon[0]) * d.y.Abs() +
            Number(precision.halfEpsilon[1]) * d.x.Abs();
 }
 
-int ExactSide(const Line2D& line, const Point2D& p, const Geom::Precision3D& precision)
+int ExactSide(const Line2D& line, const Point2D& p, const Precision3D& precision)
 {
     const Vector d = line.second - line.first;
     const Number cross = Cross(d, p - line.first);
@@ -50,7 +49,7 @@ bool AreSeparate(double a1, double a2, double b1, double b2, double halfEpsilon)
 
 /// Separating axes: two segments, the one grown by the box, are apart when x, y, or the normal of
 /// one of them tells them apart.
-bool ExactMeet(const Line2D& u, const Line2D& v, const Geom::Precision3D& precision)
+bool ExactMeet(const Line2D& u, const Line2D& v, const Precision3D& precision)
 {
     const auto isBeside = [&](const Line2D& line, const Line2D& other) {
         const int side = ExactSide(line, other.first, precision);
@@ -70,21 +69,15 @@ public:
     double Uniform(double most) { return std::uniform_real_distribution<>(-most, most)(random_); }
     Line2D Segment()
     {
-        static const double scales[] = {1e-3, 1, 100, 1e5, 1e9};
-        const double scale = scales[random_() % 5];
+        constexpr double kScales[] = {1e-3, 1, 100, 1e5, 1e9};
+        const double scale = kScales[random_() % 5];
         const Point2D a = {Uniform(scale), Uniform(scale)};
-        switch (random_() % 4)
-        {
-        case 0:
-            return {a, {a.x, Uniform(scale)}};
-        case 1:
-            return {a, {a.x + 3e-5, a.y - 2e-5}};
-        default:
-            return {a, {Uniform(scale), Uniform(scale)}};
-        }
+        const Point2D ends[] = {
+            {a.x, Uniform(scale)}, {a.x + 3e-5, a.y - 2e-5}, {Uniform(scale), Uniform(scale)}};
+        return {a, ends[std::min(2, int(random_() % 4))]};
     }
     /// A point whose tolerance box about touches @p line.
-    Point2D PointNear(const Line2D& line, const Geom::Precision3D& precision)
+    Point2D PointNear(const Line2D& line, const Precision3D& precision)
     {
         const double t = random_() % 4 == 0 ? double(random_() % 2) : 0.6 + Uniform(0.5);
         const double dx = line.second.x - line.first.x, dy = line.second.y - line.first.y;
@@ -93,10 +86,10 @@ public:
         return {line.first.x + t * dx - std::copysign(precision.halfEpsilon[0] * side, dy),
                 line.first.y + t * dy + std::copysign(precision.halfEpsilon[1] * side, dx)};
     }
-    Geom::Precision3D AnyPrecision()
+    Precision3D AnyPrecision()
     {
         const int digits[3] = {int(random_() % 6), int(random_() % 6), 4};
-        Geom::Precision3D precision;
+        Precision3D precision;
         precision.Set(digits);
         return precision;
     }
@@ -107,28 +100,28 @@ private:
 
 TEST(ExactNumber, AddsAndMultipliesWithoutRounding)
 {
-    const Number tiny(0x1p-900), huge(0x1p900);
+    const Number tiny(0x1p-200), huge(-0x1p50), next(1 + 0x1p-52);
     EXPECT_EQ((huge + tiny - huge - tiny).Sign(), 0);
     EXPECT_EQ((huge + tiny - huge).Sign(), 1);
-    const Number next(1 + 0x1p-52);
+    EXPECT_EQ((huge * huge + tiny * huge - huge * huge).Sign(), -1);
     EXPECT_EQ((next * next - 1 - 0x1p-51 - 0x1p-104).Sign(), 0);
-    EXPECT_TRUE(Number(-2) > Number(-3));
+    EXPECT_TRUE(Number(-2) > Number(-3) && (Number(-7) * 3).Abs() > 20.5);
 }
 
 TEST(TolerantPredicates, AgreeWithExactArithmetic)
 {
     EdgeCases cases(11);
     int straight = 0, on = 0;
-    const int tries = 2000 * oracle::Rounds();
+    const int tries = 2000 * geomtest::Rounds();
     for (int i = 0; i < tries; ++i)
     {
-        const Geom::Precision3D precision = cases.AnyPrecision();
+        const Precision3D precision = cases.AnyPrecision();
         const Line2D line = cases.Segment();
         const Point2D p = cases.PointNear(line, precision);
         const int side = ExactSide(line, p, precision);
-        ASSERT_EQ(int(Geom::VectorTurn2D(line.first, line.second, p, precision)), -side) << i;
+        ASSERT_EQ(int(VectorTurn2D(line.first, line.second, p, precision)), -side) << i;
         const bool isOn = ExactMeet(line, {p, p}, precision);
-        ASSERT_EQ(Geom::LineContainsPoint2D(line.first, line.second, p, precision), isOn) << i;
+        ASSERT_EQ(LineContainsPoint2D(line.first, line.second, p, precision), isOn) << i;
         straight += side == 0;
         on += isOn;
     }
@@ -142,41 +135,35 @@ TEST(TolerantPredicates, FindSegmentsMeetingAsExactArithmeticDoes)
 {
     EdgeCases cases(5);
     int kinds[3] = {}, crossings = 0;
-    const int tries = 2000 * oracle::Rounds();
+    const int tries = 2000 * geomtest::Rounds();
     for (int i = 0; i < tries; ++i)
     {
-        const Geom::Precision3D precision = cases.AnyPrecision();
+        const Precision3D precision = cases.AnyPrecision();
         const Line2D u = cases.Segment();
         Line2D v = {cases.PointNear(u, precision), cases.PointNear(u, precision)};
         if (i % 3 != 0)
             v.second = {u.first.x + cases.Uniform(100), u.second.y + cases.Uniform(100)};
         const bool meet = ExactMeet(u, v, precision);
-        const int endsOn = ExactMeet(u, {v.first, v.first}, precision) +
-                           ExactMeet(u, {v.second, v.second}, precision) +
-                           ExactMeet(v, {u.first, u.first}, precision) +
-                           ExactMeet(v, {u.second, u.second}, precision);
+        const auto& [a, b] = u;
+        const auto& [c, d] = v;
+        const bool isEndOn = ExactMeet(u, {c, c}, precision) || ExactMeet(u, {d, d}, precision) ||
+                             ExactMeet(v, {a, a}, precision) || ExactMeet(v, {b, b}, precision);
         Point2D p1, p2, q1, q2;
-        const int n =
-            Geom::LineIntersection2D(p1, p2, u.first, u.second, v.first, v.second, precision);
+        const int n = LineIntersection2D(p1, p2, a, b, c, d, precision);
         ASSERT_EQ(n != 0, meet) << i;
-        ASSERT_EQ(Geom::LineIsCrossing2D(u.first, u.second, v.first, v.second, precision),
-                  meet && endsOn == 0)
-            << i;
+        ASSERT_EQ(LineIsCrossing2D(a, b, c, d, precision), meet && !isEndOn) << i;
         // The same bits for the segments and their points in any order.
-        ASSERT_EQ(Geom::LineIntersection2D(q1, q2, v.second, v.first, u.first, u.second, precision),
-                  n);
-        ASSERT_EQ(p1, q1) << i;
-        ASSERT_EQ(p2, q2) << i;
+        ASSERT_EQ(LineIntersection2D(q1, q2, d, c, a, b, precision), n);
+        ASSERT_TRUE(p1 == q1 && p2 == q2) << i;
         ++kinds[n];
-        crossings += n == 1 && endsOn == 0;
+        crossings += n == 1 && !isEndOn;
+        Precision3D wider = precision;
+        wider.ScaleEpsilon(1 + 1e-5); // the point itself is rounded
         for (const Point2D& p : {p1, p2})
-            if (!Geom::IsMissing2D(p) && std::max(std::fabs(u.first.x), std::fabs(u.first.y)) < 1e6)
-            {
-                Geom::Precision3D wider = precision;
-                wider.ScaleEpsilon(1 + 1e-5); // the point itself is rounded
-                ASSERT_TRUE(Geom::LineContainsPoint2D(u.first, u.second, p, wider)) << i;
-                ASSERT_TRUE(Geom::LineContainsPoint2D(v.first, v.second, p, wider)) << i;
-            }
+            if (!IsMissing2D(p) && std::max(std::fabs(a.x), std::fabs(a.y)) < 1e6)
+                ASSERT_TRUE(LineContainsPoint2D(a, b, p, wider) &&
+                            LineContainsPoint2D(c, d, p, wider))
+                    << i;
     }
     EXPECT_GT(kinds[0], tries / 14);
     EXPECT_GT(kinds[2], tries / 14);

@@ -1,67 +1,86 @@
+#include "Geom/GeomTest.h"
 #include "Geom/Geom_LineEvents2D.h"
 #include "Geom/LineOracle.h"
 #include "Geom/LineSets.h"
-#include "Geom/Rounds.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <limits>
 
 namespace
 {
 using namespace Geom;
+using namespace geomtest;
 using Events = std::vector<LineEvent2D>;
 
-void Print(const oracle::Tally& tally)
+/// The finders beside all pairs; in the end it says how much was compared.
+class AllPairs
 {
-    std::printf("[ ORACLE   ] %ld sets, %ld pairs compared, %ld events, %ld sets with circles\n",
-                tally.sets, tally.pairs, tally.events, tally.circles);
-}
+public:
+    ~AllPairs()
+    {
+        std::printf(
+            "[ ORACLE   ] %ld sets, %ld pairs compared, %ld events, %ld sets with circles\n",
+            tally_.sets, tally_.pairs, tally_.events, tally_.circles);
+    }
+    void Try(const LineSet2D& lines)
+    {
+        for (const oracle::Finder& finder : oracle::kFinders)
+            Try(finder, lines);
+    }
+    void Try(const oracle::Finder& finder, const LineSet2D& lines)
+    {
+        EXPECT_EQ(oracle::WrongWith(finder, lines, tally_), "") << lines.size() << " lines";
+    }
+
+private:
+    oracle::Tally tally_;
+};
 
 TEST(LineEvents, AreThoseOfAllPairs)
 {
     linesets::Random random(20240607);
-    oracle::Tally tally;
-    const auto tryAll = [&](const LineSet2D& lines) {
-        for (const oracle::Finder& finder : oracle::kFinders)
-            EXPECT_EQ(oracle::WrongWith(finder, lines, tally), "") << lines.size() << " lines";
-    };
-    for (int round = 0; round < oracle::Rounds(); ++round)
+    AllPairs oracle;
+    for (int round = 0; round < Rounds(); ++round)
         for (const auto& [name, make] : linesets::kGenerators)
         {
             SCOPED_TRACE(name);
             for (int few = 0; few < 20; ++few)
-                tryAll(make(random, 1 + random() % 11));
+                oracle.Try(make(random, 1 + random() % 11));
             for (const std::size_t n : {60, 201})
-                tryAll(make(random, n));
+                oracle.Try(make(random, n));
             LineSet2D lines = make(random, 40); // half of them against the order
             for (std::size_t i = 0; i < lines.size(); i += 2)
                 std::swap(lines[i].first, lines[i].second);
-            tryAll(lines);
+            oracle.Try(lines);
         }
-    Print(tally);
-}
-
-TEST(LineEvents, OfManyLinesAreThoseOfAllPairs)
-{
-    linesets::Random random(7);
-    oracle::Tally tally;
-    for (int round = 0; round < oracle::Rounds(); ++round)
+    // Many lines.
+    for (int round = 0; round < Rounds(); ++round)
         for (const linesets::Generator make : {linesets::Short, linesets::Mixed, linesets::Fan})
             for (std::size_t n = 600; n <= (round == 0 ? 600 : 2400); n *= 2)
-                EXPECT_EQ(
-                    oracle::WrongWith(oracle::kFinders[(1 + round) % 4], make(random, n), tally),
-                    "");
-    Print(tally);
+                oracle.Try(oracle::kFinders[(1 + round) % 4], make(random, n));
+}
+
+TEST(LineEvents, HoldForEveryPrecision)
+{
+    linesets::Random random(3);
+    AllPairs oracle;
+    for (int round = 0; round < Rounds(); ++round)
+        for (const int digits : {-400, -3, -1, 0, 1, 9, 20, 400})
+        {
+            Precision3D precision;
+            precision.Set(std::vector<int>(3, digits).data());
+            SetCompPrecision(precision);
+            SCOPED_TRACE(digits);
+            for (const auto& [name, make] : linesets::kGenerators)
+                oracle.Try(make(random, 30));
+        }
+    SetCompPrecision({});
 }
 
 TEST(LineEvents, OfUnusableLinesAreNone)
 {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const double inf = std::numeric_limits<double>::infinity();
-    const double missing = MissingValue<double>();
-    LineSet2D lines = {{{nan, 0}, {1, 1}}, {{-inf, 0}, {inf, 0}}, {{0, 0}, {missing, missing}}};
+    LineSet2D lines = {{{kNaN, 0}, {1, 1}}, {{-kInfinity, 0}, {kInfinity, 0}}, {{0, 0}, kNoPoint}};
     Events events(1, {{}, lines.begin(), lines.end()});
     for (const oracle::Finder& finder : oracle::kFinders)
     {
@@ -75,30 +94,10 @@ TEST(LineEvents, OfUnusableLinesAreNone)
     EXPECT_EQ(events.size(), 3u);
 }
 
-TEST(LineEvents, HoldForEveryPrecision)
-{
-    linesets::Random random(3);
-    oracle::Tally tally;
-    const Precision3D before = Precision();
-    for (int round = 0; round < oracle::Rounds(); ++round)
-        for (const int digits : {-400, -3, -1, 0, 1, 9, 20, 400})
-        {
-            Precision3D precision;
-            precision.Set(std::vector<int>(3, digits).data());
-            SetCompPrecision(precision);
-            for (const auto& [name, make] : linesets::kGenerators)
-                for (const oracle::Finder& finder : oracle::kFinders)
-                    EXPECT_EQ(oracle::WrongWith(finder, make(random, 30), tally), "")
-                        << name << ", digits " << digits;
-        }
-    SetCompPrecision(before);
-    Print(tally);
-}
-
 TEST(LineEvents, OfCopiesGoByTheirPositions)
 {
     // The long run takes ten thousand: fifty million events of each finder, 4 GB.
-    const std::size_t n = oracle::Rounds() > 1 && sizeof(void*) == 8 ? 10000 : 400;
+    const std::size_t n = Rounds() > 1 && sizeof(void*) == 8 ? 10000 : 400;
     const LineSet2D lines(n, {{0, 0}, {3, 1}});
     Events events;
     LineCrossingEvents2D(events, lines);
@@ -148,26 +147,23 @@ TEST(EvLess, OrdersByPointThenTypeThenLines)
         return LineEvent2D{p, lines.begin() + i, lines.begin() + k};
     };
     const int none = int(lines.size());
-    // From the first to the last; each comes before every later one unless said otherwise.
-    const LineEvent2D order[] = {
-        at({0, 0}, 0, none), at({0, 4}, 1, none), at({1, 0}, 3, none), at({1, 1}, 0, 3),
-        at({1, 1}, 3, none), at({2, 2}, 2, none), at({2, 2}, 0, 1),    at({2, 2}, 2, 0),
-        at({2, 2}, 1, 2),    at({4, 0}, 1, none), at({4, 4}, 0, none), at({5, 2}, 2, none),
-    };
-    const LineEventType types[] = {
-        LineEventType::Start,   LineEventType::Start,   LineEventType::Start,
-        LineEventType::Meeting, LineEventType::End,     LineEventType::Start,
-        LineEventType::Meeting, LineEventType::Meeting, LineEventType::Meeting,
-        LineEventType::End,     LineEventType::End,     LineEventType::End};
+    using enum LineEventType;
+    // From the first to the last; each comes before every later one.
+    const std::pair<LineEvent2D, LineEventType> order[] = {
+        {at({0, 0}, 0, none), Start}, {at({0, 4}, 1, none), Start}, {at({1, 0}, 3, none), Start},
+        {at({1, 1}, 0, 3), Meeting},  {at({1, 1}, 3, none), End},   {at({2, 2}, 2, none), Start},
+        {at({2, 2}, 0, 1), Meeting},  {at({2, 2}, 2, 0), Meeting},  {at({2, 2}, 1, 2), Meeting},
+        {at({4, 0}, 1, none), End},   {at({4, 4}, 0, none), End},   {at({5, 2}, 2, none), End}};
     const EvLess less(lines, Precision());
     const EvEqual equal(Precision());
     for (std::size_t i = 0; i < std::size(order); ++i)
     {
-        EXPECT_EQ(GetLineEventType2D(lines, order[i]), types[i]) << i;
+        const auto& [event, type] = order[i];
+        EXPECT_EQ(GetLineEventType2D(lines, event), type) << i;
         for (std::size_t k = 0; k < std::size(order); ++k)
         {
-            EXPECT_EQ(less(order[i], order[k]), i < k) << i << ' ' << k;
-            EXPECT_EQ(equal(order[i], order[k]), i == k) << i << ' ' << k;
+            EXPECT_EQ(less(event, order[k].first), i < k) << i << ' ' << k;
+            EXPECT_EQ(equal(event, order[k].first), i == k) << i << ' ' << k;
         }
     }
     EXPECT_TRUE(equal(at({2, 2}, 0, 1), at({2 + 5e-5, 2 - 4e-5}, 1, 0)));

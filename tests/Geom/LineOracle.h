@@ -13,25 +13,27 @@
 namespace oracle
 {
 
+/// Whether two lines make an event, and its points; what the finder leaves out is missing.
 struct Contact
 {
     bool isOne = false;
     Geom::Point2D point, point2 = MissingValue<Geom::Point2D>();
 };
 
-inline Contact Crossing(const Geom::Line2D& u, const Geom::Line2D& v)
-{
-    Geom::Point2D point, other;
-    LineIntersection2D(point, other, u.first, u.second, v.first, v.second, Geom::Precision());
-    return {LineIsCrossing2D(u.first, u.second, v.first, v.second, Geom::Precision()), point};
-}
-
 inline Contact Intersection(const Geom::Line2D& u, const Geom::Line2D& v)
 {
-    Geom::Point2D point, other;
-    const int count =
-        LineIntersection2D(point, other, u.first, u.second, v.first, v.second, Geom::Precision());
-    return {count > 0, point};
+    Contact c;
+    Geom::Point2D other;
+    c.isOne = LineIntersection2D(c.point, other, u.first, u.second, v.first, v.second,
+                                 Geom::Precision()) > 0;
+    return c;
+}
+
+inline Contact Crossing(const Geom::Line2D& u, const Geom::Line2D& v)
+{
+    Contact c = Intersection(u, v);
+    c.isOne = LineIsCrossing2D(u.first, u.second, v.first, v.second, Geom::Precision());
+    return c;
 }
 
 inline Contact Coincidence(const Geom::Line2D& u, const Geom::Line2D& v)
@@ -40,11 +42,11 @@ inline Contact Coincidence(const Geom::Line2D& u, const Geom::Line2D& v)
     Contact c;
     c.isOne =
         LineIntersection2D(c.point, c.point2, u.first, u.second, v.first, v.second, precision) == 2;
-    const bool endsU =
-        IsEqual2D(c.point2, u.first, precision) || IsEqual2D(c.point2, u.second, precision);
-    const bool endsV =
-        IsEqual2D(c.point2, v.first, precision) || IsEqual2D(c.point2, v.second, precision);
-    if (endsU && endsV)
+    const auto isEndOf = [&](const Geom::Line2D& line) {
+        return IsEqual2D(c.point2, line.first, precision) ||
+               IsEqual2D(c.point2, line.second, precision);
+    };
+    if (isEndOf(u) && isEndOf(v))
         c.point2 = MissingValue<Geom::Point2D>();
     return c;
 }
@@ -62,12 +64,10 @@ struct Finder
     Contact (*test)(const Geom::Line2D&, const Geom::Line2D&);
 };
 
-constexpr Finder kFinders[] = {
-    {"crossing", Geom::LineCrossingEvents2D, Crossing},
-    {"intersection", Geom::LineIntersectionEvents2D, Intersection},
-    {"coincident", Geom::LineCoincidentEvents2D, Coincidence},
-    {"collision", Geom::LineCollisionEvents2D, Collision},
-};
+constexpr Finder kFinders[] = {{"crossing", Geom::LineCrossingEvents2D, Crossing},
+                               {"intersection", Geom::LineIntersectionEvents2D, Intersection},
+                               {"coincident", Geom::LineCoincidentEvents2D, Coincidence},
+                               {"collision", Geom::LineCollisionEvents2D, Collision}};
 
 /// Sets and pairs looked at so far.
 struct Tally
