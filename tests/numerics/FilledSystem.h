@@ -1,10 +1,12 @@
 /// @file
-/// Systems of equations for the tests: grids of quadrilaterals with random element matrices.
+/// Systems of equations for the tests: small ones by hand, grids of quadrilaterals with random
+/// element matrices.
 #pragma once
 
 #include "numerics/ISysEqnImpl.h"
 
 #include <Eigen/Dense>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <numeric>
@@ -14,12 +16,22 @@
 namespace filled_system
 {
 
+using Numbers = std::vector<double>;
+
 enum class Kind
 {
     Definite,
     Indefinite,
     NonSymmetric
 };
+
+inline tagMultiVectorInt Lists(const std::vector<std::vector<int>>& lists)
+{
+    tagMultiVectorInt elements;
+    for (const std::vector<int>& list : lists)
+        elements.Add(list);
+    return elements;
+}
 
 /// A grid of nx x ny four-node elements; shuffled equations unless seed is 0.
 inline tagMultiVectorInt Grid(int nx, int ny, int perNode, unsigned seed)
@@ -47,7 +59,7 @@ inline tagMultiVectorInt Grid(int nx, int ny, int perNode, unsigned seed)
 inline tagMatrixDbl RandomMatrix(int size, Kind kind, std::mt19937& random)
 {
     std::uniform_real_distribution<double> entry(-1, 1);
-    tagMatrixDbl m{size, size, std::vector<double>(std::size_t(size * size))};
+    tagMatrixDbl m{size, size, Numbers(std::size_t(size * size))};
     for (int i = 0; i < size; ++i)
         for (int j = 0; j < size; ++j)
             m(i, j) = kind != Kind::NonSymmetric && j < i ? m(j, i) : entry(random);
@@ -55,6 +67,69 @@ inline tagMatrixDbl RandomMatrix(int size, Kind kind, std::mt19937& random)
         m(i, i) += kind == Kind::Indefinite ? (random() % 2 == 0 ? -size : size) : size;
     return m;
 }
+
+inline void Load(ISysEqnImpl& system, const std::vector<int>& equations, const Numbers& loads)
+{
+    const tagVectorInt list{equations};
+    const tagVectorDbl values{loads};
+    EXPECT_EQ(system.AddToRHSVector(&list, &values), 0);
+}
+
+inline void Fix(ISysEqnImpl& system, const std::vector<int>& equations, const Numbers& given)
+{
+    const tagVectorInt list{equations};
+    const tagVectorDbl values{given};
+    EXPECT_EQ(system.FixUnknowns(&list, &values), 0);
+}
+
+inline void SolveDirectly(ISysEqnImpl& system, bool symmetric)
+{
+    EXPECT_EQ(symmetric ? system.SolveForUnknownVector_Direct_Sym()
+                        : system.SolveForUnknownVector_Direct_NonSym(),
+              0);
+}
+
+inline Numbers Unknowns(const ISysEqnImpl& system)
+{
+    tagVectorDbl x{{1, 2}};
+    system.GetUnknownVector(&x);
+    return x.values;
+}
+
+inline Numbers Reactions(const ISysEqnImpl& system)
+{
+    tagVectorDbl reaction;
+    system.GetReactionVector(&reaction);
+    return reaction.values;
+}
+
+inline double Norm(const ISysEqnImpl& system, int kind)
+{
+    double norm = -1;
+    EXPECT_EQ(system.GetResidualVecNorm(kind, &norm), 0);
+    return norm;
+}
+
+/// A small system given by its lists, its matrices and b.
+struct Small
+{
+    ISysEqnImpl system;
+
+    Small(const std::vector<std::vector<int>>& lists, const std::vector<Numbers>& matrices,
+          const Numbers& b)
+    {
+        const tagMultiVectorInt elements = Lists(lists);
+        EXPECT_EQ(system.Initialize(&elements, int(b.size())), 0);
+        for (std::size_t e = 0; e < lists.size(); ++e)
+        {
+            const int size = int(lists[e].size());
+            const tagMatrixDbl m{size, size, matrices[e]};
+            system.InsertIntoSysCoefMtx(int(e), &m);
+        }
+        for (int i = 0; i < int(b.size()); ++i)
+            Load(system, {i}, {b[std::size_t(i)]});
+    }
+};
 
 /// The system filled with random matrices and loads, and the same as dense matrices.
 struct Filled
@@ -81,20 +156,19 @@ struct Filled
                 for (int j = 0; j < size; ++j)
                     A(list[i], list[j]) += m(i, j);
         }
-        tagVectorInt all{std::vector<int>(std::size_t(n))};
-        tagVectorDbl loads{std::vector<double>(std::size_t(n))};
-        std::iota(all.values.begin(), all.values.end(), 0);
         for (int i = 0; i < n; ++i)
-            b(i) = loads.values[std::size_t(i)] = 1 + double(random() % 100);
-        system.AddToRHSVector(&all, &loads);
+        {
+            b(i) = 1 + double(random() % 100);
+            Load(system, {i}, {b(i)});
+        }
     }
 
     Eigen::VectorXd X() const
     {
-        tagVectorDbl x;
-        system.GetUnknownVector(&x);
-        return Eigen::Map<Eigen::VectorXd>(x.values.data(), Eigen::Index(x.values.size()));
+        const Numbers x = Unknowns(system);
+        return Eigen::Map<const Eigen::VectorXd>(x.data(), Eigen::Index(x.size()));
     }
+    double Error() const { return (A * X() - b).norm(); }
 };
 
 } // namespace filled_system

@@ -96,10 +96,8 @@ void Fill(ISysEqnImpl& system)
         const auto m = filled_system::RandomMatrix(4, filled_system::Kind::Definite, random);
         system.InsertIntoSysCoefMtx(int(e), &m);
     }
-    const tagVectorInt fixed{{3, 40}}, loaded{{5, 7, 90}};
-    const tagVectorDbl given{{1, -2}}, loads{{10, 20, 30}};
-    system.FixUnknowns(&fixed, &given);
-    system.AddToRHSVector(&loaded, &loads);
+    filled_system::Fix(system, {3, 40}, {1, -2});
+    filled_system::Load(system, {5, 7, 90}, {10, 20, 30});
 }
 
 constexpr Step kSteps[] = {
@@ -116,9 +114,7 @@ std::vector<double> SolvedAfresh(ISysEqnImpl& system)
     Fill(system);
     system.SolveForUnknownVector_Direct_Sym();
     EXPECT_EQ(system.LastSolve().outcome, SolveOutcome::Solved);
-    tagVectorDbl x;
-    system.GetUnknownVector(&x);
-    return x.values;
+    return filled_system::Unknowns(system);
 }
 
 TEST(ISysEqnImpl, EndsWithARecordWhereverMemoryEnds)

@@ -1,15 +1,9 @@
 #include "numerics/FilledSystem.h"
-#include "numerics/ISysEqnImpl.h"
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
-#include <vector>
 
-using filled_system::Filled;
-using filled_system::Grid;
-using filled_system::Kind;
+using namespace filled_system;
 using math::SolveOutcome;
 
 namespace
@@ -26,58 +20,31 @@ const std::vector<long (*)(ISysEqnImpl&)> kSolves = {
 
 TEST(ISysEqnImpl, SolvesTwoSpringsWithAFixedEnd)
 {
-    tagMultiVectorInt elements;
-    elements.Add({0, 1});
-    elements.Add({1, 2});
-    ISysEqnImpl system;
-    EXPECT_EQ(system.Initialize(&elements), 0);
-    ASSERT_EQ(system.EquationCount(), 3);
-    const tagMatrixDbl spring{2, 2, {2, -2, -2, 2}};
-    system.InsertIntoSysCoefMtx(0, &spring);
-    system.InsertIntoSysCoefMtx(1, &spring);
-    const tagVectorInt end{{2}}, support{{0}};
-    const tagVectorDbl load{{4}}, moved{{1}};
-    system.AddToRHSVector(&end, &load);
-    system.FixUnknowns(&support, &moved);
+    const Numbers spring = {2, -2, -2, 2};
+    Small springs({{0, 1}, {1, 2}}, {spring, spring}, {0, 0, 4});
+    ASSERT_EQ(springs.system.EquationCount(), 3);
+    Fix(springs.system, {0}, {1});
     for (const bool symmetric : {true, false})
     {
-        if (symmetric)
-            system.SolveForUnknownVector_Direct_Sym();
-        else
-            system.SolveForUnknownVector_Direct_NonSym();
-        EXPECT_EQ(system.LastSolve().outcome, math::SolveOutcome::Solved);
-        tagVectorDbl x, reaction;
-        system.GetUnknownVector(&x);
-        EXPECT_EQ(x.values, (std::vector<double>{1, 3, 5}));
-        system.GetReactionVector(&reaction);
-        EXPECT_EQ(reaction.values, (std::vector<double>{-4, 0, 0}));
+        SolveDirectly(springs.system, symmetric);
+        EXPECT_EQ(springs.system.LastSolve().outcome, SolveOutcome::Solved);
+        EXPECT_EQ(Unknowns(springs.system), (Numbers{1, 3, 5}));
+        EXPECT_EQ(Reactions(springs.system), (Numbers{-4, 0, 0}));
     }
 }
 
 TEST(ISysEqnImpl, GivesTheThreeNormsOfTheResidual)
 {
-    tagMultiVectorInt elements;
-    elements.Add({0});
-    ISysEqnImpl system;
-    system.Initialize(&elements, 2); // a matrix of zeros leaves the residual b
-    const tagVectorInt both{{0, 1}};
-    const tagVectorDbl b{{3, -4}};
-    system.AddToRHSVector(&both, &b);
-    const double expected[] = {4, 7, 5, -1}; // kind 3 writes nothing
+    const Small loaded({{0}}, {{0}}, {3, -4}); // a matrix of zeros leaves the residual b
+    const double expected[] = {4, 7, 5, -1};   // kind 3 writes nothing
     for (int kind = 0; kind < 4; ++kind)
-    {
-        double norm = -1;
-        EXPECT_EQ(system.GetResidualVecNorm(kind, &norm), 0);
-        EXPECT_EQ(norm, expected[kind]) << kind;
-    }
+        EXPECT_EQ(Norm(loaded.system, kind), expected[kind]) << kind;
 }
 
 TEST(ISysEqnImpl, FixesUnknownsUntilItIsReset)
 {
     Filled filled(Grid(6, 5, 1, 2), Kind::Definite);
-    const tagVectorInt fixed{{0, 7, 7, 20}}; // the later of two values counts
-    const tagVectorDbl values{{2, 9, -3, 0.5}};
-    filled.system.FixUnknowns(&fixed, &values);
+    Fix(filled.system, {0, 7, 7, 20}, {2, 9, -3, 0.5}); // the later of two values counts
     Eigen::MatrixXd A = filled.A;
     Eigen::VectorXd b = filled.b;
     for (const auto& [i, value] : {std::pair(0, 2.0), std::pair(7, -3.0), std::pair(20, 0.5)})
@@ -94,31 +61,20 @@ TEST(ISysEqnImpl, FixesUnknownsUntilItIsReset)
         EXPECT_EQ(filled.system.LastSolve().outcome, SolveOutcome::Solved);
         EXPECT_LT((filled.X() - expected).norm(), 1e-11 * expected.norm());
         EXPECT_EQ(filled.X()(7), -3); // exactly
-        double norm = -1;
-        filled.system.GetResidualVecNorm(0, &norm);
-        EXPECT_LT(norm, 1e-9);
-        tagVectorDbl reaction;
-        filled.system.GetReactionVector(&reaction);
-        EXPECT_NEAR(reaction.values[7], filled.A.row(7).dot(expected) - filled.b(7), 1e-9);
+        EXPECT_LT(Norm(filled.system, 0), 1e-9);
+        EXPECT_NEAR(Reactions(filled.system)[7], filled.A.row(7).dot(expected) - filled.b(7), 1e-9);
     }
     filled.system.ResetToZero();
-    double norm = -1;
-    filled.system.GetResidualVecNorm(2, &norm);
-    EXPECT_EQ(norm, 0);
+    EXPECT_EQ(Norm(filled.system, 2), 0);
     EXPECT_EQ(filled.X()(7), -3); // x stays
 }
 
 TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
 {
-    const struct
-    {
-        const char* what;
-        void (*spoil)(ISysEqnImpl&);
-        int equation;
-    } rows[] = {
+    const std::tuple<const char*, void (*)(ISysEqnImpl&), int> rows[] = {
         {"no such element",
          [](ISysEqnImpl& s) {
-             const tagMatrixDbl m{4, 4, std::vector<double>(16)};
+             const tagMatrixDbl m{4, 4, Numbers(16)};
              s.InsertIntoSysCoefMtx(-1, &m);
              s.InsertIntoSysCoefMtx(4, &m);
          },
@@ -136,26 +92,20 @@ TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
              s.InsertIntoSysCoefMtxByEqnIndxs(&list, &m);
          },
          0},
-        {"no such equation",
-         [](ISysEqnImpl& s) {
-             const tagVectorInt list{{9}};
-             const tagVectorDbl v{{1}};
-             s.AddToRHSVector(&list, &v);
-         },
-         9},
+        {"no such equation", [](ISysEqnImpl& s) { Load(s, {9}, {1}); }, 9},
     };
-    for (const auto& row : rows)
+    for (const auto& [what, spoil, equation] : rows)
     {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(what);
         Filled filled(Grid(2, 2, 1, 0), Kind::Definite);
-        row.spoil(filled.system);
+        spoil(filled.system);
         for (int solve = 0; solve < 2; ++solve)
         {
             filled.system.SolveForUnknownVector_Direct_Sym();
             EXPECT_EQ(filled.system.LastSolve().outcome, SolveOutcome::Failed);
-            EXPECT_EQ(filled.system.LastSolve().equation, row.equation);
+            EXPECT_EQ(filled.system.LastSolve().equation, equation);
         }
-        EXPECT_LT((filled.A * filled.X() - filled.b).norm(), 1e-9);
+        EXPECT_LT(filled.Error(), 1e-9);
         filled.system.ResetToZero();
         filled.system.SolveForUnknownVector_Iterative_Sym(1e-9);
         EXPECT_EQ(filled.system.LastSolve().outcome, SolveOutcome::Solved);
@@ -165,13 +115,12 @@ TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
 TEST(ISysEqnImpl, AddsByEquationsWhatItAddsByElements)
 {
     Filled filled(Grid(4, 3, 2, 9), Kind::NonSymmetric);
-    const Eigen::MatrixXd A = filled.A;
     const tagVectorInt list{{filled.system.EquationCount() - 1, filled.system.EquationCount() - 1}};
     const tagMatrixDbl m{2, 2, {1, 2, 3, 4}}; // a repeated equation: 10 on the diagonal
     filled.system.InsertIntoSysCoefMtxByEqnIndxs(&list, &m);
     filled.A(list.values[0], list.values[0]) += 10;
     filled.system.SolveForUnknownVector_Direct_NonSym();
-    EXPECT_LT((filled.A * filled.X() - filled.b).norm(), 1e-9);
+    EXPECT_LT(filled.Error(), 1e-9);
 }
 
 TEST(ISysEqnImpl, RunsTheSymmetricIterationInBothShortForms)
@@ -194,9 +143,8 @@ TEST(ISysEqnImpl, RunsTheSymmetricIterationInBothShortForms)
 TEST(ISysEqnImpl, IsHarmlessWithoutEquations)
 {
     ISysEqnImpl system;
-    const tagMultiVectorInt none, spoilt{{0, -4}, {2}};
-    for (const tagMultiVectorInt* equations :
-         {&none, static_cast<const tagMultiVectorInt*>(nullptr), &spoilt})
+    const tagMultiVectorInt none, spoilt{{0, -4}, {2}}, *const all[] = {&none, nullptr, &spoilt};
+    for (const tagMultiVectorInt* equations : all)
     {
         system.Initialize(equations);
         EXPECT_EQ(system.SolveForUnknownVector_PARDISO_Release(), 0);
@@ -210,14 +158,8 @@ TEST(ISysEqnImpl, IsHarmlessWithoutEquations)
         EXPECT_EQ(system.SolveForUnknownVector_PARDISO_Release(), 0);
         EXPECT_EQ(system.SolveForUnknownVector_PARDISO_Release(), 0);
         for (int kind = 0; kind < 3; ++kind)
-        {
-            double norm = -1;
-            system.GetResidualVecNorm(kind, &norm);
-            EXPECT_EQ(norm, 0);
-        }
-        tagVectorDbl x{{1, 2}};
-        system.GetUnknownVector(&x);
-        EXPECT_TRUE(x.values.empty());
+            EXPECT_EQ(Norm(system, kind), 0);
+        EXPECT_EQ(Unknowns(system), Numbers());
     }
 }
 
@@ -228,24 +170,16 @@ TEST(ISysEqnImpl, HidesNoNaNInItsNorms)
         for (const int at : {0, 4, 8})
         {
             Filled filled(Grid(2, 2, 1, 0), Kind::Definite);
-            const tagVectorInt list{{at}};
-            const tagVectorDbl load{{bad}};
-            filled.system.AddToRHSVector(&list, &load);
+            Load(filled.system, {at}, {bad});
             for (int kind = 0; kind < 3; ++kind)
             {
-                double norm = 0;
-                filled.system.GetResidualVecNorm(kind, &norm);
-                EXPECT_EQ(std::isnan(norm), std::isnan(bad)) << kind;
-                EXPECT_FALSE(std::isfinite(norm)) << kind;
+                const double norm = Norm(filled.system, kind);
+                EXPECT_TRUE(std::isnan(bad) ? std::isnan(norm) : std::isinf(norm)) << kind;
             }
         }
     Filled large(Grid(1, 1, 1, 0), Kind::Definite); // squares that overflow are no infinity
-    const tagVectorInt list{{0, 1}};
-    const tagVectorDbl loads{{3e200, 4e200}};
-    large.system.AddToRHSVector(&list, &loads);
-    double norm = 0;
-    large.system.GetResidualVecNorm(2, &norm);
-    EXPECT_NEAR(norm, 5e200, 1e186);
+    Load(large.system, {0, 1}, {3e200, 4e200});
+    EXPECT_NEAR(Norm(large.system, 2), 5e200, 1e186);
 }
 
 } // namespace

@@ -181,18 +181,13 @@ TEST(MxM, SizesOfZeroOrLess)
 TEST(MxM, MatrixTimesVectorAndVectorTimesMatrix)
 {
     const double A[] = {1, 2, 3, 4, 5, 6}, x[] = {10, 20, 30};
-    double y[3] = {kGuard, kGuard, kGuard};
-    MxV(y, A, x, 2, 3); // 2 x 3
-    EXPECT_EQ(y[0], 140);
-    EXPECT_EQ(y[1], 320);
-    EXPECT_EQ(y[2], kGuard);
-    VxM(x, A, y, 2, 3); // the result is the third argument
-    EXPECT_EQ(y[0], 90);
-    EXPECT_EQ(y[1], 120);
-    EXPECT_EQ(y[2], 150);
-    double M[4];
-    VxV2M(M, A, x, 2);
-    EXPECT_EQ(Vec(M, M + 4), (Vec{10, 20, 20, 40}));
+    Vec y(3, kGuard), M(4);
+    MxV(y.data(), A, x, 2, 3); // 2 x 3
+    EXPECT_EQ(y, (Vec{140, 320, kGuard}));
+    VxM(x, A, y.data(), 2, 3); // the result is the third argument
+    EXPECT_EQ(y, (Vec{90, 120, 150}));
+    VxV2M(M.data(), A, x, 2);
+    EXPECT_EQ(M, (Vec{10, 20, 20, 40}));
     EXPECT_EQ(fVxV2C(A, x, 3), 140);
     EXPECT_EQ(fVxV2C(A, x, 0), 0);
 }

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <limits>
 
 namespace
@@ -19,10 +17,11 @@ using namespace math::impl;
 struct Call
 {
     std::vector<void*> pt;
-    int maxfct, mnum, mtype, phase, n, perm, nrhs, msglvl;
-    std::vector<int> iparm, ia, ja;
-    std::vector<double> a, b;
+    std::vector<int> numbers; // maxfct, mnum, mtype, phase, n, perm, nrhs, msglvl
+    std::vector<int> iparm;
     bool hasMatrix, hasVectors;
+    std::vector<int> ia{}, ja{};
+    std::vector<double> a{}, b{};
 };
 
 std::vector<Call> calls;
@@ -34,19 +33,8 @@ void StandIn(void* pt, const int* maxfct, const int* mnum, const int* mtype, con
 {
     void** handles = static_cast<void**>(pt);
     Call call{std::vector<void*>(handles, handles + 64),
-              *maxfct,
-              *mnum,
-              *mtype,
-              *phase,
-              *n,
-              *perm,
-              *nrhs,
-              *msglvl,
-              std::vector<int>(iparm, iparm + 64),
-              {},
-              {},
-              {},
-              {},
+              {*maxfct, *mnum, *mtype, *phase, *n, *perm, *nrhs, *msglvl},
+              {iparm, iparm + 64},
               a || ia || ja,
               b || x};
     if (call.hasMatrix)
@@ -93,14 +81,7 @@ TEST_F(PardisoCall, PassesEveryArgumentAsPrescribed)
     ASSERT_EQ(calls.size(), 1u);
     const Call& call = calls[0];
     EXPECT_EQ(call.pt, std::vector<void*>(64, nullptr));
-    EXPECT_EQ(call.maxfct, 1);
-    EXPECT_EQ(call.mnum, 1);
-    EXPECT_EQ(call.mtype, 11);
-    EXPECT_EQ(call.phase, 13);
-    EXPECT_EQ(call.n, 4);
-    EXPECT_EQ(call.perm, 0);
-    EXPECT_EQ(call.nrhs, 1);
-    EXPECT_EQ(call.msglvl, 0);
+    EXPECT_EQ(call.numbers, (std::vector<int>{1, 1, 11, 13, 4, 0, 1, 0}));
     EXPECT_EQ(call.iparm,
               (std::vector<int>{1, 3, 0, 0, 0, 0, 0, 0, 0, 13, 1, 0, 1, 0, 0, 0, 0, -1, -1, 0, 1, 0,
                                 0, 1, 0, 0, 1, 0, 0, 0, 0, 0,  0, 0, 0, 0, 0, 0, 0, 0,  0,  0, 0, 0,
@@ -130,13 +111,8 @@ TEST_F(PardisoCall, ReleasesOnceWithTheSameHandleAndNoMatrix)
     ASSERT_EQ(calls.size(), 3u);
     const Call& call = calls[2];
     EXPECT_EQ(call.pt[3], &calls);
-    EXPECT_EQ(call.phase, -1);
-    EXPECT_EQ(call.n, 0);
-    EXPECT_EQ(call.mtype, 11);
-    EXPECT_EQ(call.maxfct, 1);
-    EXPECT_EQ(call.mnum, 1);
-    EXPECT_FALSE(call.hasMatrix);
-    EXPECT_FALSE(call.hasVectors);
+    EXPECT_EQ(call.numbers, (std::vector<int>{1, 1, 11, -1, 0, 0, 1, 0}));
+    EXPECT_FALSE(call.hasMatrix || call.hasVectors);
 }
 
 TEST_F(PardisoCall, SetUpReleasesWhatIsHeldAndStartsAnew)
@@ -147,16 +123,16 @@ TEST_F(PardisoCall, SetUpReleasesWhatIsHeldAndStartsAnew)
         pardiso.Solve(A_, b_.data(), x_.data());
         pardiso.SetUp();
         ASSERT_EQ(calls.size(), 2u);
-        EXPECT_EQ(calls[1].phase, -1);
+        EXPECT_EQ(calls[1].numbers[3], -1);
         pardiso.Solve(A_, b_.data(), x_.data());
         EXPECT_EQ(calls[2].pt[3], nullptr);
         const MatrixView smaller{2, rowStart_.data(), columns_.data(), values_.data()};
         pardiso.Solve(smaller, b_.data(), x_.data());
         ASSERT_EQ(calls.size(), 5u) << "another size: released, then solved";
-        EXPECT_EQ(calls[3].phase, -1);
+        EXPECT_EQ(calls[3].numbers[3], -1);
     }
     ASSERT_EQ(calls.size(), 6u) << "the destructor releases";
-    EXPECT_EQ(calls[5].phase, -1);
+    EXPECT_EQ(calls[5].numbers[3], -1);
 }
 
 TEST_F(PardisoCall, TellsTheErrorAndTheEmptyRow)
@@ -171,17 +147,28 @@ TEST_F(PardisoCall, TellsTheErrorAndTheEmptyRow)
     EXPECT_TRUE(pardiso.IsHeld());
 }
 
-std::vector<int> threadsSet;
-
 TEST_F(PardisoCall, HandsTheNumberOfThreadsOn)
 {
+    static std::vector<int> threadsSet;
     PardisoFunctions functions = functions_;
     functions.setThreads = [](int threads) { threadsSet.push_back(threads); };
-    threadsSet.clear();
     ReplacePardiso(&functions);
     SetSparseSolverThreads(3);
     SetSparseSolverThreads(0); // at least one
     EXPECT_EQ(threadsSet, (std::vector<int>{3, 1}));
+}
+
+struct Solved
+{
+    SolveRecord record;
+    std::vector<double> x;
+};
+
+Solved Solve(const systems::System& system)
+{
+    Solved solved{{}, std::vector<double>(system.b.size())};
+    solved.record = Pardiso().Solve(system.View(), system.b.data(), solved.x.data());
+    return solved;
 }
 
 /// The built-in counterpart in the vendor's place.
@@ -190,15 +177,16 @@ class PardisoBuiltIn : public testing::Test
 protected:
     PardisoBuiltIn() { ReplacePardiso(&BuiltInPardiso()); }
     ~PardisoBuiltIn() override { ReplacePardiso(nullptr); }
-
-    SolveRecord Solve(const systems::System& system)
-    {
-        x_.assign(system.b.size(), 0.0);
-        return Pardiso().Solve(system.View(), system.b.data(), x_.data());
-    }
-
-    std::vector<double> x_;
 };
+
+double Uniform(int, int) { return 1; }
+
+systems::System Infected()
+{
+    systems::System infected = systems::Flow(3, Uniform);
+    infected.At(2, 2) = std::numeric_limits<double>::quiet_NaN();
+    return infected;
+}
 
 TEST_F(PardisoBuiltIn, SolvesSymmetricAndOtherSystems)
 {
@@ -206,20 +194,20 @@ TEST_F(PardisoBuiltIn, SolvesSymmetricAndOtherSystems)
     for (const double wind : {0.0, 0.4})
     {
         const systems::System system = systems::Flow(30, jump, 1, wind);
-        const SolveRecord record = Solve(system);
+        const auto [record, x] = Solve(system);
         EXPECT_EQ(record.outcome, SolveOutcome::Solved) << record.equation;
         // Rounding leaves a residual in proportion to the matrix and the solution.
-        EXPECT_LT(record.residual, 1e-14 * system.Largest(x_) * 1e6 / system.Largest(system.b));
+        EXPECT_LT(record.residual, 1e-14 * system.Largest(x) * 1e6 / system.Largest(system.b));
         EXPECT_EQ(record.solver, L"pardiso (built in)");
     }
 }
 
 TEST_F(PardisoBuiltIn, MakesUpForHalvesThatDifferByRounding)
 {
-    systems::System system = systems::Flow(20, [](int, int) { return 1.0; });
+    systems::System system = systems::Flow(20, Uniform);
     for (int i = 1; i < system.Size(); ++i)
         system.At(i, i - 1) *= 1 + 4e-13;
-    const SolveRecord record = Solve(system);
+    const SolveRecord record = Solve(system).record;
     EXPECT_EQ(record.outcome, SolveOutcome::Solved);
     EXPECT_LT(record.residual, 1e-13);
 }
@@ -229,31 +217,30 @@ TEST_F(PardisoBuiltIn, PivotsWhereTheDiagonalIsZero)
     systems::System system;
     system.AddRow({{0, 0.0}, {1, 2.0}}, 4.0);
     system.AddRow({{0, 2.0}, {1, 0.0}}, 6.0);
-    EXPECT_EQ(Solve(system).outcome, SolveOutcome::Solved);
-    EXPECT_EQ(x_, (std::vector<double>{3, 2}));
+    const auto [record, x] = Solve(system);
+    EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+    EXPECT_EQ(x, (std::vector<double>{3, 2}));
 }
 
 TEST_F(PardisoBuiltIn, TellsWhatItCannotSolve)
 {
-    systems::System singular = systems::Flow(3, [](int, int) { return 1.0; });
+    systems::System singular = systems::Flow(3, Uniform);
     singular.AddRow({}, 1.0);
-    SolveRecord record = Solve(singular);
+    SolveRecord record = Solve(singular).record;
     EXPECT_EQ(record.outcome, SolveOutcome::ZeroPivot);
     EXPECT_EQ(record.equation, singular.Size() - 1);
 
     systems::System equalRows;
     equalRows.AddRow({{0, 1.0}, {1, 2.0}}, 1.0);
     equalRows.AddRow({{0, 2.0}, {1, 4.0}}, 1.0);
-    record = Solve(equalRows);
+    record = Solve(equalRows).record;
     EXPECT_EQ(record.outcome, SolveOutcome::Failed);
     EXPECT_NE(record.reason.find(L"singular"), std::wstring::npos);
 
-    systems::System infected = systems::Flow(3, [](int, int) { return 1.0; });
-    infected.At(2, 2) = std::numeric_limits<double>::quiet_NaN();
-    record = Solve(infected);
+    record = Solve(Infected()).record;
     EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
     EXPECT_EQ(record.equation, 2);
-    EXPECT_EQ(Solve(systems::System()).outcome, SolveOutcome::Solved) << "no equations";
+    EXPECT_EQ(Solve({}).record.outcome, SolveOutcome::Solved) << "no equations";
 }
 
 TEST(PardisoVendor, AgreesWithTheBuiltInSolverWhereItIsFound)
@@ -267,31 +254,23 @@ TEST(PardisoVendor, AgreesWithTheBuiltInSolverWhereItIsFound)
     vendor->setThreads(2);
     for (const double wind : {0.0, 0.4})
     {
-        const systems::System system = systems::Flow(
-            40, [](int, int) { return 1.0; }, 1, wind);
+        const systems::System system = systems::Flow(40, Uniform, 1, wind);
         std::vector<double> solutions[2];
         const PardisoFunctions* tables[] = {vendor, &BuiltInPardiso()};
         for (int k = 0; k < 2; ++k)
         {
             ReplacePardiso(tables[k]);
-            solutions[k].resize(system.b.size());
-            Pardiso pardiso;
-            const SolveRecord record =
-                pardiso.Solve(system.View(), system.b.data(), solutions[k].data());
+            const auto [record, x] = Solve(system);
             EXPECT_EQ(record.outcome, SolveOutcome::Solved);
             EXPECT_LT(record.residual, 1e-12);
+            solutions[k] = x;
         }
-        ReplacePardiso(nullptr);
         for (std::size_t i = 0; i < system.b.size(); ++i)
-            EXPECT_NEAR(solutions[0][i], solutions[1][i],
-                        1e-10 * systems::System::Largest(solutions[1]));
+            EXPECT_NEAR(solutions[0][i], solutions[1][i], 1e-10 * system.Largest(solutions[1]));
     }
     ReplacePardiso(vendor);
     EXPECT_EQ(SparseSolverName(), L"pardiso (" + vendor->name + L")");
-    systems::System infected = systems::Flow(3, [](int, int) { return 1.0; });
-    infected.At(2, 2) = std::numeric_limits<double>::quiet_NaN();
-    std::vector<double> x(infected.b.size());
-    const SolveRecord record = Pardiso().Solve(infected.View(), infected.b.data(), x.data());
+    const SolveRecord record = Solve(Infected()).record;
     EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
     EXPECT_EQ(record.equation, 2);
     FreeSparseSolverMemory();

@@ -1,29 +1,16 @@
+#include "numerics/FilledSystem.h"
 #include "numerics/numerics_Pattern.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstddef>
 #include <limits>
-#include <numeric>
-#include <random>
-#include <set>
-#include <vector>
+#include <map>
 
+using filled_system::Lists;
 using math::SolveOutcome;
 using math::impl::BuildPattern;
 using math::impl::Pattern;
 
 namespace
 {
-
-tagMultiVectorInt Lists(const std::vector<std::vector<int>>& lists)
-{
-    tagMultiVectorInt elements;
-    for (const std::vector<int>& list : lists)
-        elements.Add(list);
-    return elements;
-}
 
 /// Pairs of neighbours, and one equation coupled with all: the first row is as long as they.
 tagMultiVectorInt Star(int points)
@@ -34,40 +21,37 @@ tagMultiVectorInt Star(int points)
     return elements;
 }
 
-/// Compares rows and landing places with sets and additions made pair by pair.
+/// Compares rows and landing places with additions made pair by pair.
 void ExpectRight(const tagMultiVectorInt& elements, int count)
 {
     Pattern pattern;
     ASSERT_EQ(BuildPattern(elements, count, pattern).outcome, SolveOutcome::Solved);
-    std::vector<std::set<int>> rows(std::size_t(pattern.n));
+    std::vector<std::map<int, double>> rows(std::size_t(pattern.n));
+    std::vector<double> values(pattern.columns.size()), expected;
     for (std::size_t e = 0; e < elements.Count(); ++e)
-        for (int i = 0; i < pattern.ElementSize(e); ++i)
-            for (int j = 0; j < pattern.ElementSize(e); ++j)
-                rows[std::size_t(elements.values[pattern.ElementStart(e) + std::size_t(i)])].insert(
-                    elements.values[pattern.ElementStart(e) + std::size_t(j)]);
-    std::vector<int> starts{0}, columns;
-    for (const std::set<int>& row : rows)
     {
-        columns.insert(columns.end(), row.begin(), row.end());
+        const int size = pattern.ElementSize(e);
+        const int* list = elements.values.data() + pattern.ElementStart(e);
+        std::vector<double> m(std::size_t(size * size));
+        std::iota(m.begin(), m.end(), double(e + 1));
+        AddElement(pattern, e, m.data(), values.data());
+        for (int k = 0; k < size * size; ++k)
+            rows[std::size_t(list[k / size])][list[k % size]] += m[std::size_t(k)];
+    }
+    std::vector<int> starts{0}, columns;
+    for (int i = 0; i < pattern.n; ++i)
+    {
+        for (const auto& [column, value] : rows[std::size_t(i)])
+        {
+            EXPECT_EQ(pattern.Find(i, column), int(columns.size()));
+            columns.push_back(column);
+            expected.push_back(value);
+        }
         starts.push_back(int(columns.size()));
     }
     EXPECT_EQ(pattern.rowStart, starts);
     EXPECT_TRUE(
         std::equal(columns.begin(), columns.end(), pattern.columns.begin(), pattern.columns.end()));
-
-    std::vector<double> values(columns.size()), expected(columns.size());
-    for (std::size_t e = 0; e < elements.Count(); ++e)
-    {
-        const int size = pattern.ElementSize(e);
-        std::vector<double> m(std::size_t(size) * std::size_t(size));
-        std::iota(m.begin(), m.end(), double(e + 1));
-        AddElement(pattern, e, m.data(), values.data());
-        const int* list = elements.values.data() + pattern.ElementStart(e);
-        for (int i = 0; i < size; ++i)
-            for (int j = 0; j < size; ++j)
-                expected[std::size_t(pattern.Find(list[i], list[j]))] +=
-                    m[std::size_t(i * size + j)];
-    }
     EXPECT_EQ(values, expected);
 }
 
@@ -124,25 +108,21 @@ TEST(Pattern, RefusesWhatCannotBeStored)
 {
     std::vector<int> wide(46341);
     std::iota(wide.begin(), wide.end(), 0);
+    constexpr int kMax = std::numeric_limits<int>::max();
     tagMultiVectorInt unordered{{1, 2, 3}, {3, 1}}, rest{{1, 2, 3}, {2}};
-    const struct
-    {
-        tagMultiVectorInt elements;
-        SolveOutcome outcome;
-        int equation;
-    } rows[] = {{Lists({{0, -1}}), SolveOutcome::Failed, -1},
-                {Lists({{0, std::numeric_limits<int>::max()}}), SolveOutcome::Failed,
-                 std::numeric_limits<int>::max()},
-                {Lists({{0, 1}, {1, 2000000000}}), SolveOutcome::Failed, 2000000000},
-                {Lists({wide}), SolveOutcome::TooLarge, -1},
-                {unordered, SolveOutcome::Failed, -1},
-                {rest, SolveOutcome::Failed, -1}};
-    for (const auto& row : rows)
+    const std::tuple<tagMultiVectorInt, SolveOutcome, int> rows[] = {
+        {Lists({{0, -1}}), SolveOutcome::Failed, -1},
+        {Lists({{0, kMax}}), SolveOutcome::Failed, kMax},
+        {Lists({{0, 1}, {1, 2000000000}}), SolveOutcome::Failed, 2000000000},
+        {Lists({wide}), SolveOutcome::TooLarge, -1},
+        {unordered, SolveOutcome::Failed, -1},
+        {rest, SolveOutcome::Failed, -1}};
+    for (const auto& [elements, outcome, equation] : rows)
     {
         Pattern pattern;
-        const math::SolveRecord record = BuildPattern(row.elements, 0, pattern);
-        EXPECT_EQ(record.outcome, row.outcome);
-        EXPECT_EQ(record.equation, row.equation);
+        const math::SolveRecord record = BuildPattern(elements, 0, pattern);
+        EXPECT_EQ(record.outcome, outcome);
+        EXPECT_EQ(record.equation, equation);
         EXPECT_FALSE(record.reason.empty());
         EXPECT_EQ(pattern.n, 0);
         EXPECT_EQ(pattern.rowStart, std::vector<int>{0});
