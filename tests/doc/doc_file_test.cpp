@@ -105,7 +105,8 @@ TEST_F(DocumentFiles, NamesThatLeaveTheDocumentsFolderAreRefused)
     for (const Name& name : rows)
     {
         std::wstring path = L"as it was";
-        EXPECT_FALSE(MakeFolder(path, name).ok()) << testing::PrintToString(name.Description());
+        EXPECT_FALSE(GetPath(path, name).ok()) << testing::PrintToString(name.Description());
+        EXPECT_FALSE(MakeFolder(path, name).ok());
         EXPECT_EQ(path, L"as it was");
     }
     EXPECT_FALSE(sys::file::Exists(folder + L"north"));
