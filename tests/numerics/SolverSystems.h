@@ -1,5 +1,5 @@
 /// @file
-/// Systems of equations of finite-element meshes, for the tests and benchmarks of the solvers.
+/// Systems of equations of finite-element meshes, for the tests of the solvers.
 #pragma once
 
 #include "numerics/numerics_MatrixView.h"
