@@ -55,10 +55,7 @@ inline bool IsPaired(const int* list, int size)
 
 /// Are the two sides of a 4-node element neighbours in a row-wise numbering? Its corners run
 /// round, so that the second pair runs backwards.
-inline bool IsRound(const int* list)
-{
-    return (list[0] + 1 == list[1]) & (list[3] + 1 == list[2]);
-}
+inline bool IsRound(const int* list) { return (list[0] + 1 == list[1]) & (list[3] + 1 == list[2]); }
 
 /// The same two entries at @p to += those of @p m
 inline void AddPair(double* to, __m128d m) { _mm_storeu_pd(to, _mm_add_pd(_mm_loadu_pd(to), m)); }
