@@ -11,7 +11,6 @@
 #include "Surface.h"
 
 #include <cstdio>
-#include <optional>
 
 namespace percova
 {
@@ -90,8 +89,6 @@ public:
           system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads)
     {
         head_ = results.lastHead;
-        if (!model.problem.sections.empty())
-            sections_.emplace(model.mesh, model.problem.sections, *model.finder);
     }
 
     StepResult Run(std::size_t index);
@@ -104,7 +101,6 @@ private:
     NewtonSettings settings_;
     Assembly assembly_;
     LinearSystem system_;
-    std::optional<Sections> sections_;
     std::vector<double> head_; ///< of the last step that converged
 };
 
@@ -142,8 +138,8 @@ StepResult Analysis::Run(std::size_t index)
     result.surface =
         ZeroPressureLines(model_.mesh, result.nodal.Column(dataparam::PressureHead), dripping);
     EvaluateProbes(solution, result);
-    if (sections_)
-        sections_->Evaluate(solution, result);
+    if (model_.sections)
+        model_.sections->Evaluate(solution, result);
     return result;
 }
 } // namespace

@@ -1,6 +1,7 @@
 #include "Flows.h"
 
 #include "Element.h"
+#include "NumberText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -86,6 +87,7 @@ public:
         const std::size_t boundaries = s_.step.conditions.size();
         shares_.resize(boundaries);
         flow_.assign(boundaries, 0);
+        integrated_.assign(boundaries, 0);
         for (std::size_t b = 0; b < boundaries; ++b)
             if (s_.step.conditions[b].type != BoundaryType::NoFlow)
                 Integrate(b, result);
@@ -95,7 +97,8 @@ public:
         {
             if (s_.step.conditions[b].type == BoundaryType::Flux)
                 flow_[b] = s_.conditions.loadSum[b];
-            result.boundaries.push_back({s_.model.problem.boundaries[b].name, flow_[b]});
+            result.boundaries.push_back(
+                {s_.model.problem.boundaries[b].name, flow_[b], integrated_[b]});
             if (IsSeepage(b))
                 result.seepageFaces.push_back(
                     {s_.model.problem.boundaries[b].name, flow_[b], Exit(b)});
@@ -103,6 +106,7 @@ public:
         result.flowIn = in_;
         result.flowOut = out_;
         result.massBalance = in_ > 0 ? (in_ - out_) / in_ : kMissing;
+        WarnOfCoarseSides(result);
     }
 
     const std::vector<int>& DrippingNodes() const { return dripping_; }
@@ -126,6 +130,7 @@ private:
             for (int p = 0; p < kEdgePoints; ++p)
             {
                 const double flux = inflow[p] + other[p];
+                integrated_[b] += flux;
                 (flux > 0 ? result.flowInIntegrated : result.flowOutIntegrated) += std::abs(flux);
                 for (int k = 0; k < 3 && edge.nodes[k] >= 0; ++k)
                 {
@@ -134,6 +139,24 @@ private:
                     shares[edge.nodes[k]].weight -= points[p].N[k] * ky * points[p].normalY;
                 }
             }
+        }
+    }
+
+    void WarnOfCoarseSides(StepResult& result) const
+    {
+        constexpr double kFar = 0.05;
+        const double through = std::max(in_, out_);
+        for (const BoundaryFlow& boundary : result.boundaries)
+        {
+            const double apart = std::abs(boundary.integrated - boundary.flow);
+            if (apart <= kFar * through || through <= Still())
+                continue;
+            result.warnings.push_back(
+                "the flux integrated along '" + boundary.name + "' is apart from the flow of its " +
+                "nodes by " + Short(100 * apart / through, 2) +
+                " % of the flow through the model:" +
+                " the sides there are long for how the gradient changes (the nodes' flows balance" +
+                " on any mesh)");
         }
     }
 
@@ -251,8 +274,9 @@ private:
 
     const Solution& s_;
     std::vector<Shares> shares_; ///< by boundary
-    std::vector<double> flow_;   ///< by boundary
-    std::vector<int> dripping_;  ///< nodes over drains
+    std::vector<double> flow_;   ///< by boundary, as that which follows
+    std::vector<double> integrated_;
+    std::vector<int> dripping_; ///< nodes over drains
     double in_ = 0, out_ = 0;
 };
 } // namespace

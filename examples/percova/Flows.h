@@ -23,7 +23,12 @@ struct Solution
     const std::vector<double>& inflow; ///< by node: what enters from outside [m3/s per m]
 };
 
-/// Fills the flows, the mass balance and the seepage faces of @p result.
+/// Fills the flows, the mass balance and the seepage faces of @p result, and warns of boundaries
+/// whose integrated flux is far from the flow of their nodes.
+///
+/// Nodal flows balance on any mesh. The integrated flux is only as good as the gradients along
+/// the boundary: where a given head ends at an impervious side these grow like r^-1/2, so the
+/// error falls with the square root of the sides' length. Great differences tell of a coarse mesh.
 ///
 /// A node's reaction belongs to its boundary. Where boundaries meet in a node each gets what the
 /// flux over its own sides brings to the node, and the rest goes by the lengths of these sides, but

@@ -4,6 +4,7 @@
 #include "NumberText.h"
 #include "Plane.h"
 #include "ProblemReader.h"
+#include "Sections.h"
 #include "SideTable.h"
 
 #include <algorithm>
@@ -31,6 +32,7 @@ public:
     void BindRegions();
     void BindBoundaries();
     void BindProbes();
+    void BindSections();
 
 private:
     void Error(const Place& place, const std::string& text)
@@ -221,6 +223,7 @@ void Binder::BindBoundaries()
 void Binder::BindProbes()
 {
     model_.finder.reset();
+    model_.sections.reset();
     if (problem_.probes.empty() && problem_.sections.empty())
         return;
     model_.finder = std::make_shared<const ElementFinder>(mesh_);
@@ -229,6 +232,15 @@ void Binder::BindProbes()
             faults_.Warning(problem_.file, probe.place,
                             "'" + probe.name + "' lies in no element of " + mesh_.file +
                                 ", so it has no values");
+    if (!problem_.sections.empty())
+        BindSections();
+}
+
+void Binder::BindSections()
+{
+    model_.sections = std::make_shared<const Sections>(mesh_, problem_.sections, *model_.finder);
+    for (const Sections::Warning& warning : model_.sections->Warnings(problem_.sections))
+        faults_.Warning(problem_.file, problem_.sections[warning.section].place, warning.text);
 }
 
 } // namespace

@@ -12,6 +12,8 @@
 namespace percova
 {
 
+class Sections;
+
 struct Model
 {
     Problem problem;
@@ -19,6 +21,7 @@ struct Model
     std::vector<int> material;                    ///< by element: index into problem.materials
     std::vector<std::vector<Edge>> boundaryEdges; ///< by boundary of the problem, in mesh order
     std::shared_ptr<const ElementFinder> finder;  ///< null when no probe or section asks
+    std::shared_ptr<const Sections> sections;     ///< null when there are none
 };
 
 /// Gives every element its material and every boundary its sides, by the groups of the mesh or,

@@ -66,7 +66,8 @@ void ConvertToFileUnits(const Units& units, StepResult& step)
                          &step.flowOutIntegrated, &step.storedWater})
         Scale(*flow, area);
     for (BoundaryFlow& boundary : step.boundaries)
-        Scale(boundary.flow, area);
+        for (double* flow : {&boundary.flow, &boundary.integrated})
+            Scale(*flow, area);
     for (SectionFlow& section : step.sections)
         Scale(section.flow, area);
     for (SeepageFace& face : step.seepageFaces)

@@ -63,6 +63,8 @@ Json StepJson(const StepResult& step)
                  {"flow_out_integrated", Value(step.flowOutIntegrated)},
                  {"stored_water", Value(step.storedWater)},
                  {"boundaries", Flows(step.boundaries)}};
+    for (const BoundaryFlow& boundary : step.boundaries)
+        json["boundaries"][boundary.name]["flow_integrated"] = Value(boundary.integrated);
     Json& faces = json["seepage_faces"] = Json::object();
     for (const SeepageFace& face : step.seepageFaces)
         faces[face.name] = {{"flow", Value(face.flow)}, {"exit", Value(face.exit)}};
@@ -79,6 +81,8 @@ Json StepJson(const StepResult& step)
     json["sections"] = Flows(step.sections);
     if (!step.trouble.empty())
         json["trouble"] = step.trouble;
+    if (!step.warnings.empty())
+        json["warnings"] = step.warnings;
     return json;
 }
 

@@ -1,13 +1,12 @@
-#include "Markup.h"
 #include "MeshGeometry.h"
 #include "NumberText.h"
 #include "Output.h"
 #include "Picture.h"
+#include "PicturePage.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <iterator>
 
 namespace percova
 {
@@ -20,6 +19,7 @@ using picture::Frame;
 using picture::FrameOf;
 using picture::Levels;
 using picture::OutlineOf;
+using picture::Page;
 using picture::PathData;
 using picture::RoundLevels;
 using picture::Thinned;
@@ -27,9 +27,7 @@ using picture::Triangles;
 using picture::TrianglesOf;
 using picture::WetZone;
 
-constexpr double kLeft = 96, kTop = 92, kBelow = 84; // around the drawing
-constexpr double kLegend = 270;                      // width of what stands on the right
-constexpr double kLine = 21;                         // from one line of the legend to the next
+constexpr double kLeft = 96, kTop = 92; // corner of the drawing
 
 constexpr std::array<const char*, 8> kSoils{"#efe5cd", "#dfcfae", "#d5dec2", "#ecd3ba",
                                             "#dedad0", "#d4c8b0", "#cdddd5", "#eedfd9"};
@@ -38,46 +36,17 @@ constexpr std::array<const char*, 8> kSoils{"#efe5cd", "#dfcfae", "#d5dec2", "#e
 constexpr std::array<const char*, 6> kBoundaryColours{"#0b4f9e", "#1b7f8c", "#2e8540",
                                                       "#6b6b6b", "#c8501e", "#0b4f9e"};
 
-constexpr const char* kStyle =
-    "text{font-family:'DejaVu Sans',Arial,Helvetica,sans-serif;font-size:12px;fill:#222}"
-    ".title{font-size:18px;font-weight:bold}.sub{fill:#555}.axis{stroke:#444;stroke-width:1;"
-    "fill:none}.contour{fill:none;stroke:#31445c;stroke-width:.9}.halo{stroke:#fff;"
-    "stroke-width:5;stroke-linejoin:round;fill:#fff}.value{font-size:11px;"
-    "fill:#31445c}.surface{fill:none;stroke:#0a58ca;stroke-width:3.2;stroke-linejoin:round;"
-    "stroke-linecap:round}.badge{font-size:11px;font-weight:bold;fill:#fff;text-anchor:middle}"
-    ".middle{text-anchor:middle}.end{text-anchor:end}.head{font-weight:bold}";
-
 class Picture
 {
 public:
     Picture(std::ostream& out, const Model& model, const StepResult& step)
-        : out_(out), model_(model), step_(step), frame_(FrameOf(model.mesh))
+        : model_(model), step_(step), frame_(FrameOf(model.mesh, kLeft, kTop)), page_(out, frame_)
     {
-        frame_.left = kLeft;
-        frame_.top = kTop;
-        legendX_ = kLeft + frame_.width + 64;
-        legendY_ = kTop + 4;
     }
 
     void Draw();
 
 private:
-    void Text(double x, double y, const std::string& text, const char* kind = "")
-    {
-        out_ << "<text x=\"" << Fixed(x, 1) << "\" y=\"" << Fixed(y, 1) << '"';
-        if (*kind != 0)
-            out_ << " class=\"" << kind << '"';
-        out_ << '>' << Escaped(text) << "</text>\n";
-    }
-    void Segment(double x1, double y1, double x2, double y2)
-    {
-        out_ << "<path class=\"axis\" d=\"" << PathData({{x1, y1}, {x2, y2}}) << "\"/>\n";
-    }
-    void Path(const std::string& data, const std::string& attributes)
-    {
-        if (!data.empty())
-            out_ << "<path d=\"" << data << "\" " << attributes << "/>\n";
-    }
     void Soil();
     void Contours(const Triangles& triangles);
     void ContourLabel(const Polyline& line, const std::string& text);
@@ -87,43 +56,17 @@ private:
     void ProbesAndSections();
     void Axes();
     void Heading();
-    void LegendLine(const std::string& sign, const std::string& text);
-    void Badge(Point at, std::size_t number, const char* colour);
     Point PageOf(int node) const
     {
         const auto n = static_cast<std::size_t>(node);
         return frame_.At({model_.mesh.x[n], model_.mesh.y[n]});
     }
-    bool IsFree(Point at, double radius);
 
-    std::ostream& out_;
     const Model& model_;
     const StepResult& step_;
     Frame frame_;
-    double legendX_ = 0, legendY_ = 0;
-    std::vector<std::pair<Point, double>> taken_; ///< circles where something is written
+    Page page_;
 };
-
-/// Takes a circle of the drawing, unless something is written there already.
-bool Picture::IsFree(Point at, double radius)
-{
-    for (const auto& [place, other] : taken_)
-        if (std::hypot(at.x - place.x, at.y - place.y) < radius + other)
-            return false;
-    taken_.emplace_back(at, radius);
-    return true;
-}
-
-void Picture::LegendLine(const std::string& sign, const std::string& text)
-{
-    out_ << "<g transform=\"translate(" << Fixed(legendX_, 1) << ' ' << Fixed(legendY_, 1) << ")\">"
-         << sign << "</g>\n";
-    std::string shown = text;
-    if (shown.size() > 38 && shown.find('\xC2') == std::string::npos)
-        shown = shown.substr(0, 36) + "...";
-    Text(legendX_ + 32, legendY_ + 12, shown);
-    legendY_ += kLine;
-}
 
 void Picture::Soil()
 {
@@ -133,11 +76,12 @@ void Picture::Soil()
         if (outline.empty())
             continue;
         const std::string fill = std::string("fill=\"") + kSoils[i % kSoils.size()] + '"';
-        Path(outline, fill + " stroke=\"#555\" stroke-width=\"1\" fill-rule=\"evenodd\"");
+        page_.Path(outline, fill + " stroke=\"#555\" stroke-width=\"1\" fill-rule=\"evenodd\"");
         const Material& material = model_.problem.materials[i];
-        LegendLine("<rect width=\"22\" height=\"14\" stroke=\"#555\" " + fill + "/>",
-                   material.name + ", k " + Short(material.kSat / model_.problem.units.metres, 3) +
-                       ' ' + model_.problem.units.length + "/s");
+        page_.LegendLine("<rect width=\"22\" height=\"14\" stroke=\"#555\" " + fill + "/>",
+                         material.name + ", k " +
+                             Short(material.kSat / model_.problem.units.metres, 3) + ' ' +
+                             model_.problem.units.length + "/s");
     }
 }
 
@@ -162,15 +106,11 @@ void Picture::ContourLabel(const Polyline& line, const std::string& text)
                 continue;
             }
             const Point at{a.x + (b.x - a.x) * left / part, a.y + (b.y - a.y) * left / part};
-            if (!IsFree(at, half))
+            if (!page_.IsFree(at, half))
                 break;
             double angle = std::atan2(b.y - a.y, b.x - a.x) * 180 / 3.14159265358979;
             angle += angle > 90 ? -180 : angle <= -90 ? 180 : 0;
-            const std::string place = "<text transform=\"translate(" + Coordinates(at) +
-                                      ") rotate(" + Fixed(angle, 1) +
-                                      ")\" y=\"4\" class=\"middle value";
-            out_ << place << " halo\">" << text << "</text>\n"
-                 << place << "\">" << text << "</text>\n";
+            page_.Turned(at, angle, text);
             return;
         }
     }
@@ -196,28 +136,29 @@ void Picture::Contours(const Triangles& triangles)
         const std::vector<Polyline> lines = ContourOf(triangles, level);
         for (const Polyline& line : lines)
             data += PathData(line);
-        Path(data, "class=\"contour\"");
+        page_.Path(data, "class=\"contour\"");
         for (const Polyline& line : lines)
             labels.emplace_back(line, Fixed(level, levels.decimals));
     }
     for (const Polyline& line : step_.surface)
         for (const Point& point : line)
-            taken_.emplace_back(frame_.At(point), 3); // no label over the phreatic line
-    for (const Edge& edge : RimOf(model_.mesh))       // nor over the rim
+            page_.Take(frame_.At(point));       // no label over the phreatic line
+    for (const Edge& edge : RimOf(model_.mesh)) // nor over the rim
     {
         const Point a = PageOf(edge.nodes[0]), b = PageOf(edge.nodes[1]);
         const int pieces = 1 + static_cast<int>(std::hypot(b.x - a.x, b.y - a.y) / 6);
         for (int i = 0; i < pieces; ++i)
-            taken_.push_back({{a.x + (b.x - a.x) * i / pieces, a.y + (b.y - a.y) * i / pieces}, 3});
+            page_.Take({a.x + (b.x - a.x) * i / pieces, a.y + (b.y - a.y) * i / pieces});
     }
-    const std::size_t lines = taken_.size();
+    const std::size_t lines = page_.Taken();
     for (const auto& [line, text] : labels)
         ContourLabel(line, text);
-    taken_.erase(taken_.begin(), taken_.begin() + static_cast<std::ptrdiff_t>(lines));
+    page_.Forget(lines);
     if (levels.values.size() > 1)
-        LegendLine("<path class=\"contour\" d=\"M0 7H22\"/>",
-                   "head, every " + Fixed(levels.values[1] - levels.values[0], levels.decimals) +
-                       ' ' + model_.problem.units.length);
+        page_.LegendLine("<path class=\"contour\" d=\"M0 7H22\"/>",
+                         "head, every " +
+                             Fixed(levels.values[1] - levels.values[0], levels.decimals) + ' ' +
+                             model_.problem.units.length);
 }
 
 void Picture::Surface()
@@ -230,26 +171,19 @@ void Picture::Surface()
         Polyline page;
         for (const Point& point : line)
             page.push_back(frame_.At(point));
-        Path(PathData(Thinned(page, 0.2)), "class=\"surface\"");
+        page_.Path(PathData(Thinned(page, 0.2)), "class=\"surface\"");
         if (any)
             continue;
         any = true;
         // The water level's sign, a third along the line.
         const Point at = page[page.size() / 3];
-        Path("M" + Coordinates({at.x - 8, at.y - 15}) + "h16l-8 13zM" +
-                 Coordinates({at.x - 7, at.y + 5}) + "h14M" + Coordinates({at.x - 4, at.y + 9}) +
-                 "h8",
-             "fill=\"#fff\" stroke=\"#0a58ca\" stroke-width=\"1.4\"");
+        page_.Path("M" + Coordinates({at.x - 8, at.y - 15}) + "h16l-8 13zM" +
+                       Coordinates({at.x - 7, at.y + 5}) + "h14M" +
+                       Coordinates({at.x - 4, at.y + 9}) + "h8",
+                   "fill=\"#fff\" stroke=\"#0a58ca\" stroke-width=\"1.4\"");
     }
     if (any)
-        LegendLine("<path class=\"surface\" d=\"M0 7H22\"/>", "phreatic line");
-}
-
-void Picture::Badge(Point at, std::size_t number, const char* colour)
-{
-    out_ << "<circle cx=\"" << Fixed(at.x, 1) << "\" cy=\"" << Fixed(at.y, 1)
-         << "\" r=\"9\" fill=\"" << colour << "\"/>";
-    Text(at.x, at.y + 4, std::to_string(number), "badge");
+        page_.LegendLine("<path class=\"surface\" d=\"M0 7H22\"/>", "phreatic line");
 }
 
 /// What holds on a boundary: "head 24 m", "flux 1e-07 m/s", "seepage face".
@@ -290,7 +224,8 @@ void Picture::Boundaries()
             side.push_back(PageOf(edge.nodes[1]));
             data += PathData(side);
         }
-        Path(data, std::string("fill=\"none\" stroke=\"") + colour +
+        page_.Path(data,
+                   std::string("fill=\"none\" stroke=\"") + colour +
                        "\" stroke-width=\"4\" stroke-linecap=\"round\" stroke-opacity=\".85\"");
         // The number goes beside the side in the middle of the boundary, outside of the soil.
         const Edge* middle = &edges[edges.size() / 2];
@@ -298,14 +233,12 @@ void Picture::Boundaries()
         const double size = std::max(std::hypot(b.x - a.x, b.y - a.y), 1e-9);
         Point at{(a.x + b.x) / 2 - (b.y - a.y) / size * 17,
                  (a.y + b.y) / 2 + (b.x - a.x) / size * 17};
-        while (!IsFree(at, 9))
+        while (!page_.IsFree(at, 9))
             at = {at.x + (b.x - a.x) / size * 20, at.y + (b.y - a.y) / size * 20};
-        Badge(at, i + 1, colour);
-        out_ << "<circle cx=\"" << Fixed(legendX_ + 11, 1) << "\" cy=\"" << Fixed(legendY_ + 7, 1)
-             << "\" r=\"9\" fill=\"" << colour << "\"/>";
-        Text(legendX_ + 11, legendY_ + 11, std::to_string(i + 1), "badge");
-        LegendLine("", model_.problem.boundaries[i].name + ": " +
-                           Told(conditions[i], model_.problem.units));
+        page_.Badge(at, i + 1, colour);
+        page_.LegendBadge(i + 1, colour,
+                          model_.problem.boundaries[i].name + ": " +
+                              Told(conditions[i], model_.problem.units));
     }
 }
 
@@ -316,12 +249,12 @@ void Picture::Exits()
         if (IsMissingValue(face.exit.x) || IsMissingValue(face.exit.y))
             continue;
         const Point at = frame_.At(face.exit);
-        out_ << "<circle cx=\"" << Fixed(at.x, 1) << "\" cy=\"" << Fixed(at.y, 1)
-             << "\" r=\"5\" fill=\"#fff\" stroke=\"#c8501e\" stroke-width=\"2.4\"/>\n";
-        LegendLine("<circle cx=\"11\" cy=\"7\" r=\"5\" fill=\"#fff\" stroke=\"#c8501e\" "
-                   "stroke-width=\"2.4\"/>",
-                   face.name + ": leaves up to (" + Short(face.exit.x, 4) + ", " +
-                       Short(face.exit.y, 4) + ')');
+        page_.Path("M" + Coordinates({at.x - 5, at.y}) + "a5 5 0 1 0 10 0a5 5 0 1 0 -10 0z",
+                   "fill=\"#fff\" stroke=\"#c8501e\" stroke-width=\"2.4\"");
+        page_.LegendLine("<circle cx=\"11\" cy=\"7\" r=\"5\" fill=\"#fff\" stroke=\"#c8501e\" "
+                         "stroke-width=\"2.4\"/>",
+                         face.name + ": leaves up to (" + Short(face.exit.x, 4) + ", " +
+                             Short(face.exit.y, 4) + ')');
     }
 }
 
@@ -330,21 +263,21 @@ void Picture::ProbesAndSections()
     for (const ProbeValue& probe : step_.probes)
     {
         const Point at = frame_.At(probe.at);
-        Path("M" + Coordinates({at.x - 5, at.y}) + "h10M" + Coordinates({at.x, at.y - 5}) + "v10",
-             "stroke=\"#7a1fa2\" stroke-width=\"1.8\" fill=\"none\"");
-        out_ << "<text x=\"" << Fixed(at.x + 7, 1) << "\" y=\"" << Fixed(at.y - 5, 1)
-             << "\" class=\"halo\">" << Escaped(probe.name) << "</text>\n";
-        Text(at.x + 7, at.y - 5, probe.name);
+        page_.Path("M" + Coordinates({at.x - 5, at.y}) + "h10M" + Coordinates({at.x, at.y - 5}) +
+                       "v10",
+                   "stroke=\"#7a1fa2\" stroke-width=\"1.8\" fill=\"none\"");
+        page_.TextOnDrawing(at.x + 7, at.y - 5, probe.name);
     }
     for (const Section& section : model_.problem.sections)
     {
         Polyline page;
         for (const Point& point : section.line)
             page.push_back(frame_.At(point));
-        Path(PathData(page), "stroke=\"#7a1fa2\" stroke-width=\"1.4\" stroke-dasharray=\"6 4\" "
-                             "fill=\"none\"");
+        page_.Path(PathData(page),
+                   "stroke=\"#7a1fa2\" stroke-width=\"1.4\" stroke-dasharray=\"6 4\" "
+                   "fill=\"none\"");
         if (!page.empty())
-            Text(page.front().x + 6, page.front().y - 6, section.name);
+            page_.Text(page.front().x + 6, page.front().y - 6, section.name);
     }
 }
 
@@ -353,36 +286,36 @@ void Picture::Axes()
     const double x0 = frame_.left - 34, y0 = frame_.top + frame_.height + 34;
     const double right = frame_.left + frame_.width, bottom = frame_.top + frame_.height;
     const std::string& unit = model_.problem.units.length;
-    Segment(frame_.left, y0, right, y0);
-    Segment(x0, frame_.top, x0, bottom);
+    page_.Segment(frame_.left, y0, right, y0);
+    page_.Segment(x0, frame_.top, x0, bottom);
     const Levels across =
         RoundLevels(frame_.minX, frame_.maxX, std::max(3, static_cast<int>(frame_.width / 60)));
     for (const double x : across.values)
     {
-        Segment(frame_.X(x), y0, frame_.X(x), y0 + 5);
-        Text(frame_.X(x), y0 + 19, Fixed(x + 0.0, across.decimals), "middle");
+        page_.Segment(frame_.X(x), y0, frame_.X(x), y0 + 5);
+        page_.Text(frame_.X(x), y0 + 19, Fixed(x + 0.0, across.decimals), "middle");
     }
     const Levels up =
         RoundLevels(frame_.minY, frame_.maxY, std::max(3, static_cast<int>(frame_.height / 50)));
     for (const double y : up.values)
     {
-        Segment(x0 - 5, frame_.Y(y), x0, frame_.Y(y));
-        Text(x0 - 9, frame_.Y(y) + 4, Fixed(y + 0.0, up.decimals), "end");
+        page_.Segment(x0 - 5, frame_.Y(y), x0, frame_.Y(y));
+        page_.Text(x0 - 9, frame_.Y(y) + 4, Fixed(y + 0.0, up.decimals), "end");
     }
-    Text(frame_.left + frame_.width / 2, y0 + 38, "x [" + unit + ']', "middle");
-    Text(x0 - 6, frame_.top - 14, "y [" + unit + ']', "middle");
+    page_.Text(frame_.left + frame_.width / 2, y0 + 38, "x [" + unit + ']', "middle");
+    page_.Text(x0 - 6, frame_.top - 14, "y [" + unit + ']', "middle");
     const double stretch = frame_.Stretch();
     if (std::abs(stretch - 1) > 0.01)
-        Text(right, y0 + 38,
-             stretch > 1 ? "heights drawn " + Short(stretch, 3) + " times as large"
-                         : "widths drawn " + Short(1 / stretch, 3) + " times as large",
-             "end sub");
+        page_.Text(right, y0 + 38,
+                   stretch > 1 ? "heights drawn " + Short(stretch, 3) + " times as large"
+                               : "widths drawn " + Short(1 / stretch, 3) + " times as large",
+                   "end sub");
 }
 
 void Picture::Heading()
 {
     const Problem& problem = model_.problem;
-    Text(kLeft - 60, 34, problem.title.empty() ? problem.id : problem.title, "title");
+    page_.Text(kLeft - 60, 34, problem.title.empty() ? problem.id : problem.title, "title");
     std::string line = problem.id + ", step " + step_.name + ": " +
                        std::to_string(model_.mesh.Nodes()) + " nodes, " +
                        std::to_string(model_.mesh.Elements()) + " elements";
@@ -391,7 +324,7 @@ void Picture::Heading()
                 problem.units.length;
     if (!step_.converged)
         line += "; NOT CONVERGED";
-    Text(kLeft - 60, 55, line, "sub");
+    page_.Text(kLeft - 60, 55, line, "sub");
 }
 
 void Picture::Draw()
@@ -399,30 +332,23 @@ void Picture::Draw()
     std::size_t lines = 6 + step_.seepageFaces.size();
     lines += model_.problem.materials.size() + model_.problem.boundaries.size();
     const std::string& title = model_.problem.title;
-    const double width =
-        std::max(legendX_ + kLegend, kLeft + 11.5 * static_cast<double>(title.size()));
-    const double height =
-        std::max(kTop + frame_.height + kBelow, kTop + static_cast<double>(lines) * kLine);
-    out_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << Fixed(width, 0)
-         << "\" height=\"" << Fixed(height, 0) << "\" viewBox=\"0 0 " << Fixed(width, 0) << ' '
-         << Fixed(height, 0) << "\">\n<style>" << kStyle
-         << "</style>\n<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n";
+    page_.Begin(lines, title);
     Heading();
     Soil();
     const Triangles triangles = TrianglesOf(model_.mesh, step_.nodal, frame_);
     const std::string wet = WetZone(triangles, frame_);
-    Path(wet, "fill=\"#3d8ee6\" fill-opacity=\".34\"");
+    page_.Path(wet, "fill=\"#3d8ee6\" fill-opacity=\".34\"");
     if (!wet.empty())
-        LegendLine("<rect width=\"22\" height=\"14\" fill=\"#efe5cd\"/><rect width=\"22\" "
-                   "height=\"14\" fill=\"#3d8ee6\" fill-opacity=\".34\"/>",
-                   "water pressure above zero");
+        page_.LegendLine("<rect width=\"22\" height=\"14\" fill=\"#efe5cd\"/><rect width=\"22\" "
+                         "height=\"14\" fill=\"#3d8ee6\" fill-opacity=\".34\"/>",
+                         "water pressure above zero");
     Contours(triangles);
     Surface();
     Boundaries();
     Exits();
     ProbesAndSections();
     Axes();
-    out_ << "</svg>\n";
+    page_.End();
 }
 
 } // namespace

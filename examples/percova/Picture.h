@@ -26,8 +26,8 @@ struct Frame
     double Stretch() const { return (height / (maxY - minY)) / (width / (maxX - minX)); }
 };
 
-/// Fits @p mesh into a drawing that is neither too large nor too thin.
-Frame FrameOf(const Mesh& mesh);
+/// Fits @p mesh into a drawing that is neither too large nor too thin, at a corner of the page.
+Frame FrameOf(const Mesh& mesh, double leftOnPage, double topOnPage);
 
 /// The elements as triangles between page points; quadrilaterals get a point in their middle.
 struct Triangles

@@ -51,9 +51,11 @@ std::pair<double, std::size_t> Farthest(const Polyline& line, std::size_t first,
 
 } // namespace
 
-Frame FrameOf(const Mesh& mesh)
+Frame FrameOf(const Mesh& mesh, double leftOnPage, double topOnPage)
 {
     Frame frame;
+    frame.left = leftOnPage;
+    frame.top = topOnPage;
     const auto [left, right] = std::minmax_element(mesh.x.begin(), mesh.x.end());
     const auto [low, high] = std::minmax_element(mesh.y.begin(), mesh.y.end());
     frame.minX = *left;

@@ -22,7 +22,8 @@ DataTable NodalTable(std::size_t nodes);
 struct BoundaryFlow
 {
     std::string name;
-    double flow = kMissing; ///< [m3/s per m], positive into the domain
+    double flow = kMissing;       ///< [m3/s per m], positive into the domain
+    double integrated = kMissing; ///< the same by integrating the flux over the boundary
 };
 
 struct SeepageFace
@@ -54,8 +55,9 @@ struct StepResult
     std::string name;
     bool converged = false;
     int iterations = 0;
-    double residual = kMissing; ///< relative, of the non-linear equations
-    std::string trouble;        ///< where and by how much it did not converge, for a person
+    double residual = kMissing;        ///< relative, of the non-linear equations
+    std::string trouble;               ///< where and by how much it did not converge, for a person
+    std::vector<std::string> warnings; ///< what to know about the figures, for a person
     double flowIn = kMissing, flowOut = kMissing; ///< from nodal reactions; both positive
     double massBalance = kMissing;                ///< (in - out) / in
     double flowInIntegrated = kMissing, flowOutIntegrated = kMissing;

@@ -2,6 +2,7 @@
 
 #include "Element.h"
 #include "MeshGeometry.h"
+#include "NumberText.h"
 #include "SideTable.h"
 
 #include <algorithm>
@@ -18,6 +19,15 @@ constexpr double kAt[4] = {0.06943184420297371, 0.33000947820757187, 0.669990521
 constexpr double kWeight[4] = {0.17392742256872693, 0.32607257743127307, 0.32607257743127307,
                                0.17392742256872693};
 constexpr double kShortest = 1e-9; ///< a piece below this share of its segment is none
+constexpr double kAside = 1e-3;    ///< a share of a line outside the mesh that is told
+
+double LengthOf(const Polyline& line)
+{
+    double length = 0;
+    for (std::size_t k = 1; k < line.size(); ++k)
+        length += std::hypot(line[k].x - line[k - 1].x, line[k].y - line[k - 1].y);
+    return length;
+}
 
 /// Every side of the mesh once, a curved one in chords.
 std::vector<Polyline> SidesOf(const Mesh& mesh)
@@ -69,39 +79,58 @@ std::vector<double> CutsOf(const std::vector<Polyline>& sides, Point a, Point b,
 
 Sections::Sections(const Mesh& mesh, const std::vector<Section>& sections,
                    const ElementFinder& finder)
-    : mesh_(&mesh), stations_(sections.size())
+    : cuts_(sections.size())
 {
     if (sections.empty())
         return;
     const std::vector<Polyline> sides = SidesOf(mesh);
     for (std::size_t i = 0; i < sections.size(); ++i)
         for (std::size_t k = 1; k < sections[i].line.size(); ++k)
-            Cut(sides, finder, sections[i].line[k - 1], sections[i].line[k], stations_[i]);
+            Add(mesh, sides, finder, sections[i].line[k - 1], sections[i].line[k], cuts_[i]);
 }
 
-void Sections::Cut(const std::vector<Polyline>& sides, const ElementFinder& finder, Point a,
-                   Point b, Stations& stations) const
+void Sections::Add(const Mesh& mesh, const std::vector<Polyline>& sides,
+                   const ElementFinder& finder, Point a, Point b, Cut& cut)
 {
     if (a == b)
         return;
     const auto at = [&](double t) { return Point{a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)}; };
     double from = 0;
-    for (const double to : CutsOf(sides, a, b, PrecisionFor(*mesh_)))
+    for (const double to : CutsOf(sides, a, b, PrecisionFor(mesh)))
     {
         const double length = to - from;
         if (length < kShortest)
             continue;
-        const std::vector<ElementPlace> around = finder.At(*mesh_, at(from + length / 2));
+        const std::vector<ElementPlace> around = finder.At(mesh, at(from + length / 2));
+        cut.inside += around.empty() ? 0 : length * std::hypot(b.x - a.x, b.y - a.y);
         for (int p = 0; p < 4 && !around.empty(); ++p)
         {
             Station station{
                 around, {kWeight[p] * length * (b.y - a.y), -kWeight[p] * length * (b.x - a.x)}};
             for (ElementPlace& place : station.places)
-                (void)FindInElement(*mesh_, place.element, at(from + kAt[p] * length), place);
-            stations.push_back(std::move(station));
+                (void)FindInElement(mesh, place.element, at(from + kAt[p] * length), place);
+            cut.stations.push_back(std::move(station));
         }
         from = to;
     }
+}
+
+std::vector<Sections::Warning> Sections::Warnings(const std::vector<Section>& sections) const
+{
+    std::vector<Warning> warnings;
+    for (std::size_t i = 0; i < cuts_.size(); ++i)
+    {
+        const double length = LengthOf(sections[i].line);
+        const double outside = length - cuts_[i].inside;
+        const std::string name = "section '" + sections[i].name + "' ";
+        if (cuts_[i].stations.empty())
+            warnings.push_back({i, name + "does not meet the mesh, so it has no flow"});
+        else if (outside > kAside * length)
+            warnings.push_back({i, name + "lies outside the mesh with " +
+                                       Short(100 * outside / length, 2) +
+                                       " % of its length, where nothing is counted"});
+    }
+    return warnings;
 }
 
 void Sections::Evaluate(const Solution& solution, StepResult& result) const
@@ -109,14 +138,14 @@ void Sections::Evaluate(const Solution& solution, StepResult& result) const
     const std::vector<Section>& sections = solution.model.problem.sections;
     for (std::size_t i = 0; i < sections.size(); ++i)
     {
-        double flow = stations_[i].empty() ? kMissing : 0;
-        for (const Station& station : stations_[i])
+        double flow = cuts_[i].stations.empty() ? kMissing : 0;
+        for (const Station& station : cuts_[i].stations)
             for (const ElementPlace& place : station.places)
             {
                 const Soil& soil = solution.soils[solution.model.material[place.element]];
                 ElementState element;
                 PointState point;
-                element.Load(*mesh_, place.element, solution.head.data());
+                element.Load(solution.model.mesh, place.element, solution.head.data());
                 At(element, place.r, place.s, point);
                 flow -= soil.kr.At(point.psi) *
                         (soil.kx * point.gradient[0] * station.normal.x +
@@ -125,6 +154,8 @@ void Sections::Evaluate(const Solution& solution, StepResult& result) const
             }
         result.sections.push_back({sections[i].name, flow});
     }
+    for (const Warning& warning : Warnings(sections))
+        result.warnings.push_back(warning.text);
 }
 
 } // namespace percova

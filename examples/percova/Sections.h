@@ -6,6 +6,8 @@
 #include "Flows.h"
 #include "Results.h"
 
+#include <cstddef>
+#include <string>
 #include <vector>
 
 namespace percova
@@ -14,12 +16,19 @@ namespace percova
 /// The sections of a problem, cut into pieces at the sides of the elements.
 ///
 /// On each piece the flux is integrated by four Gauss points; along a side between two elements it
-/// is the mean of theirs. What lies outside the mesh counts nothing.
+/// is the mean of theirs. What lies outside the mesh counts nothing. Any thread may ask.
 class Sections
 {
 public:
-    /// @param mesh  must outlive the sections
     Sections(const Mesh& mesh, const std::vector<Section>& sections, const ElementFinder& finder);
+
+    /// A sentence for every section that does not lie in the mesh with its whole length.
+    struct Warning
+    {
+        std::size_t section;
+        std::string text;
+    };
+    std::vector<Warning> Warnings(const std::vector<Section>& sections) const;
 
     /// Fills the sections of @p result. A section that does not meet the mesh has no flow.
     void Evaluate(const Solution& solution, StepResult& result) const;
@@ -31,13 +40,16 @@ private:
         std::vector<ElementPlace> places;
         Point normal; ///< to the right of the line, times the weight [m]
     };
-    using Stations = std::vector<Station>;
+    struct Cut
+    {
+        std::vector<Station> stations;
+        double inside = 0; ///< length in the mesh [m]
+    };
 
-    void Cut(const std::vector<Polyline>& sides, const ElementFinder& finder, Point a, Point b,
-             Stations& stations) const;
+    static void Add(const Mesh& mesh, const std::vector<Polyline>& sides,
+                    const ElementFinder& finder, Point a, Point b, Cut& cut);
 
-    const Mesh* mesh_;
-    std::vector<Stations> stations_; ///< by section
+    std::vector<Cut> cuts_; ///< by section
 };
 
 } // namespace percova

@@ -224,6 +224,8 @@ void PrintStep(std::ostream& out, const Units& units, const StepResult& step)
     PrintFlows(out, units, step);
     PrintSurface(out, step);
     PrintProbes(out, units, step);
+    for (const std::string& warning : step.warnings)
+        out << "  warning: " << warning << '\n';
 }
 
 void PrintSeconds(std::ostream& out, const Seconds& seconds)

@@ -83,6 +83,12 @@ TEST(Sections, GiveTheFlowOfUniformGradients)
         for (std::size_t i = 0; i < 6; ++i)
             EXPECT_NEAR(SectionFlow(run, i) / flux, rise[i], 1e-9) << problem.sections[i].name;
         EXPECT_EQ(SectionFlow(run, 6), kMissing);
+        const std::vector<std::string>& told = run.results.steps.front().warnings;
+        ASSERT_EQ(told.size(), 3u);
+        EXPECT_EQ(told[0], "section 'oblique' lies outside the mesh with 15 % of its length, where "
+                           "nothing is counted");
+        EXPECT_EQ(told[1].find("section 'broken' lies outside the mesh with 29 %"), 0u) << told[1];
+        EXPECT_EQ(told[2], "section 'outside' does not meet the mesh, so it has no flow");
     }
 }
 
