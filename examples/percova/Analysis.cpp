@@ -6,6 +6,7 @@
 #include "LinearSystem.h"
 #include "Newton.h"
 #include "NodeConditions.h"
+#include "NumberText.h"
 #include "Sections.h"
 #include "Soil.h"
 #include "Surface.h"
@@ -129,6 +130,11 @@ StepResult Analysis::Run(std::size_t index)
     else
         result.trouble = Trouble(model_, outcome, settings_.tolerance);
     result.converged = result.trouble.empty();
+    if (outcome.converged && outcome.drawnOut > 0)
+        result.warnings.push_back(
+            "the relative conductivity falls more steeply than the mesh resolves; with the true "
+            "curves no solution was found, and they were drawn out by up to " +
+            Short(outcome.drawnOut, 2) + " m of pressure head: a finer mesh helps");
     if (result.converged)
         head_ = newton.Head();
     const Solution solution{model_, step, soils_, conditions, newton.Head(), newton.Inflow()};

@@ -41,6 +41,29 @@ Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
             SaturatedMatrix(element, soils[model.material[e]], &saturated_[matrixStart_[e]]);
         }
     });
+    ElementState element;
+    for (std::size_t e = 0; e < mesh.Elements(); ++e)
+    {
+        element.Load(mesh, e, none.data());
+        if (!soils[model.material[e]].kr.IsSaturated())
+            sharpness_ = std::max(sharpness_, SharpnessOf(element, soils[model.material[e]]));
+    }
+}
+
+double Assembly::DrawnOut(double sharpness) const
+{
+    const std::vector<double> none(model_.mesh.Nodes());
+    double farthest = 0;
+    ElementState element;
+    for (std::size_t e = 0; e < model_.mesh.Elements(); ++e)
+    {
+        const Soil& soil = soils_[model_.material[e]];
+        element.Load(model_.mesh, e, none.data());
+        if (!soil.kr.IsSaturated())
+            farthest =
+                std::max(farthest, soil.kr.Width() * (SharpnessOf(element, soil) / sharpness - 1));
+    }
+    return farthest;
 }
 
 void Assembly::Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,

@@ -21,6 +21,11 @@ public:
     Assembly(const Model& model, const std::vector<Soil>& soils);
     const std::vector<Soil>& Soils() const { return soils_; }
 
+    /// The greatest SharpnessOf an element.
+    double Sharpness() const { return sharpness_; }
+    /// How far a sharpness draws the curves out, at most [m].
+    double DrawnOut(double sharpness) const;
+
     /// Flow that must enter every node from outside to keep the heads as they are [m3/s per m].
     void Inflow(const std::vector<double>& head, const Easing& easing, std::vector<double>& inflow);
     /// The same, and its derivative by the heads in @p system, which is cleared first.
@@ -41,6 +46,7 @@ private:
     std::vector<std::size_t> matrixStart_; ///< by element: entries of the elements before it
     std::vector<double> saturated_;        ///< matrices of all elements at kr = 1
     std::vector<double> matrices_;         ///< of one block of elements
+    double sharpness_ = 0;
 };
 
 } // namespace percova

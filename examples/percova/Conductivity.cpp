@@ -25,6 +25,15 @@ bool Conductivity::Set(const RelativeConductivity& rule, const WaterCurve& curve
     gammaW_ = gammaW;
     s0_ = rule.s0;
     curve_ = curve;
+    if (!MakeCurve(reason))
+        return false;
+    knee_ = HeadAt(std::exp(-1.0));
+    width_ = (HeadAt(0.9) - HeadAt(std::exp(-3.0))) / (3 + std::log(0.9));
+    return true;
+}
+
+bool Conductivity::MakeCurve(std::string& reason)
+{
     if (rule_ != KrRule::Integral)
         return true;
     Tabulate();
@@ -120,6 +129,19 @@ void Conductivity::Evaluate(const double* psi, int count, double* kr, double* sl
         kr[i] = dry ? floor_ : value;
         slope[i] = dry ? 0 : derivative;
     }
+}
+
+double Conductivity::HeadAt(double share) const
+{
+    double wet = 0, dry = -1e-6;
+    while (dry > -1e6 && At(dry) > share)
+        dry *= 2;
+    for (int k = 0; k < 50; ++k)
+    {
+        const double middle = (wet + dry) / 2;
+        (At(middle) > share ? wet : dry) = middle;
+    }
+    return wet;
 }
 
 double Conductivity::At(double psi) const

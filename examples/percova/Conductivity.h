@@ -27,15 +27,23 @@ public:
     /// kr[i] and slope[i] = d kr / d psi [1/m] at the pressure heads psi[i] [m].
     void Evaluate(const double* psi, int count, double* kr, double* slope) const;
     double At(double psi) const;
+    /// The pressure head at which kr comes down to @p share, by bisection [m].
+    double HeadAt(double share) const;
+    /// Where kr has fallen to 1/e, the pressure head, and how far it takes there to fall e times
+    /// [m].
+    double Knee() const { return knee_; }
+    double Width() const { return width_; }
     /// The smallest relative conductivity there can be: 1 for a saturated material.
     double Least() const { return IsSaturated() ? 1 : floor_; }
 
 private:
+    bool MakeCurve(std::string& reason);
     void Tabulate();
     void Interpolate(double suction, double& kr, double& byLogSuction) const;
 
     KrRule rule_ = KrRule::Saturated;
     double alpha_ = 0, power_ = 0, floor_ = kLeastKr, gammaW_ = 9.81, s0_ = 1;
+    double knee_ = 0, width_ = 1;
     WaterCurve curve_;
     // ln kr and its derivative at equal steps of ln s, from s0 down to the least conductivity
     double step_ = 0;

@@ -127,6 +127,20 @@ void At(const ElementState& element, double r, double s, PointState& point)
     At(element, N, dN, point);
 }
 
+double SharpnessOf(const ElementState& element, const Soil& soil)
+{
+    double low[2] = {}, high[2] = {}; // the first node is at (0, 0), and so are free places
+    for (const double(&at)[2] : element.at)
+        for (int i = 0; i < 2; ++i)
+        {
+            low[i] = std::min(low[i], at[i]);
+            high[i] = std::max(high[i], at[i]);
+        }
+    // Pressure varies with the height above all; a quadratic element resolves half of its size.
+    const double size = std::max(high[1] - low[1], (high[0] - low[0]) / 2);
+    return size / soil.kr.Width() / (IsQuadratic(element.type) ? 2 : 1);
+}
+
 namespace
 {
 struct PointValues
@@ -138,12 +152,18 @@ struct PointValues
 void Evaluate(const ElementState& element, const ElementRule& rule, const Soil& soil,
               const Easing& easing, PointValues& values)
 {
+    double steepness = 1, knee = 0; // kr is taken at steepness * psi + knee
+    if (!std::isinf(easing.sharpness) && !soil.kr.IsSaturated())
+    {
+        steepness = std::min(1.0, easing.sharpness / SharpnessOf(element, soil));
+        knee = (1 - steepness) * soil.kr.Knee();
+    }
     for (int p = 0; p < rule.points; ++p)
-        values.psi[p] = easing.steepness * fVxV2C(rule.N[p], element.psi, 8);
+        values.psi[p] = steepness * fVxV2C(rule.N[p], element.psi, 8) + knee;
     soil.kr.Evaluate(values.psi.data(), rule.points, values.kr.data(), values.slope.data());
     for (int p = 0; p < rule.points; ++p)
     {
-        values.slope[p] *= easing.steepness;
+        values.slope[p] *= steepness;
         if (values.kr[p] < easing.leastKr)
         {
             values.kr[p] = easing.leastKr;

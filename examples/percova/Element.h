@@ -9,6 +9,8 @@
 #include "Soil.h"
 
 #include <array>
+#include <cmath>
+#include <limits>
 
 namespace percova
 {
@@ -81,10 +83,16 @@ struct ElementResult
 /// An easier problem than the true one: conductivities that fall less steeply and less far.
 struct Easing
 {
-    double leastKr = 0;   ///< a relative conductivity below this is taken as this; 1 is saturated
-    double steepness = 1; ///< kr is taken at this times the pressure head
-    bool IsNone() const { return leastKr == 0 && steepness == 1; }
+    double leastKr = 0; ///< a relative conductivity below this is taken as this; 1 is saturated
+    /// Within an element kr falls e^sharpness times at most: where it would fall more, its curve is
+    /// drawn out on both sides of its knee, so that as much flows through the element in all.
+    double sharpness = std::numeric_limits<double>::infinity();
+    bool IsNone() const { return leastKr == 0 && std::isinf(sharpness); }
 };
+
+/// How many times kr of @p soil falls e times from side to side of the element: the sharpness from
+/// which on nothing is drawn out.
+double SharpnessOf(const ElementState& element, const Soil& soil);
 
 /// The n x n matrix of an element whose relative conductivity is 1 everywhere.
 void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matrix);

@@ -5,18 +5,26 @@
 #include <chrono>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace percova
 {
 namespace
 {
 constexpr double kSettled = 1e-2; ///< residual at which the seepage faces are trusted
+constexpr double kFine = 1e-9;    ///< residual that is good enough for any problem on the way
 constexpr double kLeastRelaxation = 0.02;
 constexpr double kMostDamping = 100;
 constexpr double kHeadChange = 1e-5; ///< [m] heads that move no more are found
 constexpr int kPolish = 10;          ///< iterations spent on heads once the flows fit
+constexpr int kShort = 100;          ///< iterations of a way that is short or none
 constexpr int kNear = 20;            ///< iterations tried from heads that may be near
 constexpr double kMoist = 0.3;       ///< relative conductivity of moist soil
+constexpr double kGentle = 0.25;     ///< sharpness at which any curve is followed easily
+constexpr double kCoarse = 1;        ///< sharpness that is accepted where there is no more
+constexpr double kRough = 1e-8;      ///< tolerance there
+constexpr std::size_t kKept = 4;     ///< states kept to find one that is near such a solution
+constexpr int kFinish = 100;         ///< iterations kept for that
 
 /// Adds the seconds of its life to a sum.
 class TimeAdder
@@ -32,20 +40,6 @@ private:
     double& seconds_;
     Clock::time_point start_ = Clock::now();
 };
-
-/// The pressure head at which @p soil conducts kMoist of its best, by bisection.
-double MoistPressureHead(const Soil& soil)
-{
-    double wet = 0, dry = -1e-6;
-    while (dry > -1e6 && soil.kr.At(dry) > kMoist)
-        dry *= 2;
-    for (int k = 0; k < 50; ++k)
-    {
-        const double middle = (wet + dry) / 2;
-        (soil.kr.At(middle) > kMoist ? wet : dry) = middle;
-    }
-    return wet;
-}
 } // namespace
 
 Newton::Newton(const Model& model, const NodeConditions& conditions, Assembly& assembly,
@@ -116,101 +110,122 @@ bool Newton::InTurn(double least)
     const bool fed = std::any_of(conditions_.load.begin(), conditions_.load.end(),
                                  [](double load) { return load > 0; });
     Reach({{1}, kSettled, 100});
-    const std::vector<double> saturated = head_;
-    const SeepageFaces faces = faces_;
-    const std::function<bool()> descend = [&] { return Descend(1, least, 1); };
+    const State saturated{head_, faces_};
+    const std::function<bool()> descend = [&] { return Descend(1, least, {}, true); };
     const std::function<bool()> moist = [&] { return FromMoistSoil(); };
-    const std::function<bool()> steepen = [&] { return Steepen(least); };
-    const auto ways =
-        fed ? std::array{moist, descend, steepen} : std::array{descend, steepen, moist};
-    // The first way is short or none; the last one has all iterations that are left.
+    const std::function<bool()> sharpen = [&] { return Sharpen(least); };
+    const std::vector<std::function<bool()>> ways =
+        fed ? std::vector{moist, descend, sharpen} : std::vector{descend, sharpen};
+    // The first ways are short or none; the last one has all iterations that are left.
     const int most = settings_.maxIterations;
-    const int limits[] = {std::max(most / 4, 100), std::max(3 * most / 4, 300), most};
     for (std::size_t way = 0; way < ways.size(); ++way)
     {
-        limit_ = std::min(limits[way], most);
+        limit_ = way + 1 < ways.size() ? std::min(outcome_.iterations + kShort, most) : most;
         if (ways[way]())
             return true;
-        if (!outcome_.failure.empty() || outcome_.iterations >= settings_.maxIterations)
-            return false;
-        head_ = saturated;
-        faces_ = faces;
+        if (outcome_.iterations >= most || way + 1 == ways.size())
+            break;
+        outcome_.failure.clear();
+        Restore(saturated);
     }
+    Evaluate({{}, settings_.tolerance, 0}); // how far from the true problem's solution
     return false;
 }
 
-/// Lowers the least conductivity from @p from to @p least, the soils' own when @p steepness is 1.
-bool Newton::Descend(double from, double least, double steepness)
+void Newton::Restore(const State& state)
+{
+    head_ = state.head;
+    faces_ = state.faces;
+}
+
+/// Lowers the least conductivity from @p from to @p least, the soils' own @p toTheEnd, with all
+/// else of @p easing.
+bool Newton::Descend(double from, double least, const Easing& easing, bool toTheEnd)
 {
     const double whole = -std::log(least);
-    std::vector<double> reached = head_;
+    State reached{head_, faces_};
     double done = -std::log(from), stride = std::log(10.0);
     while (stride > 1e-2)
     {
         const double next = std::min(whole, done + stride), leastKr = std::exp(-next);
         // Dry soil shows in the residual by its conductivity, so that sets what is good enough.
-        const double onTheWay = std::min(kSettled, 0.1 * leastKr);
-        const bool last = next == whole, isTrue = last && steepness == 1;
-        if (Reach({{isTrue ? 0 : leastKr, steepness},
-                   isTrue ? settings_.tolerance : onTheWay,
-                   isTrue ? 40 : 15}))
+        const double onTheWay = std::clamp(0.1 * leastKr, kFine, kSettled);
+        const bool last = next == whole, end = last && toTheEnd;
+        if (Reach({{end ? 0 : leastKr, easing.sharpness},
+                   end ? settings_.tolerance : onTheWay,
+                   end ? 40 : 15}))
         {
             if (last)
                 return true;
             done = next;
             stride *= 2;
-            reached = head_;
+            reached = {head_, faces_};
         }
         else
         {
-            if (!outcome_.failure.empty() || outcome_.iterations >= limit_)
+            Restore(reached);
+            if (!MayGoOn() || done >= whole)
                 return false;
             stride /= 3;
-            head_ = reached;
         }
     }
     return false;
 }
 
-/// From curves so gentle that a quarter of the height keeps moist, by doubling or so to the true
-/// ones; dry soil conducts enough on the way, and as little as it does only in the end.
-bool Newton::Steepen(double least)
+bool Newton::MayGoOn() const { return outcome_.failure.empty() && outcome_.iterations < limit_; }
+
+/// From curves so gentle that soils dry out over many elements to the true ones, or as near to
+/// them as can be.
+bool Newton::Sharpen(double least)
 {
-    const auto [low, high] = std::minmax_element(model_.mesh.y.begin(), model_.mesh.y.end());
-    double steepness = 1;
-    for (const Soil& soil : assembly_.Soils())
-        if (!soil.kr.IsSaturated())
-            steepness = std::min(steepness, -4 * MoistPressureHead(soil) / (*high - *low));
-    const double dry = std::max(least, 1e-3);
-    if (!Descend(1, dry, steepness))
+    const double whole = assembly_.Sharpness(), onTheWay = std::max(0.1 * least, 1e-7);
+    const int most = limit_;
+    limit_ = std::max(most - kFinish, most / 2);
+    double sharpness = std::min(kGentle, whole);
+    if (!Descend(1, least, {0, sharpness}, false))
         return false;
-    std::vector<double> reached = head_;
-    double stride = 2;
-    while (steepness < 1 && stride > 1.01)
+    std::vector<std::pair<double, State>> reached{{sharpness, {head_, faces_}}};
+    for (double stride = 2; sharpness < whole && stride > 1.03 && MayGoOn();)
     {
-        const double next = std::min(1.0, steepness * stride);
-        if (Reach({{dry, next}, 0.1 * dry, 15}))
+        const double next = std::min(whole, sharpness * stride);
+        if (Reach({{least, next}, onTheWay, 15}))
         {
-            steepness = next;
-            stride *= std::sqrt(stride);
-            reached = head_;
+            sharpness = next;
+            stride = std::min(4.0, stride * std::sqrt(stride));
+            reached.push_back({sharpness, {head_, faces_}});
+            if (reached.size() > kKept)
+                reached.erase(reached.begin());
         }
         else
         {
-            if (!outcome_.failure.empty() || outcome_.iterations >= limit_)
-                return false;
+            outcome_.failure.clear(); // a shorter stride may have an answer
+            Restore(reached.back().second);
             stride = std::cbrt(stride);
-            head_ = reached;
         }
     }
-    return steepness == 1 && Descend(dry, least, 1);
+    limit_ = most;
+    const State sharpest = reached.back().second;
+    for (; !reached.empty() && reached.back().first >= std::min(kCoarse, whole) && MayGoOn();
+         reached.pop_back())
+    {
+        Restore(reached.back().second);
+        const bool isTrue = reached.back().first == whole;
+        outcome_.drawnOut = isTrue ? 0 : assembly_.DrawnOut(reached.back().first);
+        Easing easing;
+        if (!isTrue)
+            easing.sharpness = reached.back().first;
+        if (Reach({easing, std::max(settings_.tolerance, isTrue ? 0 : kRough), 40}))
+            return true;
+    }
+    Restore(sharpest);
+    return false;
 }
 
 bool Newton::FromMoistSoil()
 {
     std::vector<double> moist;
     for (const Soil& soil : assembly_.Soils())
-        moist.push_back(MoistPressureHead(soil));
+        moist.push_back(soil.kr.HeadAt(kMoist));
     const Mesh& mesh = model_.mesh;
     for (std::size_t e = 0; e < mesh.Elements(); ++e)
         for (int k = mesh.start[e]; k < mesh.start[e + 1]; ++k)
@@ -266,6 +281,7 @@ std::size_t Newton::SwitchFaces(const Goal& goal)
 bool Newton::Reach(const Goal& goal)
 {
     damping_ = 0;
+    faces_.ForgetSwitches();
     Evaluate(goal);
     int polished = 0;
     for (int made = 0;; ++made)
@@ -302,7 +318,9 @@ bool Newton::Step(const Goal& goal)
         }
         {
             const TimeAdder watch(solveSeconds_);
-            const double enough = linear ? 1e-10 : !goal.easing.IsNone() ? 1e-4 : 1e-6;
+            const double enough = linear                                 ? 1e-10
+                                  : goal.tolerance > settings_.tolerance ? 1e-4
+                                                                         : 1e-6;
             if (!system_.Solve(held_, residual_, linear, enough, step_, outcome_.failure))
                 return false;
         }

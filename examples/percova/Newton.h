@@ -19,7 +19,7 @@ namespace percova
 struct NewtonSettings
 {
     double tolerance = 1e-10; ///< of the residual, see NewtonOutcome
-    int maxIterations = 400;
+    int maxIterations = 800;
 };
 
 struct NewtonOutcome
@@ -30,6 +30,7 @@ struct NewtonOutcome
                          ///< the flow through the model
     int worst = -1;      ///< the node of it
     double change = 0;   ///< largest change of a head in the last iteration [m]
+    double drawnOut = 0; ///< how far the curves had to be drawn out in the end, see Easing [m]
     std::string failure; ///< why the linear solver gave up, empty when it did not
 };
 
@@ -49,8 +50,9 @@ struct NewtonRound
 /// seepage faces; they settle there. Then the least conductivity is lowered in strides, each
 /// problem starting from the heads of the one before, down to the soils' own. Where water is fed
 /// in, soil that starts too dry to take it is the trouble, so there Newton first tries the whole
-/// way at once from moist soil. Where that is no way the curves start gentle and steepen in
-/// strides.
+/// way at once from moist soil. Where that is no way the curves start gentle, drawn out over many
+/// elements, and sharpen in strides. Where no solution is found for the true ones even so, they
+/// end as steep as one is, if they then fall within an element: see NewtonOutcome::drawnOut.
 class Newton
 {
 public:
@@ -83,8 +85,17 @@ private:
     void ColdStart();
     bool FromHeadsNear(const std::vector<double>& near, const Easing& easing);
     bool InTurn(double least);
-    bool Descend(double from, double least, double steepness);
-    bool Steepen(double least);
+    /// What a problem on the way left behind. The faces belong to the heads: wet nodes stand at
+    /// zero pressure.
+    struct State
+    {
+        std::vector<double> head;
+        SeepageFaces faces;
+    };
+    void Restore(const State& state);
+    bool MayGoOn() const;
+    bool Descend(double from, double least, const Easing& easing, bool toTheEnd);
+    bool Sharpen(double least);
     bool FromMoistSoil();
     bool Reach(const Goal& goal);
     bool Step(const Goal& goal);

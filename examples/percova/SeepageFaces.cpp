@@ -21,6 +21,8 @@ void SeepageFaces::Follow(const std::vector<double>& head)
         wet_[node] = head[node] >= mesh_->y[node];
 }
 
+void SeepageFaces::ForgetSwitches() { switched_.assign(nodes_.size(), 0); }
+
 std::size_t SeepageFaces::Switch(const std::vector<double>& outflow, double tolerance, bool settled,
                                  std::vector<double>& head)
 {

@@ -33,6 +33,9 @@ public:
     /// Takes the states over from @p head: wet where the pressure is not negative.
     void Follow(const std::vector<double>& head);
 
+    /// Every node may switch freely again, for another problem.
+    void ForgetSwitches();
+
     bool IsWet(std::size_t node) const { return wet_[node] != 0; }
 
 private:

@@ -193,8 +193,9 @@ void PrintProgress(std::ostream& out, const Progress& progress)
         << iteration << "  ";
     if (round.easing.leastKr >= 1)
         out << "as if saturated: ";
-    else if (round.easing.steepness < 1)
-        out << "as if kr fell " << Short(1 / round.easing.steepness, 3) << " times more gently: ";
+    else if (!std::isinf(round.easing.sharpness))
+        out << "as if kr fell e times over " << Short(1 / round.easing.sharpness, 3)
+            << " elements: ";
     else if (round.easing.leastKr > 0)
         out << "as if kr were at least " << Short(round.easing.leastKr, 2) << ": ";
     // In between the flows fit, but not the sides of the seepage faces: the residual says nothing.

@@ -31,6 +31,31 @@ TEST(Newton, ComesThroughSteepCurvesOnCoarseDams)
         }
 }
 
+// The mesh resolves none of these curves: an element is 50 to 500 times as high as what they need
+// to fall e times. The flow is exact for a sharp free surface (Charny), and the fringe is thin.
+TEST(Newton, FindsTheFlowOfDamsThatTheMeshIsMuchTooCoarseFor)
+{
+    for (const ElementType type : kTypes)
+        for (const double alpha : {50.0, 200.0, 500.0})
+        {
+            SCOPED_TRACE(std::string(Name(type)) + " alpha " + std::to_string(alpha));
+            CaseRun run("U1-dam");
+            Problem& problem = run.model.problem;
+            problem.materials.front().kr.alpha = alpha;
+            problem.materials.front().kr.floor = 0;
+            problem.boundaries[0].line = {{0, 0}, {0, 8}};
+            problem.boundaries[1].line = {{10, 0}, {10, 3}};
+            problem.boundaries[2].line = {{10, 3}, {10, 9}};
+            problem.steps.front().conditions[0].values = {8};
+            problem.steps.front().conditions[1].values = {3};
+            const StepResult& step =
+                run.On(Rectangle(type, 9, 9, 0, 0, 10, 9), SolverKind::Direct);
+            const double exact = problem.materials.front().kSat * (8 * 8 - 3 * 3) / (2 * 10);
+            EXPECT_WITHIN(step.flowIn, exact, 0.008);
+            EXPECT_LE(std::abs(step.massBalance), 1e-7);
+        }
+}
+
 // With q = K(psi) and unit gradient: psi far from the water table is ln(q / k) / alpha.
 TEST(Newton, LetsRainIntoDryColumns)
 {
