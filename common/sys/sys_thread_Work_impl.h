@@ -60,7 +60,7 @@ private:
     class Stopwatch;
 
     /// Units @p begin to @p end - 1 of the work, in one word.
-    struct Span
+    struct alignas(8) Span // so aligned, every compiler reads and writes it as one
     {
         std::uint32_t begin, end;
 
