@@ -48,8 +48,7 @@ TEST(Newton, FindsTheFlowOfDamsThatTheMeshIsMuchTooCoarseFor)
             problem.boundaries[2].line = {{10, 3}, {10, 9}};
             problem.steps.front().conditions[0].values = {8};
             problem.steps.front().conditions[1].values = {3};
-            const StepResult& step =
-                run.On(Rectangle(type, 9, 9, 0, 0, 10, 9), SolverKind::Direct);
+            const StepResult& step = run.On(Rectangle(type, 9, 9, 0, 0, 10, 9), SolverKind::Direct);
             const double exact = problem.materials.front().kSat * (8 * 8 - 3 * 3) / (2 * 10);
             EXPECT_WITHIN(step.flowIn, exact, 0.008);
             EXPECT_LE(std::abs(step.massBalance), 1e-7);
