@@ -26,11 +26,6 @@ constexpr const char* kStyle =
 
 } // namespace
 
-Page::Page(std::ostream& out, const Frame& frame)
-    : out_(out), frame_(frame), legendX_(frame.left + frame.width + 64), legendY_(frame.top + 4)
-{
-}
-
 void Page::Begin(std::size_t legendLines, const std::string& title)
 {
     const double width =

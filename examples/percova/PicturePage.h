@@ -19,7 +19,10 @@ class Page
 {
 public:
     /// @param frame  the drawing on the page
-    Page(std::ostream& out, const Frame& frame);
+    Page(std::ostream& out, const Frame& frame)
+        : out_(out), frame_(frame), legendX_(frame.left + frame.width + 64), legendY_(frame.top + 4)
+    {
+    }
 
     /// Opens the picture, high enough for @p legendLines lines and wide enough for @p title.
     void Begin(std::size_t legendLines, const std::string& title);
@@ -50,7 +53,7 @@ public:
 private:
     std::ostream& out_;
     Frame frame_;
-    double legendX_ = 0, legendY_ = 0;
+    double legendX_, legendY_;
     std::vector<std::pair<Point, double>> taken_; ///< circles where something is written
 };
 
