@@ -54,9 +54,8 @@ struct PairKernels
     /// @param cursor    where to start and where it stopped
     /// @param allFlags  all bits of the levels in use
     /// @param out       receives the pairs
-    /// @param room      pairs that may be written, no fewer than rows in the fullest cell;
-    /// kPairPadding
-    ///                  elements stand behind them
+    /// @param room      pairs that may be written, no fewer than rows in the fullest cell; behind
+    ///                  them stand kPairPadding elements more
     /// @returns pairs written
     std::size_t (*inCells)(const PairRows& rows, const std::size_t* starts, std::size_t cells,
                            PairCursor& cursor, std::uint32_t allFlags, RowPair* out,

@@ -1,56 +1,35 @@
 #include "Geom/Geom_QuadKernels_impl.h"
+#include "Geom/Geom_Vector_impl.h"
 
 // Rings of four edges do not fill 512 bits: AVX2 does for both.
 #if !defined(__AVX512F__)
-
-#include <immintrin.h>
 
 namespace Geom::impl::KVI_SIMD
 {
 namespace
 {
 
+constexpr std::uint32_t kPoints = kWidth / 2; // that a vector holds
+
 #if defined(__AVX2__)
 
-using Vector = __m256d;
-constexpr std::uint32_t kPoints = 2; // that a vector holds
-inline Vector Load(const Point2D* p) { return _mm256_loadu_pd(&p->x); }
-inline Vector All(double x, double y) { return _mm256_setr_pd(x, y, x, y); }
-inline Vector Minus(Vector a, Vector b) { return _mm256_sub_pd(a, b); }
-inline Vector Plus(Vector a, Vector b) { return _mm256_add_pd(a, b); }
-inline Vector Times(Vector a, Vector b) { return _mm256_mul_pd(a, b); }
-inline Vector Size(Vector a) { return _mm256_andnot_pd(All(-0.0, -0.0), a); }
+inline Vector AllOf(double x, double y) { return _mm256_setr_pd(x, y, x, y); }
 inline Vector AllX(Vector a, Vector b) { return _mm256_unpacklo_pd(a, b); }
 inline Vector AllY(Vector a, Vector b) { return _mm256_unpackhi_pd(a, b); }
-inline unsigned IsGreater(Vector a, Vector b)
-{
-    return unsigned(_mm256_movemask_pd(_mm256_cmp_pd(a, b, _CMP_GT_OQ)));
-}
 /// The elements of a step that stand for an edge of their own when so many edges are left.
-constexpr unsigned kOwn[] = {0, 4, 5, 13, 15};
+constexpr Mask kOwn[] = {0, 4, 5, 13, 15};
 
 #else
 
-using Vector = __m128d;
-constexpr std::uint32_t kPoints = 1;
-inline Vector Load(const Point2D* p) { return _mm_loadu_pd(&p->x); }
-inline Vector All(double x, double y) { return _mm_setr_pd(x, y); }
-inline Vector Minus(Vector a, Vector b) { return _mm_sub_pd(a, b); }
-inline Vector Plus(Vector a, Vector b) { return _mm_add_pd(a, b); }
-inline Vector Times(Vector a, Vector b) { return _mm_mul_pd(a, b); }
-inline Vector Size(Vector a) { return _mm_andnot_pd(All(-0.0, -0.0), a); }
+inline Vector AllOf(double x, double y) { return _mm_setr_pd(x, y); }
 inline Vector AllX(Vector a, Vector b) { return _mm_unpacklo_pd(a, b); }
 inline Vector AllY(Vector a, Vector b) { return _mm_unpackhi_pd(a, b); }
-inline unsigned IsGreater(Vector a, Vector b)
-{
-    return unsigned(_mm_movemask_pd(_mm_cmpgt_pd(a, b)));
-}
-constexpr unsigned kOwn[] = {0, 1, 3};
+constexpr Mask kOwn[] = {0, 1, 3};
 
 #endif
 
 constexpr std::uint32_t kStep = 2 * kPoints; // edges
-constexpr unsigned kAll = kOwn[kStep];
+constexpr Mask kAll = kOwn[kStep];
 
 /// The point, and the half-epsilons that go with dx and dy: that of y, that of x.
 struct Probe
@@ -61,16 +40,17 @@ struct Probe
 /// Edges by a bit each.
 struct Edges
 {
-    unsigned crossed; ///< by a ray from the point to the right
-    unsigned clear;   ///< the point is off their lines by more than the tolerance, for certain
+    Mask crossed; ///< by a ray from the point to the right
+    Mask clear;   ///< the point is off their lines by more than the tolerance, for certain
 };
 
 /// The edges that begin at the points from @p i on and from @p j on, kPoints each. With a and b
 /// from the point to the ends of an edge the point is off the edge's line by a x b.
 inline Edges Look(const Point2D* i, const Point2D* j, const Probe& probe)
 {
-    const Vector zero = All(0, 0);
-    const Vector i0 = Load(i), i1 = Load(i + 1), j0 = Load(j), j1 = Load(j + 1);
+    const auto load = [](const Point2D* p) { return Load(&p->x); };
+    const Vector zero = All(0);
+    const Vector i0 = load(i), i1 = load(i + 1), j0 = load(j), j1 = load(j + 1);
     const Vector ai = Minus(i0, probe.point), bi = Minus(i1, probe.point);
     const Vector aj = Minus(j0, probe.point), bj = Minus(j1, probe.point);
     const Vector ay = AllY(ai, aj), by = AllY(bi, bj);
@@ -82,14 +62,14 @@ inline Edges Look(const Point2D* i, const Point2D* j, const Probe& probe)
     const Vector tolerance = Plus(AllX(reachI, reachJ), AllY(reachI, reachJ));
     // Eight roundings at the most touch each of the terms.
     const Vector terms = Plus(Plus(Size(left), Size(right)), tolerance);
-    const Vector doubt = Plus(tolerance, Times(terms, All(0x1p-49, 0x1p-49)));
+    const Vector doubt = Plus(tolerance, Times(terms, All(0x1p-49)));
 
     // Half-open in y: a ray through a vertex crosses one of two edges that go on, both or none of
     // two that turn back. An edge that rises past the point is crossed when the point is left of
     // it.
-    const unsigned isUp = IsGreater(by, zero);
-    const unsigned isPast = IsGreater(ay, zero) ^ isUp;
-    const unsigned isDown = isUp ^ kAll;
+    const Mask isUp = IsGreater(by, zero);
+    const Mask isPast = IsGreater(ay, zero) ^ isUp;
+    const Mask isDown = isUp ^ kAll;
     return {isPast & (IsGreater(cross, zero) ^ isDown), IsGreater(Size(cross), doubt)};
 }
 
@@ -103,7 +83,7 @@ inline std::uint64_t Ask(const Point2D* header, const Probe& probe)
         return kInDoubt;
     const Point2D* const ring = header + 1;
     const std::uint32_t edges = item.count - 1, final = edges - kPoints;
-    unsigned crossed = 0, clear = kAll;
+    Mask crossed = 0, clear = kAll;
     for (std::uint32_t edge = 0; edge < edges; edge += kStep)
     {
         const std::uint32_t next = edge + kPoints, left = edges - edge;
@@ -135,7 +115,7 @@ inline std::uint32_t BoxesAt(const QuadMark* line, std::uint32_t position)
 std::uint64_t HoldersAmong(const QuadMark* marks, std::uint32_t last, std::uint32_t position,
                            const Point2D* points, double x, double y, double hx, double hy)
 {
-    const Probe probe = {All(x, y), All(hy, hx)};
+    const Probe probe = {AllOf(x, y), AllOf(hy, hx)};
     std::uint32_t boxes = 0;
     for (std::uint32_t mark = 0; mark <= last; mark += kMarksPerLine)
         boxes |= BoxesAt(marks + mark, position) << mark;
