@@ -161,13 +161,19 @@ void Crew::Close(Work& work)
     (void)entry.bed->Sleep(); // without limit
 }
 
-bool Crew::Enter(Work& work, unsigned& place)
+/// Lets the calling thread in, if the work may have one more. Behind the lock.
+bool Crew::Admit(Work& work, unsigned& place)
 {
-    const std::lock_guard lock(lock_);
     if (!MayJoin(work))
         return false;
     place = work.FirstPlace() + work.inside_.fetch_add(1, std::memory_order_relaxed);
     return true;
+}
+
+bool Crew::Enter(Work& work, unsigned& place)
+{
+    const std::lock_guard lock(lock_);
+    return Admit(work, place);
 }
 
 void Crew::Leave(Work& work)
@@ -192,11 +198,8 @@ Work* Crew::Join(unsigned& openings, unsigned& place)
 {
     const std::lock_guard lock(lock_);
     for (Work* work = first_; work != nullptr; work = work->after_)
-        if (MayJoin(*work))
-        {
-            place = work->FirstPlace() + work->inside_.fetch_add(1, std::memory_order_relaxed);
+        if (Admit(*work, place))
             return work;
-        }
     openings = openings_.load(std::memory_order_relaxed);
     return nullptr;
 }

@@ -50,6 +50,7 @@ private:
     bool SpinForWork(unsigned openings) const;
     void Unlink(Work& work);
     static bool MayJoin(const Work& work);
+    static bool Admit(Work& work, unsigned& place);
 
     std::mutex finishing_; // one Finish at a time
     std::mutex lock_;
