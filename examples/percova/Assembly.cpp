@@ -41,29 +41,34 @@ Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
             SaturatedMatrix(element, soils[model.material[e]], &saturated_[matrixStart_[e]]);
         }
     });
-    ElementState element;
-    for (std::size_t e = 0; e < mesh.Elements(); ++e)
-    {
-        element.Load(mesh, e, none.data());
-        if (!soils[model.material[e]].kr.IsSaturated())
-            sharpness_ = std::max(sharpness_, SharpnessOf(element, soils[model.material[e]]));
-    }
 }
 
-double Assembly::DrawnOut(double sharpness) const
+template <class What>
+double Assembly::Greatest(What what) const
 {
     const std::vector<double> none(model_.mesh.Nodes());
-    double farthest = 0;
+    double greatest = 0;
     ElementState element;
     for (std::size_t e = 0; e < model_.mesh.Elements(); ++e)
     {
         const Soil& soil = soils_[model_.material[e]];
+        if (soil.kr.IsSaturated())
+            continue;
         element.Load(model_.mesh, e, none.data());
-        if (!soil.kr.IsSaturated())
-            farthest =
-                std::max(farthest, soil.kr.Width() * (SharpnessOf(element, soil) / sharpness - 1));
+        greatest = std::max(greatest, what(SharpnessOf(element, soil), soil));
     }
-    return farthest;
+    return greatest;
+}
+
+double Assembly::Sharpness() const
+{
+    return Greatest([](double sharpness, const Soil&) { return sharpness; });
+}
+
+double Assembly::DrawnOut(double sharpness) const
+{
+    return Greatest(
+        [=](double own, const Soil& soil) { return soil.kr.Width() * (own / sharpness - 1); });
 }
 
 void Assembly::Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,

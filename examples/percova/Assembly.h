@@ -21,8 +21,8 @@ public:
     Assembly(const Model& model, const std::vector<Soil>& soils);
     const std::vector<Soil>& Soils() const { return soils_; }
 
-    /// The greatest SharpnessOf an element.
-    double Sharpness() const { return sharpness_; }
+    /// The greatest SharpnessOf an element; looks at all of them, as DrawnOut does.
+    double Sharpness() const;
     /// How far a sharpness draws the curves out, at most [m].
     double DrawnOut(double sharpness) const;
 
@@ -37,6 +37,9 @@ private:
     void Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,
                   double damping, std::size_t first, std::size_t last, double* matrices);
     void Sum(std::vector<double>& inflow) const;
+    /// The greatest what(sharpness, soil) of the elements that can dry out, at least 0.
+    template <class What>
+    double Greatest(What what) const;
 
     const Model& model_;
     const std::vector<Soil>& soils_;
@@ -46,7 +49,6 @@ private:
     std::vector<std::size_t> matrixStart_; ///< by element: entries of the elements before it
     std::vector<double> saturated_;        ///< matrices of all elements at kr = 1
     std::vector<double> matrices_;         ///< of one block of elements
-    double sharpness_ = 0;
 };
 
 } // namespace percova

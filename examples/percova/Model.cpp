@@ -239,7 +239,7 @@ void Binder::BindProbes()
 void Binder::BindSections()
 {
     model_.sections = std::make_shared<const Sections>(mesh_, problem_.sections, *model_.finder);
-    for (const Sections::Warning& warning : model_.sections->Warnings(problem_.sections))
+    for (const Sections::Warning& warning : model_.sections->Warnings())
         faults_.Warning(problem_.file, problem_.sections[warning.section].place, warning.text);
 }
 

@@ -79,58 +79,59 @@ std::vector<double> CutsOf(const std::vector<Polyline>& sides, Point a, Point b,
 
 Sections::Sections(const Mesh& mesh, const std::vector<Section>& sections,
                    const ElementFinder& finder)
-    : cuts_(sections.size())
+    : stations_(sections.size())
 {
     if (sections.empty())
         return;
     const std::vector<Polyline> sides = SidesOf(mesh);
     for (std::size_t i = 0; i < sections.size(); ++i)
-        for (std::size_t k = 1; k < sections[i].line.size(); ++k)
-            Add(mesh, sides, finder, sections[i].line[k - 1], sections[i].line[k], cuts_[i]);
+    {
+        const Polyline& line = sections[i].line;
+        double inside = 0;
+        for (std::size_t k = 1; k < line.size(); ++k)
+            inside += Cut(mesh, sides, finder, line[k - 1], line[k], stations_[i]);
+        WarnOf(i, sections[i], inside);
+    }
 }
 
-void Sections::Add(const Mesh& mesh, const std::vector<Polyline>& sides,
-                   const ElementFinder& finder, Point a, Point b, Cut& cut)
+/// @returns how much of the way from @p a to @p b lies in the mesh [m]
+double Sections::Cut(const Mesh& mesh, const std::vector<Polyline>& sides,
+                     const ElementFinder& finder, Point a, Point b, Stations& stations)
 {
     if (a == b)
-        return;
+        return 0;
     const auto at = [&](double t) { return Point{a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)}; };
-    double from = 0;
+    double from = 0, inside = 0;
     for (const double to : CutsOf(sides, a, b, PrecisionFor(mesh)))
     {
         const double length = to - from;
         if (length < kShortest)
             continue;
         const std::vector<ElementPlace> around = finder.At(mesh, at(from + length / 2));
-        cut.inside += around.empty() ? 0 : length * std::hypot(b.x - a.x, b.y - a.y);
+        inside += around.empty() ? 0 : length * std::hypot(b.x - a.x, b.y - a.y);
         for (int p = 0; p < 4 && !around.empty(); ++p)
         {
             Station station{
                 around, {kWeight[p] * length * (b.y - a.y), -kWeight[p] * length * (b.x - a.x)}};
             for (ElementPlace& place : station.places)
                 (void)FindInElement(mesh, place.element, at(from + kAt[p] * length), place);
-            cut.stations.push_back(std::move(station));
+            stations.push_back(std::move(station));
         }
         from = to;
     }
+    return inside;
 }
 
-std::vector<Sections::Warning> Sections::Warnings(const std::vector<Section>& sections) const
+void Sections::WarnOf(std::size_t index, const Section& section, double inside)
 {
-    std::vector<Warning> warnings;
-    for (std::size_t i = 0; i < cuts_.size(); ++i)
-    {
-        const double length = LengthOf(sections[i].line);
-        const double outside = length - cuts_[i].inside;
-        const std::string name = "section '" + sections[i].name + "' ";
-        if (cuts_[i].stations.empty())
-            warnings.push_back({i, name + "does not meet the mesh, so it has no flow"});
-        else if (outside > kAside * length)
-            warnings.push_back({i, name + "lies outside the mesh with " +
-                                       Short(100 * outside / length, 2) +
-                                       " % of its length, where nothing is counted"});
-    }
-    return warnings;
+    const double length = LengthOf(section.line), outside = length - inside;
+    const std::string name = "section '" + section.name + "' ";
+    if (stations_[index].empty())
+        warnings_.push_back({index, name + "does not meet the mesh, so it has no flow"});
+    else if (outside > kAside * length)
+        warnings_.push_back({index, name + "lies outside the mesh with " +
+                                        Short(100 * outside / length, 2) +
+                                        " % of its length, where nothing is counted"});
 }
 
 void Sections::Evaluate(const Solution& solution, StepResult& result) const
@@ -138,8 +139,8 @@ void Sections::Evaluate(const Solution& solution, StepResult& result) const
     const std::vector<Section>& sections = solution.model.problem.sections;
     for (std::size_t i = 0; i < sections.size(); ++i)
     {
-        double flow = cuts_[i].stations.empty() ? kMissing : 0;
-        for (const Station& station : cuts_[i].stations)
+        double flow = stations_[i].empty() ? kMissing : 0;
+        for (const Station& station : stations_[i])
             for (const ElementPlace& place : station.places)
             {
                 const Soil& soil = solution.soils[solution.model.material[place.element]];
@@ -154,7 +155,7 @@ void Sections::Evaluate(const Solution& solution, StepResult& result) const
             }
         result.sections.push_back({sections[i].name, flow});
     }
-    for (const Warning& warning : Warnings(sections))
+    for (const Warning& warning : warnings_)
         result.warnings.push_back(warning.text);
 }
 

@@ -28,7 +28,7 @@ public:
         std::size_t section;
         std::string text;
     };
-    std::vector<Warning> Warnings(const std::vector<Section>& sections) const;
+    const std::vector<Warning>& Warnings() const { return warnings_; }
 
     /// Fills the sections of @p result. A section that does not meet the mesh has no flow.
     void Evaluate(const Solution& solution, StepResult& result) const;
@@ -40,16 +40,14 @@ private:
         std::vector<ElementPlace> places;
         Point normal; ///< to the right of the line, times the weight [m]
     };
-    struct Cut
-    {
-        std::vector<Station> stations;
-        double inside = 0; ///< length in the mesh [m]
-    };
+    using Stations = std::vector<Station>;
 
-    static void Add(const Mesh& mesh, const std::vector<Polyline>& sides,
-                    const ElementFinder& finder, Point a, Point b, Cut& cut);
+    static double Cut(const Mesh& mesh, const std::vector<Polyline>& sides,
+                      const ElementFinder& finder, Point a, Point b, Stations& stations);
+    void WarnOf(std::size_t index, const Section& section, double inside);
 
-    std::vector<Cut> cuts_; ///< by section
+    std::vector<Stations> stations_; ///< by section
+    std::vector<Warning> warnings_;
 };
 
 } // namespace percova
