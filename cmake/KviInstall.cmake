@@ -1,8 +1,13 @@
 # cmake --install puts the library, its public headers and a package file for find_package(KVI).
 include(CMakePackageConfigHelpers)
 install(TARGETS kvi EXPORT KVITargets)
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/common/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi
-        FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "*_impl.h" EXCLUDE PATTERN "platform" EXCLUDE)
+# Public is what stands directly in an area's folder.
+install(FILES "${PROJECT_SOURCE_DIR}/common/KVI.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi)
+foreach(area IN ITEMS foundation data Geom numerics sys fn doc)
+  file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/common/${area}/*.h"
+       "${PROJECT_SOURCE_DIR}/common/${area}/*.def")
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi/${area})
+endforeach()
 install(EXPORT KVITargets NAMESPACE KVI:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KVI)
 install(FILES "${PROJECT_SOURCE_DIR}/cmake/KviStringTable.cmake"
         "${PROJECT_SOURCE_DIR}/cmake/string_table.rc.in"

@@ -4,7 +4,7 @@
 
 #include "numerics/FeElement.h"
 #include "numerics/ISysEqnImpl.h"
-#include "numerics/numerics_MatrixView.h"
+#include "numerics/system/MatrixView.h"
 
 #include <Eigen/Sparse>
 
@@ -175,7 +175,7 @@ struct System
         for (double& load : b)
             load = 1 + double(random() % 16) / 8;
     }
-    math::impl::MatrixView View() const
+    numerics::MatrixView View() const
     {
         return {int(A.rows()), A.outerIndexPtr(), A.innerIndexPtr(), A.valuePtr()};
     }

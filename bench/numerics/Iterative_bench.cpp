@@ -1,8 +1,8 @@
 // Goal 2d: the symmetric iterative solver to 1e-8, set-up included, beside hypre's conjugate
 // gradients with BoomerAMG and Eigen's with the diagonal. One thread each.
 #include "numerics/FeMesh.h"
-#include "numerics/numerics_Krylov.h"
-#include "numerics/numerics_Profile.h"
+#include "numerics/solve/Krylov.h"
+#include "numerics/solve/Profile.h"
 
 #include <Eigen/IterativeLinearSolvers>
 #include <benchmark/benchmark.h>
@@ -51,8 +51,8 @@ void Kvi(benchmark::State& state, const Case& given)
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 1);
     Time(state, system, [&] {
         Eigen::VectorXd x = Eigen::VectorXd::Zero(system.b.size());
-        math::impl::KrylovCache cache;
-        const math::SolveRecord record = math::impl::SolveKrylovSymmetric(
+        numerics::KrylovCache cache;
+        const math::SolveRecord record = numerics::SolveKrylovSymmetric(
             system.View(), system.b.data(), x.data(), kTolerance, 1000, cache);
         return std::pair(x, record.iterations);
     });
@@ -62,7 +62,7 @@ void Kvi(benchmark::State& state, const Case& given)
 void Direct(benchmark::State& state, const Case& given)
 {
     const fe_mesh::System& system = SystemOf(given);
-    math::impl::ProfileSolver solver;
+    numerics::ProfileSolver solver;
     Time(state, system, [&] {
         Eigen::VectorXd x(system.b.size());
         solver.Solve(system.View(), true, system.b.data(), x.data(), 1);

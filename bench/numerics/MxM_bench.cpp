@@ -2,7 +2,7 @@
 // every product called through a function pointer, its operands in the first cache.
 #include "numerics/MxM.h"
 #include "numerics/MxM_peer.h"
-#include "numerics/numerics_kernels_impl.h"
+#include "numerics/dense/Kernels.h"
 #include "platform/platform_cpu.h"
 
 #include <benchmark/benchmark.h>
@@ -16,7 +16,7 @@
 namespace
 {
 
-using math::impl::Kernels;
+using numerics::Kernels;
 
 struct Size
 {
@@ -36,8 +36,8 @@ Case Of(Kernels::Fixed<M, N, P> exported, Kernels::Fixed<M, N, P> Kernels::*kern
     const auto flat = [](auto fixed) { return reinterpret_cast<peer::Product>(fixed); };
     return {{M, N, P},
             flat(exported),
-            flat(math::impl::sse2::kKernels.*kernel),
-            flat(math::impl::avx2::kKernels.*kernel)};
+            flat(numerics::sse2::kKernels.*kernel),
+            flat(numerics::avx2::kKernels.*kernel)};
 }
 
 const Case kCases[] = {

@@ -2,7 +2,7 @@
 // beside the bare call of MKL on the matrix as MKL takes it; and the built-in counterpart, also
 // beside other libraries. One thread each.
 #include "numerics/FeMesh.h"
-#include "numerics/numerics_Pardiso.h"
+#include "numerics/solve/Pardiso.h"
 
 #include <Eigen/CholmodSupport>
 #include <Eigen/SparseCholesky>
@@ -18,7 +18,7 @@ namespace
 
 using fe_mesh::Case;
 using fe_mesh::SystemOf;
-using namespace math::impl;
+using namespace numerics;
 
 constexpr Case kCases[] = {
     {"Q4 1e4", 4, 1, 10000, false},          {"Q4 1e5", 4, 1, 100000, false},

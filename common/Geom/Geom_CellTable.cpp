@@ -1,6 +1,6 @@
 #include "Geom/Geom_CellTable.h"
 
-#include "Geom/Geom_plane_impl.h"
+#include "Geom/exact/Plane.h"
 #include "foundation/kvidbg.h"
 
 #include <stdexcept>

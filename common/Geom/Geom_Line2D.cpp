@@ -1,6 +1,6 @@
 #include "Geom/Geom_Line2D.h"
 
-#include "Geom/Geom_plane_impl.h"
+#include "Geom/exact/Plane.h"
 
 namespace Geom
 {

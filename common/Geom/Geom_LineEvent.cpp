@@ -1,6 +1,6 @@
 #include "Geom/Geom_LineEvent.h"
 
-#include "Geom/Geom_plane_impl.h"
+#include "Geom/exact/Plane.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,10 +1,10 @@
 #include "Geom/Geom_LineEvents2D.h"
 
-#include "Geom/Geom_ClearCrossing_impl.h"
-#include "Geom/Geom_EventOrder_impl.h"
 #include "Geom/Geom_LineIntersection2D.h"
-#include "Geom/Geom_LinePairs_impl.h"
-#include "Geom/Geom_plane_impl.h"
+#include "Geom/events/EventOrder.h"
+#include "Geom/events/LinePairs.h"
+#include "Geom/exact/ClearCrossing.h"
+#include "Geom/exact/Plane.h"
 
 #include <cmath>
 

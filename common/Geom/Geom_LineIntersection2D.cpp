@@ -1,8 +1,8 @@
 #include "Geom/Geom_LineIntersection2D.h"
 
-#include "Geom/Geom_ClearCrossing_impl.h"
 #include "Geom/Geom_Line2D.h"
-#include "Geom/Geom_plane_impl.h"
+#include "Geom/exact/ClearCrossing.h"
+#include "Geom/exact/Plane.h"
 
 namespace Geom
 {

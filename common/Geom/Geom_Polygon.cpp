@@ -1,8 +1,8 @@
 #include "Geom/Geom_Polygon.h"
 
-#include "Geom/Geom_RepeatedPoint_impl.h"
 #include "Geom/Geom_Vector.h"
-#include "Geom/Geom_plane_impl.h"
+#include "Geom/exact/Plane.h"
+#include "Geom/exact/RepeatedPoint.h"
 
 #include <algorithm>
 #include <cmath>

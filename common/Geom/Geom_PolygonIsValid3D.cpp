@@ -1,5 +1,5 @@
 #include "Geom/Geom_Polygon.h"
-#include "Geom/Geom_plane_impl.h"
+#include "Geom/exact/Plane.h"
 
 #include <cmath>
 

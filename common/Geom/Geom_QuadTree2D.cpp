@@ -1,9 +1,9 @@
 #include "Geom/Geom_QuadTree2D.h"
 
 #include "Geom/Geom_CellTable.h"
-#include "Geom/Geom_QuadKernels_impl.h"
-#include "Geom/Geom_QuadNodes_impl.h"
-#include "Geom/Geom_plane_impl.h"
+#include "Geom/exact/Plane.h"
+#include "Geom/tree/QuadKernels.h"
+#include "Geom/tree/QuadNodes.h"
 #include "platform/platform_cpu.h"
 
 #include <bit>

@@ -1,6 +1,6 @@
 #include "data/DataTable.h"
 
-#include "data/datatable_Plan_impl.h"
+#include "data/table/EvaluationPlan.h"
 #include "foundation/MissingValue.h"
 #include "foundation/str_fmt.h"
 

@@ -1,6 +1,6 @@
 #include "data/datatable_calculators.h"
 
-#include "data/datatable_ColumnReader_impl.h"
+#include "data/table/ColumnReader.h"
 
 #include <algorithm>
 #include <mutex>

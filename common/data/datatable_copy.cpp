@@ -1,8 +1,8 @@
 #include "data/datatable_copy.h"
 
-#include "data/datatable_ColumnReader_impl.h"
 #include "data/datatable_calculators.h"
 #include "data/datatable_cells.h"
+#include "data/table/ColumnReader.h"
 #include "foundation/MissingValue.h"
 
 #include <algorithm>

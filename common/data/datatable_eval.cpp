@@ -1,7 +1,7 @@
 #include "data/datatable_eval.h"
 
 #include "data/DataTable.h"
-#include "data/datatable_Plan_impl.h"
+#include "data/table/EvaluationPlan.h"
 #include "foundation/MissingValue.h"
 
 #include <array>

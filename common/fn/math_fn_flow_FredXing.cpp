@@ -1,7 +1,7 @@
 #include "fn/math_fn_flow_FredXing.h"
 
-#include "fn/fn_FredXing_impl.h"
-#include "fn/math_elementary_impl.h"
+#include "fn/curve/FredXingLoop.h"
+#include "fn/curve/Log2Exp2.h"
 #include "platform/platform_cpu.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "foundation/gtl_impl_is_valid_from.h"
 
-#include "foundation/str_number_impl.h"
+#include "foundation/number/NumberPrinter.h"
 
 #include <algorithm>
 #include <string_view>

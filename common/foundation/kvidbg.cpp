@@ -2,7 +2,7 @@
 
 #include "foundation/gtl_status.h"
 #include "foundation/str.h"
-#include "foundation/str_fmt_impl.h"
+#include "foundation/text/FormatToken.h"
 
 #include <algorithm>
 

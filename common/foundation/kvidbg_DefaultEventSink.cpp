@@ -1,8 +1,8 @@
 #include "foundation/kvidbg_Category.h"
 #include "foundation/kvidbg_EventSink.h"
 #include "foundation/kvidbg_LogFilter.h"
-#include "foundation/kvidbg_Output.h"
-#include "foundation/kvidbg_RecordLine.h"
+#include "foundation/log/LogOutput.h"
+#include "foundation/log/RecordLine.h"
 #include "foundation/str_fmt.h"
 
 #include <mutex>

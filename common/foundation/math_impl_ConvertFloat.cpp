@@ -1,7 +1,7 @@
 #include "foundation/math_impl_ConvertFloat.h"
 
-#include "foundation/str_decimal_impl.h"
-#include "foundation/str_number_impl.h"
+#include "foundation/number/Decimal.h"
+#include "foundation/number/NumberPrinter.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
 #include "foundation/math_impl_ConvertInt.h"
 
-#include "foundation/str_number_impl.h"
+#include "foundation/number/NumberPrinter.h"
 
 #include <charconv>
 #include <cstdint>

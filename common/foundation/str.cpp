@@ -1,6 +1,6 @@
 #include "foundation/str.h"
 
-#include "foundation/str_number_impl.h"
+#include "foundation/number/NumberPrinter.h"
 #include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
 

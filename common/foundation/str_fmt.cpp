@@ -1,7 +1,7 @@
 #include "foundation/str_fmt.h"
 
-#include "foundation/str_fmt_impl.h"
-#include "foundation/str_number_impl.h"
+#include "foundation/number/NumberPrinter.h"
+#include "foundation/text/FormatToken.h"
 #include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
 

@@ -1,6 +1,6 @@
 #include "foundation/str_fmt_float_cstring.h"
 
-#include "foundation/str_number_impl.h"
+#include "foundation/number/NumberPrinter.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "foundation/str_locale.h"
 
-#include "foundation/str_locale_impl.h"
+#include "foundation/text/LocaleRecord.h"
 #include "platform/platform_locale.h"
 #include "platform/platform_text.h"
 

@@ -2,7 +2,7 @@
 #include "foundation/math_impl_ConvertFloat.h"
 #include "foundation/str.h"
 #include "foundation/str_locale.h"
-#include "foundation/str_locale_impl.h"
+#include "foundation/text/LocaleRecord.h"
 
 #include <charconv>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "foundation/gtl_Convert_error_status.h"
+#include "foundation/number/NumberPrinter.h"
 #include "foundation/str_locale.h"
-#include "foundation/str_locale_impl.h"
-#include "foundation/str_number_impl.h"
+#include "foundation/text/LocaleRecord.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 #include "numerics/ISysEqnImpl.h"
 
-#include "numerics/ISysEqnImpl_state.h"
-#include "numerics/numerics_BlockVector.h"
-#include "numerics/numerics_Product.h"
-#include "numerics/numerics_Threads.h"
+#include "numerics/solve/BlockVector.h"
+#include "numerics/solve/Threads.h"
+#include "numerics/system/Product.h"
+#include "numerics/system/SystemState.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -36,8 +36,8 @@ long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations, int count)
     }
     catch (const std::bad_alloc&)
     {
-        s.refusal = math::impl::EmptyPattern(s.pattern, SolveOutcome::TooLarge,
-                                             L"memory cannot hold the system");
+        s.refusal = numerics::EmptyPattern(s.pattern, SolveOutcome::TooLarge,
+                                           L"memory cannot hold the system");
         s.Clear();
     }
     s.last = s.refusal;
@@ -65,7 +65,7 @@ long ISysEqnImpl::ResetToZero()
 long ISysEqnImpl::InsertIntoSysCoefMtx(int element, const tagMatrixDbl* m)
 {
     State& s = *state_;
-    const math::impl::Pattern& p = s.pattern;
+    const numerics::Pattern& p = s.pattern;
     if (std::size_t(element) >= p.elements.Count() ||
         m->values.size() !=
             p.offsetStart[std::size_t(element) + 1] - p.offsetStart[std::size_t(element)])
@@ -206,19 +206,19 @@ long ISysEqnImpl::GetResidualVecNorm(int kind, double* norm) const
         for (std::size_t i = 0; i < r.size(); ++i)
             if (s.fixed[i] != 0)
                 r[i] = s.prescribed[i] - s.x[i];
-    using math::impl::MaxNorm, math::impl::SumNorm, math::impl::Norm2;
+    using numerics::MaxNorm, numerics::SumNorm, numerics::Norm2;
     if (kind == 0)
         *norm = MaxNorm(r.data(), r.size());
     else if (kind == 1)
         *norm = SumNorm(r.data(), r.size());
     else
-        math::impl::OnThreads(s.threads, [&] { *norm = Norm2(s.Size(), r.data()); });
+        numerics::OnThreads(s.threads, [&] { *norm = Norm2(s.Size(), r.data()); });
     return 0;
 }
 
 const math::SolveRecord& ISysEqnImpl::LastSolve() const { return state_->last; }
 
-math::impl::MatrixView ISysEqnImpl::State::Matrix() const
+numerics::MatrixView ISysEqnImpl::State::Matrix() const
 {
     return {Size(), pattern.rowStart.data(), pattern.columns.data(), values.data()};
 }

@@ -1,9 +1,9 @@
 #include "foundation/kvidbg.h"
-#include "numerics/ISysEqnImpl_state.h"
 #include "numerics/math_SparseSolver.h"
-#include "numerics/numerics_BlockVector.h"
-#include "numerics/numerics_Product.h"
-#include "numerics/numerics_Threads.h"
+#include "numerics/solve/BlockVector.h"
+#include "numerics/solve/Threads.h"
+#include "numerics/system/Product.h"
+#include "numerics/system/SystemState.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +14,7 @@
 using math::SolveMethod;
 using math::SolveOutcome;
 using math::SolveRecord;
-using math::impl::MatrixView;
+using numerics::MatrixView;
 
 namespace
 {
@@ -101,8 +101,8 @@ void ISysEqnImpl::State::Finish(const MatrixView& reduced, const double* rhs, So
 {
     std::vector<double> r(x.size());
     Residual(reduced, rhs, x.data(), r.data(), threads);
-    const double size = math::impl::Norm2(Size(), rhs);
-    record.residual = math::impl::Norm2(Size(), r.data()) / (size > 0 ? size : 1);
+    const double size = numerics::Norm2(Size(), rhs);
+    record.residual = numerics::Norm2(Size(), r.data()) / (size > 0 ? size : 1);
     if (fixedCount > 0)
         for (std::size_t i = 0; i < x.size(); ++i)
             if (fixed[i] != 0)
@@ -134,7 +134,7 @@ void ISysEqnImpl::State::Solve(Solver solver)
     }
     try
     {
-        math::impl::OnThreads(threads, [&] {
+        numerics::OnThreads(threads, [&] {
             const double* rhs = nullptr;
             const MatrixView A = Reduce(rhs);
             Finish(A, rhs, solver(A, rhs, x.data()));

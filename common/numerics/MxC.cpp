@@ -1,8 +1,8 @@
 #include "numerics/MxC.h"
 
-#include "numerics/numerics_kernels_impl.h"
+#include "numerics/dense/Kernels.h"
 
-using math::impl::activeKernels;
+using numerics::activeKernels;
 
 void MxC_2_2(double A[2][2], double k) { activeKernels->MxC_2_2(A, k); }
 void MxC_3_3(double A[3][3], double k) { activeKernels->MxC_3_3(A, k); }

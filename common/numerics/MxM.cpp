@@ -1,11 +1,11 @@
 #include "numerics/MxM.h"
 
-#include "numerics/numerics_kernels_impl.h"
+#include "numerics/dense/Kernels.h"
 
 #include <cmath>
 #include <cstddef>
 
-using math::impl::activeKernels;
+using numerics::activeKernels;
 
 void MxM(double* C, const double* A, const double* B, int m, int n, int p)
 {

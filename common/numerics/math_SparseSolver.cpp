@@ -1,11 +1,11 @@
 #include "numerics/math_SparseSolver.h"
 
-#include "numerics/numerics_Pardiso.h"
-#include "numerics/numerics_Vendor.h"
+#include "numerics/solve/Pardiso.h"
+#include "numerics/solve/Vendor.h"
 
 #include <atomic>
 
-namespace math::impl
+namespace numerics
 {
 namespace
 {
@@ -23,22 +23,22 @@ const PardisoFunctions& ActivePardiso()
 
 void ReplacePardiso(const PardisoFunctions* functions) { replacement = functions; }
 
-} // namespace math::impl
+} // namespace numerics
 
 namespace math
 {
 
-std::wstring SparseSolverName() { return L"pardiso (" + impl::ActivePardiso().name + L")"; }
+std::wstring SparseSolverName() { return L"pardiso (" + numerics::ActivePardiso().name + L")"; }
 
 void SetSparseSolverThreads(int threads)
 {
-    if (const auto set = impl::ActivePardiso().setThreads)
+    if (const auto set = numerics::ActivePardiso().setThreads)
         set(threads > 0 ? threads : 1);
 }
 
 void FreeSparseSolverMemory()
 {
-    if (const auto freeBuffers = impl::ActivePardiso().freeBuffers)
+    if (const auto freeBuffers = numerics::ActivePardiso().freeBuffers)
         freeBuffers();
 }
 

@@ -1,7 +1,7 @@
 #include "numerics/math_matrix_Dispatch.h"
 
 #include "numerics/MxM.h"
-#include "numerics/numerics_Vendor.h"
+#include "numerics/solve/Vendor.h"
 
 #include <Eigen/Core>
 #include <Eigen/LU>
@@ -80,11 +80,11 @@ bool MultiplyPacked(const storage::DenseRef<float>&, const storage::DenseConstRe
 /// From here on MKL's threads pay, multiplications.
 constexpr double kWorthVendor = 8e6;
 
-math::impl::BlasProduct<double> VendorProduct(const math::impl::Vendor& vendor, double)
+numerics::BlasProduct<double> VendorProduct(const numerics::Vendor& vendor, double)
 {
     return vendor.dgemm;
 }
-math::impl::BlasProduct<float> VendorProduct(const math::impl::Vendor& vendor, float)
+numerics::BlasProduct<float> VendorProduct(const numerics::Vendor& vendor, float)
 {
     return vendor.sgemm;
 }
@@ -97,7 +97,7 @@ bool MultiplyByVendor(T alpha, const storage::DenseConstRef<T>& A,
     constexpr int kRowMajor = 101, kColumnMajor = 102, kAsItIs = 111, kTransposed = 112;
     if (double(A.Rows()) * A.Columns() * B.Columns() < kWorthVendor)
         return false;
-    const auto& vendor = math::impl::FoundVendor();
+    const auto& vendor = numerics::FoundVendor();
     const auto product = vendor ? VendorProduct(*vendor, T()) : nullptr;
     if (product == nullptr || C.Data() == A.Data() || C.Data() == B.Data())
         return false;

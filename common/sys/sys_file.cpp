@@ -5,7 +5,7 @@
 #include "platform/platform_file.h"
 #include "platform/platform_filetree.h"
 #include "platform/platform_path.h"
-#include "sys/sys_file_impl.h"
+#include "sys/file/FileErrors.h"
 
 #include <functional>
 

@@ -3,7 +3,7 @@
 #include "foundation/str.h"
 #include "platform/platform_filesearch.h"
 #include "platform/platform_path.h"
-#include "sys/sys_file_impl.h"
+#include "sys/file/FileErrors.h"
 
 #include <utility>
 

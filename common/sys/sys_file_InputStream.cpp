@@ -2,7 +2,7 @@
 
 #include "foundation/KviError.h"
 #include "platform/platform_inputfile.h"
-#include "sys/sys_file_impl.h"
+#include "sys/file/FileErrors.h"
 
 #include <algorithm>
 #include <cstring>

@@ -5,8 +5,8 @@
 #include "platform/platform_folders.h"
 #include "platform/platform_library.h"
 #include "platform/platform_path.h"
+#include "sys/file/FileErrors.h"
 #include "sys/sys_file.h"
-#include "sys/sys_file_impl.h"
 
 namespace sys::file
 {

@@ -1,7 +1,7 @@
 #include "platform/platform_inputfile.h"
 #include "platform/platform_utf8.h"
+#include "sys/file/FileErrors.h"
 #include "sys/sys_file.h"
-#include "sys/sys_file_impl.h"
 
 #include <new>
 #include <stdexcept>

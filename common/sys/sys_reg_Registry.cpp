@@ -1,7 +1,7 @@
 #include "sys/sys_reg_Registry.h"
 
 #include "foundation/str.h"
-#include "sys/sys_reg_impl.h"
+#include "sys/reg/RegistryValues.h"
 
 #include <cstdint>
 

@@ -1,8 +1,8 @@
 #include "sys/sys_reg_RegistryMirror.h"
 
 #include "foundation/str.h"
+#include "sys/reg/RegistryValues.h"
 #include "sys/sys_reg_Registry.h"
-#include "sys/sys_reg_impl.h"
 
 #include <charconv>
 #include <cstdint>

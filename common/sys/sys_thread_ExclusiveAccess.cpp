@@ -4,7 +4,7 @@
 #include "platform/platform_error.h"
 #include "platform/platform_mutex.h"
 #include "platform/platform_park.h"
-#include "sys/sys_thread_report_impl.h"
+#include "sys/thread/ReportFailure.h"
 
 namespace sys::thread
 {

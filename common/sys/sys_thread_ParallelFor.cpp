@@ -1,7 +1,7 @@
 #include "sys/sys_thread_ParallelFor.h"
 
-#include "sys/sys_thread_Crew_impl.h"
-#include "sys/sys_thread_Range_impl.h"
+#include "sys/thread/Crew.h"
+#include "sys/thread/RangeIndex.h"
 
 #include <algorithm>
 #include <atomic>

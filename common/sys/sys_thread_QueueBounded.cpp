@@ -2,7 +2,7 @@
 
 #include "foundation/kvidbg.h"
 #include "platform/platform_park.h"
-#include "sys/sys_thread_QueueRings_impl.h"
+#include "sys/thread/QueueRings.h"
 
 #include <atomic>
 #include <chrono>

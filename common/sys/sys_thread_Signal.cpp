@@ -1,7 +1,7 @@
 #include "sys/sys_thread_Signal.h"
 
 #include "platform/platform_wait.h"
-#include "sys/sys_thread_report_impl.h"
+#include "sys/thread/ReportFailure.h"
 
 namespace sys::thread
 {

@@ -5,7 +5,7 @@
 #include "platform/platform_thread.h"
 #include "platform/platform_wait.h"
 #include "sys/sys_thread_ExclusiveAccess.h"
-#include "sys/sys_thread_report_impl.h"
+#include "sys/thread/ReportFailure.h"
 
 #include <algorithm>
 #include <chrono>

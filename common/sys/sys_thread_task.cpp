@@ -2,8 +2,8 @@
 
 #include "platform/platform_env.h"
 #include "platform/platform_thread.h"
-#include "sys/sys_thread_Crew_impl.h"
-#include "sys/sys_thread_Range_impl.h"
+#include "sys/thread/Crew.h"
+#include "sys/thread/RangeIndex.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,5 +1,5 @@
-#include "fn/fn_FredXing_impl.h"
-#include "fn/math_elementary_impl.h"
+#include "fn/curve/FredXingLoop.h"
+#include "fn/curve/Log2Exp2.h"
 #include "fn/math_fn_flow_FredXing.h"
 #include "platform/platform_cpu.h"
 #include "reference_cases.h"

@@ -1,5 +1,5 @@
+#include "foundation/number/NumberPrinter.h"
 #include "foundation/str_fmt_float_cstring.h"
-#include "foundation/str_number_impl.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "foundation/str_fmt.h"
-#include "foundation/str_fmt_impl.h"
+#include "foundation/text/FormatToken.h"
 
 #include <gtest/gtest.h>
 

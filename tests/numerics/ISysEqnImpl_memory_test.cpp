@@ -1,6 +1,6 @@
 // Systems of equations where memory ends: every allocation of every step fails once.
 #include "FilledSystem.h"
-#include "numerics/numerics_Pardiso.h"
+#include "numerics/solve/Pardiso.h"
 
 #include <gtest/gtest.h>
 
@@ -119,7 +119,7 @@ std::vector<double> SolvedAfresh(ISysEqnImpl& system)
 
 TEST(ISysEqnImpl, EndsWithARecordWhereverMemoryEnds)
 {
-    math::impl::ReplacePardiso(&math::impl::BuiltInPardiso());
+    numerics::ReplacePardiso(&numerics::BuiltInPardiso());
     ISysEqnImpl reference;
     const std::vector<double> right = SolvedAfresh(reference);
     for (const Step& step : kSteps)
@@ -158,7 +158,7 @@ TEST(ISysEqnImpl, EndsWithARecordWhereverMemoryEnds)
         }
         EXPECT_TRUE(hasToldOnce) << step.name;
     }
-    math::impl::ReplacePardiso(nullptr);
+    numerics::ReplacePardiso(nullptr);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "numerics/MxC.h"
 #include "numerics/MxM.h"
-#include "numerics/numerics_kernels_impl.h"
+#include "numerics/dense/Kernels.h"
 #include "platform/platform_cpu.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <tuple>
 #include <vector>
 
-using math::impl::Kernels;
+using numerics::Kernels;
 
 namespace
 {
@@ -23,8 +23,8 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 /// The levels that this processor has.
 std::vector<const Kernels*> Levels()
 {
-    const Kernels* all[] = {&math::impl::sse2::kKernels, &math::impl::avx2::kKernels,
-                            &math::impl::avx512::kKernels};
+    const Kernels* all[] = {&numerics::sse2::kKernels, &numerics::avx2::kKernels,
+                            &numerics::avx512::kKernels};
     return {all, all + platform::SimdLevelCappedBy("") + 1};
 }
 

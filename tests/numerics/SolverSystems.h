@@ -2,7 +2,7 @@
 /// Systems of equations of finite-element meshes, for the tests of the solvers.
 #pragma once
 
-#include "numerics/numerics_MatrixView.h"
+#include "numerics/system/MatrixView.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +21,7 @@ struct System
     std::vector<double> values, b;
 
     int Size() const { return int(rowStart.size()) - 1; }
-    math::impl::MatrixView View() const
+    numerics::MatrixView View() const
     {
         return {Size(), rowStart.data(), columns.data(), values.data()};
     }

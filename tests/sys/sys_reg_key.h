@@ -4,9 +4,9 @@
 
 #include "platform/platform_env.h"
 #include "platform/platform_registry.h"
+#include "sys/reg/RegistryValues.h"
 #include "sys/sys_file_folder.h"
 #include "sys/sys_reg_Registry.h"
-#include "sys/sys_reg_impl.h"
 
 #include <random>
 

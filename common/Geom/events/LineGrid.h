@@ -1,0 +1,100 @@
+/// @file
+/// @internal A flat grid of lines for finding the pairs of them that may meet.
+#pragma once
+
+#include "Geom/Geom_Extents2D.h"
+#include "Geom/Geom_LineEvent.h"
+#include "Geom/events/LinePairKernels.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace Geom::impl
+{
+
+/// A line that takes part in a search by its position, with its flags from the cells around.
+struct GridMember
+{
+    std::uint32_t line, flags;
+};
+
+/// How near is near enough to look closer.
+struct GridTolerance
+{
+    double reachX = 0, reachY = 0; ///< between boxes: half-epsilons and the rounding of coordinates
+    double sideX = 0, sideY = 0;   ///< in cross products: half-epsilons and their rounding
+
+    /// How far from 0 a cross product with @p line must be to tell the side for certain.
+    double MarginOf(const Line2D& line) const;
+};
+
+/// Numbers of the first and the last cell that a line's box reaches.
+struct GridCover
+{
+    std::uint32_t x0, y0, x1, y1;
+
+    /// Whether the line stretches over so many cells both ways that it is not entered in them. With
+    /// cells longer than the average box few of all lines do.
+    bool IsLong() const
+    {
+        return x1 - x0 > 2 && y1 - y0 > 2 && std::size_t(x1 - x0 + 1) * (y1 - y0 + 1) > 48;
+    }
+};
+
+/// One axis of a grid: a monotone map from coordinates to cell numbers, whatever the coordinate.
+struct GridAxis
+{
+    double from = 0, perUnit = 0;
+    std::uint32_t count = 1;
+
+    std::uint32_t CellOf(double v) const
+    {
+        const double cell = (v - from) * perUnit;
+        return cell > 0 ? std::uint32_t(std::min(cell, count - 1.0)) : 0;
+    }
+};
+
+/// Lines entered in every cell that their boxes reach, as rows that stand cell after cell.
+///
+/// Two lines share the cells that both their boxes reach. Of these the one in whose column one of
+/// the boxes begins, and in whose row, is unique: there the flags of the two together are complete.
+struct LineGrid
+{
+    static constexpr std::uint32_t kBeginsInColumn = 1, kBeginsInRow = 2;
+
+    /// Chooses the cells and finds the members' covers.
+    /// @param lines      the set
+    /// @param members    lines of it
+    /// @param tolerance  by which boxes are widened
+    /// @param region     what counts of the boxes
+    void Lay(const LineSet2D& lines, const std::vector<GridMember>& members,
+             const GridTolerance& tolerance, const Extents2D& region);
+    /// Enters the members that are not long; in a cell they go by number.
+    /// @throws std::length_error for more than 2^32 - 1 rows
+    void Enter(const LineSet2D& lines, const std::vector<GridMember>& members,
+               const GridTolerance& tolerance);
+
+    std::size_t Cells() const { return std::size_t(x.count) * y.count; }
+    std::size_t CellAt(std::uint32_t cx, std::uint32_t cy) const
+    {
+        return std::size_t(cy) * x.count + cx;
+    }
+    /// The part of the plane that is cell @p cell; border cells are not unbounded here.
+    Extents2D RegionOf(std::size_t cell) const;
+    PairRows Rows(const GridTolerance& tolerance) const;
+
+    GridAxis x, y;
+    std::vector<GridCover> covers;       ///< of the members
+    std::vector<std::size_t> starts;     ///< first row of each cell, and the end
+    std::vector<std::uint32_t> memberOf; ///< of the rows: numbers among the members
+    std::vector<std::uint32_t> flags;    ///< of the rows: the member's, and two of this grid
+    std::vector<double> ax, ay, bx, by, margin;
+
+private:
+    template <class Action>
+    void EachCell(const GridCover& cover, Action&& action) const;
+};
+
+} // namespace Geom::impl

@@ -1,0 +1,67 @@
+// Fused multiply-add is on for this source: its results carry an error bound, not a promise of
+// bits.
+#include "fn/curve/FredXingLoop.h"
+#include "fn/curve/SimdLog2Exp2.h"
+
+namespace math::fn::flow::impl::KVI_SIMD
+{
+namespace
+{
+
+#if defined(__AVX512F__)
+constexpr int kWidth = 8;
+#elif defined(__AVX2__)
+constexpr int kWidth = 4;
+#else
+constexpr int kWidth = 2;
+#endif
+
+using P = math::impl::Pack<kWidth>;
+using V = P::V;
+using Mask = P::Mask;
+
+constexpr double kLog2OfLn2 = -0.5287663729448977, kTiny = 0x1p-1022, kLargest = 0x1p1023;
+
+/// The contents at one register of pressures. In powers of two: with w = log2(e + (s/a)^n), the
+/// shape term (1 / ln(e + (s/a)^n))^m is 2^(-m (log2 w + log2 ln 2)).
+V Contents(const CurveTerms& c, V whole, V overWhole, V p)
+{
+    const Mask saturated = Mask(p >= 0);
+    const V suction = saturated ? P::Set(1) : -p;
+    const V grown = 1.0 + suction * c.overResidual;
+    const V scaled = suction * c.overA;
+    const V exponent = c.n * P::Log2(scaled < kTiny ? P::Set(kTiny) : scaled);
+    const V clipped = exponent > 1000 ? P::Set(1000) : exponent;
+    const V inner = P::Log2(2.718281828459045 + P::Exp2(clipped < -1000 ? P::Set(-1000) : clipped));
+    // Above 1000 the logarithm of e + 2^x is x, to the last bit.
+    const V power = -c.m * (P::Log2(exponent > 1000 ? exponent : inner) + kLog2OfLn2);
+    const Mask vanishes =
+        Mask(exponent >= kOverflow) | Mask(power < -1000) | Mask(scaled > kLargest);
+    const V shape = vanishes ? P::Set(0) : P::Exp2(power);
+    // Written so that the two logarithms cancel at the limit.
+    const V content = c.saturatedWC * shape * ((whole - P::Log2(grown)) * overWhole);
+    // What the logarithms cannot take: NaN, an infinite suction, a negative limit.
+    const Mask real = Mask(grown > 0) & Mask(grown <= kLargest);
+    const V unsaturated = real ? content : P::Set(__builtin_nan(""));
+    return saturated ? P::Set(c.saturatedWC) : unsaturated;
+}
+
+} // namespace
+
+void Loop(const CurveTerms& c, const double* pressures, double* contents, std::size_t count)
+{
+    const V whole = P::Log2(P::Set(c.grownAtLimit)), overWhole = 1.0 / whole;
+    std::size_t i = 0;
+    for (; i + kWidth <= count; i += kWidth)
+        P::Store(contents + i, Contents(c, whole, overWhole, P::Load(pressures + i)));
+    if (i == count)
+        return;
+    double rest[kWidth] = {};
+    for (std::size_t k = i; k < count; ++k)
+        rest[k - i] = pressures[k];
+    P::Store(rest, Contents(c, whole, overWhole, P::Load(rest)));
+    for (std::size_t k = i; k < count; ++k)
+        contents[k] = rest[k - i];
+}
+
+} // namespace math::fn::flow::impl::KVI_SIMD

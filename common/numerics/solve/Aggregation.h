@@ -1,0 +1,39 @@
+/// @file
+/// @internal Smoothed aggregation: groups of strongly coupled nodes and the interpolation from
+/// them.
+#pragma once
+
+#include "numerics/system/MatrixView.h"
+#include "numerics/system/SparseRows.h"
+
+#include <vector>
+
+namespace numerics
+{
+
+/// Unknowns of a node: 3, 2, or 1 when the rows do not come in groups of equal pattern.
+int UnknownsPerNode(const MatrixView& A);
+
+/// Which couplings count, and the aggregates they form.
+struct Aggregates
+{
+    int unknowns = 1;           ///< of a node
+    std::vector<int> nodeStart; ///< couplings of each node: its stored positions / unknowns
+    std::vector<char> isStrong; ///< for each coupling
+    std::vector<int> of;        ///< aggregate of each node, -1 for a node left to the smoother
+    int count = 0;
+};
+
+/// Forms aggregates of nodes whose couplings are at least @p threshold times the node's strongest,
+/// all measured as |a_ij| / sqrt(|a_ii a_jj|). A node whose row is dominated by its diagonal is in
+/// no aggregate.
+/// Source: Vanek, Mandel and Brezina (1996), Computing 56, 179-196.
+Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold);
+
+/// P = (I - w D^-1 F) T: one constant for each aggregate and unknown of a node (T), smoothed by a
+/// damped Jacobi step with F, which is A with its weak couplings added to the diagonal (D). Weak
+/// is here below @p threshold times the row's largest entry; blocks of several unknowns are kept.
+SparseRows SmoothedInterpolation(const MatrixView& A, const Aggregates& aggregates,
+                                 double threshold);
+
+} // namespace numerics

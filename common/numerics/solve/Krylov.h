@@ -1,0 +1,63 @@
+/// @file
+/// @internal Iterative solution of A x = b by preconditioned Krylov methods.
+#pragma once
+
+#include "numerics/SolveRecord.h"
+#include "numerics/system/MatrixView.h"
+
+#include <memory>
+
+namespace numerics
+{
+using math::SolveMethod;
+using math::SolveOutcome;
+using math::SolveRecord;
+
+/// Storage that iterative solves keep from one to the next: the levels of the multigrid
+/// preconditioner and the work vectors. The contents are made anew for every matrix; keeping
+/// the object saves the allocations.
+class KrylovCache
+{
+public:
+    KrylovCache();
+    ~KrylovCache();
+    KrylovCache(KrylovCache&&) noexcept;
+    KrylovCache& operator=(KrylovCache&&) noexcept;
+
+    /// Gives the memory back, as after a change of the pattern.
+    void Clear();
+
+    struct Storage;
+    Storage& Get();
+
+private:
+    std::unique_ptr<Storage> storage_;
+};
+
+/// Solves A x = b for a symmetric definite A by conjugate gradients, with smoothed aggregation
+/// multigrid as the preconditioner.
+///
+/// @param x        start values on entry (those that are not finite count as 0), solution on exit
+/// @param tol      converged when ||b - A x|| <= tol ||b|| in the 2-norm. It is the residual
+///                 recomputed from x that counts, not the one carried along by the iteration.
+/// @param maxIter  iterations allowed; 0 or less leaves x as it came and tells its residual
+///
+/// The outcome is Solved, also where the residual is at the level of rounding, 32 eps |A||x|, and
+/// below 1e-3 ||b||, though above tol (the tolerance tells what was reached); NotConverged after
+/// maxIter iterations; Breakdown when the matrix shows itself not definite or nothing more is
+/// gained (with the equation, if any, that has no diagonal); NotFinite with the equation whose row
+/// or right side holds NaN or infinity, x untouched; ZeroPivot with the equation whose row is all
+/// zero under a right side that is not. An all-zero row with a zero right side leaves its unknown
+/// at the start value. Unless NotFinite is told, x is the best approximation found.
+///
+/// The same bits come from every run and every number of threads.
+SolveRecord SolveKrylovSymmetric(const MatrixView& A, const double* b, double* x, double tol,
+                                 int maxIter, KrylovCache& cache);
+
+/// The same for a general A, by stabilised bi-conjugate gradients (BiCGSTAB) with the multigrid;
+/// where that breaks down, with incomplete factors. Meant for the mild asymmetry of Newton's
+/// method; flow carried much faster than it spreads may end in Breakdown, told.
+SolveRecord SolveKrylovNonSymmetric(const MatrixView& A, const double* b, double* x, double tol,
+                                    int maxIter, KrylovCache& cache);
+
+} // namespace numerics

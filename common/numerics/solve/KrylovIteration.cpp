@@ -1,0 +1,183 @@
+#include "numerics/solve/KrylovIteration.h"
+
+#include "numerics/system/Product.h"
+
+#include <cmath>
+#include <limits>
+
+namespace numerics
+{
+namespace
+{
+
+/// Watches the residual: tells when the run is over.
+class Watch
+{
+public:
+    Watch(double norm, int patience) : smallest_(norm), patience_(patience) {}
+
+    /// @returns true when nothing was gained for too long or the numbers left their range
+    bool IsHopeless(double norm)
+    {
+        if (!std::isfinite(norm))
+            return true;
+        if (norm < 0.99 * smallest_)
+        {
+            smallest_ = norm;
+            since_ = 0;
+        }
+        return ++since_ > patience_;
+    }
+
+private:
+    double smallest_;
+    int patience_;
+    int since_ = 0;
+};
+
+void Resize(std::vector<Vec>& work, std::size_t vectors, int n)
+{
+    work.resize(std::max(work.size(), vectors));
+    for (std::size_t k = 0; k < vectors; ++k)
+        work[k].resize(std::size_t(n));
+}
+
+} // namespace
+
+IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
+{
+    const int n = run.A.n;
+    Resize(work, 3, n);
+    double* z = work[0].data();
+    double* p = work[1].data();
+    double* q = work[2].data();
+    double rz = 0;
+    Watch watch(Norm2(n, run.r), run.patience);
+    while (run.steps < run.stepsAllowed)
+    {
+        run.M.Apply(run.r, z);
+        const double rzNew = Dot(n, run.r, z);
+        const double beta = run.steps == 0 ? 0.0 : rzNew / rz;
+        rz = rzNew;
+        ForBlocks(n, [=, first = run.steps == 0](int, int begin, int end) {
+            for (int i = begin; i < end; ++i)
+                p[i] = first ? z[i] : z[i] + beta * p[i];
+        });
+        Product(run.A, p, q);
+        const double pq = Dot(n, p, q);
+        // Of a definite matrix and preconditioner both are of one sign, and neither is zero.
+        if (!std::isfinite(rz) || !std::isfinite(pq))
+            return IterationEnd::Stalled;
+        if (!(rz > 0 && pq > 0) && !(rz < 0 && pq < 0))
+            return IterationEnd::NotDefinite;
+        const double alpha = rz / pq;
+        AddScaled(n, alpha, p, run.x);
+        AddScaled(n, -alpha, q, run.r);
+        ++run.steps;
+        const double norm = Norm2(n, run.r);
+        if (norm <= run.target)
+            return IterationEnd::Reached;
+        if (watch.IsHopeless(norm))
+            return IterationEnd::Stalled;
+    }
+    return IterationEnd::OutOfSteps;
+}
+
+namespace
+{
+
+/// The vectors of BiCGSTAB under the names of van der Vorst (1992), SIAM J. Sci. Stat. Comput.
+/// 13(2), 631-644.
+struct BiCgStab
+{
+    IterationRun& run;
+    int n;
+    double *rHat, *p, *v, *s, *t, *hat, *best;
+    double rho = 1, alpha = 1, omega = 1;
+    double smallest = 0;
+
+    BiCgStab(IterationRun& given, std::vector<Vec>& work) : run(given), n(given.A.n)
+    {
+        Resize(work, 8, n);
+        double** const names[] = {&rHat, &p, &v, &s, &t, &hat, &best};
+        for (std::size_t k = 0; k < std::size(names); ++k)
+            *names[k] = work[k].data();
+        std::copy(run.r, run.r + n, rHat);
+        std::fill(p, p + n, 0.0);
+        std::fill(v, v + n, 0.0);
+        std::copy(run.x, run.x + n, best);
+        smallest = Norm2(n, run.r);
+    }
+
+    /// One step. @returns the new norm of the residual; NaN when a product is zero
+    double Step()
+    {
+        constexpr double kBroken = std::numeric_limits<double>::quiet_NaN();
+        const double* r = run.r;
+        const double rhoNew = Dot(n, rHat, r);
+        if (rhoNew == 0 || omega == 0)
+            return kBroken;
+        const double beta = run.steps == 0 ? 0.0 : (rhoNew / rho) * (alpha / omega);
+        rho = rhoNew;
+        ForBlocks(n, [=, this](int, int begin, int end) {
+            for (int i = begin; i < end; ++i)
+                p[i] = r[i] + beta * (p[i] - omega * v[i]);
+        });
+        run.M.Apply(p, hat);
+        Product(run.A, hat, v);
+        const double down = Dot(n, rHat, v);
+        if (down == 0)
+            return kBroken;
+        alpha = rho / down;
+        std::copy(r, r + n, s);
+        AddScaled(n, -alpha, v, s);
+        AddScaled(n, alpha, hat, run.x);
+        ++run.steps;
+        const double half = Norm2(n, s);
+        if (half <= run.target)
+        {
+            std::copy(s, s + n, run.r);
+            return half;
+        }
+        run.M.Apply(s, hat);
+        Product(run.A, hat, t);
+        const double tt = Dot(n, t, t);
+        omega = tt == 0 ? 0.0 : Dot(n, t, s) / tt;
+        AddScaled(n, omega, hat, run.x);
+        std::copy(s, s + n, run.r);
+        AddScaled(n, -omega, t, run.r);
+        return Norm2(n, run.r);
+    }
+};
+
+} // namespace
+
+IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work)
+{
+    BiCgStab state(run, work);
+    Watch watch(state.smallest, run.patience);
+    IterationEnd end = IterationEnd::OutOfSteps;
+    double norm = state.smallest;
+    while (run.steps < run.stepsAllowed)
+    {
+        norm = state.Step();
+        if (norm <= run.target)
+            return IterationEnd::Reached;
+        if (std::isnan(norm) || watch.IsHopeless(norm))
+        {
+            end = std::isnan(norm) ? IterationEnd::ZeroProduct : IterationEnd::Stalled;
+            break;
+        }
+        // The residual jumps about, so the best x is kept, but copied only for a clear gain.
+        if (norm < 0.5 * state.smallest)
+        {
+            state.smallest = norm;
+            std::copy(run.x, run.x + run.A.n, state.best);
+        }
+    }
+    if (!(norm <= state.smallest))
+        std::copy(state.best, state.best + run.A.n, run.x);
+    return end;
+}
+
+} // namespace numerics

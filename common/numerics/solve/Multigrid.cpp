@@ -1,0 +1,206 @@
+#include "numerics/solve/Multigrid.h"
+
+#include "numerics/solve/Aggregation.h"
+
+#include <cmath>
+#include <cstddef>
+#include <utility>
+
+namespace numerics
+{
+namespace
+{
+
+constexpr int kMostLevels = 40;
+constexpr int kDense = 120; ///< largest coarsest matrix that is factorised
+/// Of strong couplings, against the strongest of the node. With one unknown a node, 0.3 leaves out
+/// the diagonal couplings of stretched bilinear elements; blocks of several unknowns have no such
+/// plain meaning, and need more of their couplings.
+constexpr double kThreshold = 0.3, kThresholdOfBlocks = 0.1;
+
+} // namespace
+
+void CoarseFactor::Factorise(const MatrixView& A)
+{
+    n_ = A.n;
+    const auto n = std::size_t(n_);
+    a_.assign(n * n, 0.0);
+    row_.resize(n);
+    work_.resize(n);
+    double largest = 0;
+    for (int i = 0; i < n_; ++i)
+        for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+        {
+            a_[std::size_t(i) * n + std::size_t(A.columns[k])] = A.values[k];
+            largest = std::max(largest, std::abs(A.values[k]));
+        }
+    for (std::size_t k = 0; k < n; ++k)
+    {
+        std::size_t best = k;
+        for (std::size_t i = k + 1; i < n; ++i)
+            if (std::abs(a_[i * n + k]) > std::abs(a_[best * n + k]))
+                best = i;
+        row_[k] = int(best);
+        if (best != k)
+            for (std::size_t j = 0; j < n; ++j)
+                std::swap(a_[best * n + j], a_[k * n + j]);
+        double& pivot = a_[k * n + k];
+        pivot = std::abs(pivot) > 1e-14 * largest ? 1 / pivot : 0.0;
+        for (std::size_t i = k + 1; i < n; ++i)
+        {
+            const double factor = a_[i * n + k] *= pivot;
+            if (factor != 0)
+                for (std::size_t j = k + 1; j < n; ++j)
+                    a_[i * n + j] -= factor * a_[k * n + j];
+        }
+    }
+}
+
+void CoarseFactor::Solve(double* x) const
+{
+    const auto n = std::size_t(n_);
+    for (std::size_t k = 0; k < n; ++k)
+        std::swap(x[k], x[row_[k]]);
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t j = 0; j < i; ++j)
+            x[i] -= a_[i * n + j] * x[j];
+    for (std::size_t i = n; i-- > 0;)
+    {
+        for (std::size_t j = i + 1; j < n; ++j)
+            x[i] -= a_[i * n + j] * x[j];
+        x[i] *= a_[i * n + i];
+    }
+}
+
+void Multigrid::Level::Prepare()
+{
+    const auto n = std::size_t(A.n);
+    upper.resize(n);
+    lower.resize(n);
+    inverseDiagonal.assign(n, 0.0);
+    residual.resize(n);
+    for (int i = 0; i < A.n; ++i)
+    {
+        int k = A.rowStart[i];
+        while (k < A.rowStart[i + 1] && A.columns[k] <= i)
+            ++k;
+        upper[std::size_t(i)] = k;
+        const bool hasDiagonal = k > A.rowStart[i] && A.columns[k - 1] == i;
+        lower[std::size_t(i)] = hasDiagonal ? k - 1 : k;
+        if (hasDiagonal && A.values[k - 1] != 0)
+            inverseDiagonal[std::size_t(i)] = 1 / A.values[k - 1];
+    }
+}
+
+/// One sweep from zero, and the residual after it, which is minus the upper triangle's part.
+/// The entry next to the diagonal comes last: it alone waits for the row before.
+void Multigrid::Level::ForwardFromZero(const double* right, double* unknowns)
+{
+    const int* rowStart = A.rowStart;
+    const int* columns = A.columns;
+    const double* values = A.values;
+    const int* lowerEnd = lower.data();
+    const int* upperBegin = upper.data();
+    const double* inverse = inverseDiagonal.data();
+    for (int i = 0; i < A.n; ++i)
+    {
+        double sum = right[i];
+        for (int k = rowStart[i]; k < lowerEnd[i]; ++k)
+            sum -= values[k] * unknowns[columns[k]];
+        unknowns[i] = sum * inverse[i];
+    }
+    for (int i = 0; i < A.n; ++i)
+    {
+        double sum = 0;
+        for (int k = upperBegin[i]; k < rowStart[i + 1]; ++k)
+            sum -= values[k] * unknowns[columns[k]];
+        residual[std::size_t(i)] = sum;
+    }
+}
+
+void Multigrid::Level::Backward(const double* right, double* unknowns) const
+{
+    const int* rowStart = A.rowStart;
+    const int* columns = A.columns;
+    const double* values = A.values;
+    for (int i = A.n; i-- > 0;)
+    {
+        double before = right[i], after = 0;
+        for (int k = rowStart[i]; k < lower[std::size_t(i)]; ++k)
+            before -= values[k] * unknowns[columns[k]];
+        for (int k = rowStart[i + 1]; k-- > upper[std::size_t(i)];)
+            after += values[k] * unknowns[columns[k]];
+        if (inverseDiagonal[std::size_t(i)] != 0)
+            unknowns[i] = (before - after) * inverseDiagonal[std::size_t(i)];
+    }
+}
+
+void Multigrid::Build(const MatrixView& A)
+{
+    const int unknowns = UnknownsPerNode(A);
+    const double threshold = unknowns == 1 ? kThreshold : kThresholdOfBlocks;
+    used_ = 1;
+    levels_.resize(std::max<std::size_t>(levels_.size(), 1));
+    levels_[0].A = A;
+    for (;;)
+    {
+        const auto at = std::size_t(used_ - 1);
+        Level& level = levels_[at];
+        level.Prepare();
+        hasCoarseFactor_ = level.A.n <= kDense;
+        if (hasCoarseFactor_ || used_ == kMostLevels)
+            break;
+        const Aggregates aggregates = FormAggregates(level.A, unknowns, threshold);
+        const int coarse = aggregates.count * unknowns;
+        if (coarse == 0 || coarse > 0.9 * level.A.n)
+            break;
+        level.P = SmoothedInterpolation(level.A, aggregates, threshold);
+        level.R = Transposed(level.P);
+        SparseRows product = Times(level.R.View(), Times(level.A, level.P));
+        SortRows(product);
+        levels_.resize(std::max(levels_.size(), at + 2));
+        Level& next = levels_[at + 1];
+        next.owned = std::move(product);
+        next.A = next.owned.View();
+        next.b.resize(std::size_t(coarse));
+        next.x.resize(std::size_t(coarse));
+        ++used_;
+    }
+    if (hasCoarseFactor_)
+        coarse_.Factorise(levels_[std::size_t(used_ - 1)].A);
+}
+
+void Multigrid::Apply(const double* r, double* z) { Cycle(0, r, z); }
+
+void Multigrid::Cycle(std::size_t at, const double* r, double* z)
+{
+    Level& level = levels_[at];
+    const bool isLast = int(at) == used_ - 1;
+    if (isLast && hasCoarseFactor_)
+    {
+        std::copy(r, r + level.A.n, z);
+        coarse_.Solve(z);
+        return;
+    }
+    level.ForwardFromZero(r, z);
+    if (isLast)
+    {
+        level.Backward(r, z);
+        return;
+    }
+    Level& next = levels_[at + 1];
+    Product(level.R, level.residual.data(), next.b.data());
+    Cycle(at + 1, next.b.data(), next.x.data());
+    AddProduct(level.P, next.x.data(), z);
+    level.Backward(r, z);
+}
+
+double Multigrid::Complexity() const
+{
+    double stored = 0;
+    for (int k = 0; k < used_; ++k)
+        stored += levels_[std::size_t(k)].A.rowStart[levels_[std::size_t(k)].A.n];
+    return stored / std::max(1, levels_[0].A.rowStart[levels_[0].A.n]);
+}
+
+} // namespace numerics

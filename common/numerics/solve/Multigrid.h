@@ -1,0 +1,65 @@
+/// @file
+/// @internal Algebraic multigrid by smoothed aggregation, one V-cycle as a preconditioner.
+#pragma once
+
+#include "numerics/solve/KrylovIteration.h"
+#include "numerics/system/SparseRows.h"
+
+#include <vector>
+
+namespace numerics
+{
+
+/// Dense factorisation of the coarsest matrix, L U with row exchanges. A pivot that is zero but
+/// for rounding gives its unknown the value 0.
+class CoarseFactor
+{
+public:
+    void Factorise(const MatrixView& A);
+    /// x = A^-1 x
+    void Solve(double* x) const;
+
+private:
+    int n_ = 0;
+    Vec a_, work_;
+    std::vector<int> row_;
+};
+
+/// A hierarchy of ever coarser matrices. Symmetric for a symmetric A: a forward Gauss-Seidel sweep
+/// before and a backward one after each coarse correction.
+class Multigrid : public Preconditioner
+{
+public:
+    /// Builds the levels for A, whose arrays must stay as they are while Apply is called.
+    void Build(const MatrixView& A);
+    void Apply(const double* r, double* z) override;
+
+    int Levels() const { return used_; }
+    /// Stored values of all levels over those of A.
+    double Complexity() const;
+
+private:
+    struct Level
+    {
+        SparseRows owned; ///< the matrix but on the first level
+        MatrixView A;
+        std::vector<int> lower; ///< by row, where the part left of the diagonal ends
+        std::vector<int> upper; ///< by row, where the part right of the diagonal begins
+        Vec inverseDiagonal;    ///< 0 where the diagonal is
+        SparseRows P, R;        ///< from and to the next level
+        Vec b, x, residual;     ///< b and x unused on the first level
+
+        void Prepare();
+        void ForwardFromZero(const double* right, double* unknowns);
+        void Backward(const double* right, double* unknowns) const;
+    };
+
+    void Cycle(std::size_t at, const double* r, double* z);
+
+    std::vector<Level> levels_;
+    int used_ = 0;
+    CoarseFactor coarse_;
+    bool hasCoarseFactor_ = false;
+};
+
+} // namespace numerics

@@ -1,0 +1,83 @@
+/// @file
+/// @internal The PARDISO sparse direct solver behind one table of function pointers.
+#pragma once
+
+#include "numerics/SolveRecord.h"
+#include "numerics/system/MatrixView.h"
+
+#include <string>
+#include <vector>
+
+namespace numerics
+{
+using math::SolveMethod;
+using math::SolveOutcome;
+using math::SolveRecord;
+
+/// The vendor's entry point, arguments in the vendor's order. pt is an array of 64 handles.
+using PardisoFunction = void (*)(void* pt, const int* maxfct, const int* mnum, const int* mtype,
+                                 const int* phase, const int* n, const void* a, const int* ia,
+                                 const int* ja, int* perm, const int* nrhs, int* iparm,
+                                 const int* msglvl, void* b, void* x, int* error);
+
+/// Who solves. The vendor's library, the built-in counterpart or a test's stand-in.
+struct PardisoFunctions
+{
+    PardisoFunction pardiso = nullptr;
+    void (*setThreads)(int) = nullptr; ///< null where there is nothing to set
+    void (*freeBuffers)() = nullptr;   ///< null where no memory is kept between calls
+    std::wstring name;                 ///< such as "mkl 2020.4"
+};
+
+/// The table in use: the vendor's library when one is found at the first call, else the built-in
+/// counterpart. The environment variable KVI_MKL=off keeps to the built-in one.
+const PardisoFunctions& ActivePardiso();
+
+/// Puts @p functions in the place of the table in use; null brings the found one back. They must
+/// outlive every Pardiso that solved with them. Not while another thread solves.
+void ReplacePardiso(const PardisoFunctions* functions);
+
+/// The counterpart with the vendor's signature, for phases 13 and -1 and real matrices (type 11).
+const PardisoFunctions& BuiltInPardiso();
+
+/// The state of PARDISO for one system of equations: set up once, solve often, release at the end.
+class Pardiso
+{
+public:
+    Pardiso() = default;
+    ~Pardiso();
+    Pardiso(const Pardiso&) = delete;
+    Pardiso& operator=(const Pardiso&) = delete;
+
+    /// Puts every parameter to its prescribed value; releases a held factorisation first.
+    void SetUp();
+    /// Hands A over in one-based compressed rows without its explicit zeros and solves (phase 13:
+    /// analysis, factorisation, solution, refinement). A first call without SetUp sets up.
+    /// @returns the outcome: Solved, or with PARDISO's error in the reason NotFinite (the equation
+    ///          that holds NaN or infinity), ZeroPivot (the equation with nothing in its row or
+    ///          column), TooLarge or Failed; x is as PARDISO left it
+    SolveRecord Solve(const MatrixView& A, const double* b, double* x);
+    /// Frees what PARDISO holds, if it holds anything.
+    void Release();
+
+    bool IsHeld() const { return held_; }
+    int Error() const { return error_; }
+
+private:
+    void Convert(const MatrixView& A);
+    void Explain(const MatrixView& A, const double* b, SolveRecord& record) const;
+    void Call(int n, const double* a, const int* ia, const int* ja, double* b, double* x);
+
+    void* pt_[64] = {};
+    int maxfct_ = 0, mnum_ = 0, mtype_ = 0, phase_ = 0;
+    int perm_ = 0, nrhs_ = 0;
+    int iparm_[64] = {};
+    int msglvl_ = 0, error_ = 0;
+    bool held_ = false;
+    int heldEquations_ = 0;
+    const PardisoFunctions* functions_ = nullptr; ///< who holds the factorisation
+    std::vector<double> a_;
+    std::vector<int> ja_, ia_;
+};
+
+} // namespace numerics

@@ -1,0 +1,63 @@
+/// @file
+/// @internal The direct profile (skyline) solvers.
+#pragma once
+
+#include "numerics/SolveRecord.h"
+#include "numerics/dense/AlignedBuffer.h"
+#include "numerics/system/MatrixView.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace numerics
+{
+using math::SolveMethod;
+using math::SolveOutcome;
+using math::SolveRecord;
+
+/// A = L D U in the given numbering, without pivoting, within the profile: each row from its
+/// first stored column to the diagonal, and for U the mirror image.
+///
+/// The profile is covered with square tiles, row of tiles by row of tiles, so that the work is
+/// products of small dense matrices. Rows are handed to threads in ascending order; each entry
+/// is computed by the same operations whichever thread has it. Storage is kept for the next
+/// solve of the same pattern.
+class ProfileSolver
+{
+public:
+    /// The pattern has changed: the profile is recomputed before the next solve.
+    void Forget() { stale_ = true; }
+    /// Solves A x = b; @p x need not be set. A's pattern must be that of its transpose; the
+    /// symmetric form reads the values of the upper triangle only.
+    /// @param threads  most threads to use, 0 for all
+    SolveRecord Solve(const MatrixView& A, bool symmetric, const double* b, double* x, int threads);
+
+private:
+    struct Run;
+    bool MakeProfile(const MatrixView& A);
+    SolveRecord Compute(const MatrixView& A, bool symmetric, const double* b, double* x,
+                        int threads);
+    void Substitute(bool symmetric, double* x);
+    void SubstituteBack(bool symmetric, double* x);
+    void Refine(const MatrixView& A, bool symmetric, const double* b, double* x, int threads);
+
+    std::size_t TileRows() const { return firstTile_.size(); }
+    /// Where a row of tiles starts in lower_ and upper_.
+    std::size_t Start(std::size_t tileRow) const;
+    /// Tiles of a row before its diagonal tile.
+    std::size_t Width(std::size_t tileRow) const
+    {
+        return tileRow - std::size_t(firstTile_[tileRow]);
+    }
+
+    bool stale_ = true;
+    std::vector<int> diagonal_;  ///< position of each row's diagonal in the profile
+    std::vector<int> mirror_;    ///< for each stored (i, j), j < i: where (j, i) is stored, or -1
+    std::vector<int> firstTile_; ///< first column of tiles, for each row of tiles
+    std::vector<std::size_t> endTile_; ///< tiles up to and with each row of tiles
+    std::vector<double> inversePivots_;
+    AlignedBuffer lower_; ///< L
+    AlignedBuffer upper_; ///< U^T
+};
+
+} // namespace numerics

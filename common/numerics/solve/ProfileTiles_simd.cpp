@@ -1,0 +1,241 @@
+#include "numerics/solve/ProfileTiles.h"
+
+#include <immintrin.h>
+
+// A register block is 3 vectors high, so that a tile is 1, 2 or 4 blocks high, and as wide as
+// the registers allow.
+namespace numerics::KVI_SIMD
+{
+namespace
+{
+
+#if defined(__AVX512F__)
+
+using Vector = __m512d;
+constexpr int kWidth = 8;
+constexpr int kColumns = 8;
+inline Vector Load(const double* p) { return _mm512_loadu_pd(p); }
+inline void Store(double* p, Vector v) { _mm512_storeu_pd(p, v); }
+inline Vector All(double a) { return _mm512_set1_pd(a); }
+inline Vector Times(Vector a, Vector b) { return _mm512_mul_pd(a, b); }
+/// c - a b
+inline Vector Less(Vector c, Vector a, Vector b) { return _mm512_fnmadd_pd(a, b, c); }
+inline double Sum(Vector v)
+{
+    // The zero-masked form: the plain one reads an undefined register, which GCC 12 warns of.
+    const __m256d half = _mm256_add_pd(_mm512_maskz_extractf64x4_pd(0xff, v, 0),
+                                       _mm512_maskz_extractf64x4_pd(0xff, v, 1));
+    const __m128d pair = _mm_add_pd(_mm256_castpd256_pd128(half), _mm256_extractf128_pd(half, 1));
+    return _mm_cvtsd_f64(_mm_add_sd(pair, _mm_unpackhi_pd(pair, pair)));
+}
+
+#elif defined(__AVX2__)
+
+using Vector = __m256d;
+constexpr int kWidth = 4;
+constexpr int kColumns = 4;
+inline Vector Load(const double* p) { return _mm256_loadu_pd(p); }
+inline void Store(double* p, Vector v) { _mm256_storeu_pd(p, v); }
+inline Vector All(double a) { return _mm256_set1_pd(a); }
+inline Vector Times(Vector a, Vector b) { return _mm256_mul_pd(a, b); }
+/// c - a b
+inline Vector Less(Vector c, Vector a, Vector b) { return _mm256_fnmadd_pd(a, b, c); }
+inline double Sum(Vector v)
+{
+    const __m128d pair = _mm_add_pd(_mm256_castpd256_pd128(v), _mm256_extractf128_pd(v, 1));
+    return _mm_cvtsd_f64(_mm_add_sd(pair, _mm_unpackhi_pd(pair, pair)));
+}
+
+#else
+
+using Vector = __m128d;
+constexpr int kWidth = 2;
+constexpr int kColumns = 4;
+inline Vector Load(const double* p) { return _mm_loadu_pd(p); }
+inline void Store(double* p, Vector v) { _mm_storeu_pd(p, v); }
+inline Vector All(double a) { return _mm_set1_pd(a); }
+inline Vector Times(Vector a, Vector b) { return _mm_mul_pd(a, b); }
+/// c - a b
+inline Vector Less(Vector c, Vector a, Vector b) { return _mm_sub_pd(c, _mm_mul_pd(a, b)); }
+inline double Sum(Vector v) { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd(v, v))); }
+
+#endif
+
+constexpr int kHeight = 3 * kWidth;
+static_assert(kTile % kHeight == 0 && kTile % kColumns == 0);
+
+/// kHeight rows and kColumns columns of a tile. Every loop over them is unrolled: only then does
+/// the compiler keep them in registers.
+struct Block
+{
+    Vector v[kColumns][3];
+
+    void Read(const double* C)
+    {
+#pragma GCC unroll 8
+        for (int c = 0; c < kColumns; ++c)
+#pragma GCC unroll 3
+            for (int r = 0; r < 3; ++r)
+                v[c][r] = Load(C + c * kTile + r * kWidth);
+    }
+    void Write(double* C) const
+    {
+#pragma GCC unroll 8
+        for (int c = 0; c < kColumns; ++c)
+#pragma GCC unroll 3
+            for (int r = 0; r < 3; ++r)
+                Store(C + c * kTile + r * kWidth, v[c][r]);
+    }
+    /// this -= W M^T over @p steps columns; M points at the row of the block's first column
+    void Subtract(const double* W, const double* M, std::ptrdiff_t steps)
+    {
+        for (std::ptrdiff_t k = 0; k < steps; ++k, W += kTile, M += kTile)
+        {
+            const Vector w0 = Load(W), w1 = Load(W + kWidth), w2 = Load(W + 2 * kWidth);
+#pragma GCC unroll 8
+            for (int c = 0; c < kColumns; ++c)
+            {
+                const Vector m = All(M[c]);
+                v[c][0] = Less(v[c][0], w0, m);
+                v[c][1] = Less(v[c][1], w1, m);
+                v[c][2] = Less(v[c][2], w2, m);
+            }
+        }
+    }
+    /// this = this T^-T, T being unit lower triangular, its columns kTile apart
+    void Divide(const double* T)
+    {
+#pragma GCC unroll 8
+        for (int c = 0; c < kColumns - 1; ++c)
+#pragma GCC unroll 8
+            for (int d = c + 1; d < kColumns; ++d)
+            {
+                const Vector m = All(T[c * kTile + d]);
+#pragma GCC unroll 3
+                for (int r = 0; r < 3; ++r)
+                    v[d][r] = Less(v[d][r], v[c][r], m);
+            }
+    }
+    void Scale(const double* factors)
+    {
+#pragma GCC unroll 8
+        for (int c = 0; c < kColumns; ++c)
+#pragma GCC unroll 3
+            for (int r = 0; r < 3; ++r)
+                v[c][r] = Times(v[c][r], All(factors[c]));
+    }
+};
+
+void Eliminate(double* W, const double* M, std::ptrdiff_t steps, const double* inversePivots,
+               double* scaled)
+{
+    double* C = W + steps * kTile;
+    for (int column = 0; column < kTile; column += kColumns)
+        for (int row = 0; row < kTile; row += kHeight)
+        {
+            Block block;
+            block.Read(C + column * kTile + row);
+            block.Subtract(W + row, M + column, steps + column);
+            block.Divide(M + (steps + column) * kTile + column);
+            block.Write(C + column * kTile + row);
+            block.Scale(inversePivots + column);
+            block.Write(scaled + column * kTile + row);
+        }
+}
+
+void Update(double* W, const double* M, std::ptrdiff_t steps)
+{
+    double* C = W + steps * kTile;
+    for (int column = 0; column < kTile; column += kColumns)
+        for (int row = 0; row < kTile; row += kHeight)
+        {
+            Block block;
+            block.Read(C + column * kTile + row);
+            block.Subtract(W + row, M + column, steps);
+            block.Write(C + column * kTile + row);
+        }
+}
+
+int Factorise(double* C, const double* tiny, double* lower, double* upper, double* inversePivots)
+{
+    int bad = kTile;
+    for (int k = 0; k < kTile; ++k)
+    {
+        double* column = C + k * kTile;
+        const double pivot = column[k];
+        const double size = pivot < 0 ? -pivot : pivot;
+        const bool fit = size > tiny[k]; // false for NaN
+        if (!fit && bad == kTile)
+            bad = k;
+        const double inverse = fit ? 1 / pivot : 0;
+        inversePivots[k] = inverse;
+        double* l = lower + k * kTile;
+        for (int i = 0; i < kTile; ++i)
+            l[i] = i > k ? column[i] * inverse : 0;
+        double* u = l;
+        if (upper != nullptr)
+        {
+            u = upper + k * kTile;
+            for (int i = 0; i < kTile; ++i)
+                u[i] = i > k ? C[i * kTile + k] * inverse : 0;
+        }
+        const int firstRow = (k + 1) / kWidth * kWidth;
+        for (int j = k + 1; j < kTile; ++j)
+        {
+            const Vector factor = All(u[j]);
+            for (int i = firstRow; i < kTile; i += kWidth)
+                Store(C + j * kTile + i, Less(Load(C + j * kTile + i), Load(column + i), factor));
+        }
+    }
+    return bad;
+}
+
+void Forward(const double* L, std::ptrdiff_t steps, const double* y, double* yRow)
+{
+    constexpr int kVectors = kTile / kWidth;
+    Vector sum[kVectors];
+    for (int r = 0; r < kVectors; ++r)
+        sum[r] = Load(yRow + r * kWidth);
+    for (std::ptrdiff_t k = 0; k < steps; ++k, L += kTile)
+    {
+        const Vector yk = All(y[k]);
+        for (int r = 0; r < kVectors; ++r)
+            sum[r] = Less(sum[r], Load(L + r * kWidth), yk);
+    }
+    for (int r = 0; r < kVectors; ++r)
+        Store(yRow + r * kWidth, sum[r]);
+    for (int k = 0; k < kTile; ++k, L += kTile)
+        for (int i = k + 1; i < kTile; ++i)
+            yRow[i] -= L[i] * yRow[k];
+}
+
+/// L^T x over one column of a tile
+inline double Dot(const double* L, const Vector* x)
+{
+    constexpr int kVectors = kTile / kWidth;
+    Vector sum = Times(Load(L), x[0]);
+    for (int r = 1; r < kVectors; ++r)
+        sum = Less(sum, Load(L + r * kWidth), x[r]);
+    return Sum(sum);
+}
+
+void Backward(const double* L, std::ptrdiff_t steps, double* x, double* xRow)
+{
+    constexpr int kVectors = kTile / kWidth;
+    const double* triangle = L + steps * kTile;
+    for (int k = kTile; k-- > 0;)
+        for (int i = k + 1; i < kTile; ++i)
+            xRow[k] -= triangle[k * kTile + i] * xRow[i];
+    // Less subtracts, so all but the first product of a dot are taken with the sign turned.
+    Vector rows[kVectors];
+    for (int r = 0; r < kVectors; ++r)
+        rows[r] = Times(Load(xRow + r * kWidth), All(r == 0 ? 1 : -1));
+    for (std::ptrdiff_t k = 0; k < steps; ++k, L += kTile)
+        x[k] -= Dot(L, rows);
+}
+
+} // namespace
+
+const TileKernels kTileKernels = {Eliminate, Update, Factorise, Forward, Backward};
+
+} // namespace numerics::KVI_SIMD

@@ -1,0 +1,168 @@
+#include "numerics/system/Pattern.h"
+
+#include "numerics/system/PatternRows.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+namespace numerics
+{
+namespace
+{
+
+constexpr std::size_t kMaxIndex = std::size_t(std::numeric_limits<int>::max());
+constexpr const wchar_t* kTooMany = L"the matrix would hold more than 2^31 - 1 positions";
+
+SolveRecord Refused(SolveOutcome outcome, std::wstring reason, int equation = -1)
+{
+    SolveRecord record;
+    record.outcome = outcome;
+    record.equation = equation;
+    record.reason = std::move(reason);
+    return record;
+}
+
+/// Finds the number of equations and the sizes of the elements, refusing what cannot be right.
+SolveRecord Measure(const tagMultiVectorInt& elements, int count, Pattern& pattern)
+{
+    if (elements.values.size() > kMaxIndex || elements.Count() > kMaxIndex)
+        return Refused(SolveOutcome::TooLarge,
+                       L"the element lists hold more than 2^31 - 1 indices");
+    std::size_t last = 0;
+    std::size_t widest = 0;
+    for (const std::size_t end : elements.ends)
+    {
+        if (end < last || end > elements.values.size())
+            return Refused(SolveOutcome::Failed, L"the ends of the element lists do not ascend");
+        widest = std::max(widest, end - last);
+        last = end;
+    }
+    if (last != elements.values.size())
+        return Refused(SolveOutcome::Failed, L"indices stand behind the last element list");
+    int largest = std::max(count, 0) - 1;
+    for (const int equation : elements.values)
+    {
+        if (equation < 0 || std::size_t(equation) == kMaxIndex)
+            return Refused(SolveOutcome::Failed, L"an element names an impossible equation",
+                           equation);
+        largest = std::max(largest, equation);
+    }
+    // A thousand times more equations than the lists can touch, unasked: an index is spoilt.
+    if (largest >= count && largest > 1'000'000 &&
+        std::size_t(largest) / 1000 > elements.values.size())
+        return Refused(SolveOutcome::Failed, L"an element names an equation far beyond all others",
+                       largest);
+    pattern.n = largest + 1;
+    return {};
+}
+
+/// A list of distinct equations is a dense block; its square must be countable.
+bool BlocksFit(const tagMultiVectorInt& elements)
+{
+    std::size_t start = 0;
+    for (const std::size_t end : elements.ends)
+    {
+        constexpr std::size_t kRoot = 46340; // the largest number whose square is an int
+        if (end - start > kRoot)
+        {
+            std::vector<int> list(elements.values.begin() + std::ptrdiff_t(start),
+                                  elements.values.begin() + std::ptrdiff_t(end));
+            std::sort(list.begin(), list.end());
+            if (std::size_t(std::unique(list.begin(), list.end()) - list.begin()) > kRoot)
+                return false;
+        }
+        start = end;
+    }
+    return true;
+}
+
+/// Where the entries of every element's matrix begin.
+void CountEntries(Pattern& pattern)
+{
+    pattern.offsetStart.resize(pattern.elements.Count() + 1);
+    std::size_t sum = 0;
+    for (std::size_t e = 0; e < pattern.elements.Count(); ++e)
+    {
+        pattern.offsetStart[e] = sum;
+        const std::size_t size = std::size_t(pattern.ElementSize(e));
+        sum += size * size;
+    }
+    pattern.offsetStart.back() = sum;
+}
+
+/// Do the rows of elements that follow each other lie far apart, for the most part?
+bool IsScattered(const Pattern& pattern)
+{
+    constexpr int kNear = 64; // rows
+    std::size_t jumps = 0;
+    int before = 0;
+    for (std::size_t e = 0; e < pattern.elements.Count(); ++e)
+    {
+        if (pattern.ElementSize(e) == 0)
+            continue;
+        const int row = pattern.elements.values[pattern.ElementStart(e)];
+        jumps += std::abs(row - before) > kNear;
+        before = row;
+    }
+    return jumps > pattern.elements.Count() / 4;
+}
+
+SolveRecord Build(const tagMultiVectorInt& elements, int count, int threads, Pattern& pattern)
+{
+    SolveRecord refused = Measure(elements, count, pattern);
+    if (refused.outcome != SolveOutcome::Solved)
+        return refused;
+    if (!BlocksFit(elements))
+        return Refused(SolveOutcome::TooLarge, kTooMany);
+    pattern.elements = elements;
+    CountEntries(pattern);
+    pattern.isScattered = IsScattered(pattern);
+    if (!BuildRows(pattern, threads))
+        return Refused(SolveOutcome::TooLarge, kTooMany);
+    return {};
+}
+
+} // namespace
+
+int Pattern::Find(int row, int column) const
+{
+    const int* first = columns.data() + rowStart[std::size_t(row)];
+    const int* last = columns.data() + rowStart[std::size_t(row) + 1];
+    const int* found = std::lower_bound(first, last, column);
+    return found == last || *found != column ? -1 : int(found - columns.data());
+}
+
+SolveRecord EmptyPattern(Pattern& pattern, SolveOutcome outcome, std::wstring reason, int equation)
+{
+    pattern = {};
+    pattern.rowStart = {0};
+    pattern.offsetStart = {0};
+    return Refused(outcome, std::move(reason), equation);
+}
+
+SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& pattern,
+                         int threads)
+{
+    constexpr const wchar_t* kNoMemory = L"memory cannot hold the matrix";
+    pattern = {};
+    try
+    {
+        const SolveRecord record = Build(elements, count, threads, pattern);
+        return record.outcome == SolveOutcome::Solved
+                   ? record
+                   : EmptyPattern(pattern, record.outcome, record.reason, record.equation);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return EmptyPattern(pattern, SolveOutcome::TooLarge, kNoMemory);
+    }
+    catch (const std::length_error&)
+    {
+        return EmptyPattern(pattern, SolveOutcome::TooLarge, kNoMemory);
+    }
+}
+
+} // namespace numerics

@@ -1,0 +1,340 @@
+#include "numerics/system/PatternRows.h"
+
+#include "numerics/solve/Threads.h"
+#include "numerics/system/RawVector.h"
+
+#include <tbb/parallel_for.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <emmintrin.h>
+#include <limits>
+#include <vector>
+
+namespace numerics
+{
+namespace
+{
+
+constexpr std::size_t kMaxIndex = std::size_t(std::numeric_limits<int>::max());
+
+/// One place of an equation in an element's list.
+struct Touch
+{
+    int element;
+    int place;
+};
+
+/// For each equation its places in element lists, by a counting sort: ascending elements.
+class Touches
+{
+public:
+    explicit Touches(const Pattern& pattern)
+        : start_(std::size_t(pattern.n) + 1), touches_(pattern.elements.values.size()),
+          order_(std::size_t(pattern.n))
+    {
+        std::size_t met = 0;
+        for (const int equation : pattern.elements.values)
+            if (start_[std::size_t(equation)]++ == 0)
+                order_[met++] = equation;
+        order_.resize(met);
+        int sum = 0;
+        for (int& start : start_)
+            sum = start = sum + start; // the end of the row, moved down to its start below
+        for (std::size_t e = pattern.elements.Count(); e-- > 0;)
+        {
+            const int* list = pattern.elements.values.data() + pattern.ElementStart(e);
+            for (int place = pattern.ElementSize(e); place-- > 0;)
+                touches_[std::size_t(--start_[std::size_t(list[place])])] = {int(e), place};
+        }
+    }
+
+    const Touch* begin(int row) const { return touches_.data() + start_[std::size_t(row)]; }
+    const Touch* end(int row) const { return touches_.data() + start_[std::size_t(row) + 1]; }
+    /// Fetches what a row wanted soon has.
+    void Fetch(int row) const { __builtin_prefetch(begin(row)); }
+    /// Do two rows belong to the same elements, and so have the same columns?
+    bool Twins(int a, int b) const
+    {
+        return std::equal(begin(a), end(a), begin(b), end(b),
+                          [](Touch x, Touch y) { return x.element == y.element; });
+    }
+    /// The rows that elements touch, in the order in which the lists name them first. Rows that
+    /// follow each other here share elements, however the equations are numbered.
+    const std::vector<int>& Order() const { return order_; }
+
+private:
+    std::vector<int> start_;
+    RawVector<Touch> touches_;
+    std::vector<int> order_;
+};
+
+/// rank[i] = how many of the @p count distinct numbers are smaller than numbers[i]. Both arrays
+/// have room for kRankMargin more.
+void Rank(const int* numbers, int count, int* rank)
+{
+    const auto load = [](const int* at) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    };
+    const auto store = [](int* at, __m128i four) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(at), four);
+    };
+    for (int i = 0; i < count; i += 12)
+    {
+        const __m128i a = load(numbers + i), b = load(numbers + i + 4), c = load(numbers + i + 8);
+        __m128i belowA = _mm_setzero_si128(), belowB = belowA, belowC = belowA;
+        for (int k = 0; k < count; ++k)
+        {
+            const __m128i number = _mm_set1_epi32(numbers[k]);
+            belowA = _mm_sub_epi32(belowA, _mm_cmpgt_epi32(a, number));
+            belowB = _mm_sub_epi32(belowB, _mm_cmpgt_epi32(b, number));
+            belowC = _mm_sub_epi32(belowC, _mm_cmpgt_epi32(c, number));
+        }
+        store(rank + i, belowA);
+        store(rank + i + 4, belowB);
+        store(rank + i + 8, belowC);
+    }
+}
+constexpr std::size_t kRankMargin = 11;
+
+/// Builds rows one after another: their columns, ascending, and the offsets of their entries.
+template <class Offset>
+class RowBuilder
+{
+public:
+    RowBuilder(Pattern& pattern, const Touches& touches)
+        : touches_(touches), lists_(pattern.elements.values.data()),
+          ends_(pattern.elements.ends.data()), offsetStart_(pattern.offsetStart.data()),
+          offsets_(static_cast<Offset*>(static_cast<void*>(pattern.offsets.data()))),
+          lengths_(pattern.rowStart.data() + 1), equations_(std::size_t(pattern.n))
+    {
+        for (std::size_t e = 0; e < pattern.elements.Count(); ++e)
+            widest_ = std::max(widest_, Size(e));
+    }
+
+    /// Builds @p count rows, and leaves the length of each row r in rowStart[r + 1].
+    /// @returns false when a row is too long for its offsets, or all are too long together
+    bool Build(const int* rows, std::size_t count, std::size_t columnsExpected)
+    {
+        marks_.assign(equations_, ~Mark(0));
+        columns_.resize(columnsExpected);
+        std::size_t used = 0;
+        for (std::size_t k = 0; k < count; ++k)
+        {
+            const int row = rows[k];
+            if (k + 8 < count)
+                touches_.Fetch(rows[k + 8]);
+            const bool isTwin = k > 0 && touches_.Twins(row, rows[k - 1]);
+            if (!isTwin)
+            {
+                Reserve(row);
+                CollectColumns(row);
+            }
+            if (length_ - 1 > std::numeric_limits<Offset>::max() || used + length_ > kMaxIndex)
+                return false;
+            if (used + length_ > columns_.size())
+                columns_.resize(2 * (used + length_));
+            int* const sorted = columns_.data() + used;
+            if (isTwin)
+                std::copy_n(sorted - length_, length_, sorted);
+            else
+                SortColumns(sorted);
+            lengths_[row] = int(length_);
+            StoreOffsets(row);
+            used += length_;
+        }
+        return true;
+    }
+
+    /// The columns of the rows built, one row behind the other.
+    const RawVector<int>& Columns() const { return columns_; }
+
+private:
+    /// Where a column was met last: in which row (upper half), as the how manieth of its columns.
+    using Mark = std::uint64_t;
+
+    const int* List(std::size_t e) const { return lists_ + (e == 0 ? 0 : ends_[e - 1]); }
+    std::size_t Size(std::size_t e) const { return ends_[e] - (e == 0 ? 0 : ends_[e - 1]); }
+
+    /// The row's columns in the order in which its elements name them, and for each entry of
+    /// those elements which column it is.
+    void CollectColumns(int row)
+    {
+        const Touch* const end = touches_.end(row);
+        Mark* const marks = marks_.data();
+        int* const unsorted = unsorted_.data();
+        int* slots = slots_.data();
+        Mark length = 0;
+        for (const Touch* t = touches_.begin(row); t != end; ++t)
+        {
+            const int* const list = List(std::size_t(t->element));
+            const std::size_t size = Size(std::size_t(t->element));
+            for (std::size_t k = 0; k < size; ++k)
+            {
+                Mark mark = marks[list[k]];
+                if (mark >> 32 != Mark(row))
+                {
+                    mark = Mark(row) << 32 | length;
+                    marks[list[k]] = mark;
+                    unsorted[length++] = list[k];
+                }
+                slots[k] = int(mark & 0xffffffff);
+            }
+            slots += size;
+        }
+        length_ = std::size_t(length);
+    }
+
+    /// Room for what CollectColumns finds.
+    void Reserve(int row)
+    {
+        const std::size_t most =
+            std::size_t(touches_.end(row) - touches_.begin(row)) * widest_ + kRankMargin;
+        if (slots_.size() < most)
+        {
+            slots_.resize(most);
+            unsorted_.resize(most);
+            rank_.resize(most);
+        }
+    }
+
+    /// Writes the columns, sorted, to @p sorted, and finds the rank of each.
+    void SortColumns(int* sorted)
+    {
+        const int* const unsorted = unsorted_.data();
+        int* const rank = rank_.data();
+        constexpr std::size_t kShort = 64; // up to here comparing all with all is quicker
+        if (length_ <= kShort)
+        {
+            Rank(unsorted, int(length_), rank);
+            for (std::size_t i = 0; i < length_; ++i)
+                sorted[rank[i]] = unsorted[i];
+            return;
+        }
+        std::copy_n(unsorted, length_, sorted);
+        std::sort(sorted, sorted + length_);
+        for (std::size_t i = 0; i < length_; ++i)
+            rank[marks_[std::size_t(sorted[i])] & 0xffffffff] = int(i);
+    }
+
+    void StoreOffsets(int row) const
+    {
+        // Copies, since the compiler takes it that bytes stored may change members.
+        const int* const rank = rank_.data();
+        const int* slot = slots_.data();
+        const Touch* const end = touches_.end(row);
+        for (const Touch* t = touches_.begin(row); t != end; ++t)
+        {
+            const std::size_t e = std::size_t(t->element), size = Size(e);
+            Offset* const out = offsets_ + offsetStart_[e] + std::size_t(t->place) * size;
+            for (std::size_t k = 0; k < size; ++k)
+                out[k] = Offset(rank[slot[k]]);
+            slot += size;
+        }
+    }
+
+    const Touches& touches_;
+    const int* lists_;
+    const std::size_t* ends_;
+    const std::size_t* offsetStart_;
+    Offset* offsets_;
+    int* lengths_;
+    std::size_t equations_;
+    std::size_t widest_ = 0; ///< entries of the longest element list
+
+    RawVector<Mark> marks_; ///< of every equation
+    RawVector<int> columns_;
+
+    // Of the present row:
+    std::size_t length_ = 0;
+    std::vector<int> unsorted_; ///< its columns
+    std::vector<int> rank_;     ///< of each of them
+    std::vector<int> slots_;    ///< which column each entry of its elements is
+};
+
+/// Adds the lengths in rowStart up; false when the sum is more than an int can count.
+bool SumLengths(std::vector<int>& rowStart)
+{
+    std::size_t sum = 0;
+    for (int& start : rowStart)
+    {
+        sum += std::size_t(start);
+        if (sum > kMaxIndex)
+            return false;
+        start = int(sum);
+    }
+    return true;
+}
+
+/// Builds all rows with offsets of one type, in parts that each thread finds on its own and lays
+/// down behind each other once all lengths are known.
+template <class Offset>
+bool BuildAs(Pattern& pattern, const Touches& touches, int parts, int threads)
+{
+    pattern.offsetBytes = int(sizeof(Offset));
+    const std::size_t entries = pattern.offsetStart.back();
+    pattern.offsets.resize(entries * sizeof(Offset));
+    pattern.rowStart.assign(std::size_t(pattern.n) + 1, 0);
+    const std::vector<int>& order = touches.Order();
+    const auto border = [&](int part) {
+        return order.size() * std::size_t(part) / std::size_t(parts);
+    };
+    std::vector<RowBuilder<Offset>> builders;
+    builders.reserve(std::size_t(parts));
+    for (int part = 0; part < parts; ++part)
+        builders.emplace_back(pattern, touches);
+    const auto forParts = [&](auto body) {
+        if (parts == 1)
+            return body(0);
+        OnThreads(threads, [&] { tbb::parallel_for(0, parts, body); });
+    };
+
+    std::atomic<bool> isBuilt = true;
+    forParts([&](int part) {
+        const std::size_t first = border(part), count = border(part + 1) - first;
+        if (!builders[std::size_t(part)].Build(order.data() + first, count,
+                                               entries / std::size_t(parts) / 4 * 3))
+            isBuilt = false;
+    });
+    if (!isBuilt || !SumLengths(pattern.rowStart))
+        return false;
+    pattern.columns.resize(std::size_t(pattern.rowStart.back()));
+    forParts([&](int part) {
+        const int* from = builders[std::size_t(part)].Columns().data();
+        for (std::size_t k = border(part); k < border(part + 1); ++k)
+        {
+            const int* start = pattern.rowStart.data() + order[k];
+            std::copy_n(from, start[1] - start[0], pattern.columns.data() + start[0]);
+            from += start[1] - start[0];
+        }
+    });
+    return true;
+}
+
+} // namespace
+
+bool BuildRows(Pattern& pattern, int threads)
+{
+    const Touches touches(pattern);
+    pattern.firstElement.resize(std::size_t(pattern.n));
+    double span = 0;
+    for (int row = 0; row < pattern.n; ++row)
+        if (touches.begin(row) != touches.end(row))
+        {
+            pattern.firstElement[std::size_t(row)] = touches.begin(row)->element;
+            span += (touches.end(row) - 1)->element - touches.begin(row)->element;
+        }
+    pattern.span = touches.Order().empty() ? 0 : span / double(touches.Order().size());
+
+    constexpr std::size_t kWorthThreads = 100'000; // entries, about 0.4 ms
+    constexpr int kMostParts = 8;                  // each remembers where it met every column
+    const int parts = threads == 1 || pattern.offsetStart.back() < kWorthThreads
+                          ? 1
+                          : std::min(ThreadCount(threads), kMostParts);
+    return BuildAs<std::uint8_t>(pattern, touches, parts, threads) ||
+           BuildAs<std::uint16_t>(pattern, touches, parts, threads) ||
+           BuildAs<std::uint32_t>(pattern, touches, parts, threads);
+}
+
+} // namespace numerics

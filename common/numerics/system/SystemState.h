@@ -1,0 +1,56 @@
+/// @file
+/// @internal What a system of equations holds.
+#pragma once
+
+#include "numerics/ISysEqnImpl.h"
+#include "numerics/solve/Krylov.h"
+#include "numerics/solve/Pardiso.h"
+#include "numerics/solve/Profile.h"
+#include "numerics/system/MatrixView.h"
+#include "numerics/system/Pattern.h"
+
+#include <string>
+#include <vector>
+
+struct ISysEqnImpl::State
+{
+    numerics::Pattern pattern;
+    numerics::RawVector<double> values; ///< one per stored position
+    std::vector<double> x;
+    std::vector<double> b;
+    std::vector<double> prescribed; ///< values of the fixed unknowns, otherwise 0
+    std::vector<int> fixed;         ///< 1 where the unknown is prescribed, otherwise 0
+    int fixedCount = 0;
+
+    numerics::ProfileSolver profile;
+    numerics::KrylovCache krylov;
+    numerics::Pardiso pardiso;
+    int threads = 0;
+
+    math::SolveRecord refusal; ///< why Initialize left the system empty
+    math::SolveRecord fault;   ///< the first contribution dropped since ResetToZero
+    math::SolveRecord last;
+    int iterations = 0;
+    double tolerance = 0;
+
+    numerics::RawVector<double>
+        reducedValues; ///< with the fixed unknowns taken out, while there are any
+    std::vector<double> reducedB;
+
+    /// Sets everything beside the pattern to 0 and to the size of the pattern.
+    void Clear();
+    numerics::MatrixView Matrix() const;
+    /// The system as the solvers see it: with d at its diagonal and 0 beside it for each fixed
+    /// unknown, whose known part moves to the right-hand side; x becomes the start.
+    numerics::MatrixView Reduce(const double*& rhs);
+    /// Runs solver(A, b, x), which returns a record, on the reduced system.
+    template <class Solver>
+    void Solve(Solver solver);
+    /// Puts the prescribed values into x and completes the record.
+    void Finish(const numerics::MatrixView& reduced, const double* rhs, math::SolveRecord record);
+    /// Logs a record that is not Solved.
+    static void Tell(const math::SolveRecord& record);
+    void Drop(int row, int column, const wchar_t* reason);
+    int Size() const { return pattern.n; }
+    bool Has(int equation) const { return unsigned(equation) < unsigned(pattern.n); }
+};

@@ -1,0 +1,291 @@
+#include "numerics/SolverSystems.h"
+#include "numerics/solve/Krylov.h"
+
+#include <gtest/gtest.h>
+#include <tbb/global_control.h>
+
+#include <cmath>
+#include <limits>
+
+namespace
+{
+
+using namespace math;
+using namespace numerics;
+using systems::System;
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+
+struct Solution
+{
+    SolveRecord record;
+    std::vector<double> x;
+};
+
+using Solver = SolveRecord (*)(const MatrixView&, const double*, double*, double, int,
+                               KrylovCache&);
+
+Solution Solve(Solver solver, const System& system, double tol = 1e-9, int maxIter = 500,
+               double start = 0)
+{
+    Solution s{{}, std::vector<double>(system.b.size(), start)};
+    KrylovCache cache;
+    s.record = solver(system.View(), system.b.data(), s.x.data(), tol, maxIter, cache);
+    return s;
+}
+
+/// ||b - A x|| over ||b||, or over ||b| + |A||x|| as the measure of what rounding allows.
+double RelativeResidual(const System& system, const std::vector<double>& x, bool ofRounding = false)
+{
+    double error = 0, size = 0;
+    for (std::size_t i = 0; i < system.b.size(); ++i)
+    {
+        double r = system.b[i], sum = std::abs(r);
+        for (int k = system.rowStart[i]; k < system.rowStart[i + 1]; ++k)
+        {
+            const double part =
+                system.values[std::size_t(k)] * x[std::size_t(system.columns[std::size_t(k)])];
+            r -= part;
+            sum += ofRounding ? std::abs(part) : 0.0;
+        }
+        error += r * r;
+        size += sum * sum;
+    }
+    return std::sqrt(error / size);
+}
+
+/// Solved to @p tol, or as far as rounding lets it.
+void ExpectSolved(const System& system, const Solution& solution, double tol)
+{
+    EXPECT_EQ(solution.record.outcome, SolveOutcome::Solved)
+        << solution.record.iterations << " " << solution.record.residual;
+    const double reached = RelativeResidual(system, solution.x);
+    const double ofRounding = RelativeResidual(system, solution.x, true);
+    EXPECT_TRUE(solution.record.residual <= 1.001 * tol || ofRounding <= 32 * 2.3e-16);
+    // Two sums of the same residual differ by what rounding leaves in them.
+    const double rounding = ofRounding > 0 ? 2.3e-16 * reached / ofRounding : 0.0;
+    EXPECT_NEAR(solution.record.residual, reached, 1e-3 * reached + 8 * rounding);
+}
+
+double Uniform(int, int) { return 1; }
+
+/// 1 or 1e6, at random from element to element.
+double Speckled(int x, int y)
+{
+    unsigned h = unsigned(x) * 73856093u ^ unsigned(y) * 19349663u;
+    h = (h ^ (h >> 13)) * 0x5bd1e995u;
+    return (h ^ (h >> 15)) % 2 ? 1e6 : 1;
+}
+
+double Layered(int, int y) { return y % 5 == 0 ? 1e-6 : 1; }
+
+double Islands(int x, int y) { return x % 10 < 4 && y % 10 < 4 ? 1e6 : 1; }
+
+TEST(Krylov, IterationsGrowSlowlyWithTheSizeWhateverTheConductivities)
+{
+    // The conductivities, the elements' aspect ratio, the most iterations at every size.
+    const std::tuple<const char*, double (*)(int, int), double, int> rows[] = {
+        {"uniform", Uniform, 1, 16},       {"speckled", Speckled, 1, 30},
+        {"layered", Layered, 1, 20},       {"islands", Islands, 1, 25},
+        {"flat elements", Uniform, 5, 30}, {"tall elements", Uniform, 0.05, 70},
+    };
+    for (const auto& [name, k, aspect, most] : rows)
+    {
+        int before = 1000;
+        for (const int side : {32, 64, 128})
+        {
+            SCOPED_TRACE(testing::Message() << name << " " << side);
+            const System system = systems::Flow(side, k, aspect);
+            const Solution solution = Solve(&SolveKrylovSymmetric, system, 1e-8);
+            ExpectSolved(system, solution, 1e-8);
+            EXPECT_LE(solution.record.iterations, most);
+            EXPECT_LE(solution.record.iterations, 1.35 * before + 2);
+            before = solution.record.iterations;
+        }
+    }
+}
+
+TEST(Krylov, SolvesSystemsThatAreNotSymmetric)
+{
+    const std::pair<double (*)(int, int), double> rows[] = {
+        {Uniform, 0.0}, {Uniform, 0.5}, {Uniform, 1.0}, {Speckled, 0.2}, {Islands, 0.1}};
+    for (const auto& [k, wind] : rows)
+    {
+        SCOPED_TRACE(wind);
+        const System system = systems::Flow(60, k, 1, wind);
+        const Solution solution = Solve(&SolveKrylovNonSymmetric, system);
+        ExpectSolved(system, solution, 1e-9);
+        EXPECT_LE(solution.record.iterations, 100);
+    }
+    // Too much wind for the coarse levels: the incomplete factors take over.
+    const System stormy = systems::Flow(60, Uniform, 1, 4.0);
+    const Solution solution = Solve(&SolveKrylovNonSymmetric, stormy);
+    ExpectSolved(stormy, solution, 1e-9);
+    EXPECT_EQ(solution.record.solver, L"BiCGSTAB with incomplete factors");
+}
+
+TEST(Krylov, GivesTheSameBitsForEveryNumberOfThreads)
+{
+    for (const auto& [solver, wind] :
+         {std::pair{&SolveKrylovSymmetric, 0.0}, {&SolveKrylovNonSymmetric, 0.3}})
+    {
+        const System system = systems::Flow(120, Speckled, 1, wind);
+        const Solution free = Solve(solver, system);
+        for (const std::size_t threads : {1, 3})
+        {
+            const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
+            EXPECT_EQ(Solve(solver, system).x, free.x) << threads << " threads";
+        }
+    }
+}
+
+TEST(Krylov, StartsFromTheGivenUnknowns)
+{
+    const System system = systems::Flow(30, Uniform);
+    const Solution cold = Solve(&SolveKrylovSymmetric, system, 1e-10);
+    for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
+    {
+        std::vector<double> x = cold.x;
+        KrylovCache cache;
+        SolveRecord record = solver(system.View(), system.b.data(), x.data(), 1e-9, 500, cache);
+        EXPECT_EQ(record.iterations, 0);
+        EXPECT_EQ(x, cold.x);
+        x[7] = kNan; // counts as 0
+        record = solver(system.View(), system.b.data(), x.data(), 1e-9, 500, cache);
+        EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+        EXPECT_LE(RelativeResidual(system, x), 1.001e-9);
+    }
+}
+
+TEST(Krylov, TellsThatTheIterationsWereUsedUp)
+{
+    const System system = systems::Flow(40, Speckled);
+    for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
+        for (const int allowed : {-1, 0, 3})
+        {
+            const Solution solution = Solve(solver, system, 1e-9, allowed);
+            EXPECT_EQ(solution.record.outcome, SolveOutcome::NotConverged);
+            EXPECT_EQ(solution.record.iterations, std::max(allowed, 0));
+            EXPECT_NEAR(solution.record.residual / RelativeResidual(system, solution.x), 1, 1e-6);
+            EXPECT_EQ(solution.record.tolerance, solution.record.residual);
+        }
+}
+
+TEST(Krylov, EndsWhereNoMoreDigitsAreToBeHad)
+{
+    const System system = systems::Flow(40, Uniform);
+    for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
+        for (const double tol : {0.0, -1.0, kNan, 1e-30})
+        {
+            const Solution solution = Solve(solver, system, tol, 100000);
+            ExpectSolved(system, solution, 0);
+            EXPECT_LT(solution.record.residual, 1e-12);
+            EXPECT_LT(solution.record.iterations, 200);
+        }
+}
+
+TEST(Krylov, NamesTheEquationThatIsNotFinite)
+{
+    for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
+        for (const double bad : {kNan, std::numeric_limits<double>::infinity()})
+        {
+            System system = systems::Flow(5, Uniform);
+            system.At(17, 18) = bad;
+            system.b[20] = bad;
+            const Solution solution = Solve(solver, system, 1e-9, 500, 3.0);
+            EXPECT_EQ(solution.record.outcome, SolveOutcome::NotFinite);
+            EXPECT_EQ(solution.record.equation, 17);
+            EXPECT_EQ(solution.x, std::vector<double>(system.b.size(), 3.0)) << "untouched";
+        }
+}
+
+TEST(Krylov, LeavesUnknownsWithoutEquationAlone)
+{
+    for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
+    {
+        System system = systems::Flow(10, Uniform);
+        const std::size_t empty = system.b.size();
+        system.AddRow({}, 0.0);
+        system.AddRow({{int(empty) + 1, 0.0}}, 0.0); // stored, but zero
+        Solution solution = Solve(solver, system, 1e-9, 500, 4.5);
+        EXPECT_EQ(solution.record.outcome, SolveOutcome::Solved);
+        EXPECT_EQ(solution.x[empty], 4.5);
+        EXPECT_EQ(solution.x[empty + 1], 4.5);
+
+        system.b[empty + 1] = 2; // 0 x = 2
+        solution = Solve(solver, system, 1e-9, 500, 4.5);
+        EXPECT_EQ(solution.record.outcome, SolveOutcome::ZeroPivot);
+        EXPECT_EQ(solution.record.equation, int(empty) + 1);
+        EXPECT_GT(solution.record.residual, 1e-3) << "hides nothing";
+        system.b[empty + 1] = 0;
+        EXPECT_LE(RelativeResidual(system, solution.x), 1e-6) << "the rest is solved";
+    }
+}
+
+TEST(Krylov, SolvesSmallAndOddSystems)
+{
+    System none, one, diagonal, negative = systems::Flow(20, Uniform), chains, huge, tiny;
+    one.AddRow({{0, 4.0}}, 2.0);
+    for (int i = 0; i < 300; ++i)
+        diagonal.AddRow({{i, i % 2 ? 1e-9 : 1e9}}, 1.0);
+    for (double& value : negative.values)
+        value = -value;
+    for (int i = 0; i < 900; ++i) // three times 300 unknowns that know nothing of each other
+    {
+        std::map<int, double> row{{i, 2.0}};
+        if (i % 300 > 0)
+            row[i - 1] = -1;
+        if (i % 300 < 299)
+            row[i + 1] = -1;
+        chains.AddRow(row, 1.0);
+    }
+    for (auto [system, scale] : {std::pair{&huge, 1e200}, std::pair{&tiny, 1e-200}})
+    {
+        *system = systems::Flow(20, Uniform);
+        for (double& right : system->b)
+            right *= scale;
+    }
+    for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
+        for (const System* system : {&none, &one, &diagonal, &negative, &chains, &huge, &tiny})
+        {
+            const Solution solution = Solve(solver, *system);
+            EXPECT_EQ(solution.record.outcome, SolveOutcome::Solved) << system->Size();
+            EXPECT_LE(solution.record.residual, 1e-9) << system->Size();
+            EXPECT_LE(solution.record.iterations, 40) << system->Size();
+        }
+}
+
+TEST(Krylov, TellsAnIndefiniteOrSingularMatrixInFiniteTime)
+{
+    System saddle = systems::Flow(20, Uniform); // definite in some directions only
+    for (int i = 0; i < saddle.Size(); ++i)
+        saddle.At(i, i) -= 0.9;
+    Solution solution = Solve(&SolveKrylovSymmetric, saddle);
+    EXPECT_EQ(solution.record.outcome, SolveOutcome::Breakdown);
+    EXPECT_EQ(solution.record.reason, L"the matrix is not definite");
+    EXPECT_GT(RelativeResidual(saddle, solution.x), 1e-9);
+
+    System pairs; // no diagonals
+    for (int i = 0; i < 400; ++i)
+        pairs.AddRow({{i ^ 1, 2.0}}, i % 2 ? 4.0 : 6.0);
+    solution = Solve(&SolveKrylovSymmetric, pairs);
+    EXPECT_EQ(solution.record.outcome, SolveOutcome::Breakdown);
+    EXPECT_EQ(solution.record.equation, 0);
+    EXPECT_NE(solution.record.reason.find(L"no diagonal"), std::wstring::npos);
+
+    System floating; // a ring of springs, pulled away: no solution exists
+    for (int i = 0; i < 400; ++i)
+        floating.AddRow({{i, 2.0}, {(i + 1) % 400, -1.0}, {(i + 399) % 400, -1.0}}, 1.0);
+    for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
+    {
+        solution = Solve(solver, floating, 1e-9, 1000000);
+        EXPECT_NE(solution.record.outcome, SolveOutcome::Solved);
+        EXPECT_GE(solution.record.residual, 0.9);
+    }
+    for (std::size_t i = 0; i < floating.b.size(); ++i) // balanced loads have one
+        floating.b[i] = i % 2 ? 1 : -1;
+    solution = Solve(&SolveKrylovSymmetric, floating);
+    EXPECT_EQ(solution.record.outcome, SolveOutcome::Solved);
+}
+
+} // namespace

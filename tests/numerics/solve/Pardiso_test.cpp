@@ -1,0 +1,280 @@
+#include "numerics/SolverSystems.h"
+#include "numerics/math_SparseSolver.h"
+#include "numerics/solve/Pardiso.h"
+#include "numerics/solve/Vendor.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace
+{
+
+using namespace math;
+using namespace numerics;
+
+/// What one call of the vendor's function was given.
+struct Call
+{
+    std::vector<void*> pt;
+    std::vector<int> numbers; // maxfct, mnum, mtype, phase, n, perm, nrhs, msglvl
+    std::vector<int> iparm;
+    bool hasMatrix, hasVectors;
+    std::vector<int> ia{}, ja{};
+    std::vector<double> a{}, b{};
+};
+
+std::vector<Call> calls;
+int nextError = 0;
+
+void StandIn(void* pt, const int* maxfct, const int* mnum, const int* mtype, const int* phase,
+             const int* n, const void* a, const int* ia, const int* ja, int* perm, const int* nrhs,
+             int* iparm, const int* msglvl, void* b, void* x, int* error)
+{
+    void** handles = static_cast<void**>(pt);
+    Call call{std::vector<void*>(handles, handles + 64),
+              {*maxfct, *mnum, *mtype, *phase, *n, *perm, *nrhs, *msglvl},
+              {iparm, iparm + 64},
+              a || ia || ja,
+              b || x};
+    if (call.hasMatrix)
+    {
+        const double* values = static_cast<const double*>(a);
+        const double* right = static_cast<const double*>(b);
+        call.ia.assign(ia, ia + *n + 1);
+        call.ja.assign(ja, ja + (ia[*n] - 1));
+        call.a.assign(values, values + (ia[*n] - 1));
+        call.b.assign(right, right + *n);
+        std::fill_n(static_cast<double*>(x), *n, 7.0);
+    }
+    handles[3] = &calls;
+    *error = nextError;
+    calls.push_back(call);
+}
+
+/// Puts the stand-in in the vendor's place while it lives.
+class PardisoCall : public testing::Test
+{
+protected:
+    PardisoCall()
+    {
+        calls.clear();
+        nextError = 0;
+        ReplacePardiso(&functions_);
+    }
+    ~PardisoCall() override { ReplacePardiso(nullptr); }
+
+    const PardisoFunctions functions_{&StandIn, nullptr, nullptr, L"stand-in"};
+    // Explicit zeros; row 1 keeps nothing, row 3 has nothing stored.
+    const std::vector<int> rowStart_{0, 3, 5, 7, 7}, columns_{0, 1, 3, 1, 2, 0, 2};
+    const std::vector<double> values_{4, 0, -1, 0, 0, 0, 5}, b_{1, 2, 3, 4};
+    const MatrixView A_{4, rowStart_.data(), columns_.data(), values_.data()};
+    std::vector<double> x_ = std::vector<double>(4);
+};
+
+TEST_F(PardisoCall, PassesEveryArgumentAsPrescribed)
+{
+    Pardiso pardiso;
+    pardiso.SetUp();
+    EXPECT_TRUE(calls.empty()) << "nothing was held";
+    const SolveRecord record = pardiso.Solve(A_, b_.data(), x_.data());
+    ASSERT_EQ(calls.size(), 1u);
+    const Call& call = calls[0];
+    EXPECT_EQ(call.pt, std::vector<void*>(64, nullptr));
+    EXPECT_EQ(call.numbers, (std::vector<int>{1, 1, 11, 13, 4, 0, 1, 0}));
+    EXPECT_EQ(call.iparm,
+              (std::vector<int>{1, 3, 0, 0, 0, 0, 0, 0, 0, 13, 1, 0, 1, 0, 0, 0, 0, -1, -1, 0, 1, 0,
+                                0, 1, 0, 0, 1, 0, 0, 0, 0, 0,  0, 0, 0, 0, 0, 0, 0, 0,  0,  0, 0, 0,
+                                0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  0, 0, 0, 0, 0, 0, 0, 0,  0,  0}));
+    EXPECT_EQ(call.a, (std::vector<double>{4, -1, 5}));
+    EXPECT_EQ(call.ja, (std::vector<int>{1, 4, 3}));
+    EXPECT_EQ(call.ia, (std::vector<int>{1, 3, 3, 4, 4}));
+    EXPECT_EQ(call.b, b_);
+    EXPECT_EQ(x_, std::vector<double>(4, 7.0));
+    EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+    EXPECT_EQ(record.solver, L"pardiso (stand-in)");
+}
+
+TEST_F(PardisoCall, ReleasesOnceWithTheSameHandleAndNoMatrix)
+{
+    Pardiso pardiso;
+    pardiso.Release();
+    pardiso.SetUp();
+    pardiso.Release();
+    EXPECT_TRUE(calls.empty()) << "nothing is held before a solve";
+    pardiso.Solve(A_, b_.data(), x_.data());
+    pardiso.Solve(A_, b_.data(), x_.data());
+    ASSERT_EQ(calls.size(), 2u) << "a second solve keeps the handle";
+    EXPECT_EQ(calls[1].pt[3], &calls);
+    pardiso.Release();
+    pardiso.Release();
+    ASSERT_EQ(calls.size(), 3u);
+    const Call& call = calls[2];
+    EXPECT_EQ(call.pt[3], &calls);
+    EXPECT_EQ(call.numbers, (std::vector<int>{1, 1, 11, -1, 0, 0, 1, 0}));
+    EXPECT_FALSE(call.hasMatrix || call.hasVectors);
+}
+
+TEST_F(PardisoCall, SetUpReleasesWhatIsHeldAndStartsAnew)
+{
+    {
+        Pardiso pardiso;
+        pardiso.SetUp();
+        pardiso.Solve(A_, b_.data(), x_.data());
+        pardiso.SetUp();
+        ASSERT_EQ(calls.size(), 2u);
+        EXPECT_EQ(calls[1].numbers[3], -1);
+        pardiso.Solve(A_, b_.data(), x_.data());
+        EXPECT_EQ(calls[2].pt[3], nullptr);
+        const MatrixView smaller{2, rowStart_.data(), columns_.data(), values_.data()};
+        pardiso.Solve(smaller, b_.data(), x_.data());
+        ASSERT_EQ(calls.size(), 5u) << "another size: released, then solved";
+        EXPECT_EQ(calls[3].numbers[3], -1);
+    }
+    ASSERT_EQ(calls.size(), 6u) << "the destructor releases";
+    EXPECT_EQ(calls[5].numbers[3], -1);
+}
+
+TEST_F(PardisoCall, TellsTheErrorAndTheEmptyRow)
+{
+    nextError = -4;
+    Pardiso pardiso;
+    const SolveRecord record = pardiso.Solve(A_, b_.data(), x_.data());
+    EXPECT_EQ(record.outcome, SolveOutcome::ZeroPivot);
+    EXPECT_EQ(record.equation, 1);
+    EXPECT_NE(record.reason.find(L"-4"), std::wstring::npos);
+    EXPECT_EQ(pardiso.Error(), -4);
+    EXPECT_TRUE(pardiso.IsHeld());
+}
+
+TEST_F(PardisoCall, HandsTheNumberOfThreadsOn)
+{
+    static std::vector<int> threadsSet;
+    PardisoFunctions functions = functions_;
+    functions.setThreads = [](int threads) { threadsSet.push_back(threads); };
+    ReplacePardiso(&functions);
+    SetSparseSolverThreads(3);
+    SetSparseSolverThreads(0); // at least one
+    EXPECT_EQ(threadsSet, (std::vector<int>{3, 1}));
+}
+
+struct Solved
+{
+    SolveRecord record;
+    std::vector<double> x;
+};
+
+Solved Solve(const systems::System& system)
+{
+    Solved solved{{}, std::vector<double>(system.b.size())};
+    solved.record = Pardiso().Solve(system.View(), system.b.data(), solved.x.data());
+    return solved;
+}
+
+/// The built-in counterpart in the vendor's place.
+class PardisoBuiltIn : public testing::Test
+{
+protected:
+    PardisoBuiltIn() { ReplacePardiso(&BuiltInPardiso()); }
+    ~PardisoBuiltIn() override { ReplacePardiso(nullptr); }
+};
+
+double Uniform(int, int) { return 1; }
+
+systems::System Infected()
+{
+    systems::System infected = systems::Flow(3, Uniform);
+    infected.At(2, 2) = std::numeric_limits<double>::quiet_NaN();
+    return infected;
+}
+
+TEST_F(PardisoBuiltIn, SolvesSymmetricAndOtherSystems)
+{
+    const auto jump = [](int x, int y) { return (x + y) % 3 ? 1.0 : 1e6; };
+    for (const double wind : {0.0, 0.4})
+    {
+        const systems::System system = systems::Flow(30, jump, 1, wind);
+        const auto [record, x] = Solve(system);
+        EXPECT_EQ(record.outcome, SolveOutcome::Solved) << record.equation;
+        // Rounding leaves a residual in proportion to the matrix and the solution.
+        EXPECT_LT(record.residual, 1e-14 * system.Largest(x) * 1e6 / system.Largest(system.b));
+        EXPECT_EQ(record.solver, L"pardiso (built in)");
+    }
+}
+
+TEST_F(PardisoBuiltIn, MakesUpForHalvesThatDifferByRounding)
+{
+    systems::System system = systems::Flow(20, Uniform);
+    for (int i = 1; i < system.Size(); ++i)
+        system.At(i, i - 1) *= 1 + 4e-13;
+    const SolveRecord record = Solve(system).record;
+    EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+    EXPECT_LT(record.residual, 1e-13);
+}
+
+TEST_F(PardisoBuiltIn, PivotsWhereTheDiagonalIsZero)
+{
+    systems::System system;
+    system.AddRow({{0, 0.0}, {1, 2.0}}, 4.0);
+    system.AddRow({{0, 2.0}, {1, 0.0}}, 6.0);
+    const auto [record, x] = Solve(system);
+    EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+    EXPECT_EQ(x, (std::vector<double>{3, 2}));
+}
+
+TEST_F(PardisoBuiltIn, TellsWhatItCannotSolve)
+{
+    systems::System singular = systems::Flow(3, Uniform);
+    singular.AddRow({}, 1.0);
+    SolveRecord record = Solve(singular).record;
+    EXPECT_EQ(record.outcome, SolveOutcome::ZeroPivot);
+    EXPECT_EQ(record.equation, singular.Size() - 1);
+
+    systems::System equalRows;
+    equalRows.AddRow({{0, 1.0}, {1, 2.0}}, 1.0);
+    equalRows.AddRow({{0, 2.0}, {1, 4.0}}, 1.0);
+    record = Solve(equalRows).record;
+    EXPECT_EQ(record.outcome, SolveOutcome::Failed);
+    EXPECT_NE(record.reason.find(L"singular"), std::wstring::npos);
+
+    record = Solve(Infected()).record;
+    EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
+    EXPECT_EQ(record.equation, 2);
+    EXPECT_EQ(Solve({}).record.outcome, SolveOutcome::Solved) << "no equations";
+}
+
+TEST(PardisoVendor, AgreesWithTheBuiltInSolverWhereItIsFound)
+{
+    EXPECT_FALSE(LoadVendor(L"no such folder"));
+    const std::optional<Vendor> found = LoadVendor(L"");
+    if (!found)
+        GTEST_SKIP() << "no MKL on this machine";
+    const PardisoFunctions* const vendor = &found->solver;
+    EXPECT_EQ(vendor->name.find(L"mkl 20"), 0u);
+    vendor->setThreads(2);
+    for (const double wind : {0.0, 0.4})
+    {
+        const systems::System system = systems::Flow(40, Uniform, 1, wind);
+        std::vector<double> solutions[2];
+        const PardisoFunctions* tables[] = {vendor, &BuiltInPardiso()};
+        for (int k = 0; k < 2; ++k)
+        {
+            ReplacePardiso(tables[k]);
+            const auto [record, x] = Solve(system);
+            EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+            EXPECT_LT(record.residual, 1e-12);
+            solutions[k] = x;
+        }
+        for (std::size_t i = 0; i < system.b.size(); ++i)
+            EXPECT_NEAR(solutions[0][i], solutions[1][i], 1e-10 * system.Largest(solutions[1]));
+    }
+    ReplacePardiso(vendor);
+    EXPECT_EQ(SparseSolverName(), L"pardiso (" + vendor->name + L")");
+    const SolveRecord record = Solve(Infected()).record;
+    EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
+    EXPECT_EQ(record.equation, 2);
+    FreeSparseSolverMemory();
+    ReplacePardiso(nullptr);
+}
+
+} // namespace
