@@ -1,5 +1,6 @@
 #include "platform/platform_logfile.h"
 
+#include "platform/platform_fork.h"
 #include "platform/platform_text.h"
 
 #include <algorithm>
@@ -110,6 +111,9 @@ std::string SystemPath(const std::wstring& path)
 
 // Plain data, so it serves before and after every constructor and destructor of a thread.
 thread_local unsigned long threadNumber = 0;
+
+// After a fork the one thread of the child has a number of its own.
+constinit ForkHandler forkHandler{ForkRank::platform, nullptr, nullptr, [] { threadNumber = 0; }};
 } // namespace
 
 LogFile::LogFile(std::wstring path) : path_(std::move(path)) {}
@@ -184,9 +188,7 @@ unsigned long ThreadNumber()
 {
     if (threadNumber == 0)
     {
-        // After a fork the one thread of the child has a number of its own.
-        static const int registered = ::pthread_atfork(nullptr, nullptr, [] { threadNumber = 0; });
-        (void)registered; // without it a child's records carry the parent's number
+        AddForkHandler(forkHandler);
         threadNumber = static_cast<unsigned long>(::syscall(SYS_gettid));
     }
     return threadNumber;
