@@ -1,4 +1,4 @@
-// Goal 11: transport programmes, built and solved, beside lp_solve called by itself: with sparse
+// Goal 11: transport programs, built and solved, beside lp_solve called by itself: with sparse
 // rows in row mode, and with dense rows. All start from the same terms.
 #include "numerics/CLPProblem.h"
 

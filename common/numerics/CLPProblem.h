@@ -1,5 +1,5 @@
 /// @file
-/// Linear programmes, with integer variables where wanted.
+/// Linear programs, with integer variables where wanted.
 #pragma once
 
 #include "foundation/CountedObjPtr.h"
@@ -22,7 +22,7 @@ struct CLPObjFunc
     std::vector<CLPTerm> terms; ///< their sum
 };
 
-/// A linear constraint: the sum of the terms stands in a relation to @c rhs. Of several terms with
+/// A linear constraint: a relation between the sum of the terms and @c rhs. Of several terms with
 /// one variable the last counts.
 struct CLPConstraint
 {
@@ -31,27 +31,36 @@ struct CLPConstraint
     double rhs = 0;             ///< the right-hand side
 };
 
-/// How solving a linear programme ended.
+/// How solving a linear program ended.
 enum class CLPStatus
 {
-    NotSolved = 0, ///< or without a definite outcome
-    Optimal = 1,
-    Infeasible = 2,
-    Unbounded = 3
+    NotSolved = 0,  ///< or changed since, or without a definite outcome
+    Optimal = 1,    ///< the point was checked; that none is better is lp_solve's verdict
+    Infeasible = 2, ///< lp_solve's verdict, unchecked
+    Unbounded = 3   ///< lp_solve's verdict, or a variable of 1e30 or more in its optimum
 };
 
-/// A linear programme over variables >= 0, solved by lp_solve.
+/// A linear program over variables >= 0, solved by lp_solve.
 ///
-/// The process has one model: create() takes it away from the problem made before, and the end of
-/// any problem, be it the present one or an earlier, ends it. So let go of one problem before
-/// creating the next. A problem without the model tells so in the log whenever it is used, and
-/// counts as not solved.
+/// The process has one model: create() takes it from the problem made before, and the destruction
+/// of any problem, the owner or an earlier one, deletes it. So release one problem before creating
+/// the next. A problem without the model writes a log record whenever it is used, and counts as not
+/// solved.
 ///
-/// What cannot belong to a programme is refused with a log record and changes nothing: a
-/// coefficient or right-hand side that is not finite, a variable or kind of relation that does not
-/// exist. Values of 1e30 and beyond mean infinity.
+/// Every solve runs on a fresh model, so it gives what a new problem with the same objective,
+/// constraints and integers gives, to the bit. Before a problem counts as optimal, the point is
+/// checked against the program as it was stated: with e = 1e-7, every variable is at least -e, an
+/// integer one within e of an integer, and every constraint a x <= b (or >=, =) holds within
+/// e (|b| + sum |a_i| max(1, |x_i|)). A point that fails is computed once more without scaling; if
+/// that fails too, the problem is not solved and the log says why. The check reads every
+/// coefficient once; the problem keeps them, 12 bytes each, beside lp_solve's copy.
 ///
-/// Threads: one thread uses linear programmes at a time.
+/// What cannot belong to a program is refused with a log record and changes nothing: a coefficient
+/// or right-hand side that is not finite, a variable or kind of relation that does not exist, more
+/// than memory can hold. Values of 1e30 and beyond mean infinity; lp_solve takes
+/// coefficients up to 1e-12 for zero.
+///
+/// Threads: one thread uses linear programs at a time.
 /// @code
 /// CountedObjPtr<CLPProblem> problem = CLPProblem::create(2);
 /// problem->objFunc({true, {{3, 0}, {2, 1}}});    // maximise 3 x0 + 2 x1
@@ -71,31 +80,31 @@ public:
     CLPProblem(const CLPProblem&) = delete;
     CLPProblem& operator=(const CLPProblem&) = delete;
 
-    /// Replaces the objective.
+    /// Replaces the objective. A change of the program, here and below, makes it not solved.
     void objFunc(const CLPObjFunc& objective);
-    /// Adds a constraint to those that stand.
+    /// Adds a constraint.
     void add(const CLPConstraint& constraint);
     /// Adds each of @p constraints, in order.
     void add(const std::vector<CLPConstraint>& constraints);
-    /// Makes variable @p i integer or continuous, as all are at first.
+    /// Makes variable @p i integer or continuous; initially all are continuous.
     void intVar(unsigned i, bool isInteger);
-    /// Solves the programme as it stands. An outcome that is neither an optimum nor a proof that
-    /// there is none goes to the log and leaves the status as it was.
+    /// Solves the program. An outcome that is neither a checked optimum nor a proof that there is
+    /// none goes to the log and leaves the status as it was: not solved after a change.
     void solve();
 
-    bool IsOptimal() const; ///< Is the status Optimal?
-    /// How the last solve ended.
+    bool IsOptimal() const; ///< whether the status is Optimal
+    /// How the last solve ended; NotSolved after a change.
     CLPStatus Status() const;
-    /// The value of variable @p i in the best solution of the last solve; without an optimum
-    /// whatever lp_solve left, 0 before the first solve, and NaN where there is no such variable or
+    /// The value of variable @p i in the best solution of the last solve. Without an optimum it is
+    /// whatever lp_solve left, 0 before the first solve, and NaN when there is no such variable or
     /// no model.
     double var(unsigned i) const;
-    unsigned numVar() const; ///< the variables created
-    /// The constraints taken so far.
-    unsigned numCons() const;
+    unsigned numVar() const;  ///< the variables created
+    unsigned numCons() const; ///< the constraints accepted so far
 
 private:
     explicit CLPProblem(unsigned numVar);
+    int Run(bool isScaled);
 
     struct State;
     std::unique_ptr<State> state_;

@@ -3,10 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <lpsolve/lp_lib.h>
 #include <random>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,20 +36,20 @@ private:
     int count_ = 0;
 };
 
-struct Programme
+struct Program
 {
     std::string name;
-    unsigned variables;
+    unsigned variables = 0;
     CLPObjFunc objective;
     std::vector<CLPConstraint> constraints;
     std::vector<unsigned> integers;
 };
 
 /// From each of the sources to each of the sinks at random cost; supplies and demands balance.
-Programme Transport(unsigned sources, unsigned sinks, int kind, double supply)
+Program Transport(unsigned sources, unsigned sinks, int kind, double supply)
 {
     std::mt19937 random(sources + 31 * sinks);
-    Programme p{"transport", sources * sinks, {}, {}, {}};
+    Program p{"transport", sources * sinks, {}, {}, {}};
     for (unsigned v = 0; v < p.variables; ++v)
         p.objective.terms.push_back({double(1 + random() % 50), v});
     for (unsigned i = 0; i < sources; ++i)
@@ -66,7 +68,7 @@ Programme Transport(unsigned sources, unsigned sinks, int kind, double supply)
     return p;
 }
 
-std::vector<Programme> Programmes()
+std::vector<Program> Programs()
 {
     return {
         Transport(6, 8, 0, 3),
@@ -88,11 +90,15 @@ std::vector<Programme> Programmes()
         {"unbounded", 1, {true, {{1, 0}}}, {{{{1, 0}}, 1, 1}}, {}},
         {"impossible without terms", 2, {}, {{{{1, 0}}, 0, 1}, {{}, 1, 1}}, {}},
         {"no constraints", 2, {false, {{1, 0}}}, {}, {}},
+        {"unbounded without constraints", 2, {true, {{1, 0}}}, {}, {}},
+        {"unbounded beside constraints", 2, {true, {{1, 0}, {1, 1}}}, {{{{1, 1}}, 0, 3}}, {}},
     };
 }
 
-/// lp_solve called by itself, dense row by dense row: the result, then the variables.
-std::vector<double> SolvedDirectly(const Programme& p)
+using Outcome = std::pair<int, std::vector<double>>; // status, and the variables if optimal
+
+/// lp_solve called by itself, dense row by dense row.
+Outcome SolvedDirectly(const Program& p)
 {
     lprec* lp = make_lp(0, int(p.variables));
     set_verbose(lp, NEUTRAL);
@@ -109,36 +115,106 @@ std::vector<double> SolvedDirectly(const Programme& p)
         add_constraint(lp, fill(c.terms), c.kind == 0 ? LE : c.kind == 1 ? GE : EQ, c.rhs);
     for (const unsigned i : p.integers)
         set_int(lp, int(i) + 1, TRUE);
-    std::vector<double> all{double(solve(lp))};
-    double* best = nullptr;
-    get_ptr_variables(lp, &best);
-    all.insert(all.end(), best, best + p.variables);
+    const int result = solve(lp);
+    Outcome outcome{result == OPTIMAL ? 1 : result, {}};
+    if (double* best = nullptr; result == OPTIMAL && get_ptr_variables(lp, &best))
+        outcome.second.assign(best, best + p.variables);
+    for (const double x : outcome.second)
+        if (std::fabs(x) >= 1e30)
+            return delete_lp(lp), Outcome{3, {}};
     delete_lp(lp);
-    return all;
+    return outcome;
+}
+
+/// With further solves before the constraints with the given numbers.
+Outcome Solved(const Program& p, const std::set<std::size_t>& solveBefore = {})
+{
+    const CountedObjPtr<CLPProblem> problem = CLPProblem::create(p.variables);
+    problem->objFunc(p.objective);
+    for (std::size_t k = 0; k <= p.constraints.size(); ++k)
+    {
+        if (solveBefore.contains(k))
+            problem->solve();
+        if (k < p.constraints.size())
+            problem->add(p.constraints[k]);
+        else
+            problem->objFunc(p.objective);
+        EXPECT_EQ(problem->Status(), CLPStatus::NotSolved);
+        for (const unsigned i : p.integers)
+            problem->intVar(i, true);
+    }
+    problem->solve();
+    EXPECT_EQ(problem->IsOptimal(), problem->Status() == CLPStatus::Optimal);
+    EXPECT_EQ(problem->numCons(), p.constraints.size());
+    Outcome outcome{int(problem->Status()), {}};
+    for (unsigned i = 0; i < p.variables && problem->IsOptimal(); ++i)
+        outcome.second.push_back(problem->var(i));
+    return outcome;
 }
 
 TEST(CLPProblem, GivesWhatLpSolveGivesAndPrintsNothing)
 {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    for (const Programme& p : Programmes())
-    {
-        SCOPED_TRACE(p.name);
-        const std::vector<double> expected = SolvedDirectly(p);
-        const CountedObjPtr<CLPProblem> problem = CLPProblem::create(p.variables);
-        problem->objFunc(p.objective);
-        problem->add(p.constraints);
-        for (const unsigned i : p.integers)
-            problem->intVar(i, true);
-        problem->solve();
-        const double status[] = {1, -1, 2, 3};
-        EXPECT_EQ(double(problem->Status()), status[int(expected[0])]);
-        EXPECT_EQ(problem->IsOptimal(), expected[0] == 0);
-        EXPECT_EQ(problem->numCons(), p.constraints.size());
-        for (unsigned i = 0; i < p.variables && problem->IsOptimal(); ++i)
-            EXPECT_EQ(problem->var(i), expected[i + 1]) << i;
-    }
+    for (const Program& p : Programs())
+        EXPECT_EQ(Solved(p), SolvedDirectly(p)) << p.name;
     EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
+}
+
+/// Small numbers: up to four variables, some integer, some without bounds.
+Program RandomProgram(std::mt19937& random)
+{
+    const auto in = [&](int low, int high) {
+        return low + int(random() % unsigned(high - low + 1));
+    };
+    Program p;
+    p.variables = unsigned(in(1, 4));
+    p.objective.maximise = in(0, 1) != 0;
+    for (unsigned i = 0; i < p.variables; ++i)
+    {
+        p.objective.terms.push_back({double(in(-5, 5)), i});
+        if (in(0, 1) != 0)
+            p.integers.push_back(i);
+    }
+    for (int rows = in(1, 5); rows > 0; --rows)
+    {
+        const double rhs = in(0, 1) != 0 ? in(-10, 20) : in(-1000, 2000) / 100.0;
+        p.constraints.push_back({{}, std::max(0, in(-6, 2)), rhs});
+        for (unsigned i = 0; i < p.variables; ++i)
+            if (in(0, 2) != 0)
+                p.constraints.back().terms.push_back({double(in(-4, 6)), i});
+    }
+    return p;
+}
+
+TEST(CLPProblem, EverySolveEqualsThatOfAFreshProblem)
+{
+    std::mt19937 random(9);
+    int optimal = 0;
+    for (int round = 0; round < 400; ++round)
+    {
+        SCOPED_TRACE(round);
+        const Program p = RandomProgram(random);
+        const std::size_t rows = p.constraints.size();
+        const Outcome fresh = Solved(p);
+        EXPECT_EQ(Solved(p, {random() % (rows + 1), rows - 1}), fresh);
+        EXPECT_EQ(fresh, SolvedDirectly(p));
+        optimal += fresh.first == 1;
+    }
+    EXPECT_GT(optimal, 100);
+}
+
+TEST(CLPProblem, APointThatViolatesTheProgramIsNotOptimal)
+{
+    // lp_solve takes the small coefficient for zero and answers 1e6.
+    Program p;
+    p.variables = 1;
+    p.objective = {true, {{1, 0}}};
+    p.constraints = {{{{1e-13, 0}}, 0, 1e-12}, {{{1, 0}}, 0, 1e6}};
+    ASSERT_EQ(SolvedDirectly(p), Outcome(1, {1e6}));
+    LogCount log;
+    EXPECT_EQ(Solved(p), Outcome(0, {}));
+    EXPECT_EQ(log.Take(), 1);
 }
 
 TEST(CLPProblem, GrowsAndChangesBetweenSolves)
