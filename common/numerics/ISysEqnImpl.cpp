@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <new>
 
@@ -93,7 +94,7 @@ long ISysEqnImpl::InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
     State& s = *state_;
     const std::vector<int>& list = equations->values;
     const std::size_t size = list.size();
-    if (m->values.size() != size * size)
+    if (m->values.size() != std::uint64_t{size} * size)
     {
         s.Drop(-1, -1, L"a matrix does not fit its list of equations");
         return 0;

@@ -5,7 +5,6 @@
 #include "numerics/math_matrix_Dispatch.h"
 #include "numerics/math_matrix_storage.h"
 
-#include <cassert>
 #include <cstddef>
 #include <initializer_list>
 #include <optional>
@@ -27,11 +26,15 @@ class Matrix
 {
 public:
     Matrix() = default;
-    /// All zero.
+    /// All zero. A negative size, or more elements than memory can address, is refused with a log
+    /// record: the matrix is then empty, 0 x 0. Memory that runs out throws std::bad_alloc.
     Matrix(int rows, int columns)
-        : rows_(rows), columns_(columns), elements_(std::size_t(rows) * std::size_t(columns))
     {
-        assert(rows >= 0 && columns >= 0);
+        if (!impl::IsPossibleSize(rows, columns, sizeof(T)))
+            return;
+        elements_.resize(std::size_t(rows) * std::size_t(columns));
+        rows_ = rows;
+        columns_ = columns;
     }
     /// @param elements  row by row; missing ones are zero, surplus ones are dropped
     Matrix(int rows, int columns, std::initializer_list<T> elements) : Matrix(rows, columns)

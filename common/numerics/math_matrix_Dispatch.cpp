@@ -1,5 +1,6 @@
 #include "numerics/math_matrix_Dispatch.h"
 
+#include "foundation/kvidbg.h"
 #include "numerics/MxM.h"
 #include "numerics/solve/Vendor.h"
 
@@ -8,6 +9,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
@@ -129,7 +131,18 @@ private:
     bool isRegular_ = true;
 };
 
+const kvi::diag::DeclareCategoryMask kMath("Math");
+
 } // namespace
+
+bool IsPossibleSize(int rows, int columns, std::size_t bytes)
+{
+    constexpr std::uint64_t kMost = std::numeric_limits<std::ptrdiff_t>::max();
+    if (rows >= 0 && columns >= 0 && std::uint64_t(rows) * unsigned(columns) <= kMost / bytes)
+        return true;
+    KVI_LOG(kvi::diag::error, kMath, "a matrix of %d x %d elements is impossible", rows, columns);
+    return false;
+}
 
 template <class T>
 bool Dispatch<T>::add(Result C, Operand A, Operand B)

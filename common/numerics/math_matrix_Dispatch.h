@@ -8,6 +8,10 @@
 namespace math::matrix::impl
 {
 
+/// Whether memory can address rows x columns elements of @p bytes bytes each; otherwise, and for
+/// negative sizes, writes a log record.
+KVI_API bool IsPossibleSize(int rows, int columns, std::size_t bytes);
+
 /// Operations on views; exported because Matrix, a template, is written with them.
 ///
 /// Shapes that do not fit give false and leave the result as it is. A result may be the very view

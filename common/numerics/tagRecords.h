@@ -17,7 +17,8 @@ struct tagVectorDbl
     std::vector<double> values; ///< one value an equation
 };
 
-/// A dense matrix, row-major: entry (i, j) is values[i * columns + j].
+/// A dense matrix, row-major: entry (i, j) is values[i * columns + j]. Those who read it check the
+/// size of @c values.
 struct tagMatrixDbl
 {
     int rows = 0;               ///< number of rows

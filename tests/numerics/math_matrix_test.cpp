@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
+#include <utility>
 #include <vector>
 
 using namespace math::matrix;
@@ -56,6 +58,20 @@ TEST(Matrix, SumsDifferencesAndProducts)
               (Matrix<float>(1, 1, {11})));
     EXPECT_EQ(A * B, Matrix<double>()); // shapes that do not fit
     EXPECT_EQ(A + C, Matrix<double>());
+}
+
+TEST(Matrix, RefusesSizesWhoseProductDoesNotFit)
+{
+    constexpr int kMost = std::numeric_limits<int>::max();
+    // In 32 bits, the element counts of the first two wrap to 65536 and 0.
+    for (const auto& [rows, columns] : {std::pair(65537, 65536), {65536, 65536}, {kMost, kMost}})
+        if (sizeof(std::size_t) == 4 || rows == kMost)
+            EXPECT_EQ(Matrix<double>(rows, columns), Matrix<double>());
+    for (const auto& [rows, columns] : {std::pair(-1, -1), {-1, 1}, {1, -1}, {0, -1}})
+        EXPECT_EQ(Matrix<float>(rows, columns), Matrix<float>());
+    EXPECT_EQ(Matrix<double>(0, 5).Columns(), 5);
+    if (sizeof(std::size_t) == 4)
+        EXPECT_EQ(Matrix<double>(65537, 1) * Matrix<double>(1, 65536), Matrix<double>());
 }
 
 TEST(Matrix, ViewsOfEveryOrientationGiveOneProduct)

@@ -3,6 +3,8 @@
 #include "numerics/system/PatternRows.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -79,18 +81,24 @@ bool BlocksFit(const tagMultiVectorInt& elements)
     return true;
 }
 
-/// Where the entries of every element's matrix begin.
-void CountEntries(Pattern& pattern)
+/// Where the entries of every element's matrix begin; false when there are more than memory can
+/// address.
+bool CountEntries(Pattern& pattern)
 {
+    constexpr std::uint64_t kMost =
+        std::numeric_limits<std::ptrdiff_t>::max() / sizeof(std::uint32_t);
     pattern.offsetStart.resize(pattern.elements.Count() + 1);
-    std::size_t sum = 0;
+    std::uint64_t sum = 0;
     for (std::size_t e = 0; e < pattern.elements.Count(); ++e)
     {
-        pattern.offsetStart[e] = sum;
-        const std::size_t size = std::size_t(pattern.ElementSize(e));
+        pattern.offsetStart[e] = std::size_t(sum);
+        const auto size = std::uint64_t(pattern.ElementSize(e));
         sum += size * size;
+        if (sum > kMost)
+            return false;
     }
-    pattern.offsetStart.back() = sum;
+    pattern.offsetStart.back() = std::size_t(sum);
+    return true;
 }
 
 /// Do the rows of elements that follow each other lie far apart, for the most part?
@@ -118,7 +126,8 @@ SolveRecord Build(const tagMultiVectorInt& elements, int count, int threads, Pat
     if (!BlocksFit(elements))
         return Refused(SolveOutcome::TooLarge, kTooMany);
     pattern.elements = elements;
-    CountEntries(pattern);
+    if (!CountEntries(pattern))
+        return Refused(SolveOutcome::TooLarge, kTooMany);
     pattern.isScattered = IsScattered(pattern);
     if (!BuildRows(pattern, threads))
         return Refused(SolveOutcome::TooLarge, kTooMany);

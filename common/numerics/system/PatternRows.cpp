@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <emmintrin.h>
 #include <limits>
+#include <new>
 #include <vector>
 
 namespace numerics
@@ -189,14 +191,22 @@ private:
     /// Room for what CollectColumns finds.
     void Reserve(int row)
     {
-        const std::size_t most =
-            std::size_t(touches_.end(row) - touches_.begin(row)) * widest_ + kRankMargin;
-        if (slots_.size() < most)
-        {
-            slots_.resize(most);
-            unsorted_.resize(most);
-            rank_.resize(most);
-        }
+        const auto touches = std::uint64_t(touches_.end(row) - touches_.begin(row));
+        const std::uint64_t most = touches * widest_ + kRankMargin;
+        if (slots_.size() >= most)
+            return;
+        // One long list must not count for every element of the row.
+        std::uint64_t entries = kRankMargin;
+        for (const Touch* t = touches_.begin(row); t != touches_.end(row); ++t)
+            entries += Size(std::size_t(t->element));
+        if (slots_.size() >= entries)
+            return;
+        const std::uint64_t room = std::min(most, 2 * entries);
+        if (room > unsorted_.max_size())
+            throw std::bad_alloc();
+        slots_.resize(std::size_t(room));
+        unsorted_.resize(std::size_t(room));
+        rank_.resize(std::size_t(room));
     }
 
     /// Writes the columns, sorted, to @p sorted, and finds the rank of each.
