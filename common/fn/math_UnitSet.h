@@ -2,6 +2,8 @@
 /// The units that a function's numbers are in.
 #pragma once
 
+#include "foundation/MissingValue.h"
+
 namespace math
 {
 
@@ -26,8 +28,8 @@ public:
 
     constexpr PressureUnit Pressure() const { return pressure_; } ///< the unit of pressures
 
-    /// @p kilopascals in this set's pressure unit. The pound-force is 4.4482216152605 N, the foot
-    /// 0.3048 m, both by definition.
+    /// @p kilopascals in this set's pressure unit; the missing value when the unit is none of
+    /// PressureUnit. The pound-force is 4.4482216152605 N, the foot 0.3048 m, both by definition.
     constexpr double FromKilopascal(double kilopascals) const
     {
         switch (pressure_)
@@ -43,9 +45,9 @@ public:
         case PressureUnit::PoundPerSquareInch:
             return kilopascals * (1000 * 0.0254 * 0.0254 / 4.4482216152605);
         case PressureUnit::Kilopascal:
-            break;
+            return kilopascals;
         }
-        return kilopascals;
+        return MissingValue<double>();
     }
 
 private:

@@ -23,6 +23,23 @@ impl::CurveLoop* ChosenLoop()
 
 } // namespace
 
+double impl::ContentAt(const CurveTerms& c, double pressure)
+{
+    using math::impl::Exp2, math::impl::Log2;
+    const double suction = -pressure;
+    // Written so that the two logarithms cancel at the limit.
+    const double correction = (c.wholeLog2 - Log2(1 + suction * c.overResidual)) * c.overWhole;
+    const double exponent = c.n * Log2(suction * c.overA);
+    if (exponent >= kOverflow)
+        return c.saturatedWC * 0.0 * correction;
+    // In powers of two: with w = log2(e + (s/a)^n), the shape term (1 / ln(e + (s/a)^n))^m is
+    // 2^(-m (log2 w + log2 ln 2)). Above 1000 the logarithm of e + 2^x is x, to the last bit.
+    const double w = exponent > 1000 ? exponent : Log2(std::numbers::e + Exp2(exponent));
+    const double logs = Log2(w) + math::impl::kLog2OfLn2;
+    // ln(e + ...) is at least 1: rounding must not raise the content above saturation.
+    return c.saturatedWC * Exp2(-c.m * (logs < 0 ? 0 : logs)) * correction;
+}
+
 FredXing::FredXing(const double& a, const double& n, const double& m, const double& saturatedWC,
                    const double& limit)
     : a_(a), n_(n), m_(m), saturatedWC_(saturatedWC), limit_(limit),
@@ -38,23 +55,17 @@ bool FredXing::HasMissing() const
            IsMissingValue(limit_) || IsMissingValue(saturatedWC_);
 }
 
+impl::CurveTerms FredXing::Terms() const
+{
+    return {overA_,     n_,        m_, saturatedWC_, overResidual_, 1 + limit_ * overResidual_,
+            wholeLog2_, overWhole_};
+}
+
 double FredXing::operator()(const double& p) const
 {
-    using math::impl::Exp2, math::impl::Log2;
     if (HasMissing())
         return MissingValue<double>();
-    if (p >= 0 || !(a_ > 0))
-        return saturatedWC_;
-    const double suction = -p;
-    // Written so that the two logarithms cancel at the limit.
-    const double correction = (wholeLog2_ - Log2(1 + suction * overResidual_)) * overWhole_;
-    const double exponent = n_ * Log2(suction * overA_);
-    if (exponent >= impl::kOverflow)
-        return saturatedWC_ * 0.0 * correction;
-    // In powers of two: with w = log2(e + (s/a)^n), the shape term (1 / ln(e + (s/a)^n))^m is
-    // 2^(-m (log2 w + log2 ln 2)). Above 1000 the logarithm of e + 2^x is x, to the last bit.
-    const double w = exponent > 1000 ? exponent : Log2(std::numbers::e + Exp2(exponent));
-    return saturatedWC_ * Exp2(-m_ * (Log2(w) + math::impl::kLog2OfLn2)) * correction;
+    return p >= 0 || !(a_ > 0) ? saturatedWC_ : impl::ContentAt(Terms(), p);
 }
 
 void FredXing::Evaluate(const double* pressures, double* contents, std::size_t count) const
@@ -65,8 +76,7 @@ void FredXing::Evaluate(const double* pressures, double* contents, std::size_t c
         return;
     }
     static impl::CurveLoop* const loop = ChosenLoop();
-    loop({overA_, n_, m_, saturatedWC_, overResidual_, 1 + limit_ * overResidual_}, pressures,
-         contents, count);
+    loop(Terms(), pressures, contents, count);
 }
 
 bool FredXing::IsValid() const

@@ -12,6 +12,10 @@
 
 namespace math::fn::flow
 {
+namespace impl
+{
+struct CurveTerms;
+}
 
 /// Volumetric water content of an unsaturated soil over its pore-water pressure, in closed form.
 ///
@@ -38,13 +42,15 @@ public:
 
     /// Volumetric water content [-] at pore-water pressure @p p, in the pressure unit of a.
     /// Saturated for p >= 0 and for a <= 0, exactly 0 at the limit suction, negative beyond it
-    /// (not clamped); missing if any field is missing; NaN for a pressure that is NaN or minus
-    /// infinity. Relative error below 1e-14 away from the limit; the same bits on every machine.
+    /// (not clamped), never above saturation where the limit is above zero; missing if any field
+    /// is missing; NaN for a pressure that is NaN or minus infinity. Relative error below
+    /// (4 + 2 m) 1e-15 away from the limit; the same bits on every machine.
     double operator()(const double& p) const;
 
-    /// The same at @p count pressures: contents[i] = (*this)(pressures[i]) within 1e-14 of the
-    /// value (4e-15 theta_s F near the limit, where F is the shape term), exactly 0 at the limit.
-    /// The two arrays may be one and the same. Several times as fast as point by point.
+    /// The same at @p count pressures: contents[i] has the error bound of (*this)(pressures[i])
+    /// (near the limit 4e-15 theta_s F, where F is the shape term), is exactly 0 at the limit and
+    /// never above saturation. The two arrays may be one and the same. Several times as fast as
+    /// point by point.
     void Evaluate(const double* pressures, double* contents, std::size_t count) const;
 
     /// True when a, n, m and the limit are not missing, and a, n, m and the saturated content are
@@ -58,33 +64,43 @@ public:
     /// minX = -10^6, maxX = 0, minY = 0, maxY = theta(-10^6).
     Geom::Extents2D Extents() const;
 
-    /// 1,000,000 kPa in the pressure unit of @p units.
+    /// 1,000,000 kPa in the pressure unit of @p units; the missing value for an unknown unit.
     static double CalcLimit(const UnitSet& units);
 
     /// Fits a, n and m to measured points by least squares in theta / theta_s.
     ///
-    /// Ends when the sum of squared residuals or the sum of the gradient's magnitudes falls to
-    /// 1e-4. Points that are missing or not finite are left out; so are starting values that are
-    /// not finite or not above zero, for which 10 kPa, 1 and 1 stand in. Whatever the input, a, n
-    /// and m end finite and above zero, and fit no worse than they did at the start.
-    /// @param satWC   saturated water content [-]
-    /// @param points  @p count points: x the pore-water pressure (suction is -x), y the content
-    /// @param a,n,m   starting values in, fitted values out; stored in this order, so that the last
-    ///                counts where they name one variable
+    /// Ends when the sum E of squared residuals falls to 1e-4. Otherwise it goes on from several
+    /// starts until E changes by less than a millionth, and keeps the best: usually, not always,
+    /// the global minimum. Results do not depend on the pressure unit. Points that are missing or
+    /// not finite are left out; starting values that are not finite or not above zero are replaced
+    /// by 10 kPa, 1 and 1. Whatever the input, a, n and m end finite and above zero, and fit no
+    /// worse than they did at the start.
+    /// @param satWC    saturated water content [-]
+    /// @param points   @p count points: x the pore-water pressure (suction is -x), y the content
+    /// @param a,n,m    starting values in, fitted values out; stored in this order, so that the
+    ///                 last counts where they name one variable
+    /// @param rmsError root mean square of measured minus fitted water content [-], over the points
+    ///                 used; the missing value when there is nothing to fit. Stored last.
     /// @returns the iterations made, or a value of FitFailure
+    static int EstimateParam(const double& satWC, FPOINT* points, int count, const UnitSet& units,
+                             double& a, double& n, double& m, double& rmsError);
+    /// The same without the error.
     static int EstimateParam(const double& satWC, FPOINT* points, int count, const UnitSet& units,
                              double& a, double& n, double& m);
 
-    /// Why EstimateParam stopped before its stopping rule was met; a, n and m hold the best found.
+    /// Why EstimateParam ended without a fit or before its stopping rule was met; a, n and m hold
+    /// the best found.
     enum FitFailure
     {
         NothingToFit = -1,  ///< no usable point, or a saturated content that is not above zero
         NoImprovement = -2, ///< no step made the fit better
-        TooManySteps = -3   ///< 1500 iterations were made
+        TooManySteps = -3,  ///< 1500 iterations were made
+        UnknownUnit = -4    ///< the pressure unit is none of PressureUnit
     };
 
 private:
     bool HasMissing() const;
+    impl::CurveTerms Terms() const;
 
     double a_;
     double n_;

@@ -1,11 +1,14 @@
-// Least-squares fit of the water-content curve: BFGS on the inverse Hessian, with the line search
-// by halving that the curve's users know.
+// Least-squares fit of the water-content curve: BFGS on the inverse Hessian with a line search by
+// halving; where that ends above the tolerance, Levenberg-Marquardt steps from its result and from
+// starts that follow from the points.
 
 #include "fn/math_fn_flow_FredXing.h"
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
+#include <utility>
 #include <vector>
 
 namespace math::fn::flow
@@ -18,6 +21,7 @@ using Matrix3 = std::array<Vector3, 3>;
 
 constexpr double kGoodEnough = 1e-4; // for the error and for the gradient's sum
 constexpr int kMostIterations = 1500;
+constexpr int kMostSteps = 200; // of one refinement
 constexpr int kMostHalvings = 20;
 constexpr double kSmallestStep = 1e-10;
 
@@ -50,7 +54,7 @@ public:
         Vector3 slope{};
         for (const Point& point : points_)
         {
-            Vector3 partial{1, 0, 0};
+            Vector3 partial{};
             const double residual = point.measured - Model(point, p, partial);
             sum += residual * residual;
             for (int i = 0; i < 3; ++i)
@@ -60,6 +64,28 @@ public:
             *gradient = slope;
         return sum;
     }
+
+    /// J'J and J'r, where J holds the derivatives of the model by ln a, ln n and ln m.
+    void NormalEquations(const Vector3& p, Matrix3& normal, Vector3& right) const
+    {
+        normal = {};
+        right = {};
+        for (const Point& point : points_)
+        {
+            Vector3 partial{};
+            const double residual = point.measured - Model(point, p, partial);
+            for (int i = 0; i < 3; ++i)
+                partial[i] *= p[i];
+            for (int i = 0; i < 3; ++i)
+            {
+                right[i] += partial[i] * residual;
+                for (int j = 0; j < 3; ++j)
+                    normal[i][j] += partial[i] * partial[j];
+            }
+        }
+    }
+
+    const std::vector<Point>& Points() const { return points_; }
 
 private:
     static double Model(const Point& point, const Vector3& p, Vector3& partial)
@@ -148,6 +174,8 @@ void Update(Matrix3& scaling, const Vector3& step, const Vector3& change)
                              (scaled[i] * step[j] + step[i] * scaled[j]) / curvature;
 }
 
+/// Ends when the error or the gradient's sum is good enough. The gradient is that by the logarithms
+/// of a, n and m, so that units do not matter.
 int Minimise(const Error& error, Vector3& p)
 {
     Vector3 gradient;
@@ -156,7 +184,8 @@ int Minimise(const Error& error, Vector3& p)
     bool fresh = true;
     for (int iteration = 0; iteration < kMostIterations; ++iteration)
     {
-        const double sum = std::fabs(gradient[0]) + std::fabs(gradient[1]) + std::fabs(gradient[2]);
+        const double sum = std::fabs(p[0] * gradient[0]) + std::fabs(p[1] * gradient[1]) +
+                           std::fabs(p[2] * gradient[2]);
         if (!(sum > kGoodEnough && smallest > kGoodEnough))
             return std::isfinite(sum) ? iteration : FredXing::NoImprovement;
         const Vector3 before = p, slope = gradient;
@@ -181,6 +210,108 @@ int Minimise(const Error& error, Vector3& p)
     return FredXing::TooManySteps;
 }
 
+/// x of A x = b for a positive definite A, by elimination.
+Vector3 Solve(Matrix3 A, Vector3 b)
+{
+    for (int k = 0; k < 3; ++k)
+        for (int i = k + 1; i < 3; ++i)
+        {
+            const double factor = A[i][k] / A[k][k];
+            for (int j = k; j < 3; ++j)
+                A[i][j] -= factor * A[k][j];
+            b[i] -= factor * b[k];
+        }
+    for (int k = 2; k >= 0; --k)
+    {
+        for (int j = k + 1; j < 3; ++j)
+            b[k] -= A[k][j] * b[j];
+        b[k] /= A[k][k];
+    }
+    return b;
+}
+
+/// One damped Gauss-Newton step in ln a, ln n and ln m, of at most 2 in each (Levenberg-Marquardt;
+/// Nocedal and Wright, Numerical Optimization, section 10.3). @returns whether the error fell
+bool StepInLogarithms(const Error& error, Vector3& p, double& smallest, double& damping)
+{
+    Matrix3 normal;
+    Vector3 right;
+    error.NormalEquations(p, normal, right);
+    const double trace = normal[0][0] + normal[1][1] + normal[2][2];
+    for (; damping < 1e12; damping *= 4)
+    {
+        Matrix3 damped = normal;
+        for (int i = 0; i < 3; ++i)
+            damped[i][i] += damping * (normal[i][i] + 1e-12 * trace) + 1e-300;
+        const Vector3 step = Solve(damped, right);
+        double longest = 2;
+        for (const double component : step)
+            longest = std::fmax(longest, std::fabs(component));
+        Vector3 trial{};
+        for (int i = 0; i < 3; ++i)
+            trial[i] = p[i] * std::exp(2 / longest * step[i]);
+        if (!IsUsable(trial))
+            continue;
+        if (const double found = error(trial); found < smallest)
+        {
+            p = trial;
+            smallest = found;
+            damping = std::fmax(damping / 10, 1e-12);
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Steps until the error is good enough or falls by less than a millionth. @returns their number
+int Refine(const Error& error, Vector3& p)
+{
+    double smallest = error(p), damping = 1e-3;
+    for (int iteration = 0; iteration < kMostSteps; ++iteration)
+    {
+        const double before = smallest;
+        if (!(smallest > kGoodEnough) || !StepInLogarithms(error, p, smallest, damping) ||
+            smallest > before * (1 - 1e-6))
+            return iteration;
+    }
+    return kMostSteps;
+}
+
+/// The best of the given start and of starts whose a is the suction where the content nears 0.7 of
+/// saturation; near that suction the curve falls.
+int Fit(const Error& error, Vector3& p)
+{
+    const int result = Minimise(error, p);
+    double smallest = error(p);
+    if (!(smallest > kGoodEnough) || !std::isfinite(smallest))
+        return result;
+    const Vector3 atStart = p;
+    int steps = Refine(error, p);
+    smallest = error(p);
+    double nearest = std::numeric_limits<double>::infinity(), a = p[0];
+    for (const Point& point : error.Points())
+    {
+        const double distance = std::fabs(point.measured - 0.7);
+        if (point.suction > 0 && distance < nearest)
+        {
+            nearest = distance;
+            a = point.suction;
+        }
+    }
+    for (Vector3 start : {Vector3{a, 1, 1}, {a, 3, 1}, {a, 8, 1}, {2 * a, 2, 3}})
+    {
+        if (!(smallest > kGoodEnough) || !IsUsable(start))
+            break;
+        steps += Refine(error, start);
+        if (const double found = error(start); found < smallest)
+        {
+            smallest = found;
+            p = start;
+        }
+    }
+    return result >= 0 ? result + steps : p != atStart ? steps : result;
+}
+
 std::vector<Point> UsablePoints(double satWC, const FPOINT* points, int count, double limit)
 {
     const double residual = 0.003 * limit, logLimit = std::log(1 + limit / residual);
@@ -200,24 +331,40 @@ std::vector<Point> UsablePoints(double satWC, const FPOINT* points, int count, d
 } // namespace
 
 int FredXing::EstimateParam(const double& satWC, FPOINT* points, int count, const UnitSet& units,
-                            double& a, double& n, double& m)
+                            double& a, double& n, double& m, double& rmsError)
 {
+    const double saturated = satWC, limit = CalcLimit(units); // satWC may be one of the results
     const Vector3 standIn{units.FromKilopascal(10), 1, 1};
     Vector3 p{a, n, m};
     for (int i = 0; i < 3; ++i)
         if (!(p[i] > 0) || !std::isfinite(p[i]) || IsMissingValue(p[i]))
-            p[i] = standIn[i];
-    int result = NothingToFit;
-    if (satWC > 0 && std::isfinite(satWC) && !IsMissingValue(satWC) && points != nullptr)
+            p[i] = IsMissingValue(standIn[i]) ? 10 : standIn[i];
+    int result = IsMissingValue(limit) ? UnknownUnit : NothingToFit;
+    double error = MissingValue<double>();
+    if (!IsMissingValue(limit) && saturated > 0 && std::isfinite(saturated) &&
+        !IsMissingValue(saturated) && points != nullptr)
     {
-        std::vector<Point> usable = UsablePoints(satWC, points, count, CalcLimit(units));
+        std::vector<Point> usable = UsablePoints(saturated, points, count, limit);
         if (!usable.empty())
-            result = Minimise(Error(std::move(usable)), p);
+        {
+            const auto size = double(usable.size());
+            const Error squares(std::move(usable));
+            result = Fit(squares, p);
+            error = saturated * std::sqrt(squares(p) / size);
+        }
     }
     a = p[0];
     n = p[1];
     m = p[2];
+    rmsError = error;
     return result;
+}
+
+int FredXing::EstimateParam(const double& satWC, FPOINT* points, int count, const UnitSet& units,
+                            double& a, double& n, double& m)
+{
+    double unused = 0;
+    return EstimateParam(satWC, points, count, units, a, n, m, unused);
 }
 
 } // namespace math::fn::flow

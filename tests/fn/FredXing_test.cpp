@@ -52,28 +52,55 @@ TEST(FredXing, ArraysOfEveryProcessorLevelAgreeWithThePoints)
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> exponent(-320, 20), shape(0.05, 8);
     const double inf = std::numeric_limits<double>::infinity();
-    for (int set = 0; set < 50; ++set)
+    for (int set = 0; set < 60; ++set)
     {
-        const double a = std::pow(10, shape(random) - 4), n = shape(random), m = shape(random);
-        const FredXing curve(a, n, m, 0.4, 1e6);
-        std::vector<double> p{1, -0.0, 0, kMissing, -kMissing, inf, -inf, std::nan(""), -1e6};
+        // In every third set, numbers whose quotients leave the range of normal doubles.
+        const bool isExtreme = set % 3 == 0;
+        const double a = std::pow(10, isExtreme ? -2 - set * 5 : shape(random) - 4);
+        const double n = isExtreme ? 0.01 : shape(random), m = shape(random);
+        const double limit = !isExtreme ? 1e6 : set % 2 == 0 ? 1e-5 : -1e6;
+        const FredXing curve(a, n, m, 0.4, limit);
+        std::vector<double> p{1, -0.0, 0, kMissing, -kMissing, inf, -inf, std::nan(""), -limit};
+        for (const double ofA : {0x1p1023, 0x1.8p1023, 0x1p-1022, 0x1p-1060})
+            p.push_back(-a * ofA);
         while (p.size() < 101)
             p.push_back(-std::pow(10, exponent(random) / (set % 2 == 0 ? 1 : 30)));
         std::vector<double> many(p.size());
-        const double overResidual = 1 / (0.003 * 1e6);
-        const impl::CurveTerms terms{1 / a, n, m, 0.4, overResidual, 1 + 1e6 * overResidual};
+        const double overResidual = 1 / (0.003 * limit), whole = 1 + limit * overResidual;
+        const double wholeLog2 = math::impl::Log2(whole);
+        const impl::CurveTerms terms{1 / a,        n,     m,         0.4,
+                                     overResidual, whole, wholeLog2, 1 / wholeLog2};
         for (int level = 0; level <= platform::SimdLevel(); ++level)
         {
             loops[level](terms, p.data(), many.data(), p.size());
             for (std::size_t i = 0; i < p.size(); ++i)
             {
                 const double one = curve(p[i]);
-                EXPECT_TRUE(std::fabs(one - many[i]) <= 1e-14 * std::fabs(one) + 1e-17 ||
+                const double allowed = (8 + 4 * m) * 1e-15 * std::fabs(one) + 1e-17;
+                EXPECT_TRUE(one == many[i] || std::fabs(one - many[i]) <= allowed ||
                             (std::isnan(one) && std::isnan(many[i])))
                     << "level " << level << " at " << p[i] << ": " << one << ' ' << many[i];
+                if (limit > 0)
+                    EXPECT_FALSE(one > 0.4 || many[i] > 0.4) << one << ' ' << many[i];
             }
-            EXPECT_EQ(many[8], 0) << "at the limit";
+            if (!isExtreme)
+                EXPECT_EQ(many[8], 0) << "at the limit";
         }
+    }
+}
+
+TEST(FredXing, KeepsItsErrorBoundForEverySlope)
+{
+    std::mt19937_64 random(17);
+    std::uniform_real_distribution<double> exponent(-4, 5.7), slope(0.3, 12), tail(0.3, 30);
+    const long double e = std::exp(1.0L), r = 0.003 * 1e6, whole = std::log(1 + 1e6 / r);
+    for (int round = 0; round < 20000; ++round)
+    {
+        const double n = slope(random), m = tail(random), s = std::pow(10, exponent(random));
+        const long double shape = std::pow(1 / std::log(e + std::pow(s / 10.0L, n)), m);
+        const auto exact = double(0.4L * shape * (1 - std::log(1 + s / r) / whole));
+        EXPECT_NEAR(FredXing(10, n, m, 0.4, 1e6)(-s), exact, (4 + 2 * m) * 1e-15 * exact)
+            << n << ' ' << m << ' ' << s;
     }
 }
 
@@ -147,6 +174,8 @@ TEST(FredXing, LimitIsAMillionKilopascalInAnyUnit)
         const double expected = std::stod(reference.at(name).get<std::string>());
         EXPECT_NEAR(FredXing::CalcLimit(UnitSet(unit)), expected, 1e-15 * expected) << name;
     }
+    for (const int unknown : {0, 7, -1})
+        EXPECT_EQ(FredXing::CalcLimit(UnitSet(PressureUnit(unknown))), kMissing);
 }
 
 double SquaredError(const std::vector<FPOINT>& points, double satWC, double a, double n, double m)
@@ -182,6 +211,34 @@ TEST(FredXingFit, MeetsTheReferenceFits)
     }
 }
 
+TEST(FredXingFit, ReachesThePerfectFitInAnyUnit)
+{
+    std::mt19937_64 random(5);
+    std::uniform_real_distribution<double> u(0, 1);
+    for (int set = 0; set < 200; ++set)
+    {
+        const UnitSet units(set % 2 == 0 ? PressureUnit::Kilopascal : PressureUnit::Pascal);
+        const double kPa = units.FromKilopascal(1), scale = std::pow(10, 3 * u(random));
+        const FredXing exact(scale * kPa, 0.5 + 7.5 * u(random), 0.3 + 2.7 * u(random), 0.45,
+                             FredXing::CalcLimit(units));
+        const double first = u(random) - 1, step = (4 + 1.5 * u(random) - first) / 9;
+        std::vector<FPOINT> points;
+        for (int i = 0; i < 10; ++i)
+        {
+            const double p = -std::pow(10, first + i * step) * kPa;
+            points.push_back({p, exact(p), 0});
+        }
+        double a = 10 * kPa, n = 1, m = 1, rms = 0;
+        EXPECT_GE(FredXing::EstimateParam(0.45, points.data(), 10, units, a, n, m, rms), 0);
+        EXPECT_LE(10 * std::pow(rms / 0.45, 2), 1.0001e-4) << set;
+        const FredXing fitted(a, n, m, 0.45, FredXing::CalcLimit(units));
+        double sum = 0;
+        for (const FPOINT& point : points)
+            sum += std::pow(point.y - fitted(point.x), 2);
+        EXPECT_NEAR(rms, std::sqrt(sum / 10), 1e-12);
+    }
+}
+
 TEST(FredXingFit, EndsWithUsableValuesWhateverItIsGiven)
 {
     const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
@@ -206,9 +263,13 @@ TEST(FredXingFit, EndsWithUsableValuesWhateverItIsGiven)
         EXPECT_TRUE(FredXing(a, n, m, 0.4, 1e6).IsValid());
         EXPECT_TRUE(std::isfinite(a + n + m));
     }
-    double shared = 2;
+    double shared = 2, a = 1, n = 2, m = 3;
     FredXing::EstimateParam(0.4, one.data(), 1, UnitSet(), shared, shared, shared);
     EXPECT_TRUE(std::isfinite(shared) && shared > 0);
+    EXPECT_EQ(
+        FredXing::EstimateParam(0.4, one.data(), 1, UnitSet(PressureUnit(9)), a, n, m, shared),
+        FredXing::UnknownUnit);
+    EXPECT_EQ(std::vector({a, n, m, shared}), std::vector({1.0, 2.0, 3.0, kMissing}));
 }
 
 } // namespace

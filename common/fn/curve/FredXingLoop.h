@@ -7,7 +7,7 @@
 namespace math::fn::flow::impl
 {
 
-/// The curve's parameters as its inner loop wants them; none is missing and a > 0.
+/// The curve's parameters in the form that its evaluation needs; none is missing and a > 0.
 struct CurveTerms
 {
     double overA; ///< 1/a
@@ -16,7 +16,12 @@ struct CurveTerms
     double saturatedWC;
     double overResidual; ///< 1/(0.003 L)
     double grownAtLimit; ///< 1 + L/(0.003 L)
+    double wholeLog2;    ///< log2 of grownAtLimit
+    double overWhole;    ///< 1/wholeLog2
 };
+
+/// The content at one pressure that is not >= 0, with the same bits on every target.
+double ContentAt(const CurveTerms& curve, double pressure);
 
 /// From this exponent on 2^x overflows, and the shape term, its reciprocal's power, is 0.
 constexpr double kOverflow = 1024;

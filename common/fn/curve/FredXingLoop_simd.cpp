@@ -3,6 +3,10 @@
 #include "fn/curve/FredXingLoop.h"
 #include "fn/curve/SimdLog2Exp2.h"
 
+#include <limits>
+
+#include <immintrin.h>
+
 namespace math::fn::flow::impl::KVI_SIMD
 {
 namespace
@@ -20,7 +24,30 @@ using P = math::impl::Pack<kWidth>;
 using V = P::V;
 using Mask = P::Mask;
 
-constexpr double kLog2OfLn2 = -0.5287663729448977, kTiny = 0x1p-1022, kLargest = 0x1p1023;
+constexpr double kLog2OfLn2 = -0.5287663729448977, kSmallest = 0x1p-1022;
+constexpr double kLargest = std::numeric_limits<double>::max();
+
+bool Any(Mask mask)
+{
+#if defined(__AVX512F__)
+    return _mm512_test_epi64_mask(__m512i(mask), __m512i(mask)) != 0;
+#elif defined(__AVX2__)
+    return _mm256_movemask_pd(__m256d(mask)) != 0;
+#else
+    return _mm_movemask_pd(__m128d(mask)) != 0;
+#endif
+}
+
+/// What the logarithms below cannot take, element by element: NaN, an infinite suction, s/a that is
+/// not a normal number, a negative limit.
+[[gnu::noinline, gnu::cold]] V ContentsOneByOne(const CurveTerms& c, V p)
+{
+    double each[kWidth];
+    P::Store(each, p);
+    for (double& value : each)
+        value = value >= 0 ? c.saturatedWC : ContentAt(c, value);
+    return P::Load(each);
+}
 
 /// The contents at one register of pressures. In powers of two: with w = log2(e + (s/a)^n), the
 /// shape term (1 / ln(e + (s/a)^n))^m is 2^(-m (log2 w + log2 ln 2)).
@@ -30,20 +57,21 @@ V Contents(const CurveTerms& c, V whole, V overWhole, V p)
     const V suction = saturated ? P::Set(1) : -p;
     const V grown = 1.0 + suction * c.overResidual;
     const V scaled = suction * c.overA;
-    const V exponent = c.n * P::Log2(scaled < kTiny ? P::Set(kTiny) : scaled);
+    const Mask usual = Mask(scaled >= kSmallest) & Mask(scaled <= kLargest) & Mask(grown >= 1) &
+                       Mask(grown <= kLargest);
+    if (Any(~(usual | saturated))) [[unlikely]]
+        return ContentsOneByOne(c, p);
+    const V exponent = c.n * P::Log2(scaled);
     const V clipped = exponent > 1000 ? P::Set(1000) : exponent;
     const V inner = P::Log2(2.718281828459045 + P::Exp2(clipped < -1000 ? P::Set(-1000) : clipped));
     // Above 1000 the logarithm of e + 2^x is x, to the last bit.
-    const V power = -c.m * (P::Log2(exponent > 1000 ? exponent : inner) + kLog2OfLn2);
-    const Mask vanishes =
-        Mask(exponent >= kOverflow) | Mask(power < -1000) | Mask(scaled > kLargest);
+    const V logs = P::Log2(exponent > 1000 ? exponent : inner) + kLog2OfLn2;
+    const V power = -c.m * (logs < 0 ? P::Set(0) : logs); // ln(e + ...) is at least 1
+    const Mask vanishes = Mask(exponent >= kOverflow) | Mask(power < -1000);
     const V shape = vanishes ? P::Set(0) : P::Exp2(power);
     // Written so that the two logarithms cancel at the limit.
     const V content = c.saturatedWC * shape * ((whole - P::Log2(grown)) * overWhole);
-    // What the logarithms cannot take: NaN, an infinite suction, a negative limit.
-    const Mask real = Mask(grown > 0) & Mask(grown <= kLargest);
-    const V unsaturated = real ? content : P::Set(__builtin_nan(""));
-    return saturated ? P::Set(c.saturatedWC) : unsaturated;
+    return saturated ? P::Set(c.saturatedWC) : content;
 }
 
 } // namespace
