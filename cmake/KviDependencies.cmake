@@ -1,5 +1,4 @@
 # What the library links, found the same way for every target.
-find_package(TBB REQUIRED CONFIG)
 find_package(Threads REQUIRED)
 find_path(KVI_EIGEN_DIR Eigen/Core PATH_SUFFIXES eigen3 REQUIRED)
 add_library(kvi_eigen INTERFACE)

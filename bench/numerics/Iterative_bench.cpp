@@ -3,10 +3,10 @@
 #include "numerics/FeMesh.h"
 #include "numerics/solve/Krylov.h"
 #include "numerics/solve/Profile.h"
+#include "parallel/ThreadCount.h"
 
 #include <Eigen/IterativeLinearSolvers>
 #include <benchmark/benchmark.h>
-#include <tbb/global_control.h>
 
 #include <HYPRE.h>
 #include <HYPRE_IJ_mv.h>
@@ -48,7 +48,7 @@ void Time(benchmark::State& state, const fe_mesh::System& system, F solve)
 void Kvi(benchmark::State& state, const Case& given)
 {
     const fe_mesh::System& system = SystemOf(given);
-    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 1);
+    const parallel::ThreadLimit limit(1);
     Time(state, system, [&] {
         Eigen::VectorXd x = Eigen::VectorXd::Zero(system.b.size());
         numerics::KrylovCache cache;

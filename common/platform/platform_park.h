@@ -34,10 +34,12 @@ private:
 };
 
 /// Sleeps while @p word is @p value, and may return early: look again.
+/// @returns false when @p milliseconds went by first
 ///
 /// Whoever changes the word wakes those who sleep on it. (The standard's own wait on an atomic
 /// loses a wake-up now and then in GCC 12 for Windows: it looks before it takes its lock.)
-void SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value);
+bool SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value,
+             std::uint32_t milliseconds = kForever);
 /// Wakes one of those who sleep on @p word, or more.
 void WakeOne(std::atomic<std::uint32_t>& word);
 void WakeAll(std::atomic<std::uint32_t>& word);

@@ -1,6 +1,8 @@
 #include "sys/sys_thread_ParallelFor.h"
 
-#include "sys/thread/Crew.h"
+#include "parallel/Loop.h"
+#include "parallel/ThreadCount.h"
+#include "sys/thread/ParentScope.h"
 #include "sys/thread/RangeIndex.h"
 
 #include <algorithm>
@@ -11,26 +13,35 @@ namespace sys::thread::task
 namespace
 {
 
-unsigned LoopWorkers() { return pool::LocalThreads() > 1 ? pool::Workers() : 1; }
-
 struct Loop
 {
     const Range range;
     const std::function<bool(unsigned)>& body;
     std::atomic<bool> result{true};
+    Origin origin;
 
-    static void RunPiece(void* object, std::uint64_t begin, std::uint64_t end)
+    static std::uint64_t RunPiece(void* object, std::uint64_t begin, std::uint64_t end,
+                                  const parallel::Loop::Yield& yield)
     {
         auto& loop = *static_cast<Loop*>(object);
+        const ParentScope parent(loop.origin);
         const std::function<bool(unsigned)>& body = loop.body;
         const unsigned step = std::max(loop.range.step, 1u);
-        unsigned number = thread::impl::NumberAt(loop.range, begin);
+        unsigned number = NumberAt(loop.range, begin);
         unsigned all = 1;
-        // The number behind the last one may wrap, but is not used.
-        for (std::uint64_t left = end - begin; left != 0; --left, number += step)
-            all &= static_cast<unsigned>(body(number));
+        while (begin != end)
+        {
+            const std::uint64_t count = std::min(end - begin, yield.Stride());
+            // The number after the last one may wrap, but is not used.
+            for (std::uint64_t left = count; left != 0; --left, number += step)
+                all &= static_cast<unsigned>(body(number));
+            begin += count;
+            if (yield.IsDue())
+                break;
+        }
         if (all == 0)
             loop.result.store(false, std::memory_order_relaxed);
+        return begin;
     }
 };
 
@@ -39,12 +50,16 @@ struct Pieces
     std::size_t first;
     void (*body)(const void*, std::size_t, std::size_t);
     const void* object;
+    Origin origin;
 
-    static void RunPiece(void* pieces, std::uint64_t begin, std::uint64_t end)
+    static std::uint64_t RunPiece(void* pieces, std::uint64_t begin, std::uint64_t end,
+                                  const parallel::Loop::Yield&)
     {
         const auto& self = *static_cast<const Pieces*>(pieces);
+        const ParentScope parent(self.origin);
         self.body(self.object, self.first + static_cast<std::size_t>(begin),
                   self.first + static_cast<std::size_t>(end));
+        return end;
     }
 };
 
@@ -52,8 +67,8 @@ struct Pieces
 
 bool ParallelFor(const Range& range, const std::function<bool(unsigned)>& body)
 {
-    Loop loop{range, body};
-    thread::impl::Work(&Loop::RunPiece, &loop, thread::impl::CountOf(range), LoopWorkers(), 1)
+    Loop loop{range, body, true, {}};
+    parallel::Loop(&Loop::RunPiece, &loop, {CountOf(range), parallel::LoopThreads(), 1, true})
         .Run();
     return loop.result.load(std::memory_order_relaxed);
 }
@@ -63,8 +78,9 @@ void impl::RunPieces(std::size_t first, std::size_t last, std::size_t grain,
 {
     if (first >= last)
         return;
-    Pieces pieces{first, body, object};
-    thread::impl::Work(&Pieces::RunPiece, &pieces, last - first, LoopWorkers(), grain).Run();
+    Pieces pieces{first, body, object, {}};
+    parallel::Loop(&Pieces::RunPiece, &pieces, {last - first, parallel::LoopThreads(), grain})
+        .Run();
 }
 
 } // namespace sys::thread::task

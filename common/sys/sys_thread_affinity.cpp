@@ -2,6 +2,7 @@
 
 #include "platform/platform_logfile.h"
 #include "sys/sys_thread_ExclusiveAccess.h"
+#include "sys/thread/ParentScope.h"
 
 #include <utility>
 
@@ -83,3 +84,22 @@ bool FutureOwnership() { return Mine().futureOwnership; }
 } // namespace impl
 
 } // namespace sys::thread::affinity
+
+namespace sys::thread
+{
+
+Origin::Origin() : record(&affinity::Mine()), currentId(affinity::CurrentId()) {}
+
+ParentScope::ParentScope(const Origin& origin) : isOther_(origin.record != &affinity::Mine())
+{
+    if (isOther_)
+        parentId_ = std::exchange(affinity::Mine().parentId, origin.currentId);
+}
+
+ParentScope::~ParentScope()
+{
+    if (isOther_)
+        affinity::Mine().parentId = parentId_;
+}
+
+} // namespace sys::thread

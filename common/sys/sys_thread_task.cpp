@@ -1,14 +1,12 @@
 #include "sys/sys_thread_task.h"
 
-#include "platform/platform_env.h"
-#include "platform/platform_thread.h"
-#include "sys/thread/Crew.h"
+#include "foundation/kvidbg.h"
+#include "parallel/Loop.h"
+#include "parallel/ThreadCount.h"
+#include "sys/thread/ParentScope.h"
 #include "sys/thread/RangeIndex.h"
 
-#include <algorithm>
-#include <atomic>
-#include <limits>
-#include <optional>
+#include <exception>
 #include <utility>
 
 namespace sys::thread::task
@@ -28,58 +26,22 @@ bool IsValid(const Range& range)
 
 } // namespace range
 
-void Initialize() { thread::impl::Crew::Instance().Begin(); }
+void Initialize() { parallel::ThreadPool::Instance().Start(); }
 
-void Finalize() { thread::impl::Crew::Instance().Finish(); }
+void Finalize() { parallel::ThreadPool::Instance().Finish(); }
 
 namespace pool
 {
-namespace
-{
 
-constexpr unsigned kDynamic = 0xffffffff;
-std::atomic<unsigned> fixedWorkers{kDynamic};
+unsigned TotalSystemWorkers() { return parallel::ProcessorCount(); }
 
-/// The number at the beginning of @p text, as atoi reads it, but never beyond the largest.
-unsigned LeadingNumber(const std::wstring& text)
-{
-    std::uint64_t number = 0;
-    for (std::size_t i = text.find_first_not_of(L" \t+"); i < text.size(); ++i)
-    {
-        if (text[i] < L'0' || text[i] > L'9')
-            break;
-        number = std::min<std::uint64_t>(number * 10 + static_cast<unsigned>(text[i] - L'0'),
-                                         std::numeric_limits<int>::max());
-    }
-    return static_cast<unsigned>(number);
-}
+unsigned LocalThreads() { return parallel::LocalThreads(); }
 
-} // namespace
+void SetFixedWorkers(unsigned workers) { parallel::SetFixedThreads(workers); }
 
-unsigned TotalSystemWorkers()
-{
-    static const unsigned count = platform::ProcessorCount();
-    return count;
-}
+void SetDynamicWorkers() { parallel::SetFixedThreads(parallel::kDynamicThreads); }
 
-unsigned LocalThreads()
-{
-    static const unsigned threads = [] {
-        const std::optional<std::wstring> asked = platform::Environment(L"OMP_NUM_THREADS");
-        return std::max(1u, asked ? LeadingNumber(*asked) : TotalSystemWorkers());
-    }();
-    return threads;
-}
-
-void SetFixedWorkers(unsigned workers) { fixedWorkers.store(workers, std::memory_order_relaxed); }
-
-void SetDynamicWorkers() { SetFixedWorkers(kDynamic); }
-
-unsigned Workers()
-{
-    const unsigned fixed = fixedWorkers.load(std::memory_order_relaxed);
-    return std::max(1u, fixed == kDynamic ? LocalThreads() : fixed);
-}
+unsigned Workers() { return parallel::JobThreads(); }
 
 void SetLocalThreads(unsigned) {}
 void BookkeepLocalThreads() {}
@@ -97,31 +59,58 @@ struct Job
     TaskHandle task;
     Range range;
     unsigned workers;
-    std::shared_ptr<thread::impl::Work> begun; // by RunAsync
+    std::shared_ptr<parallel::Loop> begun; // by RunAsync
 };
 
 namespace
 {
 
 /// What one run of a job needs; it outlives the job's handle.
-struct JobRun : thread::impl::Work
+struct JobRun : parallel::Loop
 {
     explicit JobRun(const Job& job)
-        : Work(&JobRun::RunPart, this, thread::impl::CountOf(job.range),
-               job.workers == 0 ? pool::Workers() : job.workers, 1),
+        : Loop(&JobRun::RunPart, this,
+               {CountOf(job.range), job.workers == 0 ? pool::Workers() : job.workers}),
           task(job.task), range(job.range)
     {
     }
+    ~JobRun() override
+    {
+        if (const std::exception_ptr failure = UnreportedFailure())
+            LogFailure(failure);
+    }
+    JobRun(const JobRun&) = delete;
+    JobRun& operator=(const JobRun&) = delete;
 
-    static void RunPart(void* run, std::uint64_t begin, std::uint64_t end)
+    static std::uint64_t RunPart(void* run, std::uint64_t begin, std::uint64_t end, const Yield&)
     {
         const auto* const self = static_cast<const JobRun*>(run);
-        self->task->Run({thread::impl::NumberAt(self->range, begin),
-                         thread::impl::NumberAt(self->range, end - 1), self->range.step});
+        const ParentScope parent(self->origin);
+        self->task->Run(
+            {NumberAt(self->range, begin), NumberAt(self->range, end - 1), self->range.step});
+        return end;
+    }
+
+    /// Nobody waited for the job; what it threw is not lost.
+    static void LogFailure(const std::exception_ptr& failure)
+    {
+        try
+        {
+            std::rethrow_exception(failure);
+        }
+        catch (const std::exception& thrown)
+        {
+            KVI_LOG(kvi::diag::error, 0, "a job that nobody waited for threw: %s", thrown.what());
+        }
+        catch (...)
+        {
+            KVI_LOG(kvi::diag::error, 0, "a job that nobody waited for threw an exception");
+        }
     }
 
     TaskHandle task;
     Range range;
+    Origin origin;
 };
 
 } // namespace
@@ -148,7 +137,7 @@ void RunAsync(const Handle& job)
     if (job->task == nullptr)
         return;
     job->begun = std::make_shared<impl::JobRun>(*job);
-    job->begun->Start(job->begun);
+    job->begun->Begin(job->begun);
 }
 
 void Wait(const Handle& job)

@@ -2,7 +2,7 @@
 /// @internal Vector operations over fixed blocks: the same bits for every number of threads.
 #pragma once
 
-#include <tbb/parallel_for.h>
+#include "parallel/For.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -36,7 +36,7 @@ void ForBlocks(int n, F f, int block = kVectorBlock)
             one(0);
         return;
     }
-    tbb::parallel_for(0, count, one);
+    parallel::ForEach(std::size_t(count), [&](std::size_t number) { one(int(number)); });
 }
 
 /// Sum of f(begin, end) over all blocks, added in the order of the blocks.

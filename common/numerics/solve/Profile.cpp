@@ -4,9 +4,8 @@
 #include "numerics/solve/ProfileTiles.h"
 #include "numerics/solve/Threads.h"
 #include "numerics/system/Product.h"
+#include "parallel/For.h"
 #include "platform/platform_cpu.h"
-
-#include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <atomic>
@@ -314,10 +313,8 @@ SolveRecord ProfileSolver::Compute(const MatrixView& A, bool symmetric, const do
     constexpr double kWorthThreads = 1000; // products of tiles, about 0.2 ms
     int most = ThreadCount(threads);
     most = work < kWorthThreads ? 1 : std::min(most, int(std::min<std::size_t>(TileRows(), 1024)));
-    if (most == 1)
-        run.Work(widest);
-    else
-        OnThreads(most, [&] { tbb::parallel_for(0, most, [&](int) { run.Work(widest); }); });
+    parallel::ForEach(
+        std::size_t(most), [&](std::size_t) { run.Work(widest); }, most);
     SubstituteBack(symmetric, y.data());
     std::copy(y.begin(), y.begin() + A.n, x);
     const bool skewed = symmetric && run.skewed != kNone;

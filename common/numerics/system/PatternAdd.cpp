@@ -1,7 +1,6 @@
 #include "numerics/solve/Threads.h"
 #include "numerics/system/Pattern.h"
-
-#include <tbb/parallel_for.h>
+#include "parallel/For.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -196,7 +195,8 @@ void AddInParts(const Pattern& p, std::size_t first, std::size_t count, const do
     };
     std::vector<std::vector<std::size_t>> later; // elements with such rows
     later.resize(std::size_t(parts));
-    tbb::parallel_for(0, parts, [&](int part) {
+    parallel::ForEach(std::size_t(parts), [&](std::size_t number) {
+        const int part = int(number);
         const std::size_t begin = border(part), end = border(part + 1);
         for (std::size_t e = begin; e < end; ++e)
         {

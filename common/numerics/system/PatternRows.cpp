@@ -2,8 +2,7 @@
 
 #include "numerics/solve/Threads.h"
 #include "numerics/system/RawVector.h"
-
-#include <tbb/parallel_for.h>
+#include "parallel/For.h"
 
 #include <algorithm>
 #include <atomic>
@@ -295,9 +294,8 @@ bool BuildAs(Pattern& pattern, const Touches& touches, int parts, int threads)
     for (int part = 0; part < parts; ++part)
         builders.emplace_back(pattern, touches);
     const auto forParts = [&](auto body) {
-        if (parts == 1)
-            return body(0);
-        OnThreads(threads, [&] { tbb::parallel_for(0, parts, body); });
+        parallel::ForEach(
+            std::size_t(parts), [&](std::size_t part) { body(int(part)); }, threads);
     };
 
     std::atomic<bool> isBuilt = true;

@@ -1,10 +1,8 @@
 #include "numerics/system/Product.h"
 
-#include "numerics/solve/Threads.h"
 #include "numerics/system/ProductRows.h"
+#include "parallel/For.h"
 #include "platform/platform_cpu.h"
-
-#include <tbb/parallel_for.h>
 
 #include <cmath>
 
@@ -27,13 +25,10 @@ void ForRows(const MatrixView& A, int threads, F rows)
     constexpr int kWorthThreads = 50000; // stored values, about 20 us; waking a thread costs 2
     if (threads == 1 || A.rowStart[A.n] < kWorthThreads)
         return rows(0, A.n);
-    constexpr int kRows = 1024;
-    const auto run = [&] {
-        tbb::parallel_for(0, (A.n - 1) / kRows + 1, [&](int block) {
-            rows(block * kRows, block < (A.n - 1) / kRows ? (block + 1) * kRows : A.n);
-        });
-    };
-    OnThreads(threads, run);
+    constexpr std::size_t kGrain = 256;
+    parallel::For(
+        std::size_t(A.n), kGrain,
+        [&](std::size_t first, std::size_t end) { rows(int(first), int(end)); }, threads);
 }
 
 } // namespace

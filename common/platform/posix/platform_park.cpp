@@ -99,9 +99,11 @@ void Parking::Wake()
         impl::FutexWake(awake_);
 }
 
-void SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value)
+bool SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value, std::uint32_t milliseconds)
 {
-    impl::FutexWait(word, value, impl::Deadline(kForever));
+    const impl::Deadline deadline(milliseconds);
+    impl::FutexWait(word, value, deadline);
+    return !deadline.Passed();
 }
 
 void WakeOne(std::atomic<std::uint32_t>& word) { impl::FutexWake(word); }

@@ -54,13 +54,14 @@ void Parking::Wake()
         awake_.store(1, std::memory_order_release);
 }
 
-void SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value)
+bool SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value, std::uint32_t milliseconds)
 {
     Lot& lot = LotOf(&word);
     ::AcquireSRWLockExclusive(&lot.lock);
-    if (word.load() == value)
-        ::SleepConditionVariableSRW(&lot.changed, &lot.lock, INFINITE, 0);
+    const bool inTime = word.load() != value ||
+                        ::SleepConditionVariableSRW(&lot.changed, &lot.lock, milliseconds, 0) != 0;
     ::ReleaseSRWLockExclusive(&lot.lock);
+    return inTime;
 }
 
 void WakeAll(std::atomic<std::uint32_t>& word)

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace sys::thread::impl
+namespace sys::thread
 {
 
 /// How many numbers @p range has.
@@ -23,4 +23,4 @@ inline unsigned NumberAt(const task::Range& range, std::uint64_t index)
     return static_cast<unsigned>(range.first + index * std::max(range.step, 1u));
 }
 
-} // namespace sys::thread::impl
+} // namespace sys::thread

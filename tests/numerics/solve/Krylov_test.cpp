@@ -1,8 +1,8 @@
 #include "numerics/SolverSystems.h"
 #include "numerics/solve/Krylov.h"
+#include "parallel/ThreadCount.h"
 
 #include <gtest/gtest.h>
-#include <tbb/global_control.h>
 
 #include <cmath>
 #include <limits>
@@ -131,9 +131,9 @@ TEST(Krylov, GivesTheSameBitsForEveryNumberOfThreads)
     {
         const System system = systems::Flow(120, Speckled, 1, wind);
         const Solution free = Solve(solver, system);
-        for (const std::size_t threads : {1, 3})
+        for (const unsigned threads : {1u, 3u, parallel::kDynamicThreads})
         {
-            const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
+            parallel::SetFixedThreads(threads);
             EXPECT_EQ(Solve(solver, system).x, free.x) << threads << " threads";
         }
     }

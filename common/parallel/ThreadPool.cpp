@@ -1,0 +1,464 @@
+#include "parallel/ThreadPool.h"
+
+#include "foundation/kvidbg.h"
+#include "parallel/FloatEnvGuard.h"
+#include "parallel/ThreadCount.h"
+#include "platform/platform_thread.h"
+
+#include <algorithm>
+#include <chrono>
+#include <new>
+#include <utility>
+
+namespace parallel
+{
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kSpin = 40'000;            // nanoseconds
+constexpr std::uint32_t kStarvedAfter = 50; // milliseconds
+constexpr std::size_t kMostMembers = 1024;
+constexpr std::uint32_t kAnnouncement = 1 << 16; // in the word of an entry
+
+thread_local bool isMember = false;
+
+/// Forks on the way from the first process to this one.
+constinit std::atomic<unsigned> forks{0};
+
+/// Whether Finish has been called since the last Start; a forked child inherits it.
+constinit std::atomic<bool> isFinished{false};
+
+} // namespace
+
+struct ThreadPool::Entry
+{
+    unsigned Inside() const { return state.load(std::memory_order_relaxed) % kAnnouncement; }
+    bool MayJoin() const { return work->HasMore() && Inside() < room; }
+    /// Nobody is at it, as only the pool's threads will be before somebody waits.
+    bool IsStarved() const { return keep != nullptr && Inside() == 0 && work->HasMore(); }
+
+    Work* work = nullptr;
+    unsigned room = 0;
+    bool isOpen = false;
+    bool isKept = false; // by the pool: all who work at it count as inside
+    std::shared_ptr<Work> keep;
+    Entry *before = nullptr, *after = nullptr;
+    std::fenv_t environment{};
+    unsigned threadLimit = 0;
+    /// The threads at work, without the one that opened it; and kAnnouncement for each Announce.
+    alignas(64) std::atomic<std::uint32_t> state{0};
+    std::atomic<std::uint32_t> sleepers{0};
+};
+
+struct ThreadPool::Member
+{
+    std::shared_ptr<platform::Thread> thread;
+    platform::Parking parking;
+};
+
+/// One thread's stay at a work, which also ends when the thread is.
+class ThreadPool::Session
+{
+public:
+    Session(ThreadPool& pool, Entry& entry)
+        : pool_(pool), entry_(entry), forks_(forks), environment_(entry.environment),
+          limit_(static_cast<int>(entry.threadLimit))
+    {
+    }
+    ~Session()
+    {
+        if (forks_ == forks)
+            pool_.Leave(entry_);
+    }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+private:
+    ThreadPool& pool_;
+    Entry& entry_;
+    const unsigned forks_;
+    FloatEnvGuard environment_;
+    ThreadLimit limit_;
+};
+
+// constexpr: the only pool needs no code to run before it, and none after it.
+constexpr ThreadPool::ThreadPool() = default;
+
+/// The only pool; never destroyed, since its threads may outlive the statics. Finish frees what it
+/// has on the heap.
+union ThreadPool::Storage
+{
+    constexpr Storage() : pool() {}
+    ~Storage() {}
+    ThreadPool pool;
+};
+
+ThreadPool& ThreadPool::Instance()
+{
+    static constinit Storage storage;
+    return storage.pool;
+}
+
+/// In a forked child: the threads are gone, and any lock may be held by one of them.
+void ThreadPool::StartFresh()
+{
+    isMember = false;
+    ++forks;
+    ThreadPool* const pool =
+        new (&Instance()) ThreadPool; // what the old one held stays where it is
+    pool->watchesForks_ = true;
+}
+
+void ThreadPool::Start() { isFinished = false; }
+
+void ThreadPool::Finish()
+{
+    if (isMember)
+    {
+        KVI_LOG(kvi::diag::error, 0, "the task pool cannot be finished by a task");
+        return;
+    }
+    const std::lock_guard finishing(finishing_);
+    std::vector<std::unique_ptr<Member>> members, retired;
+    {
+        const std::lock_guard lock(lock_);
+        isFinished = true;
+        stopping_ = true;
+        members.swap(members_);
+        retired.swap(retired_);
+        (void)std::exchange(idle_, std::vector<Member*>());
+    }
+    for (const auto& member : members)
+        member->parking.Wake();
+    for (const auto* group : {&members, &retired})
+        for (const auto& member : *group)
+            member->thread->Join();
+    const std::lock_guard lock(lock_);
+    stopping_ = false;
+    std::size_t unused = 0;
+    for (const Entry* entry = free_; entry != nullptr; entry = entry->after)
+        ++unused;
+    if (unused == entries_.size())
+    {
+        free_ = nullptr;
+        (void)std::exchange(entries_, std::vector<std::unique_ptr<Entry>>());
+    }
+}
+
+// ------------------------------------------------------------------------------------------------
+// Open work
+
+ThreadPool::Registration::~Registration() { Close(); }
+
+bool ThreadPool::Registration::IsForked() const { return entry_ != nullptr && forks_ != forks; }
+
+bool ThreadPool::Registration::LostWork() const { return IsForked() && entry_->Inside() != 0; }
+
+bool ThreadPool::Registration::Open(Work& work, unsigned room, std::shared_ptr<Work> keep)
+{
+    ThreadPool& pool = Instance();
+    const std::lock_guard lock(pool.lock_);
+    if (!pool.watchesForks_)
+    {
+        platform::OnForkInChild(&ThreadPool::StartFresh);
+        pool.watchesForks_ = true;
+    }
+    Entry* entry = pool.free_;
+    if (entry != nullptr)
+        pool.free_ = entry->after;
+    else
+        try
+        {
+            pool.entries_.push_back(std::make_unique<Entry>());
+            entry = pool.entries_.back().get();
+        }
+        catch (const std::bad_alloc&)
+        {
+            return false;
+        }
+    std::fegetenv(&entry->environment);
+    entry->threadLimit = ThreadLimit::Current();
+    entry->work = &work;
+    entry->room = room;
+    entry->isOpen = true;
+    entry->isKept = keep != nullptr;
+    entry->keep = std::move(keep);
+    entry->before = nullptr;
+    entry->after = pool.open_;
+    if (pool.open_ != nullptr)
+        pool.open_->before = entry;
+    pool.open_ = entry;
+    pool.openings_.fetch_add(1, std::memory_order_release);
+    entry_ = entry;
+    forks_ = forks;
+    return true;
+}
+
+void ThreadPool::Registration::CallHelp()
+{
+    if (entry_ != nullptr && !IsForked())
+        Instance().CallHelp(*entry_);
+}
+
+void ThreadPool::Registration::Announce()
+{
+    if (entry_ == nullptr || IsForked())
+        return;
+    entry_->state.fetch_add(kAnnouncement);
+    Instance().openings_.fetch_add(1, std::memory_order_release);
+    if (entry_->sleepers.load() != 0)
+        platform::WakeAll(entry_->state);
+}
+
+void ThreadPool::Registration::TakePart()
+{
+    if (entry_ == nullptr || IsForked())
+        return;
+    ThreadPool& pool = Instance();
+    unsigned slot = 0;
+    {
+        const std::lock_guard lock(pool.lock_);
+        if (!entry_->isOpen || !pool.Admit(*entry_, slot))
+            return;
+    }
+    const Session session(pool, *entry_);
+    entry_->work->TakePart(slot);
+}
+
+bool ThreadPool::Registration::AwaitMore()
+{
+    if (entry_ == nullptr)
+        return false;
+    constexpr int kSpins = 400; // the last piece of a helper is short, as a rule
+    for (int spins = 0;; ++spins)
+    {
+        const std::uint32_t state = entry_->state.load(); // before the look at what is left
+        const std::uint32_t inside = state % kAnnouncement;
+        const bool hasMore = entry_->work->HasMore();
+        if (hasMore && (!entry_->isKept || inside < entry_->room))
+            return true;
+        if ((!hasMore && inside == 0) || IsForked())
+            return false;
+        if (spins < kSpins)
+        {
+            platform::SpinPause();
+            continue;
+        }
+        entry_->sleepers.fetch_add(1);
+        const bool isWoken = platform::SleepOn(entry_->state, state, kStarvedAfter);
+        entry_->sleepers.fetch_sub(1);
+        if (!isWoken && !IsForked())
+            Instance().RelieveStarved(); // perhaps those at work wait for what nobody works at
+    }
+}
+
+void ThreadPool::Registration::Close()
+{
+    Entry* const entry = std::exchange(entry_, nullptr);
+    if (entry == nullptr || forks_ != forks)
+        return;
+    ThreadPool& pool = Instance();
+    {
+        const std::lock_guard lock(pool.lock_);
+        pool.Unlink(*entry);
+    }
+    while (const std::uint32_t inside = entry->state.load() % kAnnouncement)
+    {
+        const std::uint32_t state = entry->state.load();
+        if (state % kAnnouncement != inside)
+            continue;
+        entry->sleepers.fetch_add(1);
+        platform::SleepOn(entry->state, state, kStarvedAfter);
+        entry->sleepers.fetch_sub(1);
+        if (forks_ != forks)
+            return;
+    }
+    const std::lock_guard lock(pool.lock_);
+    entry->work = nullptr;
+    entry->after = pool.free_;
+    pool.free_ = entry;
+}
+
+void ThreadPool::Unlink(Entry& entry)
+{
+    if (!std::exchange(entry.isOpen, false))
+        return;
+    (entry.before != nullptr ? entry.before->after : open_) = entry.after;
+    if (entry.after != nullptr)
+        entry.after->before = entry.before;
+}
+
+/// Lets the calling thread in, if the work may have one more. Behind the lock.
+bool ThreadPool::Admit(Entry& entry, unsigned& slot)
+{
+    if (!entry.MayJoin())
+        return false;
+    slot = entry.state.fetch_add(1, std::memory_order_relaxed) % kAnnouncement;
+    return true;
+}
+
+void ThreadPool::Leave(Entry& entry)
+{
+    std::shared_ptr<Work> last; // is given up without the lock
+    {
+        const std::lock_guard lock(lock_);
+        if (entry.isKept && entry.Inside() == 1 && !entry.work->HasMore())
+        {
+            Unlink(entry);
+            last = std::move(entry.keep);
+        }
+        entry.state.fetch_sub(1); // the work may be gone from here on; the entry stays
+    }
+    if (entry.sleepers.load() != 0)
+        platform::WakeAll(entry.state);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Threads
+
+void ThreadPool::CallHelp(Entry& entry)
+{
+    const std::lock_guard lock(lock_);
+    if (!entry.isOpen || !entry.MayJoin())
+        return;
+    const std::size_t size = JobThreads() - (entry.isKept ? 0 : 1); // its caller is one of them
+    WakeOrStart(std::max<std::size_t>(size, entry.room));
+}
+
+/// Gets a sleeping thread up or, where none sleeps and there are fewer than @p limit, starts one.
+/// Behind the lock.
+void ThreadPool::WakeOrStart(std::size_t limit)
+{
+    if (isFinished || stopping_)
+        return;
+    if (!idle_.empty())
+    {
+        Member* const member = idle_.back();
+        idle_.pop_back();
+        member->parking.Wake();
+        return;
+    }
+    if (members_.size() >= std::min(limit, kMostMembers))
+        return;
+    try
+    {
+        members_.reserve(members_.size() + 1);
+        idle_.reserve(members_.size() + 1);
+        retired_.reserve(members_.size() + retired_.size() + 1);
+        auto member = std::make_unique<Member>();
+        member->thread = platform::Thread::Start(&ThreadPool::Run, member.get(), 0);
+        if (member->thread == nullptr)
+            return; // the work goes on with those there are
+        members_.push_back(std::move(member));
+        members_.back()->thread->Resume();
+    }
+    catch (const std::bad_alloc&) // likewise
+    {
+    }
+}
+
+/// Starts a thread, beyond the pool's size if need be, for kept work that nobody is at.
+void ThreadPool::RelieveStarved()
+{
+    const std::lock_guard lock(lock_);
+    for (const Entry* entry = open_; entry != nullptr; entry = entry->after)
+        if (entry->IsStarved())
+            return WakeOrStart(kMostMembers);
+}
+
+/// Work that has room for the calling thread, which then is in; or null, and how many openings
+/// there had been by then.
+ThreadPool::Entry* ThreadPool::Join(unsigned& openings, unsigned& slot)
+{
+    const std::lock_guard lock(lock_);
+    for (Entry* entry = open_; entry != nullptr; entry = entry->after)
+        if (Admit(*entry, slot))
+        {
+            for (const Entry* other = open_; other != nullptr; other = other->after)
+                if (other->IsStarved())
+                {
+                    WakeOrStart(std::max<std::size_t>(JobThreads(), other->room));
+                    break;
+                }
+            return entry;
+        }
+    openings = openings_.load(std::memory_order_acquire);
+    return nullptr;
+}
+
+/// Waits a while for another opening. @returns false when there was none
+bool ThreadPool::SpinForWork(unsigned openings) const
+{
+    if (ProcessorCount() == 1)
+        return false;
+    const Clock::time_point start = Clock::now();
+    while (std::chrono::duration<double, std::nano>(Clock::now() - start).count() < kSpin)
+        for (int i = 0; i < 16; ++i)
+        {
+            if (openings_.load(std::memory_order_acquire) != openings || stopping_)
+                return true;
+            platform::SpinPause();
+        }
+    return false;
+}
+
+void ThreadPool::Run(void* object)
+{
+    struct Stay
+    {
+        Member& member;
+        const unsigned generation = forks;
+        bool isOver = false;
+        ~Stay()
+        {
+            if (!isOver && generation == forks)
+                Instance().Retire(member);
+        }
+    };
+    isMember = true;
+    Stay stay{*static_cast<Member*>(object)};
+    Instance().Serve(stay.member);
+    stay.isOver = true;
+}
+
+/// A body ended the thread: it makes room for another, and is joined by Finish.
+void ThreadPool::Retire(Member& member)
+{
+    const std::lock_guard lock(lock_);
+    const auto at = std::find_if(members_.begin(), members_.end(),
+                                 [&](const auto& one) { return one.get() == &member; });
+    if (at == members_.end())
+        return; // Finish has it
+    retired_.push_back(std::move(*at));
+    members_.erase(at);
+}
+
+void ThreadPool::Serve(Member& member)
+{
+    const unsigned generation = forks;
+    unsigned openings = 0, slot = 0;
+    while (generation == forks && !stopping_)
+    {
+        if (Entry* const entry = Join(openings, slot))
+        {
+            const Session session(*this, *entry);
+            if (entry->work->IsWorthWaking())
+                CallHelp(*entry); // who is woken wakes the next
+            entry->work->TakePart(slot);
+            continue;
+        }
+        if (SpinForWork(openings))
+            continue;
+        {
+            const std::lock_guard lock(lock_);
+            if (stopping_ || openings_.load(std::memory_order_acquire) != openings)
+                continue;
+            idle_.push_back(&member);
+        }
+        (void)member.parking.Sleep(); // without limit
+    }
+}
+
+} // namespace parallel
