@@ -40,8 +40,7 @@ double TriArea2D(const Point2D& a, const Point2D& b, const Point2D& c)
 double VectorAngle2D(const Point2D& u, const Point2D& v)
 {
     const Point2D s = u * impl::UnitFactor(u), t = v * impl::UnitFactor(v);
-    const double angle = std::atan2(impl::Cross(s, t), impl::Dot(s, t));
-    return angle == -std::numbers::pi ? std::numbers::pi : angle;
+    return impl::ArcTangent(impl::Cross(s, t), impl::Dot(s, t));
 }
 
 double VectorAbsAngle2D(const Point2D& u, const Point2D& v)
@@ -53,7 +52,7 @@ double VectorAngle3D(const Point3D& u, const Point3D& v)
 {
     const Point3D s = UnitSized(u), t = UnitSized(v);
     const Point3D cross = {s.y * t.z - s.z * t.y, s.z * t.x - s.x * t.z, s.x * t.y - s.y * t.x};
-    return std::atan2(std::sqrt(SumOfSquares(cross)), s.x * t.x + s.y * t.y + s.z * t.z);
+    return impl::ArcTangent(std::sqrt(SumOfSquares(cross)), s.x * t.x + s.y * t.y + s.z * t.z);
 }
 
 Point2D VectorRotate2D(const Point2D& v, double angle)
@@ -72,8 +71,9 @@ double CalcAngleInDegreesFromLineEndPts2D(const Point2D& a, const Point2D& b)
         return 0;
     const double axis = (isSteep ? 90 : 0) + (along < 0 ? 180 : 0);
     const double ratio = across / along;
-    const double turn = std::fabs(ratio) == 1 ? std::copysign(45, ratio)
-                                              : std::atan(ratio) * (180 / std::numbers::pi);
+    const double turn = std::fabs(ratio) == 1
+                            ? std::copysign(45, ratio)
+                            : impl::ArcTangent(ratio, 1) * (180 / std::numbers::pi);
     const double angle = axis + turn;
     return angle < 0 ? std::min(angle + 360, std::nextafter(360.0, 0.0)) : angle;
 }

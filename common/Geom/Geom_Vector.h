@@ -1,7 +1,7 @@
 /// @file
 /// Turns, areas, angles and rotations. Angles are radians, counter-clockwise positive, unless the
-/// name says degrees. The sines and cosines are the geometry's own and give the same bits on every
-/// platform; angles come from the C library's arc tangent and may differ in the last bit.
+/// name says degrees. Sines, cosines and arc tangents are the geometry's own and give the same bits
+/// on every platform.
 #pragma once
 
 #include "Geom/Geom_Point.h"
@@ -21,8 +21,8 @@ enum class TurnOrientation : int
 
 /// The turn on the way from @p a to @p b to @p p. Collinear when the infinite line through a and b
 /// meets the box of half-epsilons about p: |(b - a) x (p - a)| <= hx |b.y - a.y| + hy |b.x - a.x|;
-/// so also when a is exactly b, and when a coordinate is NaN or infinite. Exact whatever the
-/// magnitudes.
+/// so also when a is exactly b, and when a coordinate is NaN or infinite. Exact like
+/// LineContainsPoint2D.
 KVI_API TurnOrientation VectorTurn2D(const Point2D& a, const Point2D& b, const Point2D& p,
                                      const Precision3D& precision);
 

@@ -1,5 +1,7 @@
 #include "Geom/events/LineGrid.h"
 
+#include "Geom/exact/Plane.h"
+
 #include <cmath>
 #include <emmintrin.h>
 #include <stdexcept>
@@ -65,7 +67,7 @@ private:
 double GridTolerance::MarginOf(const Line2D& line) const
 {
     return sideX * std::fabs(line.second.y - line.first.y) +
-           sideY * std::fabs(line.second.x - line.first.x);
+           sideY * std::fabs(line.second.x - line.first.x) + kUnderflowError;
 }
 
 void LineGrid::Lay(const LineSet2D& lines, const std::vector<GridMember>& members,

@@ -68,8 +68,8 @@ inline bool CrossClearly(const Line2D& a, const Line2D& b, double hx, double hy,
                          _mm_cvtsd_f64(both) + _mm_cvtsd_f64(_mm_unpackhi_pd(both, both));
     const __m128d reach = _mm_add_pd(_mm_mul_pd(_mm_set1_pd(hx), sizeOf(dy)),
                                      _mm_mul_pd(_mm_set1_pd(hy), sizeOf(dx)));
-    const __m128d margin =
-        _mm_add_pd(_mm_mul_pd(reach, _mm_set1_pd(1 + 0x1p-48)), _mm_set1_pd(terms * 0x1p-48));
+    const __m128d margin = _mm_add_pd(_mm_mul_pd(reach, _mm_set1_pd(1 + 0x1p-48)),
+                                      _mm_set1_pd(terms * 0x1p-48 + kUnderflowError));
     const __m128d isBelow = _mm_cmplt_pd(_mm_min_pd(ends1, ends2), _mm_xor_pd(margin, minus));
     const __m128d isAbove = _mm_cmpgt_pd(_mm_max_pd(ends1, ends2), margin);
     if (_mm_movemask_pd(_mm_and_pd(isBelow, isAbove)) != 3)

@@ -105,14 +105,23 @@ inline Point2D Clamped(const Point2D& p, const Point2D& a, const Point2D& b)
 /// beyond; NaN for NaN and the infinities.
 Point2D Direction(double angle);
 
+/// More than the error of a sum of products that underflow. Filters add it to their bounds: where
+/// products are as small as that, the exact forms decide.
+constexpr double kUnderflowError = 0x1p-1000;
+
+/// The angle of the point (x, y), above -pi and up to pi, as the arc tangent of y / x in the right
+/// quadrant, the same bits on every platform and within a unit in the last place of the true one. 0
+/// for (0, 0), NaN when a coordinate is not finite.
+double ArcTangent(double y, double x);
+
 /// What SideOf says when a coordinate is NaN or infinite.
 constexpr int kNoSide = 2;
 
 /// On which side of the infinite line a-b the point p lies: 1 left, -1 right, 0 when the line meets
 /// the box of half-sides hx, hy about p, that is when
 ///     |(b - a) x (p - a)| <= hx |b.y - a.y| + hy |b.x - a.x|
-/// and kNoSide for numbers that are not finite. The answer is that of exact arithmetic (while no
-/// product underflows), so it does not depend on the order in which a caller looks at things.
+/// and kNoSide for numbers that are not finite. The answer is that of exact arithmetic (within the
+/// range of ExactFactor), so it does not depend on the order in which a caller looks at things.
 int SideOf(const Point2D& a, const Point2D& b, const Point2D& p, double hx, double hy);
 
 /// SideOf with the half-epsilons of @p precision.

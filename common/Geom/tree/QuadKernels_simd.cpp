@@ -1,3 +1,4 @@
+#include "Geom/exact/Plane.h"
 #include "Geom/exact/SimdVector.h"
 #include "Geom/tree/QuadKernels.h"
 
@@ -62,7 +63,7 @@ inline Edges Look(const Point2D* i, const Point2D* j, const Probe& probe)
     const Vector tolerance = Plus(AllX(reachI, reachJ), AllY(reachI, reachJ));
     // Eight roundings at the most touch each of the terms.
     const Vector terms = Plus(Plus(Size(left), Size(right)), tolerance);
-    const Vector doubt = Plus(tolerance, Times(terms, All(0x1p-49)));
+    const Vector doubt = Plus(tolerance, Plus(Times(terms, All(0x1p-49)), All(kUnderflowError)));
 
     // Half-open in y: a ray through a vertex crosses one of two edges that go on, both or none of
     // two that turn back. An edge that rises past the point is crossed when the point is left of
