@@ -55,7 +55,9 @@ KVI_API bool CircleIsCollision2D(const Circle2D& a, const Circle2D& b);
 KVI_API int CircleLineIntersection2D(CircleLinePoints& out, const Circle2D& circle,
                                      const Line2D& line);
 /// The points where the rim meets the infinite line through the ends of @p line; otherwise as
-/// CircleLineIntersection2D. Ends equal within the precision are a point, the first one.
+/// CircleLineIntersection2D. Ends equal within the precision are a point, the first one. Whether
+/// the line reaches the rim is judged with 100 bits, and points are right to a few units in the
+/// last place of the larger of their coordinates and the radius.
 /// @returns the number of points in @p out
 KVI_API int CircleInfLineIntersection2D(CircleLinePoints& out, const Circle2D& circle,
                                         const Line2D& line);

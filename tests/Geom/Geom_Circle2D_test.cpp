@@ -77,16 +77,22 @@ TEST(Vector2D, RotatesByTheTrueSineAndCosine)
     EXPECT_TRUE(std::isnan(VectorRotate2D({1, 0}, kInfinity).x));
 }
 
-TEST(Vector2D, RotatesWithTheSameBitsEverywhere)
+TEST(Vector2D, HasAnglesWithinAUnitInTheLastPlace)
 {
-    std::uint64_t hash = 14695981039346656037u;
-    for (int i = -5000; i < 5000; ++i)
-    {
-        const Point2D turned = VectorRotate2D({1, 0}, i * 0.737);
-        for (const double v : {turned.x, turned.y})
-            hash = (hash ^ std::bit_cast<std::uint64_t>(v)) * 1099511628211u;
-    }
-    EXPECT_EQ(hash, 5941000141088082034u); // of this code; a change of one bit changes it
+    // Against the C library's with more digits; all octants, near the axes and at their borders.
+    long double worst = 0;
+    for (int i = 0; i < 20000; ++i)
+        for (const double scale : {1.0, 1e-3, 1e-9, 1e200})
+        {
+            const double y = (i % 200 - 100) * 0.01 * scale, x = (i / 100 - 100) * 0.01;
+            const double angle = VectorAngle2D({1, 0}, {x, y});
+            const long double right =
+                x == 0 && y == 0 ? 0 : std::atan2((long double)y, (long double)x);
+            const double unit = std::nextafter(std::fabs(angle), 9) - std::fabs(angle);
+            if (!(y == 0 && x < 0))
+                worst = std::max(worst, std::fabs(angle - right) / unit);
+        }
+    EXPECT_LT(worst, 1);
 }
 
 TEST(Circle2D, IsMeasured)
@@ -129,6 +135,7 @@ TEST(Circle2D, MeetsLinesInUpToTwoPoints)
 {
     using Points = std::vector<Point2D>;
     const Circle2D circle = {{0, 0}, 5};
+    const double kFarHalf = std::sqrt(2000 * 0x1p-30 - 0x1p-60);
     const std::tuple<Circle2D, Line2D, Points, Points> rows[] = {
         {circle, {{-9, 3}, {9, 3}}, {{-4, 3}, {4, 3}}, {{-4, 3}, {4, 3}}},
         {circle, {{9, 3}, {0, 3}}, {{4, 3}}, {{4, 3}, {-4, 3}}},
@@ -141,6 +148,11 @@ TEST(Circle2D, MeetsLinesInUpToTwoPoints)
         {{{2, 2}, 0}, {{0, 2}, {4, 2}}, {{2, 2}}, {{2, 2}}},
         {{{0, 0}, kNaN}, {{0, 2}, {4, 2}}, {}, {}},
         {circle, {{0, kInfinity}, {4, 2}}, {}, {}},
+        // A chord of 45 half-epsilons far out: 2^-30 is the last digit there.
+        {{{4.5e6, 4.5e6}, 1000},
+         {{4.5e6 - 2000, 4.5e6 + 1000 - 0x1p-30}, {4.5e6 + 2000, 4.5e6 + 1000 - 0x1p-30}},
+         {{4.5e6 - kFarHalf, 4.5e6 + 1000 - 0x1p-30}, {4.5e6 + kFarHalf, 4.5e6 + 1000 - 0x1p-30}},
+         {{4.5e6 - kFarHalf, 4.5e6 + 1000 - 0x1p-30}, {4.5e6 + kFarHalf, 4.5e6 + 1000 - 0x1p-30}}},
     };
     for (const auto& [round, line, onSegment, onLine] : rows)
     {
