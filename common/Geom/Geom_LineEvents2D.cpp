@@ -6,8 +6,6 @@
 #include "Geom/exact/ClearCrossing.h"
 #include "Geom/exact/Plane.h"
 
-#include <cmath>
-
 namespace Geom
 {
 namespace
@@ -79,8 +77,6 @@ public:
             }
             if (!predicate_(line1, line2, point, point2))
                 continue;
-            if (std::isnan(point.x) || std::isnan(point.y)) // a pair, but beyond the numbers
-                point = MissingValue<Point2D>();
             found.Add({point, pair->first, pair->second});
         }
     }

@@ -2,6 +2,7 @@
 
 #include "Geom/Geom_Line2D.h"
 #include "Geom/exact/ClearCrossing.h"
+#include "Geom/exact/Expansion.h"
 #include "Geom/exact/Plane.h"
 
 namespace Geom
@@ -19,7 +20,26 @@ using impl::LexicographicallyLess;
 using impl::SafeFactor;
 using impl::SideOf;
 
+/// Where v crosses u, from 0 at u's first point to 1, without rounding errors before the division.
+double ExactCrossingParameter(const Line2D& u, const Line2D& v)
+{
+    const double factor = impl::ExactFactor({u.first, u.second, v.first, v.second});
+    const auto way = [factor](const Point2D& from, const Point2D& to) {
+        return std::pair{impl::ExactDifference(to.x * factor, from.x * factor),
+                         impl::ExactDifference(to.y * factor, from.y * factor)};
+    };
+    const auto [dvx, dvy] = way(v.first, v.second);
+    const auto crossWithV = [&, &dvx = dvx, &dvy = dvy](const auto& d) {
+        impl::ExactSum cross;
+        cross.AddProduct(d.first, dvy);
+        cross.AddProduct(-d.second, dvx);
+        return cross.Value();
+    };
+    return crossWithV(way(u.first, v.first)) / crossWithV(way(u.first, u.second));
+}
+
 /// The crossing point of segments that cross, the same bits for every order of the arguments.
+/// Missing when the numbers cannot tell it: beyond the range in which products are exact.
 Point2D CrossingPoint(const Line2D& line1, const Line2D& line2)
 {
     const impl::OrderedLines ordered(line1, line2);
@@ -28,8 +48,15 @@ Point2D CrossingPoint(const Line2D& line1, const Line2D& line2)
     const Point2D a = u.first * factor;
     const Point2D du = u.second * factor - a;
     const Point2D dv = v.second * factor - v.first * factor;
-    const double t = Cross(v.first * factor - a, dv) / Cross(du, dv);
+    const double cross = Cross(du, dv);
+    const double terms = std::fabs(du.x * dv.y) + std::fabs(du.y * dv.x);
+    // Nearly parallel: rounding errors may be greater than the cross product.
+    const double t = std::fabs(cross) > terms * 0x1p-40 + impl::kUnderflowError
+                         ? Cross(v.first * factor - a, dv) / cross
+                         : ExactCrossingParameter(u, v);
     const Point2D p = (a + du * t) * (1 / factor);
+    if (!IsUsable(p))
+        return MissingValue<Point2D>();
     return Clamped(Clamped(p, u.first, u.second), v.first, v.second);
 }
 
@@ -104,7 +131,7 @@ Contact ContactOf(const Line2D& u, const Line2D& v, const Precision3D& precision
     if (!areOpposite(u, v) || !areOpposite(v, u))
         return {};
     const Point2D point = CrossingPoint(u, v);
-    return {IntersectionType::Crossing, point, point};
+    return IsMissing2D(point) ? Contact() : Contact{IntersectionType::Crossing, point, point};
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 ///
 /// Two segments have a common point when the box of half-epsilons about some point of the one meets
 /// the other: when they cross, or when an end of one lies on the other (LineContainsPoint2D). The
-/// tests are exact whatever the magnitudes and the same for the segments in either order and for
+/// tests are exact like LineContainsPoint2D and the same for the segments in either order and for
 /// their points in either order. Segments of no length are points. A segment with a coordinate that
 /// is NaN, infinite or missing meets nothing.
 #pragma once
