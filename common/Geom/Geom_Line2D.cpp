@@ -90,6 +90,8 @@ std::pair<double, double> LineGetY2D(const Point2D& a, const Point2D& b, double 
 bool LineContainsPoint2D(const Point2D& a, const Point2D& b, const Point2D& p,
                          const Precision3D& precision)
 {
+    if (!impl::AreUsable({a, b, p}))
+        return false;
     if (IsWithin(a, p, precision) || IsWithin(b, p, precision))
         return true;
     return IsWithinRange(a.x, b.x, p.x, precision.halfEpsilon[0]) &&

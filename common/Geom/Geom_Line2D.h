@@ -38,7 +38,12 @@ KVI_API Line2D LineGet2D(const Point2D& p1, const Point2D& p2);
 KVI_API std::pair<double, double> LineGetY2D(const Point2D& a, const Point2D& b, double x);
 
 /// Whether @p p lies on the segment @p a - @p b: whether the segment meets the box of half-epsilons
-/// about p. Exact whatever the magnitudes; never with a NaN coordinate. The ends count.
+/// about p, sides included. The ends count. No point with a NaN, infinite or missing coordinate is
+/// on a segment, and none is on a segment with one. Polygons, regions and the quadtree have this
+/// rule for what lies on a border.
+///
+/// The answer is that of exact arithmetic whenever the coordinates and half-epsilons other than 0
+/// are less than a factor of 1e200 apart in size.
 KVI_API bool LineContainsPoint2D(const Point2D& a, const Point2D& b, const Point2D& p,
                                  const Precision3D& precision);
 /// The same with the process-wide precision.

@@ -53,8 +53,7 @@ Point2D CentreOfOutline(const Point2D* points, std::size_t n)
     double x = 0, y = 0, length = 0;
     for (std::size_t i = 0; i + 1 < n; ++i)
     {
-        const double edge =
-            std::hypot(points[i + 1].x - points[i].x, points[i + 1].y - points[i].y);
+        const double edge = impl::LengthOf(points[i + 1] - points[i]);
         x += edge * ((points[i].x - points[0].x) + (points[i + 1].x - points[0].x)) / 2;
         y += edge * ((points[i].y - points[0].y) + (points[i + 1].y - points[0].y)) / 2;
         length += edge;
@@ -68,7 +67,9 @@ void PolygonGetLines2D(std::vector<Line2D>& lines, const std::vector<Point2D>& p
 {
     if (points.size() < 2)
         return;
-    lines.reserve(lines.size() + points.size() - 1);
+    // At least doubled: appending ring after ring must not copy all lines each time.
+    if (const std::size_t size = lines.size() + points.size() - 1; size > lines.capacity())
+        lines.reserve(std::max(size, 2 * lines.capacity()));
     for (std::size_t i = 0; i + 1 < points.size(); ++i)
         lines.push_back(LineGet2D(points[i], points[i + 1]));
 }
@@ -170,21 +171,36 @@ Point2D PolygonCentreOfMass2D(const Point2D* points, std::size_t n)
     return {points[0].x + x / (3 * weight), points[0].y + y / (3 * weight)};
 }
 
-bool PolygonContainsPoint2D(const Point2D* points, std::size_t n, const Point2D& p, bool withEdges,
-                            const Precision3D& precision)
+PointLocation PolygonLocatePoint2D(const Point2D* points, std::size_t n, const Point2D& p,
+                                   const Precision3D& precision)
 {
+    if (!impl::IsUsable(p) || !std::all_of(points, points + n, impl::IsUsable))
+        return PointLocation::Outside;
+    // Twice the reach of the tolerance: a difference that exceeds it does so without its rounding.
+    const double farX = 2 * precision.halfEpsilon[0], farY = 2 * precision.halfEpsilon[1];
     bool isInside = false;
     for (std::size_t i = 0; i + 1 < n; ++i)
     {
         const Point2D &a = points[i], &b = points[i + 1];
-        if (LineContainsPoint2D(a, b, p, precision))
-            return withEdges;
+        if (std::min(a.y, b.y) - p.y > farY || p.y - std::max(a.y, b.y) > farY ||
+            p.x - std::max(a.x, b.x) > farX)
+            continue;
+        const bool isRight = std::min(a.x, b.x) - p.x > farX;
+        if (!isRight && LineContainsPoint2D(a, b, p, precision))
+            return PointLocation::OnBorder;
         // Half-open in y, so that a ray through a vertex meets one of its two edges or both.
         if ((a.y > p.y) == (b.y > p.y))
             continue;
-        isInside ^= (b.y > a.y) == (impl::SideOf(a, b, p, 0, 0) == 1);
+        isInside ^= isRight || (b.y > a.y) == (impl::SideOf(a, b, p, 0, 0) == 1);
     }
-    return isInside;
+    return isInside ? PointLocation::Inside : PointLocation::Outside;
+}
+
+bool PolygonContainsPoint2D(const Point2D* points, std::size_t n, const Point2D& p, bool withEdges,
+                            const Precision3D& precision)
+{
+    const PointLocation location = PolygonLocatePoint2D(points, n, p, precision);
+    return location == PointLocation::Inside || (withEdges && location == PointLocation::OnBorder);
 }
 
 } // namespace Geom

@@ -22,7 +22,13 @@ namespace Geom
 KVI_API void PolygonGetLines2D(std::vector<Line2D>& lines, const std::vector<Point2D>& points);
 
 /// Whether the ring turns left at its lowest vertex, the rightmost of them if several are lowest;
-/// where that vertex is straight, at the next one that is not. False for n < 4.
+/// where that vertex is straight within the process-wide precision, at the next one that is not.
+/// False for n < 4.
+///
+/// One vertex decides, so a dent at the bottom that is hardly deeper than the tolerance can make a
+/// sound counter-clockwise ring count as clockwise, and then PolygonIsValid2D as invalid:
+/// (0,0), (10,-1e-9), (10.1,4e-5), (110,0), (110,50), (0,50), (0,0). For the direction of such a
+/// ring ask the sign of PolygonArea2D, for its soundness RegionCheck2D.
 KVI_API bool PolygonIsCCW2D(const Point2D* points, std::size_t n);
 
 /// Whether no vertex of a counter-clockwise ring turns right; straight vertices are allowed.
@@ -58,12 +64,27 @@ KVI_API double PolygonArea2D(const Point2D* points, std::size_t n);
 /// its outline, for one point the point itself, for none the missing point.
 KVI_API Point2D PolygonCentreOfMass2D(const Point2D* points, std::size_t n);
 
-/// Whether @p p lies in a ring, either direction, by the even-odd rule.
-/// @param points     n points
+/// Where a point lies to an area.
+enum class PointLocation : int
+{
+    Outside = -1, ///< not in it, and not on its border
+    OnBorder = 0, ///< on an edge of its border as LineContainsPoint2D has it
+    Inside = 1    ///< in it, and not on its border
+};
+
+/// Where @p p lies to a ring, in either direction, by the even-odd rule. The border goes first: the
+/// rule is asked only for points on no edge. Nothing lies in or on a ring of which a coordinate is
+/// NaN, infinite or missing, nor does a point with such a coordinate.
+/// @param points     n points; the ring is not closed if its last point does not repeat its first
 /// @param n          their count
 /// @param p          the point asked for
-/// @param withEdges  whether a point within the half-epsilons of an edge counts as inside
 /// @param precision  whose half-epsilons decide what lies on an edge
+KVI_API PointLocation PolygonLocatePoint2D(const Point2D* points, std::size_t n, const Point2D& p,
+                                           const Precision3D& precision);
+
+/// Whether @p p lies inside a ring by PolygonLocatePoint2D.
+/// @param points, n, p, precision  as there
+/// @param withEdges  true: or on its border
 KVI_API bool PolygonContainsPoint2D(const Point2D* points, std::size_t n, const Point2D& p,
                                     bool withEdges, const Precision3D& precision);
 

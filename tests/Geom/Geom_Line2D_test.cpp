@@ -96,6 +96,8 @@ TEST(Line2D, ContainsItsEndsUnlessTheyAreExcluded)
     EXPECT_TRUE(LineContainsPoint2D({1e-30, 0}, {-1, 0}, {5e-5, 0}, kPrecision));
     EXPECT_FALSE(LineContainsPoint2D(a, b, {kNaN, 0}, kPrecision));
     EXPECT_FALSE(LineContainsPoint2D(a, {kNaN, kNaN}, {5, 5}, kPrecision));
+    for (const double v : {kInfinity, kMissing})
+        EXPECT_FALSE(LineContainsPoint2D(a, {v, v}, {v, v}, kPrecision));
     EXPECT_TRUE(LineContainsPoint2D({-kFar, -kFar}, {kFar, kFar}, {7, 7}, kPrecision));
 }
 
@@ -141,6 +143,13 @@ TEST(LineIntersection2D, TellsTouchCrossingAndOverlap)
          {{-kFar, kFar}, {kFar, -kFar}},
          1,
          {0, 0},
+         kNoPoint,
+         Crossing},
+        // Parallel but for the last digits.
+        {{{1e17, 2e17}, {3e17, 1}},
+         {{1, 3e17}, {2e17, 1e17}},
+         1,
+         {1.5e17, 1.5e17},
          kNoPoint,
          Crossing},
         {{{0, kNaN}, {4, 0}}, base, 0, kNoPoint, kNoPoint, Any},

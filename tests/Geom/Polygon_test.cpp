@@ -62,6 +62,12 @@ TEST(Polygon, IsJudgedByTurnsAndClosureWhereverItStarts)
         {"tiny", {{0, 0}, {2e-4, 0}, {0, 2e-4}, {0, 0}}, false, true, true},
         {"far", {{kOut, kOut}, {kOut + 1, kOut}, {kOut, kOut + 1}, {kOut, kOut}}, true, true, true},
         {"not a number", {{0, 0}, {1, 0}, {kNaN, 1}, {0, 1}, {0, 0}}, false, true, true},
+        // By the rule, though its area is positive: the dent is no deeper than the tolerance.
+        {"dent",
+         {{0, 0}, {10, -1e-9}, {10.1, 4e-5}, {110, 0}, {110, 50}, {0, 50}, {0, 0}},
+         false,
+         false,
+         false},
         {"nothing", {}, false, false, true},
     };
     for (const auto& [what, ring, isValid, isCCW, isConvex] : rows)
@@ -188,6 +194,15 @@ TEST(PolygonGetLines2D, AppendsLinesInTheTolerantOrder)
     PolygonGetLines2D(lines, {});
     PolygonGetLines2D(lines, {{1, 1}});
     EXPECT_EQ(lines.size(), 4u);
+    // Element by element: the room grows in proportion.
+    int moves = 0;
+    for (int i = 0; i < 40000; ++i)
+    {
+        const Line2D* const before = lines.data();
+        PolygonGetLines2D(lines, kTriangle);
+        moves += lines.data() != before;
+    }
+    EXPECT_LT(moves, 20);
 }
 
 TEST(Polygon, HasAnAreaAndACentreOfMass)
@@ -227,6 +242,15 @@ TEST(PolygonContainsPoint2D, DecidesAtVerticesAndEdges)
                     PolygonContainsPoint2D(ring.data(), ring.size(), p, withEdges, Precision()),
                     inside || (withEdges && onEdge))
                     << p.x << ' ' << p.y;
+    for (const double v : {kNaN, kInfinity, -kInfinity, kMissing})
+        for (const Point2D& p : {Point2D{v, 0.2}, {0.2, v}, {v, v}})
+        {
+            Ring ring = kTriangle;
+            EXPECT_FALSE(PolygonContainsPoint2D(ring.data(), 4, p, true, Precision()));
+            ring[2] = p;
+            EXPECT_FALSE(PolygonContainsPoint2D(ring.data(), 4, {0.1, 0.1}, true, Precision()));
+            EXPECT_FALSE(PolygonContainsPoint2D(ring.data(), 4, p, true, Precision()));
+        }
     // Where the products of coordinates have no digits left for the distance.
     const Ring far = {{0, 0}, {3e15, 1e15}, {0, 1e15}, {0, 0}};
     const auto isInFar = [&](Point2D p) {

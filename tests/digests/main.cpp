@@ -198,6 +198,29 @@ void Geometry()
             Geom::LineClosestPoint2D(p[0], p[1], p[2], false, Geom::Precision());
         digest.Add(closest.x);
         digest.Add(closest.y);
+        const Geom::Point2D flat[3] = {p[0], p[1], p[0]};
+        for (const Geom::Point2D& point :
+             {Geom::PolygonCentreOfMass2D(flat, 3), Geom::PolygonCentreOfMass2D(p, 4),
+              Geom::VectorRotate2D(p[0], p[1].x * 1e3), Geom::CalcPtFromAngle2D(p[0], p[1].y, 2),
+              Geom::InfLineClosestPoint2D(p[0], p[1], p[2], Geom::Precision()),
+              Geom::InfLineIntersection2D(p[0], p[1], p[2], p[3]),
+              Geom::CircleEdgeClosestPoint2D({p[0], 2}, p[1])})
+        {
+            digest.Add(point.x);
+            digest.Add(point.y);
+        }
+        Geom::CircleLinePoints met;
+        Geom::CircleInfLineIntersection2D(met, Geom::CircleGet2D(p[0], p[1]), {p[2], p[3]});
+        for (const Geom::Point2D& point : met)
+            digest.Add(point.x - point.y);
+        const auto [low, high] = Geom::LineGetY2D(p[0], p[1], p[2].x);
+        for (const double value :
+             {Geom::VectorAngle2D(p[0], p[1]), Geom::VectorAbsAngle2D(p[1], p[2]),
+              Geom::VectorAngle3D({p[0].x, p[0].y, p[1].x}, {p[2].x, p[1].y, p[2].y}),
+              Geom::CalcAngleInDegreesFromLineEndPts2D(p[0], p[3]),
+              Geom::LineDistanceToPoint2D(p[0], p[1], p[2], false, Geom::Precision()),
+              Geom::PolygonArea2D(p, 4), low, high})
+            digest.Add(value);
     }
     digest.Print("geometry");
 }
