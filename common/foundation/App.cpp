@@ -1,9 +1,19 @@
 #include "foundation/App.h"
 
+#include "platform/platform_fork.h"
 #include "platform/platform_library.h"
 #include "platform/platform_strings.h"
 
 #include <new>
+
+namespace
+{
+// A child of a fork finds the application object made: it must not wait for a thread that it does
+// not have.
+constinit platform::ForkHandler forkHandler{platform::ForkRank::text, [] { (void)App::Instance(); },
+                                            nullptr, nullptr};
+const bool forkHandled = platform::AddForkHandler(forkHandler);
+} // namespace
 
 AppImpl::AppImpl() : module_(nullptr), table_(platform::FindStringTable(nullptr)) {}
 

@@ -3,6 +3,7 @@
 #include "foundation/gtl_status.h"
 #include "foundation/str.h"
 #include "foundation/text/FormatToken.h"
+#include "platform/platform_error.h"
 
 #include <algorithm>
 
@@ -13,8 +14,10 @@ namespace
 constexpr const wchar_t* kLevels[] = {L"verbose", L"information", L"warning", L"error",
                                       L"critical"};
 
-/// Fills @p format and hands the text to @p send. A record that no memory is left for is not worth
-/// the caller's life.
+// How many calls of a sink this thread is in.
+thread_local int sinkDepth = 0;
+
+/// Fills @p format and hands the text to @p send. If memory runs out, the record is dropped.
 template <class View, class Send>
 void Deliver(View format, const str::fmt::impl::Argument* args, std::size_t count,
              Send send) noexcept
@@ -32,6 +35,22 @@ void Deliver(View format, const str::fmt::impl::Argument* args, std::size_t coun
 }
 } // namespace
 
+/// A call of the current sink. What a sink's own work logs goes to the default sink, so that no
+/// sink calls itself without end.
+class impl::SinkCall
+{
+public:
+    SinkCall() { ++sinkDepth; }
+    ~SinkCall() { --sinkDepth; }
+    SinkCall(const SinkCall&) = delete;
+    SinkCall& operator=(const SinkCall&) = delete;
+
+    IEventSink& Sink() const
+    {
+        return sinkDepth > 1 ? EventSink::Default() : EventSink::Instance();
+    }
+};
+
 int LevelByName(std::wstring_view name)
 {
     for (int level = verbose; level <= critical; ++level)
@@ -48,12 +67,18 @@ std::string LevelName(int level)
     return {name.begin(), name.end()};
 }
 
+void LogMacroHandler::Hand(const std::wstring& text) const
+{
+    const impl::SinkCall call;
+    call.Sink().Log(record_, text);
+}
+
 void LogMacroHandler::Send(std::string_view format, const str::fmt::impl::Argument* args,
                            std::size_t count) const noexcept
 {
+    const platform::ErrorNumberGuard guard;
     if (LogFilter::Passes(record_.level, record_.mask) && !SendPlain(format, args, count))
-        Deliver(format, args, count,
-                [this](const std::wstring& text) { EventSink::Instance().Log(record_, text); });
+        Deliver(format, args, count, [this](const std::wstring& text) { Hand(text); });
 }
 
 bool LogMacroHandler::SendPlain(std::string_view format, const str::fmt::impl::Argument* args,
@@ -62,7 +87,7 @@ bool LogMacroHandler::SendPlain(std::string_view format, const str::fmt::impl::A
     using Kind = str::fmt::impl::Argument::Kind;
     DefaultEventSink* const sink = EventSink::CurrentDefault();
     if (sink == nullptr || std::any_of(args, args + count, [](const auto& arg) {
-            return arg.kind == Kind::Wide || arg.kind == Kind::Utf8;
+            return arg.kind == Kind::Wide || arg.kind == Kind::Utf8 || arg.kind == Kind::Status;
         }))
         return false;
     try
@@ -81,9 +106,9 @@ bool LogMacroHandler::SendPlain(std::string_view format, const str::fmt::impl::A
 void LogMacroHandler::Send(std::wstring_view format, const str::fmt::impl::Argument* args,
                            std::size_t count) const noexcept
 {
+    const platform::ErrorNumberGuard guard;
     if (LogFilter::Passes(record_.level, record_.mask))
-        Deliver(format, args, count,
-                [this](const std::wstring& text) { EventSink::Instance().Log(record_, text); });
+        Deliver(format, args, count, [this](const std::wstring& text) { Hand(text); });
 }
 
 void LogMacroHandler::operator()(const std::string& text) const { (*this)("%s", text); }
@@ -108,9 +133,12 @@ std::wstring to_wstring(const char* text) { return str::sprintf(L"%s", text); }
 void impl::SendEvent(int level, std::string_view format, const str::fmt::impl::Argument* args,
                      std::size_t count) noexcept
 {
+    const platform::ErrorNumberGuard guard;
     if (LogFilter::Passes(level, 0))
-        Deliver(format, args, count,
-                [level](const std::wstring& text) { EventSink::Instance().Event(level, text); });
+        Deliver(format, args, count, [level](const std::wstring& text) {
+            const SinkCall call;
+            call.Sink().Event(level, text);
+        });
 }
 
 } // namespace kvi::diag

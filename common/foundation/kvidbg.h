@@ -75,6 +75,7 @@ private:
               std::size_t count) const noexcept;
     void Send(std::wstring_view format, const str::fmt::impl::Argument* args,
               std::size_t count) const noexcept;
+    void Hand(const std::wstring& text) const;
     /// The short way to the default sink, without wide text between; false when it is not open.
     bool SendPlain(std::string_view format, const str::fmt::impl::Argument* args,
                    std::size_t count) const noexcept;

@@ -4,6 +4,8 @@
 #include "foundation/kvidbg.h"
 #include "foundation/kvidbg_LogFilter.h"
 #include "foundation/str.h"
+#include "platform/platform_error.h"
+#include "platform/platform_fork.h"
 
 #include <map>
 #include <mutex>
@@ -79,6 +81,12 @@ void TellOfEnd(const std::string& name)
 }
 
 using Guard = std::lock_guard<std::mutex>;
+
+// A child of a fork finds the registry made, and its lock free.
+constinit platform::ForkHandler forkHandler{
+    platform::ForkRank::text, [] { Registry::Instance().lock.lock(); },
+    [] { Registry::Instance().lock.unlock(); }, [] { Registry::Instance().lock.unlock(); }};
+const bool forkHandled = platform::AddForkHandler(forkHandler);
 } // namespace
 
 // Set before any constructor runs, as are the category bits of objects not yet made (0: level
@@ -147,6 +155,7 @@ DeclareCategoryMask::DeclareCategoryMask(const std::string& name) : name_(new st
 
 int DeclareCategoryMask::LookUp() const
 {
+    const platform::ErrorNumberGuard guard; // on the way to a record
     const int mask = diag::CategoryMask(*name_);
     mask_.store(mask, std::memory_order_relaxed);
     return mask;

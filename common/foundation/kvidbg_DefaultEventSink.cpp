@@ -4,6 +4,8 @@
 #include "foundation/log/LogOutput.h"
 #include "foundation/log/RecordLine.h"
 #include "foundation/str_fmt.h"
+#include "platform/platform_error.h"
+#include "platform/platform_fork.h"
 
 #include <mutex>
 #include <string_view>
@@ -15,7 +17,13 @@ using impl::Now;
 /// All of it under one lock: lines are made and written one after the other.
 struct DefaultEventSink::State
 {
+    State();
+    ~State();
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
     std::mutex lock;
+    State* next; // of all sinks
     std::wstring path = L"stderr";
     bool buffered = false;
     impl::RecordLine lines;
@@ -40,6 +48,7 @@ struct DefaultEventSink::State
     template <class View>
     void Log(const LogRecord& record, View text)
     {
+        const platform::ErrorNumberGuard errorNumber;
         const std::lock_guard guard(lock);
         try
         {
@@ -51,6 +60,72 @@ struct DefaultEventSink::State
         }
     }
 };
+
+/// All sinks of this kind, and what they do around a fork: their locks are free in the child, and
+/// what they had gathered is written by the parent alone.
+struct impl::SinkFork
+{
+    using State = DefaultEventSink::State;
+
+    static std::mutex& Lock()
+    {
+        static std::mutex& lock = *new std::mutex; // never destroyed
+        return lock;
+    }
+    static inline constinit State* first = nullptr;
+
+    static void Before()
+    {
+        try
+        {
+            (void)EventSink::Default(); // completed, should another thread be making it
+        }
+        catch (...) // NOLINT(bugprone-empty-catch): no memory; the child may try
+        {
+        }
+        Lock().lock();
+        for (State* state = first; state != nullptr; state = state->next)
+            state->lock.lock();
+    }
+    static void InParent()
+    {
+        for (State* state = first; state != nullptr; state = state->next)
+            state->lock.unlock();
+        Lock().unlock();
+    }
+    static void InChild()
+    {
+        for (State* state = first; state != nullptr; state = state->next)
+        {
+            state->output.LeaveToParent();
+            state->errors.LeaveToParent();
+        }
+        InParent();
+    }
+};
+
+namespace
+{
+constinit platform::ForkHandler forkHandler{platform::ForkRank::log, impl::SinkFork::Before,
+                                            impl::SinkFork::InParent, impl::SinkFork::InChild};
+const bool forkHandled = platform::AddForkHandler(forkHandler);
+} // namespace
+
+DefaultEventSink::State::State()
+{
+    const std::lock_guard guard(impl::SinkFork::Lock());
+    next = impl::SinkFork::first;
+    impl::SinkFork::first = this;
+}
+
+DefaultEventSink::State::~State()
+{
+    const std::lock_guard guard(impl::SinkFork::Lock());
+    State** place = &impl::SinkFork::first;
+    while (*place != this)
+        place = &(*place)->next;
+    *place = next;
+}
 
 DefaultEventSink::DefaultEventSink() : state_(std::make_unique<State>()) {}
 

@@ -10,7 +10,8 @@ namespace
 constinit std::atomic<IEventSink*> currentSink{nullptr};
 constinit std::atomic<bool> safeMode{false};
 
-/// At the process's end, writes what the default sink has gathered; later records go out at once.
+/// At the process's end, writes what the default sink has gathered; later records are written at
+/// once.
 struct WriteOutAtExit
 {
     IEventSink& sink;
@@ -24,6 +25,8 @@ DefaultEventSink& DefaultSink()
     return sink;
 }
 } // namespace
+
+DefaultEventSink& EventSink::Default() { return DefaultSink(); }
 
 IEventSink::~IEventSink() = default;
 

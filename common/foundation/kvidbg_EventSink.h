@@ -22,7 +22,15 @@ struct LogRecord
     const char* function; ///< its function
 };
 
+namespace impl
+{
+class SinkCall;
+struct SinkFork;
+} // namespace impl
+
 /// Takes events and records. The operations are fixed by their position after the destructor.
+///
+/// A sink may log: what it logs from within Event or Log goes to the library's default sink.
 /// Threads: every operation may be called from any thread. None throws.
 class KVI_API IEventSink
 {
@@ -54,19 +62,22 @@ public:
 /// | "" | none: records are dropped |
 /// | any other text | that file, appended to as UTF-8 |
 ///
-/// A line is `2026-03-04T05:06:07.089Z warning     Math 4711 text`: the time (UTC), the level, the
-/// category names ("-" for none), the thread's number in the system, the text. Further lines of a
-/// text are indented by four spaces, other control characters written as \\xNN, so nothing in a
-/// text looks like the begin of another record.
+/// A line is `2026-03-04T05:06:07.089Z warning     math 4711 text`: the time (UTC), the level, the
+/// category names as they are registered, in lower case ("-" for none), the thread's number in the
+/// system, the text. Further lines of a text are indented by four spaces; other control characters,
+/// and blanks in category names, are written as \\xNN or \\uNNNN, so nothing in a record looks
+/// like the beginning of another one.
 ///
-/// Every line goes out in one append: lines of several threads and processes stay whole. A target
-/// that fails never stops or ends the caller: the reason goes to standard error once for a path,
-/// records that come meanwhile are counted, and the first one that can be written again follows a
-/// line that tells how many were lost. A target that fails slowly is left alone for ten times as
-/// long as it took.
+/// A line goes to a file in one append: lines of several threads and processes stay whole. A pipe
+/// keeps lines of up to 4,096 bytes whole. A target that fails never stops or ends the caller: the
+/// reason goes to standard error once for a path, records that come meanwhile are counted, and the
+/// first one that can be written again follows a line that says how many were lost. A target that
+/// fails slowly is not tried again for ten times as long as it took. A file that was removed is
+/// created again, with the record that was written meanwhile.
 ///
 /// Buffered, the lines of a file are gathered to 32 KiB, to the next error or Flush, or to the end
-/// of the process; safe mode switches that off.
+/// of the process; safe mode switches that off. A forked child logs on to the same target; lines
+/// gathered before the fork are the parent's, which writes them.
 class KVI_API DefaultEventSink : public IEventSink
 {
 public:
@@ -82,6 +93,7 @@ public:
 
 private:
     friend class LogMacroHandler;
+    friend struct impl::SinkFork;
     /// Log for a text of printable ASCII; false, with nothing done, for any other.
     bool LogPlain(const LogRecord& record, std::string_view text);
 
@@ -108,6 +120,9 @@ public:
 
 private:
     friend class LogMacroHandler;
+    friend class impl::SinkCall;
+    friend struct impl::SinkFork;
+    static DefaultEventSink& Default();
     /// The default sink while it is the current one, else null.
     static DefaultEventSink* CurrentDefault();
 };

@@ -1,5 +1,6 @@
 #include "foundation/str_fmt.h"
 
+#include "foundation/gtl_status.h"
 #include "foundation/number/NumberPrinter.h"
 #include "foundation/text/FormatToken.h"
 #include "platform/platform_text.h"
@@ -224,6 +225,11 @@ void AppendCharacter(Pieces<C>& out, const Token& token, const Argument& value)
 template <class C>
 void AppendArgument(Pieces<C>& out, Token& token, const Argument& value)
 {
+    if (value.kind == Kind::Status)
+    {
+        const std::wstring message = static_cast<const gtl::status*>(value.data)->as_wstring();
+        return AppendText(out, token, TextOf(message));
+    }
     if (value.kind == Kind::Narrow || value.kind == Kind::Wide || value.kind == Kind::Utf8)
         return AppendText(out, token, value);
     if (value.kind == Kind::Real)

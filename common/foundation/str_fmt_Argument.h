@@ -9,6 +9,11 @@
 #include <string_view>
 #include <type_traits>
 
+namespace gtl
+{
+class status;
+}
+
 namespace str::fmt::impl
 {
 
@@ -26,6 +31,7 @@ struct Argument
         Narrow, ///< data, size: text in the system's code page
         Wide,
         Utf8,
+        Status, ///< data: a gtl::status, whose text is its finished message
         Pointer ///< integer: the address
     };
 
@@ -79,6 +85,8 @@ Argument MakeArgument(const T& value)
     }
     else if constexpr (std::is_floating_point_v<D>)
         return {Kind::Real, 0, 0, static_cast<double>(value), nullptr, 0};
+    else if constexpr (std::is_same_v<D, gtl::status>)
+        return Text(Kind::Status, &value, 0);
     else if constexpr (std::is_same_v<D, u8string>)
         return Text(Kind::Utf8, value.bytes().data(), value.bytes().size());
     else if constexpr (std::is_same_v<D, char*> || std::is_same_v<D, const char*>)
@@ -92,7 +100,7 @@ Argument MakeArgument(const T& value)
     else
     {
         static_assert(std::is_pointer_v<D> || std::is_null_pointer_v<D>,
-                      "the formatter takes numbers, characters, texts and pointers");
+                      "the formatter takes numbers, characters, texts, statuses and pointers");
         const auto address = reinterpret_cast<std::size_t>(static_cast<const void*>(value));
         return {Kind::Pointer, sizeof(void*), address, 0, nullptr, 0};
     }

@@ -1,6 +1,7 @@
 #include "foundation/str_locale.h"
 
 #include "foundation/text/LocaleRecord.h"
+#include "platform/platform_fork.h"
 #include "platform/platform_locale.h"
 #include "platform/platform_text.h"
 
@@ -54,12 +55,18 @@ std::locale Object(const ID::Record& record)
     return std::locale(narrow, new Punctuation<wchar_t>(decimal, thousands));
 }
 
+// Guards the two maps below and the system's look-ups of locales. Never destroyed.
+std::mutex& Mutex()
+{
+    static std::mutex& mutex = *new std::mutex;
+    return mutex;
+}
+
 // Records are made once for each number and live as long as the process.
 const ID::Record* RecordOf(std::uint32_t identifier)
 {
-    static std::mutex mutex;
+    const std::lock_guard lock(Mutex());
     static auto& records = *new std::map<std::uint32_t, ID::Record>;
-    const std::lock_guard lock(mutex);
     return &records.try_emplace(identifier, identifier).first->second;
 }
 
@@ -71,11 +78,29 @@ thread_local const ID* threadDefault = nullptr;
 // An ID of the same record that lives as long as the process.
 const ID* Lasting(const ID& id)
 {
-    static std::mutex mutex;
+    const std::lock_guard lock(Mutex());
     static auto& ids = *new std::map<std::uint32_t, ID>;
-    const std::lock_guard lock(mutex);
     return &ids.try_emplace(id.identifier(), id).first->second;
 }
+
+void BeforeFork()
+{
+    try
+    {
+        (void)native(); // completed, should another thread be making them
+        (void)invariant();
+        (void)french_canadian();
+    }
+    catch (...) // NOLINT(bugprone-empty-catch): no memory; the child may try
+    {
+    }
+    Mutex().lock();
+}
+
+// A child of a fork finds the locales made, and their lock free.
+constinit platform::ForkHandler forkHandler{platform::ForkRank::text, BeforeFork,
+                                            [] { Mutex().unlock(); }, [] { Mutex().unlock(); }};
+const bool forkHandled = platform::AddForkHandler(forkHandler);
 
 } // namespace
 
@@ -119,7 +144,12 @@ ID french_canadian()
 void set_application_default(const ID& id) { applicationDefault = Lasting(id); }
 void set_thread_default(const ID& id) { threadDefault = Lasting(id); }
 
-bool is_installed(const ID& id) { return platform::IsLocaleInstalled(id.identifier()); }
+bool is_installed(const ID& id)
+{
+    const std::lock_guard lock(
+        Mutex()); // a fork meanwhile would leave the C library's own lock held
+    return platform::IsLocaleInstalled(id.identifier());
+}
 
 std::wstring decimal_char(const ID& id) { return id.record().decimal; }
 std::wstring thousandths_char(const ID& id) { return id.record().thousands; }

@@ -2,6 +2,7 @@
 /// The system's error numbers and their texts.
 #pragma once
 
+#include <cerrno>
 #include <optional>
 #include <string>
 
@@ -13,6 +14,24 @@ unsigned long LastErrorNumber();
 
 /// Sets what LastErrorNumber returns.
 void SetLastErrorNumber(unsigned long number);
+
+/// Leaves the calling thread's last system error number, and errno, as it found them.
+class ErrorNumberGuard
+{
+public:
+    ErrorNumberGuard() : number_(LastErrorNumber()), errno_(errno) {}
+    ~ErrorNumberGuard()
+    {
+        errno = errno_;
+        SetLastErrorNumber(number_);
+    }
+    ErrorNumberGuard(const ErrorNumberGuard&) = delete;
+    ErrorNumberGuard& operator=(const ErrorNumberGuard&) = delete;
+
+private:
+    const unsigned long number_;
+    const int errno_;
+};
 
 /// The number of "there is no such handle".
 unsigned long InvalidHandleNumber();

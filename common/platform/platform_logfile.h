@@ -20,9 +20,11 @@ struct WriteResult
 /// A file to append to, open between writes.
 ///
 /// Each Write is one append, so the lines of several processes stay whole. A file that was removed
-/// or renamed meanwhile is made anew under its name; after a failed write the next one opens the
-/// file again. No write waits longer than a fifth of a second on a pipe nobody reads, and none ends
-/// the process. Threads: one at a time.
+/// meanwhile is created again and has what this Write wrote; after a rename the next look does so,
+/// and what comes before it is in the renamed file. After a failed write the next one opens the
+/// file again. No write ends the process, be the pipe closed or the file as long as the process may
+/// make it. None waits longer than a fifth of a second for a pipe that nobody reads (on Windows the
+/// system waits for the reader). Threads: one at a time.
 class LogFile
 {
 public:
@@ -43,6 +45,8 @@ private:
     void Close();
     /// Whether the path still names the file that is open.
     bool IsCurrent() const;
+    /// Whether the open file has lost its last name.
+    bool IsRemoved() const;
 
     std::wstring path_;
     std::intptr_t handle_ = -1;
@@ -51,8 +55,9 @@ private:
     bool regular_ = true; // not a pipe, a device
 };
 
-/// Writes @p bytes to standard error (@p toError) or standard output, past the C library's buffers
-/// but after what they held. Waits and ends no more than LogFile does.
+/// Writes @p bytes to standard error (@p toError) or standard output, past the C library's buffer
+/// but after what that held, as far as the target takes it; a file gets them in one append. Waits
+/// and ends no more than LogFile does.
 WriteResult WriteToConsole(bool toError, std::string_view bytes);
 
 /// The calling thread's number as the system knows it, never 0.

@@ -1,7 +1,8 @@
 #include "RunChild.h"
 #include "foundation/kvidbg.h"
-#include "kvidbg_files.h"
+#include "support/ReadFile.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -10,7 +11,7 @@
 #include <thread>
 
 using namespace kvi::diag;
-using namespace log_test;
+using namespace support;
 
 namespace
 {
@@ -148,7 +149,7 @@ TEST(LogProcesses, KeepTheBitsGivenWhenNoneAreLeft)
 {
     const auto lines = LinesOf("UsesUpTheCategoryBits", "bits.txt");
     ASSERT_EQ(lines.size(), 2u); // told once
-    EXPECT_NE(lines[0].find("no bit is left for log category"), std::string::npos);
+    EXPECT_THAT(lines[0], testing::HasSubstr("no bit is left for log category"));
     EXPECT_TRUE(lines[1].ends_with("a record without a bit"));
 }
 } // namespace

@@ -1,58 +1,34 @@
 #include "VirtualSlot.h"
 #include "foundation/gtl_status.h"
 #include "foundation/kvidbg.h"
+#include "platform/platform_error.h"
+#include "support/RecordingSink.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <string>
 #include <thread>
 #include <vector>
 
 using namespace kvi::diag;
+using support::RecordingSink;
 
 namespace
 {
-/// Writes down which operation was called.
-class FakeSink : public IEventSink
-{
-public:
-    void Flush() override { calls += "1"; }
-    void OutputPath(const std::wstring&) override { calls += "2"; }
-    void Assertion(const char*, const char*, int) override { calls += "3"; }
-    void Buffered(bool) override { calls += "4"; }
-    unsigned long long Lost() const override { return 5; }
-    void Event(int level, const std::wstring& what) override
-    {
-        calls += "6";
-        last = {level, 0, "", 0, ""};
-        text = what;
-    }
-    void Log(const LogRecord& record, const std::wstring& what) override
-    {
-        calls += "7";
-        last = record;
-        text = what;
-    }
-
-    std::string calls;
-    LogRecord last{};
-    std::wstring text;
-};
-
 /// Leaves the filter and the current sink as they were.
 class Log : public testing::Test
 {
 protected:
-    Log() { EventSink::RegisterInstance(&sink); }
-    ~Log() override
-    {
-        EventSink::RegisterInstance(before);
-        LogFilter::Set(level, mask);
-    }
+    ~Log() override { LogFilter::Set(level, mask); }
 
-    IEventSink* before = &EventSink::Instance();
+    /// The last record that came.
+    RecordingSink::Record Last() { return sink.Take().back(); }
+
     int level = LogFilter::MinLevel(), mask = LogFilter::CategoryMask();
-    FakeSink sink;
+    RecordingSink sink;
 };
 
 const DeclareCategoryMask kMath("MATH"), kMeshes("Test.Meshes");
@@ -69,9 +45,10 @@ TEST_F(Log, TheSinksOperationsStandInTheirSlots)
     logprintf("below the filter");
     LogFilter::Set(information, 0);
     logprintf("an %s", "event");
-    EXPECT_EQ(sink.calls, "276");
-    EXPECT_EQ(sink.last.level, information);
-    EXPECT_EQ(sink.text, L"an event");
+    EXPECT_EQ(sink.Calls(), "276");
+    const RecordingSink::Record event = Last();
+    EXPECT_EQ(event.site.level, information);
+    EXPECT_EQ(event.text, L"an event");
 }
 
 TEST_F(Log, CatchErrorSinkCountsAndHandsOn)
@@ -87,7 +64,7 @@ TEST_F(Log, CatchErrorSinkCountsAndHandsOn)
     for (int l : {verbose, warning, error, error, critical})
         counter.Event(l, L"");
     counter.Log({critical, 4, "", 0, ""}, L"");
-    EXPECT_EQ(sink.calls, "1234666667");
+    EXPECT_EQ(sink.Calls(), "1234666667");
     EXPECT_EQ(counter.Criticals(), 1u);
     EXPECT_EQ(counter.Errors(), 2u);
     EXPECT_EQ(counter.Assertions(), 1u);
@@ -103,15 +80,48 @@ TEST_F(Log, AFilteredCallEvaluatesNothing)
     KVI_LOG(information, kMath, "%d", argument());
     KVI_LOG(critical, kMeshes, "%d", argument());
     EXPECT_EQ(evaluated, 0);
-    EXPECT_EQ(sink.calls, "");
+    EXPECT_EQ(sink.Calls(), "");
     KVI_LOG(warning, kMath | kMeshes, L"%d%% %s", argument(), "done");
-    EXPECT_EQ(sink.text, L"1% done");
-    EXPECT_EQ(sink.last.mask, kMath | kMeshes);
-    EXPECT_STREQ(sink.last.function, "TestBody");
+    const RecordingSink::Record record = Last();
+    EXPECT_EQ(record.text, L"1% done");
+    EXPECT_EQ(record.site.mask, kMath | kMeshes);
+    EXPECT_STREQ(record.site.function, "TestBody");
     KVI_LOG(error, 0, std::string("100%d")); // no category: by its level alone; a finished text
-    EXPECT_EQ(sink.text, L"100%d");
+    KVI_LOG(error, 0, "%s; %-9s|", gtl::status(L"no %s", L"water"), gtl::status());
+    EXPECT_EQ(sink.TakeText(), L"100%d\nno water;          |\n");
     LogMacroHandler(verbose, kMath, "f", 1, "g")("held back without the macro as well");
-    EXPECT_EQ(sink.calls, "77");
+    EXPECT_EQ(sink.Calls(), "777");
+}
+
+/// Logs on its part, and fails.
+class LoggingSink : public RecordingSink
+{
+public:
+    void Log(const LogRecord& site, const std::wstring& text) override
+    {
+        RecordingSink::Log(site, text);
+        KVI_LOG(error, 0, "a sink logs");
+        platform::SetLastErrorNumber(99);
+        errno = 98;
+    }
+};
+
+TEST_F(Log, ASinkMayLogAndTheCallersErrorNumberStays)
+{
+    testing::internal::CaptureStderr(); // where the default sink writes
+    {
+        LoggingSink logging;
+        platform::SetLastErrorNumber(5);
+        const int before = errno;
+        for (int i = 0; i < 2; ++i)
+            KVI_LOG(error, DeclareCategoryMask("Test.Errno"), "once");
+        EXPECT_EQ(errno, before);
+        EXPECT_EQ(platform::LastErrorNumber(), 5u);
+        EXPECT_EQ(logging.TakeText(), L"once\nonce\n");
+    }
+    const std::string nested = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(nested.begin(), nested.end(), '\n'), 2) << nested;
+    EXPECT_THAT(nested, testing::HasSubstr("a sink logs"));
 }
 
 TEST_F(Log, CategoriesGetTheirBitsFromFourOn)

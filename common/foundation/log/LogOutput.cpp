@@ -89,6 +89,13 @@ void Output::Write(bool gather, std::int64_t now, RecordLine& lines)
     records_ = 0;
 }
 
+void Output::LeaveToParent()
+{
+    gathered_.clear();
+    records_ = 0;
+    untold_ = 0;
+}
+
 void Output::Fail(const platform::WriteResult& result, std::size_t head, std::int64_t started)
 {
     if (result.written >= head && head > 1)

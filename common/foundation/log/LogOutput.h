@@ -34,6 +34,9 @@ public:
 
     unsigned long long Lost() const { return lost_; }
 
+    /// In a forked child: forgets the lines, and the losses, that the parent will write.
+    void LeaveToParent();
+
 private:
     void Fail(const platform::WriteResult& result, std::size_t head, std::int64_t started);
     void TellReason(unsigned long error);

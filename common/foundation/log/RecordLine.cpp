@@ -2,8 +2,10 @@
 
 #include "foundation/kvidbg_Category.h"
 #include "foundation/kvidbg_LogFilter.h"
+#include "foundation/str.h"
 #include "foundation/str_fmt.h"
 #include "platform/platform_logfile.h"
+#include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
 
 #include <algorithm>
@@ -18,7 +20,7 @@ namespace
 constexpr std::int64_t kMicroseconds = 1'000'000;
 constexpr std::size_t kNamesKept = 16;
 
-// Padded to one width, so that the columns behind stand in line.
+// Padded to one width, which aligns the columns that follow.
 constexpr std::string_view kLevels[] = {"verbose     ", "information ", "warning     ",
                                         "error       ", "critical    "};
 
@@ -28,7 +30,12 @@ void AppendNumber(std::string& out, unsigned long number)
     out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 
-bool IsControl(wchar_t c) { return c < L' ' || c == 0x7F; }
+/// Control characters, and the two separators at which Unicode ends a line.
+bool IsControl(wchar_t c)
+{
+    const auto code = static_cast<std::make_unsigned_t<wchar_t>>(c);
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029;
+}
 
 /// Whether @p text is printable ASCII all through. (No early way out: it becomes vector code.)
 template <class C>
@@ -50,6 +57,11 @@ void AppendPlain(std::string& out, std::wstring_view text)
         to[i] = static_cast<char>(text[i]);
 }
 
+void AppendEscaped(std::wstring& out, wchar_t c)
+{
+    out += str::sprintf(c < 0x100 ? L"\\x%02x" : L"\\u%04x", static_cast<unsigned>(c));
+}
+
 /// @p text in one record: further lines indented, other control characters spelled out.
 std::wstring Spelled(std::wstring_view text)
 {
@@ -62,11 +74,28 @@ std::wstring Spelled(std::wstring_view text)
         if (c == L'\n' || c == L'\r')
             out += L"\n    ";
         else if (IsControl(c) && c != L'\t')
-            out += str::sprintf(L"\\x%02x", static_cast<unsigned>(c));
+            AppendEscaped(out, c);
         else
             out += c;
     }
     return out;
+}
+
+/// @p names as one word: nothing in a category name can end the line, or pass for the columns that
+/// follow it.
+std::string OneWord(const std::string& names)
+{
+    if (IsPrintable(std::string_view(names)) && names.find(' ') == names.npos)
+        return names;
+    std::wstring word;
+    for (const wchar_t c : platform::Wide(names))
+    {
+        if (IsControl(c) || str::is_space(c))
+            AppendEscaped(word, c);
+        else
+            word += c;
+    }
+    return platform::ToUtf8(word);
 }
 } // namespace
 
@@ -109,7 +138,7 @@ void RecordLine::AppendCategories(std::string& out, int mask)
         out += known->second;
         return;
     }
-    std::string names = CategoryNames(mask);
+    std::string names = OneWord(CategoryNames(mask));
     names += names.empty() ? "- " : " ";
     out += names;
     if (names_.size() < kNamesKept)

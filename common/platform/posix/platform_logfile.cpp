@@ -9,13 +9,18 @@
 #include <csignal>
 #include <cstdio>
 #include <ctime>
+#include <cwchar>
+#include <optional>
 #include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace platform
@@ -25,45 +30,62 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 constexpr std::int64_t kLookEvery = 500; // microseconds
-constexpr auto kPatience = std::chrono::milliseconds(200);
-// A pipe that polls as writable takes this much without waiting (POSIX's least PIPE_BUF is less,
-// Linux has 4096).
+constexpr auto kLongestWait = std::chrono::milliseconds(200);
+// Without a write that never waits: a pipe that polls as writable takes this much (POSIX's least
+// PIPE_BUF is less, Linux has 4096).
 constexpr std::size_t kPiece = 4096;
+constexpr int kMostRemovals = 3; // of the file while one record is written
 
 unsigned long ErrorNumber() { return static_cast<unsigned long>(errno); }
 
-/// Keeps a write to a closed pipe from ending the process: holds SIGPIPE back in this thread and
-/// takes away the one that the write raised.
-class PipeGuard
+/// Keeps a write from ending the process by @p signal: holds it back in this thread and takes away
+/// the one that the write raised.
+class SignalGuard
 {
 public:
-    PipeGuard()
+    explicit SignalGuard(int signal)
     {
-        ::sigemptyset(&pipe_);
-        ::sigaddset(&pipe_, SIGPIPE);
+        ::sigemptyset(&signals_);
+        ::sigaddset(&signals_, signal);
         sigset_t pending;
         ::sigpending(&pending);
-        mine_ = ::sigismember(&pending, SIGPIPE) == 0;
-        ::pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+        mine_ = ::sigismember(&pending, signal) == 0;
+        ::pthread_sigmask(SIG_BLOCK, &signals_, &before_);
     }
-    ~PipeGuard()
+    ~SignalGuard()
     {
         const timespec noWait{};
-        while (mine_ && ::sigtimedwait(&pipe_, nullptr, &noWait) < 0 && errno == EINTR)
+        while (mine_ && ::sigtimedwait(&signals_, nullptr, &noWait) < 0 && errno == EINTR)
         {
         }
         ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
     }
-    PipeGuard(const PipeGuard&) = delete;
-    PipeGuard& operator=(const PipeGuard&) = delete;
+    SignalGuard(const SignalGuard&) = delete;
+    SignalGuard& operator=(const SignalGuard&) = delete;
 
 private:
-    sigset_t pipe_, before_;
-    bool mine_; // no other SIGPIPE was waiting before
+    sigset_t signals_, before_;
+    bool mine_; // no other one was waiting before
+};
+
+/// Against SIGXFSZ: only where the process has a limit for the size of files.
+class FileSizeGuard
+{
+public:
+    FileSizeGuard()
+    {
+        rlimit limit;
+        if (::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY)
+            guard_.emplace(SIGXFSZ);
+    }
+
+private:
+    std::optional<SignalGuard> guard_;
 };
 
 WriteResult WriteRegular(int file, std::string_view bytes)
 {
+    const FileSizeGuard guard;
     std::size_t written = 0;
     while (written < bytes.size())
     {
@@ -77,10 +99,40 @@ WriteResult WriteRegular(int file, std::string_view bytes)
     return {0, written};
 }
 
-WriteResult WritePatiently(int file, std::string_view bytes)
+/// Writes through an open file of its own, which alone is not blocking: to set the flag of the one
+/// that other processes share would make their writes fail.
+ssize_t WriteReopened(int file, std::string_view bytes)
 {
-    const PipeGuard guard;
-    const auto end = Clock::now() + kPatience;
+    char path[32];
+    std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
+    const int own = ::open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (own < 0) // of another user, or no /proc: it has polled as writable
+        return ::write(file, bytes.data(), std::min(bytes.size(), kPiece));
+    const ssize_t n = ::write(own, bytes.data(), bytes.size());
+    const int error = errno;
+    ::close(own);
+    errno = error;
+    return n;
+}
+
+/// A write that never waits, though others write to the same pipe and the descriptor is one that
+/// waits: looking for room first does not do, for another process may take it.
+ssize_t WriteWithoutWaiting(int file, std::string_view bytes)
+{
+    const iovec all{const_cast<char*>(bytes.data()), bytes.size()};
+    const ssize_t n = ::pwritev2(file, &all, 1, -1, RWF_NOWAIT);
+    if (n >= 0 || (errno != EOPNOTSUPP && errno != ENOSYS && errno != EINVAL && errno != ESPIPE))
+        return n;
+    const ssize_t sent = ::send(file, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    return sent >= 0 || errno != ENOTSOCK ? sent : WriteReopened(file, bytes);
+}
+
+WriteResult WriteWithLimit(int file, std::string_view bytes)
+{
+    if (bytes.empty())
+        return {0, 0};
+    const SignalGuard guard(SIGPIPE);
+    const auto end = Clock::now() + kLongestWait;
     std::size_t written = 0;
     while (written < bytes.size())
     {
@@ -92,13 +144,48 @@ WriteResult WritePatiently(int file, std::string_view bytes)
             return {EAGAIN, written};
         if (events < 0 && errno != EINTR)
             return {ErrorNumber(), written};
-        const std::size_t piece = std::min(bytes.size() - written, kPiece);
-        const auto n = events < 0 ? 0 : ::write(file, bytes.data() + written, piece);
+        const auto n = events < 0 ? 0 : WriteWithoutWaiting(file, bytes.substr(written));
         if (n < 0 && errno != EINTR && errno != EAGAIN)
             return {ErrorNumber(), written};
         written += n > 0 ? static_cast<std::size_t>(n) : 0;
+        if (left <= 0 && written < bytes.size())
+            return {EAGAIN, written};
     }
     return {0, written};
+}
+
+bool IsRegular(int file)
+{
+    struct stat about;
+    return ::fstat(file, &about) == 0 && S_ISREG(about.st_mode);
+}
+
+/// Lets what the host has printed to @p stream, whose descriptor is @p file, go first. What the
+/// target does not take now stays with the stream: a flush by the C library would wait, or drop it.
+/// @returns 0, or the error number of the write that did not take it all
+unsigned long WriteHostText(std::FILE* stream, int file, bool regular)
+{
+    if (::fileno(stream) != file || ::ftrylockfile(stream) != 0)
+        return 0; // another thread is printing, perhaps into a full pipe
+    unsigned long error = 0;
+    if (regular)
+    {
+        const FileSizeGuard guard;
+        ::fflush_unlocked(stream);
+    }
+#ifdef __GLIBC__
+    else if (::fwide(stream, 0) <= 0)
+    {
+        char* const first = stream->_IO_write_base;
+        const auto size = static_cast<std::size_t>(stream->_IO_write_ptr - first);
+        const WriteResult result = WriteWithLimit(file, {first, size});
+        std::copy(first + result.written, stream->_IO_write_ptr, first);
+        stream->_IO_write_ptr -= result.written;
+        error = result.error;
+    }
+#endif
+    ::funlockfile(stream);
+    return error;
 }
 
 /// The path in the system's spelling.
@@ -156,6 +243,12 @@ bool LogFile::IsCurrent() const
            about.st_ino == number_;
 }
 
+bool LogFile::IsRemoved() const
+{
+    struct stat about;
+    return ::fstat(static_cast<int>(handle_), &about) == 0 && about.st_nlink == 0;
+}
+
 WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
 {
     if (now - looked_ > kLookEvery || now < looked_)
@@ -164,24 +257,28 @@ WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
         if (handle_ >= 0 && !IsCurrent())
             Close();
     }
-    if (handle_ < 0)
+    for (int removals = 0;; ++removals)
     {
-        const unsigned long error = Open();
-        if (error != 0)
+        if (const unsigned long error = handle_ < 0 ? Open() : 0; error != 0)
             return {error, 0};
+        const int file = static_cast<int>(handle_);
+        const WriteResult result =
+            regular_ ? WriteRegular(file, bytes) : WriteWithLimit(file, bytes);
+        const bool gone = regular_ && IsRemoved(); // and the bytes with it
+        if (result.error != 0 || gone)
+            Close();
+        if (result.error != 0 || !gone || removals == kMostRemovals)
+            return result;
     }
-    const int file = static_cast<int>(handle_);
-    const WriteResult result = regular_ ? WriteRegular(file, bytes) : WritePatiently(file, bytes);
-    if (result.error != 0)
-        Close();
-    return result;
 }
 
 WriteResult WriteToConsole(bool toError, std::string_view bytes)
 {
-    const PipeGuard guard; // the C library's buffer may meet the closed pipe as well
-    std::fflush(toError ? stderr : stdout);
-    return WritePatiently(toError ? STDERR_FILENO : STDOUT_FILENO, bytes);
+    const int file = toError ? STDERR_FILENO : STDOUT_FILENO;
+    const bool regular = IsRegular(file);
+    if (const unsigned long error = WriteHostText(toError ? stderr : stdout, file, regular))
+        return {error, 0};
+    return regular ? WriteRegular(file, bytes) : WriteWithLimit(file, bytes);
 }
 
 unsigned long ThreadNumber()

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <utility>
 
 #include <windows.h>
@@ -15,6 +16,7 @@ namespace
 constexpr std::int64_t kLookEvery = 1000; // microseconds
 // The lock below is waited for this long at most, then the write goes on without it.
 constexpr int kLockTries = 100;
+constexpr int kMostRemovals = 3; // of the file while one record is written
 
 HANDLE Handle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 
@@ -95,7 +97,7 @@ bool IsAboutToGo(HANDLE file)
 {
     FILE_STANDARD_INFO about;
     return ::GetFileInformationByHandleEx(file, FileStandardInfo, &about, sizeof about) &&
-           about.DeletePending;
+           (about.DeletePending || about.NumberOfLinks == 0);
 }
 } // namespace
 
@@ -136,6 +138,8 @@ bool LogFile::IsCurrent() const
     return known && device == device_ && number == number_;
 }
 
+bool LogFile::IsRemoved() const { return regular_ && IsAboutToGo(Handle(handle_)); }
+
 WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
 {
     if (now - looked_ > kLookEvery || now < looked_)
@@ -144,26 +148,21 @@ WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
         if (handle_ != -1 && !IsCurrent())
             Close();
     }
-    if (handle_ == -1)
+    for (int removals = 0;; ++removals)
     {
-        const unsigned long error = Open();
-        if (error != 0)
+        if (const unsigned long error = handle_ == -1 ? Open() : 0; error != 0)
             return {error, 0};
+        std::optional<AppendLock> lock;
+        if (regular_)
+            lock.emplace(Handle(handle_));
+        const WriteResult result = WriteAll(Handle(handle_), bytes);
+        lock.reset();
+        const bool gone = IsRemoved(); // and the bytes with it
+        if (result.error != 0 || gone)
+            Close();
+        if (result.error != 0 || !gone || removals == kMostRemovals)
+            return result;
     }
-    const HANDLE file = Handle(handle_);
-    WriteResult result;
-    if (regular_)
-    {
-        const AppendLock lock(file);
-        result = WriteAll(file, bytes);
-    }
-    else
-    {
-        result = WriteAll(file, bytes);
-    }
-    if (result.error != 0)
-        Close();
-    return result;
 }
 
 WriteResult WriteToConsole(bool toError, std::string_view bytes)

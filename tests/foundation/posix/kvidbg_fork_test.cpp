@@ -1,0 +1,168 @@
+#include "foundation/kvidbg.h"
+#include "foundation/str_locale.h"
+#include "support/Numbers.h"
+#include "support/ReadFile.h"
+#include "support/ScratchFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace kvi::diag;
+using namespace support;
+
+namespace
+{
+/// Starts a forked child that does @p work and exits with 0, or is ended after 20 s.
+pid_t Start(const std::function<void()>& work)
+{
+    const pid_t child = ::fork();
+    if (child != 0)
+        return child;
+    ::alarm(20);
+    work();
+    ::_exit(testing::Test::HasFailure());
+}
+
+void ExpectGoodEnd(pid_t child)
+{
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0) << "signal " << WTERMSIG(status);
+}
+
+/// Makes @p file the child's standard output, and the log's target.
+void LogToStandardOutput(int file)
+{
+    ::dup2(file, STDOUT_FILENO);
+    SinkFilePath(L"stdout");
+}
+
+/// How often each text after the line's head occurs in the log.
+std::map<std::string, int> TextsIn(const fs::path& path)
+{
+    std::map<std::string, int> texts;
+    for (const std::string& line : ReadLines(path))
+        ++texts[line.substr(line.rfind(' ') + 1)];
+    return texts;
+}
+
+/// The default sink with a file in the test's own folder.
+class ForkLog : public testing::Test
+{
+protected:
+    ~ForkLog() override
+    {
+        EventSink::Instance().Buffered(false);
+        SinkFilePath(L"stderr");
+    }
+
+    const fs::path path = ScratchFolder() / "log.txt";
+};
+
+TEST_F(ForkLog, AChildOfAThreadedHostLogsAndEveryLineIsWrittenOnce)
+{
+    SinkFilePath(Wide(path));
+    EventSink::Instance().Buffered(true);
+    std::atomic<bool> stop = false;
+    std::atomic<unsigned> lines = 0, locales = 0x20000;
+    {
+        std::jthread logs([&] {
+            while (!stop)
+                KVI_LOG(warning, CategoryMask("Fork"), "parent-%u", lines++);
+        });
+        std::jthread looksUp([&] {
+            while (!stop)
+                (void)str::locale::is_installed(str::locale::ID(locales++ % 500 + 0x20000));
+        });
+        for (int i = 0; i < Rounds("KVI_TEST_FORKS", 60); ++i)
+            ExpectGoodEnd(Start([&] {
+                KVI_LOG(warning, CategoryMask("Fork.Child"), "child-%d", i);
+                EXPECT_FALSE(str::locale::decimal_char(str::locale::ID(0x40000 + i)).empty());
+                EventSink::Instance().Flush();
+            }));
+        stop = true;
+    }
+    EventSink::Instance().Flush();
+    const auto texts = TextsIn(path);
+    EXPECT_EQ(texts.size(), lines + Rounds("KVI_TEST_FORKS", 60));
+    for (const auto& [text, count] : texts)
+        EXPECT_EQ(count, 1) << text;
+}
+
+TEST_F(ForkLog, LongLinesOfSeveralProcessesOnOneFileAsStandardOutputStayWhole)
+{
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT, 0600); // not for appending
+    std::vector<pid_t> children;
+    for (int c = 0; c < 3; ++c)
+        children.push_back(Start([file, c] {
+            LogToStandardOutput(file);
+            for (int i = 0; i < 100; ++i)
+                KVI_LOG(warning, 0, "%s", std::string(20000, static_cast<char>('a' + c)));
+        }));
+    for (const pid_t child : children)
+        ExpectGoodEnd(child);
+    ::close(file);
+    const auto texts = TextsIn(path);
+    EXPECT_EQ(texts.size(), 3u);
+    for (const auto& [text, count] : texts)
+        EXPECT_TRUE(count == 100 && text == std::string(20000, text[0])) << text.substr(0, 20);
+}
+
+TEST_F(ForkLog, ALimitForTheSizeOfFilesEndsNobody)
+{
+    for (const bool console : {false, true})
+        ExpectGoodEnd(Start([this, console] {
+            ::close(STDERR_FILENO);
+            const rlimit limit{5000, 5000};
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+            const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            if (console)
+                LogToStandardOutput(file);
+            else
+                SinkFilePath(Wide(path));
+            for (int i = 0; i < 200; ++i)
+            {
+                std::printf("%s", console ? "host " : "");
+                KVI_LOG(warning, 0, "line %d", i);
+            }
+            EXPECT_GT(EventSink::Instance().Lost(), 50u);
+            EXPECT_EQ(fs::file_size(path), 5000u);
+        }));
+}
+
+TEST_F(ForkLog, ProcessesThatShareAPipeNobodyReadsGoOn)
+{
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<pid_t> children;
+    for (int c = 0; c < 4; ++c)
+        children.push_back(Start([&ends] {
+            ::close(STDERR_FILENO);
+            LogToStandardOutput(ends[1]);
+            for (int i = 0; i < 300; ++i)
+            {
+                if (i % 4 == 0) // the host prints as well, but fills no buffer
+                    std::printf("%s", EventSink::Instance().Lost() == 0 ? "host text\n" : "");
+                KVI_LOG(warning, 0, "%s", std::string(1500, 'x'));
+            }
+            EXPECT_GT(EventSink::Instance().Lost(), 200u);
+        }));
+    for (const pid_t child : children)
+        ExpectGoodEnd(child);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+} // namespace
