@@ -90,6 +90,7 @@
 #include "sys/sys_file_FilePath.h"
 #include "sys/sys_file_Finder.h"
 #include "sys/sys_file_InputStream.h"
+#include "sys/sys_file_SafeWriter.h"
 #include "sys/sys_file_SplitPath.h"
 #include "sys/sys_file_Time.h"
 #include "sys/sys_file_ValidName.h"

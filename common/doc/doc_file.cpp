@@ -31,8 +31,10 @@ std::wstring EntryName(const std::wstring& text)
 {
     // A device is one also with an extension, so what stands before the first dot goes by itself.
     const std::size_t dot = std::min(text.find(L'.'), text.size());
-    std::wstring name =
-        StringToValidFileName(text.substr(0, dot)) + StringToValidFileName(text.substr(dot));
+    std::wstring name = StringToValidFileName(text.substr(0, dot));
+    if (sys::file::IsDeviceName(name))
+        name.insert(name.begin(), L'&');
+    name += StringToValidFileName(text.substr(dot));
     if (name.ends_with(L'.')) // Windows drops it
         name += L'&';
     return name;

@@ -95,6 +95,7 @@ std::wstring WithPart(const std::wstring& path, std::wstring SplitPath::*part,
 Name& Name::ProjectPath(const std::wstring& path)
 {
     projectPath_ = path;
+    std::replace(projectPath_.begin(), projectPath_.end(), L'/', L'\\');
     return *this;
 }
 

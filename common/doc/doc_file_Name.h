@@ -31,7 +31,8 @@ public:
 
     /// @name Setters; they return the name, so that calls chain
     /// @{
-    Name& ProjectPath(const std::wstring& path);     ///< full path of the project file
+    /// Full path of the project file; a slash in it is a separator, and is stored as a backslash.
+    Name& ProjectPath(const std::wstring& path);
     Name& ProjectDirectory(const std::wstring& dir); ///< its folder, with the separator at the end
     Name& ProjectFName(const std::wstring& name);    ///< its file name, without extension
     Name& ProjectExt(const std::wstring& ext);       ///< its extension, with the dot

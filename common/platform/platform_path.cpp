@@ -33,7 +33,11 @@ PathRoot RootOf(std::wstring_view path)
     const std::wstring_view server = path.substr(2, end - 2);
     // "\\?\UNC\server\share\", "\\?\C:\", "\\.\pipe\", "\\server\share\"
     const bool device = server.size() == 2 && (server[0] == L'?' || server[0] == L'.');
-    if (device && path.substr(end, 4) == L"UNC\\")
+    const auto is = [&](std::size_t at, wchar_t capital) {
+        return path[end + at] == capital || path[end + at] == capital - L'A' + L'a';
+    };
+    if (device && path.size() > end + 3 && is(0, L'U') && is(1, L'N') && is(2, L'C') &&
+        IsSeparator(path[end + 3]))
         end = BehindPart(path, end + 4);
     return {BehindPart(path, end), true, true};
 }
@@ -51,6 +55,14 @@ std::vector<std::wstring_view> PartsOf(std::wstring_view path)
         at = end + 1;
     }
     return parts;
+}
+
+std::wstring Joined(std::wstring_view folder, std::wstring_view name)
+{
+    std::wstring path(folder);
+    if (!path.empty() && !IsSeparator(path.back()))
+        path += L'\\';
+    return path += name;
 }
 
 std::wstring Normalised(std::wstring_view path, bool* above)

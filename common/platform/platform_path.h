@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace platform
@@ -32,6 +33,13 @@ std::vector<std::wstring_view> PartsOf(std::wstring_view path);
 /// at the end stays. What would lead above a fixed root is dropped, above any other kept.
 /// @param[out] above  when not null: whether something was dropped
 std::wstring Normalised(std::wstring_view path, bool* above = nullptr);
+
+/// A path as the system's own functions take it.
+using SystemString = std::conditional_t<sizeof(wchar_t) == 2, std::wstring, std::string>;
+SystemString SystemPath(const std::wstring& path);
+
+/// @p folder and @p name with one separator between them.
+std::wstring Joined(std::wstring_view folder, std::wstring_view name);
 
 /// The full path of @p path from the current folder, normalised; the file need not exist.
 /// @returns 0, or the system's error number

@@ -23,13 +23,6 @@ std::wstring WithoutEnd(std::wstring path)
     return path;
 }
 
-/// Whether @p path, whole, is a root.
-bool IsRoot(const std::wstring& path)
-{
-    const std::wstring absolute = GetAbsolutePath(path);
-    return platform::RootOf(absolute).length == absolute.size();
-}
-
 /// Makes the folder @p path, and those above it as far as they are missing.
 unsigned long MakeFolders(const std::wstring& path)
 {
@@ -52,20 +45,25 @@ unsigned long MakeFolders(const std::wstring& path)
     return above != 0 ? above : make();
 }
 
-/// The folder that a deletion means: "link\\." and "link\\.." are what they say, as everywhere in
-/// these paths, and not what a link leads to.
-std::wstring DeletionFolder(const std::wstring& dir)
+/// The folder that a deletion means, as the system reads the path: what was compared with the roots
+/// is what is deleted. "link\\." and "link\\.." are resolved as text, as everywhere in these paths,
+/// not by what a link leads to.
+std::wstring DeletionFolder(const std::wstring& dir) { return WithoutEnd(GetAbsolutePath(dir)); }
+
+/// Whether @p folder, which is absolute, is a root, or may lead to one: Windows drops blanks and
+/// dots at the end of a path, so that "C:\\a\\.. " may be "C:\\".
+bool IsRoot(const std::wstring& folder)
 {
-    const std::wstring folder = WithoutEnd(dir);
     const auto parts = platform::PartsOf(folder);
-    const bool dots = !parts.empty() && (parts.back() == L"." || parts.back() == L"..");
-    return dots ? WithoutEnd(GetAbsolutePath(folder)) : folder;
+    return platform::RootOf(folder).length == folder.size() ||
+           (platform::NamesIgnoreCase() && !parts.empty() &&
+            parts.back().find_first_not_of(L". ") == std::wstring_view::npos);
 }
 
 gtl::status DeleteFilesThat(const std::wstring& dir, int recurse,
                             const std::function<bool(const std::wstring& name)>& wanted)
 {
-    if (!IsUsable(dir) || (recurse != 0 && IsRoot(dir)))
+    if (!IsUsable(dir) || (recurse != 0 && IsRoot(DeletionFolder(dir))))
         return KviError::File::invalid_path(dir);
     const auto fault = platform::DeleteIn(DeletionFolder(dir), {recurse != 0, false, wanted});
     return impl::Failure(fault.error, fault.path, &KviError::File::del);
@@ -142,9 +140,9 @@ gtl::status DeleteFiles(const std::wstring& dir, const Finder::Filter& filter, i
 
 gtl::status DeleteDirectory(const std::wstring& dir, int recurse)
 {
-    if (!IsUsable(dir) || IsRoot(dir))
+    const std::wstring folder = IsUsable(dir) ? DeletionFolder(dir) : std::wstring();
+    if (folder.empty() || IsRoot(folder))
         return KviError::File::invalid_path(dir);
-    const std::wstring folder = DeletionFolder(dir);
     platform::FileInfo info;
     const bool link = platform::GetFileInfo(folder, info, false) == 0 && info.link;
     if (recurse != 0 && !link)

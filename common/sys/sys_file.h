@@ -43,13 +43,16 @@ KVI_API gtl::status SetReadOnly(const std::wstring& path, bool readOnly);
 /// When the file was last written.
 KVI_API gtl::status GetLastWriteTime(Time& time, const std::wstring& path);
 
-/// Copies the file @p from to @p to, in the place of a file that is there: bytes, read-only
-/// attribute or permissions, and time of the last write. Either the whole copy appears or nothing
-/// changes, also when the process is killed (on Windows a file "~kvi*.tmp" beside @p to may then
-/// stay). A read-only file is not replaced, nor a file by itself, nor a folder.
+/// Copies the file @p from to @p to: bytes, read-only attribute and time of the last write; to a
+/// new file also the permissions. A file that is there keeps its owner and access rights. Either
+/// the whole copy appears or nothing changes, also when the process is killed (on Windows a file
+/// "~kvi*.tmp" beside @p to may then stay); except that on Linux a file with several names, or one
+/// that this user may write but not replace with its owner kept, is overwritten in place. A
+/// read-only file is not replaced, nor a file by itself, nor a folder. A link is followed.
 KVI_API gtl::status Copy(const std::wstring& from, const std::wstring& to);
-/// Gives a file or folder a new name, which nothing may have yet; a file also on another disk.
-/// Either it has the new name or the old one.
+/// Gives a file or folder a new name, which nothing may have yet; a file also on another disk,
+/// where it is written to the disk before the old one goes. Either it has the new name or the old
+/// one.
 KVI_API gtl::status Rename(const std::wstring& from, const std::wstring& to);
 
 /// Deletes the files in @p dir; with @p recurse other than 0, also those in all folders below,
@@ -74,6 +77,9 @@ KVI_API gtl::status Find(std::wstring& found, const std::wstring& dir, const std
 /// is left out, what is invalid becomes U+FFFD. Empty when the file cannot be read; what is no
 /// regular file is not waited for.
 KVI_API std::wstring ReadTextFile(const std::wstring& path);
+/// Writes @p text in UTF-8 as the whole of the file @p path, by a SafeWriter: the file has the new
+/// text or what it had before.
+KVI_API gtl::status WriteTextFile(const std::wstring& path, const std::wstring& text);
 /// @}
 
 /// @name Folders
@@ -124,6 +130,15 @@ requires(sizeof(Guid) == sizeof(FolderNumber) && std::is_trivially_copyable_v<Gu
 
 /// @name Paths
 /// @{
+
+/// What the system's own functions and streams take as a path: wide text on Windows, bytes on
+/// Linux.
+using NativeString = std::conditional_t<sizeof(wchar_t) == 2, std::wstring, std::string>;
+/// @p path for the host's own streams, whatever characters it has and however long it is.
+/// @code
+/// std::ofstream out(NativePath(path).c_str());
+/// @endcode
+KVI_API NativeString NativePath(const std::wstring& path);
 
 /// @p path from its root on, without "." and ".."; the empty one stays empty. Nothing has to exist.
 KVI_API std::wstring GetAbsolutePath(const std::wstring& path);

@@ -26,7 +26,28 @@ bool IsDevice(const std::wstring& s)
                                   return str::compare_ignore_case(a, b) < 0;
                               });
 }
+
+/// The device names that Windows added later: the two console files, and ports with a superscript
+/// digit.
+bool IsLaterDevice(std::wstring_view s)
+{
+    constexpr std::wstring_view kConsole[] = {L"CONIN$", L"CONOUT$"};
+    constexpr std::wstring_view kSuperscripts = L"\u00B9\u00B2\u00B3";
+    const auto is = [](std::wstring_view a, std::wstring_view b) {
+        return str::compare_ignore_case(a, b) == 0;
+    };
+    if (s.size() == 4 && kSuperscripts.find(s[3]) != s.npos)
+        return is(s.substr(0, 3), L"COM") || is(s.substr(0, 3), L"LPT");
+    return is(s, kConsole[0]) || is(s, kConsole[1]);
+}
 } // namespace
+
+bool IsDeviceName(const std::wstring& name)
+{
+    std::wstring base = name.substr(0, name.find_first_of(L".:"));
+    base.erase(base.find_last_not_of(L' ') + 1); // npos + 1 is 0
+    return IsDevice(base) || IsLaterDevice(base);
+}
 
 std::wstring StringToValidFileName(const std::wstring& s)
 {

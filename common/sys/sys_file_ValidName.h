@@ -16,6 +16,10 @@ KVI_API std::wstring StringToValidFileName(const std::wstring& s);
 /// The text that StringToValidFileName made @p s from.
 KVI_API std::wstring ValidFileNameToString(const std::wstring& s);
 
+/// Whether Windows may take @p name, whatever its ending, for a device: the names that
+/// StringToValidFileName marks, "CONIN$", "CONOUT$", and COM and LPT with a superscript digit.
+KVI_API bool IsDeviceName(const std::wstring& name);
+
 /// @p s with each character that is number k of @p set written as "&" and the character '0' + k.
 /// To be undone, the set must hold "&" and at most ten characters.
 /// @param set  in ascending order

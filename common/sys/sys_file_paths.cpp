@@ -48,6 +48,8 @@ gtl::status Open(const std::wstring& path, void* window)
 }
 } // namespace
 
+NativeString NativePath(const std::wstring& path) { return platform::SystemPath(path); }
+
 std::wstring GetAbsolutePath(const std::wstring& path)
 {
     std::wstring absolute;
@@ -98,9 +100,9 @@ gtl::status ResolveRelativePath(std::wstring& out, const std::wstring& path,
     else if (root.fixed)
         full = std::wstring(WithoutEnd(RootText(folder))) + path;
     else if (root.length == 0)
-        full = folder + L'\\' + path;
+        full = platform::Joined(folder, path);
     else if (str::compare_ignore_case(RootText(folder).substr(0, 2), path.substr(0, 2)) == 0)
-        full = folder + L'\\' + path.substr(2);
+        full = platform::Joined(folder, path.substr(2));
     else
         full = GetAbsolutePath(path);
     bool above = false;
@@ -123,7 +125,8 @@ gtl::status Find(std::wstring& found, const std::wstring& dir, const std::wstrin
     {
         const std::size_t end = std::min(dir.find(L';', begin), dir.size());
         const std::wstring folder = dir.substr(begin, end - begin);
-        const std::wstring path = absolute || folder.empty() ? file : folder + L'\\' + file;
+        const std::wstring path =
+            absolute || folder.empty() ? file : platform::Joined(folder, file);
         begin = end + 1;
         platform::FileInfo info;
         const unsigned long error = IsUsable(path) ? platform::GetFileInfo(path, info) : 0;

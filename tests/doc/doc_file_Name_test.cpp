@@ -41,6 +41,7 @@ TEST(Name, HasPartsThatAreReplacedOneByOne)
 {
     Name name = Name().ProjectPath(L"C:\\a\\b.kvi");
     EXPECT_EQ(name.ProjectDirectory(), L"C:\\a\\");
+    EXPECT_EQ(Name().ProjectPath(L"/home/me/north.kvi").ProjectDirectory(), L"\\home\\me\\");
     EXPECT_EQ(name.ProjectFName(), L"b");
     EXPECT_EQ(name.ProjectExt(), L".kvi");
     name.ProjectFName(L"c").ProjectExt(L".x").ProjectDirectory(L"D:\\");

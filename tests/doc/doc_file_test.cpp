@@ -74,6 +74,7 @@ TEST_F(DocumentFiles, HavePathsThatEverySystemTakes)
         {Make(L"et al.", kUnset, L"a."), L"et al.&\\a.&"},
         {Make(L"nul.1", kUnset, L"prn.a.b"), L"&nul.1\\&prn.a.b"},
         {Make(L"et al.", 0, L"a").Run(1), L"et al.&&r1\\0\\a"},
+        {Make(L"conin$", kUnset, L"com\u00B2.a"), L"&conin$\\&com\u00B2.a"},
         {Make(L"...", kUnset, L"..a"), L"...&\\..a"},
         {Make(L"&r2", kUnset, L"a"), L"&1r2\\a"},
     };

@@ -23,6 +23,15 @@ TEST(ValidName, WritesWhatNamesMayNotHold)
     }
 }
 
+TEST(ValidName, KnowsEveryDevice)
+{
+    for (const wchar_t* name : {L"con", L"CON.txt", L"nul .a.b", L"conIN$", L"CONOUT$:x",
+                                L"com\u00B9", L"LPT\u00B3.x", L"com9"})
+        EXPECT_TRUE(IsDeviceName(name)) << name;
+    for (const wchar_t* name : {L"", L".con", L"cone", L"com0", L"com\u2074", L"conin"})
+        EXPECT_FALSE(IsDeviceName(name)) << name;
+}
+
 TEST(ValidName, DropsEscapesThatMeanNothing)
 {
     const std::pair<std::wstring, std::wstring> rows[] = {

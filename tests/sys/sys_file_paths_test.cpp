@@ -12,6 +12,9 @@ TEST(AbsolutePath, IsFreeOfDots)
         {L"C:\\..\\a\\", L"C:\\a\\"},
         {L"C:/a//b", L"C:\\a\\b"},
         {L"\\\\server\\share\\a\\..\\..\\b", L"\\\\server\\share\\b"},
+        {L"//?/unc/server/share/../../b", L"\\\\?\\unc\\server\\share\\b"},
+        {L"\\\\?\\C:\\..\\a", L"\\\\?\\C:\\a"},
+        {L"Q:", L"Q:\\"},
         {L"", L""},
     };
     for (const auto& [path, absolute] : rows)
@@ -98,6 +101,27 @@ TEST_F(Paths, TheCurrentFolderIsWhereRelativePathsBegin)
     EXPECT_FALSE(Exists(L"here"));
     const gtl::status missing = SetCurrentDirectory(In("none"));
     EXPECT_EQ(missing, KviError::File::file_not_found(In("none")));
+}
+
+/// The root has a separator at its end, other folders have none.
+TEST_F(Paths, TheRootIsACurrentFolderLikeAnyOther)
+{
+    const std::wstring before = GetCurrentDirectory();
+    const std::wstring root = before.substr(0, before[0] == L'\\' ? 1 : 3);
+    ASSERT_TRUE(SetCurrentDirectory(root).ok());
+    const std::wstring absolute = GetAbsolutePath(L"x"), relative = GetRelativePath(L"x\\y", L"x"),
+                       fromHere = GetRelativePath(before, L"");
+    std::wstring resolved, found;
+    const bool resolves = ResolveRelativePath(resolved, L"x", L".").ok();
+    const bool finds = Find(found, L";" + root, In("file").substr(root.size()), L".x").ok();
+    const gtl::status missing = DeleteDirectory(L"x missing", 1);
+    ASSERT_TRUE(SetCurrentDirectory(before).ok());
+    EXPECT_EQ(absolute, root + L"x");
+    EXPECT_EQ(relative, L"y");
+    EXPECT_EQ(fromHere, before.substr(root.size()));
+    EXPECT_TRUE(resolves && resolved == root + L"x");
+    EXPECT_FALSE(finds);
+    EXPECT_NE(missing, KviError::File::invalid_path(L"x missing")) << "it is no root";
 }
 
 TEST(KnownFolder, HasAPathByEveryKindOfNumber)

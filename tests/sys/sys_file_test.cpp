@@ -1,5 +1,6 @@
 #include "foundation/KviError.h"
 #include "sys/sys_file.h"
+#include "sys/sys_file_SafeWriter.h"
 #include "sys/sys_file_folder.h"
 
 #include <chrono>
@@ -107,7 +108,8 @@ TEST_F(Files, DeleteDirectoryTakesATreeOnlyWhenAsked)
     EXPECT_FALSE(Exists(In("tree")));
     for (const std::wstring& refused : {std::wstring(), kZero})
         EXPECT_EQ(DeleteDirectory(refused, 1), KviError::File::invalid_path(refused));
-    EXPECT_EQ(DeleteDirectory(L"\\", 0), KviError::File::invalid_path(L"\\"));
+    for (const wchar_t* root : {L"\\", L"C:\\a\\..", L"\\\\server\\share"})
+        EXPECT_EQ(DeleteDirectory(root, 0), KviError::File::invalid_path(root));
 }
 
 TEST_F(Files, DeletingGoesOnBehindWhatMayNotGoAndTellsIt)
@@ -178,6 +180,32 @@ TEST_F(Files, TextComesInEveryCommonEncoding)
     EXPECT_EQ(ReadTextFile(In("")), L""); // a folder
     Write(folder / "text", std::string((1 << 20) + 1, 'x'));
     EXPECT_EQ(ReadTextFile(In("text")).size(), (1u << 20) + 1);
+}
+
+TEST_F(Files, ASafeWriterReplacesWholeFilesOnly)
+{
+    EXPECT_TRUE(WriteTextFile(In("a"), L"\u00E4\n").ok());
+    EXPECT_EQ(Read(folder / "a"), "\xC3\xA4\n");
+    {
+        SafeWriter writer;
+        ASSERT_TRUE(writer.Open(In("a")).ok() && writer.Write("lost").ok());
+        ASSERT_TRUE(writer.Open(In("b")).ok() && writer.Write("1").ok() && writer.Write("2").ok());
+        EXPECT_FALSE(Exists(In("b")));
+        EXPECT_TRUE(writer.Commit().ok());
+        EXPECT_FALSE(writer.Commit().ok()) << "nothing is open";
+        ASSERT_TRUE(writer.Open(In("c")).ok() && writer.Write("lost").ok());
+    }
+    EXPECT_EQ(Read(folder / "a") + Read(folder / "b"), "\xC3\xA4\n12");
+    ASSERT_TRUE(SetReadOnly(In("a"), true).ok());
+    fs::create_directory(folder / "dir");
+    EXPECT_EQ(WriteTextFile(In("a"), L"x"), KviError::File::save_over_readonly(In("a")));
+    EXPECT_EQ(WriteTextFile(kZero, L"x"), KviError::File::invalid_path(kZero));
+    for (const char* target : {"dir", "none\\x", "dir\\"})
+        ExpectLike(WriteTextFile(In(target), L"x"), KviError::File::write(In(target), L""));
+    EXPECT_TRUE(SetReadOnly(In("a"), false).ok());
+    std::ofstream(NativePath(In("\xC3\xA4")).c_str()) << "named";
+    EXPECT_EQ(ReadTextFile(In("\xC3\xA4")), L"named");
+    EXPECT_EQ(Count(folder), 4);
 }
 
 TEST_F(Files, TemporaryNamesAreEachTheirOwn)

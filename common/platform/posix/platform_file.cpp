@@ -1,5 +1,6 @@
 #include "platform/platform_file.h"
 
+#include "platform/platform_path.h"
 #include "platform/posix/posix_path_impl.h"
 
 #include <cerrno>
@@ -81,7 +82,7 @@ unsigned long MakeTemporaryFile(const std::wstring& folder, const std::wstring& 
                                 std::wstring& path)
 {
     constexpr std::string_view kEnding = ".tmp";
-    std::string name = ToSystemPath(folder + L'\\' + prefix) + "XXXXXX" + std::string(kEnding);
+    std::string name = ToSystemPath(Joined(folder, prefix)) + "XXXXXX" + std::string(kEnding);
     const int file = ::mkostemps(name.data(), static_cast<int>(kEnding.size()), O_CLOEXEC);
     if (file < 0)
         return Number();

@@ -1,15 +1,13 @@
 #include "platform/platform_file.h"
-#include "platform/posix/posix_file_impl.h"
+#include "platform/posix/posix_draft_impl.h"
 #include "platform/posix/posix_path_impl.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <memory>
-#include <random>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,144 +16,16 @@
 namespace platform
 {
 using posix::Descriptor;
+using posix::Draft;
+using posix::RenameNew;
 using posix::ToSystemPath;
+using posix::WriteAll;
 
 namespace
 {
 using FileStatus = struct stat;
 
 unsigned long Number() { return static_cast<unsigned long>(errno); }
-
-/// A new file without a name, which it gets when it is whole: a process that is killed leaves
-/// nothing. Where a file system or the system has no such files it has a hidden name at first.
-class Draft
-{
-public:
-    explicit Draft(const std::string& target)
-        : folder_(target.substr(0, target.rfind('/') + 1)),
-          file_(::open(folder_.empty() ? "." : folder_.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC,
-                       0600))
-    {
-        // The kernel's path of a file without a name: /proc may be missing.
-        if (file_.IsOpen() && ::access(Nameless().c_str(), F_OK) == 0)
-            return;
-        if (!file_.IsOpen() && errno != EISDIR && errno != EOPNOTSUPP && errno != EINVAL)
-        {
-            error_ = Number();
-            return;
-        }
-        name_ = folder_ + ".kviXXXXXX";
-        file_ = Descriptor(::mkostemp(name_.data(), O_CLOEXEC));
-        if (!file_.IsOpen())
-        {
-            error_ = Number();
-            name_.clear();
-        }
-    }
-    ~Draft()
-    {
-        if (!name_.empty())
-            ::unlink(name_.c_str());
-    }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-
-    unsigned long Error() const { return error_; }
-    int File() const { return file_.Number(); }
-
-    /// Gives the file the name @p target, in the place of what has it.
-    unsigned long Replace(const std::string& target);
-    /// Gives the file the name @p target, which nothing may have.
-    unsigned long Place(const std::string& target);
-
-private:
-    std::string Nameless() const { return "/proc/self/fd/" + std::to_string(file_.Number()); }
-    unsigned long Link(const std::string& target) const
-    {
-        const int linked =
-            ::linkat(AT_FDCWD, Nameless().c_str(), AT_FDCWD, target.c_str(), AT_SYMLINK_FOLLOW);
-        return linked == 0 ? 0 : Number();
-    }
-
-    std::string folder_; // with its separator, or empty
-    Descriptor file_;
-    std::string name_; // until the file has its own; empty when there is none
-    unsigned long error_ = 0;
-};
-
-/// Renames what nothing else has the new name of.
-unsigned long RenameNew(const std::string& from, const std::string& to)
-{
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
-        return 0;
-    if (errno != EINVAL && errno != ENOSYS)
-        return Number();
-    // A file system without that operation: a second name never replaces, but folders have none.
-    if (::link(from.c_str(), to.c_str()) == 0)
-    {
-        if (::unlink(from.c_str()) == 0)
-            return 0;
-        const unsigned long error = Number();
-        ::unlink(to.c_str());
-        return error;
-    }
-    if (errno != EPERM && errno != EOPNOTSUPP)
-        return Number();
-    if (struct stat about; ::lstat(to.c_str(), &about) == 0)
-        return EEXIST;
-    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : Number();
-}
-
-unsigned long Draft::Replace(const std::string& target)
-{
-    if (name_.empty())
-    {
-        if (const unsigned long error = Link(target); error != EEXIST)
-            return error;
-    }
-    // No call gives a file without a name one that is taken, so it passes through a hidden one.
-    std::random_device random;
-    for (int tries = 0; name_.empty(); ++tries)
-    {
-        const std::string hidden = folder_ + ".kvi" + std::to_string(random());
-        const unsigned long error = Link(hidden);
-        if (error == 0)
-            name_ = hidden;
-        else if (error != EEXIST || tries == 100)
-            return error;
-    }
-    if (!file_.Close() || ::rename(name_.c_str(), target.c_str()) != 0)
-        return Number();
-    name_.clear();
-    return 0;
-}
-
-unsigned long Draft::Place(const std::string& target)
-{
-    if (name_.empty())
-        return Link(target);
-    if (!file_.Close())
-        return Number();
-    const unsigned long error = RenameNew(name_, target);
-    if (error == 0)
-        name_.clear();
-    return error;
-}
-
-unsigned long WriteAll(int to, const char* bytes, std::size_t size, off_t at)
-{
-    while (size > 0)
-    {
-        const auto n = ::pwrite(to, bytes, size, at);
-        if (n < 0 && errno != EINTR)
-            return Number();
-        const std::size_t written = n > 0 ? static_cast<std::size_t>(n) : 0;
-        bytes += written;
-        at += static_cast<off_t>(written);
-        size -= written;
-    }
-    return 0;
-}
 
 /// Copies bytes from @p at up to @p end inside the kernel, which shares them where the file system
 /// can; what it cannot is left to the caller. @p at is then where the rest begins.
@@ -233,15 +103,40 @@ unsigned long OpenSource(const std::string& name, bool follow, Descriptor& file,
     return S_ISDIR(about.st_mode) ? EISDIR : ESPIPE;
 }
 
-/// Writes the bytes, permissions and time of @p from into @p to.
-unsigned long CopyContents(const Descriptor& from, const FileStatus& about, int to)
+unsigned long SetWriteTime(int file, const FileStatus& about)
 {
-    if (const auto error = CopyBytes(from.Number(), to, about.st_size); error != 0)
-        return error;
     const timespec times[2] = {{0, UTIME_OMIT}, about.st_mtim};
-    if (::fchmod(to, about.st_mode & 0777) != 0 || ::futimens(to, times) != 0)
+    return ::futimens(file, times) == 0 ? 0 : Number();
+}
+
+/// The permissions of a copy of @p from that replaces @p there: those that are there, without the
+/// right to write if the source is read-only.
+mode_t ModeOver(const FileStatus& from, const FileStatus& there)
+{
+    const mode_t mask = (from.st_mode & 0222) == 0 ? 0555 : 0777;
+    return there.st_mode & mask;
+}
+
+/// Writes the bytes of @p from over those of @p target, the file that @p there describes.
+unsigned long CopyInPlace(const Descriptor& from, const FileStatus& about,
+                          const std::string& target, const FileStatus& there)
+{
+    const Descriptor to(::open(target.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    FileStatus now{};
+    if (!to.IsOpen() || ::fstat(to.Number(), &now) != 0)
         return Number();
-    return 0;
+    if (now.st_dev != there.st_dev || now.st_ino != there.st_ino)
+        return EAGAIN; // replaced meanwhile
+    if (::ftruncate(to.Number(), 0) != 0)
+        return Number();
+    if (const auto error = CopyBytes(from.Number(), to.Number(), about.st_size); error != 0)
+        return error;
+    if (now.st_uid != ::geteuid() && ::geteuid() != 0)
+        return 0; // times and permissions are the owner's
+    const mode_t mode = ModeOver(about, now);
+    if (mode != (now.st_mode & 0777) && ::fchmod(to.Number(), mode) != 0)
+        return Number();
+    return SetWriteTime(to.Number(), about);
 }
 
 /// Moves the file @p from to another disk.
@@ -251,21 +146,26 @@ unsigned long MoveAcross(const std::string& from, const std::string& to)
     FileStatus about{};
     if (const unsigned long error = OpenSource(from, false, source, about); error != 0)
         return error == EISDIR || error == ELOOP ? static_cast<unsigned long>(EXDEV) : error;
-    Draft draft(to);
+    Draft draft(to, 0600);
     if (draft.Error() != 0)
         return draft.Error();
     (void)!::fchown(draft.File(), about.st_uid, about.st_gid); // root keeps whose file it is
-    if (const unsigned long error = CopyContents(source, about, draft.File()); error != 0)
+    if (const auto error = CopyBytes(source.Number(), draft.File(), about.st_size); error != 0)
         return error;
-    // The other copy goes away next, so this one has to be on the disk.
+    if (::fchmod(draft.File(), about.st_mode & 0777) != 0)
+        return Number();
+    if (const unsigned long error = SetWriteTime(draft.File(), about); error != 0)
+        return error;
+    // The source is deleted next, so the copy and its name have to be on the disk.
     if (::fsync(draft.File()) != 0)
         return Number();
-    if (const unsigned long error = draft.Place(to); error != 0)
+    if (const unsigned long error = draft.Place(); error != 0)
         return error;
-    if (::unlink(from.c_str()) == 0)
-        return 0;
-    const unsigned long error = Number();
-    ::unlink(to.c_str());
+    unsigned long error = draft.SyncFolder();
+    if (error == 0 && ::unlink(from.c_str()) != 0)
+        error = Number();
+    if (error != 0)
+        draft.Withdraw();
     return error;
 }
 } // namespace
@@ -278,7 +178,8 @@ unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& 
     if (const auto error = OpenSource(ToSystemPath(from), true, source, about); error != 0)
         return error;
     std::string target = ToSystemPath(to);
-    if (::lstat(target.c_str(), &there) == 0)
+    const bool replaces = ::lstat(target.c_str(), &there) == 0;
+    if (replaces)
     {
         // What a link leads to is replaced, not the link.
         const std::unique_ptr<char, decltype(&std::free)> real(::realpath(target.c_str(), nullptr),
@@ -293,19 +194,31 @@ unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& 
         readOnlyTarget = (there.st_mode & 0222) == 0;
         if (readOnlyTarget)
             return EACCES;
+        if (there.st_nlink > 1)
+            return CopyInPlace(source, about, target, there);
     }
-    Draft draft(target);
-    if (draft.Error() != 0)
-        return draft.Error();
-    if (const unsigned long error = CopyContents(source, about, draft.File()); error != 0)
+    Draft draft(target, 0600);
+    unsigned long begun = draft.Error();
+    if (begun == 0 && replaces && ::fchown(draft.File(), there.st_uid, there.st_gid) != 0)
+        begun = Number();
+    if (replaces && (begun == EPERM || begun == EACCES))
+        return CopyInPlace(source, about, target, there); // which this user may write perhaps
+    if (begun != 0)
+        return begun;
+    if (const auto error = CopyBytes(source.Number(), draft.File(), about.st_size); error != 0)
         return error;
-    return draft.Replace(target);
+    const mode_t mode = replaces ? ModeOver(about, there) : about.st_mode & 0777;
+    if (::fchmod(draft.File(), mode) != 0)
+        return Number();
+    if (const unsigned long error = SetWriteTime(draft.File(), about); error != 0)
+        return error;
+    return draft.Replace();
 }
 
 unsigned long MoveWhole(const std::wstring& from, const std::wstring& to)
 {
     const std::string source = ToSystemPath(from), target = ToSystemPath(to);
-    const unsigned long error = RenameNew(source, target);
+    const unsigned long error = RenameNew(AT_FDCWD, source, AT_FDCWD, target);
     if (error == EXDEV)
         return MoveAcross(source, target);
     // Both names lead to one file: Windows lets a file keep its name.

@@ -60,17 +60,25 @@ std::wstring FromSystemPath(std::string_view bytes)
 
 } // namespace posix
 
+SystemString SystemPath(const std::wstring& path) { return posix::ToSystemPath(path); }
+
 unsigned long AbsolutePath(const std::wstring& path, std::wstring& absolute)
 {
-    if (RootOf(path).length > 0)
+    if (const PathRoot root = RootOf(path); root.length > 0)
     {
+        if (!root.fixed) // no drive has a current folder here
+        {
+            absolute =
+                Normalised(Joined(path.substr(0, root.length) + L'\\', path.substr(root.length)));
+            return 0;
+        }
         absolute = Normalised(path);
         return 0;
     }
     std::wstring folder;
     if (const unsigned long error = CurrentFolder(folder); error != 0)
         return error;
-    absolute = Normalised(folder + L'\\' + path);
+    absolute = Normalised(Joined(folder, path));
     return 0;
 }
 

@@ -3,7 +3,9 @@
 #include "platform/windows/windows_file_impl.h"
 #include "platform/windows/windows_path_impl.h"
 
+#include <cstddef>
 #include <random>
+#include <vector>
 
 namespace platform
 {
@@ -33,6 +35,16 @@ Handle OpenToAsk(const std::wstring& path)
     return Handle(::CreateFileW(ToSystemPath(path).c_str(), FILE_READ_ATTRIBUTES,
                                 FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+}
+
+void CopyAccessRights(const std::wstring& from, const std::wstring& to)
+{
+    DWORD size = 0;
+    ::GetFileSecurityW(from.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+    std::vector<std::byte> rights(size);
+    if (size != 0 &&
+        ::GetFileSecurityW(from.c_str(), DACL_SECURITY_INFORMATION, rights.data(), size, &size))
+        ::SetFileSecurityW(to.c_str(), DACL_SECURITY_INFORMATION, rights.data());
 }
 
 std::wstring RandomName()

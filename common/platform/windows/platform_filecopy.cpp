@@ -19,6 +19,19 @@ bool SameFile(const std::wstring& a, const std::wstring& b)
            one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
 }
 
+/// Writes the bytes of the file @p path to the disk.
+unsigned long Flush(const std::wstring& path)
+{
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only one cannot be opened
+    const Handle file(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, 0, nullptr));
+    const bool flushed = file.IsOpen() && ::FlushFileBuffers(file.Get());
+    const DWORD error = flushed ? ERROR_SUCCESS : ::GetLastError();
+    ::SetFileAttributesW(path.c_str(), attributes);
+    return error;
+}
+
 /// Copies @p from under a name of its own first, so that a full disk leaves what is there, then
 /// renames it. @param replace  whether a file @p to makes room
 unsigned long CopyByDraft(const std::wstring& from, const std::wstring& to, bool replace)
@@ -32,10 +45,17 @@ unsigned long CopyByDraft(const std::wstring& from, const std::wstring& to, bool
             ::DeleteFileW(draft.c_str());
         return error;
     }
-    if (::MoveFileExW(draft.c_str(), ToSystemPath(to).c_str(),
-                      replace ? MOVEFILE_REPLACE_EXISTING : 0))
+    DWORD error = ERROR_SUCCESS;
+    if (replace)
+        windows::CopyAccessRights(ToSystemPath(to), draft);
+    else
+        error = Flush(draft); // the source is deleted next
+    if (error == ERROR_SUCCESS &&
+        ::MoveFileExW(draft.c_str(), ToSystemPath(to).c_str(),
+                      MOVEFILE_WRITE_THROUGH | (replace ? MOVEFILE_REPLACE_EXISTING : 0)))
         return 0;
-    const DWORD error = ::GetLastError();
+    if (error == ERROR_SUCCESS)
+        error = ::GetLastError();
     ::SetFileAttributesW(draft.c_str(), FILE_ATTRIBUTE_NORMAL); // a read-only one would stay
     ::DeleteFileW(draft.c_str());
     return error;

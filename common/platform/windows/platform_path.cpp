@@ -25,6 +25,8 @@ std::wstring ToSystemPath(const std::wstring& path)
 
 } // namespace windows
 
+SystemString SystemPath(const std::wstring& path) { return windows::ToSystemPath(path); }
+
 unsigned long AbsolutePath(const std::wstring& path, std::wstring& absolute)
 {
     std::wstring full;

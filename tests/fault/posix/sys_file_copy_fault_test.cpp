@@ -93,6 +93,39 @@ TEST_F(CopyFaults, CopyGoesThroughALinkToItsFileAndNotOntoItself)
     EXPECT_EQ(Read(folder / "a"), "b");
 }
 
+/// As the platform's copy does: owner and permissions of a file that is there, and its other names.
+TEST_F(CopyFaults, AReplacedFileKeepsItsOwnerPermissionsAndNames)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root may give a file away";
+    Write(folder / "a", "new");
+    for (const bool linked : {false, true})
+    {
+        Write(folder / "b", "the old one");
+        ASSERT_EQ(::chown((folder / "b").c_str(), 4711, 4712), 0);
+        ASSERT_EQ(::chmod((folder / "b").c_str(), 0620), 0);
+        if (linked)
+            fs::create_hard_link(folder / "b", folder / "also b");
+        ASSERT_TRUE(Copy(In("a"), In("b")).ok());
+        struct stat about;
+        ASSERT_EQ(::stat((folder / (linked ? "also b" : "b")).c_str(), &about), 0);
+        EXPECT_EQ(Read(folder / (linked ? "also b" : "b")), "new");
+        EXPECT_EQ(about.st_uid + about.st_gid + about.st_mode, 4711u + 4712 + S_IFREG + 0620);
+        EXPECT_EQ(fs::last_write_time(folder / "b"), fs::last_write_time(folder / "a"));
+    }
+    // An owner who cannot be kept by a new file is kept by writing into the old one.
+    ASSERT_EQ(::chmod((folder / "b").c_str(), 0666), 0);
+    fs::remove(folder / "also b");
+    EXPECT_EQ(fault_test::InChild([&] {
+                  fault_test::BecomeOrdinary();
+                  return Copy(In("a"), In("b")).ok();
+              }),
+              0);
+    struct stat about;
+    ASSERT_EQ(::stat((folder / "b").c_str(), &about), 0);
+    EXPECT_EQ(about.st_uid, 4711u);
+}
+
 TEST_F(CopyFaults, ACopyKeepsTheHolesOfALargeFile)
 {
     const std::uint64_t size = (std::uint64_t{5} << 30) + 7;

@@ -31,7 +31,8 @@ protected:
     /// Kills and fails @p work, which makes target out of @p source: there is then all of it or
     /// what was there before, and nothing else but @p most files that killed processes have left.
     template <class Work>
-    void ExpectWhole(const fs::path& source, bool replaces, bool moves, int most, Work work)
+    void ExpectWhole(const fs::path& source, bool replaces, bool moves, int most, Work work,
+                     bool syncsLast = false)
     {
         int litter = 0;
         for (const int error : {0, EIO})
@@ -54,7 +55,8 @@ protected:
                         replaces ? there && Read(folder / "target") == "old" : !there;
                     EXPECT_TRUE(whole || before);
                     EXPECT_TRUE(Read(source) == bytes || (whole && moves));
-                    EXPECT_TRUE(error == 0 || (outcome.result == 0) == whole);
+                    EXPECT_TRUE(whole || outcome.result != 0);
+                    EXPECT_TRUE(error == 0 || syncsLast || (outcome.result == 0) == whole);
                     litter += int(Count(folder) + Count(disk)) - there - fs::exists(source);
                     done += whole ? 1 : 0;
                 });
@@ -86,6 +88,13 @@ TEST_F(Disturbed, AFileIsMovedToAnotherDiskWholeOrNotAtAll)
 {
     ExpectWhole(disk / "source", false, true, 0,
                 [&] { return Rename(sys_test::Wide(disk / "source"), In("target")).ok(); });
+}
+
+TEST_F(Disturbed, ASafeWriterWritesAWholeFileOrNone)
+{
+    const auto write = [&] { return WriteTextFile(In("target"), std::wstring(20000, L'n')).ok(); };
+    for (const bool replaces : {false, true})
+        ExpectWhole(folder / "source", replaces, false, replaces ? 2 : 0, write, true);
 }
 
 TEST_F(Disturbed, ADeletionTellsWhatItLeaves)

@@ -4,6 +4,7 @@
 #include "foundation/KviError.h"
 #include "sys/sys_file.h"
 #include "sys/sys_file_InputStream.h"
+#include "sys/sys_file_SafeWriter.h"
 
 #include <atomic>
 #include <cerrno>
@@ -139,6 +140,34 @@ TEST_F(FileFaults, WhatTheUserMayNotDoIsRefusedWithAReason)
     ::chmod((folder / "closed").c_str(), 0755);
     EXPECT_EQ(result, 0);
     EXPECT_EQ(Read(folder / "closed" / "a"), "a");
+}
+
+/// Whatever stands in the folder under whichever name, no other file is written.
+TEST_F(FileFaults, ASafeWriterGoesThroughNoLink)
+{
+    Write(folder / "precious", "precious");
+    fs::create_symlink("precious", folder / "result");
+    fs::create_symlink("gone", folder / "dangling");
+    for (const char* name : {"result", "dangling"})
+    {
+        EXPECT_TRUE(WriteTextFile(In(name), L"new").ok());
+        EXPECT_FALSE(fs::is_symlink(folder / name));
+        EXPECT_EQ(Read(folder / name), "new");
+    }
+    // The folder is renamed and another put in its place: the file stays in the one opened.
+    fs::create_directory(folder / "dir");
+    SafeWriter writer;
+    ASSERT_TRUE(writer.Open(In("dir/result")).ok() && writer.Write("1").ok());
+    fs::rename(folder / "dir", folder / "moved");
+    fs::create_directory_symlink("moved", folder / "dir");
+    EXPECT_TRUE(writer.Commit().ok());
+    EXPECT_EQ(Read(folder / "moved" / "result"), "1");
+    ASSERT_EQ(::chmod((folder / "result").c_str(), 0640), 0);
+    EXPECT_TRUE(WriteTextFile(In("result"), L"private").ok());
+    EXPECT_EQ(fs::status(folder / "result").permissions(), fs::perms(0640));
+    EXPECT_EQ(Read(folder / "precious"), "precious");
+    EXPECT_FALSE(fs::exists(folder / "gone"));
+    EXPECT_FALSE(WriteTextFile(L"\\dev\\null", L"x").ok());
 }
 
 TEST_F(FileFaults, NothingWaitsForAPipe)
