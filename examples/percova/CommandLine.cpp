@@ -1,12 +1,12 @@
 #include "CommandLine.h"
 
 #include "KVI.h"
-#include "LastRun.h"
-#include "NumberText.h"
-#include "Output.h"
 #include "Runner.h"
-#include "Summary.h"
-#include "TextFile.h"
+#include "output/LastRun.h"
+#include "output/Output.h"
+#include "output/Summary.h"
+#include "problem/NumberText.h"
+#include "problem/TextFile.h"
 
 #include <CLI/CLI.hpp>
 

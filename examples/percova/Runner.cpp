@@ -1,9 +1,9 @@
 #include "Runner.h"
 
-#include "Analysis.h"
-#include "NumberText.h"
-#include "Summary.h"
-#include "TextFile.h"
+#include "analysis/Analysis.h"
+#include "output/Summary.h"
+#include "problem/NumberText.h"
+#include "problem/TextFile.h"
 
 #include <ostream>
 

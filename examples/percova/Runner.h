@@ -3,11 +3,11 @@
 #pragma once
 
 #include "CommandLine.h"
-#include "Model.h"
-#include "Output.h"
-#include "ResultFiles.h"
-#include "Results.h"
-#include "RunMark.h"
+#include "analysis/Model.h"
+#include "analysis/Results.h"
+#include "output/Output.h"
+#include "output/ResultFiles.h"
+#include "output/RunMark.h"
 
 #include <chrono>
 #include <iosfwd>

@@ -1,6 +1,6 @@
 #include "CaseRun.h"
 
-#include "Analysis.h"
+#include "analysis/Analysis.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,8 +2,8 @@
 /// Runs a case of the example engine on one of its meshes or on a grid, for the tests.
 #pragma once
 
-#include "Model.h"
-#include "Results.h"
+#include "analysis/Model.h"
+#include "analysis/Results.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

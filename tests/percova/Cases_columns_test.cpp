@@ -1,6 +1,6 @@
 // Cases S1 to S7: unsaturated columns, the box, and the block between hydrostatic sides.
 #include "CaseRun.h"
-#include "Conductivity.h"
+#include "analysis/Conductivity.h"
 
 #include <cmath>
 

@@ -1,8 +1,8 @@
 // The solver and the number of threads that one run leaves to the next.
 #include "CommandLine.h"
 #include "KVI.h"
-#include "LastRun.h"
 #include "Scratch.h"
+#include "output/LastRun.h"
 
 #include <sstream>
 

@@ -1,5 +1,5 @@
-#include "Mesh.h"
 #include "Scratch.h"
+#include "mesh/Mesh.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Problems harder than the cases: the iteration must come through, or say where it did not.
-#include "Analysis.h"
 #include "CaseRun.h"
+#include "analysis/Analysis.h"
 
 #include <cmath>
 #include <utility>

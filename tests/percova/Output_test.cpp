@@ -1,6 +1,6 @@
 #include "CommandLine.h"
-#include "Output.h"
 #include "Scratch.h"
+#include "output/Output.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 #include "KVI.h"
-#include "Model.h"
-#include "Problem.h"
 #include "Scratch.h"
+#include "analysis/Model.h"
+#include "problem/Problem.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 /// Files for a test to read, and the faults that reading them gives.
 #pragma once
 
-#include "Faults.h"
-#include "TextFile.h"
+#include "problem/Faults.h"
+#include "problem/TextFile.h"
 
 #include <gtest/gtest.h>
 

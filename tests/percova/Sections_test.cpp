@@ -1,6 +1,6 @@
 // Probes and sections: which elements hold a point, and the flow across a line.
 #include "CaseRun.h"
-#include "ElementFinder.h"
+#include "mesh/ElementFinder.h"
 
 #include <cmath>
 #include <random>

@@ -1,0 +1,38 @@
+/// @file
+/// The seepage analysis: from a model to its results.
+#pragma once
+
+#include "analysis/Model.h"
+#include "analysis/Newton.h"
+#include "analysis/Results.h"
+
+#include <functional>
+#include <string>
+
+namespace percova
+{
+
+/// One round of the non-linear iteration, for whoever watches.
+struct Progress
+{
+    std::string step;
+    NewtonRound round;
+};
+
+/// Whom an analysis tells how it goes, on the calling thread. Either may be empty.
+struct Watch
+{
+    std::function<void(const Progress&)> iteration; ///< called after each
+    /// Called with each step's result, the last one of the results so far, which it may change.
+    /// @returns whether to go on
+    std::function<bool(StepResult&)> step;
+};
+
+/// Computes the steps of @p model, but for as many as @p results has of an earlier run. Each starts
+/// from the heads of the one before. Adds to the assemble and solve times of @p results.
+/// @returns false when nothing could be computed, with the reason in @p reason, or when the watch
+///          wants no more. A step that did not converge is a result like any other: see
+///          StepResult::converged.
+bool Analyse(const Model& model, const Watch& watch, Results& results, std::string& reason);
+
+} // namespace percova

@@ -1,0 +1,313 @@
+#include "analysis/Flows.h"
+
+#include "analysis/Element.h"
+#include "problem/NumberText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace percova
+{
+namespace
+{
+bool Holds(BoundaryType type) { return type != BoundaryType::Flux && type != BoundaryType::NoFlow; }
+
+/// Local coordinates at @p t in [-1, 1] along side @p side of an element.
+void AlongSide(ElementType type, int side, double t, double& r, double& s)
+{
+    constexpr double kTriangle[3][2] = {{0, 0}, {1, 0}, {0, 1}};
+    constexpr double kSquare[4][2] = {{1, 1}, {-1, 1}, {-1, -1}, {1, -1}};
+    const int corners = Corners(type);
+    const double(*at)[2] = corners == 3 ? kTriangle : kSquare;
+    const double* from = at[side];
+    const double* to = at[(side + 1) % corners];
+    r = ((1 - t) * from[0] + (1 + t) * to[0]) / 2;
+    s = ((1 - t) * from[1] + (1 + t) * to[1]) / 2;
+}
+
+/// The side of element @p e between two corner nodes, whichever way; -1 for none.
+int SideBetween(const Mesh& mesh, int e, int a, int b)
+{
+    const int* nodes = mesh.ElementNodes(std::size_t(e));
+    const int corners = Corners(mesh.type[e]);
+    for (int side = 0; side < corners; ++side)
+    {
+        const int from = nodes[side], to = nodes[(side + 1) % corners];
+        if ((from == a && to == b) || (from == b && to == a))
+            return side;
+    }
+    return -1;
+}
+
+/// Inflow over @p edge from outside into element @p e at each of the edge's points [m3/s per m].
+void InflowOver(const Solution& s, const Edge& edge, int e, const EdgePoint points[kEdgePoints],
+                double inflow[kEdgePoints])
+{
+    const Mesh& mesh = s.model.mesh;
+    const int side = SideBetween(mesh, e, edge.nodes[0], edge.nodes[1]);
+    const bool along = mesh.ElementNodes(std::size_t(e))[side] == edge.nodes[0];
+    const Soil& soil = s.soils[s.model.material[e]];
+    ElementState element;
+    element.Load(mesh, std::size_t(e), s.head.data());
+    for (int p = 0; p < kEdgePoints; ++p)
+    {
+        const double t = 2 * points[p].t - 1;
+        double r = 0, at = 0;
+        AlongSide(element.type, side, along ? t : -t, r, at);
+        PointState point;
+        At(element, r, at, point);
+        const double kr = soil.kr.At(point.psi);
+        // the normal points out of the element on the left, into the one on the right
+        inflow[p] = (along ? kr : -kr) * (soil.kx * point.gradient[0] * points[p].normalX +
+                                          soil.ky * point.gradient[1] * points[p].normalY);
+    }
+}
+
+/// What comes out above the exit of a seepage face is at most this share of the model's outflow.
+constexpr double kExitShare = 1e-3;
+
+/// What the sides of one boundary bring to a node.
+struct Share
+{
+    double flux = 0;
+    double length = 0; ///< of the sides that have the node
+    double flow = 0;   ///< the boundary's part of what enters there
+    double weight = 0; ///< what its own weight draws out of saturated soil at zero pressure
+};
+using Shares = std::vector<Share>; // by node
+
+class FlowSums
+{
+public:
+    explicit FlowSums(const Solution& solution) : s_(solution) {}
+
+    void Run(StepResult& result)
+    {
+        const std::size_t boundaries = s_.step.conditions.size();
+        shares_.resize(boundaries);
+        flow_.assign(boundaries, 0);
+        integrated_.assign(boundaries, 0);
+        for (std::size_t b = 0; b < boundaries; ++b)
+            if (s_.step.conditions[b].type != BoundaryType::NoFlow)
+                Integrate(b, result);
+        for (std::size_t node = 0; node < s_.inflow.size(); ++node)
+            Distribute(node);
+        for (std::size_t b = 0; b < boundaries; ++b)
+        {
+            if (s_.step.conditions[b].type == BoundaryType::Flux)
+                flow_[b] = s_.conditions.loadSum[b];
+            result.boundaries.push_back(
+                {s_.model.problem.boundaries[b].name, flow_[b], integrated_[b]});
+            if (IsSeepage(b))
+                result.seepageFaces.push_back(
+                    {s_.model.problem.boundaries[b].name, flow_[b], Exit(b)});
+        }
+        result.flowIn = in_;
+        result.flowOut = out_;
+        result.massBalance = in_ > 0 ? (in_ - out_) / in_ : kMissing;
+        WarnOfCoarseSides(result);
+    }
+
+    const std::vector<int>& DrippingNodes() const { return dripping_; }
+
+private:
+    void Integrate(std::size_t b, StepResult& result)
+    {
+        Shares& shares = shares_[b];
+        shares.resize(s_.inflow.size());
+        for (double* sum : {&result.flowInIntegrated, &result.flowOutIntegrated})
+            *sum = *sum == kMissing ? 0 : *sum;
+        for (const Edge& edge : s_.model.boundaryEdges[b])
+        {
+            EdgePoint points[kEdgePoints];
+            PointsOf(s_.model.mesh, edge, points);
+            double inflow[kEdgePoints], other[kEdgePoints] = {};
+            InflowOver(s_, edge, edge.element, points, inflow);
+            const double ky = s_.soils[s_.model.material[edge.element]].ky;
+            if (edge.opposite >= 0)
+                InflowOver(s_, edge, edge.opposite, points, other);
+            for (int p = 0; p < kEdgePoints; ++p)
+            {
+                const double flux = inflow[p] + other[p];
+                integrated_[b] += flux;
+                (flux > 0 ? result.flowInIntegrated : result.flowOutIntegrated) += std::abs(flux);
+                for (int k = 0; k < 3 && edge.nodes[k] >= 0; ++k)
+                {
+                    shares[edge.nodes[k]].flux += points[p].N[k] * flux;
+                    shares[edge.nodes[k]].length += points[p].length;
+                    shares[edge.nodes[k]].weight -= points[p].N[k] * ky * points[p].normalY;
+                }
+            }
+        }
+    }
+
+    void WarnOfCoarseSides(StepResult& result) const
+    {
+        constexpr double kFar = 0.05;
+        const double through = std::max(in_, out_);
+        for (const BoundaryFlow& boundary : result.boundaries)
+        {
+            const double apart = std::abs(boundary.integrated - boundary.flow);
+            if (apart <= kFar * through || through <= Still())
+                continue;
+            result.warnings.push_back(
+                "the flux integrated along '" + boundary.name + "' is apart from the flow of its " +
+                "nodes by " + Short(100 * apart / through, 2) +
+                " % of the flow through the model:" +
+                " the sides there are long for how the gradient changes (the nodes' flows balance" +
+                " on any mesh)");
+        }
+    }
+
+    void Count(double flow) { (flow > 0 ? in_ : out_) += std::abs(flow); }
+
+    /// Flux that the sides of boundary @p b bring to a node; on a seepage face it can only leave.
+    double FluxOf(std::size_t b, std::size_t node) const
+    {
+        const double flux = shares_[b][node].flux;
+        return IsSeepage(b) ? std::min(flux, 0.0) : flux;
+    }
+
+    void Distribute(std::size_t node)
+    {
+        Count(s_.conditions.load[node]);
+        double rest = s_.inflow[node] - s_.conditions.load[node], length = 0;
+        bool given = false; // a head; the seepage faces then get no part of the rest
+        for (std::size_t b = 0; b < shares_.size(); ++b)
+            given = given || (Has(b, node) && !IsSeepage(b));
+        for (std::size_t b = 0; b < shares_.size(); ++b)
+            if (Has(b, node))
+            {
+                rest -= given ? FluxOf(b, node) : 0;
+                length += given && IsSeepage(b) ? 0 : shares_[b][node].length;
+            }
+        for (std::size_t b = 0; b < shares_.size(); ++b)
+            if (Has(b, node))
+            {
+                double part = given ? FluxOf(b, node) : 0;
+                if (!given || !IsSeepage(b))
+                    part += rest * shares_[b][node].length / length;
+                shares_[b][node].flow = part;
+                flow_[b] += part;
+                Count(part);
+            }
+    }
+
+    bool IsSeepage(std::size_t b) const
+    {
+        return s_.step.conditions[b].type == BoundaryType::Seepage;
+    }
+
+    /// Whether boundary @p b holds @p node. A seepage face at a given head shares the node with
+    /// the boundary that gives it.
+    bool Has(std::size_t b, std::size_t node) const
+    {
+        return Holds(s_.step.conditions[b].type) && !shares_[b].empty() &&
+               shares_[b][node].length > 0;
+    }
+
+    // Goes down the face until more than kExitShare of the model's outflow has come out.
+    //
+    // Over a drain the outflow of a sharp free surface stops at once, from what the water's weight
+    // draws through the soil to nothing; the fringe smears that, and half of it marks the place.
+    // Nodes that give less drip, and count only where there are no others.
+    Point Exit(std::size_t b)
+    {
+        const Mesh& mesh = s_.model.mesh;
+        const std::vector<std::size_t> nodes = DownTheFace(b);
+        for (const bool all : {false, true})
+        {
+            double above = 0;
+            for (const std::size_t node : nodes)
+            {
+                const Share& share = shares_[b][node];
+                if (share.flow < 0 && (all || -share.flow > share.weight / 2))
+                    above -= share.flow;
+                if (above > std::max(kExitShare * out_, Still()))
+                    return {mesh.x[node], mesh.y[node]};
+                if (!all && share.weight > 0)
+                    dripping_.push_back(int(node));
+            }
+        }
+        return {kMissing, kMissing};
+    }
+
+    /// The nodes of a seepage face from the highest to the lowest; those of one height from the end
+    /// that is farther from the middle of the outflow.
+    std::vector<std::size_t> DownTheFace(std::size_t b) const
+    {
+        const Mesh& mesh = s_.model.mesh;
+        const Shares& shares = shares_[b];
+        std::vector<std::size_t> nodes;
+        double outflow = 0, middle = 0, left = HUGE_VAL, right = -HUGE_VAL;
+        for (std::size_t node = 0; node < shares.size(); ++node)
+            if (Has(b, node))
+            {
+                nodes.push_back(node);
+                outflow -= std::min(shares[node].flow, 0.0);
+                middle -= std::min(shares[node].flow, 0.0) * mesh.x[node];
+                left = std::min(left, mesh.x[node]);
+                right = std::max(right, mesh.x[node]);
+            }
+        const double from = 2 * middle > (left + right) * outflow ? left : right;
+        // Heights are compared in steps, so that a level side stays level in spite of rounding.
+        const auto [lowest, highest] = std::minmax_element(mesh.y.begin(), mesh.y.end());
+        const auto place = [&, low = *lowest, step = 1e-9 * (*highest - *lowest)](std::size_t n) {
+            return std::pair(-std::round((mesh.y[n] - low) / step), std::abs(mesh.x[n] - from));
+        };
+        std::sort(nodes.begin(), nodes.end(),
+                  [&](std::size_t one, std::size_t two) { return place(one) < place(two); });
+        return nodes;
+    }
+
+    /// The flow that rounding makes of still water: conductivity times height.
+    double Still() const
+    {
+        const std::vector<double>& y = s_.model.mesh.y;
+        const auto [low, high] = std::minmax_element(y.begin(), y.end());
+        double most = 0;
+        for (const Soil& soil : s_.soils)
+            most = std::max({most, soil.kx, soil.ky});
+        return 1e-14 * most * (*high - *low);
+    }
+
+    const Solution& s_;
+    std::vector<Shares> shares_; ///< by boundary
+    std::vector<double> flow_;   ///< by boundary, as that which follows
+    std::vector<double> integrated_;
+    std::vector<int> dripping_; ///< nodes over drains
+    double in_ = 0, out_ = 0;
+};
+} // namespace
+
+std::vector<int> EvaluateFlows(const Solution& solution, StepResult& result)
+{
+    FlowSums sums(solution);
+    sums.Run(result);
+    return sums.DrippingNodes();
+}
+
+double StoredWater(const Solution& s)
+{
+    for (const Soil& soil : s.soils)
+        if (!soil.hasCurve)
+            return kMissing;
+    double sum = 0;
+    for (std::size_t e = 0; e < s.model.mesh.Elements(); ++e)
+    {
+        ElementState element;
+        element.Load(s.model.mesh, e, s.head.data());
+        const ElementRule& rule = RuleOf(element.type, true);
+        const WaterCurve& curve = s.soils[s.model.material[e]].curve;
+        for (int p = 0; p < rule.points; ++p)
+        {
+            PointState point;
+            At(element, rule.N[p], rule.dN[p], point);
+            sum += rule.weight[p] * point.area * curve.Content(point.psi * s.model.problem.gammaW);
+        }
+    }
+    return sum;
+}
+
+} // namespace percova

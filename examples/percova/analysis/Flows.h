@@ -1,0 +1,48 @@
+/// @file
+/// Flows over the boundaries, from nodal reactions and by integration; stored water; exits.
+#pragma once
+
+#include "analysis/Model.h"
+#include "analysis/NodeConditions.h"
+#include "analysis/Results.h"
+#include "analysis/Soil.h"
+
+#include <vector>
+
+namespace percova
+{
+
+/// A solved step as the evaluations see it.
+struct Solution
+{
+    const Model& model;
+    const Step& step;
+    const std::vector<Soil>& soils;
+    const NodeConditions& conditions;
+    const std::vector<double>& head;   ///< by node
+    const std::vector<double>& inflow; ///< by node: what enters from outside [m3/s per m]
+};
+
+/// Fills the flows, the mass balance and the seepage faces of @p result, and warns of boundaries
+/// whose integrated flux is far from the flow of their nodes.
+///
+/// Nodal flows balance on any mesh. The integrated flux is only as good as the gradients along
+/// the boundary: where a given head ends at an impervious side these grow like r^-1/2, so the
+/// error falls with the square root of the sides' length. Great differences tell of a coarse mesh.
+///
+/// A node's reaction belongs to its boundary. Where boundaries meet in a node each gets what the
+/// flux over its own sides brings to the node, and the rest goes by the lengths of these sides, but
+/// to given heads before seepage faces. Between seepage faces the lengths decide alone.
+///
+/// The exit of a seepage face is its highest point above which no more than a thousandth of the
+/// model's outflow comes out, on a level face the first such point from the end that gives less.
+/// Over a drain it is where the free surface comes down: the drip of the fringe beside it does not
+/// count. A face that gives less altogether has no exit.
+/// @returns the nodes over a drain beside the free surface: they are at zero pressure, but only
+///          the fringe drips there
+std::vector<int> EvaluateFlows(const Solution& solution, StepResult& result);
+
+/// Integral of the water content [m3/m]; missing when a material has no curve.
+double StoredWater(const Solution& solution);
+
+} // namespace percova

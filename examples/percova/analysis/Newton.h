@@ -1,0 +1,128 @@
+/// @file
+/// The non-linear flow equations: heads whose nodal flows fit the boundaries.
+#pragma once
+
+#include "analysis/Assembly.h"
+#include "analysis/LinearSystem.h"
+#include "analysis/Model.h"
+#include "analysis/NodeConditions.h"
+#include "analysis/SeepageFaces.h"
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace percova
+{
+
+struct NewtonSettings
+{
+    double tolerance = 1e-10; ///< of the residual, see NewtonOutcome
+    int maxIterations = 800;
+};
+
+struct NewtonOutcome
+{
+    bool converged = false;
+    int iterations = 0;  ///< linear systems solved
+    double residual = 0; ///< imbalance of the worst node, or of all together if that is more, over
+                         ///< the flow through the model
+    int worst = -1;      ///< the node of it
+    double change = 0;   ///< largest change of a head in the last iteration [m]
+    double drawnOut = 0; ///< how far the curves had to be drawn out in the end, see Easing [m]
+    std::string failure; ///< why the linear solver gave up, empty when it did not
+};
+
+/// One iteration, for whoever watches.
+struct NewtonRound
+{
+    int iteration = 0;
+    double residual = 0;
+    double relaxation = 1;
+    Easing easing;            ///< of the problem worked on
+    std::size_t switched = 0; ///< nodes of the seepage faces that change sides after it
+};
+
+/// Newton's method with a line search, on nested problems that grow stiffer.
+///
+/// With a least conductivity of 1 the soil is saturated and the equations linear, but for the
+/// seepage faces; they settle there. Then the least conductivity is lowered in strides, each
+/// problem starting from the heads of the one before, down to the soils' own. Where water is fed
+/// in, soil that starts too dry to take it is the trouble, so there Newton first tries the whole
+/// way at once from moist soil. Where that is no way the curves start gentle, drawn out over many
+/// elements, and sharpen in strides. Where no solution is found for the true ones even so, they
+/// end as steep as one is, if they then fall within an element: see NewtonOutcome::drawnOut.
+class Newton
+{
+public:
+    /// Called after every iteration.
+    using Watch = std::function<void(const NewtonRound&)>;
+
+    Newton(const Model& model, const NodeConditions& conditions, Assembly& assembly,
+           LinearSystem& system, const NewtonSettings& settings, const Watch& watch);
+
+    /// Finds the heads.
+    /// @param near  heads that may be near, as those of the step before; empty for a cold start,
+    ///              which also follows when they were of no use
+    NewtonOutcome Solve(const std::vector<double>& near = {});
+
+    const std::vector<double>& Head() const { return head_; }
+    /// Flow that enters every node from outside; the rounding left at nodes without a boundary.
+    const std::vector<double>& Inflow() const { return inflow_; }
+    double AssembleSeconds() const { return assembleSeconds_; }
+    double SolveSeconds() const { return solveSeconds_; }
+
+private:
+    /// A problem on the way to the true one, and how well and long it is worked on.
+    struct Goal
+    {
+        Easing easing;
+        double tolerance;
+        int maxIterations;
+    };
+
+    void ColdStart();
+    bool FromHeadsNear(const std::vector<double>& near, const Easing& easing);
+    bool InTurn(double least);
+    /// What a problem on the way left behind. The faces belong to the heads: wet nodes stand at
+    /// zero pressure.
+    struct State
+    {
+        std::vector<double> head;
+        SeepageFaces faces;
+    };
+    void Restore(const State& state);
+    bool MayGoOn() const;
+    bool Descend(double from, double least, const Easing& easing, bool toTheEnd);
+    bool Sharpen(double least);
+    bool FromMoistSoil();
+    bool Reach(const Goal& goal);
+    bool Step(const Goal& goal);
+    bool Search(const Goal& goal);
+    std::size_t SwitchFaces(const Goal& goal);
+    void Evaluate(const Goal& goal);
+    void Measure();
+    double SumOfSquares(const std::vector<double>& inflow) const;
+
+    const Model& model_;
+    const NodeConditions& conditions_;
+    Assembly& assembly_;
+    LinearSystem& system_;
+    NewtonSettings settings_;
+    Watch watch_;
+
+    SeepageFaces faces_;
+    std::vector<double> head_, inflow_; ///< by node, as all that follow
+    std::vector<double> residual_;      ///< what must still enter; 0 where a head is held
+    std::vector<double> step_, trial_, trialInflow_, outflow_;
+    std::vector<char> held_;
+    NewtonOutcome outcome_;
+    double scale_ = 1;   ///< flow that residuals are measured by [m3/s per m]
+    double damping_ = 0; ///< see Compute
+    int limit_ = 0;      ///< of the iterations, for the way taken at present
+    double relaxation_ = 1;
+    double assembleSeconds_ = 0, solveSeconds_ = 0;
+};
+
+} // namespace percova

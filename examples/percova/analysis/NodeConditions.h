@@ -1,0 +1,45 @@
+/// @file
+/// What the boundaries demand of the nodes.
+#pragma once
+
+#include "analysis/Model.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace percova
+{
+
+/// Of several boundaries that meet in a node a given head comes before a seepage face, and that
+/// before an inflow (which then counts all the same); of several given heads the one that stands
+/// first in the problem file holds.
+struct NodeConditions
+{
+    std::vector<double> head;    ///< by node: the given head, missing where none is given
+    std::vector<int> seepage;    ///< by node: its boundary if it lies on a seepage face, else -1
+    std::vector<double> load;    ///< by node: inflow of the flux boundaries [m3/s per m]
+    std::vector<double> loadSum; ///< by boundary: its whole load, 0 where it is no flux boundary
+
+    bool HasHead(std::size_t node) const;
+    /// Whether something can set the level of the heads.
+    bool HoldsSomewhere() const;
+};
+
+/// Conditions of step @p step of the model's problem.
+NodeConditions Gather(const Model& model, const Step& step);
+
+/// Gauss points along a side: position, share of each node, outward normal times weight [m].
+struct EdgePoint
+{
+    double t = 0; ///< place along the side, from 0 to 1
+    double x = 0, y = 0;
+    double N[3] = {}; ///< of first, last and middle node
+    double normalX = 0, normalY = 0;
+    double length = 0;
+};
+constexpr int kEdgePoints = 4;
+/// The kEdgePoints integration points of @p edge; the normal points to its right.
+void PointsOf(const Mesh& mesh, const Edge& edge, EdgePoint points[kEdgePoints]);
+
+} // namespace percova

@@ -1,0 +1,97 @@
+/// @file
+/// What an analysis finds. A value that does not exist is the missing value.
+#pragma once
+
+#include "KVI.h"
+#include "problem/Problem.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace percova
+{
+
+constexpr double kMissing = MissingValue<double>();
+
+/// An empty table of results at the nodes: node n of the mesh in row n + 1. Where materials meet,
+/// water content, conductivity, velocity and gradient are the mean over the elements around the
+/// node; water content is missing where the material has no curve.
+DataTable NodalTable(std::size_t nodes);
+
+struct BoundaryFlow
+{
+    std::string name;
+    double flow = kMissing;       ///< [m3/s per m], positive into the domain
+    double integrated = kMissing; ///< the same by integrating the flux over the boundary
+};
+
+struct SeepageFace
+{
+    std::string name;
+    double flow = kMissing;
+    Point exit{kMissing, kMissing}; ///< see EvaluateFlows
+};
+
+struct ProbeValue
+{
+    std::string name;
+    Point at;
+    double head = kMissing, pressureHead = kMissing, pressure = kMissing;
+    double waterContent = kMissing, kr = kMissing;
+    Point gradient{kMissing, kMissing};
+    Point flux{kMissing, kMissing};
+};
+
+struct SectionFlow
+{
+    std::string name;
+    double flow = kMissing; ///< positive from the left of the line to its right
+};
+
+struct StepResult
+{
+    std::size_t number = 1; ///< from 1
+    std::string name;
+    bool converged = false;
+    int iterations = 0;
+    double residual = kMissing;        ///< relative, of the non-linear equations
+    std::string trouble;               ///< where and by how much it did not converge, for a person
+    std::vector<std::string> warnings; ///< what to know about the figures, for a person
+    double flowIn = kMissing, flowOut = kMissing; ///< from nodal reactions; both positive
+    double massBalance = kMissing;                ///< (in - out) / in
+    double flowInIntegrated = kMissing, flowOutIntegrated = kMissing;
+    double storedWater = kMissing; ///< [m3/m]
+    std::vector<BoundaryFlow> boundaries;
+    std::vector<SeepageFace> seepageFaces;
+    std::vector<Polyline> surface; ///< zero-pressure lines
+    std::vector<ProbeValue> probes;
+    std::vector<SectionFlow> sections;
+    DataTable nodal; ///< see NodalTable; empty once it is written
+};
+
+struct Seconds
+{
+    double read = 0, assemble = 0, solve = 0, write = 0, total = 0;
+};
+
+struct Results
+{
+    std::size_t equations = 0;
+    std::size_t nonzeros = 0;
+    std::string solver; ///< who solved, such as "pardiso (mkl 2020.4)"
+    int threads = 0;
+    Seconds seconds;
+    std::vector<std::string> earlier; ///< steps of an interrupted run that this one continues, JSON
+    std::vector<double> lastHead;     ///< by node, of the last of them [m]; may be empty
+    std::vector<StepResult> steps;
+    bool Converged() const
+    {
+        for (const StepResult& step : steps)
+            if (!step.converged)
+                return false;
+        return !steps.empty() || !earlier.empty();
+    }
+};
+
+} // namespace percova

@@ -1,0 +1,79 @@
+#include "analysis/WaterCurve.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <tuple>
+#include <vector>
+
+namespace percova
+{
+
+namespace
+{
+/// Fits a, n and m to the measured points from several starts, and keeps the best.
+bool Fit(const WaterContent& water, double& a, double& n, double& m)
+{
+    using math::fn::flow::FredXing;
+    std::vector<FPOINT> points;
+    for (const Point& at : water.measured)
+        points.push_back({at.x, at.y, 0});
+    double best = std::numeric_limits<double>::infinity();
+    for (const double start : {1.0, 10.0, 100.0, 1000.0})
+    {
+        double fit[3] = {start, 1, 1};
+        const int made = FredXing::EstimateParam(water.thetaS, points.data(), int(points.size()),
+                                                 math::UnitSet(), fit[0], fit[1], fit[2]);
+        if (made == FredXing::NothingToFit)
+            return false;
+        const FredXing curve(fit[0], fit[1], fit[2], water.thetaS, water.limit);
+        double error = 0;
+        for (const FPOINT& point : points)
+            error += std::pow(point.y - curve(point.x), 2);
+        if (!(error < best))
+            continue;
+        best = error;
+        std::tie(a, n, m) = std::tie(fit[0], fit[1], fit[2]);
+    }
+    return best < std::numeric_limits<double>::infinity();
+}
+} // namespace
+
+bool WaterCurve::Set(const WaterContent& water, std::string& reason)
+{
+    double a = water.a, n = water.n, m = water.m;
+    if (!water.measured.empty() && !Fit(water, a, n, m))
+    {
+        reason = "its water-content points cannot be fitted";
+        return false;
+    }
+    limit_ = water.limit;
+    function_ = {a, n, m, water.thetaS, limit_};
+    if (function_.IsValid() && limit_ > 0)
+        return true;
+    reason = "its water-content curve has no valid parameters";
+    return false;
+}
+
+double WaterCurve::Content(double pressure) const { return std::max(0.0, function_(pressure)); }
+
+double WaterCurve::Slope(double suction) const
+{
+    if (!(suction > 0) || suction >= limit_)
+        return 0;
+    // theta = thetaS L^-m C with L = ln(e + (s/a)^n), C = 1 - ln(1 + s/r) / ln(1 + limit/r)
+    const double r = 0.003 * limit_;
+    const double n = function_.N(), m = function_.M();
+    const double power = std::pow(suction / function_.A(), n);
+    const double inner = std::exp(1.0) + power;
+    const double shape = std::log(inner);
+    const double range = std::log1p(limit_ / r);
+    const double correction = 1 - std::log1p(suction / r) / range;
+    const double factor = std::pow(shape, -m);
+    // power / inner tends to 1 where the power overflows
+    const double steep = std::isinf(power) ? 1 : power / inner;
+    return -Saturated() * factor *
+           (m * n * steep / (suction * shape) * correction + 1 / ((r + suction) * range));
+}
+
+} // namespace percova

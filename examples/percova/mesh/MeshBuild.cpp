@@ -1,0 +1,373 @@
+#include "mesh/MeshBuild.h"
+
+#include "mesh/HangingNodes.h"
+#include "mesh/MeshGeometry.h"
+#include "mesh/SideTable.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace percova
+{
+namespace
+{
+
+constexpr double kFarthest = 1e9; // a coordinate beyond it is no site on this planet [m]
+constexpr double kFlat = 1e-6;    // nodes of a plane differ by no more in z [m]
+
+/// Finds a node's index by its number: by a table where the numbers are dense, else by search.
+class NodeIndex
+{
+public:
+    NodeIndex(const MshFile& file, Faults& faults)
+    {
+        std::size_t most = 0;
+        for (const std::size_t number : file.nodeNumber)
+            most = std::max(most, number);
+        dense_ = most < 4 * file.nodeNumber.size() + 1000;
+        if (dense_)
+            table_.assign(most + 1, -1);
+        else
+            map_.reserve(file.nodeNumber.size());
+        for (std::size_t i = 0; i < file.nodeNumber.size(); ++i)
+            if (!Insert(file.nodeNumber[i], static_cast<int>(i)))
+                faults.Error(file.name, {"", static_cast<int>(file.nodeLine[i])},
+                             "node " + std::to_string(file.nodeNumber[i]) +
+                                 " is in the file twice");
+    }
+
+    /// -1 for a number that no node has.
+    int Of(std::size_t number) const
+    {
+        if (dense_)
+            return number < table_.size() ? table_[number] : -1;
+        const auto found = map_.find(number);
+        return found == map_.end() ? -1 : found->second;
+    }
+
+private:
+    bool Insert(std::size_t number, int index)
+    {
+        if (!dense_)
+            return map_.emplace(number, index).second;
+        if (table_[number] != -1)
+            return false;
+        table_[number] = index;
+        return true;
+    }
+
+    bool dense_ = true;
+    std::vector<int> table_;
+    std::unordered_map<std::size_t, int> map_;
+};
+
+class Builder
+{
+public:
+    Builder(const MshFile& file, Mesh& mesh, Faults& faults)
+        : file_(file), mesh_(mesh), faults_(faults), index_(file, faults)
+    {
+    }
+
+    void Refuse();
+    void AddElements();
+    void AddNodes(double metres);
+    void AddGroups();
+    void CheckElements();
+    void CheckSidesAndAddEdges();
+
+private:
+    void Error(std::uint32_t line, const std::string& text)
+    {
+        faults_.Error(file_.name, {"", static_cast<int>(line)}, text);
+    }
+    std::string Called(std::size_t element) const
+    {
+        return std::string(Name(mesh_.type[element])) + " element " +
+               std::to_string(mesh_.elementNumber[element]);
+    }
+    std::uint32_t LineOf(std::size_t element) const { return file_.plane.line[position_[element]]; }
+    void AddElement(std::size_t position, const std::size_t* numbers, ElementType type);
+    void AddEdge(const SideTable& sides, std::size_t position, const std::size_t* numbers);
+    void CheckPair(const SideTable::Side* first, const SideTable::Side* last);
+    int GroupOf(std::vector<MeshGroup>& groups, std::unordered_map<int, int>& known, int dimension,
+                int tag);
+    double TurnedArea(std::size_t element);
+
+    const MshFile& file_;
+    Mesh& mesh_;
+    Faults& faults_;
+    NodeIndex index_;
+    std::vector<std::size_t> position_; ///< by element of the mesh: its place in the file's list
+    std::vector<int> kept_;             ///< by node of the file: its index in the mesh, -1 unused
+    std::unordered_map<int, int> surfaceOf_, curveOf_; ///< group by tag
+};
+
+/// One fault for each kind of element that is not computed with, and how to get another mesh.
+void Builder::Refuse()
+{
+    for (const auto& [type, count] : file_.refused)
+    {
+        const bool plane = MshTypeName(type).find("quadrangle") != std::string::npos ||
+                           MshTypeName(type).find("triangle") != std::string::npos ||
+                           MshTypeName(type).find("line") != std::string::npos;
+        const std::string order = plane ? " -order 2 -setnumber Mesh.SecondOrderIncomplete 1" : "";
+        Error(0, "holds " + std::to_string(count) + " elements of Gmsh's type " +
+                     std::to_string(type) + " (" + MshTypeName(type) +
+                     "); T3, Q4, T6 and Q8 can be computed with. Mesh the geometry again with: "
+                     "gmsh MODEL.geo -2" +
+                     order + " -format msh41 -o MODEL.msh");
+    }
+}
+
+ElementType TypeOf(unsigned char gmsh)
+{
+    switch (gmsh)
+    {
+    case 2:
+        return ElementType::T3;
+    case 3:
+        return ElementType::Q4;
+    case 9:
+        return ElementType::T6;
+    default:
+        return ElementType::Q8;
+    }
+}
+
+void Builder::AddElements()
+{
+    const MshFile::Elements& list = file_.plane;
+    kept_.assign(file_.nodeNumber.size(), -1);
+    mesh_.start.push_back(0);
+    mesh_.nodes.reserve(list.nodes.size());
+    const std::size_t* numbers = list.nodes.data();
+    for (std::size_t i = 0; i < list.number.size(); ++i)
+    {
+        const ElementType type = TypeOf(list.type[i]);
+        AddElement(i, numbers, type);
+        numbers += NodeCount(type);
+    }
+    if (mesh_.Elements() == 0 && !faults_.Any())
+        Error(0, "holds no plane elements");
+}
+
+void Builder::AddElement(std::size_t position, const std::size_t* numbers, ElementType type)
+{
+    const std::string called = "element " + std::to_string(file_.plane.number[position]);
+    std::array<int, 8> nodes{};
+    const auto count = static_cast<std::size_t>(NodeCount(type));
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        nodes[i] = index_.Of(numbers[i]);
+        if (nodes[i] < 0)
+            return Error(file_.plane.line[position], called + " has node " +
+                                                         std::to_string(numbers[i]) +
+                                                         ", which is not in the file");
+        if (std::find(nodes.data(), nodes.data() + i, nodes[i]) != nodes.data() + i)
+            return Error(file_.plane.line[position],
+                         called + " has node " + std::to_string(numbers[i]) + " twice");
+    }
+    for (std::size_t i = 0; i < count; ++i)
+        kept_[static_cast<std::size_t>(nodes[i])] = 0;
+    mesh_.nodes.insert(mesh_.nodes.end(), nodes.data(), nodes.data() + count);
+    mesh_.start.push_back(static_cast<int>(mesh_.nodes.size()));
+    mesh_.type.push_back(type);
+    mesh_.elementNumber.push_back(file_.plane.number[position]);
+    position_.push_back(position);
+}
+
+/// Keeps the nodes that elements use and gives them their new indices.
+void Builder::AddNodes(double metres)
+{
+    double flat = 0;
+    for (std::size_t i = 0; i < kept_.size(); ++i)
+    {
+        if (kept_[i] < 0)
+            continue;
+        if (mesh_.x.empty())
+            flat = file_.z[i];
+        const double x = file_.x[i] * metres, y = file_.y[i] * metres;
+        kept_[i] = static_cast<int>(mesh_.x.size());
+        mesh_.x.push_back(x);
+        mesh_.y.push_back(y);
+        mesh_.number.push_back(file_.nodeNumber[i]);
+        if (!(std::abs(x) <= kFarthest && std::abs(y) <= kFarthest))
+            Error(file_.nodeLine[i],
+                  "node " + std::to_string(file_.nodeNumber[i]) + " has no usable coordinates");
+        else if (!(std::abs(file_.z[i] - flat) * metres <= kFlat))
+            Error(file_.nodeLine[i], "node " + std::to_string(file_.nodeNumber[i]) +
+                                         " has another z than the first one: the mesh should lie "
+                                         "in the x-y plane, y upward");
+    }
+    for (int& node : mesh_.nodes)
+        node = kept_[static_cast<std::size_t>(node)];
+}
+
+int Builder::GroupOf(std::vector<MeshGroup>& groups, std::unordered_map<int, int>& known,
+                     int dimension, int tag)
+{
+    if (tag == 0)
+        return -1;
+    const auto [entry, isNew] = known.emplace(tag, static_cast<int>(groups.size()));
+    if (isNew)
+    {
+        const auto name = file_.names.find({dimension, tag});
+        groups.push_back({tag, name == file_.names.end() ? std::to_string(tag) : name->second});
+    }
+    return entry->second;
+}
+
+void Builder::AddGroups()
+{
+    for (const std::size_t position : position_)
+        mesh_.group.push_back(
+            GroupOf(mesh_.surfaces, surfaceOf_, 2, file_.plane.physical[position]));
+    for (const auto& [entity, tags] : file_.entities)
+        if (entity.first == 2 && tags.size() > 1)
+            faults_.Warning(file_.name, {},
+                            "surface " + std::to_string(entity.second) + " is in " +
+                                std::to_string(tags.size()) + " physical groups; the first counts");
+}
+
+/// Area inside the sides of @p element; if it is negative, the element is turned.
+double Builder::TurnedArea(std::size_t element)
+{
+    int* const nodes = mesh_.nodes.data() + mesh_.start[element];
+    const auto corners = static_cast<std::size_t>(Corners(mesh_.type[element]));
+    const Polyline ring = RingOf(mesh_, element);
+    const double area = Geom::PolygonArea2D(ring.data(), ring.size());
+    if (area < 0)
+    {
+        std::reverse(nodes + 1, nodes + corners);
+        if (IsQuadratic(mesh_.type[element]))
+            std::reverse(nodes + corners, nodes + 2 * corners);
+    }
+    return std::abs(area);
+}
+
+void Builder::CheckElements()
+{
+    for (std::size_t e = 0; e < mesh_.Elements(); ++e)
+    {
+        const double area = TurnedArea(e);
+        if (mesh_.group[e] >= 0)
+        {
+            MeshGroup& group = mesh_.surfaces[static_cast<std::size_t>(mesh_.group[e])];
+            ++group.count;
+            group.size += area;
+        }
+        if (area == 0)
+            Error(LineOf(e), Called(e) + " has no area");
+        else if (!(SmallestJacobian(mesh_, e) > 0))
+            Error(LineOf(e), Called(e) + " is folded: its sides cross or a corner points inward");
+    }
+}
+
+/// The elements on the two sides of a pair of corners should run along it in opposite directions
+/// and agree on the node in its middle.
+void Builder::CheckPair(const SideTable::Side* first, const SideTable::Side* last)
+{
+    if (last - first < 2)
+        return;
+    const auto one = static_cast<std::size_t>(first->element);
+    const auto two = static_cast<std::size_t>(first[1].element);
+    const Edge a = SideOf(mesh_, first->element, first->side);
+    const Edge b = SideOf(mesh_, first[1].element, first[1].side);
+    if (last - first > 2 || a.nodes[0] == b.nodes[0])
+        Error(LineOf(two), Called(two) + " lies over " + Called(one) +
+                               ": they are on the same "
+                               "side of the line from node " +
+                               std::to_string(mesh_.number[static_cast<std::size_t>(a.nodes[0])]) +
+                               " to " +
+                               std::to_string(mesh_.number[static_cast<std::size_t>(a.nodes[1])]));
+    else if (a.nodes[2] != b.nodes[2])
+        Error(LineOf(two), Called(one) + " and " + Called(two) +
+                               " share a side, but not the node in its middle");
+}
+
+void Builder::AddEdge(const SideTable& sides, std::size_t position, const std::size_t* numbers)
+{
+    const std::string called = "line element " + std::to_string(file_.lines.number[position]);
+    const int middle = file_.lines.type[position] == 8 ? 2 : -1;
+    std::array<int, 3> nodes{-1, -1, -1};
+    for (int i = 0; i < (middle == 2 ? 3 : 2); ++i)
+    {
+        const auto at = static_cast<std::size_t>(i);
+        const int node = index_.Of(numbers[at]);
+        nodes[at] = node < 0 ? -1 : kept_[static_cast<std::size_t>(node)];
+        if (nodes[at] < 0)
+            return Error(
+                file_.lines.line[position],
+                called + " has node " + std::to_string(numbers[at]) +
+                    (node < 0 ? ", which is not in the file" : ", which no plane element has"));
+    }
+    const std::vector<SideTable::Side> found = sides.Between(nodes[0], nodes[1]);
+    if (found.empty())
+        return Error(file_.lines.line[position], called + " is not a side of any plane element");
+    Edge edge = SideOf(mesh_, found[0].element, found[0].side);
+    if (edge.nodes[2] != nodes[2])
+        return Error(file_.lines.line[position],
+                     called + " and the plane element beside it differ in the node between");
+    if (found.size() > 1)
+        edge.opposite = found[1].element;
+    edge.group = GroupOf(mesh_.curves, curveOf_, 1, file_.lines.physical[position]);
+    MeshGroup& group = mesh_.curves[static_cast<std::size_t>(edge.group)];
+    ++group.count;
+    group.size += LengthOf(mesh_, edge);
+    mesh_.edges.push_back(edge);
+}
+
+void Builder::CheckSidesAndAddEdges()
+{
+    const SideTable sides(mesh_);
+    sides.ForEachPair([this](const SideTable::Side* first, const SideTable::Side* last) {
+        CheckPair(first, last);
+    });
+    const std::size_t* numbers = file_.lines.nodes.data();
+    for (std::size_t i = 0; i < file_.lines.number.size(); ++i)
+    {
+        if (file_.lines.physical[i] != 0)
+            AddEdge(sides, i, numbers);
+        numbers += MshNodeCount(file_.lines.type[i]);
+    }
+}
+
+} // namespace
+
+bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres)
+{
+    const std::size_t before = faults.Errors();
+    mesh = {};
+    mesh.file = file.name;
+    mesh.version = file.version + (file.binary ? " binary" : " ASCII");
+    // Element nodes are counted in ints.
+    if (file.plane.nodes.size() > std::numeric_limits<int>::max() ||
+        file.nodeNumber.size() > std::numeric_limits<int>::max())
+    {
+        faults.Error(file.name, {}, "is too large");
+        return false;
+    }
+    Builder builder(file, mesh, faults);
+    builder.Refuse();
+    builder.AddElements();
+    if (faults.Errors() != before)
+        return false;
+    builder.AddNodes(metres);
+    builder.AddGroups();
+    if (faults.Errors() != before)
+        return false;
+    builder.CheckElements();
+    builder.CheckSidesAndAddEdges();
+    if (faults.Errors() == before)
+        WarnOfHangingNodes(mesh, faults);
+    return faults.Errors() == before;
+}
+
+} // namespace percova

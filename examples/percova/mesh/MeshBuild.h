@@ -1,0 +1,16 @@
+/// @file
+/// From what a mesh file holds to a mesh that can be computed on.
+#pragma once
+
+#include "mesh/Mesh.h"
+#include "mesh/MshFile.h"
+#include "problem/Faults.h"
+
+namespace percova
+{
+
+/// Checks everything in @p file and makes @p mesh of it.
+/// @returns false when there is no mesh to go on with; every reason is in @p faults
+bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres);
+
+} // namespace percova

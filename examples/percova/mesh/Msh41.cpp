@@ -1,0 +1,146 @@
+#include "mesh/MshFile.h"
+
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace percova::impl
+{
+namespace
+{
+constexpr const char* kNode = "a node number";
+constexpr const char* kCoordinate = "a coordinate";
+constexpr const char* kElement = "an element number";
+constexpr const char* kEntity = "the tag of an entity";
+constexpr std::size_t kMostGroups = 100; // of one entity
+
+int Dimension(MshScanner& scanner)
+{
+    const int dimension = scanner.Next<int>("the dimension of an entity");
+    if (dimension < 0 || dimension > 3)
+        scanner.Fail("the dimension of an entity should be 0 to 3, but is " +
+                     std::to_string(dimension));
+    return dimension;
+}
+
+void ReadEntity(MshScanner& scanner, MshFile& file, int dimension)
+{
+    const int tag = scanner.Next<int>(kEntity);
+    // A point has its place, everything else the corners of its box and the parts of its rim.
+    for (int i = 0; i < (dimension == 0 ? 3 : 6); ++i)
+        (void)scanner.Next<double>(kCoordinate); // the nodes say where everything is
+    const std::size_t tags = scanner.Count("the number of physical tags", 2);
+    if (tags > kMostGroups)
+        scanner.Fail("an entity is in " + std::to_string(tags) + " physical groups");
+    std::vector<int> physical(tags);
+    for (int& each : physical) // negative: the group turns the entity round
+        each = std::abs(scanner.Next<int>("a physical tag"));
+    if (!physical.empty())
+        file.entities[{dimension, tag}] = std::move(physical);
+    if (dimension == 0)
+        return;
+    const std::size_t bounding = scanner.Count("the number of bounding entities", 2);
+    for (std::size_t i = 0; i < bounding; ++i)
+        (void)scanner.Next<int>(kEntity); // nothing here needs to know
+}
+
+/// Adds a block's elements: once for each physical group of its entity if they are lines, so that
+/// a line can belong to two boundaries.
+void ReadBlock(MshScanner& scanner, MshFile::Elements& list, int type, std::size_t count,
+               const std::vector<int>& physical)
+{
+    const auto nodes = static_cast<std::size_t>(MshNodeCount(type));
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const std::size_t number = scanner.Next<std::size_t>(kElement);
+        list.Add(number, type, physical.empty() ? 0 : physical[0], scanner.LineNumber());
+        for (std::size_t node = 0; node < nodes; ++node)
+            list.nodes.push_back(scanner.Next<std::size_t>(kNode));
+        for (std::size_t more = 1; more < physical.size() && (type == 1 || type == 8); ++more)
+        {
+            list.Add(number, type, physical[more], scanner.LineNumber());
+            const std::size_t first = list.nodes.size() - nodes;
+            for (std::size_t node = 0; node < nodes; ++node)
+                list.nodes.push_back(list.nodes[first + node]);
+        }
+    }
+}
+
+void SkipBlock(MshScanner& scanner, int type, std::size_t count)
+{
+    if (!scanner.binary)
+    {
+        scanner.RestOfLine();
+        for (std::size_t i = 0; i < count; ++i)
+            scanner.RestOfLine();
+        return;
+    }
+    const auto nodes = static_cast<std::size_t>(MshNodeCount(type));
+    if (nodes == 0)
+        scanner.Fail("element type " + std::to_string(type) + " is not known");
+    for (std::size_t i = 0; i < count; ++i)
+        scanner.Skip(8 * (1 + nodes), "an element");
+}
+
+} // namespace
+
+void ReadEntities41(MshScanner& scanner, MshFile& file)
+{
+    std::size_t counts[4];
+    for (std::size_t& count : counts)
+        count = scanner.Count("the number of entities", 8);
+    for (int dimension = 0; dimension < 4; ++dimension)
+        for (std::size_t i = 0; i < counts[dimension]; ++i)
+            ReadEntity(scanner, file, dimension);
+}
+
+void ReadNodes41(MshScanner& scanner, MshFile& file)
+{
+    const std::size_t blocks = scanner.Count("the number of node blocks", 8);
+    (void)scanner.Count("the number of nodes", 8);
+    (void)scanner.Next<std::size_t>(kNode); // the least and the greatest node number
+    (void)scanner.Next<std::size_t>(kNode);
+    for (std::size_t block = 0; block < blocks; ++block)
+    {
+        const int dimension = Dimension(scanner);
+        (void)scanner.Next<int>(kEntity);
+        const int parametric = scanner.Next<int>("0 or 1 for parametric nodes");
+        const std::size_t count = scanner.Count("the number of nodes in a block", 8);
+        for (std::size_t i = 0; i < count; ++i)
+            file.nodeNumber.push_back(scanner.Next<std::size_t>(kNode));
+        for (std::size_t i = 0; i < count; ++i)
+        {
+            const double x = scanner.Next<double>(kCoordinate);
+            const int line = scanner.LineNumber();
+            const double y = scanner.Next<double>(kCoordinate);
+            const double z = scanner.Next<double>(kCoordinate);
+            file.AddPlace(x, y, z, line);
+            for (int extra = 0; parametric != 0 && extra < dimension; ++extra)
+                (void)scanner.Next<double>(kCoordinate); // the place on the entity
+        }
+    }
+}
+
+void ReadElements41(MshScanner& scanner, MshFile& file)
+{
+    const std::size_t blocks = scanner.Count("the number of element blocks", 8);
+    (void)scanner.Count("the number of elements", 4);
+    (void)scanner.Next<std::size_t>(kElement); // the least and the greatest element number
+    (void)scanner.Next<std::size_t>(kElement);
+    for (std::size_t block = 0; block < blocks; ++block)
+    {
+        const int dimension = Dimension(scanner);
+        const int tag = scanner.Next<int>(kEntity);
+        const int type = scanner.Next<int>("an element type");
+        const std::size_t count = scanner.Count("the number of elements in a block", 4);
+        const auto found = file.entities.find({dimension, tag});
+        if (MshFile::Elements* list = file.ListOf(type, count))
+            ReadBlock(scanner, *list, type, count,
+                      found == file.entities.end() ? std::vector<int>() : found->second);
+        else
+            SkipBlock(scanner, type, count);
+    }
+}
+
+} // namespace percova::impl

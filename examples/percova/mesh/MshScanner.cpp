@@ -1,0 +1,88 @@
+#include "mesh/MshScanner.h"
+
+#include <algorithm>
+
+namespace percova
+{
+namespace
+{
+/// At most 30 characters of @p word, none of which disturbs a terminal.
+std::string Shown(std::string_view word)
+{
+    std::string shown(word.substr(0, 30));
+    for (char& c : shown)
+        if (static_cast<unsigned char>(c) < ' ' || static_cast<unsigned char>(c) > '~')
+            c = '?';
+    return shown + (word.size() > 30 ? "..." : "");
+}
+} // namespace
+
+bool MshScanner::AtEnd()
+{
+    SkipBlanks();
+    return at_ == end_;
+}
+
+std::string_view MshScanner::Word()
+{
+    SkipBlanks();
+    const char* begin = at_;
+    while (at_ != end_ && static_cast<unsigned char>(*at_) > ' ')
+        ++at_;
+    return {begin, static_cast<std::size_t>(at_ - begin)};
+}
+
+std::string_view MshScanner::RestOfLine()
+{
+    const char* begin = at_;
+    at_ = std::find(at_, end_, '\n');
+    std::string_view rest(begin, static_cast<std::size_t>(at_ - begin));
+    if (at_ != end_)
+    {
+        ++at_;
+        ++line_;
+    }
+    while (!rest.empty() && static_cast<unsigned char>(rest.back()) <= ' ')
+        rest.remove_suffix(1);
+    return rest;
+}
+
+bool MshScanner::SkipPast(std::string_view tag)
+{
+    const std::string_view rest(at_, BytesLeft());
+    std::size_t found = rest.find(tag);
+    while (found != std::string_view::npos && found > 0 && rest[found - 1] != '\n')
+        found = rest.find(tag, found + 1);
+    if (found == std::string_view::npos)
+        return false;
+    line_ += static_cast<int>(std::count(at_, at_ + found, '\n'));
+    at_ += found + tag.size();
+    return true;
+}
+
+void MshScanner::Skip(std::size_t bytes, const char* what)
+{
+    if (BytesLeft() < bytes)
+        Fail(std::string("the file ends where ") + what + " should stand");
+    at_ += bytes;
+}
+
+void MshScanner::Misread(const char* what, bool tooLarge)
+{
+    const int line = line_;
+    const std::string_view word = Word();
+    if (word.empty())
+        throw MshError{line, std::string("the file ends where ") + what + " should stand"};
+    throw MshError{line, '"' + Shown(word) + "\" stands where " + what +
+                             (tooLarge ? " should stand, and is too large" : " should stand")};
+}
+
+std::size_t MshScanner::CheckedCount(long long count, const char* what, std::size_t bytes) const
+{
+    if (count < 0 || static_cast<unsigned long long>(count) > BytesLeft() / bytes)
+        Fail(std::string(what) + " is " + std::to_string(count) + ", but only " +
+             std::to_string(BytesLeft()) + " bytes of the file are left");
+    return static_cast<std::size_t>(count);
+}
+
+} // namespace percova

@@ -1,0 +1,47 @@
+/// @file
+/// What an analysis leaves behind: result.json, a .vtu and a picture for each step, and a .pvd.
+#pragma once
+
+#include "analysis/Model.h"
+#include "analysis/Results.h"
+#include "output/ResultFiles.h"
+
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace percova
+{
+
+/// Turns metres into the unit of the problem file, in which everything is written. What
+/// materials, regions and probes say stays as it is.
+void ConvertToFileUnits(Model& model);
+void ConvertToFileUnits(const Units& units, StepResult& step);
+
+/// The problem file's name without its endings: what the results are named after.
+std::string BaseName(const Problem& problem);
+
+void WriteResultJson(std::ostream& out, const Model& model, const Results& results);
+/// One of the steps in it.
+void WriteStepJson(std::ostream& out, const StepResult& step);
+/// A file for ParaView: an unstructured grid with the nodal values of one step.
+void WriteVtu(std::ostream& out, const Model& model, const StepResult& step);
+/// The collection of the steps' .vtu files @p names.
+void WritePvd(std::ostream& out, const std::vector<std::string>& names);
+/// A drawing of one step: soil, head contours, phreatic line, boundaries.
+void WritePicture(std::ostream& out, const Model& model, const StepResult& step);
+
+/// Writes the files of one step: .vtu and .svg, and where there are several steps also .json and
+/// .heads, which let an interrupted run go on.
+/// @param head  by node [m]
+/// @returns false with @p reason, the file's name in it, when one could not be written
+bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& step,
+               const std::vector<double>& head, std::string& reason);
+/// Heads as WriteStep wrote them; empty when they cannot be read or are not @p nodes.
+std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nodes);
+/// Writes what covers all steps so far: .pvd and result.json.
+bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,
+                  std::string& reason);
+
+} // namespace percova

@@ -1,0 +1,169 @@
+#include "output/Markup.h"
+#include "output/Output.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <type_traits>
+
+namespace percova
+{
+namespace
+{
+
+/// Turns bytes into base64 text, piece by piece.
+class Base64
+{
+public:
+    explicit Base64(std::ostream& out) : out_(out) {}
+
+    template <class Number>
+    void Put(Number value)
+    {
+        static_assert(std::is_arithmetic_v<Number>);
+        std::array<unsigned char, sizeof value> bytes;
+        std::memcpy(bytes.data(), &value, sizeof value);
+        for (const unsigned char byte : bytes)
+            PutByte(byte);
+    }
+    void Finish()
+    {
+        const std::size_t left = count_;
+        while (count_ != 0)
+            PutByte(0);
+        for (std::size_t i = left; left != 0 && i < 3; ++i)
+            text_[text_.size() - 3 + i] = '=';
+        Flush();
+    }
+
+private:
+    void PutByte(unsigned char byte)
+    {
+        static constexpr char kDigits[] =
+            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+        bits_ = bits_ << 8 | byte;
+        if (++count_ < 3)
+            return;
+        if (text_.size() >= std::size_t{1} << 16)
+            Flush(); // before the last four, which Finish may change
+        for (int shift = 18; shift >= 0; shift -= 6)
+            text_ += kDigits[bits_ >> shift & 63];
+        bits_ = 0;
+        count_ = 0;
+    }
+    void Flush()
+    {
+        out_ << text_;
+        text_.clear();
+    }
+
+    std::ostream& out_;
+    std::string text_;
+    std::uint32_t bits_ = 0;
+    std::size_t count_ = 0; ///< bytes in bits_
+};
+
+template <class Number>
+const char* TypeName()
+{
+    if constexpr (std::is_same_v<Number, double>)
+        return "Float64";
+    else if constexpr (std::is_same_v<Number, std::int64_t>)
+        return "Int64";
+    else if constexpr (std::is_same_v<Number, std::int32_t>)
+        return "Int32";
+    else
+        return "UInt8";
+}
+
+/// One array: @p value(i) for i below @p count.
+template <class Number, class Value>
+void Array(std::ostream& out, const char* name, int components, std::size_t count, Value value)
+{
+    out << "<DataArray type=\"" << TypeName<Number>() << "\" Name=\"" << name << '"';
+    if (components > 1)
+        out << " NumberOfComponents=\"" << components << '"';
+    out << " format=\"binary\">\n";
+    Base64 text(out);
+    text.Put(static_cast<std::uint64_t>(count * sizeof(Number)));
+    for (std::size_t i = 0; i < count; ++i)
+        text.Put(static_cast<Number>(value(i)));
+    text.Finish();
+    out << "\n</DataArray>\n";
+}
+
+double Shown(double value)
+{
+    return IsMissingValue(value) ? std::numeric_limits<double>::quiet_NaN() : value;
+}
+
+void NodalArray(std::ostream& out, const char* name, const DataTable::ConstValues& values)
+{
+    Array<double>(out, name, 1, values.size(), [&](std::size_t i) { return Shown(values[i]); });
+}
+
+/// Vectors have a third component, which is zero.
+template <class Values>
+void VectorArray(std::ostream& out, const char* name, const Values& x, const Values& y)
+{
+    Array<double>(out, name, 3, 3 * x.size(), [&](std::size_t i) {
+        return i % 3 == 2 ? 0.0 : Shown((i % 3 == 0 ? x : y)[i / 3]);
+    });
+}
+
+void WriteCells(std::ostream& out, const Mesh& mesh)
+{
+    constexpr std::array<std::uint8_t, 4> kCellTypes{5, 9, 22, 23}; // by ElementType
+    out << "<Cells>\n";
+    Array<std::int32_t>(out, "connectivity", 1, mesh.nodes.size(),
+                        [&](std::size_t i) { return mesh.nodes[i]; });
+    Array<std::int32_t>(out, "offsets", 1, mesh.Elements(),
+                        [&](std::size_t i) { return mesh.start[i + 1]; });
+    Array<std::uint8_t>(out, "types", 1, mesh.Elements(), [&](std::size_t i) {
+        return kCellTypes[static_cast<std::size_t>(mesh.type[i])];
+    });
+    out << "</Cells>\n";
+}
+
+} // namespace
+
+void WriteVtu(std::ostream& out, const Model& model, const StepResult& step)
+{
+    const Mesh& mesh = model.mesh;
+    const DataTable& nodal = step.nodal;
+    out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"UnstructuredGrid\" version=\"1.0\" "
+           "byte_order=\"LittleEndian\" header_type=\"UInt64\">\n<UnstructuredGrid>\n<Piece "
+           "NumberOfPoints=\""
+        << mesh.Nodes() << "\" NumberOfCells=\"" << mesh.Elements() << "\">\n<Points>\n";
+    VectorArray(out, "Points", mesh.x, mesh.y);
+    out << "</Points>\n";
+    WriteCells(out, mesh);
+    out << "<PointData Scalars=\"head\" Vectors=\"velocity\">\n";
+    NodalArray(out, "head", nodal.Column(dataparam::Head));
+    NodalArray(out, "pressure", nodal.Column(dataparam::Pressure));
+    NodalArray(out, "pressure_head", nodal.Column(dataparam::PressureHead));
+    NodalArray(out, "water_content", nodal.Column(dataparam::WaterContent));
+    NodalArray(out, "kr", nodal.Column(dataparam::RelativeConductivity));
+    VectorArray(out, "velocity", nodal.Column(dataparam::VelocityX),
+                nodal.Column(dataparam::VelocityY));
+    VectorArray(out, "gradient", nodal.Column(dataparam::GradientX),
+                nodal.Column(dataparam::GradientY));
+    out << "</PointData>\n<CellData Scalars=\"material\">\n";
+    Array<std::int32_t>(out, "material", 1, model.material.size(),
+                        [&](std::size_t i) { return model.material[i]; });
+    out << "</CellData>\n</Piece>\n</UnstructuredGrid>\n</VTKFile>\n";
+}
+
+void WritePvd(std::ostream& out, const std::vector<std::string>& names)
+{
+    out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"Collection\" version=\"0.1\" "
+           "byte_order=\"LittleEndian\">\n<Collection>\n";
+    for (std::size_t i = 0; i < names.size(); ++i)
+        out << "<DataSet timestep=\"" << i + 1 << "\" part=\"0\" file=\"" << Escaped(names[i])
+            << "\"/>\n";
+    out << "</Collection>\n</VTKFile>\n";
+}
+
+} // namespace percova

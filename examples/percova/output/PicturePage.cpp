@@ -1,0 +1,113 @@
+#include "output/PicturePage.h"
+
+#include "output/Markup.h"
+#include "problem/NumberText.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace percova::picture
+{
+namespace
+{
+
+constexpr double kBelow = 84;   // under the drawing
+constexpr double kLegend = 270; // width of what stands on the right
+constexpr double kLine = 21;    // from one line of the legend to the next
+
+constexpr const char* kStyle =
+    "text{font-family:'DejaVu Sans',Arial,Helvetica,sans-serif;font-size:12px;fill:#222}"
+    ".title{font-size:18px;font-weight:bold}.sub{fill:#555}.axis{stroke:#444;stroke-width:1;"
+    "fill:none}.contour{fill:none;stroke:#31445c;stroke-width:.9}.halo{stroke:#fff;"
+    "stroke-width:5;stroke-linejoin:round;fill:#fff}.value{font-size:11px;"
+    "fill:#31445c}.surface{fill:none;stroke:#0a58ca;stroke-width:3.2;stroke-linejoin:round;"
+    "stroke-linecap:round}.badge{font-size:11px;font-weight:bold;fill:#fff;text-anchor:middle}"
+    ".middle{text-anchor:middle}.end{text-anchor:end}.head{font-weight:bold}";
+
+} // namespace
+
+void Page::Begin(std::size_t legendLines, const std::string& title)
+{
+    const double width =
+        std::max(legendX_ + kLegend, frame_.left + 11.5 * static_cast<double>(title.size()));
+    const double height =
+        frame_.top + std::max(frame_.height + kBelow, static_cast<double>(legendLines) * kLine);
+    out_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << Fixed(width, 0)
+         << "\" height=\"" << Fixed(height, 0) << "\" viewBox=\"0 0 " << Fixed(width, 0) << ' '
+         << Fixed(height, 0) << "\">\n<style>" << kStyle
+         << "</style>\n<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n";
+}
+
+void Page::End() { out_ << "</svg>\n"; }
+
+void Page::Text(double x, double y, const std::string& text, const char* kind)
+{
+    out_ << "<text x=\"" << Fixed(x, 1) << "\" y=\"" << Fixed(y, 1) << '"';
+    if (*kind != 0)
+        out_ << " class=\"" << kind << '"';
+    out_ << '>' << Escaped(text) << "</text>\n";
+}
+
+void Page::TextOnDrawing(double x, double y, const std::string& text)
+{
+    Text(x, y, text, "halo");
+    Text(x, y, text);
+}
+
+void Page::Turned(Point at, double degrees, const std::string& text)
+{
+    const std::string place = "<text transform=\"translate(" + Coordinates(at) + ") rotate(" +
+                              Fixed(degrees, 1) + ")\" y=\"4\" class=\"middle value";
+    out_ << place << " halo\">" << text << "</text>\n" << place << "\">" << text << "</text>\n";
+}
+
+void Page::Segment(double x1, double y1, double x2, double y2)
+{
+    out_ << "<path class=\"axis\" d=\"" << PathData({{x1, y1}, {x2, y2}}) << "\"/>\n";
+}
+
+void Page::Path(const std::string& data, const std::string& attributes)
+{
+    if (!data.empty())
+        out_ << "<path d=\"" << data << "\" " << attributes << "/>\n";
+}
+
+void Page::Badge(Point at, std::size_t number, const char* colour)
+{
+    out_ << "<circle cx=\"" << Fixed(at.x, 1) << "\" cy=\"" << Fixed(at.y, 1)
+         << "\" r=\"9\" fill=\"" << colour << "\"/>";
+    Text(at.x, at.y + 4, std::to_string(number), "badge");
+}
+
+void Page::LegendLine(const std::string& sign, const std::string& text)
+{
+    out_ << "<g transform=\"translate(" << Fixed(legendX_, 1) << ' ' << Fixed(legendY_, 1) << ")\">"
+         << sign << "</g>\n";
+    std::string shown = text;
+    if (shown.size() > 38 && shown.find('\xC2') == std::string::npos)
+        shown = shown.substr(0, 36) + "...";
+    Text(legendX_ + 32, legendY_ + 12, shown);
+    legendY_ += kLine;
+}
+
+void Page::LegendBadge(std::size_t number, const char* colour, const std::string& text)
+{
+    Badge({legendX_ + 11, legendY_ + 7}, number, colour);
+    LegendLine("", text);
+}
+
+bool Page::IsFree(Point at, double radius)
+{
+    for (const auto& [place, other] : taken_)
+        if (std::hypot(at.x - place.x, at.y - place.y) < radius + other)
+            return false;
+    taken_.emplace_back(at, radius);
+    return true;
+}
+
+void Page::Forget(std::size_t count)
+{
+    taken_.erase(taken_.begin(), taken_.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+} // namespace percova::picture

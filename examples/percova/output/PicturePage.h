@@ -1,0 +1,60 @@
+/// @file
+/// @internal The page a picture is drawn on: texts, lines, badges, the legend, what is taken.
+#pragma once
+
+#include "output/Picture.h"
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace percova::picture
+{
+
+/// Writes the parts of an SVG picture. All lengths are pixels; the legend stands on the right of
+/// the drawing and grows downward.
+class Page
+{
+public:
+    /// @param frame  the drawing on the page
+    Page(std::ostream& out, const Frame& frame)
+        : out_(out), frame_(frame), legendX_(frame.left + frame.width + 64), legendY_(frame.top + 4)
+    {
+    }
+
+    /// Opens the picture, high enough for @p legendLines lines and wide enough for @p title.
+    void Begin(std::size_t legendLines, const std::string& title);
+    void End();
+
+    /// @param kind  a class of the style sheet, empty for none
+    void Text(double x, double y, const std::string& text, const char* kind = "");
+    /// A text with a white rim, which can be read on any ground.
+    void TextOnDrawing(double x, double y, const std::string& text);
+    /// A text in the middle of @p at, turned by @p degrees, with a white rim.
+    void Turned(Point at, double degrees, const std::string& text);
+    /// A line of the axes.
+    void Segment(double x1, double y1, double x2, double y2);
+    void Path(const std::string& data, const std::string& attributes);
+    /// A numbered disc.
+    void Badge(Point at, std::size_t number, const char* colour);
+    void LegendLine(const std::string& sign, const std::string& text);
+    void LegendBadge(std::size_t number, const char* colour, const std::string& text);
+
+    /// Takes a circle of the drawing, unless something is written there already.
+    bool IsFree(Point at, double radius);
+    /// Takes a small circle, even where something is written.
+    void Take(Point at) { taken_.emplace_back(at, 3); }
+    /// What is taken so far; Forget gives the first @p count of it free again.
+    std::size_t Taken() const { return taken_.size(); }
+    void Forget(std::size_t count);
+
+private:
+    std::ostream& out_;
+    Frame frame_;
+    double legendX_, legendY_;
+    std::vector<std::pair<Point, double>> taken_; ///< circles where something is written
+};
+
+} // namespace percova::picture

@@ -1,0 +1,47 @@
+/// @file
+/// What the files of a run are called, and where they stand.
+#pragma once
+
+#include "KVI.h"
+#include "problem/Problem.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+namespace percova
+{
+
+/// Names the result files of a problem by the library's document names.
+///
+/// The results' folder is the data folder of a document. The files of the whole run stand in it,
+/// and so do those of the step when there is one alone; the files of several steps stand in
+/// folders of their own, "seepage\1", "seepage\2" and so on.
+class ResultFiles
+{
+public:
+    ResultFiles(const std::filesystem::path& folder, const Problem& problem);
+
+    const std::filesystem::path& Folder() const { return folder_; }
+    bool HasStepFolders() const { return steps_ > 1; }
+
+    /// A file of the whole run, as "dam.pvd" for the ending ".pvd".
+    std::filesystem::path OfRun(const char* ending) const;
+    /// A file of step @p number, counted from 1.
+    std::filesystem::path OfStep(std::size_t number, const char* ending) const;
+    /// The same as seen from the folder, with slashes.
+    std::string NameOfStep(std::size_t number, const char* ending) const;
+
+    /// Makes the folders of step @p number, or of the run for 0.
+    /// @returns false with @p reason when that failed
+    bool MakeFolders(std::size_t number, std::string& reason) const;
+
+private:
+    doc::file::Name Named(std::size_t number, const char* ending) const;
+
+    std::filesystem::path folder_;
+    std::size_t steps_;
+    doc::file::Name document_; ///< without step and ending
+};
+
+} // namespace percova

@@ -1,0 +1,45 @@
+#include "problem/Faults.h"
+
+#include <utility>
+
+namespace percova
+{
+namespace
+{
+constexpr std::size_t kKept = 100;
+} // namespace
+
+void Faults::Error(const std::string& file, const Place& place, const std::string& text)
+{
+    ++errors_;
+    Add({Severity::Error, file, place, text});
+}
+
+void Faults::Warning(const std::string& file, const Place& place, const std::string& text)
+{
+    ++warnings_;
+    Add({Severity::Warning, file, place, text});
+}
+
+void Faults::Add(Fault fault)
+{
+    if (list_.size() < kKept)
+        list_.push_back(std::move(fault));
+}
+
+std::string Line(const Fault& fault)
+{
+    std::string line = fault.file;
+    if (fault.place.line > 0)
+        line += ':' + std::to_string(fault.place.line);
+    line += fault.severity == Severity::Warning ? ": warning: " : ": ";
+    if (!fault.place.key.empty())
+        line += fault.place.key + ": ";
+    line += fault.text;
+    for (char& c : line) // a name out of a hostile file should not reach the terminal's controls
+        if (static_cast<unsigned char>(c) < ' ' || c == 127)
+            c = '?';
+    return line;
+}
+
+} // namespace percova

@@ -1,0 +1,179 @@
+#include "problem/JsonTree.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <utility>
+
+namespace percova
+{
+namespace
+{
+constexpr std::size_t kDeepest = 64;
+constexpr std::size_t kMostKeys = 1000; // of one object
+
+/// Walks over a text and lets others see how far it has come.
+class Walker
+{
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char*;
+    using reference = const char&;
+
+    Walker(const char* at, const char** seen) : at_(at), seen_(seen) {}
+    const char& operator*() const { return *at_; }
+    Walker& operator++()
+    {
+        *seen_ = ++at_;
+        return *this;
+    }
+    Walker operator++(int)
+    {
+        Walker before = *this;
+        ++*this;
+        return before;
+    }
+    bool operator==(const Walker& other) const { return at_ == other.at_; }
+    bool operator!=(const Walker& other) const { return at_ != other.at_; }
+
+private:
+    const char* at_;
+    const char** seen_;
+};
+
+/// Receives the parser's events. Its function names are the parser's.
+class Handler
+{
+public:
+    using number_integer_t = nlohmann::json::number_integer_t;
+    using number_unsigned_t = nlohmann::json::number_unsigned_t;
+    using number_float_t = nlohmann::json::number_float_t;
+    using string_t = nlohmann::json::string_t;
+    using binary_t = nlohmann::json::binary_t;
+
+    Handler(const std::string& file, const char* text, const char** seen, JsonNode& root,
+            Faults& faults)
+        : file_(file), counted_(text), seen_(seen), root_(root), faults_(faults)
+    {
+    }
+
+    bool null() { return Add(JsonNode::Kind::Null, 0) != nullptr; }
+    bool boolean(bool value)
+    {
+        JsonNode* node = Add(JsonNode::Kind::Boolean, 0);
+        node->number = value ? 1 : 0;
+        return true;
+    }
+    bool number_integer(number_integer_t value) { return Number(static_cast<double>(value)); }
+    bool number_unsigned(number_unsigned_t value) { return Number(static_cast<double>(value)); }
+    bool number_float(number_float_t value, const string_t&) { return Number(value); }
+    bool string(string_t& value)
+    {
+        Add(JsonNode::Kind::Text, 0)->text = std::move(value);
+        return true;
+    }
+    bool binary(binary_t&) { return false; }
+    bool start_object(std::size_t) { return Open(JsonNode::Kind::Object); }
+    bool start_array(std::size_t) { return Open(JsonNode::Kind::List); }
+    bool end_object() { return Close(); }
+    bool end_array() { return Close(); }
+    bool key(string_t& value)
+    {
+        std::vector<std::string>& names = open_.back()->names;
+        if (std::find(names.begin(), names.end(), value) != names.end())
+            faults_.Error(file_, {value, Line(0)}, "stands twice in one object");
+        if (names.size() == kMostKeys)
+        {
+            faults_.Error(file_, {"", Line(0)},
+                          "has an object of more than " + std::to_string(kMostKeys) + " keys");
+            return false;
+        }
+        names.push_back(std::move(value));
+        return true;
+    }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& error)
+    {
+        // "[json.exception...] parse error at line 3, column 5: what is wrong"
+        std::string text = error.what();
+        for (const char* prefix : {"] ", ", "})
+            if (const std::size_t end = text.find(prefix); end != std::string::npos && end < 60)
+                text.erase(0, end + 2);
+        faults_.Error(file_, {"", Line(0)}, "is no valid JSON: " + text.substr(0, 300));
+        return false;
+    }
+
+private:
+    /// The line of what was just read, of which @p ahead characters more have been read.
+    int Line(std::ptrdiff_t ahead)
+    {
+        const char* const here = *seen_ - ahead;
+        if (here > counted_)
+        {
+            line_ += static_cast<int>(std::count(counted_, here, '\n'));
+            counted_ = here;
+        }
+        return line_;
+    }
+    bool Number(double value)
+    {
+        JsonNode* node = Add(JsonNode::Kind::Number, 1); // its end shows by the next character
+        node->number = value;
+        return true;
+    }
+    JsonNode* Add(JsonNode::Kind kind, std::ptrdiff_t ahead)
+    {
+        JsonNode* node = &root_;
+        if (!open_.empty())
+            node = &open_.back()->items.emplace_back();
+        node->kind = kind;
+        node->line = Line(ahead);
+        return node;
+    }
+    bool Open(JsonNode::Kind kind)
+    {
+        if (open_.size() == kDeepest)
+        {
+            faults_.Error(file_, {"", Line(0)},
+                          "is nested more than " + std::to_string(kDeepest) + " deep");
+            return false;
+        }
+        open_.push_back(Add(kind, 0));
+        return true;
+    }
+    bool Close()
+    {
+        open_.pop_back();
+        return true;
+    }
+
+    const std::string& file_;
+    const char* counted_; ///< the lines up to here are in line_
+    const char** seen_;
+    int line_ = 1;
+    JsonNode& root_;
+    std::vector<JsonNode*> open_; ///< a parent does not grow while a child of it is open
+    Faults& faults_;
+};
+
+} // namespace
+
+const char* Described(JsonNode::Kind kind)
+{
+    constexpr const char* kNames[] = {"null",   "true or false", "a number",
+                                      "a text", "a list",        "an object"};
+    return kNames[static_cast<std::size_t>(kind)];
+}
+
+bool ParseJson(const std::string& text, const std::string& file, JsonNode& root, Faults& faults)
+{
+    const char* seen = text.data();
+    const char* const end = text.data() + text.size();
+    Handler handler(file, text.data(), &seen, root, faults);
+    return nlohmann::json::sax_parse(Walker(text.data(), &seen), Walker(end, &seen), &handler);
+}
+
+} // namespace percova

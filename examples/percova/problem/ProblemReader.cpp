@@ -1,0 +1,156 @@
+#include "problem/ProblemReader.h"
+
+#include "problem/Legal.h"
+#include "problem/TextFile.h"
+
+#include <utility>
+
+namespace percova
+{
+namespace
+{
+
+using impl::IndexOf;
+using impl::NamesOf;
+using impl::ReadName;
+
+void Scale(std::vector<Point>& line, double metres)
+{
+    for (Point& point : line)
+        point = {point.x * metres, point.y * metres};
+}
+
+void ReadMeshName(JsonReader& file, Problem& problem)
+{
+    problem.meshPlace = file.PlaceOf("mesh");
+    file.GetObject("mesh", Need::Optional, [&](JsonReader& mesh) {
+        std::string name;
+        if (mesh.GetText("file", name))
+        {
+            problem.mesh = problem.path.parent_path() / PathOf(name);
+            problem.meshPlace = mesh.PlaceOf("file");
+        }
+        mesh.IgnoreRest(); // information
+    });
+}
+
+void ReadRegions(JsonReader& file, Problem& problem)
+{
+    file.ForEach("regions", Need::Required, [&](JsonReader& reader) {
+        Region region;
+        region.place = reader.Here();
+        region.name = ReadName(reader, problem.regions);
+        std::string material;
+        if (reader.GetText("material", material, Need::Required))
+        {
+            region.material = IndexOf(problem.materials, material);
+            if (region.material < 0)
+                reader.Error("material", "there is no material '" + material + "', only " +
+                                             NamesOf(problem.materials));
+        }
+        reader.GetLine("polygon", region.polygon, 3);
+        region.polygonPlace = reader.PlaceOf("polygon");
+        Scale(region.polygon, problem.units.metres);
+        reader.Ignore({"outline", "centre", "arc_radius", "curve"});
+        problem.regions.push_back(std::move(region));
+    });
+}
+
+void ReadProbes(JsonReader& file, Problem& problem)
+{
+    file.ForEach("probes", Need::Optional, [&](JsonReader& reader) {
+        Probe probe;
+        probe.place = reader.Here();
+        probe.name = ReadName(reader, problem.probes);
+        reader.GetPoint("at", probe.at, Need::Required);
+        probe.at = {probe.at.x * problem.units.metres, probe.at.y * problem.units.metres};
+        problem.probes.push_back(std::move(probe));
+    });
+}
+
+void ReadSections(JsonReader& file, Problem& problem)
+{
+    file.ForEach("sections", Need::Optional, [&](JsonReader& reader) {
+        Section section;
+        section.place = reader.Here();
+        section.name = ReadName(reader, problem.sections);
+        reader.GetLine("line", section.line, 2, Need::Required);
+        Scale(section.line, problem.units.metres);
+        problem.sections.push_back(std::move(section));
+    });
+}
+
+void ReadSolver(JsonReader& file, SolverSettings& solver)
+{
+    file.GetObject("solver", Need::Optional, [&](JsonReader& reader) {
+        std::string kind;
+        if (reader.GetText("kind", kind) && !SolverKindOf(kind, solver.kind))
+            reader.Error("kind", "should be pardiso, direct or iterative, not '" + kind + "'");
+        if (reader.GetNumber("tolerance", solver.tolerance) &&
+            !(solver.tolerance > 0 && solver.tolerance < 1))
+            reader.Error("tolerance", "should be between 0 and 1");
+        reader.GetCount("max_iterations", solver.maxIterations);
+    });
+}
+
+} // namespace
+
+const char* Name(SolverKind kind)
+{
+    constexpr const char* kNames[] = {"automatic", "pardiso", "direct", "iterative"};
+    return kNames[static_cast<std::size_t>(kind)];
+}
+
+bool SolverKindOf(const std::string& name, SolverKind& kind)
+{
+    for (const SolverKind each : {SolverKind::Pardiso, SolverKind::Direct, SolverKind::Iterative})
+        if (name == Name(each))
+        {
+            kind = each;
+            return true;
+        }
+    return false;
+}
+
+bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& faults)
+{
+    problem = {};
+    problem.path = path;
+    problem.file = TextOf(path);
+    const std::size_t before = faults.Errors();
+    std::string text, reason;
+    if (!ReadWhole(path, text, reason))
+    {
+        faults.Error(problem.file, {}, reason);
+        return false;
+    }
+    JsonNode root;
+    if (!ParseJson(text, problem.file, root, faults))
+        return false;
+    if (root.kind != JsonNode::Kind::Object)
+    {
+        faults.Error(problem.file, {"", root.line},
+                     std::string("should be an object, not ") + Described(root.kind));
+        return false;
+    }
+    JsonReader file(root, "", problem.file, faults);
+    problem.id = TextOf(path.stem().stem());
+    file.GetText("id", problem.id);
+    file.GetText("title", problem.title);
+    file.Ignore({"convention", "wanted", "dimensions", "x_axis"});
+    impl::ReadUnits(file, problem.units);
+    GetLegal(file, "gamma_w", dataparam::UnitWeightOfWater, problem.gammaW);
+    ReadMeshName(file, problem);
+    impl::ReadMaterials(file, problem);
+    ReadRegions(file, problem);
+    impl::ReadBoundaries(file, problem);
+    impl::ReadSteps(file, problem);
+    ReadProbes(file, problem);
+    ReadSections(file, problem);
+    ReadSolver(file, problem.solver);
+    file.WarnOfUnknown();
+    impl::CheckShapes(problem, faults);
+    return faults.Errors() == before;
+}
+
+} // namespace percova

@@ -1,0 +1,55 @@
+/// @file
+/// The parts of a problem file, each read by a function of its own.
+#pragma once
+
+#include "problem/JsonReader.h"
+#include "problem/Problem.h"
+
+#include <string>
+#include <vector>
+
+namespace percova::impl
+{
+
+/// Index of the thing called @p name, -1 for none.
+template <class Thing>
+int IndexOf(const std::vector<Thing>& things, const std::string& name)
+{
+    for (std::size_t i = 0; i < things.size(); ++i)
+        if (things[i].name == name)
+            return static_cast<int>(i);
+    return -1;
+}
+
+/// "'one', 'two'": the names of @p things, shortened where there are many.
+template <class Thing>
+std::string NamesOf(const std::vector<Thing>& things)
+{
+    std::string names;
+    for (std::size_t i = 0; i < things.size(); ++i)
+    {
+        if (i == 12)
+            return names + ", ...";
+        names += (i == 0 ? "'" : ", '") + things[i].name + '\'';
+    }
+    return names.empty() ? "none" : names;
+}
+
+/// Reads the key "name" and tells when one of @p things has it already.
+template <class Thing>
+std::string ReadName(JsonReader& reader, const std::vector<Thing>& things)
+{
+    std::string name;
+    if (reader.GetText("name", name, Need::Required) && IndexOf(things, name) >= 0)
+        reader.Error("name", "'" + name + "' is the name of another one already");
+    return name;
+}
+
+void ReadUnits(JsonReader& file, Units& units);
+void ReadMaterials(JsonReader& file, Problem& problem);
+void ReadBoundaries(JsonReader& file, Problem& problem);
+void ReadSteps(JsonReader& file, Problem& problem);
+/// Tells polygons that are no rings, and polygons and lines whose edges cross.
+void CheckShapes(const Problem& problem, Faults& faults);
+
+} // namespace percova::impl

@@ -1,0 +1,214 @@
+// Whether the polygons and lines of a problem can be: valid rings, and edges that do not cross.
+#include "problem/NumberText.h"
+#include "problem/ProblemReader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <utility>
+
+namespace percova::impl
+{
+namespace
+{
+
+// The library's finders and rings compare within 5e-5 of a unit. Drawn at a size of 1e4, that is
+// 5e-9 of the problem: no more than rounding. Shapes that meet are drawn at a size of 5, so that
+// what lies within 1e-5 of another edge, as a corner typed with some digits, does not cross it.
+constexpr double kOwnSize = 1e4, kSharedSize = 5;
+
+/// A polygon or line of the problem, for the messages.
+struct Shape
+{
+    std::string what; ///< "polygon of 'soil'"
+    Place place;
+    Polyline points; ///< as given; a polygon closed; no point twice in a row
+    bool isRing = false;
+};
+
+Shape ShapeOf(std::string what, const Place& place, const Polyline& line, bool isRing)
+{
+    Shape shape{std::move(what), place, line, isRing};
+    if (isRing && !line.empty())
+        shape.points.push_back(line.front());
+    // A ring may be given closed; a line has a point twice where its value jumps.
+    shape.points.erase(std::unique(shape.points.begin(), shape.points.end()), shape.points.end());
+    return shape;
+}
+
+/// Brings shapes to the size at which the library's tolerance suits them.
+class Drawing
+{
+public:
+    Drawing(const std::vector<Shape>& shapes, double size)
+    {
+        for (const Shape& shape : shapes)
+            for (const Point& point : shape.points)
+                Geom::ExtentsGrow2D(box_, point);
+        const double largest = std::max(WidthOf(box_), HeightOf(box_));
+        factor_ = largest > 0 ? size / largest : 1;
+    }
+    Polyline Drawn(const Polyline& line) const
+    {
+        Polyline drawn;
+        for (const Point& point : line)
+            drawn.push_back({(point.x - box_.minX) * factor_, (point.y - box_.minY) * factor_});
+        return drawn;
+    }
+    Point Given(Point drawn) const
+    {
+        return {drawn.x / factor_ + box_.minX, drawn.y / factor_ + box_.minY};
+    }
+
+private:
+    Geom::Extents2D box_;
+    double factor_ = 1;
+};
+
+/// Either direction will do; the library's valid one is counter-clockwise.
+bool IsRing(Polyline ring)
+{
+    if (Geom::PolygonArea2D(ring.data(), ring.size()) < 0)
+        std::reverse(ring.begin(), ring.end());
+    return Geom::PolygonIsValid2D(ring.data(), ring.size(), false);
+}
+
+/// Tells the faults of shapes; places are told in the units of the file.
+class ShapeCheck
+{
+public:
+    ShapeCheck(const Problem& problem, Faults& faults) : problem_(problem), faults_(faults) {}
+
+    void CheckEach(const std::vector<Shape>& shapes);
+    void CheckTogether(const std::vector<Shape>& shapes);
+
+private:
+    std::string Told(Point at) const
+    {
+        const double unit = problem_.units.metres;
+        return '(' + Short(at.x / unit) + ", " + Short(at.y / unit) + ')';
+    }
+    std::string RepeatedPoint(const Shape& shape, const Polyline& drawn) const;
+    std::string FaultOfEdges(const Shape& shape, const Polyline& drawn,
+                             const Drawing& drawing) const;
+
+    const Problem& problem_;
+    Faults& faults_;
+};
+
+void ShapeCheck::CheckEach(const std::vector<Shape>& shapes)
+{
+    const Drawing drawing(shapes, kOwnSize);
+    for (const Shape& shape : shapes)
+    {
+        const Polyline drawn = drawing.Drawn(shape.points);
+        std::string fault = shape.isRing ? RepeatedPoint(shape, drawn) : "";
+        if (fault.empty())
+            fault = FaultOfEdges(shape, drawn, drawing);
+        if (fault.empty() && shape.isRing && !IsRing(drawn))
+            fault = "encloses no area";
+        if (!fault.empty())
+            faults_.Error(problem_.file, shape.place, "the " + shape.what + ' ' + fault);
+    }
+}
+
+std::string ShapeCheck::RepeatedPoint(const Shape& shape, const Polyline& drawn) const
+{
+    // Points as lines of no length meet where they are equal.
+    Geom::LineSet2D points;
+    for (std::size_t i = 0; i + 1 < drawn.size(); ++i)
+        points.push_back({drawn[i], drawn[i]});
+    std::vector<Geom::LineEvent2D> events;
+    Geom::LineIntersectionEvents2D(events, points);
+    if (events.empty())
+        return {};
+    const auto at = static_cast<std::size_t>(events.front().line1 - points.cbegin());
+    return "has the point " + Told(shape.points[at]) + " twice";
+}
+
+/// Where two edges meet that should not. Neighbours meet in their common point and nowhere else.
+std::string ShapeCheck::FaultOfEdges(const Shape& shape, const Polyline& drawn,
+                                     const Drawing& drawing) const
+{
+    if (drawn.size() < 2)
+        return "has no length";
+    Geom::LineSet2D edges;
+    Geom::PolygonGetLines2D(edges, drawn);
+    std::vector<Geom::LineEvent2D> events;
+    Geom::LineIntersectionEvents2D(events, edges);
+    const bool isClosed = drawn.front() == drawn.back();
+    for (const Geom::LineEvent2D& event : events)
+    {
+        auto i = static_cast<std::size_t>(event.line1 - edges.cbegin());
+        auto j = static_cast<std::size_t>(event.line2 - edges.cbegin());
+        if (i > j)
+            std::swap(i, j);
+        const bool areNeighbours = j == i + 1 || (isClosed && i == 0 && j + 1 == edges.size());
+        Point from, to;
+        const bool overlap = Geom::LineIntersection2D(from, to, drawn[i], drawn[i + 1], drawn[j],
+                                                      drawn[j + 1], Geom::Precision()) == 2;
+        if (areNeighbours && !overlap)
+            continue;
+        const auto edge = [&](std::size_t k) {
+            return Told(shape.points[k]) + " - " + Told(shape.points[k + 1]);
+        };
+        return std::string(overlap ? "goes back over itself" : "crosses itself") + ": its edges " +
+               edge(i) + " and " + edge(j) +
+               (overlap ? " lie on one another" : " meet at " + Told(drawing.Given(event.point)));
+    }
+    return {};
+}
+
+void ShapeCheck::CheckTogether(const std::vector<Shape>& shapes)
+{
+    const Drawing drawing(shapes, kSharedSize);
+    Geom::LineSet2D edges;
+    std::vector<std::size_t> end; // of each shape's edges
+    for (const Shape& shape : shapes)
+    {
+        Geom::PolygonGetLines2D(edges, drawing.Drawn(shape.points));
+        end.push_back(edges.size());
+    }
+    std::vector<Geom::LineEvent2D> events;
+    Geom::LineCrossingEvents2D(events, edges);
+    std::vector<std::pair<std::ptrdiff_t, std::ptrdiff_t>> told; // a pair of shapes once
+    for (const Geom::LineEvent2D& event : events)
+    {
+        const auto owner = [&](Geom::LineSet2D::const_iterator edge) {
+            const auto index = static_cast<std::size_t>(edge - edges.cbegin());
+            return std::upper_bound(end.begin(), end.end(), index) - end.begin();
+        };
+        const std::pair pair = std::minmax({owner(event.line1), owner(event.line2)});
+        if (pair.first == pair.second || std::find(told.begin(), told.end(), pair) != told.end())
+            continue;
+        told.push_back(pair);
+        const Shape& one = shapes[static_cast<std::size_t>(pair.first)];
+        const Shape& two = shapes[static_cast<std::size_t>(pair.second)];
+        faults_.Error(problem_.file, two.place,
+                      "the " + two.what + " crosses the " + one.what + " at " +
+                          Told(drawing.Given(event.point)));
+    }
+}
+
+} // namespace
+
+void CheckShapes(const Problem& problem, Faults& faults)
+{
+    std::vector<Shape> polygons, lines;
+    for (const Region& region : problem.regions)
+        if (!region.polygon.empty())
+            polygons.push_back(ShapeOf("polygon of '" + region.name + '\'', region.polygonPlace,
+                                       region.polygon, true));
+    for (const Boundary& boundary : problem.boundaries)
+        if (!boundary.line.empty())
+            lines.push_back(ShapeOf("line of '" + boundary.name + '\'', boundary.linePlace,
+                                    boundary.line, false));
+    ShapeCheck check(problem, faults);
+    for (const std::vector<Shape>* shapes : {&polygons, &lines})
+    {
+        check.CheckEach(*shapes);
+        check.CheckTogether(*shapes);
+    }
+}
+
+} // namespace percova::impl
