@@ -1,10 +1,13 @@
 // A table beside a plain vector with the same layout, 1e7 cells in 10 columns.
 #include "data/DataTable.h"
+#include "data/datatable_calculators.h"
+#include "data/datatable_copy.h"
 #include "data/datatable_inspect.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -203,6 +206,98 @@ void VectorSum(benchmark::State& state)
         return sum;
     });
 }
+// A computed column: 2 a b + c a, with the default evaluator, over three columns of the table.
+double Formula(double a, double b, double c) { return 2 * a * b + c * a; }
+
+DataTable& ComputingTable()
+{
+    static DataTable table = [] {
+        const std::vector<DataParamType> params = Params();
+        auto calculators = std::make_shared<datatable::CalculatorMap>();
+        calculators->Set(DataParamType::Param0001, DataParamType::Param0600,
+                         DataParamCalculator::FromFormula(
+                             {params[1], params[4], params[7]},
+                             [](double a, double b, double c) { return Formula(a, b, c); }));
+        DataTable made(TheData().table);
+        made.Init(made.RowKind(), params, made.RowCount(), calculators,
+                  datatable::eval::MakeSimpleEvaluator());
+        Copy(made, TheData().table);
+        return made;
+    }();
+    return table;
+}
+
+std::vector<double> RightComputed()
+{
+    std::vector<double> right(kRows);
+    for (std::size_t row = 0; row < kRows; ++row)
+    {
+        const double* cell = &TheData().cells[row * kColumns];
+        right[row] = Formula(cell[1], cell[4], cell[7]);
+    }
+    return right;
+}
+
+template <class Sweep>
+void TimeComputed(benchmark::State& state, Sweep sweep)
+{
+    std::vector<double> values(kRows);
+    sweep(values);
+    if (values != RightComputed())
+        return state.SkipWithError("wrong values");
+    for (auto _ : state)
+    {
+        sweep(values);
+        benchmark::DoNotOptimize(values.data());
+        benchmark::ClobberMemory();
+    }
+}
+
+void KviComputed(benchmark::State& state)
+{
+    const DataTable& table = ComputingTable();
+    TimeComputed(state, [&](std::vector<double>& values) {
+        datatable::ReadColumn(table, DataParamType::Param0600, values);
+    });
+}
+
+void VectorComputed(benchmark::State& state)
+{
+    TimeComputed(state, [](std::vector<double>& values) {
+        const Data& data = TheData();
+        for (std::size_t row = 0; row < kRows; ++row)
+        {
+            const double* cell = &data.cells[row * kColumns];
+            values[row] = Formula(cell[1], cell[4], cell[7]);
+        }
+    });
+}
+
+// One by one, in rows that stay in the cache.
+void KviComputedCells(benchmark::State& state)
+{
+    const DataTable& table = ComputingTable();
+    double sum = 0;
+    for (auto _ : state)
+    {
+        for (std::uint32_t row = 1; row <= 1000; ++row)
+            sum += table.GetValue({row}, DataParamType::Param0600);
+    }
+    benchmark::DoNotOptimize(sum);
+}
+
+void KviStoredCells(benchmark::State& state)
+{
+    const DataTable& table = ComputingTable();
+    const DataParamType param = table.Columns()[4];
+    double sum = 0;
+    for (auto _ : state)
+    {
+        for (std::uint32_t row = 1; row <= 1000; ++row)
+            sum += table.GetValue({row}, param);
+    }
+    benchmark::DoNotOptimize(sum);
+}
 } // namespace
 
 BENCHMARK(KviRows)->Name("table|row sweep 1e7|kvi");
@@ -217,3 +312,7 @@ BENCHMARK(KviGetValueAnywhere)->Name("table|GetValue 1e6 anywhere|kvi");
 BENCHMARK(VectorAnywhere)->Name("table|GetValue 1e6 anywhere|plain vector");
 BENCHMARK(KviSum)->Name("table|SumColumn 1e6|kvi");
 BENCHMARK(VectorSum)->Name("table|SumColumn 1e6|plain vector");
+BENCHMARK(KviComputed)->Name("table|computed column 1e6|kvi");
+BENCHMARK(VectorComputed)->Name("table|computed column 1e6|plain vector");
+BENCHMARK(KviComputedCells)->Name("table|GetValue 1e3 computed|kvi");
+BENCHMARK(KviStoredCells)->Name("table|GetValue 1e3 computed|stored cells");

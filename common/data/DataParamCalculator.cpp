@@ -6,12 +6,15 @@ struct DataParamCalculator::Body
 {
     std::vector<DataParamType> inputs;
     Function function;
+    ColumnFunction columnFunction;
 };
 
-DataParamCalculator::DataParamCalculator(std::vector<DataParamType> inputs, Function function)
+DataParamCalculator::DataParamCalculator(std::vector<DataParamType> inputs, Function function,
+                                         ColumnFunction columnFunction)
 {
     if (function)
-        body_ = std::make_shared<const Body>(Body{std::move(inputs), std::move(function)});
+        body_ = std::make_shared<const Body>(
+            Body{std::move(inputs), std::move(function), std::move(columnFunction)});
 }
 
 const DataParamCalculator& DataParamCalculator::InvalidCalculator()
@@ -31,6 +34,20 @@ const std::vector<DataParamType>& DataParamCalculator::Inputs() const
 double DataParamCalculator::Calculate(std::span<const double> values) const
 {
     return body_ != nullptr ? body_->function(values) : MissingValue<double>();
+}
+
+void DataParamCalculator::CalculateColumn(const double* const* inputs, double* results,
+                                          std::size_t count) const
+{
+    if (body_ != nullptr && body_->columnFunction)
+        return body_->columnFunction(inputs, results, count);
+    std::vector<double> values(Inputs().size());
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        for (std::size_t k = 0; k < values.size(); ++k)
+            values[k] = inputs[k][i];
+        results[i] = Calculate(values);
+    }
 }
 
 namespace datatable

@@ -110,8 +110,7 @@ void DataTable::Init(DataParamType rowKind, const std::vector<DataParamType>& pa
     if (!Shape(params, rows))
         return;
     rowKind_ = rowKind;
-    evaluator_ =
-        evaluator != nullptr ? std::move(evaluator) : datatable::eval::MakeSimpleEvaluator();
+    SetEvaluator(std::move(evaluator));
     if (calculators != nullptr)
         calculators_ = calculators;
     Invalidate();
@@ -193,7 +192,7 @@ bool DataTable::ChangeColumns(const std::vector<DataParamType>& params)
     std::vector<double> cells;
     if (!CanBeColumns(params) || !Resize(cells, rowCount_, params.size()))
         return false;
-    // Where each quantity that stays stands in a new row and in an old one.
+    // Positions in a new row and in an old one of each quantity that stays.
     std::vector<std::pair<std::size_t, std::size_t>> kept;
     for (std::size_t i = 0; i < params.size(); ++i)
     {
@@ -217,12 +216,18 @@ bool DataTable::ChangeColumns(const std::vector<DataParamType>& params)
 void DataTable::Clear()
 {
     columnMap_.fill(0);
-    columns_.clear();
+    std::vector<DataParamType>().swap(columns_); // assigning {} would keep the memory
     rowKind_ = DataParamType::None;
     calculators_.reset();
-    values_ = {};
+    std::vector<double>().swap(values_);
     rowCount_ = 0;
     columnCount_ = 0;
+}
+
+std::size_t DataTable::MemoryUsed() const
+{
+    return sizeof *this + values_.capacity() * sizeof(double) +
+           columns_.capacity() * sizeof(DataParamType);
 }
 
 double DataTable::Evaluate(GID row, DataParamType param) const
@@ -253,7 +258,7 @@ bool DataTable::SetValue(GID row, DataParamType param, double value)
 
 bool DataTable::HasParam(DataParamType param) const
 {
-    return IsStored(param) || datatable::impl::Plan(*this, param).IsComplete();
+    return IsStored(param) || data::EvaluationPlan(*this, param).IsComplete();
 }
 
 bool DataTable::IsMissing() const
@@ -278,13 +283,29 @@ DataParamCalculator DataTable::GetCalculator(DataParamType param) const
 
 void DataTable::Invalidate()
 {
-    if (evaluator_ != nullptr)
-        evaluator_->Invalidate(*this);
+    if (evaluator_ == nullptr || isInvalidating_)
+        return;
+    struct Running
+    {
+        explicit Running(bool& isRunning) : flag(isRunning) { flag = true; }
+        ~Running() { flag = false; }
+        bool& flag;
+    };
+    // An evaluator that resizes the table from here would be called again without end.
+    const Running running(isInvalidating_);
+    evaluator_->Invalidate(*this);
+}
+
+/// Null is the default evaluator. The present one must outlive its own Invalidate.
+void DataTable::SetEvaluator(datatable::EvaluatorPtr evaluator)
+{
+    if (!isInvalidating_)
+        evaluator_ =
+            evaluator != nullptr ? std::move(evaluator) : datatable::eval::MakeSimpleEvaluator();
 }
 
 void DataTable::RegisterEvalulator(datatable::EvaluatorPtr evaluator)
 {
-    evaluator_ =
-        evaluator != nullptr ? std::move(evaluator) : datatable::eval::MakeSimpleEvaluator();
+    SetEvaluator(std::move(evaluator));
     Invalidate();
 }

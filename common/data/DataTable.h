@@ -20,14 +20,15 @@ class DataTable;
 
 namespace datatable::impl
 {
-/// Exchanges the two tables' calculators, the pointers themselves, and tells the evaluators.
-void SwapCalculators(DataTable& a, DataTable& b);
+/// Exchanges the two tables' calculators, the pointers themselves, and invalidates both tables.
+KVI_API void SwapCalculators(DataTable& a, DataTable& b);
 } // namespace datatable::impl
 
 /// A dense rectangle of numbers that also answers for quantities it can compute.
 ///
 /// Rows are numbered from 1. A new cell holds the missing value. A quantity without a column is
 /// computed on demand by the table's evaluator, from the columns and the table's calculators.
+/// Memory: 8 bytes a cell and about 1.3 KB a table, besides what its evaluator keeps.
 ///
 /// Nothing here reports errors. What is impossible is refused as a whole and leaves the table as
 /// it was, a new table empty: more than 32767 columns, a quantity twice or outside the catalogue,
@@ -82,8 +83,12 @@ public:
     /// Gives the table the columns @p params in their order. Quantities that it stored keep their
     /// values; new ones are missing. @returns whether it has these columns
     bool ChangeColumns(const std::vector<DataParamType>& params);
-    /// Drops rows, columns, row kind and calculators. The evaluator stays and is not told.
+    /// Drops rows, columns, row kind and calculators, and frees their memory. The evaluator stays;
+    /// its Invalidate is not called.
     void Clear();
+    /// Bytes that the table occupies, without calculators and evaluator. Rows dropped by ResizeRows
+    /// stay allocated.
+    std::size_t MemoryUsed() const;
 
     DataParamType RowKind() const { return rowKind_; } ///< what the rows are
     /// In the order of storage.
@@ -93,8 +98,8 @@ public:
     /// Null where none were given.
     const std::shared_ptr<datatable::ICalculators>& Calculators() const { return calculators_; }
 
-    /// The stored value, where there is one; otherwise what the evaluator answers, and the missing
-    /// value without one.
+    /// The stored value if there is one, otherwise the evaluator's; the missing value without an
+    /// evaluator. For a whole column of computed values, datatable::ReadColumn is faster.
     double GetValue(GID row, DataParamType param) const
     {
         const int column = ColumnNumber(param);
@@ -132,9 +137,10 @@ public:
 
     /// The calculator of @p param, or DataParamCalculator::InvalidCalculator().
     DataParamCalculator GetCalculator(DataParamType param) const;
-    /// Tells the evaluator that what it kept is void.
+    /// Calls the evaluator's Invalidate, unless the evaluator is what calls this from there.
     void Invalidate();
-    /// Replaces the evaluator; null is the default evaluator.
+    /// Replaces the evaluator; null is the default evaluator. Here and in Init, an evaluator cannot
+    /// be replaced from within its own Invalidate.
     void RegisterEvalulator(datatable::EvaluatorPtr evaluator);
     /// The table's evaluator; null when it has none.
     const datatable::IParamEvaluator* Evaluator() const { return evaluator_.get(); }
@@ -175,6 +181,7 @@ private:
     }
     // Cold: what a loop adds up then stays in registers while it reads cells.
     [[gnu::cold]] double Evaluate(GID row, DataParamType param) const;
+    void SetEvaluator(datatable::EvaluatorPtr evaluator);
     bool Shape(const std::vector<DataParamType>& params, unsigned int rows);
     void MapColumns();
 
@@ -189,6 +196,7 @@ private:
     std::vector<double> values_; // row after row
     std::shared_ptr<datatable::ICalculators> calculators_;
     datatable::EvaluatorPtr evaluator_;
+    bool isInvalidating_ = false; // the evaluator's Invalidate is running
 };
 
 /// @cond  instances

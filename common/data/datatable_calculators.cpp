@@ -37,7 +37,7 @@ void CacheComputedValues(DataTable& table, const std::vector<DataParamType>& par
         return;
     for (const DataParamType param : computed)
     {
-        impl::ColumnReader read(table, param);
+        data::ColumnReader read(table, param);
         GID row;
         for (double& cell : values.Column(param))
         {
@@ -54,18 +54,26 @@ void CacheComputedValues(DataTable& table, const std::vector<DataParamType>& par
     }
 }
 
+void ReadColumn(const DataTable& table, DataParamType param, std::span<double> values)
+{
+    const std::size_t rows = std::min<std::size_t>(values.size(), table.RowCount());
+    data::ColumnReader(table, param).ReadAll(static_cast<std::uint32_t>(rows), values.data());
+    for (std::size_t i = rows; i < values.size(); ++i)
+        values[i] = table.GetValue({static_cast<std::uint32_t>(i + 1)}, param);
+}
+
 std::vector<DataParamType> ExpandComputedParams(const DataTable& table,
                                                 const std::vector<DataParamType>& params)
 {
     std::vector<DataParamType> expanded;
     for (const DataParamType param : params)
-        expanded = dataparamtype::ListUnion(expanded, impl::Plan(table, param).Leaves());
+        expanded = dataparamtype::ListUnion(expanded, data::EvaluationPlan(table, param).Leaves());
     return expanded;
 }
 
 void SetDefaultCalculators(const std::shared_ptr<ICalculators>& calculators)
 {
-    // The former ones go outside the lock: their end may be anything.
+    // The former ones are released outside the lock, since their destructor may do anything.
     auto former = calculators;
     const std::lock_guard locked(TheDefault().lock);
     TheDefault().calculators.swap(former);

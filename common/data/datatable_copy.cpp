@@ -35,7 +35,7 @@ void CopyCells(DataTable& to, GID toRow, const DataTable& from, GID fromRow)
 struct Taken
 {
     DataParamType column;
-    impl::ColumnReader read;
+    data::ColumnReader read;
 };
 
 /// Those of @p params that @p to stores and @p from can answer for.
@@ -95,8 +95,11 @@ void CopyRow(DataTable& to, const GID& toRow, const DataTable& from, const GID& 
     const GID target = toRow, source = fromRow;
     if (source.value == 0 || source.value > from.RowCount() || !Grow(to, target.value))
         return;
-    for (Taken& one : ListTaken(to, from, to.Columns()))
-        to.SetValue(target, one.column, one.read(source));
+    for (const DataParamType param : to.Columns())
+    {
+        if (from.HasParam(param))
+            to.SetValue(target, param, from.GetValue(source, param));
+    }
 }
 
 void CopyColumn(DataTable& to, DataParamType toParam, const DataTable& from,
@@ -152,8 +155,16 @@ void MergeRow(DataTable& to, const DataTable& from, const std::vector<DataParamT
 
 void Merge(DataTable& to, const DataTable& from, const std::vector<DataParamType>& params)
 {
-    if (&to != &from && Grow(to, from.RowCount()))
-        Take(to, 0, ListTaken(to, from, params), from.RowCount(), Rule::Merge);
+    if (&to == &from || !Grow(to, from.RowCount()))
+        return;
+    // As in MergeRow, also what the source's evaluator knows without a calculator.
+    std::vector<Taken> taken;
+    for (const DataParamType param : params)
+    {
+        if (to.IsStored(param))
+            taken.push_back({param, {from, param}});
+    }
+    Take(to, 0, std::move(taken), from.RowCount(), Rule::Merge);
 }
 
 void Merge(DataTable& to, const DataTable& from) { Merge(to, from, from.Columns()); }

@@ -1,11 +1,16 @@
 #include "data/datatable_eval.h"
 
 #include "data/DataTable.h"
+#include "data/table/ColumnReader.h"
 #include "data/table/EvaluationPlan.h"
 #include "foundation/MissingValue.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
+#include <list>
+#include <map>
 #include <mutex>
 #include <shared_mutex>
 #include <unordered_map>
@@ -20,7 +25,7 @@ namespace eval
 {
 namespace
 {
-using impl::Plan;
+using data::EvaluationPlan;
 
 constexpr double kMissing = MissingValue<double>();
 
@@ -29,29 +34,85 @@ bool IsRow(const DataTable& table, GID row)
     return row.value != 0 && row.value <= table.RowCount();
 }
 
-double Run(const Plan& plan, const DataTable& table, GID row)
+double Run(const EvaluationPlan& plan, const DataTable& table, GID row)
 {
     std::vector<double> stored;
     plan.Gather(table, row, stored);
     return plan.Compute(stored.data());
 }
 
-/// The plans of one table's quantities, made when first wanted.
+/// The reads of one row that a table's own evaluator delegates to the simple one. A read asks the
+/// table for its inputs, the table its evaluator, and that delegates again; so what one read has
+/// computed is kept until the outermost read of the row returns. Otherwise quantities that share
+/// their inputs would be computed once for every path to them.
+class Delegation
+{
+public:
+    static double Evaluate(const DataTable& table, GID row, DataParamType param)
+    {
+        Delegation* const current = theCurrent;
+        if (current != nullptr && current->table_ == &table && current->row_ == row)
+            return current->Get(param);
+        return Delegation(table, row).Get(param);
+    }
+    ~Delegation() { theCurrent = outer_; }
+    Delegation(const Delegation&) = delete;
+    Delegation& operator=(const Delegation&) = delete;
+
+private:
+    Delegation(const DataTable& table, GID row) : table_(&table), row_(row), outer_(theCurrent)
+    {
+        theCurrent = this;
+    }
+
+    double Get(DataParamType param)
+    {
+        if (const auto known = values_.find(param); known != values_.end())
+            return known->second;
+        const DataParamCalculator calculator = Calculator(param);
+        std::vector<double> inputs;
+        for (const DataParamType input : calculator.Inputs())
+            inputs.push_back(table_->GetValue(row_, input));
+        return values_[param] = calculator.Calculate(inputs);
+    }
+
+    const DataParamCalculator& Calculator(DataParamType param)
+    {
+        for (const EvaluationPlan& plan : plans_)
+        {
+            if (const DataParamCalculator* found = plan.FindCalculator(param); found != nullptr)
+                return *found;
+        }
+        return *plans_.emplace_back(*table_, param).FindCalculator(param);
+    }
+
+    static thread_local Delegation* theCurrent; // no destructor: the library can be unloaded
+
+    const DataTable* table_;
+    GID row_;
+    Delegation* outer_;
+    std::list<EvaluationPlan> plans_;
+    std::map<DataParamType, double> values_;
+};
+
+thread_local Delegation* Delegation::theCurrent = nullptr;
+
+/// The plans of one table's quantities, made at the first request.
 class PlanCache
 {
 public:
-    std::shared_ptr<const Plan> Get(const DataTable& table, DataParamType param)
+    std::shared_ptr<const EvaluationPlan> Get(const DataTable& table, DataParamType param)
     {
         const auto index = static_cast<std::uint32_t>(param);
         if (index >= plans_.size())
-            return std::make_shared<const Plan>(table, param);
+            return std::make_shared<const EvaluationPlan>(table, param);
         {
             const std::shared_lock reading(lock_);
-            // A table may have got other calculators without telling.
+            // The calculators may have been replaced without a call of Invalidate.
             if (plans_[index] != nullptr && plans_[index]->IsFor(table))
                 return plans_[index];
         }
-        auto made = std::make_shared<const Plan>(table, param);
+        auto made = std::make_shared<const EvaluationPlan>(table, param);
         const std::unique_lock writing(lock_);
         // Another reader may have been first: one plan for all, so that values stay kept.
         if (plans_[index] == nullptr || !plans_[index]->IsFor(table))
@@ -67,7 +128,7 @@ public:
 
 private:
     std::shared_mutex lock_;
-    std::array<std::shared_ptr<const Plan>, kDataParamTypeCount> plans_;
+    std::array<std::shared_ptr<const EvaluationPlan>, kDataParamTypeCount> plans_;
 };
 
 class CachedCalculatorEvaluator final : public IParamEvaluator
@@ -125,8 +186,8 @@ public:
 private:
     struct Kept
     {
-        std::shared_ptr<const Plan> plan; // that the value was computed by
-        std::vector<double> stored;       // from these cells
+        std::shared_ptr<const EvaluationPlan> plan; // that the value was computed by
+        std::vector<double> stored;                 // from these cells
         double value = 0;
     };
     // Readers of different rows rarely meet.
@@ -166,14 +227,21 @@ double SimpleParamEvaluator::Evaluate(const DataTable& table, GID row, DataParam
 {
     if (!IsRow(table, row))
         return kMissing;
-    const Plan plan(table, param);
-    if (table.Evaluator() == this || table.Evaluator() == nullptr)
-        return Run(plan, table, row);
     // Called by the table's own evaluator, which may have its own answers for the inputs.
-    std::vector<double> inputs;
-    for (const DataParamType input : plan.Wanted().Inputs())
-        inputs.push_back(table.GetValue(row, input));
-    return plan.Wanted().Calculate(inputs);
+    if (table.Evaluator() != this && table.Evaluator() != nullptr)
+        return Delegation::Evaluate(table, row, param);
+    const DataParamCalculator calculator = table.GetCalculator(param);
+    const std::vector<DataParamType>& inputs = calculator.Inputs();
+    double values[16];
+    const bool isDirect = inputs.size() <= std::size(values) &&
+                          std::all_of(inputs.begin(), inputs.end(), [&table](DataParamType input) {
+                              return table.IsStored(input);
+                          });
+    if (!isDirect)
+        return Run(EvaluationPlan(table, param), table, row);
+    for (std::size_t i = 0; i < inputs.size(); ++i)
+        values[i] = table.GetValue(row, inputs[i]);
+    return calculator.Calculate({values, inputs.size()}); // missing from an invalid calculator
 }
 
 EvaluatorPtr MakeSimpleEvaluator()
@@ -187,3 +255,10 @@ EvaluatorPtr MakeLazyCachingEvaulator() { return MakeOwned<LazyCachingEvaluator>
 
 } // namespace eval
 } // namespace datatable
+
+bool data::KeepsNoValues(const datatable::IParamEvaluator* evaluator)
+{
+    using namespace datatable::eval;
+    return evaluator == &SimpleParamEvaluator::Instance() ||
+           dynamic_cast<const CachedCalculatorEvaluator*>(evaluator) != nullptr;
+}

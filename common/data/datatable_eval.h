@@ -18,7 +18,9 @@ class KVI_API IParamEvaluator
 {
 public:
     virtual ~IParamEvaluator();
-    /// The table's shape, its calculators or its evaluator changed: what was kept is void.
+    /// The table's shape, its calculators or its evaluator changed, so drop cached values. It may
+    /// change the table's cells, rows and columns, and is not called again for that; it must not
+    /// move, swap or destroy the table.
     virtual void Invalidate(DataTable& table) = 0;
     /// The value of @p param in @p row, or the missing value.
     virtual double Evaluate(const DataTable& table, GID row, DataParamType param) = 0;
@@ -32,25 +34,27 @@ protected:
     /// @}
 };
 
-/// An owned evaluator with the function that gives it up, which is called with the
+/// An owned evaluator with the function that releases it, which is called with the
 /// IParamEvaluator's address.
 using EvaluatorPtr = std::unique_ptr<IParamEvaluator, void (*)(void*)>;
 
 /// The evaluators differ in what they keep, not in their answers:
 ///
 /// - A row outside the table, a quantity without calculator, and one that needs itself, directly
-///   or around a circle, have the missing value. So do such inputs of a calculator, which is
+///   or through others, have the missing value. So do such inputs of a calculator, which is
 ///   called nevertheless.
-/// - A kept value is given again only when every stored cell that it was computed from still holds
-///   the same bits, so a write through any door (SetValue, the iterators of Row and Column, also
-///   those fetched long before) is seen by the next read.
+/// - A kept value is returned only while every stored cell that it was computed from holds the same
+///   bits, so the next read sees every write, by SetValue or by iterators of Row and Column.
 ///
 /// Threads: any number may read a table at once; none may while it changes.
 namespace eval
 {
 
-/// Keeps nothing: finds the calculators and computes afresh with each call. One object serves
-/// every table.
+/// Keeps nothing: looks up the calculators and computes with each call. One object serves every
+/// table.
+///
+/// An evaluator of the host may delegate to it: Evaluate reads each input through the table's own
+/// evaluator. Within the outermost delegated read of a row, each quantity is computed once.
 class KVI_API SimpleParamEvaluator final : public IParamEvaluator
 {
 public:
@@ -61,7 +65,7 @@ public:
     double Evaluate(const DataTable& table, GID row, DataParamType param) override;
 };
 
-/// The shared SimpleParamEvaluator; giving it up does nothing.
+/// The shared SimpleParamEvaluator; releasing it does nothing.
 KVI_API EvaluatorPtr MakeSimpleEvaluator();
 
 /// Keeps the calculators that a quantity needs and the order to call them in, and computes each
@@ -69,7 +73,8 @@ KVI_API EvaluatorPtr MakeSimpleEvaluator();
 KVI_API EvaluatorPtr MakeCachedCalculatorEvaluator();
 
 /// Keeps the calculators and, from the first read on, each value with the cells it came from: for
-/// costly values that are read again and again. Takes the memory of a map entry a value.
+/// costly values that are read repeatedly. Memory: about 130 bytes a value, and 8 for each stored
+/// cell that it follows from.
 KVI_API EvaluatorPtr MakeLazyCachingEvaulator();
 
 } // namespace eval

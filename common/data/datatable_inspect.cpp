@@ -27,7 +27,7 @@ void ForEachValue(const DataTable& table, DataParamType param, Visit visit)
         }
         return;
     }
-    impl::ColumnReader read(table, param);
+    data::ColumnReader read(table, param);
     while (row.value < table.RowCount())
     {
         ++row.value;

@@ -87,8 +87,11 @@ TEST(DataTable, ComparesContentsAndCalculatorsButNotEvaluators)
     DataTable moved(std::move(copy));
     EXPECT_TRUE(copy.IsMissing()); // NOLINT(bugprone-use-after-move): it is empty, as promised
     EXPECT_EQ(moved.Calculators(), table.Calculators());
+    moved.ResizeRows(1000);
+    EXPECT_GE(moved.MemoryUsed(), sizeof moved + 1000 * sizeof(double));
     moved.Clear();
     EXPECT_TRUE(moved.IsMissing());
+    EXPECT_EQ(moved.MemoryUsed(), sizeof moved);
     DataTable onlyCalculators;
     onlyCalculators.Init(Param(-1), {}, 0, calculators, NoEvaluator());
     EXPECT_FALSE(onlyCalculators.IsMissing());

@@ -1,4 +1,6 @@
 #include "VirtualSlot.h"
+#include "data/datatable_calculators.h"
+#include "data/datatable_copy.h"
 #include "table_parts.h"
 
 #include <atomic>
@@ -29,6 +31,20 @@ protected:
     }
 };
 
+/// A host's evaluator with its own value for kE, 100; the rest it delegates.
+struct Delegating final : datatable::IParamEvaluator
+{
+    void Invalidate(DataTable&) override {}
+    double Evaluate(const DataTable& table, GID row, DataParamType param) override
+    {
+        return param == kE ? 100 : SimpleParamEvaluator::Instance().Evaluate(table, row, param);
+    }
+};
+
+EvaluatorPtr MakeDelegating()
+{
+    return {new Delegating, [](void* evaluator) { delete static_cast<Delegating*>(evaluator); }};
+}
 } // namespace
 
 TEST(ParamEvaluator, KeepsTheOrderOfItsOperations)
@@ -91,6 +107,34 @@ TEST_P(EveryEvaluator, NeedsNoLongerForDenseChainsThanForLongOnes)
     EXPECT_TRUE(Make(map).HasParam(Param(159)));
 }
 
+TEST_P(EveryEvaluator, ReadsColumnsAsItReadsCells)
+{
+    const auto map = std::make_shared<CalculatorMap>();
+    map->Set(kKind, kC, SumAndHalf({kA, Param(31), kA}));
+    map->Set(kKind, Param(31),
+             DataParamCalculator::FromFormula({kB}, [](double b) { return b / 3; }));
+    map->Set(kKind, Param(32), SumAndHalf({}));
+    map->Set(kKind, Param(33), SumAndHalf({kC, Param(404)}));
+    map->Set(kKind, Param(34),
+             DataParamCalculator::FromFormula({kC, Param(31)},
+                                              [](double c, double d) { return c * d - c; }));
+    map->Set(kKind, Param(40), SumAndHalf({kA, Param(40)}));
+    const unsigned rows = 600; // more than one block of them
+    const DataTable table = Make(map, rows);
+    for (const DataParamType param :
+         {kA, kC, Param(31), Param(32), Param(33), Param(34), Param(40), Param(404), Param(-1)})
+    {
+        std::vector<double> values(rows + 1, -1), expected;
+        for (std::uint32_t row = 1; row <= rows + 1; ++row)
+            expected.push_back(table.GetValue({row}, param));
+        datatable::ReadColumn(table, param, values);
+        EXPECT_EQ(values, expected) << static_cast<int>(param);
+        values.resize(3);
+        datatable::ReadColumn(table, param, values);
+        EXPECT_EQ(values, Numbers(expected.begin(), expected.begin() + 3));
+    }
+}
+
 TEST_P(EveryEvaluator, SeesEveryChangeAtTheNextRead)
 {
     const auto map = std::make_shared<CalculatorMap>(), other = std::make_shared<CalculatorMap>();
@@ -141,9 +185,9 @@ TEST_P(EveryEvaluator, ServesManyReadersAtOnce)
     EXPECT_EQ(wrong, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(SimpleCachedLazy, EveryEvaluator,
+INSTANTIATE_TEST_SUITE_P(SimpleCachedLazyDelegating, EveryEvaluator,
                          testing::Values(MakeSimpleEvaluator, MakeCachedCalculatorEvaluator,
-                                         MakeLazyCachingEvaulator));
+                                         MakeLazyCachingEvaulator, MakeDelegating));
 
 TEST(LazyCachingEvaluator, ComputesAgainOnlyWhatChanged)
 {
@@ -171,19 +215,44 @@ TEST(LazyCachingEvaluator, ComputesAgainOnlyWhatChanged)
 
 TEST(SimpleParamEvaluator, AsksTheTablesOwnEvaluatorForInputs)
 {
-    struct Override final : datatable::IParamEvaluator
-    {
-        void Invalidate(DataTable&) override {}
-        double Evaluate(const DataTable& table, GID row, DataParamType param) override
-        {
-            return param == kD ? 100 : SimpleParamEvaluator::Instance().Evaluate(table, row, param);
-        }
-    } override;
     const auto map = std::make_shared<CalculatorMap>();
-    map->Set(kKind, kC, SumAndHalf({kA, kD}));
-    map->Set(kKind, kE, SumAndHalf({kE}));
-    DataTable table(kKind, {kA}, 1, map, EvaluatorPtr(&override, [](void*) {}));
+    map->Set(kKind, kC, SumAndHalf({kA, kE}));
+    DataTable table(kKind, {kA}, 1, map, MakeDelegating());
     table.SetValue({1}, kA, 1);
     EXPECT_EQ(table.GetValue({1}, kC), 101.5);
-    EXPECT_EQ(table.GetValue({1}, kE), kMissing);
+    EXPECT_FALSE(table.HasParam(kC)); // kE has no calculator
+    const Numbers merged{kMissing, 101.5, 100};
+    DataTable byRow(kKind, {kB, kC, kE}, 1), whole(byRow);
+    datatable::MergeRow(byRow, table, byRow.Columns(), {1});
+    datatable::Merge(whole, table, whole.Columns());
+    EXPECT_EQ(AsVector(byRow.Row({1})), merged);
+    EXPECT_EQ(AsVector(whole.Row({1})), merged);
+}
+
+TEST(ParamEvaluator, MayChangeTheTableFromInvalidate)
+{
+    struct Changing final : datatable::IParamEvaluator
+    {
+        explicit Changing(int& counted) : calls(counted) {}
+        void Invalidate(DataTable& table) override
+        {
+            ++calls;
+            table.ResizeRows(table.RowCount() + 1);
+            table.RegisterEvalulator(MakeSimpleEvaluator()); // not from here: it would end this one
+            table.Init(kKind, {kA, kB}, table.RowCount(), nullptr, NoEvaluator());
+            table.Invalidate();
+        }
+        double Evaluate(const DataTable&, GID, DataParamType) override { return 7; }
+        int& calls;
+    };
+    int calls = 0;
+    DataTable table(kKind, {kA}, 2);
+    table.RegisterEvalulator(
+        {new Changing(calls), [](void* evaluator) { delete static_cast<Changing*>(evaluator); }});
+    EXPECT_EQ(table.RowCount(), 3u);
+    EXPECT_EQ(table.ColumnCount(), 2u);
+    table.ResizeRows(5);
+    EXPECT_EQ(table.RowCount(), 6u);
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(table.GetValue({1}, kC), 7);
 }

@@ -6,15 +6,18 @@
 #include <algorithm>
 #include <array>
 
-namespace datatable::impl
+namespace data
 {
 
-/// Depth-first search for what a quantity needs. Circles are the strongly connected sets with more
+/// Depth-first search for what a quantity needs. Cycles are the strongly connected sets with more
 /// than one member or with a member that needs itself.
 /// Source: Tarjan (1972), SIAM J. Comput. 1(2), 146-160.
-struct Plan::Search
+struct EvaluationPlan::Search
 {
-    Search(Plan& made, const DataTable& asked) : plan(made), table(asked) { placeOf.fill(-1); }
+    Search(EvaluationPlan& made, const DataTable& asked) : plan(made), table(asked)
+    {
+        placeOf.fill(-1);
+    }
 
     /// @returns the place of @p param in needs_
     int Visit(DataParamType param)
@@ -69,7 +72,7 @@ struct Plan::Search
     }
 
     /// Closes the connected set that was entered at @p place.
-    void CloseSet(int place, bool isCircle)
+    void CloseSet(int place, bool isCycle)
     {
         int member = -1;
         while (member != place)
@@ -78,12 +81,12 @@ struct Plan::Search
             open.pop_back();
             const auto at = static_cast<std::size_t>(member);
             isOpen[at] = false;
-            if (isCircle)
-                plan.needs_[at] = {plan.needs_[at].param, Source::Circle};
+            if (isCycle)
+                plan.needs_[at] = {plan.needs_[at].param, Source::Cycle};
         }
     }
 
-    Plan& plan;
+    EvaluationPlan& plan;
     const DataTable& table;
     std::array<int, kDataParamTypeCount> placeOf{};
     std::vector<int> lowest; // place of the earliest open need that can be reached
@@ -91,7 +94,7 @@ struct Plan::Search
     std::vector<bool> isOpen;
 };
 
-Plan::Plan(const DataTable& table, DataParamType wanted)
+EvaluationPlan::EvaluationPlan(const DataTable& table, DataParamType wanted)
     : rowKind_(table.RowKind()), calculators_(table.Calculators())
 {
     Search search(*this, table);
@@ -101,22 +104,22 @@ Plan::Plan(const DataTable& table, DataParamType wanted)
     });
 }
 
-bool Plan::IsComplete() const
+bool EvaluationPlan::IsComplete() const
 {
     return std::all_of(needs_.begin(), needs_.end(), [](const Need& need) {
         return need.source == Source::Stored || need.source == Source::Computed;
     });
 }
 
-bool Plan::IsFor(const DataTable& table) const
+bool EvaluationPlan::IsFor(const DataTable& table) const
 {
-    // The same owner, also when another object stands at the address of one that is gone.
+    // Compares owners, since another object may have the address of a deleted one.
     const auto& now = table.Calculators();
     return rowKind_ == table.RowKind() && !calculators_.owner_before(now) &&
            !now.owner_before(calculators_);
 }
 
-std::vector<DataParamType> Plan::Leaves() const
+std::vector<DataParamType> EvaluationPlan::Leaves() const
 {
     std::vector<DataParamType> leaves;
     for (const Need& need : needs_)
@@ -127,13 +130,13 @@ std::vector<DataParamType> Plan::Leaves() const
     return leaves;
 }
 
-void Plan::Gather(const DataTable& table, GID row, std::vector<double>& stored) const
+void EvaluationPlan::Gather(const DataTable& table, GID row, std::vector<double>& stored) const
 {
     for (const int place : stored_)
         stored.push_back(table.GetValue(row, needs_[static_cast<std::size_t>(place)].param));
 }
 
-double Plan::Compute(const double* stored) const
+double EvaluationPlan::Compute(const double* stored) const
 {
     // One value for each need, then room for the inputs of one calculator.
     std::vector<double> values(needs_.size() + mostInputs_, MissingValue<double>());
@@ -151,4 +154,52 @@ double Plan::Compute(const double* stored) const
     return values[0];
 }
 
-} // namespace datatable::impl
+void EvaluationPlan::ComputeRows(const DataTable& table, std::size_t above, std::size_t count,
+                                 double* results) const
+{
+    constexpr std::size_t kBlock = 256; // rows: a few quantities of them stay in the first cache
+    std::vector<double> space((needs_.size() - 1) * std::min(count, kBlock),
+                              MissingValue<double>());
+    std::vector<double*> columns(needs_.size());
+    for (std::size_t need = 1; need < needs_.size(); ++need)
+        columns[need] = space.data() + (need - 1) * std::min(count, kBlock);
+    if (needs_[0].source != Source::Stored && needs_[0].source != Source::Computed)
+        std::fill_n(results, count, MissingValue<double>());
+    for (std::size_t done = 0; done < count; done += kBlock)
+    {
+        columns[0] = results + done;
+        ComputeBlock(table, above + done, std::min(kBlock, count - done), columns);
+    }
+}
+
+/// The values of every need, @p count rows in a column each; those that are neither stored nor
+/// computed hold the missing value already.
+void EvaluationPlan::ComputeBlock(const DataTable& table, std::size_t above, std::size_t count,
+                                  const std::vector<double*>& columns) const
+{
+    for (const int place : stored_)
+    {
+        const auto at = static_cast<std::size_t>(place);
+        const auto from =
+            table.Column(needs_[at].param).begin() + static_cast<std::ptrdiff_t>(above);
+        std::copy_n(from, count, columns[at]);
+    }
+    std::vector<const double*> inputs(mostInputs_);
+    for (const int place : order_)
+    {
+        const Need& need = needs_[static_cast<std::size_t>(place)];
+        for (std::size_t i = 0; i < need.inputs.size(); ++i)
+            inputs[i] = columns[static_cast<std::size_t>(need.inputs[i])];
+        need.calculator.CalculateColumn(inputs.data(), columns[static_cast<std::size_t>(place)],
+                                        count);
+    }
+}
+
+const DataParamCalculator* EvaluationPlan::FindCalculator(DataParamType param) const
+{
+    const auto found = std::find_if(needs_.begin(), needs_.end(),
+                                    [param](const Need& need) { return need.param == param; });
+    return found != needs_.end() ? &found->calculator : nullptr;
+}
+
+} // namespace data
