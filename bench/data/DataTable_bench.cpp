@@ -221,7 +221,7 @@ DataTable& ComputingTable()
         DataTable made(TheData().table);
         made.Init(made.RowKind(), params, made.RowCount(), calculators,
                   datatable::eval::MakeSimpleEvaluator());
-        Copy(made, TheData().table);
+        datatable::Copy(made, TheData().table);
         return made;
     }();
     return table;
