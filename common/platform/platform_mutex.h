@@ -30,7 +30,12 @@ private:
 ///
 /// It belongs to one thread at a time, which may lock it again, also through another object of that
 /// name. When the thread or its process ends, however it does, the next one gets it. It lasts while
-/// anybody has it open; no file stands for it, and no child program inherits it.
+/// anybody has it open, and no child program inherits it.
+///
+/// Linux: a name is one lock for all processes of a user that see the same /tmp, in whichever
+/// session, container or network they are. A process that releases and comes back does not overtake
+/// one that waits; threads of a process get it in the order they asked. A forked child has open
+/// what its parent has, and owns nothing.
 class NamedMutex
 {
 public:

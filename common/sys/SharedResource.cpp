@@ -1,8 +1,12 @@
 #include "sys/SharedResource.h"
 
 #include "foundation/KviError.h"
+#include "foundation/gtl_status_exception.h"
+#include "platform/platform_fork.h"
 
+#include <exception>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -11,26 +15,30 @@ namespace sys::thread
 namespace
 {
 
-/// The mutex that opening and closing @p name take turns with.
-std::wstring DoorName(const std::wstring& name) { return name + L" (opening)"; }
+/// The mutex that takes turns opening and closing @p name.
+std::wstring TurnName(const std::wstring& name) { return name + L" (opening)"; }
 
-/// Holds a door's mutex.
-class Door
+/// Holds that mutex.
+class Turn
 {
 public:
-    explicit Door(const std::wstring& name) : made_(mutex_.Create(DoorName(name)))
+    explicit Turn(const std::wstring& name) : made_(mutex_.Create(TurnName(name)))
     {
-        if (made_.ok())
-            mutex_.Lock();
+        if (!made_.ok())
+            return;
+        mutex_.Lock();
+        if (mutex_.Depth() == 0)
+            made_ = KviError::err_sysserv(L"WaitForSingleObject");
     }
-    ~Door()
+    ~Turn()
     {
         if (mutex_.Depth() > 0)
             mutex_.Unlock();
     }
-    Door(const Door&) = delete;
-    Door& operator=(const Door&) = delete;
-    const gtl::status& Made() const { return made_; }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    /// Ok while the mutex is held; otherwise why not.
+    const gtl::status& State() const { return made_; }
 
 private:
     impl::SystemExclusiveAccess mutex_;
@@ -57,6 +65,7 @@ public:
     static SharedResourceManager& Instance()
     {
         static SharedResourceManager& manager = *new SharedResourceManager;
+        platform::AddForkHandler(forkHandler);
         return manager;
     }
 
@@ -65,19 +74,22 @@ public:
         if (resource == nullptr)
             return OpenError(L"There is no resource.");
         {
-            const auto open = open_.Access();
-            if (!open->emplace(name, resource).second)
+            const std::lock_guard guard(lock_);
+            if (!entries_.try_emplace(name, Entry{resource, false, {}}).second)
                 return OpenError(L"This process has a resource of that name open.");
-            resource->name_ = name;
-            resource->flags_ = flags;
         }
-        // Hooks run without the manager's lock: they may take their time, and open others.
+        // From here on the entry is this thread's until it is open, or erased. Hooks run without
+        // the manager's lock: they may take their time, and open others.
+        resource->name_ = name;
+        resource->flags_ = flags;
         gtl::status opened = OpenAmongProcesses(*resource);
         if (!opened.ok())
-        {
             (void)resource->mutex_.Close(); // cannot fail
-            open_.Access()->erase(name);
-        }
+        const std::lock_guard guard(lock_);
+        if (opened.ok())
+            entries_[name] = {resource, true, resource->mutex_};
+        else
+            entries_.erase(name);
         return opened;
     }
 
@@ -85,46 +97,91 @@ public:
     {
         SharedResource* resource = nullptr;
         {
-            const auto open = open_.Access();
-            const auto found = open->find(name);
-            if (found == open->end())
+            const std::lock_guard guard(lock_);
+            const auto found = entries_.find(name);
+            if (found == entries_.end() || !found->second.open)
                 return gtl::status(
                     L"Attempt to close resource %s, when that resource does not exist.", name);
-            resource = found->second;
-            open->erase(found);
+            resource = found->second.resource;
+            found->second = {resource, false, {}}; // this thread's until it is erased
         }
-        const Door door(name);
-        gtl::status closed = resource->OnClose();
+        const Turn turn(name);
+        gtl::status closed = Run(*resource, &SharedResource::OnClose);
         (void)resource->mutex_.Close(); // cannot fail
-        if (ExistsAnywhere(name))
-            return closed;
-        gtl::status destroyed = resource->OnDestroy();
-        return closed.ok() ? destroyed : closed;
+        // Without a turn nobody knows whether another process is opening it.
+        gtl::status last = turn.State();
+        if (last.ok() && !ExistsAnywhere(name))
+            last = Run(*resource, &SharedResource::OnDestroy);
+        const std::lock_guard guard(lock_);
+        entries_.erase(name);
+        return closed.ok() ? last : closed;
     }
 
     std::optional<impl::SystemExclusiveAccess> MutexOf(const std::wstring& name)
     {
-        const auto open = open_.Access();
-        const auto found = open->find(name);
-        if (found == open->end() || !found->second->mutex_.IsReady())
+        const std::lock_guard guard(lock_);
+        const auto found = entries_.find(name);
+        if (found == entries_.end() || !found->second.open)
             return std::nullopt;
-        return found->second->mutex_;
+        return found->second.mutex;
     }
 
 private:
+    /// A name is open, or a thread is opening or closing it.
+    struct Entry
+    {
+        SharedResource* resource;
+        bool open;
+        impl::SystemExclusiveAccess mutex;
+    };
+
+    using Hook = gtl::status (SharedResource::*)();
+
+    static gtl::status Run(SharedResource& resource, Hook hook)
+    try
+    {
+        return (resource.*hook)();
+    }
+    catch (const gtl::status_exception& exception)
+    {
+        return exception.status();
+    }
+    catch (const std::exception& exception)
+    {
+        return KviError::unexpected_exception(std::string_view(exception.what()));
+    }
+    catch (...)
+    {
+        return KviError::unexpected_exception(std::string_view());
+    }
+
     static gtl::status OpenAmongProcesses(SharedResource& resource)
     {
-        const Door door(resource.name_);
-        if (!door.Made().ok())
-            return OpenError(door.Made().as_wstring());
+        const Turn turn(resource.name_);
+        if (!turn.State().ok())
+            return OpenError(turn.State().as_wstring());
         const bool first = !ExistsAnywhere(resource.name_);
         if (const gtl::status made = resource.mutex_.Create(resource.name_); !made.ok())
             return OpenError(made.as_wstring());
-        return first ? resource.OnCreate() : resource.OnOpen();
+        return Run(resource, first ? &SharedResource::OnCreate : &SharedResource::OnOpen);
     }
 
-    ExclusiveAccessOf<std::map<std::wstring, SharedResource*>, impl::ProcessExclusiveAccess> open_;
+    /// What other threads of the parent were opening or closing is not open in a forked child.
+    static void ForgetParent()
+    {
+        SharedResourceManager& manager = Instance();
+        std::erase_if(manager.entries_, [](const auto& entry) { return !entry.second.open; });
+        manager.lock_.unlock();
+    }
+
+    static constinit platform::ForkHandler forkHandler;
+    std::mutex lock_;
+    std::map<std::wstring, Entry> entries_;
 };
+
+constinit platform::ForkHandler SharedResourceManager::forkHandler{
+    platform::ForkRank::service, [] { Instance().lock_.lock(); }, [] { Instance().lock_.unlock(); },
+    &SharedResourceManager::ForgetParent};
 
 SharedResource::SharedResource() = default;
 SharedResource::~SharedResource() = default;

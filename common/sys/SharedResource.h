@@ -18,10 +18,13 @@ namespace sys::thread
 /// A process has a name open once. The first one anywhere to open it runs OnCreate, every other one
 /// OnOpen; closing runs OnClose, and OnDestroy where nobody else has it open any more. Among
 /// processes these four run one after the other; when one fails at opening, the name is not open.
-/// A process that dies closes everything, without the hooks: whoever has the name open next finds
-/// what it left behind.
+/// An exception out of a hook is an error like one that it returns. A process that dies closes
+/// everything, without the hooks: whoever opens the name next finds what it left behind. A forked
+/// child has open what its parent has.
 ///
-/// Threads: the static functions are for any. The object must live until it is closed.
+/// Threads: the static functions are for any; while one thread opens or closes a name, it counts as
+/// taken for another Open and as not open for everything else. The object must live until it is
+/// closed.
 class KVI_API SharedResource
 {
 public:
@@ -33,12 +36,15 @@ public:
     /// Opens @p resource under @p name.
     /// @param flags  kept for the resource's own use
     /// @returns ok; or an error of "sys::thread::SharedResourceManager::Open": no resource, a name
-    /// that this process has open, a mutex that could not be made; or what the hook returned
+    /// that this process has open, a mutex that could not be made or locked; or what the hook
+    /// returned
     static gtl::status Open(const std::wstring& name, SharedResource* resource,
                             unsigned long flags);
     /// Closes what this process has open under @p name. While somebody still has it locked it
     /// counts as open, and OnDestroy does not run.
-    /// @returns ok, an error when it has nothing open, or what a hook returned (it is closed then)
+    /// @returns ok, an error when it has nothing open, or what a hook returned (it is closed then).
+    /// Where the turn among processes could not be had, that error: it is closed, OnDestroy did not
+    /// run.
     static gtl::status Close(const std::wstring& name);
     /// Whether any process has @p name open.
     static bool IsOpenAnywhere(const std::wstring& name);

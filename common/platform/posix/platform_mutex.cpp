@@ -1,28 +1,25 @@
-// A named mutex is a name in the kernel's table of local sockets (an "abstract" name, which is in
-// no folder): only one socket can have it, and the kernel gives it up at the very moment when the
-// owner's process ends. Those who wait are connected to that socket and see it close. A file with a
-// lock would do the same until somebody removes the file.
+// Named mutexes are ranges of one file of the user, locked by its open file description: the kernel
+// releases them at the moment the owner's process ends, no file has to be removed, and no name in
+// the file is another user's to take. Each mutex has three bytes:
+//   turn      held by the process that is next, while it waits for the owner
+//   owner     held by the owner
+//   presence  shared by all processes that have the mutex open
+// Who wants the mutex takes turn before owner. So an owner that comes back at once does not
+// overtake the process that waits, which holds turn.
 
 #include "platform/platform_mutex.h"
 
+#include "platform/platform_park.h"
 #include "platform/posix/platform_names_impl.h"
+#include "platform/posix/posix_lockfile_impl.h"
 
-#include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <condition_variable>
-#include <cstdio>
-#include <cstring>
 #include <map>
-#include <mutex>
 #include <thread>
-#include <time.h>
-#include <utility>
 #include <vector>
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace platform
@@ -41,95 +38,98 @@ void CriticalSection::Unlock() { section_->mutex.unlock(); }
 
 namespace
 {
+using posix::Descriptor;
+using posix::LockFile;
+using posix::NamedObjectsLock;
 
-constexpr int kBacklog = 4096; // processes that wait at once
-constexpr timespec kMoment{0, 50'000};
+constexpr off_t kTurn = 0, kOwner = 1, kPresence = 2, kBytes = 4; // of one mutex
 
-class Socket
+/// A mutex as this process knows it. Everything but the calls on the file under NamedObjectsLock.
+struct State
 {
-public:
-    Socket() = default;
-    ~Socket() { Close(); }
-    Socket(Socket&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-    Socket& operator=(Socket&& other) noexcept
-    {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-
-    bool Open() { return (number_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) >= 0; }
-    void Close()
-    {
-        if (number_ >= 0)
-            ::close(std::exchange(number_, -1));
-    }
-    int Number() const { return number_; }
-
-private:
-    int number_ = -1;
+    std::string key;
+    off_t base = 0;
+    std::shared_ptr<LockFile> file;
+    int handles = 0; // objects of this process with that name
+    unsigned generation = posix::ForkGeneration();
+    // Threads of this process come one after the other.
+    std::uint32_t lastTicket = 0;
+    std::atomic<std::uint32_t> serving{0};
+    std::thread::id owner; // none while waiting for another process
+    int depth = 0;
 };
 
-/// Whether a process of this user is at the other end.
-bool IsOurs(const Socket& socket)
+std::map<std::string, std::shared_ptr<State>>& States()
 {
-    ucred other{};
-    socklen_t size = sizeof other;
-    return ::getsockopt(socket.Number(), SOL_SOCKET, SO_PEERCRED, &other, &size) == 0 &&
-           other.uid == ::geteuid();
+    static auto& states = *new std::map<std::string, std::shared_ptr<State>>;
+    return states;
 }
 
-/// Calls bind or connect with the abstract name @p name.
-template <class Call>
-bool WithName(Call call, const Socket& socket, const std::string& name)
+/// Forgets, in a forked child, the threads of the parent.
+void ForgetParent(State& state)
 {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::size_t length = std::min(name.size(), sizeof address.sun_path - 1);
-    std::memcpy(address.sun_path + 1, name.data(), length);
-    return call(socket.Number(), reinterpret_cast<const sockaddr*>(&address),
-                static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length)) == 0;
+    if (state.generation == posix::ForkGeneration())
+        return;
+    state.generation = posix::ForkGeneration();
+    state.lastTicket = 0;
+    state.serving = 0;
+    state.owner = {};
+    state.depth = 0;
 }
 
-/// Whether any process has a socket whose name begins with @p prefix.
-bool IsNameInUse(const std::string& prefix)
+/// Lets the next thread of this process try.
+void PassOn(State& state)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> table(std::fopen("/proc/net/unix", "re"),
-                                                                &std::fclose);
-    if (!table)
-        return false;
-    char line[512];
-    while (std::fgets(line, sizeof line, table.get()) != nullptr)
-        if (std::strstr(line, (" @" + prefix).c_str()) != nullptr)
-            return true;
-    errno = ENOENT;
-    return false;
+    state.owner = {};
+    state.depth = 0;
+    state.file->Unlock(state.base + kOwner, 1);
+    ++state.serving;
+    WakeAll(state.serving);
 }
 
-/// What the objects of this process with one name have in common.
-class Record : public NamedMutex, public std::enable_shared_from_this<Record>
+std::shared_ptr<LockFile> OpenLockFile(uid_t user)
 {
-public:
-    explicit Record(std::string name) : name_(std::move(name)) {}
+    const Descriptor folder = impl::UserFolder(user);
+    if (!folder.IsOpen())
+        return nullptr;
+    Descriptor file(::openat(folder.Number(), "locks",
+                             O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+    struct stat about;
+    if (!file.IsOpen() || ::fstat(file.Number(), &about) != 0)
+        return nullptr;
+    if (!S_ISREG(about.st_mode) || about.st_uid != user)
+    {
+        errno = EACCES;
+        return nullptr;
+    }
+    ::futimens(file.Number(), nullptr); // what removes old temporary files sees that it is in use
+    return std::make_shared<LockFile>(std::move(file));
+}
 
-    bool ShowPresence();
-    Outcome Acquire(bool wait) override;
-    bool Release() override;
-    /// Gives the mutex up for a thread that has ended.
-    void Abandon(std::thread::id owner);
+/// The file of the locks of @p user; under NamedObjectsLock.
+std::shared_ptr<LockFile> FileOf(uid_t user)
+{
+    static std::map<uid_t, std::weak_ptr<LockFile>> files;
+    std::weak_ptr<LockFile>& known = files[user];
+    if (auto file = known.lock(); file && !file->IsRemoved())
+        return file;
+    auto file = OpenLockFile(user);
+    known = file;
+    return file;
+}
 
-private:
-    Outcome TakeName(bool wait);
-    void PassOn();
-
-    const std::string name_;
-    Socket presence_; // tells other processes that the mutex exists
-    std::mutex lock_;
-    std::condition_variable free_;
-    bool busy_ = false;     // a thread of this process has it or waits for another process
-    std::thread::id owner_; // none while waiting
-    int depth_ = 0;
-    Socket owned_;
-};
+/// Waits for the other processes.
+NamedMutex::Outcome TakeFromOthers(const LockFile& file, off_t base, bool wait)
+{
+    using Outcome = NamedMutex::Outcome;
+    if (!file.Lock(base + kTurn, 1, wait))
+        return !wait && errno == EAGAIN ? Outcome::busy : Outcome::failed;
+    const bool owned = file.Lock(base + kOwner, 1, wait);
+    const int error = errno;
+    file.Unlock(base + kTurn, 1);
+    errno = error;
+    return owned ? Outcome::owned : !wait && error == EAGAIN ? Outcome::busy : Outcome::failed;
+}
 
 /// Gives up what a thread holds when it ends.
 class HeldByThread
@@ -137,21 +137,23 @@ class HeldByThread
 public:
     ~HeldByThread()
     {
-        for (const auto& held : records_)
-            if (const auto record = held.lock())
-                record->Abandon(std::this_thread::get_id());
+        const std::lock_guard guard(NamedObjectsLock());
+        for (const auto& held : states_)
+            if (const auto state = held.lock())
+                if (ForgetParent(*state); state->owner == std::this_thread::get_id())
+                    PassOn(*state);
     }
-    void Add(std::weak_ptr<Record> record) { records_.push_back(std::move(record)); }
-    void Remove(const Record* record)
+    void Add(std::weak_ptr<State> state) { states_.push_back(std::move(state)); }
+    void Remove(const State* state)
     {
-        std::erase_if(records_, [&](const auto& held) {
+        std::erase_if(states_, [&](const auto& held) {
             const auto one = held.lock();
-            return !one || one.get() == record;
+            return !one || one.get() == state;
         });
     }
 
 private:
-    std::vector<std::weak_ptr<Record>> records_;
+    std::vector<std::weak_ptr<State>> states_;
 };
 
 HeldByThread& Held()
@@ -160,139 +162,144 @@ HeldByThread& Held()
     return held;
 }
 
-bool Record::ShowPresence()
+class RangeMutex : public NamedMutex
 {
-    static std::atomic<unsigned> counter{0};
-    const std::string own =
-        name_ + ":" + std::to_string(::getpid()) + "." + std::to_string(counter.fetch_add(1));
-    return presence_.Open() && WithName(::bind, presence_, own);
+public:
+    explicit RangeMutex(std::shared_ptr<State> state) : state_(std::move(state)) {}
+    ~RangeMutex() override;
+    Outcome Acquire(bool wait) override;
+    bool Release() override;
+
+private:
+    bool WaitForTurn(std::unique_lock<std::mutex>& lock, bool wait);
+    Outcome TakeInTurn(std::unique_lock<std::mutex>& lock, bool wait);
+
+    const std::shared_ptr<State> state_;
+};
+
+RangeMutex::~RangeMutex()
+{
+    const std::lock_guard guard(NamedObjectsLock());
+    if (--state_->handles > 0)
+        return;
+    state_->file->Unlock(state_->base + kOwner, 1);
+    state_->file->Unshare(state_->base + kPresence, 1);
+    States().erase(state_->key);
 }
 
-NamedMutex::Outcome Record::Acquire(bool wait)
+/// Waits for the threads of this process that came before. @returns false when it must not wait
+bool RangeMutex::WaitForTurn(std::unique_lock<std::mutex>& lock, bool wait)
 {
-    const auto self = std::this_thread::get_id();
+    State& state = *state_;
+    if (!wait && state.serving != state.lastTicket)
+        return false;
+    const std::uint32_t ticket = state.lastTicket++;
+    for (std::uint32_t now; (now = state.serving) != ticket;)
     {
-        std::unique_lock lock(lock_);
-        if (owner_ == self)
-        {
-            ++depth_;
-            return Outcome::owned;
-        }
-        if (busy_ && !wait)
-            return Outcome::busy;
-        free_.wait(lock, [this] { return !busy_; });
-        busy_ = true;
+        lock.unlock();
+        SleepOn(state.serving, now);
+        lock.lock();
     }
-    const Outcome outcome = TakeName(wait);
-    const int error = errno;
-    {
-        const std::lock_guard lock(lock_);
-        if (outcome == Outcome::owned)
-        {
-            owner_ = self;
-            depth_ = 1;
-        }
-        else
-            PassOn();
-    }
-    if (outcome == Outcome::owned)
-        Held().Add(weak_from_this());
-    errno = error;
-    return outcome;
-}
-
-/// Lets the next thread of this process try; under the lock.
-void Record::PassOn()
-{
-    owner_ = {};
-    depth_ = 0;
-    busy_ = false;
-    owned_.Close();
-    free_.notify_one();
-}
-
-/// Gets the name in the kernel's table.
-NamedMutex::Outcome Record::TakeName(bool wait)
-{
-    for (;;)
-    {
-        Socket mine, watch;
-        if (!mine.Open())
-            return Outcome::failed;
-        if (WithName(::bind, mine, name_))
-        {
-            if (::listen(mine.Number(), kBacklog) != 0)
-                return Outcome::failed;
-            owned_ = std::move(mine);
-            return Outcome::owned;
-        }
-        if (errno != EADDRINUSE)
-            return Outcome::failed;
-        if (!wait)
-            return Outcome::busy;
-        if (!watch.Open())
-            return Outcome::failed;
-        if (!WithName(::connect, watch, name_))
-        {
-            // Between two owners, or before the owner listens.
-            if (errno != ECONNREFUSED && errno != EINTR)
-                return Outcome::failed;
-            ::nanosleep(&kMoment, nullptr);
-            continue;
-        }
-        if (!IsOurs(watch)) // any user may take any name
-        {
-            errno = EACCES;
-            return Outcome::failed;
-        }
-        pollfd closed{watch.Number(), POLLIN, 0};
-        while (::poll(&closed, 1, -1) < 0 && errno == EINTR)
-        {
-        }
-    }
-}
-
-bool Record::Release()
-{
-    {
-        const std::lock_guard lock(lock_);
-        if (owner_ != std::this_thread::get_id())
-        {
-            errno = EPERM;
-            return false;
-        }
-        if (--depth_ > 0)
-            return true;
-        PassOn();
-    }
-    Held().Remove(this);
     return true;
 }
 
-void Record::Abandon(std::thread::id owner)
+NamedMutex::Outcome RangeMutex::TakeInTurn(std::unique_lock<std::mutex>& lock, bool wait)
 {
-    const std::lock_guard lock(lock_);
-    if (owner_ == owner)
-        PassOn();
+    State& state = *state_;
+    for (;;)
+    {
+        const std::shared_ptr<LockFile> file = state.file;
+        lock.unlock();
+        const Outcome outcome = TakeFromOthers(*file, state.base, wait);
+        const int error = errno;
+        const bool removed = outcome == Outcome::owned && file->IsRemoved();
+        lock.lock();
+        errno = error;
+        if (!removed)
+            return outcome;
+        // Others cannot find this file any more: a lock on it excludes nobody.
+        auto fresh = FileOf(::geteuid());
+        if (!fresh || !fresh->Share(state.base + kPresence, 1))
+            return Outcome::failed;
+        state.file = std::move(fresh);
+    }
+}
+
+NamedMutex::Outcome RangeMutex::Acquire(bool wait)
+{
+    State& state = *state_;
+    const auto self = std::this_thread::get_id();
+    std::unique_lock lock(NamedObjectsLock());
+    ForgetParent(state);
+    if (state.owner == self)
+    {
+        ++state.depth;
+        return Outcome::owned;
+    }
+    if (!WaitForTurn(lock, wait))
+        return Outcome::busy;
+    const Outcome outcome = TakeInTurn(lock, wait);
+    if (outcome != Outcome::owned)
+    {
+        const int error = errno;
+        PassOn(state);
+        errno = error;
+        return outcome;
+    }
+    state.owner = self;
+    state.depth = 1;
+    Held().Add(state_);
+    return outcome;
+}
+
+bool RangeMutex::Release()
+{
+    const std::lock_guard guard(NamedObjectsLock());
+    ForgetParent(*state_);
+    if (state_->owner != std::this_thread::get_id())
+    {
+        errno = EPERM;
+        return false;
+    }
+    if (--state_->depth > 0)
+        return true;
+    PassOn(*state_);
+    Held().Remove(state_.get());
+    return true;
 }
 
 std::shared_ptr<NamedMutex> Find(const std::wstring& name, bool mustExist)
 {
-    static std::mutex lock;
-    static std::map<std::string, std::weak_ptr<Record>> records;
-
-    const std::string full = "kvi-" + std::to_string(::geteuid()) + "-" + impl::SafeName(name);
-    const std::lock_guard guard(lock);
-    if (auto record = records[full].lock())
-        return record;
-    std::erase_if(records, [](const auto& entry) { return entry.second.expired(); });
-    if (mustExist && !IsNameInUse(full + ":"))
-        return nullptr;
-    auto record = std::make_shared<Record>(full);
-    if (!record->ShowPresence())
-        return nullptr;
-    records[full] = record;
-    return record;
+    const uid_t user = ::geteuid();
+    const std::string safe = impl::SafeName(name);
+    const std::lock_guard guard(NamedObjectsLock());
+    std::shared_ptr<State>& entry = States()[std::to_string(user) + "-" + safe];
+    if (!entry)
+    {
+        auto state = std::make_shared<State>();
+        state->key = std::to_string(user) + "-" + safe;
+        state->base = static_cast<off_t>(impl::NumberOf(safe)) * kBytes;
+        state->file = FileOf(user);
+        off_t other = 0;
+        bool usable = state->file != nullptr;
+        if (usable && mustExist)
+            usable = state->file->FindOther(state->base + kPresence, 1, other);
+        if (usable && mustExist && other == 0)
+        {
+            errno = ENOENT;
+            usable = false;
+        }
+        if (!usable || !state->file->Share(state->base + kPresence, 1))
+        {
+            const int error = errno;
+            States().erase(state->key);
+            errno = error;
+            return nullptr;
+        }
+        entry = std::move(state);
+    }
+    ++entry->handles;
+    return std::make_shared<RangeMutex>(entry);
 }
 
 } // namespace

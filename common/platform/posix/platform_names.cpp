@@ -3,11 +3,11 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
+#include <utility>
 
+#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace platform::impl
 {
@@ -17,8 +17,8 @@ namespace
 constexpr std::size_t kReadable = 32; // letters of a name that are kept as they are
 constexpr char kHex[] = "0123456789abcdef";
 
-/// The 128-bit FNV-1a hash of @p bytes as 32 digits.
-std::string Hash(std::string_view bytes)
+/// The 128-bit FNV-1a hash of @p bytes, upper and lower half.
+std::pair<std::uint64_t, std::uint64_t> HashOf(std::string_view bytes)
 {
     // The prime is 2^88 + 0x13b, so a product is a shift and a small product of two halves.
     std::uint64_t high = 0x6c62272e07bb0142, low = 0x62b821756295c58d;
@@ -31,24 +31,18 @@ std::string Hash(std::string_view bytes)
         high = high * 0x13b + (upper >> 32) + (sum < lower ? 1 : 0) + shifted;
         low = sum;
     }
+    return {high, low};
+}
+
+/// The hash as 32 digits.
+std::string Hash(std::string_view bytes)
+{
+    const auto [high, low] = HashOf(bytes);
     std::string digits;
     for (const std::uint64_t half : {high, low})
         for (int shift = 60; shift >= 0; shift -= 4)
             digits += kHex[half >> shift & 15];
     return digits;
-}
-
-bool IsPrivateFolder(const std::string& path)
-{
-    struct stat found
-    {
-    };
-    if (::lstat(path.c_str(), &found) != 0)
-        return false;
-    if (S_ISDIR(found.st_mode) && found.st_uid == ::geteuid() && (found.st_mode & 077) == 0)
-        return true;
-    errno = EACCES; // somebody else put it there
-    return false;
 }
 
 } // namespace
@@ -78,19 +72,27 @@ std::string SafeName(const std::wstring& name)
     return safe.size() <= kReadable ? safe : safe.substr(0, kReadable) + "%h" + Hash(bytes);
 }
 
-std::string RuntimeFolder()
+std::uint64_t NumberOf(const std::string& name)
 {
-    const char* const given = std::getenv("XDG_RUNTIME_DIR"); // NOLINT(concurrency-mt-unsafe)
-    if (given != nullptr && given[0] == '/')
-    {
-        std::string path = std::string(given) + "/kvi";
-        if ((::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST) && IsPrivateFolder(path))
-            return path;
-    }
-    std::string path = "/tmp/kvi-" + std::to_string(::geteuid());
-    if ((::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) || !IsPrivateFolder(path))
-        return {};
-    return path;
+    const auto [high, low] = HashOf(name);
+    return (high ^ low) & ((std::uint64_t{1} << 60) - 1);
+}
+
+std::string UserFolderPath(uid_t user) { return "/tmp/kvi-" + std::to_string(user); }
+
+posix::Descriptor UserFolder(uid_t user)
+{
+    const std::string path = UserFolderPath(user);
+    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
+        return posix::Descriptor();
+    posix::Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat about;
+    if (!folder.IsOpen() || ::fstat(folder.Number(), &about) != 0)
+        return posix::Descriptor();
+    if (about.st_uid == user && (about.st_mode & 077) == 0)
+        return folder;
+    errno = EACCES; // another user made it
+    return posix::Descriptor();
 }
 
 } // namespace platform::impl

@@ -2,7 +2,12 @@
 /// Names that several processes of one user share.
 #pragma once
 
+#include "platform/posix/posix_file_impl.h"
+
+#include <cstdint>
 #include <string>
+
+#include <sys/types.h>
 
 namespace platform::impl
 {
@@ -11,9 +16,16 @@ namespace platform::impl
 /// no way out of a folder. A leading "Global\" or "Local\" means nothing here and is left out.
 std::string SafeName(const std::wstring& name);
 
-/// This user's private folder for what lives no longer than its processes: $XDG_RUNTIME_DIR/kvi, or
-/// kvi-<user number> among the temporary files. Made when missing.
-/// @returns the empty text, and errno, when there is none that is this user's own
-std::string RuntimeFolder();
+/// A number below 2^60 for the text @p name; the same by chance for one pair of names in 10^18.
+std::uint64_t NumberOf(const std::string& name);
+
+/// /tmp/kvi-<user number>, without a separator at its end.
+std::string UserFolderPath(uid_t user);
+
+/// The private folder, for what lives no longer than its processes, of the user @p user:
+/// UserFolderPath, whatever the environment says, so that all processes of the user that see the
+/// same files meet there. Made when missing.
+/// @returns none, and errno, if it is not a folder that this user alone may enter
+posix::Descriptor UserFolder(uid_t user);
 
 } // namespace platform::impl

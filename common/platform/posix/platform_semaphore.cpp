@@ -3,10 +3,10 @@
 
 #include "platform/posix/platform_names_impl.h"
 #include "platform/posix/platform_wait_impl.h"
+#include "platform/posix/posix_lockfile_impl.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -33,36 +33,17 @@ constexpr std::int32_t RoomFor(std::int32_t count) { return (2 * count / kPage +
 constexpr std::int32_t kMostCounts = 500'000;
 static_assert(RoomFor(kMostCounts) <= 1 << 20, "the system's limit for a pipe");
 
-struct flock Range(short type, off_t start, off_t length)
-{
-    struct flock range
-    {
-    };
-    range.l_type = type;
-    range.l_whence = SEEK_SET;
-    range.l_start = start;
-    range.l_len = length;
-    return range;
-}
-
-bool SetLock(int file, short type, off_t start, off_t length = 1)
-{
-    struct flock range = Range(type, start, length);
-    int result;
-    do
-        result = ::fcntl(file, F_OFD_SETLKW, &range);
-    while (result != 0 && errno == EINTR);
-    return result == 0;
-}
-
 class Locked
 {
 public:
-    Locked(int file, off_t what) : file_(file), what_(what), held_(SetLock(file, F_WRLCK, what)) {}
+    Locked(const posix::LockFile& file, off_t what)
+        : file_(file), what_(what), held_(file.Lock(what, 1, true))
+    {
+    }
     ~Locked()
     {
         const int error = errno;
-        SetLock(file_, F_UNLCK, what_);
+        file_.Unlock(what_, 1);
         errno = error;
     }
     Locked(const Locked&) = delete;
@@ -70,19 +51,10 @@ public:
     bool Held() const { return held_; }
 
 private:
-    int file_;
+    const posix::LockFile& file_;
     off_t what_;
     bool held_;
 };
-
-/// The maximum that the other holders have; 0 when there are none.
-std::int32_t MaximumOfOthers(int file)
-{
-    struct flock range = Range(F_WRLCK, kMaximum, 0);
-    if (::fcntl(file, F_OFD_GETLK, &range) != 0 || range.l_type == F_UNLCK)
-        return 0;
-    return static_cast<std::int32_t>(range.l_len);
-}
 
 bool IsPipe(int file)
 {
@@ -128,16 +100,18 @@ bool StartCounts(int file, std::int32_t count)
 
 struct NamedSemaphore : Waitable
 {
-    NamedSemaphore(int file, std::string name) : Waitable(Kind::tokens), path(std::move(name))
+    NamedSemaphore(posix::Descriptor pipe, std::string name)
+        : Waitable(Kind::tokens), path(std::move(name)), file_(std::move(pipe))
     {
-        descriptor = file;
-        owned = true;
+        descriptor = file_.Number();
     }
     ~NamedSemaphore() override
     {
-        const Locked door(descriptor, kDoor);
-        SetLock(descriptor, F_UNLCK, kMaximum, 0);
-        if (MaximumOfOthers(descriptor) == 0 && StillNamed(descriptor, path))
+        const Locked door(file_, kDoor);
+        if (maximum_ != 0)
+            file_.Unshare(kMaximum, maximum_);
+        off_t others = 0;
+        if (file_.FindOther(kMaximum, 0, others) && others == 0 && StillNamed(descriptor, path))
             ::unlink(path.c_str());
         errno = 0;
     }
@@ -145,24 +119,17 @@ struct NamedSemaphore : Waitable
     bool Release(std::int32_t n) override
     {
         // The test and the gift belong together, for other threads and for other processes.
-        const std::lock_guard threads(giving_);
-        const Locked giving(descriptor, kGiving);
-        int there = 0;
-        if (!giving.Held() || ::ioctl(descriptor, FIONREAD, &there) != 0)
-            return false;
-        if (n <= 0 || n > maximum - there)
-        {
-            errno = n <= 0 ? EINVAL : EOVERFLOW;
-            return false;
-        }
-        return PutCounts(descriptor, n);
+        file_.EnterThread();
+        const bool given = Give(n);
+        file_.LeaveThread();
+        return given;
     }
 
     /// Becomes one of the holders, the first one with @p count.
     /// @returns false with errno 0 when the file has lost its name meanwhile
     bool Join(std::int32_t wanted)
     {
-        const Locked door(descriptor, kDoor);
+        const Locked door(file_, kDoor);
         if (!door.Held())
             return false;
         if (!StillNamed(descriptor, path))
@@ -170,17 +137,36 @@ struct NamedSemaphore : Waitable
             errno = 0;
             return false;
         }
-        const std::int32_t others = MaximumOfOthers(descriptor);
-        if (others == 0 && !StartCounts(descriptor, wanted))
+        off_t others = 0;
+        if (!file_.FindOther(kMaximum, 0, others) ||
+            (others == 0 && !StartCounts(descriptor, wanted)))
             return false;
-        maximum = others == 0 ? wanted : others;
-        return SetLock(descriptor, F_RDLCK, kMaximum, maximum);
+        const std::int32_t most = others == 0 ? wanted : static_cast<std::int32_t>(others);
+        if (!file_.Share(kMaximum, most))
+            return false;
+        maximum_ = most;
+        return true;
     }
 
     const std::string path;
 
 private:
-    std::mutex giving_; // the lock of the file is one for all threads that share its descriptor
+    bool Give(std::int32_t n)
+    {
+        const Locked giving(file_, kGiving);
+        int there = 0;
+        if (!giving.Held() || ::ioctl(descriptor, FIONREAD, &there) != 0)
+            return false;
+        if (n <= 0 || n > maximum_ - there)
+        {
+            errno = n <= 0 ? EINVAL : EOVERFLOW;
+            return false;
+        }
+        return PutCounts(descriptor, n);
+    }
+
+    posix::LockFile file_; // a forked child gets one of its own, under the same number
+    std::int32_t maximum_ = 0;
 };
 
 } // namespace
@@ -188,26 +174,30 @@ private:
 WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count)
 {
     errno = EINVAL;
-    const std::string folder = count > 0 && count <= kMostCounts ? impl::RuntimeFolder() : "";
-    if (folder.empty())
+    if (count <= 0 || count > kMostCounts)
         return nullptr;
-    const std::string path = folder + "/semaphore-" + impl::SafeName(name);
+    const uid_t user = ::geteuid();
+    const posix::Descriptor folder = impl::UserFolder(user);
+    if (!folder.IsOpen())
+        return nullptr;
+    const std::string leaf = "semaphore-" + impl::SafeName(name);
     for (;;)
     {
-        if (::mkfifo(path.c_str(), 0600) != 0 && errno != EEXIST)
+        if (::mkfifoat(folder.Number(), leaf.c_str(), 0600) != 0 && errno != EEXIST)
             return nullptr;
-        const int file = ::open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW);
-        if (file < 0 && errno == ENOENT)
+        posix::Descriptor file(
+            ::openat(folder.Number(), leaf.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
+        if (!file.IsOpen() && errno == ENOENT)
             continue; // its last holder has just taken it away
-        if (file < 0)
+        if (!file.IsOpen())
             return nullptr;
-        if (!IsPipe(file))
+        if (!IsPipe(file.Number()))
         {
-            ::close(file);
             errno = EEXIST; // somebody else's file
             return nullptr;
         }
-        auto semaphore = std::make_shared<NamedSemaphore>(file, path);
+        auto semaphore = std::make_shared<NamedSemaphore>(std::move(file),
+                                                          impl::UserFolderPath(user) + "/" + leaf);
         if (semaphore->Join(count))
             return semaphore;
         const int error = errno;

@@ -1,7 +1,9 @@
 #include "platform/platform_wait.h"
 
+#include "platform/platform_fork.h"
 #include "platform/posix/platform_futex_impl.h"
 #include "platform/posix/platform_wait_impl.h"
+#include "platform/posix/posix_file_impl.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -41,47 +43,75 @@ using impl::Waiter;
 
 std::mutex& Lock()
 {
-    static std::mutex lock;
+    static std::mutex& lock = *new std::mutex;
     return lock;
 }
 
-bool IsReadable(int descriptor)
+/// The threads that wait; under Lock.
+std::vector<Waiter*>& Waiters()
 {
-    pollfd entry{descriptor, POLLIN, 0};
-    return ::poll(&entry, 1, 0) == 1;
+    static auto& waiters = *new std::vector<Waiter*>;
+    return waiters;
 }
 
-bool IsSignalled(const Waitable& object)
+/// Takes the threads that a forked child does not have off the objects' lists: a signal handed to
+/// them would be lost.
+void ForgetWaiters()
 {
-    return object.IsDescriptor() ? IsReadable(object.descriptor) : object.count > 0;
+    for (const Waiter* const waiter : Waiters())
+        for (std::size_t i = 0; i < waiter->count; ++i)
+            waiter->objects[i]->waiters.clear();
+    Waiters().clear();
+    Lock().unlock();
+}
+
+constinit ForkHandler forkHandler{ForkRank::platform, [] { Lock().lock(); },
+                                  [] { Lock().unlock(); }, &ForgetWaiters};
+
+/// 1 when @p descriptor can be read, 0 when not; below 0, with errno, when it is closed.
+int Readable(int descriptor)
+{
+    pollfd entry{descriptor, POLLIN, 0};
+    const int ready = ::poll(&entry, 1, 0);
+    if (ready == 1 && (entry.revents & POLLNVAL) != 0)
+    {
+        errno = EBADF;
+        return -1;
+    }
+    return ready == 1 ? 1 : 0;
 }
 
 /// Takes what a wait takes from a signalled object.
-bool Take(Waitable& object)
+/// @returns 1, 0 when it is not signalled, below 0 with errno when that cannot be known
+int Take(Waitable& object)
 {
     if (object.kind == Waitable::Kind::tokens)
     {
         char token;
-        return ::read(object.descriptor, &token, 1) == 1; // another process may have been faster
+        if (::read(object.descriptor, &token, 1) == 1) // another process may have been faster
+            return 1;
+        return errno == EAGAIN || errno == EINTR ? 0 : -1;
     }
-    if (!IsSignalled(object))
-        return false;
+    if (object.kind == Waitable::Kind::descriptor)
+        return Readable(object.descriptor);
+    if (object.count == 0)
+        return 0;
     if (object.kind == Waitable::Kind::autoEvent || object.kind == Waitable::Kind::semaphore)
         --object.count;
-    return true;
+    return 1;
 }
 
-/// The object whose signal was taken (for all: 0), or kWaitTimeout for none.
+/// The object whose signal was taken (for all: 0), kWaitTimeout for none, or kWaitFailed.
 int TryTake(const WaitHandle* objects, std::size_t count, bool all)
 {
     if (!all)
     {
         for (std::size_t i = 0; i < count; ++i)
-            if (Take(*objects[i]))
-                return static_cast<int>(i);
+            if (const int taken = Take(*objects[i]); taken != 0)
+                return taken > 0 ? static_cast<int>(i) : kWaitFailed;
         return kWaitTimeout;
     }
-    if (!std::all_of(objects, objects + count, [](const auto& o) { return IsSignalled(*o); }))
+    if (!std::all_of(objects, objects + count, [](const auto& o) { return o->count > 0; }))
         return kWaitTimeout;
     std::for_each(objects, objects + count, [](const auto& o) { Take(*o); });
     return 0;
@@ -100,7 +130,7 @@ void Offer(Waitable& object)
         if (taken < 0)
             continue; // waits for others as well
         waiter->released.store(static_cast<std::uint32_t>(taken) + 1, std::memory_order_release);
-        // The waiter needs the lock to leave, so it still stands here.
+        // The waiter needs the lock to leave, so it is still there.
         if (waiter->wakeDescriptor < 0)
             impl::FutexWake(waiter->released);
         else
@@ -116,11 +146,13 @@ public:
     {
         for (std::size_t i = 0; i < waiter.count; ++i)
             waiter.objects[i]->waiters.push_back(&waiter);
+        Waiters().push_back(&waiter);
     }
     ~Queued()
     {
         for (std::size_t i = 0; i < waiter_.count; ++i)
             std::erase(waiter_.objects[i]->waiters, &waiter_);
+        std::erase(Waiters(), &waiter_);
     }
     Queued(const Queued&) = delete;
     Queued& operator=(const Queued&) = delete;
@@ -142,23 +174,6 @@ bool SleepInPoll(const Waiter& waiter, const Deadline& deadline)
            errno == EINTR;
 }
 
-class WakeDescriptor
-{
-public:
-    explicit WakeDescriptor(bool wanted) : number_(wanted ? ::eventfd(0, EFD_CLOEXEC) : -1) {}
-    ~WakeDescriptor()
-    {
-        if (number_ >= 0)
-            ::close(number_);
-    }
-    WakeDescriptor(const WakeDescriptor&) = delete;
-    WakeDescriptor& operator=(const WakeDescriptor&) = delete;
-    int Number() const { return number_; }
-
-private:
-    int number_;
-};
-
 int Wait(const WaitHandle* objects, std::size_t count, bool all, std::uint32_t milliseconds)
 {
     const bool usable = std::all_of(objects, objects + count, [](const auto& o) { return !!o; });
@@ -169,12 +184,13 @@ int Wait(const WaitHandle* objects, std::size_t count, bool all, std::uint32_t m
         errno = EINVAL;
         return kWaitFailed;
     }
+    AddForkHandler(forkHandler);
     const Deadline deadline(milliseconds);
     std::unique_lock lock(Lock());
     int taken = TryTake(objects, count, all);
-    if (taken >= 0 || milliseconds == 0)
+    if (taken != kWaitTimeout || milliseconds == 0)
         return taken;
-    const WakeDescriptor wake(polls);
+    const posix::Descriptor wake(polls ? ::eventfd(0, EFD_CLOEXEC) : -1);
     if (polls && wake.Number() < 0)
         return kWaitFailed;
     Waiter waiter{objects, count, all, {}, wake.Number()};
@@ -193,7 +209,7 @@ int Wait(const WaitHandle* objects, std::size_t count, bool all, std::uint32_t m
             return static_cast<int>(released) - 1;
         if (!sound)
             return kWaitFailed;
-        if (taken = TryTake(objects, count, all); taken >= 0)
+        if (taken = TryTake(objects, count, all); taken != kWaitTimeout)
             return taken;
         if (deadline.Passed())
             return kWaitTimeout;
@@ -269,6 +285,7 @@ std::intptr_t SystemHandle(const Waitable& object) { return object.descriptor; }
 
 bool SetSignal(Waitable& event)
 {
+    AddForkHandler(forkHandler);
     const std::lock_guard lock(Lock());
     event.count = 1;
     Offer(event);

@@ -3,6 +3,7 @@
 
 #include "RunChild.h"
 #include "fault/posix/tests_fault_posix.h"
+#include "sys/SharedResource.h"
 #include "sys/sys_thread_ExclusiveAccess.h"
 #include "sys/sys_thread_ParallelFor.h"
 #include "sys/sys_thread_Semaphore.h"
@@ -10,14 +11,13 @@
 #include "sys/sys_thread_Worker.h"
 
 #include <atomic>
-#include <cstddef>
-#include <cstring>
 #include <memory>
+#include <sched.h>
 #include <string>
+#include <vector>
 
+#include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 using namespace sys::thread;
@@ -53,7 +53,6 @@ private:
 TEST(LimitsChild, DISABLED_HasNoDescriptorLeft)
 {
     impl::SystemExclusiveAccess lock, late;
-    ASSERT_TRUE(lock.Create(L"kvi limits").ok());
     int pipe[2];
     ASSERT_EQ(::pipe(pipe), 0);
     std::atomic<int> reason{-1};
@@ -69,9 +68,9 @@ TEST(LimitsChild, DISABLED_HasNoDescriptorLeft)
     const gtl::status refused = late.Create(L"kvi limits too");
     ASSERT_FALSE(refused.ok());
     EXPECT_EQ(refused.details()->argument(1), L"CreateMutex");
-    EXPECT_FALSE(lock.TryLock());
-    lock.Lock(); // reported
-    EXPECT_EQ(lock.Depth(), 0);
+    EXPECT_FALSE(late.TryLock());
+    late.Lock(); // reported
+    EXPECT_EQ(late.Depth(), 0);
     Semaphore named(L"kvi limits", 1);
     EXPECT_FALSE(named.SharedHandle());
     EXPECT_FALSE(named.Acquire(0));
@@ -84,7 +83,13 @@ TEST(LimitsChild, DISABLED_HasNoDescriptorLeft)
     EXPECT_TRUE(LoopsAreWhole());
 
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &usual), 0);
+    ASSERT_TRUE(lock.Create(L"kvi limits").ok());
     EXPECT_TRUE(lock.TryLock()) << "nothing is left of the failure";
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    ASSERT_TRUE(late.Create(L"kvi limits too").ok()) << "all mutexes share one descriptor";
+    EXPECT_TRUE(late.TryLock());
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &usual), 0);
+    late.Unlock();
     lock.Unlock();
     ASSERT_EQ(::write(pipe[1], "!", 1), 1);
     EXPECT_EQ(watch(), Worker::firstHandle);
@@ -124,77 +129,98 @@ TEST(ThreadFailures, ForWantOfThreadsAreToldAndLeaveNothing)
     EXPECT_TRUE(child::Run("LimitsChild", "HasNoThreadLeft"));
 }
 
-TEST(LimitsChild, DISABLED_NamesSemaphores)
+/// Runs @p check with @p folder as /tmp.
+template <class Check>
+void ExpectWithTemporary(const fs::path& folder, Check check)
 {
-    const fs::path runtime = std::getenv("XDG_RUNTIME_DIR"); // NOLINT(concurrency-mt-unsafe)
-    const std::wstring names[] = {L"",     L".",         L"..",  L"../../out",
-                                  L"/abs", L"a\\..\\..", L"a\n", std::wstring(100'000, L'n')};
-    {
-        std::vector<Semaphore> all;
-        for (const std::wstring& name : names)
-        {
-            all.emplace_back(name, 1);
-            EXPECT_TRUE(all.back().Acquire(0)) << "a semaphore of its own";
-        }
-        EXPECT_EQ(Count(runtime / "kvi"), std::ssize(names));
-    }
-    EXPECT_EQ(Count(runtime / "kvi"), 0);
-    EXPECT_EQ(Count(runtime), 1);
-    sys_test::Write(runtime / "kvi" / "semaphore-file", "somebody else's");
-    fs::create_symlink(runtime / "out", runtime / "kvi" / "semaphore-link");
-    fs::create_directory(runtime / "kvi" / "semaphore-folder");
-    for (const std::wstring name : {L"file", L"link", L"folder"})
-        EXPECT_FALSE(Semaphore(name, 1).SharedHandle());
-    EXPECT_EQ(sys_test::Read(runtime / "kvi" / "semaphore-file"), "somebody else's");
-    EXPECT_FALSE(fs::exists(runtime / "out"));
-    // A folder that leads elsewhere is not used.
-    fs::remove_all(runtime / "kvi");
-    fs::create_directory(runtime / "elsewhere");
-    fs::create_directory_symlink(runtime / "elsewhere", runtime / "kvi");
-    Semaphore moved(L"kvi limits moved", 1);
-    EXPECT_TRUE(moved.SharedHandle());
-    EXPECT_EQ(Count(runtime / "elsewhere"), 0);
+    const int result = fault_test::InChild([&] {
+        if (::unshare(CLONE_NEWNS) != 0 ||
+            ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount(folder.c_str(), "/tmp", nullptr, MS_BIND, nullptr) != 0)
+            ::_exit(77);
+        check();
+        return !testing::Test::HasFailure();
+    });
+    if (result == 77)
+        GTEST_SKIP() << "only root may give a process another /tmp";
+    EXPECT_EQ(result, 0);
 }
 
 TEST_F(ThreadLimits, NamesLeadNowhereElse)
 {
-    EXPECT_TRUE(child::Run("LimitsChild", "NamesSemaphores", 0,
-                           "XDG_RUNTIME_DIR=\"" + folder.string() + "\" "));
+    const std::wstring names[] = {L"",     L".",         L"..",  L"../../out",
+                                  L"/abs", L"a\\..\\..", L"a\n", std::wstring(100'000, L'n')};
+    ExpectWithTemporary(folder, [&] {
+        const fs::path runtime = "/tmp/kvi-" + std::to_string(::geteuid());
+        {
+            std::vector<Semaphore> all;
+            for (const std::wstring& name : names)
+            {
+                all.emplace_back(name, 1);
+                EXPECT_TRUE(all.back().Acquire(0)) << "a semaphore of its own";
+            }
+            EXPECT_EQ(Count(runtime), std::ssize(names));
+        }
+        EXPECT_EQ(Count(runtime), 0);
+        EXPECT_EQ(Count("/tmp"), 1) << "the folder alone";
+        sys_test::Write(runtime / "semaphore-file", "somebody else's");
+        fs::create_symlink("/tmp/out", runtime / "semaphore-link");
+        fs::create_symlink("/tmp/out", runtime / "locks");
+        fs::create_directory(runtime / "semaphore-folder");
+        for (const std::wstring name : {L"file", L"link", L"folder"})
+            EXPECT_FALSE(Semaphore(name, 1).SharedHandle());
+        impl::SystemExclusiveAccess lock;
+        EXPECT_FALSE(lock.Create(L"kvi limits").ok());
+        EXPECT_EQ(sys_test::Read(runtime / "semaphore-file"), "somebody else's");
+        EXPECT_FALSE(fs::exists("/tmp/out"));
+    });
 }
 
-TEST_F(ThreadLimits, AMutexNameThatAnotherUserHasIsRefused)
+/// Whoever makes the user's folder first, or leads it elsewhere, makes the names unusable: an
+/// error, and nobody goes on without the lock.
+TEST_F(ThreadLimits, AFolderOfNamesThatAnotherUserHasIsRefused)
 {
-    if (::geteuid() != 0)
-        GTEST_SKIP() << "only root may become another user";
-    int ready[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    const pid_t squatter = ::fork();
-    if (squatter == 0)
-    {
-        fault_test::BecomeOrdinary();
-        constexpr char kName[] = "\0kvi-0-taken";
-        sockaddr_un address{AF_UNIX, {}};
-        std::memcpy(address.sun_path, kName, sizeof kName - 1);
-        const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        const bool there = ::bind(socket, reinterpret_cast<const sockaddr*>(&address),
-                                  offsetof(sockaddr_un, sun_path) + sizeof kName - 1) == 0 &&
-                           ::listen(socket, 5) == 0 && ::write(ready[1], "!", 1) == 1;
-        ::alarm(60);
-        while (there)
-            ::pause();
-        ::_exit(1);
-    }
-    char ok = 0;
-    EXPECT_EQ(::read(ready[0], &ok, 1), 1);
-    impl::SystemExclusiveAccess lock;
-    ASSERT_TRUE(lock.Create(L"taken").ok());
-    lock.Lock(); // does not wait for a stranger
-    EXPECT_EQ(lock.Depth(), 0);
-    ::kill(squatter, SIGKILL);
-    ::waitpid(squatter, nullptr, 0);
-    lock.Lock();
-    EXPECT_EQ(lock.Depth(), 1);
-    lock.Unlock();
+    ExpectWithTemporary(folder, [&] {
+        const fs::path runtime = "/tmp/kvi-" + std::to_string(::geteuid());
+        for (const int way : {0, 1, 2})
+        {
+            fs::remove_all(runtime);
+            fs::create_directory("/tmp/elsewhere");
+            if (way == 0)
+                fs::create_directory_symlink("/tmp/elsewhere", runtime);
+            else
+                fs::create_directory(runtime);
+            if (way == 1)
+                EXPECT_EQ(::chown(runtime.c_str(), 4711, 4711), 0);
+            EXPECT_EQ(::chmod(runtime.c_str(), way == 2 ? 0750 : 0700), 0);
+            impl::SystemExclusiveAccess lock;
+            const gtl::status refused = lock.Create(L"kvi limits");
+            ASSERT_FALSE(refused.ok());
+            EXPECT_EQ(refused.details()->argument(1), L"CreateMutex");
+            EXPECT_FALSE(Semaphore(L"kvi limits", 1).SharedHandle());
+            SharedResource resource;
+            EXPECT_FALSE(SharedResource::Open(L"kvi limits", &resource, 0).ok());
+            EXPECT_FALSE(SharedResource::GetExclusiveAccess(L"kvi limits", true));
+            EXPECT_EQ(Count("/tmp/elsewhere"), 0);
+        }
+    });
+}
+
+/// A cleaner of temporary files takes the file of the locks away.
+TEST_F(ThreadLimits, AMutexWhoseFileIsRemovedIsTakenInTheNewOne)
+{
+    ExpectWithTemporary(folder, [&] {
+        impl::SystemExclusiveAccess lock;
+        ASSERT_TRUE(lock.Create(L"kvi limits").ok());
+        fs::remove_all("/tmp/kvi-" + std::to_string(::geteuid()));
+        lock.Lock();
+        EXPECT_EQ(fault_test::InChild([&] {
+                      impl::SystemExclusiveAccess same;
+                      return same.Open(L"kvi limits").ok() && !same.TryLock();
+                  }),
+                  0);
+        lock.Unlock();
+    });
 }
 
 } // namespace
