@@ -83,22 +83,20 @@ private:
     ThreadLimit limit_;
 };
 
-// constexpr: the only pool needs no code to run before it, and none after it.
-constexpr ThreadPool::ThreadPool() = default;
-
-/// The only pool; never destroyed, since its threads may outlive the statics. Finish frees what it
-/// has on the heap.
-union ThreadPool::Storage
+/// An object that is never destroyed, since threads may outlive the statics. Made without code at
+/// run time where the standard library's mutex allows it (not with MinGW).
+template <class T>
+union ThreadPool::Immortal
 {
-    constexpr Storage() : pool() {}
-    ~Storage() {}
-    ThreadPool pool;
+    constexpr Immortal() : object() {}
+    ~Immortal() {}
+    T object;
 };
 
 ThreadPool& ThreadPool::Instance()
 {
-    static constinit Storage storage;
-    return storage.pool;
+    static Immortal<ThreadPool> only; // Finish frees what it has on the heap
+    return only.object;
 }
 
 /// In a forked child: the threads are gone, and any lock may be held by one of them.

@@ -86,9 +86,10 @@ public:
 private:
     struct Member;
     class Session;
-    union Storage;
+    template <class T>
+    union Immortal;
 
-    constexpr ThreadPool();
+    ThreadPool() = default;
     static void StartFresh();
     static void Run(void* member);
     void Serve(Member& member);
