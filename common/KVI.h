@@ -37,6 +37,7 @@
 #include "fn/math_UnitSet.h"
 #include "fn/math_fn_QuadraticEqn.h"
 #include "fn/math_fn_flow_FredXing.h"
+#include "foundation/AnalysisKind.h"
 #include "foundation/App.h"
 #include "foundation/BufLine.h"
 #include "foundation/CountedObjPtr.h"

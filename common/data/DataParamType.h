@@ -63,6 +63,9 @@ struct CalculationMethod
 
 /// How @p param is obtained; MethodNone for a quantity that is given.
 KVI_API CalculationMethod::Type GetCalculationMethod(DataParamType param);
+/// The family of @p param. Only those of members 0 to 39 and 598 to 602 are the documented ones, as
+/// is how many members each family has. The other members are assigned in ascending order to meet
+/// those numbers: code must not draw conclusions from their families.
 /// @param param  not member 603, which has no category
 KVI_API DataParamCategory GetCategory(DataParamType param);
 /// The interval that values of @p param must lie in; the reference stays valid.

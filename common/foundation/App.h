@@ -71,6 +71,9 @@ public:
 
     /// MessageText without a copy: what the module holds for as long as it is loaded.
     std::wstring_view MessageTextView(unsigned code) const;
+    /// The library's own English template with @p code, for hosts without texts; empty when the
+    /// library raises no such code.
+    static std::wstring_view EnglishText(unsigned code);
 
 private:
     std::atomic<void*> module_;

@@ -1,6 +1,6 @@
 #include "foundation/gtl_Convert_error_status.h"
 
-#include "foundation/App.h"
+#include "foundation/str_load_wstring.h"
 
 namespace gtl
 {
@@ -25,11 +25,8 @@ status Convert_error_status::OverflowStatus(std::wstring_view text, std::wstring
     return status(20221, text, typeName);
 }
 
-std::wstring Convert_error_status::GetNumberString() { return App::Instance().MessageText(21652); }
+std::wstring Convert_error_status::GetNumberString() { return str::load_wstring(21652); }
 
-std::wstring Convert_error_status::GetFloatingPointString()
-{
-    return App::Instance().MessageText(20898);
-}
+std::wstring Convert_error_status::GetFloatingPointString() { return str::load_wstring(20898); }
 
 } // namespace gtl

@@ -1,17 +1,21 @@
 #include "foundation/gtl_range_error.h"
 
-#include "foundation/App.h"
+#include "foundation/str_load_wstring.h"
 
 namespace gtl
 {
+namespace
+{
+constexpr unsigned kRangeStatus = 24389;
+} // namespace
 
-std::wstring RangeStatusFormat() { return App::Instance().MessageText(24389); }
+std::wstring RangeStatusFormat() { return str::load_wstring(kRangeStatus); }
 
 status RangeStatus(std::wstring_view argument1, std::wstring_view argument2,
                    std::wstring_view argument3, std::wstring_view argument4,
                    std::wstring_view argument5)
 {
-    return status(RangeStatusFormat(), argument1, argument2, argument3, argument4, argument5);
+    return status(kRangeStatus, argument1, argument2, argument3, argument4, argument5);
 }
 
 } // namespace gtl
@@ -37,8 +41,10 @@ std::wstring range_error::Description(std::wstring_view lower, std::wstring_view
 {
     const unsigned code =
         kDescription[static_cast<int>(lowerKind) + 1][static_cast<int>(upperKind) + 1];
-    // A one-sided text has one token, so the bound that exists must come first.
-    return (lowerKind == kNone ? status(code, upper) : status(code, lower, upper)).as_wstring();
+    // A one-sided text has one token, so the bound that exists comes first; nothing follows it.
+    if (lowerKind == kNone)
+        return status(code, upperKind == kNone ? std::wstring_view() : upper).as_wstring();
+    return status(code, lower, upperKind == kNone ? std::wstring_view() : upper).as_wstring();
 }
 
 status range_error::OutOfBounds(std::wstring_view value, std::wstring_view lower,

@@ -19,7 +19,7 @@ struct status::detail::Texts
 
 namespace
 {
-/// Copies @p text to @p place, and moves @p place behind it.
+/// Copies @p text to @p place, and moves @p place past it.
 template <class Char>
 std::basic_string_view<Char> Put(std::basic_string_view<Char> text, Char*& place)
 {
@@ -32,7 +32,7 @@ std::basic_string_view<Char> Put(std::basic_string_view<Char> text, Char*& place
 }
 } // namespace
 
-status::detail* status::detail::Make(const Texts& texts, std::int32_t line)
+status::detail* status::detail::Make(unsigned code, const Texts& texts, std::int32_t line)
 {
     // 64 bits, because the same long text may be given five times.
     std::uint64_t letters = texts.message.size();
@@ -43,7 +43,7 @@ status::detail* status::detail::Make(const Texts& texts, std::int32_t line)
         throw std::bad_alloc();
 
     void* const block = ::operator new(static_cast<std::size_t>(bytes));
-    auto* const made = new (block) detail(line);
+    auto* const made = new (block) detail(code, line);
     auto* wide = reinterpret_cast<wchar_t*>(made + 1);
     made->template_ = Put(texts.message, wide);
     for (int i = 0; i < 5; ++i)
@@ -56,7 +56,19 @@ status::detail* status::detail::Make(const Texts& texts, std::int32_t line)
 std::wstring status::detail::as_wstring() const
 {
     const auto& a = arguments_;
-    return str::sprintf(template_, a[0], a[1], a[2], a[3], a[4]);
+    const std::wstring_view text = template_.empty() ? AppImpl::EnglishText(code_) : template_;
+    if (!text.empty() || code_ == 0)
+        return str::sprintf(text, a[0], a[1], a[2], a[3], a[4]);
+    std::wstring list = str::sprintf(L"message %u", code_);
+    const wchar_t* between = L": ";
+    for (const std::wstring_view argument : a)
+    {
+        if (argument.empty())
+            continue;
+        list.append(between).append(argument);
+        between = L"; ";
+    }
+    return list;
 }
 
 status::status(unsigned code, std::wstring_view argument1, std::wstring_view argument2,
@@ -64,13 +76,15 @@ status::status(unsigned code, std::wstring_view argument1, std::wstring_view arg
                std::wstring_view argument5)
 {
     const std::wstring_view text = App::Instance().MessageTextView(code);
-    detail_ = detail::Make({text, {argument1, argument2, argument3, argument4, argument5}, {}}, -1);
+    detail_ =
+        detail::Make(code, {text, {argument1, argument2, argument3, argument4, argument5}, {}}, -1);
 }
 
 status::status(std::wstring_view text, std::wstring_view argument1, std::wstring_view argument2,
                std::wstring_view argument3, std::wstring_view argument4,
                std::wstring_view argument5)
-    : detail_(detail::Make({text, {argument1, argument2, argument3, argument4, argument5}, {}}, -1))
+    : detail_(
+          detail::Make(0, {text, {argument1, argument2, argument3, argument4, argument5}, {}}, -1))
 {
 }
 
@@ -79,7 +93,7 @@ status status::AtSource(unsigned code, std::wstring_view argument1, std::wstring
 {
     const std::wstring_view text = App::Instance().MessageTextView(code);
     status made;
-    made.detail_ = detail::Make({text, {argument1, argument2, {}, {}, {}}, file}, line);
+    made.detail_ = detail::Make(code, {text, {argument1, argument2, {}, {}, {}}, file}, line);
     return made;
 }
 
@@ -89,9 +103,9 @@ status status::Duplicate() const
     if (detail_ == nullptr)
         return made;
     const auto& a = detail_->arguments_;
-    made.detail_ =
-        detail::Make({detail_->template_, {a[0], a[1], a[2], a[3], a[4]}, detail_->sourceFile_},
-                     detail_->sourceLine_);
+    made.detail_ = detail::Make(
+        detail_->code_, {detail_->template_, {a[0], a[1], a[2], a[3], a[4]}, detail_->sourceFile_},
+        detail_->sourceLine_);
     return made;
 }
 
@@ -99,7 +113,8 @@ void status::Destroy(detail* record) noexcept { ::operator delete(record); }
 
 bool status::SameContents(const detail* a, const detail* b) noexcept
 {
-    if (a == nullptr || b == nullptr || a->template_ != b->template_)
+    if (a == nullptr || b == nullptr || a->template_ != b->template_ ||
+        (a->template_.empty() && a->code_ != b->code_))
         return false;
     for (int i = 0; i < 5; ++i)
     {

@@ -33,8 +33,8 @@ public:
 
     /// Success.
     status() noexcept = default;
-    /// An error with the message that the application has for @p code at this moment. The arguments
-    /// are kept also when it has none.
+    /// An error with the message that the application has for @p code at this moment. Code and
+    /// arguments are kept also when it has none.
     explicit status(unsigned code, std::wstring_view argument1 = {},
                     std::wstring_view argument2 = {}, std::wstring_view argument3 = {},
                     std::wstring_view argument4 = {}, std::wstring_view argument5 = {});
@@ -65,6 +65,8 @@ public:
 
     /// Whether there is no error.
     bool ok() const noexcept { return detail_ == nullptr; }
+    /// The message code of an error that was made from one; 0 for success and literal templates.
+    inline unsigned code() const noexcept;
     /// The record of the error; null for success.
     const detail* details() const noexcept { return detail_; }
     /// What polymorphic::DeepCopy gives.
@@ -74,7 +76,8 @@ public:
     /// Exchanges the two.
     void swap(status& other) noexcept { std::swap(detail_, other.detail_); }
 
-    /// Equal when both are success, or both errors have equal templates, arguments and places.
+    /// Equal when both are success, or both errors have equal templates, arguments and places;
+    /// where the application had no text, the codes stand for the templates.
     friend bool operator==(const status& a, const status& b) noexcept
     {
         return a.detail_ == b.detail_ || SameContents(a.detail_, b.detail_);
@@ -92,9 +95,12 @@ private:
 class KVI_API status::detail
 {
 public:
-    /// The template with the five arguments filled in.
+    /// The template with the five arguments filled in. Where the application had no text for the
+    /// code, that is the library's own English one, or else the code with the arguments as a list.
     std::wstring as_wstring() const;
-    /// The text before its arguments are filled in.
+    /// The message code; 0 when the template was given literally.
+    unsigned code() const noexcept { return code_; }
+    /// The text before its arguments are filled in; empty when the application had none.
     std::wstring_view message_template() const noexcept { return template_; }
     /// @param number  1 to 5
     std::wstring_view argument(int number) const noexcept { return arguments_[number - 1]; }
@@ -110,17 +116,20 @@ private:
     friend class status;
 
     struct Texts;
-    explicit detail(std::int32_t line) noexcept : sourceLine_(line) {}
+    detail(unsigned code, std::int32_t line) noexcept : sourceLine_(line), code_(code) {}
     ~detail() = default;
-    static detail* Make(const Texts& texts, std::int32_t line);
+    static detail* Make(unsigned code, const Texts& texts, std::int32_t line);
 
     std::uint32_t count_ = 1; // of the statuses that share this record
-    // The texts stand behind the record.
+    // The texts follow the record in its block of memory.
     std::wstring_view template_;
     std::wstring_view arguments_[5];
     std::string_view sourceFile_;
     std::int32_t sourceLine_;
+    unsigned code_;
 };
+
+inline unsigned status::code() const noexcept { return detail_ != nullptr ? detail_->code_ : 0; }
 
 // Success is what all code is laid out for; an error takes the far branch.
 inline status::status(const status& other) noexcept : detail_(other.detail_)

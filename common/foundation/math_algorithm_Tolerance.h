@@ -17,11 +17,10 @@ struct FloatCommon;
 template <>
 struct KVI_API FloatCommon<double>
 {
-    /// 10 to the @p n: the double nearest to it from -37 to 37, pow(10, n) otherwise, and 0 from
-    /// -321 downwards.
+    /// 10 to the @p n: the nearest double, by table; infinity above 308, 0 from -321 downwards.
     static double Pow10(int n);
-    /// The decimal exponent of @p value: the largest e with 10^e <= |value|. 0 for 0, NaN and
-    /// infinity.
+    /// The decimal exponent of @p value: the largest e for which the double nearest to 10^e is at
+    /// most |value|; exact, and without a floating-point exception. 0 for 0, NaN and infinity.
     static int Exp10(double value);
 };
 

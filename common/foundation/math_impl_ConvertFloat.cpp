@@ -2,6 +2,7 @@
 
 #include "foundation/number/Decimal.h"
 #include "foundation/number/NumberPrinter.h"
+#include "platform/platform_fpu.h"
 
 #include <algorithm>
 #include <charconv>
@@ -17,6 +18,10 @@ namespace
 using str::impl::Decimal;
 using str::impl::Ending;
 using str::impl::IsSpace;
+
+template <class T>
+using EnvGuard = std::conditional_t<std::is_same_v<T, long double>, platform::LongDoubleEnvGuard,
+                                    platform::FloatEnvGuard>;
 
 constexpr bool IsSignificant(RoundType round)
 {
@@ -40,7 +45,7 @@ constexpr Ending EndingOf(RoundType round)
 
 // A number without its sign: the result of std::from_chars, but with a value also out of range.
 template <class T>
-const char* ReadMagnitude(T& value, const char* first, const char* last)
+[[gnu::noinline]] const char* ReadMagnitude(T& value, const char* first, const char* last)
 {
     // NOLINTNEXTLINE(clang-analyzer-core.*): loses sight of a buffer that was filled from wide text
     if (first == last || *first == '-' || *first == '+')
@@ -108,23 +113,10 @@ Decimal Shortest(T value)
     return result;
 }
 
+// For what the fast printers leave out. Goes through long double, whatever T is.
 template <class T>
-std::string Text(T value, unsigned int digits, RoundType round)
+[[gnu::noinline]] std::string ExactText(T value, int count, RoundType round)
 {
-    constexpr unsigned kMostDigits = 20000;
-    const int count = int(std::min(digits, kMostDigits));
-    std::string text;
-    const bool isDouble = T(double(value)) == value || !std::isfinite(value);
-    if (isDouble && round == RoundType::significant)
-    {
-        str::impl::AppendSignificant(text, double(value), count);
-        return text;
-    }
-    if (isDouble && (round == RoundType::decimals || !std::isfinite(value)))
-    {
-        str::impl::AppendFixed(text, double(value), count);
-        return text;
-    }
     const std::string sign(std::signbit(value) ? "-" : "");
     if (value == 0)
         return sign + Decimal().Fixed(round < RoundType::decimals ? 0 : count);
@@ -140,6 +132,34 @@ std::string Text(T value, unsigned int digits, RoundType round)
     return sign + decimal.Fixed(count);
 }
 
+template <class T>
+[[gnu::noinline]] std::string Text(T value, unsigned int digits, RoundType round)
+{
+    constexpr unsigned kMostDigits = 20000;
+    const int count = int(std::min(digits, kMostDigits));
+    std::string text;
+    const bool isDouble = T(double(value)) == value || !std::isfinite(value);
+    if (isDouble && round == RoundType::significant)
+    {
+        str::impl::AppendSignificant(text, double(value), count);
+        return text;
+    }
+    if (isDouble && (round == RoundType::decimals || !std::isfinite(value)))
+    {
+        str::impl::AppendFixed(text, double(value), count);
+        return text;
+    }
+    const platform::LongDoubleEnvGuard plain;
+    return ExactText(value, count, round);
+}
+
+template <class T>
+std::string GuardedText(T value, unsigned int digits, RoundType round)
+{
+    const EnvGuard<T> plain;
+    return Text(value, digits, round);
+}
+
 } // namespace
 
 template <class T>
@@ -148,6 +168,7 @@ const char* ConvertFloat<T>::read(T& value, const char* first, const char* last)
     // NOLINTNEXTLINE(clang-analyzer-core.*): as in ReadMagnitude
     const bool negative = first != last && *first == '-';
     const char* const magnitude = first + (negative || (first != last && *first == '+'));
+    const EnvGuard<T> plain;
     const char* const end = ReadMagnitude(value, magnitude, last);
     if (end == magnitude)
         return first;
@@ -192,14 +213,14 @@ template <class T>
 void ConvertFloat<T>::to_string(std::string& text, const T& value, unsigned int digits,
                                 RoundType round)
 {
-    text = Text(value, digits, round);
+    text = GuardedText(value, digits, round);
 }
 
 template <class T>
 void ConvertFloat<T>::to_string(std::wstring& text, const T& value, unsigned int digits,
                                 RoundType round)
 {
-    const std::string narrow = Text(value, digits, round);
+    const std::string narrow = GuardedText(value, digits, round);
     text.assign(narrow.begin(), narrow.end());
 }
 

@@ -34,7 +34,8 @@ namespace math::impl
 {
 
 /// Reads and writes floating-point numbers as text, to the last bit and the last digit, the same
-/// under every process locale: the point is ".". T is one of float, double and long double.
+/// under every process locale (the point is "."), rounding mode and treatment of subnormal numbers;
+/// no floating-point exception is raised. T is one of float, double and long double.
 template <class T>
 struct KVI_API ConvertFloat
 {

@@ -89,6 +89,20 @@ template KVI_API void replace_all(std::wstring&, const std::wstring&, const std:
 template KVI_API std::string join(const std::vector<std::string>&, const std::string&);
 template KVI_API std::wstring join(const std::vector<std::wstring>&, const std::wstring&);
 
+std::wstring GenerateUniqueDesriptionIgnoreCase(const std::wstring& wanted,
+                                                const std::vector<std::wstring>& taken)
+{
+    const auto isTaken = [&taken](const std::wstring& text) {
+        return std::any_of(taken.begin(), taken.end(), [&text](const std::wstring& other) {
+            return compare_ignore_case(text, other) == 0;
+        });
+    };
+    std::wstring unique = wanted;
+    for (unsigned number = 2; isTaken(unique); ++number)
+        unique = wanted + L" (" + std::to_wstring(number) + L')';
+    return unique;
+}
+
 std::wstring as_wstring(const std::string& narrow) { return platform::Wide(narrow); }
 
 std::wstring as_wstring(const char* narrow, std::size_t n)

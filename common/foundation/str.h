@@ -1,6 +1,9 @@
 /// @file
 /// Text utilities: trimming, replacing, joining, narrow, wide and UTF-8 text, comparison without
 /// case. Each is there for std::string and std::wstring; none depends on a locale.
+///
+/// There is no str::encrypt: the scheme of the texts that exist is not published, another one could
+/// not read them, and secrets are better left to the system's own store.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -70,6 +73,11 @@ KVI_API u8string as_u8string(const std::wstring& wide);
 KVI_API int compare_ignore_case(std::string_view a, std::string_view b);
 KVI_API int compare_ignore_case(std::wstring_view a, std::wstring_view b);
 /// @}
+
+/// @p wanted, or, where @p taken has it in any letter case, @p wanted with the first number that
+/// makes it unique: "Fill (2)". (The spelling is part of the name.)
+KVI_API std::wstring GenerateUniqueDesriptionIgnoreCase(const std::wstring& wanted,
+                                                        const std::vector<std::wstring>& taken);
 
 /// @p s in lower case, A to Z only: the form in which names and keys are stored.
 KVI_API std::string ascii_lower(std::string_view s);

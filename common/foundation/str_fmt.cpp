@@ -3,6 +3,7 @@
 #include "foundation/gtl_status.h"
 #include "foundation/number/NumberPrinter.h"
 #include "foundation/text/FormatToken.h"
+#include "platform/platform_fpu.h"
 #include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
 
@@ -111,7 +112,7 @@ char* WriteFast(char* first, const Token& token, double magnitude, int precision
 }
 
 /// Writes @p magnitude, not negative, in the token's form; returns the end.
-char* WriteReal(char* first, char* last, const Token& token, double magnitude)
+[[gnu::noinline]] char* WriteReal(char* first, char* last, const Token& token, double magnitude)
 {
     if (token.conversion == 'r')
         return std::to_chars(first, last, magnitude).ptr;
@@ -140,9 +141,10 @@ char* WriteReal(char* first, char* last, const Token& token, double magnitude)
 template <class C>
 void AppendReal(Pieces<C>& out, const Token& token, double value)
 {
+    const platform::FloatEnvGuard plain;
     char text[kNumberRoom];
     char* end = WriteReal(text, text + sizeof text, token, std::fabs(value));
-    const bool finite = std::isfinite(value);
+    const bool finite = end[-1] >= '0' && end[-1] <= '9';
     if (token.alternate && finite && std::find(text, end, '.') == end)
     {
         char* mark = std::find(text, end, 'e');
@@ -221,6 +223,14 @@ void AppendCharacter(Pieces<C>& out, const Token& token, const Argument& value)
     AppendText(out, token, narrow.empty() ? TextOf(wide) : TextOf(narrow));
 }
 
+/// An integer as a double.
+[[gnu::noinline]] double AsReal(const Argument& value)
+{
+    return value.kind == Kind::Unsigned
+               ? static_cast<double>(value.integer)
+               : static_cast<double>(static_cast<long long>(value.integer));
+}
+
 /// One argument by its conversion, or in its own form, set in @p token, where that does not fit.
 template <class C>
 void AppendArgument(Pieces<C>& out, Token& token, const Argument& value)
@@ -239,10 +249,10 @@ void AppendArgument(Pieces<C>& out, Token& token, const Argument& value)
         return AppendReal(out, token, value.real);
     }
     if (IsOneOf(token.conversion, "eEfFgG") && value.kind != Kind::Pointer)
-        return AppendReal(out, token,
-                          value.kind == Kind::Unsigned
-                              ? static_cast<double>(value.integer)
-                              : static_cast<double>(static_cast<long long>(value.integer)));
+    {
+        const platform::FloatEnvGuard plain;
+        return AppendReal(out, token, AsReal(value));
+    }
     const bool isCharacter = value.kind == Kind::Character || value.kind == Kind::WideCharacter;
     if (token.conversion == 'c' || (isCharacter && IsOneOf(token.conversion, "sSr")))
         return AppendCharacter(out, token, value);

@@ -1,6 +1,7 @@
 #include "foundation/str_fmt_float_cstring.h"
 
 #include "foundation/number/NumberPrinter.h"
+#include "platform/platform_fpu.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -24,6 +25,7 @@ std::size_t Trimmed(const std::string& text, int keep)
 
 std::string fmt_float_cstring(double value, int decimals, int keep)
 {
+    const platform::FloatEnvGuard plain;
     std::string text("***************"); // the most that a string holds by itself
     int size = 0;
     if (keep >= 0)

@@ -7,7 +7,11 @@
 namespace str
 {
 
-std::wstring load_wstring(unsigned int code) { return App::Instance().MessageText(code); }
+std::wstring load_wstring(unsigned int code)
+{
+    const std::wstring_view text = App::Instance().MessageTextView(code);
+    return std::wstring(text.empty() ? AppImpl::EnglishText(code) : text);
+}
 
 std::vector<std::wstring> load_wstrings(const std::vector<unsigned int>& codes)
 {

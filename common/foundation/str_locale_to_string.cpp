@@ -2,6 +2,7 @@
 #include "foundation/number/NumberPrinter.h"
 #include "foundation/str_locale.h"
 #include "foundation/text/LocaleRecord.h"
+#include "platform/platform_fpu.h"
 
 #include <algorithm>
 #include <cmath>
@@ -42,12 +43,12 @@ gtl::status Place(std::wstring& text, std::wstring number, unsigned width)
 // A number of the C locale with the separators of another.
 std::wstring Localised(const std::string& ascii, const ID& id, bool grouped)
 {
-    std::wstring number = Widened(ascii);
-    const std::size_t point = number.find(L'.');
+    const std::size_t point = ascii.find('.');
+    std::wstring number = Widened(ascii.substr(0, point));
     if (grouped)
         Group(number, id.record().thousands);
-    if (point != std::wstring::npos)
-        number.replace(number.find(L'.', point), 1, id.record().decimal);
+    if (point != std::string::npos)
+        number.append(id.record().decimal).append(Widened(ascii.substr(point + 1)));
     return number;
 }
 
@@ -136,6 +137,7 @@ gtl::status to_string(std::wstring& text, double value, const ID& id, unsigned i
     if (digits > kMostDigits)
         return Convert_error_status::OutOfRangeStatus(std::to_wstring(digits),
                                                       Convert_error_status::GetNumberString());
+    const platform::FloatEnvGuard plain;
     std::string ascii;
     switch (how)
     {

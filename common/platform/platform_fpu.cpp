@@ -10,6 +10,7 @@ namespace
 // The six exceptions stand in this order in every register; a set mask bit means "do not trap".
 constexpr unsigned kAll = 0x3f;
 constexpr unsigned kSseMaskShift = 7;
+constexpr unsigned short kX87Plain = 0x37f; // nothing traps, 64 bits of mantissa, to nearest
 
 unsigned short X87Control()
 {
@@ -45,6 +46,31 @@ void FpuSetTraps(unsigned mask)
     const auto control = static_cast<unsigned short>((X87Control() & ~kAll) | masked);
     __asm__ volatile("fldcw %0" : : "m"(control));
     _mm_setcsr((_mm_getcsr() & ~(kAll << kSseMaskShift)) | masked << kSseMaskShift);
+}
+
+LongDoubleEnvGuard::LongDoubleEnvGuard() : control_(X87Control()), status_(X87Status())
+{
+    __asm__ volatile("fldcw %0" : : "m"(kX87Plain));
+}
+
+LongDoubleEnvGuard::~LongDoubleEnvGuard()
+{
+    if (((X87Status() ^ status_) & kAll) == 0)
+    {
+        __asm__ volatile("fldcw %0" : : "m"(control_));
+        return;
+    }
+    // Only a whole environment brings the raised exceptions back: this one, with its stack as it
+    // is.
+    struct
+    {
+        unsigned short control, gap, status, rest[11];
+    } environment;
+    __asm__ volatile("fnstenv %0" : "=m"(environment));
+    environment.control = control_;
+    environment.status =
+        static_cast<unsigned short>((environment.status & ~kAll) | (status_ & kAll));
+    __asm__ volatile("fldenv %0" : : "m"(environment));
 }
 
 } // namespace platform

@@ -156,6 +156,45 @@ void Curves()
     digest.Print("functions");
 }
 
+/// What gives one double: powers, tolerances, dot products, determinants, statistics, optima.
+void Scalars()
+{
+    Digest digest;
+    using Common = math::algorithm::FloatCommon<double>;
+    for (int n = -330; n <= 310; ++n)
+    {
+        digest.Add(Common::Pow10(n));
+        digest.Add(Common::Exp10(Common::Pow10(n)));
+        digest.Add(math::algorithm::Tolerance<double>(8, 0).At(numbers.Any()));
+    }
+    DataTable table(dataparam::Material, {dataparam::CurveA}, 50);
+    double values[50];
+    for (unsigned row = 1; row <= 50; ++row)
+    {
+        values[row - 1] = numbers.In(-1, 1);
+        table.SetValue({row}, dataparam::CurveA, values[row - 1]);
+    }
+    digest.Add(datatable::SumColumn(table, dataparam::CurveA));
+    digest.Add(datatable::MaxMagnitude(table, dataparam::CurveA));
+    for (int round = 0; round < 40; ++round)
+    {
+        const double A[2][2] = {{values[round], values[round + 1]},
+                                {values[round + 2], values[round + 3]}};
+        double inverse[2][2];
+        digest.Add(fMiM2x2(inverse, A));
+        digest.Add(&inverse[0][0], 4);
+        digest.Add(fVxV2C(values, values + 5, round));
+    }
+    const auto problem = CLPProblem::create(2);
+    problem->objFunc({true, {{3, 0}, {2, 1}}});
+    problem->add({{{1, 0}, {1, 1}}, 0, 4});
+    problem->add({{{1, 0}, {3, 1}}, 0, 6});
+    problem->solve();
+    digest.Add(problem->var(0));
+    digest.Add(problem->var(1));
+    digest.Print("scalars");
+}
+
 void NumberText()
 {
     Digest digest;
@@ -232,6 +271,7 @@ int main()
     Products();
     Elements();
     Curves();
+    Scalars();
     NumberText();
     Geometry();
 }

@@ -1,5 +1,8 @@
 #include "VirtualSlot.h"
+#include "foundation/AnalysisKind.h"
 #include "foundation/App.h"
+#include "foundation/gtl_Convert_error_status.h"
+#include "foundation/gtl_range_error.h"
 
 #include <gtest/gtest.h>
 
@@ -62,6 +65,23 @@ TEST(App, TakesTextsFromAnotherModuleWhileOldStatusesKeepTheirs)
     EXPECT_NE(app.ResourceModulePath().find(L"test_texts"), std::wstring::npos);
     EXPECT_EQ(before, early.made);
 
+    // A text that the host lacks: its template is empty, its message English or a list.
+    const gtl::status path(20521, L"x:y"), unknown(59999, L"a", L"", L"100%");
+    EXPECT_EQ(path.details()->message_template(), L"");
+    EXPECT_EQ(path.as_wstring(), L"x:y is not a valid path.");
+    EXPECT_EQ(unknown.as_wstring(), L"message 59999: a; 100%");
+    EXPECT_EQ(gtl::status(59999).as_wstring(), L"message 59999");
+    EXPECT_NE(gtl::status(59999), gtl::status(59998));
+    EXPECT_EQ(polymorphic::DeepCopy(unknown).code(), 59999u);
+    EXPECT_EQ(unknown.code() + gtl::status(L"text").code() + gtl::status().code(), 59999u);
+    EXPECT_EQ(app.MessageText(21652), L"");
+    EXPECT_EQ(gtl::Convert_error_status::GetNumberString(), L"whole number");
+    // A bound that is not there is not passed, whatever the host's text asks for.
+    using gtl::bound_kind;
+    EXPECT_EQ(
+        gtl::impl::range_error::Description(L"1", L"2", bound_kind::inclusive, bound_kind::none),
+        L"from 1 ()");
+
     app.ResetResourceModule();
     EXPECT_EQ(gtl::status(24181), before);
 }
@@ -76,4 +96,16 @@ TEST(App, AnswersManyThreadsAtOnce)
         thread.join();
     for (const std::wstring& text : texts)
         EXPECT_EQ(text, early.made.as_wstring());
+}
+
+TEST(AnalysisKind, HasItsNames)
+{
+    for (const char* name :
+         {"solvera", "tremova", "percova", "deforma", "stabra", "thermova", "vadova", "aerova"})
+        EXPECT_EQ(analysiskind::LookupNameByKind(analysiskind::KindByLookupName(name)), name);
+    EXPECT_EQ(analysiskind::KindByLookupName("deforma"), AnalysisKind{3});
+    for (const char* none : {"", "Percova", "percova ", "none"})
+        EXPECT_EQ(analysiskind::KindByLookupName(none), AnalysisKind{2147483647});
+    for (const int number : {-1, 8, 2147483647})
+        EXPECT_EQ(analysiskind::LookupNameByKind(AnalysisKind{number}), "");
 }

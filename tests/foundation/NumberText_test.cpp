@@ -1,5 +1,11 @@
+#include "foundation/math_algorithm_Tolerance.h"
+#include "foundation/math_impl_ConvertFloat.h"
 #include "foundation/number/NumberPrinter.h"
+#include "foundation/str_fmt.h"
 #include "foundation/str_fmt_float_cstring.h"
+#include "foundation/str_locale.h"
+#include "platform/platform_fpu.h"
+#include "support/Numbers.h"
 
 #include <gtest/gtest.h>
 
@@ -17,8 +23,8 @@ using namespace str::impl;
 namespace
 {
 
-constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = support::kInfinity;
+using support::kNaN;
 
 template <void Append(std::string&, double, int)>
 std::string Text(double value, int places)
@@ -135,6 +141,90 @@ TEST(NumberText, FindsTheExponentBesideEveryPowerOfTen)
                                    ten, std::nextafter(ten, kInf)})
             ASSERT_EQ(Scientific(value, 9), Exact(value, std::chars_format::scientific, 9));
     }
+}
+
+/// Texts, and the bits of numbers read from text, by every function that makes them.
+std::string EveryNumberText()
+{
+    using math::impl::ConvertFloat;
+    std::string all, text;
+    const auto add = [&]<class T>(const T& value, const std::string& what) {
+        for (int round = 0; round <= int(math::RoundType::decimals_truncated); ++round)
+        {
+            ConvertFloat<T>::to_string(text, value, 3, math::RoundType(round));
+            all += text + what;
+        }
+    };
+    static const double values[] = {
+        kNaN, kInf, 1.7976931348623157e308, 5e-324, 3e-310, 0.125, 123456.7851, 0.1, 1e23, -2.5};
+    static const float floats[] = {0.1f, 1e-40f, 3e38f};
+    static const long double longs[] = {0.1L, 1e-320L, 1e308L};
+    for (const double& value : values)
+    {
+        all += str::sprintf("%g %.3f %e %r %#g %.17g %d ", value, value, value, value, value, value,
+                            math::algorithm::FloatCommon<double>::Exp10(value));
+        all += fmt_float_cstring(value, 2, 0) + ' ' + fmt_float_cstring(value, 6, 1);
+        std::wstring wide;
+        EXPECT_TRUE(str::locale::to_string(wide, value, str::locale::invariant()).ok());
+        all += std::string(wide.begin(), wide.end());
+        add(value, " ");
+    }
+    for (const float& value : floats)
+        add(value, "f ");
+    for (const long double& value : longs)
+        add(value, "L ");
+    all += str::sprintf("%f %f", 0xffffffffffffffffull, -0x7fffffffffffffffll);
+    for (const char* number :
+         {"0.1", "1e-310", "1e999", "1e-400", "0.3", "2.2250738585072011e-308"})
+    {
+        double value = 0;
+        ConvertFloat<double>::from_string(value, std::string(number));
+        float narrow = 0;
+        ConvertFloat<float>::from_string(narrow, std::string(number));
+        long double wide = 0;
+        ConvertFloat<long double>::from_string(wide, std::string(number));
+        all += str::sprintf(" %llx %x ", std::bit_cast<std::uint64_t>(value),
+                            std::bit_cast<std::uint32_t>(narrow));
+        add(wide, "R ");
+    }
+    return all;
+}
+
+TEST(NumberText, IsTheSameInEveryFloatingPointEnvironmentAndLeavesItAlone)
+{
+    const std::string expected = EveryNumberText();
+    // Rounding down, up, to zero; subnormal numbers as zero; everything traps.
+    for (const unsigned control : {0x3f80u, 0x5f80u, 0x7f80u, 0x9fc0u, 0x0000u})
+    {
+        const unsigned before = _mm_getcsr();
+        platform::FpuClearRaised();
+        platform::FpuSetTraps(control == 0 ? 0x3f : 0);
+        _mm_setcsr(control);
+        const std::string texts = EveryNumberText();
+        const unsigned after = _mm_getcsr(), raised = platform::FpuRaised();
+        platform::FpuSetTraps(0);
+        _mm_setcsr(before);
+        EXPECT_EQ(after, control);
+        EXPECT_EQ(raised, 0u) << std::hex << control;
+        EXPECT_EQ(texts, expected) << std::hex << control;
+    }
+}
+
+TEST(PowersOfTen, AreTheNearestDoublesAndHaveTheirExponents)
+{
+    using Common = math::algorithm::FloatCommon<double>;
+    for (int n = -323; n <= 308; ++n)
+    {
+        const double power = std::strtod(("1e" + std::to_string(n)).c_str(), nullptr);
+        EXPECT_EQ(Common::Pow10(n), n > -321 ? power : 0) << n;
+        EXPECT_EQ(Common::Exp10(-power), n);
+        EXPECT_EQ(Common::Exp10(std::nextafter(power, 0)), power > 5e-324 ? n - 1 : 0);
+    }
+    EXPECT_EQ(Common::Pow10(309), kInf);
+    for (const double none : {0.0, kInf, kNaN})
+        EXPECT_EQ(Common::Exp10(none), 0);
+    // 8 digits of 1e210: 5e202, neither ten times less nor more.
+    EXPECT_DOUBLE_EQ(math::algorithm::Tolerance<double>(8, 0).At(1e210), 5e202);
 }
 
 TEST(FmtFloatCstring, TrimsTrailingZerosBehindTheKeptOnes)

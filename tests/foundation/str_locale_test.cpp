@@ -78,6 +78,8 @@ TEST(Locale, WritesNumbersWithItsSeparators)
     EXPECT_EQ(Write(1.7976931348623157e308, invariant()), L"1.7976931e+308");
     EXPECT_EQ(Write(-0.0, invariant(), kNoWidth, 2u, floatformat::fixed), L"-0.00");
     EXPECT_EQ(Write(1234567.125, kGerman, 14u, 2u, floatformat::grouped), L"  1.234.567,12");
+    EXPECT_EQ(Write(1234567890123.5, kGerman, kNoWidth, 2u, floatformat::grouped),
+              L"1.234.567.890.123,50");
     EXPECT_EQ(Write(1500.0, kGerman, kNoWidth, 1u, floatformat::scientific), L"1,5e+03");
     EXPECT_EQ(Write(-HUGE_VAL, kGerman, kNoWidth, 2u, floatformat::grouped), L"-inf");
     EXPECT_EQ(Write(std::vector<double>{1.5, -2, 1e300}, kGerman), L"1,5;-2;1e+300");

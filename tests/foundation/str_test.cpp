@@ -60,6 +60,15 @@ TEST(Text, JoinsWithASeparatorBetween)
     EXPECT_EQ(str::join<std::string>({}, ";"), "");
 }
 
+TEST(Text, GetsANumberWhereADescriptionIsTaken)
+{
+    const std::vector<std::wstring> taken = {L"Fill", L"FILL (2)", L"fill (4)"};
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
+        {L"fILL", L"fILL (3)"}, {L"Clay", L"Clay"}, {L"Fill (2)", L"Fill (2) (2)"}};
+    for (const auto& [wanted, unique] : rows)
+        EXPECT_EQ(str::GenerateUniqueDesriptionIgnoreCase(wanted, taken), unique);
+}
+
 TEST(Text, ComesFromTheApplicationByCode)
 {
     EXPECT_EQ(str::load_wstring(60002), L"number %d in a text %n");

@@ -1,6 +1,6 @@
 /// @file
-/// The number printer behind every text of the library. Hidden: used by the sources of
-/// foundation, never installed.
+/// The number printer behind every text of the library. Callers hold a platform::FloatEnvGuard:
+/// the functions raise exceptions, and want rounding to nearest.
 #pragma once
 
 #include <cstdint>
