@@ -46,8 +46,44 @@ std::wstring AppImpl::MessageText(unsigned code) const
 
 std::wstring_view AppImpl::MessageTextView(unsigned code) const
 {
-    return platform::StringTableText(table_, code);
+    const TextFunction function = function_;
+    if (const wchar_t* const own = function != nullptr ? function(code) : nullptr)
+        return std::wstring_view(own).substr(0, platform::kTextLimit);
+    std::wstring_view text = platform::StringTableText(table_, code);
+    for (const auto& other : others_)
+    {
+        if (!text.empty())
+            break;
+        text = platform::StringTableText(other, code);
+    }
+    return text;
 }
+
+bool AppImpl::AddTextsOf(const void* address)
+{
+    const void* const table = platform::FindStringTableAt(address);
+    if (table == nullptr)
+        return false;
+    for (auto& other : others_)
+    {
+        const void* free = nullptr;
+        if (other == table || other.compare_exchange_strong(free, table))
+            return true;
+    }
+    return false;
+}
+
+void AppImpl::RemoveTextsOf(const void* address)
+{
+    const void* const table = platform::FindStringTableAt(address);
+    for (auto& other : others_)
+    {
+        const void* found = table;
+        other.compare_exchange_strong(found, nullptr);
+    }
+}
+
+void AppImpl::SetTextFunction(TextFunction function) { function_ = function; }
 
 std::wstring AppImpl::MessageTextOf(void* module, unsigned code) const
 {

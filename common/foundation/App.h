@@ -69,6 +69,19 @@ public:
     /// executable. Statuses that exist keep their texts.
     virtual void SetResourceModule(void* module);
 
+    /// Lets a plug-in's own texts be found as well, for codes that the resource module lacks.
+    /// @param address  of a function or object in the plug-in
+    /// @returns false when no table is found there, or 16 plug-ins are known already
+    bool AddTextsOf(const void* address);
+    /// Ends that; to be called before the plug-in is unloaded.
+    void RemoveTextsOf(const void* address);
+
+    /// Gives the text for a code, ended by a zero, or null when it has none. The text lasts as long
+    /// as the process. Called from any thread; must not throw.
+    using TextFunction = const wchar_t* (*)(unsigned code);
+    /// Asks @p function for texts before any module; null asks the modules alone, as at first.
+    void SetTextFunction(TextFunction function);
+
     /// MessageText without a copy: what the module holds for as long as it is loaded.
     std::wstring_view MessageTextView(unsigned code) const;
     /// The library's own English template with @p code, for hosts without texts; empty when the
@@ -78,6 +91,8 @@ public:
 private:
     std::atomic<void*> module_;
     std::atomic<const void*> table_; // where that module keeps its texts
+    std::atomic<const void*> others_[16]{};
+    std::atomic<TextFunction> function_{nullptr};
 };
 
 /// Access to the one application object.

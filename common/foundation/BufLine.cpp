@@ -12,7 +12,7 @@ namespace
 // A zero inside the bytes would end the text early, so it counts as a blank.
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == 0; }
 
-/// Moves @p *at behind the line that begins there; returns the line's end.
+/// Moves @p *at past the line that begins there; returns the line's end.
 const char* PassLine(const char** at, const char* end)
 {
     const char* stop = std::find_if(*at, end, [](char c) { return c == '\n' || c == '\r'; });

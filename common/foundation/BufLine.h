@@ -1,6 +1,6 @@
 /// @file
-/// Lines of a text that stands in a byte buffer: read one after the other, or written. Every
-/// routine stays inside the sizes it is given; texts need not end with a line end.
+/// Lines of text in a byte buffer, read one after the other or written. Every routine stays within
+/// the sizes it is given; the text need not end with a line end.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -14,20 +14,21 @@ struct ReadBufSettings
     bool skipBlank; ///< pass over lines that are empty after all this
 };
 
-/// Lines as they stand, without trailing blanks: no comments, no line passed over.
+/// Lines without their trailing blanks: no comments, no line skipped.
 extern KVI_API const ReadBufSettings rbfDefault;
 
-/// Reads the next line of the bytes from @p *at to @p end into @p line and moves @p *at behind it.
+/// Reads the next line of the bytes from @p *at to @p end into @p line and moves @p *at past it.
 /// A line ends with "\n", "\r\n", "\r" or the end of the bytes; a zero byte is read as a blank.
 /// @param line  receives the line without its end, closed by a zero; a line longer than size - 1 is
 ///              cut there, and its rest is passed over
 /// @param size  of @p line in bytes, at least 1
-/// @returns the line's whole length, so a result >= size tells of a cut; -1 when no line is left,
+/// @returns the line's whole length, so a result >= size means that it was cut; -1 when no line is
+/// left,
 ///          and @p line is empty then
 KVI_API int ReadBufLine(char* line, int size, const char** at, const char* end,
                         const ReadBufSettings& settings = rbfDefault);
 
-/// Puts @p line and "\n" behind the @p *used bytes of @p buffer, and a zero behind them.
+/// Appends @p line, "\n" and a terminating zero to the @p *used bytes of @p buffer.
 /// @param size  of @p buffer in bytes
 /// @returns true and the new number of bytes, the zero not counted, in @p *used; false when there
 /// is no room, and nothing is changed then

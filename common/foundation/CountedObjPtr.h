@@ -4,6 +4,6 @@
 
 #include <memory>
 
-/// Shares an object; the count of its owners stands apart from it and begins with 1.
+/// Shared ownership of an object; the reference count is outside it and starts at 1.
 template <class T>
 using CountedObjPtr = std::shared_ptr<T>;

@@ -12,7 +12,7 @@ std::wstring Number(std::uint64_t number)
     return {digits.begin(), digits.end()};
 }
 
-/// The template that gives back @p text: every percent sign stands there twice.
+/// The template whose message is @p text: percent signs are doubled.
 std::wstring AsTemplate(std::wstring_view text)
 {
     std::wstring escaped;

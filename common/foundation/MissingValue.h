@@ -4,7 +4,7 @@
 
 #include <limits>
 
-/// The value of type T that stands for "no value"; each type that has one specialises this.
+/// The value of type T that means "no value"; each type that has one specialises this.
 template <class T>
 T MissingValue();
 

@@ -1,6 +1,6 @@
 /// @file
 /// Blanks and quotes at the ends of a zero-terminated byte text, taken off in place. A blank is a
-/// space or a tab. No routine writes behind the text's closing zero.
+/// space or a tab. No routine writes past the terminating zero.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -8,7 +8,7 @@
 /// Moves the text to the front over its leading blanks. A text of blanks only stays as it is.
 KVI_API void StripLdBlank(char* buffer);
 
-/// Ends the text behind its last character that is no blank.
+/// Ends the text after its last character that is not a blank.
 /// @returns the position of that character; -1 when there is none, and the text is empty then
 KVI_API int StripTrBlank(char* buffer);
 

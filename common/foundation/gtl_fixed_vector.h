@@ -21,7 +21,7 @@ public:
     using const_iterator = const T*;
     /// @}
 
-    /// Adds an item behind the others; there must be room.
+    /// Appends an item; there must be room.
     void push_back(const T& item)
     {
         assert(size_ < Capacity);
@@ -36,9 +36,9 @@ public:
     T& back() { return items_[size_ - 1]; }                        ///< the last item
     const T& back() const { return items_[size_ - 1]; }            ///< the last item
     T* begin() { return items_; }                                  ///< the first item
-    T* end() { return items_ + size_; }                            ///< behind the last item
+    T* end() { return items_ + size_; }                            ///< past the last item
     const T* begin() const { return items_; }                      ///< the first item
-    const T* end() const { return items_ + size_; }                ///< behind the last item
+    const T* end() const { return items_ + size_; }                ///< past the last item
 
 private:
     alignas(Alignment) T items_[Capacity] = {};

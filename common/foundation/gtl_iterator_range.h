@@ -18,7 +18,7 @@ public:
     iterator_range(Iterator first, Iterator last) : begin_(first), end_(last) {}
 
     Iterator begin() const { return begin_; }     ///< the first element
-    Iterator end() const { return end_; }         ///< behind the last element
+    Iterator end() const { return end_; }         ///< past the last element
     bool empty() const { return begin_ == end_; } ///< whether there are no elements
     /// Number of elements.
     std::size_t size() const { return static_cast<std::size_t>(end_ - begin_); }

@@ -38,7 +38,7 @@ public:
     explicit status(unsigned code, std::wstring_view argument1 = {},
                     std::wstring_view argument2 = {}, std::wstring_view argument3 = {},
                     std::wstring_view argument4 = {}, std::wstring_view argument5 = {});
-    /// An error with the message template @p text; a "%" that is meant as such stands there twice.
+    /// An error with the message template @p text; a literal percent sign is written "%%".
     explicit status(std::wstring_view text, std::wstring_view argument1 = {},
                     std::wstring_view argument2 = {}, std::wstring_view argument3 = {},
                     std::wstring_view argument4 = {}, std::wstring_view argument5 = {});
@@ -131,7 +131,7 @@ private:
 
 inline unsigned status::code() const noexcept { return detail_ != nullptr ? detail_->code_ : 0; }
 
-// Success is what all code is laid out for; an error takes the far branch.
+// Code is laid out for success; the branch for an error is the unlikely one.
 inline status::status(const status& other) noexcept : detail_(other.detail_)
 {
     if (detail_ != nullptr) [[unlikely]]

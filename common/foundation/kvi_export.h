@@ -3,7 +3,7 @@
 #pragma once
 
 /// @def KVI_API
-/// Stands before every function and class that programs may use.
+/// Marks every function and class that programs may use.
 #if defined(_WIN32) && defined(KVI_BUILDING)
 #define KVI_API __declspec(dllexport)
 #elif defined(_WIN32)

@@ -1,5 +1,5 @@
 /// @file
-/// Logging: the call-site macro and what stands behind it.
+/// Logging: the call-site macro and the functions it uses.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -19,7 +19,7 @@ class status;
 
 /// Logs with a level, a category mask (or a DeclareCategoryMask object, or 0) and a format with its
 /// arguments. A record below the filter's level costs a load and a comparison; the arguments of a
-/// record that is held back are not evaluated.
+/// record that the filter rejects are not evaluated.
 /// @code
 /// static const kvi::diag::DeclareCategoryMask kMath("Math");
 /// KVI_LOG(kvi::diag::warning, kMath, "equation %d: pivot %g", equation, pivot);
@@ -37,8 +37,8 @@ class status;
 namespace kvi::diag
 {
 
-/// A call site on its way to the current sink. A record that the filter holds back goes nowhere; no
-/// call throws.
+/// Passes the records of one call site to the current sink, unless the filter rejects them. No call
+/// throws; the caller's errno and last system error stay as they were.
 class KVI_API LogMacroHandler
 {
 public:

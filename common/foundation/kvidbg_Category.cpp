@@ -30,7 +30,7 @@ struct Registry
     unsigned nextBit = 4;
     std::string filterText; // in lower case
     std::atomic<unsigned> generation{0};
-    bool toldOfEnd = false;
+    bool reportedEnd = false;
 
     Registry()
     {
@@ -61,20 +61,20 @@ struct Registry
         return mask;
     }
 
-    /// @param tell  set when the name is the first that got no bit
+    /// @param report  set when the name is the first that got no bit
     /// @returns whether the name was new
-    bool Register(const std::string& lowered, bool& tell)
+    bool Register(const std::string& lowered, bool& report)
     {
         if (lowered.empty() || bits.contains(lowered))
             return false;
         Add(lowered);
-        tell = !toldOfEnd && bits.at(lowered) == 0;
-        toldOfEnd = toldOfEnd || tell;
+        report = !reportedEnd && bits.at(lowered) == 0;
+        reportedEnd = reportedEnd || report;
         return true;
     }
 };
 
-void TellOfEnd(const std::string& name)
+void ReportEnd(const std::string& name)
 {
     KVI_LOG(warning, 0,
             "no bit is left for log category \"%s\": it and later ones cannot be selected", name);
@@ -118,16 +118,16 @@ int CategoryMask(const std::string& name)
 {
     const std::string lowered = str::ascii_lower(name);
     Registry& registry = Registry::Instance();
-    bool tell = false;
+    bool report = false;
     int mask = 0;
     {
         const Guard guard(registry.lock);
-        if (registry.Register(lowered, tell) && !registry.filterText.empty())
+        if (registry.Register(lowered, report) && !registry.filterText.empty())
             impl::FilterWord::SetMask(registry.MaskOf(registry.filterText));
         mask = registry.MaskOf(lowered);
     }
-    if (tell)
-        TellOfEnd(name);
+    if (report)
+        ReportEnd(name);
     return mask;
 }
 
@@ -179,21 +179,21 @@ void LogFilter::Set(const std::wstring& level, const std::wstring& categories)
     const int named = LevelByName(level);
     const std::string text = str::as_cstring(categories);
     Registry& registry = Registry::Instance();
-    bool tell = false;
+    bool report = false;
     {
         const Guard guard(registry.lock);
         int mask = CategoryMask();
         if (!text.empty())
         {
             registry.filterText = str::ascii_lower(text);
-            registry.Register(registry.filterText, tell);
+            registry.Register(registry.filterText, report);
             mask = registry.MaskOf(registry.filterText);
         }
         word_.store(WordOf(named == kNoLevel ? MinLevel() : named, mask),
                     std::memory_order_relaxed);
     }
-    if (tell)
-        TellOfEnd(text);
+    if (report)
+        ReportEnd(text);
 }
 
 } // namespace kvi::diag

@@ -34,7 +34,7 @@ public:
     explicit DeclareCategoryMask(const std::string& name);
 
     /// The name's mask, looked up on the first use and kept.
-    operator int() const // NOLINT(google-explicit-constructor): stands for its mask
+    operator int() const // NOLINT(google-explicit-constructor): used as its mask
     {
         const int mask = mask_.load(std::memory_order_relaxed);
         return mask != kUnknown ? mask : LookUp();

@@ -12,7 +12,7 @@
 namespace kvi::diag
 {
 
-/// What a call site tells about its record. The texts live as long as the program.
+/// Where a record comes from. The texts live as long as the program.
 struct LogRecord
 {
     int level;            ///< such as kvi::diag::warning

@@ -13,7 +13,7 @@
 namespace kvi::diag
 {
 
-/// How grave a record is.
+/// The severity of a record.
 enum Level : int
 {
     verbose = 0,
@@ -38,7 +38,7 @@ struct FilterWord;
 
 /// The process's filter: a record passes when its level is at least the minimum and its category
 /// mask shares a bit with the filter's; a record without category passes by its level alone.
-/// At first: warnings and graver (everything in diagnostic mode, see kvi_feature.h), all
+/// At first: warnings and above (everything in diagnostic mode, see kvi_feature.h), all
 /// categories. Threads: any. Both numbers are one word, so a reader never sees half of a change.
 class KVI_API LogFilter
 {

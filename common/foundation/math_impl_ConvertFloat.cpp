@@ -202,7 +202,7 @@ void ConvertFloat<T>::from_string(T& value, const std::wstring& text)
         longer.resize(size);
         narrow = longer.data();
     }
-    // A character that no number has stands for all the others.
+    // One character that no number has replaces all the others.
     std::transform(first, text.end(), narrow,
                    [](wchar_t c) { return c > 0 && c < 0x80 ? char(c) : '?'; });
     if (!ReadWhole(value, narrow, narrow + size))

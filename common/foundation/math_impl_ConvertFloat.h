@@ -20,12 +20,12 @@ enum class RoundType
     /// 10^-4 or when the digits do not reach the point. Nearest, exactly half to the even digit.
     significant,
     significant_half_away, ///< the same, exactly half away from zero
-    significant_truncated, ///< the same, the digits behind the last cut off
+    significant_truncated, ///< the same, further digits cut off
 
-    /// Digits behind the point, the shape of "%f", zeros kept. Nearest, exactly half to the even.
+    /// Digits after the point, the shape of "%f", zeros kept. Nearest, exactly half to the even.
     decimals,
     decimals_half_away, ///< the same, exactly half away from zero
-    decimals_truncated  ///< the same, the digits behind the last cut off
+    decimals_truncated  ///< the same, further digits cut off
 };
 
 } // namespace math

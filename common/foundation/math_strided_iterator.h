@@ -1,5 +1,5 @@
 /// @file
-/// Steps through numbers that stand a fixed distance apart.
+/// Iterates over numbers at a fixed distance.
 #pragma once
 
 #include <compare>

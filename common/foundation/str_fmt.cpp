@@ -37,7 +37,7 @@ constexpr bool IsOneOf(char c, const char (&set)[N])
     return found;
 }
 
-/// Appends @p body, padded to the token's width; @p head (a sign, "0x") stands before the zeros.
+/// Appends @p body, padded to the token's width; @p head (a sign, "0x") comes before the zeros.
 template <class C, class B>
 void AppendPadded(Pieces<C>& out, const Token& token, std::string_view head,
                   std::basic_string_view<B> body, bool zeros)
@@ -266,7 +266,7 @@ void AppendArgument(Pieces<C>& out, Token& token, const Argument& value)
     AppendInteger(out, token, value);
 }
 
-/// A piece of the format that stands for itself.
+/// A piece of the format that is copied.
 template <class C, class F>
 void AppendLiteral(Pieces<C>& out, std::basic_string_view<F> piece)
 {
@@ -316,7 +316,7 @@ void Fill(Pieces<C>& out, std::basic_string_view<F> format, const Argument* args
             at = end;
             continue;
         }
-        // No conversion, or one without an argument: its first character stands for itself.
+        // No conversion, or one without an argument: its first character is copied.
         out.append(1, C('%'));
         const bool twice = percent + 1 < format.size() && format[percent + 1] == F('%');
         at = percent + (twice ? 2 : 1);

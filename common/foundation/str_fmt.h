@@ -19,8 +19,8 @@
 /// same value; text as it is | | p | an address: 0x and lower-case hexadecimal digits | | %% | a
 /// percent sign; takes no argument |
 ///
-/// The format is never trusted. Whatever is no conversion ("%n", "%*d", "%1$s", a lone "%") stands
-/// in the text as written and takes no argument; so does a conversion that has no argument left.
+/// The format is never trusted. Whatever is no conversion ("%n", "%*d", "%1$s", a lone "%") is
+/// copied as written and takes no argument; so does a conversion that has no argument left.
 /// Arguments left over are not used. An argument that its conversion does not fit is written in its
 /// own form: "%d" of text gives the text, of 1.5 gives 1.5; "%s" of a number gives the number.
 /// Widths are cut at 4096, the precision of a number at 1100. Zeros inside a format or a text are

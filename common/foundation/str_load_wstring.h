@@ -11,7 +11,7 @@ namespace str
 {
 
 /// The text of message @p code as the application has it now, or else the library's own English
-/// one, with its conversions as they stand; empty when there is neither.
+/// one, with its conversions unfilled; empty when there is neither.
 KVI_API std::wstring load_wstring(unsigned int code);
 
 /// The texts of @p codes, in their order.

@@ -61,7 +61,7 @@ KVI_API bool is_installed(const ID& id);
 /// @name Separators
 /// @{
 
-/// What stands between a number and its fraction, between thousands, between the items of a list.
+/// What separates a number from its fraction, thousands, and the items of a list.
 KVI_API std::wstring decimal_char(const ID& id = native());
 KVI_API std::wstring thousandths_char(const ID& id = native()); ///< empty: no grouping
 KVI_API std::wstring list_delim(const ID& id = native());
@@ -77,7 +77,7 @@ namespace format
 enum Type
 {
     plain = 0,   ///< digits alone; "2026-11-21 10:05:00"
-    grouped = 1, ///< whole numbers only: thousands set apart
+    grouped = 1, ///< whole numbers only: with thousands separators
     date = 2,    ///< times only: "2026-11-21"
     time = 3     ///< times only: "10:05:00"
 };
@@ -90,9 +90,9 @@ namespace floatformat
 enum Type
 {
     general = 0,    ///< N significant digits, no trailing zeros, an exponent where needed ("%g")
-    fixed = 1,      ///< N digits behind the decimal separator ("%f")
-    scientific = 2, ///< N digits behind it, and an exponent ("%e")
-    grouped = 3     ///< as fixed, thousands set apart
+    fixed = 1,      ///< N digits after the decimal separator ("%f")
+    scientific = 2, ///< N digits after it, and an exponent ("%e")
+    grouped = 3     ///< as fixed, with thousands separators
 };
 } // namespace floatformat
 
@@ -131,9 +131,9 @@ KVI_API gtl::status to_string(std::wstring& text, const std::vector<double>& val
 /// @name Reading
 /// @{
 
-/// @p text is read whole, white space at both ends aside; thousands may be set apart, but then in
-/// threes. @p value stays as it was when the status is an error, which names the text (of a list
-/// the item) and what it should be:
+/// All of @p text is read, but for white space at both ends; thousands separators are allowed, in
+/// groups of three digits. @p value stays as it was when the status is an error, which names the
+/// text (of a list the item) and what it should be:
 /// - 20218: empty, or with a character in a place where the type has none;
 /// - 20219: "0x..." for a number, a format that the type does not have;
 /// - 20220: well formed but no value of the type, as "-1" for unsigned or the month 13;
@@ -152,7 +152,7 @@ KVI_API gtl::status from_string(bool& value, const std::wstring& text, const ID&
 /// midnight, a time alone leaves the date as it was.
 KVI_API gtl::status from_string(std::tm& value, const std::wstring& text, const ID& id = native(),
                                 format::Type how = format::plain);
-/// Items apart by the separator that to_string writes; text with nothing in it has no items.
+/// Items separated as to_string writes them; empty text has no items.
 KVI_API gtl::status from_string(std::vector<int>& values, const std::wstring& text,
                                 const ID& id = native());
 KVI_API gtl::status from_string(std::vector<double>& values, const std::wstring& text,

@@ -24,7 +24,7 @@ std::wstring Trimmed(std::wstring text)
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-// The spaces that locales set thousands apart with; people type any of them.
+// The spaces that locales use as thousands separators; people type any of them.
 bool IsGroupSpace(wchar_t c) { return c == L' ' || c == 0xa0 || c == 0x202f || c == 0x2009; }
 
 // Whether @p rest begins with a thousands separator and three digits, but not with a fourth.

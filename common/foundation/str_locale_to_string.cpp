@@ -18,7 +18,7 @@ constexpr unsigned kMostWidth = 65535, kMostDigits = 20000;
 
 std::wstring Widened(const std::string& ascii) { return {ascii.begin(), ascii.end()}; }
 
-// Sets the whole part of a number, which may have a sign, apart in threes.
+// Puts the separator between the thousands of a whole number, which may have a sign.
 void Group(std::wstring& text, const std::wstring& separator)
 {
     const std::size_t first = text.find_first_of(L"0123456789");

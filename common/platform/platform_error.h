@@ -36,7 +36,7 @@ private:
 /// The number of "there is no such handle".
 unsigned long InvalidHandleNumber();
 
-/// What the system says about error @p number, as it stands there (Windows texts end with a
+/// What the system says about error @p number, with its punctuation (Windows texts end with a
 /// line break); nothing when it has no text.
 std::optional<std::wstring> SystemText(unsigned long number);
 

@@ -18,6 +18,9 @@ constexpr unsigned kTextLimit = 2047;
 /// @returns what StringTableText wants; null when there are none
 const void* FindStringTable(Module module);
 
+/// The same for the module that @p address, of a function or an object, lies in.
+const void* FindStringTableAt(const void* address);
+
 /// The text with @p code, as it stands in the module; empty when @p table is null or lacks it.
 std::wstring_view StringTableText(const void* table, unsigned code);
 

@@ -3,6 +3,7 @@
 #include "foundation/App.h"
 #include "foundation/gtl_Convert_error_status.h"
 #include "foundation/gtl_range_error.h"
+#include "platform/platform_library.h"
 
 #include <gtest/gtest.h>
 
@@ -84,6 +85,28 @@ TEST(App, TakesTextsFromAnotherModuleWhileOldStatusesKeepTheirs)
 
     app.ResetResourceModule();
     EXPECT_EQ(gtl::status(24181), before);
+}
+
+TEST(App, FindsAPlugInsTextsAndAsksTheHostsFunctionFirst)
+{
+    AppImpl& app = App::Instance();
+    platform::Module const plugIn =
+        platform::LoadModule(KVI_TEST_TEXTS, platform::SymbolScope::own);
+    ASSERT_NE(plugIn, nullptr);
+    const void* inside = platform::Symbol(plugIn, "kvi_string_table");
+    inside = inside != nullptr ? inside : plugIn; // on Windows the handle is an address
+    EXPECT_EQ(app.MessageText(61000), L"");
+    EXPECT_TRUE(app.AddTextsOf(inside));
+    EXPECT_TRUE(app.AddTextsOf(inside));
+    EXPECT_EQ(gtl::status(61000, L"x").as_wstring(), L"only x here");
+    EXPECT_EQ(app.MessageText(24181), early.made.details()->message_template()); // the host's
+    app.SetTextFunction([](unsigned code) { return code == 24181 ? L"asked" : nullptr; });
+    EXPECT_EQ(app.MessageText(24181) + app.MessageText(61000), L"askedonly %s here");
+    app.SetTextFunction(nullptr);
+    app.RemoveTextsOf(inside);
+    EXPECT_EQ(app.MessageText(24181) + app.MessageText(61000), early.made.as_wstring());
+    int onTheStack = 0;
+    EXPECT_FALSE(app.AddTextsOf(&onTheStack));
 }
 
 TEST(App, AnswersManyThreadsAtOnce)

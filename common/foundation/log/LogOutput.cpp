@@ -17,7 +17,7 @@ constexpr std::size_t kGather = 32768;
 constexpr std::int64_t kSlow = 10'000;   // microseconds
 constexpr std::int64_t kRestFactor = 10; // so a slow target takes a tenth of the time at most
 
-/// How many records end in @p bytes: only a record's further lines begin with a blank.
+/// How many records end in @p bytes: only continuation lines begin with a blank.
 unsigned RecordEnds(std::string_view bytes)
 {
     unsigned ends = 0;
@@ -59,17 +59,17 @@ void Output::Write(bool gather, std::int64_t now, RecordLine& lines)
     if (!dropped_ && resting)
     {
         lost_ += records_;
-        untold_ += records_;
+        unreported_ += records_;
     }
     else if (!dropped_)
     {
         std::string head;
         if (torn_)
             head = "\n";
-        if (untold_ > 0)
-            lines.Append(head, {warning, 0, "", 0, ""},
-                         str::sprintf(L"%u records before this one could not be written", untold_),
-                         now);
+        if (unreported_ > 0)
+            lines.Append(
+                head, {warning, 0, "", 0, ""},
+                str::sprintf(L"%u records before this one could not be written", unreported_), now);
         if (!head.empty())
             gathered_.insert(0, head);
         const platform::WriteResult result = file_ != nullptr
@@ -82,7 +82,7 @@ void Output::Write(bool gather, std::int64_t now, RecordLine& lines)
         else
         {
             torn_ = false;
-            untold_ = 0;
+            unreported_ = 0;
         }
     }
     gathered_.clear();
@@ -93,36 +93,39 @@ void Output::LeaveToParent()
 {
     gathered_.clear();
     records_ = 0;
-    untold_ = 0;
+    unreported_ = 0;
+    if (file_ != nullptr)
+        file_->LeaveToParent();
 }
 
 void Output::Fail(const platform::WriteResult& result, std::size_t head, std::int64_t started)
 {
     if (result.written >= head && head > 1)
-        untold_ = 0;
+        unreported_ = 0;
     const std::size_t lineBytes = result.written > head ? result.written - head : 0;
     const unsigned whole = RecordEnds(std::string_view(gathered_).substr(head, lineBytes));
     lost_ += records_ - whole;
-    untold_ += records_ - whole;
+    unreported_ += records_ - whole;
     if (result.written > 0)
         torn_ = gathered_[result.written - 1] != '\n';
     failedAt_ = Now();
     restUntil_ = failedAt_ - started > kSlow ? failedAt_ + kRestFactor * (failedAt_ - started) : 0;
-    TellReason(result.error);
+    ReportReason(result.error);
 }
 
-void Output::TellReason(unsigned long error)
+void Output::ReportReason(unsigned long error)
 {
-    if (reasonTold_ || (file_ == nullptr && toError_))
+    if (reasonReported_ || (file_ == nullptr && toError_))
         return;
-    reasonTold_ = true;
+    reasonReported_ = true;
     std::wstring reason = platform::SystemText(error).value_or(L"no text");
     while (!reason.empty() && reason.back() <= L' ')
         reason.pop_back();
     const std::wstring text = str::sprintf(
         L"KVI: the log cannot be written to %s: %s (%u); records are counted until it can be\n",
         file_ != nullptr ? file_->Path() : L"standard output", reason, error);
-    (void)platform::WriteToConsole(true, platform::ToUtf8(text)); // nowhere left to tell a failure
+    (void)platform::WriteToConsole(true,
+                                   platform::ToUtf8(text)); // a failure has nowhere to be reported
 }
 
 } // namespace kvi::diag::impl

@@ -1,5 +1,5 @@
 /// @file
-/// One target of the default sink, with what it does while it fails. Not installed.
+/// One target of the default sink, with what it does while it fails.
 #pragma once
 
 #include "platform/platform_logfile.h"
@@ -28,8 +28,8 @@ public:
     std::string& Gathered() { return gathered_; }
     void Added() { ++records_; }
 
-    /// Writes the gathered lines; with @p gather only when a file has many of them. Before the
-    /// first lines that go out after a failure stands one that tells the loss, made by @p lines.
+    /// Writes the gathered lines; with @p gather only when a file has many of them. The
+    /// first lines written after a failure follow one that reports the loss, made by @p lines.
     void Write(bool gather, std::int64_t now, RecordLine& lines);
 
     unsigned long long Lost() const { return lost_; }
@@ -39,7 +39,7 @@ public:
 
 private:
     void Fail(const platform::WriteResult& result, std::size_t head, std::int64_t started);
-    void TellReason(unsigned long error);
+    void ReportReason(unsigned long error);
 
     std::unique_ptr<platform::LogFile> file_;
     bool toError_ = false;
@@ -49,9 +49,9 @@ private:
     unsigned records_ = 0; // in gathered_
 
     unsigned long long lost_ = 0;
-    unsigned long long untold_ = 0; // of lost_, not yet told in the target itself
-    bool torn_ = false;             // the target ends within a line
-    bool reasonTold_ = false;
+    unsigned long long unreported_ = 0; // of lost_, not yet reported in the target itself
+    bool torn_ = false;                 // the target ends in the middle of a line
+    bool reasonReported_ = false;
     std::int64_t failedAt_ = 0, restUntil_ = 0; // microseconds
 };
 

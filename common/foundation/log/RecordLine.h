@@ -1,5 +1,5 @@
 /// @file
-/// The layout of the default sink's lines. Not installed.
+/// The layout of the default sink's lines.
 #pragma once
 
 #include "foundation/kvidbg_EventSink.h"
@@ -33,7 +33,7 @@ private:
 
     static constexpr std::size_t kSecondLength = 20; // of "2026-03-04T05:06:07."
 
-    // What stands before the text, with the milliseconds left open, and what it was made for.
+    // What precedes the text, without the milliseconds, and what it was made from.
     std::string head_;
     std::int64_t headSecond_ = -1;
     int headLevel_ = 0, headMask_ = 0;

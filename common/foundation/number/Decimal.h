@@ -8,7 +8,7 @@
 namespace str::impl
 {
 
-/// What happens to the digits behind the last one kept.
+/// What happens to the digits after the last one kept.
 enum class Ending
 {
     nearestEven, ///< to the nearest, exactly half to the even digit
@@ -29,7 +29,8 @@ struct Decimal
     /// @returns the end of it, or @p first when there is none
     const char* Read(const char* first, const char* last);
 
-    /// Keeps the first @p kept digits; a negative count lies as far before the first one.
+    /// Keeps the first @p kept digits; with a negative count, none: rounds at a digit before the
+    /// first.
     void Round(long kept, Ending ending);
 
     /// The nearest long double, exactly half to the even one; infinity past the largest.

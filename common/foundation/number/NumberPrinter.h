@@ -29,7 +29,7 @@ constexpr int kFastRoom = 64;
 /// @returns the end of the text, or null when nothing was written
 char* FastFixed(char* out, double value, int decimals);
 
-/// Writes the same without the trailing zeros behind the first @p keep decimals (0 to @p decimals),
+/// Writes the same without the trailing zeros after the first @p keep decimals (0 to @p decimals),
 /// when there are 1 to 6 decimals and at most 7 digits before the point. Overwrites 16 characters,
 /// the last one with 0.
 /// @returns the length of the text, at most 15; 0 when nothing was written

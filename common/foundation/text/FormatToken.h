@@ -1,5 +1,5 @@
 /// @file
-/// What the formatter's sources share, and the door for message templates. Not installed.
+/// What the formatter's sources share, and the entry for message templates.
 #pragma once
 
 #include "foundation/str_fmt.h"
@@ -19,16 +19,16 @@ struct Token
     int width = 0;
     int precision = -1; ///< -1: none given
     char conversion = 0;
-    bool bare = false; ///< nothing stands between "%" and the conversion
+    bool bare = false; ///< nothing between "%" and the conversion
 };
 
 /// Reads the conversion that begins with the "%" at format[at] into a fresh @p token.
-/// @returns the position behind it, or @p at when it is none ("%%" is none either)
+/// @returns the position after it, or @p at when it is none ("%%" is none either)
 template <class C>
 std::size_t ParseToken(std::basic_string_view<C> format, std::size_t at, Token& token);
 
 /// Gathers text on the stack on its way to a string: growing that for each piece costs more than
-/// the pieces. Whoever wants the string calls Flush at the end; View gives the text either way.
+/// the pieces. Callers that want the string call Flush at the end; View gives the text either way.
 template <class C>
 class Pieces
 {
@@ -101,7 +101,7 @@ void Fill(Pieces<C>& out, std::basic_string_view<F> format, const Argument* args
           std::size_t count);
 
 /// @p format with its conversions filled by @p count texts in their order, each inserted as it is.
-/// Conversions left over stand as written.
+/// Conversions left over are copied.
 std::wstring FillTemplate(const std::wstring& format, const std::wstring* args, unsigned count);
 
 } // namespace str::fmt::impl

@@ -17,7 +17,7 @@ struct ID::Record
     std::wstring list;
     std::locale object;
 
-    /// What stands between list items: a separator that no number holds.
+    /// What separates list items: no number contains it.
     std::wstring Between() const { return list.empty() || list == decimal ? L";" : list; }
 };
 

@@ -18,7 +18,7 @@ std::optional<std::wstring> SystemText(unsigned long number)
 {
     if (number > static_cast<unsigned long>(std::numeric_limits<int>::max()))
         return std::nullopt;
-    // Unlike strerror_r, this tells an unknown number and asks no process locale.
+    // Unlike strerror_r, this reports an unknown number and uses no process locale.
     const char* const text = ::strerrordesc_np(static_cast<int>(number));
     if (text == nullptr)
         return std::nullopt;

@@ -11,6 +11,7 @@
 #include <ctime>
 #include <cwchar>
 #include <optional>
+#include <stdio_ext.h>
 #include <utility>
 
 #include <fcntl.h>
@@ -34,7 +35,9 @@ constexpr auto kLongestWait = std::chrono::milliseconds(200);
 // Without a write that never waits: a pipe that polls as writable takes this much (POSIX's least
 // PIPE_BUF is less, Linux has 4096).
 constexpr std::size_t kPiece = 4096;
-constexpr int kMostRemovals = 3; // of the file while one record is written
+constexpr int kMostRemovals = 3;         // of the file while one record is written
+constexpr std::int64_t kCheckEvery = 20; // microseconds: the check costs half as much as a write
+constexpr std::size_t kMostUnchecked = 65536;
 
 unsigned long ErrorNumber() { return static_cast<unsigned long>(errno); }
 
@@ -68,24 +71,19 @@ private:
     bool mine_; // no other one was waiting before
 };
 
-/// Against SIGXFSZ: only where the process has a limit for the size of files.
-class FileSizeGuard
+/// Whether a write past the end of the largest file allowed raises SIGXFSZ.
+bool HasSizeLimit()
 {
-public:
-    FileSizeGuard()
-    {
-        rlimit limit;
-        if (::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY)
-            guard_.emplace(SIGXFSZ);
-    }
+    rlimit limit;
+    return ::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
+}
 
-private:
-    std::optional<SignalGuard> guard_;
-};
-
-WriteResult WriteRegular(int file, std::string_view bytes)
+/// @param limited  what HasSizeLimit says
+WriteResult WriteRegular(int file, std::string_view bytes, bool limited)
 {
-    const FileSizeGuard guard;
+    std::optional<SignalGuard> guard;
+    if (limited)
+        guard.emplace(SIGXFSZ);
     std::size_t written = 0;
     while (written < bytes.size())
     {
@@ -168,13 +166,13 @@ unsigned long WriteHostText(std::FILE* stream, int file, bool regular)
     if (::fileno(stream) != file || ::ftrylockfile(stream) != 0)
         return 0; // another thread is printing, perhaps into a full pipe
     unsigned long error = 0;
-    if (regular)
+    if (regular && ::__fpending(stream) > 0)
     {
-        const FileSizeGuard guard;
+        const SignalGuard guard(SIGXFSZ);
         ::fflush_unlocked(stream);
     }
 #ifdef __GLIBC__
-    else if (::fwide(stream, 0) <= 0)
+    else if (!regular && ::fwide(stream, 0) <= 0)
     {
         char* const first = stream->_IO_write_base;
         const auto size = static_cast<std::size_t>(stream->_IO_write_ptr - first);
@@ -205,7 +203,14 @@ constinit ForkHandler forkHandler{ForkRank::platform, nullptr, nullptr, [] { thr
 
 LogFile::LogFile(std::wstring path) : path_(std::move(path)) {}
 
-LogFile::~LogFile() { Close(); }
+LogFile::~LogFile()
+{
+    if (handle_ >= 0)
+        Leave();
+    if (rewrite_ && Open() == 0)
+        (void)WriteToOpen({}); // nobody is left to be told of a failure
+    Close();
+}
 
 unsigned long LogFile::Open()
 {
@@ -223,6 +228,7 @@ unsigned long LogFile::Open()
         return error;
     }
     handle_ = file;
+    limited_ = HasSizeLimit();
     device_ = about.st_dev;
     number_ = about.st_ino;
     regular_ = S_ISREG(about.st_mode);
@@ -254,22 +260,63 @@ WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
     if (now - looked_ > kLookEvery || now < looked_)
     {
         looked_ = now;
+        limited_ = HasSizeLimit();
         if (handle_ >= 0 && !IsCurrent())
-            Close();
+            Leave();
     }
     for (int removals = 0;; ++removals)
     {
-        if (const unsigned long error = handle_ < 0 ? Open() : 0; error != 0)
+        if (const unsigned long error = handle_ >= 0 ? 0 : Open(); error != 0)
             return {error, 0};
-        const int file = static_cast<int>(handle_);
-        const WriteResult result =
-            regular_ ? WriteRegular(file, bytes) : WriteWithLimit(file, bytes);
-        const bool gone = regular_ && IsRemoved(); // and the bytes with it
-        if (result.error != 0 || gone)
+        const WriteResult result = WriteToOpen(bytes);
+        if (result.error != 0)
+        {
+            if (!rewrite_)
+                unchecked_.clear();
             Close();
-        if (result.error != 0 || !gone || removals == kMostRemovals)
             return result;
+        }
+        if (!regular_)
+            return result;
+        if (now - checked_ <= kCheckEvery && now >= checked_ && unchecked_.size() < kMostUnchecked)
+        {
+            unchecked_ += bytes;
+            return result;
+        }
+        checked_ = now;
+        if (removals == kMostRemovals || !IsRemoved())
+        {
+            unchecked_.clear();
+            return result;
+        }
+        Leave(); // and with it the bytes
     }
+}
+
+void LogFile::Leave()
+{
+    rewrite_ = rewrite_ || (regular_ && !unchecked_.empty() && IsRemoved());
+    if (!rewrite_)
+        unchecked_.clear();
+    Close();
+}
+
+WriteResult LogFile::WriteToOpen(std::string_view bytes)
+{
+    if (rewrite_)
+    {
+        const WriteResult before = WriteRaw(unchecked_);
+        if (before.error != 0)
+            return {before.error, 0};
+        rewrite_ = false;
+    }
+    return WriteRaw(bytes);
+}
+
+WriteResult LogFile::WriteRaw(std::string_view bytes)
+{
+    const int file = static_cast<int>(handle_);
+    return regular_ ? WriteRegular(file, bytes, limited_) : WriteWithLimit(file, bytes);
 }
 
 WriteResult WriteToConsole(bool toError, std::string_view bytes)
@@ -278,7 +325,7 @@ WriteResult WriteToConsole(bool toError, std::string_view bytes)
     const bool regular = IsRegular(file);
     if (const unsigned long error = WriteHostText(toError ? stderr : stdout, file, regular))
         return {error, 0};
-    return regular ? WriteRegular(file, bytes) : WriteWithLimit(file, bytes);
+    return regular ? WriteRegular(file, bytes, HasSizeLimit()) : WriteWithLimit(file, bytes);
 }
 
 unsigned long ThreadNumber()

@@ -16,7 +16,9 @@ namespace
 constexpr std::int64_t kLookEvery = 1000; // microseconds
 // The lock below is waited for this long at most, then the write goes on without it.
 constexpr int kLockTries = 100;
-constexpr int kMostRemovals = 3; // of the file while one record is written
+constexpr int kMostRemovals = 3;         // of the file while one record is written
+constexpr std::int64_t kCheckEvery = 20; // microseconds: the check costs half as much as a write
+constexpr std::size_t kMostUnchecked = 65536;
 
 HANDLE Handle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 
@@ -103,7 +105,14 @@ bool IsAboutToGo(HANDLE file)
 
 LogFile::LogFile(std::wstring path) : path_(std::move(path)) {}
 
-LogFile::~LogFile() { Close(); }
+LogFile::~LogFile()
+{
+    if (handle_ != -1)
+        Leave();
+    if (rewrite_ && Open() == 0)
+        (void)WriteToOpen({}); // nobody is left to be told of a failure
+    Close();
+}
 
 unsigned long LogFile::Open()
 {
@@ -146,23 +155,63 @@ WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
     {
         looked_ = now;
         if (handle_ != -1 && !IsCurrent())
-            Close();
+            Leave();
     }
     for (int removals = 0;; ++removals)
     {
-        if (const unsigned long error = handle_ == -1 ? Open() : 0; error != 0)
+        if (const unsigned long error = handle_ != -1 ? 0 : Open(); error != 0)
             return {error, 0};
-        std::optional<AppendLock> lock;
-        if (regular_)
-            lock.emplace(Handle(handle_));
-        const WriteResult result = WriteAll(Handle(handle_), bytes);
-        lock.reset();
-        const bool gone = IsRemoved(); // and the bytes with it
-        if (result.error != 0 || gone)
+        const WriteResult result = WriteToOpen(bytes);
+        if (result.error != 0)
+        {
+            if (!rewrite_)
+                unchecked_.clear();
             Close();
-        if (result.error != 0 || !gone || removals == kMostRemovals)
             return result;
+        }
+        if (!regular_)
+            return result;
+        if (now - checked_ <= kCheckEvery && now >= checked_ && unchecked_.size() < kMostUnchecked)
+        {
+            unchecked_ += bytes;
+            return result;
+        }
+        checked_ = now;
+        if (removals == kMostRemovals || !IsRemoved())
+        {
+            unchecked_.clear();
+            return result;
+        }
+        Leave(); // and with it the bytes
     }
+}
+
+void LogFile::Leave()
+{
+    rewrite_ = rewrite_ || (regular_ && !unchecked_.empty() && IsRemoved());
+    if (!rewrite_)
+        unchecked_.clear();
+    Close();
+}
+
+WriteResult LogFile::WriteToOpen(std::string_view bytes)
+{
+    if (rewrite_)
+    {
+        const WriteResult before = WriteRaw(unchecked_);
+        if (before.error != 0)
+            return {before.error, 0};
+        rewrite_ = false;
+    }
+    return WriteRaw(bytes);
+}
+
+WriteResult LogFile::WriteRaw(std::string_view bytes)
+{
+    std::optional<AppendLock> lock;
+    if (regular_)
+        lock.emplace(Handle(handle_));
+    return WriteAll(Handle(handle_), bytes);
 }
 
 WriteResult WriteToConsole(bool toError, std::string_view bytes)

@@ -13,6 +13,15 @@ const void* FindStringTable(Module module)
     return module != nullptr ? module : ::GetModuleHandleW(nullptr);
 }
 
+const void* FindStringTableAt(const void* address)
+{
+    HMODULE module = nullptr;
+    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                             GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                         static_cast<const wchar_t*>(address), &module);
+    return module;
+}
+
 std::wstring_view StringTableText(const void* table, unsigned code)
 {
     // The system looks at the low 16 bits only and would find another text.
