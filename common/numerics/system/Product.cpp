@@ -48,6 +48,12 @@ void Reaction(const MatrixView& A, const double* b, const double* x, double* r, 
     ForRows(A, threads, [&](int first, int end) { Kernels().reaction(A, b, x, r, first, end); });
 }
 
+void CheckRows(const MatrixView& A, const double* b, const double* x, double* r, RowSizes* sizes,
+               int first, int end)
+{
+    Kernels().check(A, b, x, r, sizes, first, end);
+}
+
 double MaxNorm(const double* v, std::size_t n)
 {
     double largest = 0;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "numerics/system/MatrixView.h"
+#include "numerics/system/ProductRows.h"
 
 #include <cstddef>
 
@@ -17,6 +18,11 @@ void Residual(const MatrixView& A, const double* b, const double* x, double* r, 
 
 /// r = A x - b
 void Reaction(const MatrixView& A, const double* b, const double* x, double* r, int threads = 0);
+
+/// Of the rows from @p first up to and without @p end: r = b - A x, and sizes[i - first] of row i.
+/// On the calling thread.
+void CheckRows(const MatrixView& A, const double* b, const double* x, double* r, RowSizes* sizes,
+               int first, int end);
 
 /// @name Norms; NaN anywhere in v gives NaN
 /// @{

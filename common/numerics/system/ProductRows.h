@@ -7,6 +7,13 @@
 namespace numerics
 {
 
+/// What bounds a row's product: sum |a_ij x_j| and sum |a_ij|.
+struct RowSizes
+{
+    double products;
+    double norm;
+};
+
 /// Each works on the rows from @p first up to and without @p end.
 struct ProductKernels
 {
@@ -18,6 +25,9 @@ struct ProductKernels
     /// r = A x - b
     void (*reaction)(const MatrixView& A, const double* b, const double* x, double* r, int first,
                      int end);
+    /// r = b - A x, and for row @p first + k its sizes[k]
+    void (*check)(const MatrixView& A, const double* b, const double* x, double* r, RowSizes* sizes,
+                  int first, int end);
 };
 
 namespace sse2

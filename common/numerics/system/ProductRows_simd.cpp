@@ -66,8 +66,39 @@ void Reaction(const MatrixView& A, const double* b, const double* x, double* r, 
         r[i] = RowProduct(A, x, i) - b[i];
 }
 
+void Check(const MatrixView& A, const double* b, const double* x, double* r, RowSizes* sizes,
+           int first, int end)
+{
+    for (int i = first; i < end; ++i)
+    {
+        const double* a = A.values + A.rowStart[i];
+        const int* column = A.columns + A.rowStart[i];
+        int length = A.rowStart[i + 1] - A.rowStart[i];
+        FetchAhead(a, column, length);
+        double sums[4] = {}, products[4] = {}, norms[4] = {};
+        const auto add = [&](int lane, int k) {
+            const double product = a[k] * x[column[k]];
+            sums[lane] += product;
+            products[lane] += __builtin_fabs(product);
+            norms[lane] += __builtin_fabs(a[k]);
+        };
+        for (; length >= 4; length -= 4, a += 4, column += 4)
+        {
+            add(0, 0);
+            add(1, 1);
+            add(2, 2);
+            add(3, 3);
+        }
+        for (; length > 0; --length, ++a, ++column)
+            add(0, 0);
+        r[i] = b[i] - ((sums[0] + sums[1]) + (sums[2] + sums[3]));
+        sizes[i - first] = {(products[0] + products[1]) + (products[2] + products[3]),
+                            (norms[0] + norms[1]) + (norms[2] + norms[3])};
+    }
+}
+
 } // namespace
 
-const ProductKernels kProductKernels = {Product, Residual, Reaction};
+const ProductKernels kProductKernels = {Product, Residual, Reaction, Check};
 
 } // namespace numerics::KVI_SIMD

@@ -1,0 +1,206 @@
+#include "numerics/solve/Verdict.h"
+
+#include "numerics/system/Product.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace numerics
+{
+namespace
+{
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr int kRows = 1024; // of a block; a constant, so that the result depends on no thread
+
+/// max(largest, ratio); @returns whether it became larger
+bool Raise(double& largest, double ratio)
+{
+    const bool isLarger = ratio > largest;
+    largest = isLarger ? ratio : largest;
+    return isLarger;
+}
+
+/// What the rows of one block contribute.
+struct BlockErrors
+{
+    double rowWise = 0;
+    int worst = -1;
+    double residual = 0, norm = 0; // largest |r|, largest sum of |a|
+    double resistance = 0;
+    double farResidual = 0, farLoad = 0; // largest |r|, |b| of the equations that x goes far in
+
+    void Take(const BlockErrors& other)
+    {
+        if (Raise(rowWise, other.rowWise))
+            worst = other.worst;
+        Raise(residual, other.residual);
+        Raise(norm, other.norm);
+        Raise(resistance, other.resistance);
+        Raise(farResidual, other.farResidual);
+        Raise(farLoad, other.farLoad);
+    }
+    void Add(int i, double r, double b, const RowSizes& row, double largestX, double cancelled)
+    {
+        constexpr double kFar = 1e-6; // of the most that the row's products can be
+        const double most = row.norm * largestX, load = std::fabs(b), error = std::fabs(r);
+        double terms = row.products + load;
+        if (terms <= cancelled * (most + load))
+            terms += most;
+        if (error > 0 && Raise(rowWise, terms > 0 ? error / terms : 1))
+            worst = i;
+        Raise(residual, error);
+        Raise(norm, row.norm);
+        if (row.products > 0 && row.products >= kFar * most)
+        {
+            Raise(resistance, std::fabs(b - r) / row.products);
+            Raise(farResidual, error);
+            Raise(farLoad, load);
+        }
+    }
+};
+
+SolutionErrors NotANumber() { return {kNaN, -1, kNaN, kNaN, kNaN, kNaN, -1}; }
+
+} // namespace
+
+SolutionErrors MeasureErrors(const MatrixView& A, const double* b, const double* x, double* r,
+                             double cancelled)
+{
+    SolutionErrors errors;
+    if (A.n <= 0)
+        return errors;
+    const auto n = std::size_t(A.n);
+    if (!IsFinite(x, n))
+    {
+        std::fill(r, r + n, kNaN);
+        return NotANumber();
+    }
+    double largestX = 0;
+    for (int i = 0; i < A.n; ++i)
+        if (Raise(largestX, std::fabs(x[i])))
+            errors.farthest = i;
+    std::vector<BlockErrors> blocks(std::size_t(BlockCount(A.n, kRows)));
+    ForBlocks(
+        A.n,
+        [&](int number, int begin, int end) {
+            RowSizes sizes[kRows];
+            CheckRows(A, b, x, r, sizes, begin, end);
+            for (int i = begin; i < end; ++i)
+                blocks[std::size_t(number)].Add(i, r[i], b[i], sizes[i - begin], largestX,
+                                                cancelled);
+        },
+        kRows);
+    if (!IsFinite(r, n))
+        return NotANumber();
+    BlockErrors all;
+    for (const BlockErrors& block : blocks)
+        all.Take(block);
+    const double largestB = MaxNorm(b, n), scale = Norm2(A.n, b);
+    errors.rowWise = all.rowWise;
+    errors.worst = all.worst;
+    if (all.residual > 0)
+        errors.normWise = all.residual / (all.norm * largestX + largestB);
+    errors.residual = Norm2(A.n, r) / (scale > 0 ? scale : 1);
+    errors.resistance = largestX > 0 ? all.resistance : 1;
+    errors.unbalanced =
+        all.farLoad > 0 ? all.farResidual / all.farLoad : double(all.farResidual > 0);
+    return errors;
+}
+
+bool IsFinite(const double* v, std::size_t n)
+{
+    // The exponent of a number that is not finite is all ones: one more carries into the sign.
+    constexpr std::uint64_t kMagnitude = ~std::uint64_t(0) >> 1, kOne = std::uint64_t(1) << 52;
+    std::uint64_t carried = 0;
+    for (std::size_t i = 0; i < n; ++i)
+    {
+        std::uint64_t bits;
+        std::memcpy(&bits, v + i, sizeof bits);
+        carried |= (bits & kMagnitude) + kOne;
+    }
+    return carried >> 63 == 0;
+}
+
+int FirstNotFinite(const MatrixView& A, const double* b)
+{
+    if (A.n <= 0 ||
+        (IsFinite(A.values, std::size_t(A.rowStart[A.n])) && IsFinite(b, std::size_t(A.n))))
+        return -1;
+    for (int i = 0; i < A.n; ++i)
+        if (!IsFinite(b + i, 1) ||
+            !IsFinite(A.values + A.rowStart[i], std::size_t(A.rowStart[i + 1] - A.rowStart[i])))
+            return i;
+    return -1;
+}
+
+SolveRecord RefuseNotFinite(int equation, SolveRecord record)
+{
+    record.outcome = SolveOutcome::NotFinite;
+    record.equation = equation;
+    record.reason = L"the row or the right side of equation " + std::to_wstring(equation) +
+                    L" holds a value that is not finite";
+    record.residual = record.rowWiseError = record.normWiseError = kNaN;
+    return record;
+}
+
+bool IsSingularAlong(const SolutionErrors& errors)
+{
+    // Perturbed pivots of the vendor's solver are 1e-13; rounding in factors grows with their size.
+    constexpr double kNoResistance = 1e-12;
+    constexpr double kUnbalanced = 1e-2;
+    return errors.resistance <= kNoResistance && errors.unbalanced > kUnbalanced;
+}
+
+namespace
+{
+
+bool IsZeroRow(const MatrixView& A, int i)
+{
+    for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+        if (A.values[k] != 0)
+            return false;
+    return true;
+}
+
+void Conclude(SolveRecord& record, SolveOutcome outcome, int equation, std::wstring reason)
+{
+    record.outcome = outcome;
+    record.equation = equation;
+    record.reason = std::move(reason);
+}
+
+} // namespace
+
+void Judge(const MatrixView& A, const SolutionErrors& errors, SolveRecord& record, double limit)
+{
+    record.residual = errors.residual;
+    record.rowWiseError = errors.rowWise;
+    record.normWiseError = errors.normWise;
+    record.worstEquation = errors.worst;
+    if (record.outcome != SolveOutcome::Solved)
+        return;
+    if (std::isnan(errors.rowWise))
+        return Conclude(record, SolveOutcome::Breakdown, -1, L"the solution is not finite");
+    if (errors.worst >= 0 && errors.rowWise > limit && IsZeroRow(A, errors.worst))
+    {
+        record.looseModes = 1;
+        return Conclude(record, SolveOutcome::Singular, errors.worst,
+                        L"an equation without coefficients has a load");
+    }
+    if (IsSingularAlong(errors))
+    {
+        record.looseModes = 1;
+        return Conclude(record, SolveOutcome::Singular, errors.farthest,
+                        L"the matrix is singular but for rounding; this unknown is the loosest");
+    }
+    if (!(errors.rowWise <= limit))
+        Conclude(record, SolveOutcome::Stagnated, errors.worst,
+                 L"the error of the solution does not get smaller; this equation has the largest");
+}
+
+} // namespace numerics
