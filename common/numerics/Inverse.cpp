@@ -2,6 +2,8 @@
 
 #include "numerics/MxC.h"
 
+#include <algorithm>
+
 int iInv3x3Matrix(const double A[3][3], double Inv[3][3], double* det)
 {
     const double c00 = A[1][1] * A[2][2] - A[1][2] * A[2][1];
@@ -11,15 +13,12 @@ int iInv3x3Matrix(const double A[3][3], double Inv[3][3], double* det)
     if (d == 0.0)
         return 0;
 
-    Inv[0][0] = c00;
-    Inv[0][1] = A[0][2] * A[2][1] - A[0][1] * A[2][2];
-    Inv[0][2] = A[0][1] * A[1][2] - A[0][2] * A[1][1];
-    Inv[1][0] = A[2][0] * A[1][2] - A[1][0] * A[2][2];
-    Inv[1][1] = A[0][0] * A[2][2] - A[0][2] * A[2][0];
-    Inv[1][2] = A[0][2] * A[1][0] - A[0][0] * A[1][2];
-    Inv[2][0] = c02;
-    Inv[2][1] = A[0][1] * A[2][0] - A[0][0] * A[2][1];
-    Inv[2][2] = A[0][0] * A[1][1] - A[0][1] * A[1][0];
+    const double adjugate[3][3] = {
+        {c00, A[0][2] * A[2][1] - A[0][1] * A[2][2], A[0][1] * A[1][2] - A[0][2] * A[1][1]},
+        {A[2][0] * A[1][2] - A[1][0] * A[2][2], A[0][0] * A[2][2] - A[0][2] * A[2][0],
+         A[0][2] * A[1][0] - A[0][0] * A[1][2]},
+        {c02, A[0][1] * A[2][0] - A[0][0] * A[2][1], A[0][0] * A[1][1] - A[0][1] * A[1][0]}};
+    std::copy(&adjugate[0][0], &adjugate[0][0] + 9, &Inv[0][0]);
     MxC_3_3(Inv, 1.0 / d);
     *det = d;
     return 1;
@@ -29,9 +28,7 @@ double fMiM2x2(double Inv[2][2], const double A[2][2])
 {
     const double det = A[1][1] * A[0][0] - A[0][1] * A[1][0];
     const double f = 1.0 / (det + 1e-20);
-    Inv[0][0] = A[1][1] * f;
-    Inv[0][1] = -A[0][1] * f;
-    Inv[1][0] = -A[1][0] * f;
-    Inv[1][1] = A[0][0] * f;
+    const double inverse[2][2] = {{A[1][1] * f, -A[0][1] * f}, {-A[1][0] * f, A[0][0] * f}};
+    std::copy(&inverse[0][0], &inverse[0][0] + 4, &Inv[0][0]);
     return det;
 }

@@ -16,7 +16,7 @@ Kind KindOf(const int nodes[8])
 {
     if (nodes[3] > 0)
         return Kind::Quadrilateral;
-    return nodes[2] > 0 ? Kind::Triangle : Kind::None;
+    return nodes[2] > 0 && nodes[3] == 0 ? Kind::Triangle : Kind::None;
 }
 
 /// The corners at the ends of the side of mid-side node 4 + side.

@@ -59,7 +59,8 @@ TEST(Inverse3x3, TimesTheMatrixIsTheIdentityAndASingularMatrixWritesNothing)
     const double A[3][3] = {{2, 1, 0}, {1, 3, 1}, {0, -1, 4}};
     const double singular[3][3] = {{1, 2, 3}, {2, 4, 6}, {1, 0, 1}};
     double inverse[3][3], det = 0;
-    ASSERT_EQ(iInv3x3Matrix(A, inverse, &det), 1);
+    std::copy(&A[0][0], &A[0][0] + 9, &inverse[0][0]);
+    ASSERT_EQ(iInv3x3Matrix(inverse, inverse, &det), 1) << "in place";
     EXPECT_EQ(iInv3x3Matrix(singular, inverse, &det), 0);
     EXPECT_EQ(det, 22);
     // 22 times the inverse, worked by hand
@@ -71,9 +72,9 @@ TEST(Inverse3x3, TimesTheMatrixIsTheIdentityAndASingularMatrixWritesNothing)
 
 TEST(Inverse2x2, GuardsItsDivisionAndReturnsTheDeterminant)
 {
-    const double A[2][2] = {{4, 7}, {2, 6}}, singular[2][2] = {{1, 2}, {2, 4}}, zero[2][2] = {};
-    double inverse[2][2];
-    EXPECT_EQ(fMiM2x2(inverse, A), 10);
+    const double singular[2][2] = {{1, 2}, {2, 4}}, zero[2][2] = {};
+    double inverse[2][2] = {{4, 7}, {2, 6}};
+    EXPECT_EQ(fMiM2x2(inverse, inverse), 10) << "in place";
     EXPECT_DOUBLE_EQ(inverse[0][0], 0.6);
     EXPECT_DOUBLE_EQ(inverse[0][1], -0.7);
     EXPECT_DOUBLE_EQ(inverse[1][0], -0.2);

@@ -72,7 +72,8 @@ TEST(ShapeFunction, HasTheStatedFormWithinTheElement)
                                      36 / 64., 36 / 64.}));
     EXPECT_EQ(Values({1, 1, 1, 0, 1, 0, 0, 0}, 0.25, 0.5),
               (std::array<double, 8>{0.125, 0.125, 0.5, 0, 0.25, 0, 0, 0}));
-    EXPECT_EQ(Values({1, 1, 0, 0, 1, 1, 1, 1}, 0.25, 0.5), (std::array<double, 8>{}));
+    for (const Flags& neither : {Flags{1, 1, 0, 0, 1, 1, 1, 1}, {1, 1, 1, -1, 1, 1, 1, 1}})
+        EXPECT_EQ(Values(neither, 0.25, 0.5), (std::array<double, 8>{}));
 }
 
 TEST(ShapeDerivative, IsTheDifferenceQuotientOfTheFunctions)

@@ -52,8 +52,9 @@ SolveRecord Measure(const tagMultiVectorInt& elements, int count, Pattern& patte
                            equation);
         largest = std::max(largest, equation);
     }
-    // A thousand times more equations than the lists can touch, unasked: an index is spoilt.
-    if (largest >= count && largest > 1'000'000 &&
+    // Sparse numbering is legal; but unasked, with a thousand times more equations than the lists
+    // can touch and gigabytes for them, an index is taken for damaged.
+    if (largest >= count && largest > 50'000'000 &&
         std::size_t(largest) / 1000 > elements.values.size())
         return Refused(SolveOutcome::Failed, L"an element names an equation far beyond all others",
                        largest);

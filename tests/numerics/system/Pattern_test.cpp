@@ -64,6 +64,9 @@ TEST(Pattern, HoldsEveryPairOfEveryListAscending)
     ExpectRight(Lists({{3, 1}, {}, {7, 3, 5}, {}}), 12); // 0, 2, 4, 6 and 8 to 11 untouched
     ExpectRight(Lists({{2, 2, 1, 2}, {1, 1}}), 0);       // repeated equations add up
     ExpectRight(Star(600), 0);                           // offsets of two bytes
+    Pattern sparse; // legal, at a cost in proportion to the equations
+    EXPECT_EQ(BuildPattern(Lists({{0, 1'500'000}}), 0, sparse).outcome, SolveOutcome::Solved);
+    EXPECT_EQ(sparse.n, 1'500'001);
     std::mt19937 random(3);
     tagMultiVectorInt elements;
     for (int e = 0; e < 300; ++e)
