@@ -4,19 +4,26 @@
 #include "numerics/solve/Threads.h"
 #include "numerics/system/Product.h"
 #include "numerics/system/SystemState.h"
+#include "numerics/system/TrapsOff.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <string>
+#include <utility>
 
 using math::SolveOutcome;
 using math::SolveRecord;
 
 ISysEqnImpl::ISysEqnImpl() : state_(std::make_unique<State>())
 {
+    State& s = *state_;
     ISysEqnImpl::Initialize(nullptr, 0);
+    s.refusal.outcome = SolveOutcome::Failed;
+    s.refusal.reason = L"the system was never initialised";
+    s.last = s.refusal;
 }
 
 ISysEqnImpl::~ISysEqnImpl() = default;
@@ -67,12 +74,15 @@ long ISysEqnImpl::InsertIntoSysCoefMtx(int element, const tagMatrixDbl* m)
 {
     State& s = *state_;
     const numerics::Pattern& p = s.pattern;
-    if (std::size_t(element) >= p.elements.Count() ||
-        m->values.size() !=
-            p.offsetStart[std::size_t(element) + 1] - p.offsetStart[std::size_t(element)])
-        s.Drop(-1, -1, L"an element matrix does not fit its element");
+    const std::size_t e = std::size_t(element);
+    if (element < 0 || e >= p.elements.Count())
+        s.Drop(L"there is no element " + std::to_wstring(element));
+    else if (const std::size_t size = p.offsetStart[e + 1] - p.offsetStart[e];
+             m->values.size() != size)
+        s.Drop(L"the matrix of element " + std::to_wstring(element) + L" has " +
+               std::to_wstring(m->values.size()) + L" entries instead of " + std::to_wstring(size));
     else
-        AddElement(p, std::size_t(element), m->values.data(), s.values.data());
+        AddElement(p, e, m->values.data(), s.values.data());
     return 0;
 }
 
@@ -81,7 +91,7 @@ long ISysEqnImpl::InsertElementsIntoSysCoefMtx(int first, int count, const doubl
     State& s = *state_;
     if (first < 0 || count < 0 ||
         std::size_t(first) + std::size_t(count) > s.pattern.elements.Count())
-        s.Drop(-1, -1, L"element matrices reach beyond the elements");
+        s.Drop(L"element matrices reach past the last element");
     else
         AddElements(s.pattern, std::size_t(first), std::size_t(count), matrices, s.values.data(),
                     s.threads);
@@ -96,7 +106,7 @@ long ISysEqnImpl::InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
     const std::size_t size = list.size();
     if (m->values.size() != std::uint64_t{size} * size)
     {
-        s.Drop(-1, -1, L"a matrix does not fit its list of equations");
+        s.Drop(L"a matrix does not fit its list of equations");
         return 0;
     }
     const double* entry = m->values.data();
@@ -107,7 +117,9 @@ long ISysEqnImpl::InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
             if (at >= 0)
                 s.values[std::size_t(at)] += *entry;
             else
-                s.Drop(list[i], list[j], L"a coefficient lies outside the pattern");
+                s.Drop(L"a coefficient lies outside the pattern, row " + std::to_wstring(list[i]) +
+                           L", column " + std::to_wstring(list[j]),
+                       list[i]);
         }
     return 0;
 }
@@ -115,18 +127,21 @@ long ISysEqnImpl::InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
 namespace
 {
 
-/// Calls f(equation, value) for each pair, and drop(equation) for those outside the system.
-template <class F, class D>
-void ForEach(const tagVectorInt& equations, const tagVectorDbl& v, int n, F f, D drop)
+/// Calls f(equation, value) for each pair. Drops a whole contribution with unequal counts, and of
+/// others the pairs outside the system; @p what names it.
+template <class State, class F>
+void ForEach(State& s, const wchar_t* what, const tagVectorInt& equations, const tagVectorDbl& v,
+             F f)
 {
-    const std::size_t count = std::min(equations.values.size(), v.values.size());
+    const std::size_t count = equations.values.size();
+    if (count != v.values.size())
+        return s.Drop(what + (L": " + std::to_wstring(count)) + L" equations, but " +
+                      std::to_wstring(v.values.size()) + L" values");
     for (std::size_t k = 0; k < count; ++k)
-    {
-        if (unsigned(equations.values[k]) < unsigned(n))
-            f(std::size_t(equations.values[k]), v.values[k]);
+        if (const int i = equations.values[k]; s.Has(i))
+            f(std::size_t(i), v.values[k]);
         else
-            drop(equations.values[k]);
-    }
+            s.Drop(what + (L": there is no equation " + std::to_wstring(i)), i);
 }
 
 } // namespace
@@ -134,32 +149,25 @@ void ForEach(const tagVectorInt& equations, const tagVectorDbl& v, int n, F f, D
 long ISysEqnImpl::AddToRHSVector(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(
-        *equations, *v, s.Size(), [&](std::size_t i, double value) { s.b[i] += value; },
-        [&](int i) { s.Drop(i, -1, L"a load belongs to no equation"); });
+    ForEach(s, L"loads", *equations, *v, [&](std::size_t i, double value) { s.b[i] += value; });
     return 0;
 }
 
 long ISysEqnImpl::SetUnknownVector(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(
-        *equations, *v, s.Size(), [&](std::size_t i, double value) { s.x[i] = value; },
-        [&](int i) { s.Drop(i, -1, L"an unknown belongs to no equation"); });
+    ForEach(s, L"unknowns", *equations, *v, [&](std::size_t i, double value) { s.x[i] = value; });
     return 0;
 }
 
 long ISysEqnImpl::FixUnknowns(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(
-        *equations, *v, s.Size(),
-        [&](std::size_t i, double value) {
-            s.fixedCount += 1 - s.fixed[i];
-            s.fixed[i] = 1;
-            s.prescribed[i] = value;
-        },
-        [&](int i) { s.Drop(i, -1, L"a fixed unknown belongs to no equation"); });
+    ForEach(s, L"fixed unknowns", *equations, *v, [&](std::size_t i, double value) {
+        s.fixedCount += 1 - s.fixed[i];
+        s.fixed[i] = 1;
+        s.prescribed[i] = value;
+    });
     return 0;
 }
 
@@ -184,6 +192,7 @@ long ISysEqnImpl::GetRhsVector(tagVectorDbl* out) const
 long ISysEqnImpl::GetReactionVector(tagVectorDbl* out) const
 {
     const State& s = *state_;
+    const numerics::TrapsOff guard;
     out->values.resize(s.x.size());
     Reaction(s.Matrix(), s.b.data(), s.x.data(), out->values.data(), s.threads);
     return 0;
@@ -201,6 +210,7 @@ long ISysEqnImpl::GetResidualVecNorm(int kind, double* norm) const
     if (kind < 0 || kind > 2)
         return 0;
     const State& s = *state_;
+    const numerics::TrapsOff guard;
     std::vector<double> r(s.x.size());
     Residual(s.Matrix(), s.b.data(), s.x.data(), r.data(), s.threads);
     if (s.fixedCount > 0)
@@ -240,14 +250,12 @@ void ISysEqnImpl::State::Clear()
     krylov.Clear();
 }
 
-void ISysEqnImpl::State::Drop(int row, int column, const wchar_t* reason)
+void ISysEqnImpl::State::Drop(std::wstring reason, int equation)
 {
     if (fault.outcome != SolveOutcome::Solved)
         return;
     fault.outcome = SolveOutcome::Failed;
-    fault.equation = row;
-    fault.reason = reason;
-    if (column >= 0)
-        fault.reason += L", row " + std::to_wstring(row) + L", column " + std::to_wstring(column);
+    fault.equation = equation;
+    fault.reason = std::move(reason);
     Tell(fault);
 }

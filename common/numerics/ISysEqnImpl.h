@@ -10,12 +10,15 @@
 
 /// The system A x = b: a sparse matrix filled element by element, and three families of solvers.
 ///
-/// Every operation returns 0, except a PARDISO solve that failed; what went wrong, and in which
-/// equation, is told by LastSolve() and by the log. A direct solve that cannot give an answer
-/// leaves NaN in every unknown, so that an older answer is not taken for a new one; an iterative
-/// one leaves the best that it found. An index outside the system, a coefficient outside the
-/// pattern and a matrix that does not fit its list are dropped, and solves are told as Failed
-/// until ResetToZero.
+/// Every operation returns 0, except a PARDISO solve that failed; LastSolve() and the log report
+/// what went wrong, and in which equation. Solved is a checked fact: a direct solver's x has a
+/// row-wise backward error of at most 1e-10 and is not a motion that only rounding resists; an
+/// iterative one's has the residual asked for, and no equation is left unsolved because its numbers
+/// are small. A direct solve that cannot give an answer leaves NaN in every unknown, so that an
+/// older answer is not taken for a new one; an iterative one leaves the best that it found, the
+/// start included. An index outside the system, a coefficient outside the pattern, a matrix that
+/// does not fit its list and lists of unequal length are dropped, and the outcome of solves is
+/// Failed until ResetToZero; so it is before the first Initialize.
 ///
 /// Threads: one thread uses an object at a time. The solvers run threads of their own; the bits
 /// of every result are the same for any number of them.
@@ -44,8 +47,10 @@ public:
     /// system has as many equations as the largest index + 1; one that no element touches has no
     /// stored position. Repeated equations within a list are legal, and so is an empty list.
     ///
-    /// Negative indices, more than 2^31 - 1 positions, and sizes that memory cannot hold are
-    /// refused: the system is then empty and every solve tells the same reason.
+    /// Indices may leave out equations, at a cost in proportion to the largest; above 50 million
+    /// one that is a thousand times the number of list entries counts as damaged, unless @p count
+    /// of the other form allows it. That, negative indices, more than 2^31 - 1 positions, and sizes
+    /// that memory cannot hold are refused: the system is then empty and every solve reports why.
     virtual long Initialize(const tagMultiVectorInt* equations);
     /// The same with at least @p count equations, touched by elements or not.
     virtual long Initialize(const tagMultiVectorInt* equations, int count);
@@ -81,14 +86,15 @@ public:
     /// @{
 
     /// Factorises in the given numbering without pivoting, L D L^T, reading the upper triangle
-    /// only; A need not be definite. A pivot that rounding makes indistinguishable from zero
-    /// holds its unknown at 0 and is told as ZeroPivot: right for a part of the mesh that nothing
-    /// supports, wrong answers otherwise, as the residual shows.
+    /// only; A need not be definite. Where nothing but rounding resists a motion, an unknown of it
+    /// is set to 0 and the outcome is Singular: right when the loads on such a part balance, as the
+    /// residual shows. ZeroPivot when elimination needs row exchanges, which PARDISO makes.
     virtual long SolveForUnknownVector_Direct_Sym();
     /// The same, L D U, for a matrix that is not symmetric.
     virtual long SolveForUnknownVector_Direct_NonSym();
-    /// Starts from x as it stands, and ends when ||b - A x|| <= @p tol ||b|| (2-norms) or after
-    /// @p maxIter iterations.
+    /// Starts from x as it stands, and ends when ||b - A x|| <= @p tol ||b|| (2-norms) and the
+    /// row-wise error is at most sqrt(@p tol), after @p maxIter iterations (NotConverged), or when
+    /// the residual gets no smaller (Stagnated), as at the level of rounding when @p tol is below.
     virtual long SolveForUnknownVector_Iterative_Sym(double tol, int maxIter);
     /// The same for a matrix that need not be symmetric.
     virtual long SolveForUnknownVector_Iterative_NonSym(double tol, int maxIter);
@@ -98,7 +104,8 @@ public:
     virtual long SolveForUnknownVector_Iterative_NonSym(double tol);
     /// Prepares PARDISO's parameters; releases a factorisation that is held.
     virtual long SolveForUnknownVector_PARDISO_SetUp();
-    /// @returns 1 when PARDISO reported an error, otherwise 0
+    /// @returns 1 when PARDISO reported an error or refused the system, otherwise 0; whether x is
+    ///          a solution, LastSolve() says
     virtual long SolveForUnknownVector_PARDISO();
     /// Frees PARDISO's memory, if it holds any.
     virtual long SolveForUnknownVector_PARDISO_Release();

@@ -1,13 +1,14 @@
 #include "foundation/kvidbg.h"
 #include "numerics/math_SparseSolver.h"
-#include "numerics/solve/BlockVector.h"
 #include "numerics/solve/Threads.h"
-#include "numerics/system/Product.h"
+#include "numerics/solve/Verdict.h"
 #include "numerics/system/SystemState.h"
+#include "numerics/system/TrapsOff.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <new>
 #include <string>
 
@@ -47,9 +48,9 @@ void ISysEqnImpl::State::Tell(const SolveRecord& record)
 {
     if (record.outcome == SolveOutcome::Solved)
         return;
-    const bool isAnswered = record.outcome == SolveOutcome::ZeroPivot ||
-                            record.outcome == SolveOutcome::Breakdown ||
-                            record.outcome == SolveOutcome::NotConverged;
+    const bool isAnswered =
+        record.outcome == SolveOutcome::ZeroPivot || record.outcome == SolveOutcome::Breakdown ||
+        record.outcome == SolveOutcome::Stagnated || record.outcome == SolveOutcome::NotConverged;
     const int level = isAnswered ? kvi::diag::warning : kvi::diag::error;
     std::wstring what = record.reason;
     if (record.equation >= 0)
@@ -57,7 +58,8 @@ void ISysEqnImpl::State::Tell(const SolveRecord& record)
     if (record.method == SolveMethod::None)
         KVI_LOG(level, kMath, L"%s: %s", Name(record.method), what);
     else
-        KVI_LOG(level, kMath, L"%s: %s; residual %g", Name(record.method), what, record.residual);
+        KVI_LOG(level, kMath, L"%s: %s; residual %g, row-wise error %g", Name(record.method), what,
+                record.residual, record.rowWiseError);
 }
 
 MatrixView ISysEqnImpl::State::Reduce(const double*& rhs)
@@ -65,7 +67,7 @@ MatrixView ISysEqnImpl::State::Reduce(const double*& rhs)
     MatrixView A = Matrix();
     rhs = b.data();
     for (double& start : x)
-        if (!std::isfinite(start))
+        if (!numerics::IsFinite(&start, 1))
             start = 0;
     if (fixedCount == 0)
         return A;
@@ -97,12 +99,8 @@ MatrixView ISysEqnImpl::State::Reduce(const double*& rhs)
     return A;
 }
 
-void ISysEqnImpl::State::Finish(const MatrixView& reduced, const double* rhs, SolveRecord record)
+void ISysEqnImpl::State::Finish(SolveRecord record)
 {
-    std::vector<double> r(x.size());
-    Residual(reduced, rhs, x.data(), r.data(), threads);
-    const double size = numerics::Norm2(Size(), rhs);
-    record.residual = numerics::Norm2(Size(), r.data()) / (size > 0 ? size : 1);
     if (fixedCount > 0)
         for (std::size_t i = 0; i < x.size(); ++i)
             if (fixed[i] != 0)
@@ -132,19 +130,19 @@ void ISysEqnImpl::State::Solve(Solver solver)
         Tell(last);
         return;
     }
+    const numerics::TrapsOff guard;
     try
     {
         numerics::OnThreads(threads, [&] {
             const double* rhs = nullptr;
             const MatrixView A = Reduce(rhs);
-            Finish(A, rhs, solver(A, rhs, x.data()));
+            Finish(solver(A, rhs, x.data()));
         });
     }
     catch (const std::bad_alloc&)
     {
-        last = {};
-        last.outcome = SolveOutcome::TooLarge;
-        last.reason = L"memory cannot hold what solving takes";
+        std::fill(x.begin(), x.end(), std::numeric_limits<double>::quiet_NaN()); // no older answer
+        last = numerics::RefuseTooLarge(L"memory cannot hold what solving takes");
         Tell(last);
     }
 }

@@ -93,6 +93,16 @@ TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
          },
          0},
         {"no such equation", [](ISysEqnImpl& s) { Load(s, {9}, {1}); }, 9},
+        {"fewer values than equations",
+         [](ISysEqnImpl& s) {
+             Fix(s, {0, 1}, {1});
+         },
+         -1},
+        {"fewer equations than values",
+         [](ISysEqnImpl& s) {
+             Load(s, {0}, {1, 2});
+         },
+         -1},
     };
     for (const auto& [what, spoil, equation] : rows)
     {
@@ -104,6 +114,7 @@ TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
             filled.system.SolveForUnknownVector_Direct_Sym();
             EXPECT_EQ(filled.system.LastSolve().outcome, SolveOutcome::Failed);
             EXPECT_EQ(filled.system.LastSolve().equation, equation);
+            EXPECT_FALSE(filled.system.LastSolve().reason.empty());
         }
         EXPECT_LT(filled.Error(), 1e-9);
         filled.system.ResetToZero();
@@ -143,6 +154,8 @@ TEST(ISysEqnImpl, RunsTheSymmetricIterationInBothShortForms)
 TEST(ISysEqnImpl, IsHarmlessWithoutEquations)
 {
     ISysEqnImpl system;
+    system.SolveForUnknownVector_Direct_Sym();
+    EXPECT_EQ(system.LastSolve().outcome, SolveOutcome::Failed) << "never initialised";
     const tagMultiVectorInt none, spoilt{{0, -4}, {2}}, *const all[] = {&none, nullptr, &spoilt};
     for (const tagMultiVectorInt* equations : all)
     {

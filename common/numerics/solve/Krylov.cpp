@@ -3,11 +3,13 @@
 #include "numerics/solve/IncompleteFactor.h"
 #include "numerics/solve/KrylovIteration.h"
 #include "numerics/solve/Multigrid.h"
+#include "numerics/solve/Verdict.h"
 #include "numerics/system/Product.h"
 
 #include <cmath>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace numerics
 {
@@ -16,7 +18,7 @@ struct KrylovCache::Storage
 {
     std::vector<Vec> work;
     Multigrid multigrid;
-    Vec b, r;
+    Vec b, r, start;
 };
 
 KrylovCache::KrylovCache() = default;
@@ -57,10 +59,9 @@ private:
     Vec inverse_;
 };
 
-/// What a look over the data finds before anything is computed.
+/// What a look over the rows finds before anything is computed.
 struct Findings
 {
-    int notFinite = -1;  ///< first equation with NaN or infinity in its row or right side
     int unsolvable = -1; ///< first all-zero row under a right side that is not zero
     int noPivot = -1;    ///< first row with entries but without a diagonal
 };
@@ -71,20 +72,15 @@ Findings Examine(const MatrixView& A, double* b)
     Findings found;
     for (int i = 0; i < A.n; ++i)
     {
-        double sum = 0, diagonal = 0; // of magnitudes: finite only if all are
+        bool hasEntry = false, hasDiagonal = false;
         for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
         {
-            sum += std::abs(A.values[k]);
-            diagonal += A.columns[k] == i ? std::abs(A.values[k]) : 0.0;
+            hasEntry |= A.values[k] != 0;
+            hasDiagonal |= A.columns[k] == i && A.values[k] != 0;
         }
-        if (!std::isfinite(sum + std::abs(b[i])))
-        {
-            found.notFinite = i;
-            break;
-        }
-        if (diagonal == 0 && sum != 0 && found.noPivot < 0)
+        if (!hasDiagonal && hasEntry && found.noPivot < 0)
             found.noPivot = i;
-        if (sum != 0)
+        if (hasEntry)
             continue;
         if (b[i] != 0 && found.unsolvable < 0)
             found.unsolvable = i;
@@ -157,74 +153,73 @@ const wchar_t* ReasonText(IterationEnd end)
     }
 }
 
-/// The system brought to a right side near 1, and the residual that counts.
+/// The system brought to a right side near 1, and what counts as solved.
 struct Task
 {
     const MatrixView& A;
     const double* b;
     double* x;
-    double size; ///< 2-norm of b
-    double target;
-    double floor; ///< below it the residual that an iteration carries along says nothing
+    double target;       ///< 2-norm of the residual
+    double floor;        ///< below it the residual that an iteration carries along says nothing
+    double cancelled;    ///< of the row-wise error
+    double rowWiseLimit; ///< row-wise error that a solution may have
     int allowed;
     Storage& storage;
 };
 
-/// Below this 2-norm a computed residual is made of rounding errors.
-double RoundingLevel(const MatrixView& A, const double* b, const double* x)
+/// Is every equation solved to some digits? The norm of the residual hides those whose numbers are
+/// small beside the others'.
+bool IsSolvedRowWise(const Task& task)
 {
-    Vec sums(std::size_t(A.n));
-    ForBlocks(A.n, [&](int, int begin, int end) {
-        for (int i = begin; i < end; ++i)
-        {
-            double sum = std::abs(b[i]);
-            for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
-                sum += std::abs(A.values[k] * x[A.columns[k]]);
-            sums[std::size_t(i)] = sum;
-        }
-    });
-    return 32 * std::numeric_limits<double>::epsilon() * Norm2(A.n, sums.data());
+    return MeasureErrors(task.A, task.b, task.x, task.storage.r.data(), task.cancelled).rowWise <=
+           task.rowWiseLimit;
 }
 
-/// Repeats an iteration until the residual computed from x itself fulfils the target.
+/// Repeats an iteration until the residual computed from x itself fulfils the target. x ends at
+/// the best that was found, the start included.
 /// @returns how the last run ended
 IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
 {
     const int n = task.A.n;
     double* r = task.storage.r.data();
+    Vec& start = task.storage.start;
     std::unique_ptr<Preconditioner> M;
-    double before = std::numeric_limits<double>::infinity();
+    double before = std::numeric_limits<double>::infinity(), target = task.target;
     IterationEnd end = IterationEnd::OutOfSteps;
     for (;;)
     {
         Residual(task.A, task.b, task.x, r);
         const double norm = Norm2(n, r);
+        if (!(norm <= before)) // or NaN
+            std::copy(start.begin(), start.end(), task.x);
         record.outcome = SolveOutcome::Solved;
-        if (norm <= task.target || (end == IterationEnd::Reached && norm <= 1e-3 * task.size &&
-                                    norm <= RoundingLevel(task.A, task.b, task.x)))
-            return end;
+        if (norm <= target)
+        {
+            if (IsSolvedRowWise(task))
+                return end;
+            target = 0.01 * norm;
+        }
         record.outcome = SolveOutcome::NotConverged;
         if (record.iterations >= task.allowed)
             return end;
         // A new start pays while it brings down what rounding has left.
-        record.outcome = SolveOutcome::Breakdown;
+        const bool isBroken = end == IterationEnd::NotDefinite || end == IterationEnd::ZeroProduct;
+        record.outcome = isBroken ? SolveOutcome::Breakdown : SolveOutcome::Stagnated;
         if (end != IterationEnd::OutOfSteps && !(norm < 0.5 * before))
             return end;
         before = norm;
+        start.assign(task.x, task.x + n);
         if (!M)
             M = method.precondition(task.A, task.storage);
         IterationRun run{task.A,
                          *M,
-                         std::max(task.target, task.floor),
+                         std::max(target, task.floor),
                          task.allowed - record.iterations,
                          task.x,
                          r,
                          method.patience};
         end = method.iterate(run, task.storage.work);
         record.iterations += run.steps;
-        // What overflowed is of no use to anybody.
-        for (int i = 0; i < n; ++i)
-            task.x[i] = std::isfinite(task.x[i]) ? task.x[i] : 0.0;
     }
 }
 
@@ -238,7 +233,7 @@ void Iterate(const Task& task, Methods methods, int noPivot, SolveRecord& record
         if (record.outcome == SolveOutcome::NotConverged)
             record.reason =
                 L"not converged in " + std::to_wstring(record.iterations) + L" iterations";
-        if (record.outcome != SolveOutcome::Breakdown)
+        if (record.outcome == SolveOutcome::Solved || record.outcome == SolveOutcome::NotConverged)
             return;
         record.reason = ReasonText(end);
         if (end == IterationEnd::Reached)
@@ -269,59 +264,53 @@ void ZeroUnknowns(const MatrixView& A, double* x)
                 x[i] = 0;
 }
 
-/// Relative residual of x under the right side as it was given.
-void MeasureResidual(const MatrixView& A, const double* b, const double* x, Vec& r,
-                     SolveRecord& record)
-{
-    Residual(A, b, x, r.data());
-    const double scale = Norm2(A.n, b);
-    const double norm = Norm2(A.n, r.data());
-    record.residual = scale > 0 ? norm / scale : norm;
-    record.tolerance = record.residual;
-}
-
-SolveRecord NotFinite(int equation, SolveRecord record)
-{
-    record.outcome = SolveOutcome::NotFinite;
-    record.equation = equation;
-    record.reason = L"the row or the right side of equation " + std::to_wstring(equation) +
-                    L" holds a value that is not finite";
-    record.residual = record.tolerance = std::numeric_limits<double>::quiet_NaN();
-    return record;
-}
-
 SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, int maxIter,
                   Storage& storage, Methods methods, SolveRecord record)
 {
     const auto size = std::size_t(A.n);
+    if (const int bad = FirstNotFinite(A, b); bad >= 0)
+    {
+        record = RefuseNotFinite(bad, std::move(record));
+        record.tolerance = record.residual;
+        return record;
+    }
     storage.b.assign(b, b + size);
     storage.r.resize(size);
     const Findings found = Examine(A, storage.b.data());
-    if (found.notFinite >= 0)
-        return NotFinite(found.notFinite, record);
     const double scale = Scale(storage.b);
     for (std::size_t i = 0; i < size; ++i)
     {
         storage.b[i] /= scale;
-        x[i] = std::isfinite(x[i]) ? x[i] / scale : 0.0;
+        x[i] = IsFinite(x + i, 1) ? x[i] / scale : 0.0;
     }
     const double norm = Norm2(A.n, storage.b.data());
     if (norm == 0)
         ZeroUnknowns(A, x);
-    const double target = tol > 0 ? tol * norm : 0.0;
-    const Task task{A,      storage.b.data(), x, norm, target, 1e-16 * norm, std::max(maxIter, 0),
+    const double wanted = tol > 0 ? tol : 0.0;
+    const double cancelled = std::max(wanted, kCancelled);
+    const double rowWiseLimit = std::sqrt(std::max(wanted, kCancelled));
+    const Task task{A,
+                    storage.b.data(),
+                    x,
+                    wanted * norm,
+                    1e-16 * norm,
+                    cancelled,
+                    rowWiseLimit,
+                    std::max(maxIter, 0),
                     storage};
     Iterate(task, methods, found.noPivot, record);
     for (std::size_t i = 0; i < size; ++i)
         x[i] *= scale;
     if (found.unsolvable >= 0)
     {
-        record.outcome = SolveOutcome::ZeroPivot;
+        record.outcome = SolveOutcome::Singular;
+        record.looseModes = 1;
         record.equation = found.unsolvable;
-        record.reason = L"the row of equation " + std::to_wstring(found.unsolvable) +
-                        L" is zero, its right side is not";
+        record.reason = L"the row of the equation is zero, its right side is not";
     }
-    MeasureResidual(A, b, x, storage.r, record);
+    const SolutionErrors errors = MeasureErrors(A, b, x, storage.r.data(), cancelled);
+    record.tolerance = errors.residual;
+    Judge(A, errors, record, rowWiseLimit);
     return record;
 }
 
@@ -340,9 +329,7 @@ SolveRecord Guarded(const MatrixView& A, const double* b, double* x, double tol,
     catch (const std::bad_alloc&)
     {
         cache.Clear();
-        record.outcome = SolveOutcome::TooLarge;
-        record.reason = L"memory cannot hold what the iteration takes";
-        return record;
+        return RefuseTooLarge(L"memory cannot hold what the iteration takes", std::move(record));
     }
 }
 

@@ -42,13 +42,14 @@ private:
 ///                 recomputed from x that counts, not the one carried along by the iteration.
 /// @param maxIter  iterations allowed; 0 or less leaves x as it came and tells its residual
 ///
-/// The outcome is Solved, also where the residual is at the level of rounding, 32 eps |A||x|, and
-/// below 1e-3 ||b||, though above tol (the tolerance tells what was reached); NotConverged after
-/// maxIter iterations; Breakdown when the matrix shows itself not definite or nothing more is
-/// gained (with the equation, if any, that has no diagonal); NotFinite with the equation whose row
-/// or right side holds NaN or infinity, x untouched; ZeroPivot with the equation whose row is all
-/// zero under a right side that is not. An all-zero row with a zero right side leaves its unknown
-/// at the start value. Unless NotFinite is told, x is the best approximation found.
+/// The outcome is Solved when also the row-wise error is at most sqrt(tol), so that no equation is
+/// left unsolved because its numbers are small; the iteration goes on until that holds. Stagnated
+/// when the error gets no smaller before; NotConverged after maxIter iterations; Breakdown when the
+/// matrix shows itself not definite (with the equation, if any, that has no diagonal); NotFinite
+/// with the equation whose row or right side holds NaN or infinity, x untouched; Singular with the
+/// equation whose row is all zero under a right side that is not. An all-zero row with a zero right
+/// side leaves its unknown at the start value. Unless the outcome is NotFinite, x is the best
+/// approximation found, the start included.
 ///
 /// The same bits come from every run and every number of threads.
 SolveRecord SolveKrylovSymmetric(const MatrixView& A, const double* b, double* x, double tol,

@@ -47,40 +47,63 @@ void Resize(std::vector<Vec>& work, std::size_t vectors, int n)
 IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
 {
     const int n = run.A.n;
-    Resize(work, 3, n);
+    Resize(work, 4, n);
     double* z = work[0].data();
     double* p = work[1].data();
     double* q = work[2].data();
-    double rz = 0;
-    Watch watch(Norm2(n, run.r), run.patience);
+    double* best = work[3].data();
+    double rz = 0, norm = Norm2(n, run.r), smallest = norm;
+    bool isBestKept = false;
+    Watch watch(norm, run.patience);
+    IterationEnd end = IterationEnd::OutOfSteps;
     while (run.steps < run.stepsAllowed)
     {
         run.M.Apply(run.r, z);
         const double rzNew = Dot(n, run.r, z);
         const double beta = run.steps == 0 ? 0.0 : rzNew / rz;
         rz = rzNew;
-        ForBlocks(n, [=, first = run.steps == 0](int, int begin, int end) {
-            for (int i = begin; i < end; ++i)
+        ForBlocks(n, [=, first = run.steps == 0](int, int begin, int blockEnd) {
+            for (int i = begin; i < blockEnd; ++i)
                 p[i] = first ? z[i] : z[i] + beta * p[i];
         });
         Product(run.A, p, q);
         const double pq = Dot(n, p, q);
         // Of a definite matrix and preconditioner both are of one sign, and neither is zero.
-        if (!std::isfinite(rz) || !std::isfinite(pq))
-            return IterationEnd::Stalled;
-        if (!(rz > 0 && pq > 0) && !(rz < 0 && pq < 0))
-            return IterationEnd::NotDefinite;
+        const bool isFinite = std::isfinite(rz) && std::isfinite(pq);
+        if (!isFinite || (!(rz > 0 && pq > 0) && !(rz < 0 && pq < 0)))
+        {
+            end = isFinite ? IterationEnd::NotDefinite : IterationEnd::Stalled;
+            break;
+        }
         const double alpha = rz / pq;
         AddScaled(n, alpha, p, run.x);
         AddScaled(n, -alpha, q, run.r);
         ++run.steps;
-        const double norm = Norm2(n, run.r);
+        norm = Norm2(n, run.r);
         if (norm <= run.target)
             return IterationEnd::Reached;
+        if (norm <= smallest)
+        {
+            smallest = norm;
+            isBestKept = false;
+        }
+        else if (!isBestKept) // x was best before this step, the first that makes it worse
+        {
+            ForBlocks(n, [=, x = run.x](int, int begin, int blockEnd) {
+                for (int i = begin; i < blockEnd; ++i)
+                    best[i] = x[i] - alpha * p[i];
+            });
+            isBestKept = true;
+        }
         if (watch.IsHopeless(norm))
-            return IterationEnd::Stalled;
+        {
+            end = IterationEnd::Stalled;
+            break;
+        }
     }
-    return IterationEnd::OutOfSteps;
+    if (isBestKept)
+        std::copy(best, best + n, run.x);
+    return end;
 }
 
 namespace

@@ -39,10 +39,11 @@ struct IterationRun
     int steps = 0;    ///< out: steps made
 };
 
-/// Conjugate gradients. @p work keeps the vectors from one run to the next.
+/// Conjugate gradients; x ends at the smallest residual met. @p work keeps the vectors from one run
+/// to the next.
 IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work);
 
-/// BiCGSTAB, preconditioned from the right. x ends at the smallest residual met.
+/// BiCGSTAB, preconditioned from the right. x ends at most twice the smallest residual met.
 IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work);
 
 } // namespace numerics

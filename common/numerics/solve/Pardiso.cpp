@@ -1,10 +1,9 @@
 #include "numerics/solve/Pardiso.h"
 
-#include "numerics/solve/BlockVector.h"
-#include "numerics/system/Product.h"
+#include "numerics/solve/Verdict.h"
 
 #include <algorithm>
-#include <cmath>
+#include <limits>
 #include <utility>
 
 namespace numerics
@@ -29,13 +28,14 @@ constexpr std::pair<int, int> kParameters[] = {
 constexpr int kAnalyseFactoriseSolve = 13;
 constexpr int kReleaseAll = -1;
 constexpr int kRealNonSymmetric = 11;
+constexpr int kInconsistent = -1;
 constexpr int kNoMemory = -2;
 
 const wchar_t* ErrorText(int error)
 {
     switch (error)
     {
-    case -1:
+    case kInconsistent:
         return L"the input is inconsistent";
     case kNoMemory:
         return L"not enough memory";
@@ -62,20 +62,6 @@ int EmptyRowOrColumn(const std::vector<int>& ia, const std::vector<int>& ja)
     for (int i = 0; i < n; ++i)
         if (ia[std::size_t(i)] == ia[std::size_t(i) + 1] || !used[std::size_t(i)])
             return i;
-    return -1;
-}
-
-/// First equation with NaN or infinity in its row or right side, -1 when there is none.
-int NotFinite(const MatrixView& A, const double* b)
-{
-    for (int i = 0; i < A.n; ++i)
-    {
-        bool isFinite = std::isfinite(b[i]);
-        for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
-            isFinite = isFinite && std::isfinite(A.values[k]);
-        if (!isFinite)
-            return i;
-    }
     return -1;
 }
 
@@ -128,28 +114,22 @@ void Pardiso::Call(int n, const double* a, const int* ia, const int* ja, double*
                         iparm_, &msglvl_, b, x, &error_);
 }
 
-/// Finds the equation that a failed solve speaks of.
-void Pardiso::Explain(const MatrixView& A, const double* b, SolveRecord& record) const
+/// Puts the error and the equation that it seems to come from into words.
+void Pardiso::Explain(SolveRecord& record) const
 {
-    record.outcome = error_ == kNoMemory ? SolveOutcome::TooLarge : SolveOutcome::Failed;
-    if (error_ != 0)
-        record.reason = L"PARDISO error " + std::to_wstring(error_) + L": " + ErrorText(error_);
-    else
-        record.reason = L"the solution is not finite";
-    record.equation = NotFinite(A, b);
-    if (record.equation >= 0)
-    {
-        record.outcome = SolveOutcome::NotFinite;
-        record.reason += L"; the row or the right side of equation " +
-                         std::to_wstring(record.equation) + L" holds a value that is not finite";
-        return;
-    }
+    constexpr int kZeroPivot = -4, kSingularDiagonal = -7;
+    record.outcome = SolveOutcome::Failed;
+    if (error_ == kNoMemory)
+        record.outcome = SolveOutcome::TooLarge;
+    else if (error_ == kZeroPivot || error_ == kSingularDiagonal)
+        record.outcome = SolveOutcome::Singular;
+    record.reason = L"error " + std::to_wstring(error_) + L": " + ErrorText(error_);
     record.equation = EmptyRowOrColumn(ia_, ja_);
     if (record.equation >= 0)
     {
-        record.outcome = SolveOutcome::ZeroPivot;
-        record.reason +=
-            L"; the row or column of equation " + std::to_wstring(record.equation) + L" is empty";
+        record.outcome = SolveOutcome::Singular;
+        record.looseModes = 1;
+        record.reason += L"; the row or column of the equation is empty";
     }
 }
 
@@ -165,22 +145,25 @@ SolveRecord Pardiso::Solve(const MatrixView& A, const double* b, double* x)
     record.solver = L"pardiso (" + functions_->name + L")";
     mtype_ = kRealNonSymmetric;
     phase_ = kAnalyseFactoriseSolve;
+    error_ = 0;
+    // What a failed solve does not write is no answer, least of all the last one.
+    std::fill(x, x + A.n, std::numeric_limits<double>::quiet_NaN());
+    if (const int bad = FirstNotFinite(A, b); bad >= 0)
+    {
+        error_ = kInconsistent;
+        return RefuseNotFinite(bad, std::move(record));
+    }
     Convert(A);
     if (A.n == 0) // the vendor refuses what needs no solving
-    {
-        error_ = 0;
         return record;
-    }
     // The vendor's prototype is not const, but the right-hand side is only read.
     Call(A.n, a_.data(), ia_.data(), ja_.data(), const_cast<double*>(b), x);
     held_ = true;
     heldEquations_ = A.n;
+    if (error_ != 0)
+        Explain(record);
     Vec r(std::size_t(A.n));
-    Residual(A, b, x, r.data());
-    const double scale = Norm2(A.n, b);
-    record.residual = Norm2(A.n, r.data()) / (scale > 0 ? scale : 1);
-    if (error_ != 0 || !std::isfinite(record.residual))
-        Explain(A, b, record);
+    Judge(A, MeasureErrors(A, b, x, r.data()), record);
     return record;
 }
 

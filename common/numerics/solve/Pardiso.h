@@ -52,10 +52,11 @@ public:
     /// Puts every parameter to its prescribed value; releases a held factorisation first.
     void SetUp();
     /// Hands A over in one-based compressed rows without its explicit zeros and solves (phase 13:
-    /// analysis, factorisation, solution, refinement). A first call without SetUp sets up.
-    /// @returns the outcome: Solved, or with PARDISO's error in the reason NotFinite (the equation
-    ///          that holds NaN or infinity), ZeroPivot (the equation with nothing in its row or
-    ///          column), TooLarge or Failed; x is as PARDISO left it
+    /// analysis, factorisation, solution, refinement), then judges x. A first call without SetUp
+    /// sets up. PARDISO is not called for NaN or infinity, which counts as its error -1.
+    /// @returns the outcome: NotFinite; with PARDISO's error in the reason Singular (with the
+    ///          equation, if any, whose row or column is empty), TooLarge or Failed; else what
+    ///          Judge finds. x is as PARDISO left it, NaN where it wrote nothing
     SolveRecord Solve(const MatrixView& A, const double* b, double* x);
     /// Frees what PARDISO holds, if it holds anything.
     void Release();
@@ -65,7 +66,7 @@ public:
 
 private:
     void Convert(const MatrixView& A);
-    void Explain(const MatrixView& A, const double* b, SolveRecord& record) const;
+    void Explain(SolveRecord& record) const;
     void Call(int n, const double* a, const int* ia, const int* ja, double* b, double* x);
 
     void* pt_[64] = {};

@@ -1,4 +1,5 @@
 #include "numerics/solve/Pardiso.h"
+#include "numerics/solve/Verdict.h"
 
 #include <Eigen/SparseCholesky>
 #include <Eigen/SparseLU>
@@ -6,8 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <new>
+#include <vector>
 
 namespace numerics
 {
@@ -36,19 +37,6 @@ struct Matrix
     const double* a;
     const int* ia;
     const int* ja;
-
-    double NormInf() const
-    {
-        double norm = 0;
-        for (int i = 0; i < n; ++i)
-        {
-            double sum = 0;
-            for (int k = ia[i] - 1; k < ia[i + 1] - 1; ++k)
-                sum += std::abs(a[k]);
-            norm = sum > norm ? sum : norm;
-        }
-        return norm;
-    }
 };
 
 /// The rules of the vendor's matrix checker: starts that grow, columns inside and ascending,
@@ -72,55 +60,49 @@ bool IsConsistent(const Matrix& A)
 }
 
 /// Are the entries of each pair (i, j), (j, i) equal but for the rounding of sums that were made in
-/// another order? The refinement of the solution takes the whole matrix and makes up for it.
+/// another order? One that is not stored is 0: exact zeros are not handed over. The refinement of
+/// the solution takes the whole matrix and makes up for the difference.
 bool HasEqualHalves(const Columns& A)
 {
     constexpr double kRounding = 1e-12; // of the largest entry of the column
     const Columns transposed = A.transpose();
+    const Columns difference = A - transposed;
     for (int j = 0; j < int(A.cols()); ++j)
     {
-        const int first = A.outerIndexPtr()[j], end = A.outerIndexPtr()[j + 1];
-        if (first != transposed.outerIndexPtr()[j] || end != transposed.outerIndexPtr()[j + 1])
-            return false;
-        double largest = 0, difference = 0;
-        for (int k = first; k < end; ++k)
-        {
-            if (A.innerIndexPtr()[k] != transposed.innerIndexPtr()[k])
-                return false;
-            largest = std::max(largest, std::abs(A.valuePtr()[k]));
-            difference = std::max(difference, std::abs(A.valuePtr()[k] - transposed.valuePtr()[k]));
-        }
-        if (difference > kRounding * largest)
+        double largest = 0, skewed = 0;
+        for (Columns::InnerIterator entry(A, j); entry; ++entry)
+            largest = std::max(largest, std::abs(entry.value()));
+        for (Columns::InnerIterator entry(difference, j); entry; ++entry)
+            skewed = std::max(skewed, std::abs(entry.value()));
+        if (skewed > kRounding * largest)
             return false;
     }
     return true;
 }
 
-/// One step of refinement at most; false when the residual stays larger than rounding explains.
-template <class Factor>
-bool SolveRefined(const Factor& factor, const Columns& A, double normA, const Vector& b, Vector& x)
+/// Powers of two that bring the largest entry of every row and column of S A S near 1.
+/// Source: Ruiz (2001), Rutherford Appleton Laboratory, RAL-TR-2001-034.
+Vector Equilibrate(Columns& A)
 {
-    for (int step = 0; step < 3; ++step)
+    Vector scale = Vector::Ones(A.cols());
+    for (int pass = 0; pass < 5; ++pass)
     {
-        const Vector r = step == 0 ? b : Vector(b - A * x);
-        if (step > 0)
-        {
-            const double scale = normA * x.lpNorm<Eigen::Infinity>() + b.lpNorm<Eigen::Infinity>();
-            const double error = r.lpNorm<Eigen::Infinity>();
-            if (error <= 64 * std::numeric_limits<double>::epsilon() * scale)
-                return true;
-            if (!std::isfinite(error) || step == 2)
-                return error <= 1e-9 * scale;
-        }
-        const Vector correction = factor.solve(r);
-        x = step == 0 ? correction : Vector(x + correction);
+        Vector largest = Vector::Zero(A.cols());
+        for (int j = 0; j < int(A.cols()); ++j)
+            for (Columns::InnerIterator entry(A, j); entry; ++entry)
+                for (const Eigen::Index at : {entry.row(), entry.col()})
+                    largest(at) = std::max(largest(at), std::abs(entry.value()));
+        for (double& size : largest)
+            size = size > 0 ? std::ldexp(1.0, -std::ilogb(size) / 2) : 1.0;
+        A = largest.asDiagonal() * A * largest.asDiagonal();
+        scale.array() *= largest.array();
     }
-    return false;
+    return scale;
 }
 
-int Solve(Held& held, const Matrix& rows, const double* bData, double* xData)
+int Solve(Held& held, const Matrix& rows, const double* b, double* x)
 {
-    if (!IsConsistent(rows))
+    if (!IsConsistent(rows) || !IsFinite(b, std::size_t(rows.n)))
         return kInconsistent;
     const int nonZeros = rows.ia[rows.n] - 1;
     std::vector<int> starts(rows.ia, rows.ia + rows.n + 1), inner(rows.ja, rows.ja + nonZeros);
@@ -128,31 +110,29 @@ int Solve(Held& held, const Matrix& rows, const double* bData, double* xData)
         --start;
     for (int& column : inner)
         --column;
-    const Columns A =
+    const MatrixView view{rows.n, starts.data(), inner.data(), rows.a};
+    Columns A =
         Eigen::Map<const Rows>(rows.n, rows.n, nonZeros, starts.data(), inner.data(), rows.a);
-    const Vector b = Eigen::Map<const Vector>(bData, rows.n);
-    if (!b.allFinite())
-        return kInconsistent;
-    const double normA = rows.NormInf();
-    Vector x = Vector::Zero(rows.n);
-    bool solved = false;
-    if (HasEqualHalves(A))
-    {
-        held.symmetric.compute(A);
-        solved =
-            held.symmetric.info() == Eigen::Success && SolveRefined(held.symmetric, A, normA, b, x);
-    }
-    if (!solved)
-    {
-        // Pivoting also for symmetric matrices that the factor without pivots cannot solve.
-        held.general.compute(A);
-        solved =
-            held.general.info() == Eigen::Success && SolveRefined(held.general, A, normA, b, x);
-    }
-    if (!solved)
-        return kSingular;
-    Eigen::Map<Vector>(xData, rows.n) = x;
-    return 0;
+    const bool isSymmetric = HasEqualHalves(A);
+    const Vector scale = Equilibrate(A);
+    const auto solve = [&](auto& factor) {
+        factor.compute(A);
+        if (factor.info() != Eigen::Success)
+            return false;
+        const auto correct = [&](double* r) {
+            Eigen::Map<Vector> at(r, rows.n);
+            at = scale.cwiseProduct(factor.solve(scale.cwiseProduct(at)).eval());
+        };
+        std::copy(b, b + rows.n, x);
+        correct(x);
+        constexpr int kSteps = 5;
+        constexpr double kEnough = 1e-15; // the factor is of the upper triangle, or its mirror
+        return Refine(view, b, x, correct, kSteps, kEnough).rowWise <= kSolvedRowWise;
+    };
+    if (isSymmetric && solve(held.symmetric))
+        return 0;
+    // Pivoting also for symmetric matrices that the factor without pivots cannot solve.
+    return solve(held.general) || held.general.info() == Eigen::Success ? 0 : kSingular;
 }
 
 void BuiltIn(void* pt, const int*, const int*, const int* mtype, const int* phase, const int* n,

@@ -1,9 +1,8 @@
 #include "numerics/solve/Profile.h"
 
-#include "numerics/solve/BlockVector.h"
 #include "numerics/solve/ProfileTiles.h"
 #include "numerics/solve/Threads.h"
-#include "numerics/system/Product.h"
+#include "numerics/solve/Verdict.h"
 #include "parallel/For.h"
 #include "platform/platform_cpu.h"
 
@@ -29,24 +28,10 @@ const TileKernels& Kernels()
     return *kernels[platform::SimdLevel()];
 }
 
-/// The first equation whose row or right-hand side holds NaN or infinity, -1 for none.
-int FindNotFinite(const MatrixView& A, const double* b)
-{
-    double sum = 0; // of differences that are 0 for finite numbers, otherwise NaN
-    for (int k = 0; k < A.rowStart[A.n]; ++k)
-        sum += A.values[k] - A.values[k];
-    for (int i = 0; i < A.n; ++i)
-        sum += b[i] - b[i];
-    for (int i = 0; sum != 0 && i < A.n; ++i)
-    {
-        bool finite = std::isfinite(b[i]);
-        for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
-            finite = finite && std::isfinite(A.values[k]);
-        if (!finite)
-            return i;
-    }
-    return -1;
-}
+/// A pivot below this part of the magnitudes that it is made of has no correct digit left.
+constexpr double kNoDigits = 16 * std::numeric_limits<double>::epsilon();
+/// One below this part may be rounding only: large models add up more of it.
+constexpr double kSuspect = 1e-11;
 
 bool IsEmptyRow(const MatrixView& A, int i) { return A.rowStart[i] == A.rowStart[i + 1]; }
 
@@ -104,20 +89,20 @@ struct ProfileSolver::Run
     const bool symmetric;
     double* const y; ///< b on entry, L^-1 b in the end; whole tiles
     const TileKernels& kernels = Kernels();
-    std::vector<double> tiny;
+    double pivotLimit = kNoDigits;
+    std::vector<double> sizes; ///< of each row, the magnitudes that its pivot is made of
     std::vector<std::atomic<bool>> done;
     std::atomic<std::size_t> nextRow{0};
-    std::atomic<std::size_t> smallPivot{kNone}; ///< first equation with a pivot like zero
-    std::atomic<std::size_t> skewed{kNone};     ///< first row that differs from its column
+    std::atomic<std::size_t> skewed{kNone}; ///< first row that differs from its column
 
     Run(ProfileSolver& solver_, const MatrixView& A_, bool symmetric_, double* y_)
-        : solver(solver_), A(A_), symmetric(symmetric_), y(y_), tiny(solver_.TileRows() * kTile),
+        : solver(solver_), A(A_), symmetric(symmetric_), y(y_), sizes(solver_.TileRows() * kTile),
           done(solver_.TileRows())
     {
     }
 
     /// The values of A in the row of tiles: W the lower triangle, Z the upper one transposed; the
-    /// diagonal tile stands in W whole. Notes below which size a pivot is rounding only.
+    /// diagonal tile stands in W whole.
     void Fill(std::size_t I, double* W, double* Z)
     {
         const std::size_t size = (solver.Width(I) + 1) * kTileSize;
@@ -153,9 +138,6 @@ struct ProfileSolver::Run
             constexpr double kRounding = 1e-12; // of sums of the same terms in another order
             if (difference > kRounding * largest)
                 NoteFirst(skewed, std::size_t(i));
-            const int above = i == 0 ? -1 : solver.diagonal_[std::size_t(i) - 1];
-            const int height = solver.diagonal_[std::size_t(i)] - above;
-            tiny[std::size_t(i)] = height * std::numeric_limits<double>::epsilon() * largest;
         }
     }
 
@@ -193,27 +175,17 @@ struct ProfileSolver::Run
                               U + (J - first) * kTileSize);
         }
         const std::ptrdiff_t steps = std::ptrdiff_t(I - first) * kTile;
-        kernels.update(W, U, steps);
         const std::size_t diagonal = (I - first) * kTileSize;
-        const int bad = kernels.factorise(W + diagonal, tiny.data() + I * kTile, L + diagonal,
-                                          symmetric ? nullptr : U + diagonal,
-                                          solver.inversePivots_.data() + I * kTile);
-        if (bad < kTile)
-            NotePivots(I);
+        double* const size = sizes.data() + I * kTile;
+        for (int r = 0; r < kTile; ++r)
+            size[r] = std::fabs(W[diagonal + std::size_t(r) * (kTile + 1)]);
+        kernels.measure(W, U, steps, size);
+        kernels.update(W, U, steps);
+        kernels.factorise(W + diagonal, size, pivotLimit, L + diagonal,
+                          symmetric ? nullptr : U + diagonal,
+                          solver.inversePivots_.data() + I * kTile);
         kernels.forward(L, steps, y + first * kTile, y + I * kTile);
         done[I].store(true, std::memory_order_release);
-    }
-
-    /// A pivot like zero is a fault, but not in an equation without coefficients.
-    void NotePivots(std::size_t I)
-    {
-        for (std::size_t i = I * kTile; i < std::min((I + 1) * kTile, std::size_t(A.n)); ++i)
-        {
-            if (solver.inversePivots_[i] != 0 || IsEmptyRow(A, int(i)))
-                continue;
-            NoteFirst(smallPivot, i);
-            return;
-        }
     }
 
     static void NoteFirst(std::atomic<std::size_t>& first, std::size_t i)
@@ -258,51 +230,9 @@ void ProfileSolver::SubstituteBack(bool symmetric, double* x)
                          x + std::size_t(firstTile_[I]) * kTile, x + I * kTile);
 }
 
-/// Steps of refinement: without pivoting, an indefinite matrix can lose digits that its own
-/// factors give back. A step that does not halve the residual is the last, or not taken.
-void ProfileSolver::Refine(const MatrixView& A, bool symmetric, const double* b, double* x,
-                           int threads)
+/// Factorises on the threads that are worth it; y becomes L^-1 b.
+void ProfileSolver::Factorise(Run& run, int threads)
 {
-    constexpr double kEnough = 1e-10; // of ||b||; few systems need a step
-    constexpr int kSteps = 4;
-    const std::size_t n = std::size_t(A.n);
-    std::vector<double> r(TileRows() * kTile), better;
-    const auto measure = [&](const double* at) {
-        Residual(A, b, at, r.data(), threads);
-        return Norm2(A.n, r.data());
-    };
-    const double goal = kEnough * Norm2(A.n, b);
-    double norm = measure(x);
-    for (int step = 0; step < kSteps && norm > goal; ++step)
-    {
-        std::fill(r.begin() + A.n, r.end(), 0.0);
-        Substitute(symmetric, r.data());
-        better.assign(x, x + n);
-        for (std::size_t i = 0; i < n; ++i)
-            better[i] += r[i];
-        const double next = measure(better.data());
-        if (!(next < norm))
-            return;
-        std::copy(better.begin(), better.end(), x);
-        if (next > 0.5 * norm)
-            return;
-        norm = next;
-    }
-}
-
-SolveRecord ProfileSolver::Compute(const MatrixView& A, bool symmetric, const double* b, double* x,
-                                   int threads)
-{
-    SolveRecord record;
-    const std::size_t n = std::size_t(A.n);
-    lower_.Reserve(TileRows() == 0 ? 0 : endTile_.back() * kTileSize);
-    if (!symmetric)
-        upper_.Reserve(TileRows() == 0 ? 0 : endTile_.back() * kTileSize);
-    inversePivots_.assign(TileRows() * kTile, 1);
-    std::vector<double> y(TileRows() * kTile);
-    std::copy(b, b + A.n, y.begin());
-
-    Run run(*this, A, symmetric, y.data());
     std::size_t widest = 0;
     double work = 0;
     for (std::size_t I = 0; I < TileRows(); ++I)
@@ -315,36 +245,103 @@ SolveRecord ProfileSolver::Compute(const MatrixView& A, bool symmetric, const do
     most = work < kWorthThreads ? 1 : std::min(most, int(std::min<std::size_t>(TileRows(), 1024)));
     parallel::ForEach(
         std::size_t(most), [&](std::size_t) { run.Work(widest); }, most);
+}
+
+/// Is the motion in which this unknown goes 1 and those behind it 0 resisted by rounding only? It
+/// is improved by one step of inverse iteration, then checked against A itself.
+bool ProfileSolver::IsLoose(const MatrixView& A, bool symmetric, std::size_t equation)
+{
+    constexpr double kRounding = 64 * std::numeric_limits<double>::epsilon();
+    const TileKernels& kernels = Kernels();
+    const double* U = symmetric ? lower_.Data() : upper_.Data();
+    std::vector<double> motion(TileRows() * kTile), r(std::size_t(A.n));
+    const Vec zero(std::size_t(A.n));
+    motion[equation] = 1;
+    for (std::size_t I = TileRows(); I-- > 0;)
+        kernels.backward(U + Start(I), std::ptrdiff_t(Width(I)) * kTile,
+                         motion.data() + std::size_t(firstTile_[I]) * kTile,
+                         motion.data() + I * kTile);
+    const auto isFree = [&] {
+        return MeasureErrors(A, zero.data(), motion.data(), r.data()).rowWise <= kRounding;
+    };
+    if (isFree())
+        return true;
+    if (inversePivots_[equation] == 0)
+        return false;
+    Substitute(symmetric, motion.data());
+    return isFree();
+}
+
+/// Looks at the pivots that are held at 0 or at most @p limit of what they are made of: tells
+/// Singular with the number of motions that nothing resists, ZeroPivot where a pivot is zero
+/// although the matrix is not singular there.
+void ProfileSolver::FindLooseModes(const Run& run, double limit, SolveRecord& record)
+{
+    constexpr int kMostModes = 16; // looked for; each costs two substitutions
+    for (std::size_t i = 0; i < std::size_t(run.A.n) && record.looseModes < kMostModes; ++i)
+    {
+        const double inverse = inversePivots_[i];
+        if (IsEmptyRow(run.A, int(i)) || std::fabs(inverse) * limit * run.sizes[i] < 1)
+            if (inverse != 0 || IsEmptyRow(run.A, int(i)))
+                continue;
+        if (IsLoose(run.A, run.symmetric, i))
+        {
+            if (record.looseModes++ > 0)
+                continue;
+            record.outcome = SolveOutcome::Singular;
+            record.equation = int(i);
+            record.reason = L"nothing holds this unknown, which is set to 0";
+        }
+        else if (inverse == 0)
+        {
+            record.outcome = SolveOutcome::ZeroPivot;
+            record.equation = int(i);
+            record.looseModes = 0;
+            record.reason = L"a pivot is zero within rounding; its unknown is set to 0";
+            return;
+        }
+    }
+}
+
+SolveRecord ProfileSolver::Compute(const MatrixView& A, bool symmetric, const double* b, double* x,
+                                   int threads)
+{
+    SolveRecord record;
+    lower_.Reserve(TileRows() == 0 ? 0 : endTile_.back() * kTileSize);
+    if (!symmetric)
+        upper_.Reserve(TileRows() == 0 ? 0 : endTile_.back() * kTileSize);
+    inversePivots_.assign(TileRows() * kTile, 1);
+    std::vector<double> y(TileRows() * kTile);
+    const auto factorise = [&](Run& run) {
+        std::copy(b, b + A.n, y.begin());
+        std::fill(y.begin() + A.n, y.end(), 0.0);
+        Factorise(run, threads);
+    };
+    Run run(*this, A, symmetric, y.data());
+    factorise(run);
+    FindLooseModes(run, kSuspect, record);
+    if (record.outcome == SolveOutcome::Singular)
+    {
+        // Once more with the loose unknowns held at 0: right where their loads balance.
+        Run held(*this, A, symmetric, y.data());
+        held.pivotLimit = kSuspect;
+        factorise(held);
+    }
     SubstituteBack(symmetric, y.data());
     std::copy(y.begin(), y.begin() + A.n, x);
-    const bool skewed = symmetric && run.skewed != kNone;
-    if (run.smallPivot == kNone && !skewed)
-        Refine(A, symmetric, b, x, threads);
-
-    if (const std::size_t equation = run.smallPivot; equation != kNone)
-    {
-        record.outcome = SolveOutcome::ZeroPivot;
-        record.equation = int(equation);
-        record.reason = L"a pivot is zero within rounding; its unknown is held at 0";
-    }
-    else if (skewed)
+    const auto correct = [&](double* r) {
+        std::copy(r, r + A.n, y.begin());
+        std::fill(y.begin() + A.n, y.end(), 0.0);
+        Substitute(symmetric, y.data());
+        std::copy(y.begin(), y.begin() + A.n, r);
+    };
+    if (record.outcome == SolveOutcome::Solved && symmetric && run.skewed != kNone)
     {
         record.outcome = SolveOutcome::Failed;
         record.equation = int(run.skewed);
         record.reason = L"the matrix is not symmetric; its lower triangle was not read";
     }
-    else if (!std::isfinite(SumNorm(x, n)))
-    {
-        record.outcome = SolveOutcome::Breakdown;
-        record.reason = L"the elimination overflowed";
-    }
-    for (std::size_t i = 0; i < n; ++i)
-        if (IsEmptyRow(A, int(i)) && b[i] != 0 && record.outcome == SolveOutcome::Solved)
-        {
-            record.outcome = SolveOutcome::ZeroPivot;
-            record.equation = int(i);
-            record.reason = L"an equation without coefficients has a load";
-        }
+    Judge(A, Refine(A, b, x, correct, record.outcome == SolveOutcome::Solved ? 5 : 0), record);
     return record;
 }
 
@@ -352,30 +349,31 @@ SolveRecord ProfileSolver::Solve(const MatrixView& A, bool symmetric, const doub
                                  int threads)
 {
     SolveRecord record;
-    const auto refuse = [&](SolveOutcome outcome, const wchar_t* reason, int equation = -1) {
-        record.outcome = outcome;
-        record.equation = equation;
-        record.reason = reason;
+    const auto refuse = [&](const wchar_t* reason) {
+        record = RefuseTooLarge(reason);
         std::fill(x, x + A.n, std::numeric_limits<double>::quiet_NaN());
     };
     const wchar_t* const noMemory = L"memory cannot hold the profile";
     try
     {
-        const int notFinite = FindNotFinite(A, b);
+        const int notFinite = FirstNotFinite(A, b);
         if (stale_ && !MakeProfile(A))
-            refuse(SolveOutcome::TooLarge, L"the profile would hold more than 2^31 - 1 entries");
+            refuse(L"the profile would hold more than 2^31 - 1 entries");
         else if (stale_ = false; notFinite >= 0)
-            refuse(SolveOutcome::NotFinite, L"the matrix or a load is not finite", notFinite);
+        {
+            record = RefuseNotFinite(notFinite, record);
+            std::fill(x, x + A.n, std::numeric_limits<double>::quiet_NaN());
+        }
         else
             record = Compute(A, symmetric, b, x, threads);
     }
     catch (const std::bad_alloc&)
     {
-        refuse(SolveOutcome::TooLarge, noMemory);
+        refuse(noMemory);
     }
     catch (const std::length_error&)
     {
-        refuse(SolveOutcome::TooLarge, noMemory);
+        refuse(noMemory);
     }
     record.method = symmetric ? SolveMethod::ProfileSymmetric : SolveMethod::ProfileNonSymmetric;
     record.solver = L"profile";

@@ -37,9 +37,11 @@ private:
     bool MakeProfile(const MatrixView& A);
     SolveRecord Compute(const MatrixView& A, bool symmetric, const double* b, double* x,
                         int threads);
+    void Factorise(Run& run, int threads);
     void Substitute(bool symmetric, double* x);
     void SubstituteBack(bool symmetric, double* x);
-    void Refine(const MatrixView& A, bool symmetric, const double* b, double* x, int threads);
+    bool IsLoose(const MatrixView& A, bool symmetric, std::size_t equation);
+    void FindLooseModes(const Run& run, double limit, SolveRecord& record);
 
     std::size_t TileRows() const { return firstTile_.size(); }
     /// Where a row of tiles starts in lower_ and upper_.

@@ -21,12 +21,16 @@ struct TileKernels
                       double* scaled);
     /// The tile at W + steps * kTile -= W M^T over the first @p steps columns.
     void (*update)(double* W, const double* M, std::ptrdiff_t steps);
+    /// sizes[r] += sum |w_rk m_rk| over the first @p steps columns: what update subtracts from the
+    /// diagonal of the tile, added up by magnitude.
+    void (*measure)(const double* W, const double* M, std::ptrdiff_t steps, double* sizes);
     /// The tile C = L D U. @p lower receives L and @p upper U^T, without their unit diagonals;
-    /// both 0 above. A pivot not larger than tiny[k] counts as infinite.
+    /// both 0 above. @p sizes holds for each row the magnitudes that its pivot is made of so far,
+    /// and receives those added here; a pivot not larger than @p limit times its size counts as
+    /// infinite: its inverse is 0.
     /// For a symmetric C, @p upper is null and only the lower triangle is read.
-    /// @returns the first row with such a pivot, kTile for none
-    int (*factorise)(double* C, const double* tiny, double* lower, double* upper,
-                     double* inversePivots);
+    void (*factorise)(double* C, double* sizes, double limit, double* lower, double* upper,
+                      double* inversePivots);
     /// @p yRow (kTile values) = L^-1 (yRow - L y): y over @p steps columns, then the triangle.
     void (*forward)(const double* L, std::ptrdiff_t steps, const double* y, double* yRow);
     /// The transpose: xRow = L^-T xRow by the triangle, then x -= L^T xRow over @p steps columns.

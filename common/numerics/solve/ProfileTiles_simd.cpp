@@ -156,18 +156,22 @@ void Update(double* W, const double* M, std::ptrdiff_t steps)
         }
 }
 
-int Factorise(double* C, const double* tiny, double* lower, double* upper, double* inversePivots)
+void Measure(const double* W, const double* M, std::ptrdiff_t steps, double* sizes)
 {
-    int bad = kTile;
+    for (std::ptrdiff_t k = 0; k < steps; ++k, W += kTile, M += kTile)
+        for (int r = 0; r < kTile; ++r)
+            sizes[r] += __builtin_fabs(W[r] * M[r]);
+}
+
+void Factorise(double* C, double* sizes, double limit, double* lower, double* upper,
+               double* inversePivots)
+{
     for (int k = 0; k < kTile; ++k)
     {
         double* column = C + k * kTile;
         const double pivot = column[k];
         const double size = pivot < 0 ? -pivot : pivot;
-        const bool fit = size > tiny[k]; // false for NaN
-        if (!fit && bad == kTile)
-            bad = k;
-        const double inverse = fit ? 1 / pivot : 0;
+        const double inverse = size > limit * sizes[k] ? 1 / pivot : 0; // 0 for NaN
         inversePivots[k] = inverse;
         double* l = lower + k * kTile;
         for (int i = 0; i < kTile; ++i)
@@ -179,6 +183,8 @@ int Factorise(double* C, const double* tiny, double* lower, double* upper, doubl
             for (int i = 0; i < kTile; ++i)
                 u[i] = i > k ? C[i * kTile + k] * inverse : 0;
         }
+        for (int i = k + 1; i < kTile; ++i)
+            sizes[i] += __builtin_fabs(column[i] * u[i]);
         const int firstRow = (k + 1) / kWidth * kWidth;
         for (int j = k + 1; j < kTile; ++j)
         {
@@ -187,7 +193,6 @@ int Factorise(double* C, const double* tiny, double* lower, double* upper, doubl
                 Store(C + j * kTile + i, Less(Load(C + j * kTile + i), Load(column + i), factor));
         }
     }
-    return bad;
 }
 
 void Forward(const double* L, std::ptrdiff_t steps, const double* y, double* yRow)
@@ -236,6 +241,6 @@ void Backward(const double* L, std::ptrdiff_t steps, double* x, double* xRow)
 
 } // namespace
 
-const TileKernels kTileKernels = {Eliminate, Update, Factorise, Forward, Backward};
+const TileKernels kTileKernels = {Eliminate, Update, Measure, Factorise, Forward, Backward};
 
 } // namespace numerics::KVI_SIMD

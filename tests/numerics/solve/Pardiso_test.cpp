@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <optional>
 
 namespace
 {
@@ -91,7 +91,8 @@ TEST_F(PardisoCall, PassesEveryArgumentAsPrescribed)
     EXPECT_EQ(call.ia, (std::vector<int>{1, 3, 3, 4, 4}));
     EXPECT_EQ(call.b, b_);
     EXPECT_EQ(x_, std::vector<double>(4, 7.0));
-    EXPECT_EQ(record.outcome, SolveOutcome::Solved);
+    EXPECT_EQ(record.outcome, SolveOutcome::Singular) << "sevens are no solution: row 1 is empty";
+    EXPECT_EQ(record.equation, 1);
     EXPECT_EQ(record.solver, L"pardiso (stand-in)");
 }
 
@@ -140,7 +141,7 @@ TEST_F(PardisoCall, TellsTheErrorAndTheEmptyRow)
     nextError = -4;
     Pardiso pardiso;
     const SolveRecord record = pardiso.Solve(A_, b_.data(), x_.data());
-    EXPECT_EQ(record.outcome, SolveOutcome::ZeroPivot);
+    EXPECT_EQ(record.outcome, SolveOutcome::Singular);
     EXPECT_EQ(record.equation, 1);
     EXPECT_NE(record.reason.find(L"-4"), std::wstring::npos);
     EXPECT_EQ(pardiso.Error(), -4);
@@ -158,17 +159,10 @@ TEST_F(PardisoCall, HandsTheNumberOfThreadsOn)
     EXPECT_EQ(threadsSet, (std::vector<int>{3, 1}));
 }
 
-struct Solved
+SolveRecord Solve(const systems::System& system)
 {
-    SolveRecord record;
-    std::vector<double> x;
-};
-
-Solved Solve(const systems::System& system)
-{
-    Solved solved{{}, std::vector<double>(system.b.size())};
-    solved.record = Pardiso().Solve(system.View(), system.b.data(), solved.x.data());
-    return solved;
+    std::vector<double> x(system.b.size());
+    return Pardiso().Solve(system.View(), system.b.data(), x.data());
 }
 
 /// The built-in counterpart in the vendor's place.
@@ -181,98 +175,27 @@ protected:
 
 double Uniform(int, int) { return 1; }
 
-systems::System Infected()
-{
-    systems::System infected = systems::Flow(3, Uniform);
-    infected.At(2, 2) = std::numeric_limits<double>::quiet_NaN();
-    return infected;
-}
-
-TEST_F(PardisoBuiltIn, SolvesSymmetricAndOtherSystems)
-{
-    const auto jump = [](int x, int y) { return (x + y) % 3 ? 1.0 : 1e6; };
-    for (const double wind : {0.0, 0.4})
-    {
-        const systems::System system = systems::Flow(30, jump, 1, wind);
-        const auto [record, x] = Solve(system);
-        EXPECT_EQ(record.outcome, SolveOutcome::Solved) << record.equation;
-        // Rounding leaves a residual in proportion to the matrix and the solution.
-        EXPECT_LT(record.residual, 1e-14 * system.Largest(x) * 1e6 / system.Largest(system.b));
-        EXPECT_EQ(record.solver, L"pardiso (built in)");
-    }
-}
-
 TEST_F(PardisoBuiltIn, MakesUpForHalvesThatDifferByRounding)
 {
     systems::System system = systems::Flow(20, Uniform);
     for (int i = 1; i < system.Size(); ++i)
         system.At(i, i - 1) *= 1 + 4e-13;
-    const SolveRecord record = Solve(system).record;
+    const SolveRecord record = Solve(system);
     EXPECT_EQ(record.outcome, SolveOutcome::Solved);
     EXPECT_LT(record.residual, 1e-13);
 }
 
-TEST_F(PardisoBuiltIn, PivotsWhereTheDiagonalIsZero)
-{
-    systems::System system;
-    system.AddRow({{0, 0.0}, {1, 2.0}}, 4.0);
-    system.AddRow({{0, 2.0}, {1, 0.0}}, 6.0);
-    const auto [record, x] = Solve(system);
-    EXPECT_EQ(record.outcome, SolveOutcome::Solved);
-    EXPECT_EQ(x, (std::vector<double>{3, 2}));
-}
-
-TEST_F(PardisoBuiltIn, TellsWhatItCannotSolve)
-{
-    systems::System singular = systems::Flow(3, Uniform);
-    singular.AddRow({}, 1.0);
-    SolveRecord record = Solve(singular).record;
-    EXPECT_EQ(record.outcome, SolveOutcome::ZeroPivot);
-    EXPECT_EQ(record.equation, singular.Size() - 1);
-
-    systems::System equalRows;
-    equalRows.AddRow({{0, 1.0}, {1, 2.0}}, 1.0);
-    equalRows.AddRow({{0, 2.0}, {1, 4.0}}, 1.0);
-    record = Solve(equalRows).record;
-    EXPECT_EQ(record.outcome, SolveOutcome::Failed);
-    EXPECT_NE(record.reason.find(L"singular"), std::wstring::npos);
-
-    record = Solve(Infected()).record;
-    EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
-    EXPECT_EQ(record.equation, 2);
-    EXPECT_EQ(Solve({}).record.outcome, SolveOutcome::Solved) << "no equations";
-}
-
-TEST(PardisoVendor, AgreesWithTheBuiltInSolverWhereItIsFound)
+TEST(PardisoVendor, IsFoundByItsNameAndTakesThreads)
 {
     EXPECT_FALSE(LoadVendor(L"no such folder"));
     const std::optional<Vendor> found = LoadVendor(L"");
     if (!found)
         GTEST_SKIP() << "no MKL on this machine";
-    const PardisoFunctions* const vendor = &found->solver;
-    EXPECT_EQ(vendor->name.find(L"mkl 20"), 0u);
-    vendor->setThreads(2);
-    for (const double wind : {0.0, 0.4})
-    {
-        const systems::System system = systems::Flow(40, Uniform, 1, wind);
-        std::vector<double> solutions[2];
-        const PardisoFunctions* tables[] = {vendor, &BuiltInPardiso()};
-        for (int k = 0; k < 2; ++k)
-        {
-            ReplacePardiso(tables[k]);
-            const auto [record, x] = Solve(system);
-            EXPECT_EQ(record.outcome, SolveOutcome::Solved);
-            EXPECT_LT(record.residual, 1e-12);
-            solutions[k] = x;
-        }
-        for (std::size_t i = 0; i < system.b.size(); ++i)
-            EXPECT_NEAR(solutions[0][i], solutions[1][i], 1e-10 * system.Largest(solutions[1]));
-    }
-    ReplacePardiso(vendor);
-    EXPECT_EQ(SparseSolverName(), L"pardiso (" + vendor->name + L")");
-    const SolveRecord record = Solve(Infected()).record;
-    EXPECT_EQ(record.outcome, SolveOutcome::NotFinite);
-    EXPECT_EQ(record.equation, 2);
+    EXPECT_EQ(found->solver.name.find(L"mkl 20"), 0u);
+    found->solver.setThreads(2);
+    ReplacePardiso(&found->solver);
+    EXPECT_EQ(SparseSolverName(), L"pardiso (" + found->solver.name + L")");
+    EXPECT_LT(Solve(systems::Flow(40, Uniform)).residual, 1e-12);
     FreeSparseSolverMemory();
     ReplacePardiso(nullptr);
 }

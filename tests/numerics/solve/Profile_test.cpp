@@ -2,7 +2,6 @@
 #include "numerics/solve/Profile.h"
 
 #include <cmath>
-#include <limits>
 
 using namespace filled_system;
 using math::SolveMethod;
@@ -41,8 +40,6 @@ TEST(ProfileSolver, AgreesWithDenseSolutions)
 }
 
 const Numbers kSpring = {1, -1, -1, 1};
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 TEST(ProfileSolver, TellsWhatItCouldNotSolve)
 {
@@ -53,30 +50,28 @@ TEST(ProfileSolver, TellsWhatItCouldNotSolve)
         Numbers b;
         SolveOutcome outcome;
         int equation;
-        Numbers x; // NaN: not finite
+        Numbers x;
     } rows[] = {
         {{}, {}, {}, SolveOutcome::Solved, -1, {}},
         {{{0}}, {{4}}, {2}, SolveOutcome::Solved, -1, {0.5}},
         {{{0}}, {{-1e-300}}, {1e-300}, SolveOutcome::Solved, -1, {-1}},
         // A small pivot spoils the first answer.
         {{{0, 1}}, {{1e-9, 1, 1, 1}}, {1, 2}, SolveOutcome::Solved, -1, {1 + 1e-9, 1 - 1e-9}},
-        {{{0}}, {{0}}, {2}, SolveOutcome::ZeroPivot, 0, {0}},
+        {{{0}}, {{0}}, {2}, SolveOutcome::Singular, 0, {0}},
         // Untouched equations have no pivot to be zero, unless they are to carry a load.
         {{{1}}, {{2}}, {0, 4, 0}, SolveOutcome::Solved, -1, {0, 2, 0}},
-        {{{1}}, {{2}}, {0, 4, 1}, SolveOutcome::ZeroPivot, 2, {0, 2, 0}},
+        {{{1}}, {{2}}, {0, 4, 1}, SolveOutcome::Singular, 2, {0, 2, 0}},
         // Nothing holds these springs; the last unknown is held at 0, and the loads balance.
-        {{{0, 1}, {1, 2}}, {kSpring, kSpring}, {-1, 0, 1}, SolveOutcome::ZeroPivot, 2, {-2, -1, 0}},
+        {{{0, 1}, {1, 2}}, {kSpring, kSpring}, {-1, 0, 1}, SolveOutcome::Singular, 2, {-2, -1, 0}},
         // Two parts of which only the first is held.
         {{{0, 1}, {0}, {2, 3}},
          {kSpring, {1}, kSpring},
          {0, 1, -1, 1},
-         SolveOutcome::ZeroPivot,
+         SolveOutcome::Singular,
          3,
          {1, 2, -1, 0}},
         // Regular, but its first pivot is zero: only pivoting could solve it.
         {{{0, 1}}, {{0, 1, 1, 0}}, {3, 4}, SolveOutcome::ZeroPivot, 0, {0, 0}},
-        {{{0, 1}}, {{2, 0, 0, kNaN}}, {1, 1}, SolveOutcome::NotFinite, 1, {kNaN, kNaN}},
-        {{{0, 1}}, {{2, 0, 0, 2}}, {kInfinity, 1}, SolveOutcome::NotFinite, 0, {kNaN, kNaN}},
     };
     for (const auto& row : rows)
         for (const bool symmetric : {true, false})
@@ -91,9 +86,7 @@ TEST(ProfileSolver, TellsWhatItCouldNotSolve)
                 EXPECT_LT(small.system.LastSolve().residual, 1e-14);
             const Numbers x = Unknowns(small.system);
             for (std::size_t i = 0; i < row.x.size(); ++i)
-                EXPECT_TRUE(std::isnan(row.x[i]) ? std::isnan(x[i])
-                                                 : std::fabs(x[i] - row.x[i]) <= 1e-14)
-                    << x[i];
+                EXPECT_NEAR(x[i], row.x[i], 1e-14);
         }
 }
 
