@@ -85,7 +85,8 @@ bool HasEqualHalves(const Columns& A)
 Vector Equilibrate(Columns& A)
 {
     Vector scale = Vector::Ones(A.cols());
-    for (int pass = 0; pass < 5; ++pass)
+    bool isLevel = false;
+    for (int pass = 0; pass < 5 && !isLevel; ++pass)
     {
         Vector largest = Vector::Zero(A.cols());
         for (int j = 0; j < int(A.cols()); ++j)
@@ -94,6 +95,7 @@ Vector Equilibrate(Columns& A)
                     largest(at) = std::max(largest(at), std::abs(entry.value()));
         for (double& size : largest)
             size = size > 0 ? std::ldexp(1.0, -std::ilogb(size) / 2) : 1.0;
+        isLevel = (largest.array() == 1).all();
         A = largest.asDiagonal() * A * largest.asDiagonal();
         scale.array() *= largest.array();
     }

@@ -176,16 +176,31 @@ struct ProfileSolver::Run
         }
         const std::ptrdiff_t steps = std::ptrdiff_t(I - first) * kTile;
         const std::size_t diagonal = (I - first) * kTileSize;
-        double* const size = sizes.data() + I * kTile;
-        for (int r = 0; r < kTile; ++r)
-            size[r] = std::fabs(W[diagonal + std::size_t(r) * (kTile + 1)]);
-        kernels.measure(W, U, steps, size);
-        kernels.update(W, U, steps);
-        kernels.factorise(W + diagonal, size, pivotLimit, L + diagonal,
+        UpdateDiagonal(W, U, steps, I);
+        kernels.factorise(W + diagonal, sizes.data() + I * kTile, pivotLimit, L + diagonal,
                           symmetric ? nullptr : U + diagonal,
                           solver.inversePivots_.data() + I * kTile);
         kernels.forward(L, steps, y + first * kTile, y + I * kTile);
         done[I].store(true, std::memory_order_release);
+    }
+
+    /// Completes the diagonal tile, and finds what its pivots are made of up to here.
+    void UpdateDiagonal(double* W, const double* U, std::ptrdiff_t steps, std::size_t I)
+    {
+        double* const size = sizes.data() + I * kTile;
+        double* const tile = W + steps * kTile;
+        double before[kTile];
+        for (int r = 0; r < kTile; ++r)
+            size[r] = std::fabs(before[r] = tile[r * (kTile + 1)]);
+        // Pivots of one sign all subtract: their sum is what the diagonal loses.
+        const double* const inverse = solver.inversePivots_.data() + I * kTile;
+        const bool areAllPositive =
+            symmetric && std::all_of(inverse - steps, inverse, [](double p) { return p >= 0; });
+        if (!areAllPositive)
+            kernels.measure(W, U, steps, size);
+        kernels.update(W, U, steps);
+        for (int r = 0; areAllPositive && r < kTile; ++r)
+            size[r] += std::fabs(before[r] - tile[r * (kTile + 1)]);
     }
 
     static void NoteFirst(std::atomic<std::size_t>& first, std::size_t i)

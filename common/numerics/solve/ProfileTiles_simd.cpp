@@ -18,6 +18,8 @@ inline Vector Load(const double* p) { return _mm512_loadu_pd(p); }
 inline void Store(double* p, Vector v) { _mm512_storeu_pd(p, v); }
 inline Vector All(double a) { return _mm512_set1_pd(a); }
 inline Vector Times(Vector a, Vector b) { return _mm512_mul_pd(a, b); }
+inline Vector Abs(Vector a) { return _mm512_abs_pd(a); }
+inline Vector Plus(Vector a, Vector b) { return _mm512_add_pd(a, b); }
 /// c - a b
 inline Vector Less(Vector c, Vector a, Vector b) { return _mm512_fnmadd_pd(a, b, c); }
 inline double Sum(Vector v)
@@ -38,6 +40,8 @@ inline Vector Load(const double* p) { return _mm256_loadu_pd(p); }
 inline void Store(double* p, Vector v) { _mm256_storeu_pd(p, v); }
 inline Vector All(double a) { return _mm256_set1_pd(a); }
 inline Vector Times(Vector a, Vector b) { return _mm256_mul_pd(a, b); }
+inline Vector Abs(Vector a) { return _mm256_andnot_pd(_mm256_set1_pd(-0.0), a); }
+inline Vector Plus(Vector a, Vector b) { return _mm256_add_pd(a, b); }
 /// c - a b
 inline Vector Less(Vector c, Vector a, Vector b) { return _mm256_fnmadd_pd(a, b, c); }
 inline double Sum(Vector v)
@@ -55,6 +59,8 @@ inline Vector Load(const double* p) { return _mm_loadu_pd(p); }
 inline void Store(double* p, Vector v) { _mm_storeu_pd(p, v); }
 inline Vector All(double a) { return _mm_set1_pd(a); }
 inline Vector Times(Vector a, Vector b) { return _mm_mul_pd(a, b); }
+inline Vector Abs(Vector a) { return _mm_andnot_pd(_mm_set1_pd(-0.0), a); }
+inline Vector Plus(Vector a, Vector b) { return _mm_add_pd(a, b); }
 /// c - a b
 inline Vector Less(Vector c, Vector a, Vector b) { return _mm_sub_pd(c, _mm_mul_pd(a, b)); }
 inline double Sum(Vector v) { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd(v, v))); }
@@ -158,9 +164,15 @@ void Update(double* W, const double* M, std::ptrdiff_t steps)
 
 void Measure(const double* W, const double* M, std::ptrdiff_t steps, double* sizes)
 {
+    constexpr int kVectors = kTile / kWidth;
+    Vector sum[kVectors];
+    for (int r = 0; r < kVectors; ++r)
+        sum[r] = Load(sizes + r * kWidth);
     for (std::ptrdiff_t k = 0; k < steps; ++k, W += kTile, M += kTile)
-        for (int r = 0; r < kTile; ++r)
-            sizes[r] += __builtin_fabs(W[r] * M[r]);
+        for (int r = 0; r < kVectors; ++r)
+            sum[r] = Plus(sum[r], Abs(Times(Load(W + r * kWidth), Load(M + r * kWidth))));
+    for (int r = 0; r < kVectors; ++r)
+        Store(sizes + r * kWidth, sum[r]);
 }
 
 void Factorise(double* C, double* sizes, double limit, double* lower, double* upper,
@@ -183,8 +195,8 @@ void Factorise(double* C, double* sizes, double limit, double* lower, double* up
             for (int i = 0; i < kTile; ++i)
                 u[i] = i > k ? C[i * kTile + k] * inverse : 0;
         }
-        for (int i = k + 1; i < kTile; ++i)
-            sizes[i] += __builtin_fabs(column[i] * u[i]);
+        for (int i = (k + 1) / kWidth * kWidth; i < kTile; i += kWidth) // u is 0 up to k
+            Store(sizes + i, Plus(Load(sizes + i), Abs(Times(Load(column + i), Load(u + i)))));
         const int firstRow = (k + 1) / kWidth * kWidth;
         for (int j = k + 1; j < kTile; ++j)
         {
