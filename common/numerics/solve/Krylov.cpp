@@ -3,6 +3,7 @@
 #include "numerics/solve/IncompleteFactor.h"
 #include "numerics/solve/KrylovIteration.h"
 #include "numerics/solve/Multigrid.h"
+#include "numerics/solve/NodeBlocks.h"
 #include "numerics/solve/Verdict.h"
 #include "numerics/system/Product.h"
 
@@ -18,6 +19,7 @@ struct KrylovCache::Storage
 {
     std::vector<Vec> work;
     Multigrid multigrid;
+    NodeBlocks blocks;
     Vec b, r, start;
 };
 
@@ -101,11 +103,11 @@ std::unique_ptr<Preconditioner> MakeIncomplete(const MatrixView& A, Storage&)
     return std::make_unique<IncompleteFactor>(A);
 }
 
-/// Lends the multigrid levels that the cache keeps.
-class Lent : public Preconditioner
+/// The multigrid levels, which the cache owns.
+class Borrowed : public Preconditioner
 {
 public:
-    explicit Lent(Multigrid& multigrid) : multigrid_(multigrid) {}
+    explicit Borrowed(Multigrid& multigrid) : multigrid_(multigrid) {}
     void Apply(const double* r, double* z) override { multigrid_.Apply(r, z); }
 
 private:
@@ -114,8 +116,14 @@ private:
 
 std::unique_ptr<Preconditioner> MakeMultigrid(const MatrixView& A, Storage& storage)
 {
+    storage.blocks.Build(A);
+    if (storage.blocks.unknowns > 1)
+    {
+        storage.multigrid.Build(storage.blocks.matrix.View());
+        return std::make_unique<Reordered>(storage.multigrid, storage.blocks);
+    }
     storage.multigrid.Build(A);
-    return std::make_unique<Lent>(storage.multigrid);
+    return std::make_unique<Borrowed>(storage.multigrid);
 }
 
 /// An iteration with its preconditioner.

@@ -1,0 +1,44 @@
+/// @file
+/// @internal The unknowns of each node found from the matrix, and the matrix reordered by nodes.
+#pragma once
+
+#include "numerics/solve/KrylovIteration.h"
+#include "numerics/system/SparseRows.h"
+
+#include <vector>
+
+namespace numerics
+{
+
+/// A in the order of its nodes: node k has the rows k * unknowns to (k + 1) * unknowns - 1, one for
+/// each component, as does every node. A component that a node lacks has a row with a diagonal
+/// only.
+///
+/// Unknowns belong to one node when their rows have the same columns, whatever their numbers. Which
+/// component an unknown is follows from its couplings to neighbours, walked breadth first: those
+/// of equal components are the larger ones in sum.
+struct NodeBlocks
+{
+    int unknowns = 1; ///< of a node; 1 when the unknowns do not come in nodes of 2 or 3
+    SparseRows matrix;
+    std::vector<int> from; ///< for each row of matrix the row of A, -1 for a component left out
+
+    /// Leaves unknowns at 1 and the rest empty when nodes of one unknown prevail, and when A is in
+    /// the order of its nodes already. Cost: a few passes over A.
+    void Build(const MatrixView& A);
+};
+
+/// A preconditioner of the reordered matrix as one of A.
+class Reordered : public Preconditioner
+{
+public:
+    Reordered(Preconditioner& inner, const NodeBlocks& blocks);
+    void Apply(const double* r, double* z) override;
+
+private:
+    Preconditioner& inner_;
+    const NodeBlocks& blocks_;
+    Vec r_, z_;
+};
+
+} // namespace numerics
