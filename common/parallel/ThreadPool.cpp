@@ -3,6 +3,7 @@
 #include "foundation/kvidbg.h"
 #include "parallel/FloatEnvGuard.h"
 #include "parallel/ThreadCount.h"
+#include "platform/platform_fork.h"
 #include "platform/platform_thread.h"
 
 #include <algorithm>
@@ -104,9 +105,7 @@ void ThreadPool::StartFresh()
 {
     isMember = false;
     ++forks;
-    ThreadPool* const pool =
-        new (&Instance()) ThreadPool; // what the old one held stays where it is
-    pool->watchesForks_ = true;
+    new (&Instance()) ThreadPool; // what the old one held stays where it is
 }
 
 void ThreadPool::Start() { isFinished = false; }
@@ -158,11 +157,9 @@ bool ThreadPool::Registration::Open(Work& work, unsigned room, std::shared_ptr<W
 {
     ThreadPool& pool = Instance();
     const std::lock_guard lock(pool.lock_);
-    if (!pool.watchesForks_)
-    {
-        platform::OnForkInChild(&ThreadPool::StartFresh);
-        pool.watchesForks_ = true;
-    }
+    static constinit platform::ForkHandler handler{platform::ForkRank::pool, nullptr, nullptr,
+                                                   &ThreadPool::StartFresh};
+    platform::AddForkHandler(handler);
     Entry* entry = pool.free_;
     if (entry != nullptr)
         pool.free_ = entry->after;

@@ -107,7 +107,6 @@ private:
     std::mutex lock_;                   // of all below but the atomics
     std::atomic<unsigned> openings_{0}; // grows when there is something new to begin
     std::atomic<bool> stopping_{false};
-    bool watchesForks_ = false;
     Entry* open_ = nullptr; // list of open work, newest first
     Entry* free_ = nullptr; // entries for reuse
     std::vector<std::unique_ptr<Entry>> entries_;

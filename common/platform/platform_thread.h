@@ -35,8 +35,4 @@ public:
 /// share of a container (rounded up). At least 1.
 unsigned ProcessorCount();
 
-/// Calls @p restart in every child that this process forks from now on, in the thread that forked;
-/// children have no other. Does nothing on Windows, where processes do not fork.
-void OnForkInChild(void (*restart)());
-
 } // namespace platform

@@ -148,6 +148,4 @@ unsigned ProcessorCount()
     return std::max(1u, quota == 0 ? usable : std::min(quota, usable));
 }
 
-void OnForkInChild(void (*restart)()) { (void)::pthread_atfork(nullptr, nullptr, restart); }
-
 } // namespace platform

@@ -68,6 +68,4 @@ unsigned ProcessorCount()
     return info.dwNumberOfProcessors > 0 ? info.dwNumberOfProcessors : 1;
 }
 
-void OnForkInChild(void (*)()) {}
-
 } // namespace platform
