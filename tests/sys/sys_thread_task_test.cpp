@@ -1,3 +1,4 @@
+#include "support/RecordingSink.h"
 #include "sys/sys_thread_Signal.h"
 #include "sys/sys_thread_affinity.h"
 #include "sys/sys_thread_task.h"
@@ -160,6 +161,53 @@ TEST(job, PassesAnExceptionOn)
     EXPECT_THROW(task::job::Run(job), std::out_of_range);
     task::job::RunAsync(job);
     EXPECT_THROW(task::job::Wait(job), std::out_of_range);
+}
+
+/// Each of several jobs waits for the next one: all must have a thread, whatever the pool's size.
+TEST(job, MayWaitForAnother)
+{
+    struct Waits : task::ITask
+    {
+        void Run(const Range&) override
+        {
+            if (next != nullptr)
+                EXPECT_TRUE(next->done.Wait(20'000));
+            done.Set();
+        }
+        Signal done{Signal::manualReset};
+        Waits* next = nullptr;
+    };
+    for (const unsigned variant : {1u, 2u, 4u, 8 + 1u, 8 + 2u, 8 + 4u})
+    {
+        const bool forOlder = variant > 8;
+        task::pool::SetFixedWorkers(variant % 8);
+        std::vector<std::shared_ptr<Waits>> tasks(4);
+        std::vector<task::job::Handle> jobs;
+        for (auto& one : tasks)
+            one = std::make_shared<Waits>();
+        for (std::size_t i = 0; i + 1 < tasks.size(); ++i)
+            tasks[forOlder ? i + 1 : i]->next = tasks[forOlder ? i : i + 1].get();
+        for (const auto& one : tasks)
+            task::job::RunAsync(jobs.emplace_back(task::job::Create(one, {0, 0, 1}, 1)));
+        for (const auto& job : jobs)
+            task::job::Wait(job);
+        task::Finalize();
+        task::Initialize();
+    }
+    task::pool::SetDynamicWorkers();
+}
+
+TEST(job, LogsWhatItThrewWhenNobodyWaited)
+{
+    support::RecordingSink sink;
+    const auto marks = std::make_shared<Marks>(100);
+    marks->bad = 40;
+    auto job = task::job::Create(marks, {0, 99, 1}, 2);
+    task::job::RunAsync(job);
+    task::job::Release(job);
+    while (marks.use_count() > 1)
+        std::this_thread::sleep_for(1ms);
+    EXPECT_EQ(sink.TakeText(), L"a job that nobody waited for threw: bad\n");
 }
 
 TEST(job, IsDoneByWaitWhereThePoolHasNoThread)
