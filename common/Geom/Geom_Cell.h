@@ -1,5 +1,5 @@
 /// @file
-/// A set of identifiers kept as bits.
+/// A set of identifiers.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -10,16 +10,16 @@
 namespace Geom
 {
 
-/// The identifiers of one cell of a CellTable: bit (id mod 32) of word (id / 32). Grows on demand.
+/// The identifiers in one cell of a CellTable. Its memory follows its contents: a sorted list while
+/// that is shorter, else bit (id mod 32) of word (id / 32). Both grow on demand.
 class KVI_API Cell
 {
 public:
-    /// Adds @p id. @param room  the greatest identifier to set memory aside for at once
-    void Add(std::uint32_t id, std::uint32_t room = 0);
+    /// Adds @p id. Time proportional to the list, or constant.
+    /// @throws std::bad_alloc with the set as it was
+    void Add(std::uint32_t id);
     /// Removes @p id, if it is there.
     void Remove(std::uint32_t id);
-    /// Adds all identifiers of @p other.
-    void Unite(const Cell& other);
     /// Whether @p id is there.
     bool Contains(std::uint32_t id) const;
     /// Whether there is none.
@@ -28,7 +28,8 @@ public:
     void Append(std::vector<std::uint32_t>& ids) const;
 
 private:
-    std::vector<std::uint32_t> words_;
+    std::vector<std::uint32_t> words_; ///< identifiers in ascending order, or bits
+    bool areBits_ = false;
 };
 
 } // namespace Geom

@@ -1,7 +1,7 @@
 #include "Geom/Geom_CellTable.h"
 
 #include "Geom/exact/Plane.h"
-#include "foundation/kvidbg.h"
+#include "foundation/KviError.h"
 
 #include <stdexcept>
 
@@ -10,7 +10,44 @@ namespace Geom
 namespace
 {
 
-const kvi::diag::DeclareCategoryMask kMath("Math");
+/// Does what may run out of memory, and reports it.
+template <class Action>
+gtl::status WithMemory(const Action& action)
+{
+    try
+    {
+        action();
+        return {};
+    }
+    catch (const std::exception&) // bad_alloc or length_error
+    {
+        return KviError::err_sysserv(L"operator new", L"there is no memory for the table of cells");
+    }
+}
+
+/// Gathers identifiers of cells, each once. Several cells may hold one: those found so far are
+/// sorted out whenever they have doubled, so that memory follows the different ones.
+class Gathering
+{
+public:
+    explicit Gathering(std::vector<std::uint32_t>& ids) : ids_(ids) {}
+    void Add(const Cell& cell)
+    {
+        cell.Append(ids_);
+        if (ids_.size() > 2 * sorted_ + 4096)
+            Finish();
+    }
+    void Finish()
+    {
+        std::sort(ids_.begin(), ids_.end());
+        ids_.erase(std::unique(ids_.begin(), ids_.end()), ids_.end());
+        sorted_ = ids_.size();
+    }
+
+private:
+    std::vector<std::uint32_t>& ids_;
+    std::size_t sorted_ = 0;
+};
 
 /// The least and greatest ordinate of the segment between two abscissae that it reaches.
 std::pair<double, double> RangeBetween(const Point2D& left, const Point2D& right, double from,
@@ -42,37 +79,34 @@ std::pair<double, double> DistancesTo(double v, double low, double high)
 
 } // namespace
 
-void CellTable::Initialize(const Extents2D& extents, std::uint32_t columns, std::uint32_t rows,
-                           std::uint32_t maximumId)
+gtl::status CellTable::Initialize(const Extents2D& extents, std::uint32_t columns,
+                                  std::uint32_t rows, std::uint32_t /*maximumId*/)
 {
     *this = CellTable();
     const double width = WidthOf(extents), height = HeightOf(extents);
     const std::uint64_t count = std::uint64_t{columns} * rows;
     if (!(width >= 0 && height >= 0) || !std::isfinite(width) || !std::isfinite(height) ||
         count == 0)
-        return;
-    try
-    {
+        return {};
+    const auto makeCells = [&] {
         if (count >= MissingID())
             throw std::length_error("cells");
         cells_.resize(static_cast<std::size_t>(count));
-    }
-    catch (const std::exception&) // bad_alloc or length_error
-    {
-        KVI_LOG(kvi::diag::error, kMath, "%u columns by %u rows are too many cells", columns, rows);
-        return;
-    }
+    };
+    if (gtl::status made = WithMemory(makeCells); !made.ok())
+        return made;
     x_ = {extents.minX, extents.maxX, width / columns, columns};
     y_ = {extents.minY, extents.maxY, height / rows, rows};
-    maximumId_ = maximumId == MissingID() ? 0 : maximumId;
+    return {};
 }
 
-bool CellTable::Assign(std::uint32_t column, std::uint32_t row, std::uint32_t id)
+gtl::status CellTable::Assign(std::uint32_t column, std::uint32_t row, std::uint32_t id)
 {
-    if (column >= NumX() || row >= NumY() || id == MissingID())
-        return false;
-    At(column, row).Add(id, maximumId_);
-    return true;
+    if (column >= NumX() || row >= NumY())
+        return gtl::status(L"The cell is not in the table.");
+    if (id == MissingID())
+        return gtl::status(L"The missing identifier cannot be assigned to a cell.");
+    return WithMemory([&] { At(column, row).Add(id); });
 }
 
 /// Column by column: the ordinates that the line has within the column tell the rows.
@@ -103,12 +137,13 @@ void CellTable::ForCellsOf(const Line2D& line, const Visit& visit) const
     }
 }
 
-void CellTable::Assign(const std::vector<Line2D>& lines)
+gtl::status CellTable::Assign(const std::vector<Line2D>& lines)
 {
-    for (std::uint32_t id = 0; id < lines.size() && id != MissingID(); ++id)
-        ForCellsOf(lines[id], [&](std::uint32_t column, std::uint32_t row) {
-            At(column, row).Add(id, maximumId_);
-        });
+    return WithMemory([&] {
+        for (std::uint32_t id = 0; id < lines.size() && id != MissingID(); ++id)
+            ForCellsOf(lines[id],
+                       [&](std::uint32_t column, std::uint32_t row) { At(column, row).Add(id); });
+    });
 }
 
 void CellTable::Remove(std::uint32_t id)
@@ -134,7 +169,7 @@ void CellTable::FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle,
     const double reachX = Precision().halfEpsilon[0] + std::max(0.0, marginX);
     const double reachY = Precision().halfEpsilon[1] + std::max(0.0, marginY);
     const std::uint32_t lastX = x_.Clamped(c.x + r + reachX), lastY = y_.Clamped(c.y + r + reachY);
-    Cell found;
+    Gathering found(ids);
     for (std::uint32_t row = y_.Clamped(c.y - r - reachY); row <= lastY; ++row)
         for (std::uint32_t column = x_.Clamped(c.x - r - reachX); column <= lastX; ++column)
         {
@@ -143,19 +178,19 @@ void CellTable::FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle,
             const auto [nearY, farY] = DistancesTo(c.y, box.minY - reachY, box.maxY + reachY);
             if (impl::LengthOf({nearX, nearY}) <= r &&
                 (withInside || impl::LengthOf({farX, farY}) >= r))
-                found.Unite(At(column, row));
+                found.Add(At(column, row));
         }
-    found.Append(ids);
+    found.Finish();
 }
 
 void CellTable::FindAll(std::vector<std::uint32_t>& ids, const std::vector<Line2D>& lines) const
 {
     ids.clear();
-    Cell found;
+    Gathering found(ids);
     for (const Line2D& line : lines)
         ForCellsOf(line,
-                   [&](std::uint32_t column, std::uint32_t row) { found.Unite(At(column, row)); });
-    found.Append(ids);
+                   [&](std::uint32_t column, std::uint32_t row) { found.Add(At(column, row)); });
+    found.Finish();
 }
 
 Extents2D CellTable::GetCell2D(std::uint32_t column, std::uint32_t row) const
@@ -229,6 +264,12 @@ std::uint32_t CellTable::CellIdxX(std::uint32_t index) const
 std::uint32_t CellTable::CellIdxY(std::uint32_t index) const
 {
     return NumX() == 0 ? MissingID() : index / NumX();
+}
+
+const Cell& CellTable::NoCell()
+{
+    static const Cell none;
+    return none;
 }
 
 std::uint32_t CellTable::NumCells() const { return static_cast<std::uint32_t>(cells_.size()); }

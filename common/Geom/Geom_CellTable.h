@@ -7,6 +7,7 @@
 #include "Geom/Geom_Extents2D.h"
 #include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_Point.h"
+#include "foundation/gtl_status.h"
 #include "foundation/kvi_export.h"
 
 #include <cstdint>
@@ -16,7 +17,8 @@ namespace Geom
 {
 
 /// Answers which lines or circles come near a place: candidates by cell, to be judged by the
-/// caller.
+/// caller. A cell holds identifiers that the caller chose, such as the positions of lines in a
+/// vector; a cell itself goes by its column and row, or by its number.
 ///
 /// Every cell reaches out by the process-wide half-epsilons, so what lies on a boundary within the
 /// tolerance belongs to both cells. Cells are numbered by rows from the lower left:
@@ -66,29 +68,37 @@ public:
     /// "No identifier": 4294967295, all bits set.
     static constexpr std::uint32_t MissingID() { return 0xffffffff; }
 
-    /// Drops all cells and makes @p columns x @p rows empty ones over @p extents, which expect
-    /// identifiers up to @p maximumId (a cell sets room for them aside when it gets its first).
-    /// A box that is empty or not finite, and more cells than MissingID() - 1 or memory, give a
-    /// table without cells; the latter is logged.
-    void Initialize(const Extents2D& extents, std::uint32_t columns, std::uint32_t rows,
-                    std::uint32_t maximumId);
-    /// Adds @p id to a cell. @returns false for a cell outside the table and the missing identifier
-    bool Assign(std::uint32_t column, std::uint32_t row, std::uint32_t id);
+    /// Drops all cells and makes @p columns x @p rows empty ones over @p extents. Memory is taken
+    /// for the cells, about 32 bytes each, and as they are filled: 4 bytes for each of a few
+    /// identifiers, one bit for each up to the greatest where they are many.
+    /// @param extents        the box; one that is empty or not finite gives a table without cells
+    /// @param columns, rows  none gives a table without cells, too
+    /// @param maximumId      the greatest identifier to be expected; nothing depends on it
+    /// @returns an error, with a table without cells, for more cells than MissingID() - 1 or memory
+    gtl::status Initialize(const Extents2D& extents, std::uint32_t columns, std::uint32_t rows,
+                           std::uint32_t maximumId);
+    /// Adds @p id to a cell.
+    /// @returns an error, with nothing changed, for a cell outside the table, for the missing
+    ///          identifier, and when memory runs out
+    gtl::status Assign(std::uint32_t column, std::uint32_t row, std::uint32_t id);
     /// Adds each line's index in @p lines to every cell whose box, widened by the half-epsilons,
     /// the line meets.
-    void Assign(const std::vector<Line2D>& lines);
-    /// Removes @p id from every cell.
+    /// @returns an error when memory runs out; lines before the one at which it did are assigned
+    gtl::status Assign(const std::vector<Line2D>& lines);
+    /// Removes @p id from every cell. Time proportional to the cells.
     void Remove(std::uint32_t id);
 
     /// The cell that holds @p point: of those it touches, the first on each axis; end() when it
     /// lies outside.
     const Cell* Find(const Point2D& point) const;
-    /// Replaces @p ids by the identifiers of the cells that a circle touches, ascending.
+    /// Replaces @p ids by the identifiers in the cells that a circle touches, ascending.
     /// @param marginX, marginY  distances by which each cell reaches out beyond the half-epsilons
     /// @param withInside        true: the disc; false: the rim alone
+    /// @throws std::bad_alloc when @p ids do not fit
     void FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle, double marginX,
                  double marginY, bool withInside) const;
-    /// Replaces @p ids by the identifiers of the cells that Assign(lines) would add to, ascending.
+    /// Replaces @p ids by the identifiers in the cells that Assign(lines) would add to, ascending.
+    /// @throws std::bad_alloc when @p ids do not fit
     void FindAll(std::vector<std::uint32_t>& ids, const std::vector<Line2D>& lines) const;
 
     /// The box of a cell, from MinX() + column x width to MinX() + (column + 1) x width, and so on.
@@ -105,14 +115,18 @@ public:
     std::uint32_t CellIdxX(std::uint32_t index) const;                    ///< column of a cell
     std::uint32_t CellIdxY(std::uint32_t index) const;                    ///< row of a cell
     /// @{
-    /// A cell of the table.
-    Cell& At(std::uint32_t column, std::uint32_t row) { return cells_[CellIdx(column, row)]; }
+    /// A cell by column and row, or by number. For one outside the table an empty cell that is no
+    /// part of it: what is added there is lost.
+    Cell& At(std::uint32_t column, std::uint32_t row) { return At(NumberOf(column, row)); }
     const Cell& At(std::uint32_t column, std::uint32_t row) const
     {
-        return cells_[CellIdx(column, row)];
+        return At(NumberOf(column, row));
     }
-    Cell& At(std::uint32_t index) { return cells_[index]; }
-    const Cell& At(std::uint32_t index) const { return cells_[index]; }
+    Cell& At(std::uint32_t index) { return index < cells_.size() ? cells_[index] : Outside(); }
+    const Cell& At(std::uint32_t index) const
+    {
+        return index < cells_.size() ? cells_[index] : NoCell();
+    }
     /// @}
 
     std::uint32_t NumX() const { return x_.count; }                   ///< columns
@@ -123,17 +137,11 @@ public:
     double MinY() const { return y_.low; }                            ///< least y of the box
     double MaxY() const { return y_.high; }                           ///< greatest y of the box
     const Cell* begin() const { return cells_.data(); }               ///< the first cell
-    const Cell* end() const { return cells_.data() + cells_.size(); } ///< behind the last cell
+    const Cell* end() const { return cells_.data() + cells_.size(); } ///< past the last cell
     BoundaryIterator beginX() const { return {x_.low, x_.size, 0}; }  ///< the first boundary on x
-    BoundaryIterator endX() const
-    {
-        return {x_.low, x_.size, x_.Boundaries()};
-    }                                                                ///< behind the last
+    BoundaryIterator endX() const { return {x_.low, x_.size, x_.Boundaries()}; } ///< past the last
     BoundaryIterator beginY() const { return {y_.low, y_.size, 0}; } ///< the first boundary on y
-    BoundaryIterator endY() const
-    {
-        return {y_.low, y_.size, y_.Boundaries()};
-    } ///< behind the last
+    BoundaryIterator endY() const { return {y_.low, y_.size, y_.Boundaries()}; } ///< past the last
 
 protected:
     /// @{
@@ -161,10 +169,17 @@ private:
     };
     template <class Visit>
     void ForCellsOf(const Line2D& line, const Visit& visit) const;
+    /// The number of a cell, or the missing identifier for one outside.
+    std::uint32_t NumberOf(std::uint32_t column, std::uint32_t row) const
+    {
+        return column < NumX() && row < NumY() ? CellIdx(column, row) : MissingID();
+    }
+    Cell& Outside() { return outside_ = Cell(); }
+    static const Cell& NoCell();
 
     std::vector<Cell> cells_;
     Axis x_, y_;
-    std::uint32_t maximumId_ = 0;
+    Cell outside_; ///< for callers of At with a wrong cell
 };
 
 } // namespace Geom

@@ -21,13 +21,15 @@ struct Table : CellTable
 {
     Table(const Extents2D& box, std::uint32_t columns, std::uint32_t rows)
     {
-        Initialize(box, columns, rows, 100);
+        made = Initialize(box, columns, rows, 100);
     }
     using CellTable::CellIdx;
     using CellTable::GetIdxX;
     using CellTable::GetIdxY;
     using CellTable::IsValidX;
     using CellTable::IsValidY;
+
+    gtl::status made;
 };
 
 TEST(CellTable, TellsTheCellsThatACoordinateTouches)
@@ -73,8 +75,13 @@ TEST(CellTable, TellsItsMeasuresAndTheCellOfAPoint)
     EXPECT_EQ(table.Find({-1, 5}), table.end());
     EXPECT_EQ(table.Find({3, kNaN}), table.end());
 
-    EXPECT_TRUE(table.Assign(1, 2, 77));
-    EXPECT_FALSE(table.Assign(5, 0, 1) || table.Assign(0, 0, kNone));
+    EXPECT_TRUE(table.Assign(1, 2, 77).ok());
+    EXPECT_FALSE(table.Assign(5, 0, 1).ok() || table.Assign(0, 0, kNone).ok());
+    table.At(5, 0).Add(3); // no cell of the table
+    table.At(20).Add(3);
+    const CellTable& same = table;
+    EXPECT_TRUE(table.At(5, 0).IsEmpty() && same.At(0, 4).IsEmpty() && same.At(kNone).IsEmpty());
+    EXPECT_TRUE(same.At(0, 1).IsEmpty()); // which a column too many would reach
     CellTable copy = table;
     copy.Remove(5); // was never there
     EXPECT_TRUE(copy.At(11).Contains(77));
@@ -92,9 +99,53 @@ TEST(CellTable, WithoutCellsHoldsNothing)
         Ids ids = {1};
         EXPECT_EQ(table.NumCells(), 0u);
         EXPECT_EQ(table.Find({0.5, 0.5}), table.end());
-        table.Assign({Line2D{{0, 0}, {1, 1}}});
+        EXPECT_TRUE(table.Assign({Line2D{{0, 0}, {1, 1}}}).ok());
         table.FindAll(ids, {{0.5, 0.5}, 1}, 0, 0, true);
         EXPECT_TRUE(ids.empty() && table.beginX() == table.endX());
+    }
+    EXPECT_TRUE(Table({}, 3, 3).made.ok());
+    EXPECT_FALSE(Table(box, 0xffffffff, 0xffffffff).made.ok());
+}
+
+TEST(CellTable, TakesMemoryForItsContents)
+{
+    // 490,000 cells of two lines each: with a bit for each line they would take 30 GB.
+    CellTable table = Table({0, 700, 0, 700}, 700, 700);
+    for (std::uint32_t cell = 0; cell < 490000; ++cell)
+        for (const std::uint32_t id : {cell, cell + 490000})
+            ASSERT_TRUE(table.Assign(cell % 700, cell / 700, id).ok());
+    Ids ids;
+    table.FindAll(ids, {Line2D{{0, 3.5}, {700, 3.5}}});
+    ASSERT_EQ(ids.size(), 1400u);
+    EXPECT_TRUE(ids[0] == 2100 && ids[699] == 2799 && ids[1399] == 492799);
+}
+
+TEST(Cell, IsASetHoweverItIsKept)
+{
+    linesets::Random random(6);
+    for (const std::uint32_t most : {40u, 2000u, 0xfffffffeu})
+    {
+        Cell cell;
+        std::set<std::uint32_t> expected;
+        for (int i = 0; i < 3000; ++i)
+        {
+            const auto id = std::uint32_t(i % 100 == 99 ? random() : random() % most);
+            if (random() % 3 == 0)
+            {
+                cell.Remove(id);
+                expected.erase(id);
+            }
+            else
+            {
+                cell.Add(id);
+                expected.insert(id);
+            }
+            ASSERT_TRUE(cell.IsEmpty() == expected.empty() &&
+                        cell.Contains(id) == (expected.count(id) != 0));
+        }
+        Ids ids;
+        cell.Append(ids);
+        EXPECT_EQ(ids, Ids(expected.begin(), expected.end()));
     }
 }
 
@@ -125,7 +176,7 @@ TEST(CellTable, AssignsLinesToTheCellsThatTheyMeetAndNoOthers)
             lines.push_back(line);
     for (const auto& [a, b] : linesets::Short(random, 50)) // from 0 to 100
         lines.push_back({{a.x / 20, a.y / 20}, {b.x / 20, b.y / 20}});
-    table.Assign(lines);
+    ASSERT_TRUE(table.Assign(lines).ok());
     std::size_t met = 0;
     std::set<std::uint32_t> besideSeven;
     for (std::uint32_t cell = 0; cell < 100; ++cell)
@@ -151,7 +202,7 @@ TEST(CellTable, CollectsWhatLiesInTheCellsOfACircle)
 {
     CellTable table = Table({0, 10, 0, 10}, 10, 10);
     for (std::uint32_t cell = 0; cell < 100; ++cell)
-        table.Assign(table.CellIdxX(cell), table.CellIdxY(cell), cell);
+        ASSERT_TRUE(table.Assign(table.CellIdxX(cell), table.CellIdxY(cell), cell).ok());
     const std::tuple<Circle2D, double, bool, Ids> rows[] = {
         {{{5.5, 5.5}, 0.2}, 0, true, {55}},
         {{{5.5, 5.5}, 0.5}, 0, true, {45, 54, 55, 56, 65}},            // touches four sides
