@@ -17,6 +17,7 @@
 #include "Geom/Geom_Polyline.h"
 #include "Geom/Geom_Precision.h"
 #include "Geom/Geom_QuadTree2D.h"
+#include "Geom/Geom_Region.h"
 #include "Geom/Geom_Vector.h"
 #include "Geom/gtl_engless_point.h"
 #include "data/DataParamCalculator.h"

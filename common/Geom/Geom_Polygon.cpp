@@ -3,6 +3,7 @@
 #include "Geom/Geom_Vector.h"
 #include "Geom/exact/Plane.h"
 #include "Geom/exact/RepeatedPoint.h"
+#include "Geom/exact/RingLocation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -176,24 +177,7 @@ PointLocation PolygonLocatePoint2D(const Point2D* points, std::size_t n, const P
 {
     if (!impl::IsUsable(p) || !std::all_of(points, points + n, impl::IsUsable))
         return PointLocation::Outside;
-    // Twice the reach of the tolerance: a difference that exceeds it does so without its rounding.
-    const double farX = 2 * precision.halfEpsilon[0], farY = 2 * precision.halfEpsilon[1];
-    bool isInside = false;
-    for (std::size_t i = 0; i + 1 < n; ++i)
-    {
-        const Point2D &a = points[i], &b = points[i + 1];
-        if (std::min(a.y, b.y) - p.y > farY || p.y - std::max(a.y, b.y) > farY ||
-            p.x - std::max(a.x, b.x) > farX)
-            continue;
-        const bool isRight = std::min(a.x, b.x) - p.x > farX;
-        if (!isRight && LineContainsPoint2D(a, b, p, precision))
-            return PointLocation::OnBorder;
-        // Half-open in y, so that a ray through a vertex meets one of its two edges or both.
-        if ((a.y > p.y) == (b.y > p.y))
-            continue;
-        isInside ^= isRight || (b.y > a.y) == (impl::SideOf(a, b, p, 0, 0) == 1);
-    }
-    return isInside ? PointLocation::Inside : PointLocation::Outside;
+    return impl::LocateInRing(points, n, p, precision);
 }
 
 bool PolygonContainsPoint2D(const Point2D* points, std::size_t n, const Point2D& p, bool withEdges,
