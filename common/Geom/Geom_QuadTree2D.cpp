@@ -1,13 +1,11 @@
 #include "Geom/Geom_QuadTree2D.h"
 
 #include "Geom/Geom_CellTable.h"
+#include "Geom/Geom_Region.h"
 #include "Geom/exact/Plane.h"
-#include "Geom/tree/QuadKernels.h"
-#include "Geom/tree/QuadNodes.h"
+#include "Geom/tree/QuadAxis.h"
+#include "Geom/tree/QuadItems.h"
 #include "platform/platform_cpu.h"
-
-#include <bit>
-#include <unordered_map>
 
 namespace Geom
 {
@@ -15,107 +13,27 @@ namespace
 {
 
 using impl::QuadBox;
-using Header = impl::QuadRing;
+using impl::QuadPlaces;
 
-/// Positions on one axis of the box, as whole numbers that keep their order.
-class QuadAxis
-{
-public:
-    QuadAxis() = default;
-    QuadAxis(double low, double high, double halfEpsilon)
-        : low_(low), high_(high), half_(halfEpsilon)
-    {
-        const double perUnit = impl::kQuadSide / (high - low);
-        // A box without a size, or too great for its size to be told, is one position.
-        scale_ = perUnit > 0 && std::isfinite(perUnit) ? perUnit : 0;
-    }
-    std::uint32_t At(double v) const
-    {
-        constexpr double kLast = impl::kQuadSide - 1;
-        const double position = (v - low_) * scale_;
-        return position > 0 ? static_cast<std::uint32_t>(std::min(position, kLast)) : 0;
-    }
-    bool Holds(double v) const { return v >= low_ - half_ && v <= high_ + half_; }
-    bool Meets(double low, double high) const
-    {
-        return high >= low_ - half_ && low <= high_ + half_;
-    }
-    /// What a point and an item may be apart and still meet; with room for rounding.
-    double Reach() const { return 2 * half_; }
-
-private:
-    double low_ = 0, high_ = -1, half_ = 0, scale_ = 0;
-};
-
-/// Where each identifier's item stands: by index while the identifiers are dense, else by hash.
-class Places
-{
-public:
-    static constexpr std::uint32_t kNone = 0xffffffff;
-
-    void Clear()
-    {
-        dense_.clear();
-        sparse_.clear();
-    }
-    void Reserve(std::size_t count) { dense_.resize(count, kNone); }
-    std::uint32_t& At(std::uint32_t id, std::size_t itemCount)
-    {
-        if (id < dense_.size())
-            return dense_[id];
-        if (const auto found = sparse_.find(id); found != sparse_.end())
-            return found->second;
-        if (id > 4 * itemCount + 4096)
-            return sparse_.try_emplace(id, kNone).first->second;
-        dense_.resize(std::max(std::size_t{id} + 1, dense_.size() * 3 / 2), kNone);
-        for (auto entry = sparse_.begin(); entry != sparse_.end();)
-            if (entry->first < dense_.size())
-            {
-                dense_[entry->first] = entry->second;
-                entry = sparse_.erase(entry);
-            }
-            else
-                ++entry;
-        return dense_[id];
-    }
-
-private:
-    std::vector<std::uint32_t> dense_;
-    std::unordered_map<std::uint32_t, std::uint32_t> sparse_;
-};
-
-/// What an edge says of a point: nothing, that it lies on the edge, or that a ray from it to the
-/// right crosses the edge.
-enum class EdgeMark
-{
-    None,
-    On,
-    Crossed
-};
-
-EdgeMark MarkOf(const Point2D& a, const Point2D& b, const Point2D& p, double hx, double hy)
-{
-    const auto [low, high] = std::minmax(a.y, b.y);
-    if (low - p.y > hy || p.y - high > hy)
-        return EdgeMark::None;
-    const auto [left, right] = std::minmax(a.x, b.x);
-    if (p.x - right > hx)
-        return EdgeMark::None;
-    // Half-open in y: a ray through a vertex crosses one of two edges that go on, both or none of
-    // two that turn back.
-    const EdgeMark crossed = (a.y > p.y) != (b.y > p.y) ? EdgeMark::Crossed : EdgeMark::None;
-    if (left - p.x > hx)
-        return crossed;
-    const int side = impl::SideOf(a, b, p, hx, hy);
-    if (side == 0)
-        return EdgeMark::On;
-    return (side > 0) == (b.y > a.y) ? crossed : EdgeMark::None;
-}
+constexpr std::uint32_t kNone = CellTable::MissingID();
 
 impl::QuadKernel Kernel()
 {
     return platform::SimdLevel() == 0 ? impl::sse2::kQuadKernel : impl::avx2::kQuadKernel;
 }
+
+/// The nearest item so far.
+struct Nearest
+{
+    double distance = std::numeric_limits<double>::infinity();
+    std::uint32_t id = kNone;
+
+    void Take(double otherDistance, std::uint32_t otherId)
+    {
+        if (otherDistance < distance || (otherDistance == distance && otherId < id))
+            *this = {otherDistance, otherId};
+    }
+};
 
 } // namespace
 
@@ -123,39 +41,57 @@ class QuadTree2D::Impl final : impl::IQuadItems
 {
 public:
     Impl(const Extents2D& extents, unsigned capacity, const Precision3D& precision)
-        : hx_(precision.halfEpsilon[0]), hy_(precision.halfEpsilon[1]),
-          x_(extents.minX, extents.maxX, hx_), y_(extents.minY, extents.maxY, hy_),
-          nodes_(std::max(capacity, 1u)), kernel_(Kernel())
+        : extents_(extents), capacity_(std::max(capacity, 1u)), precision_(precision),
+          x_(extents.minX, extents.maxX, precision.halfEpsilon[0]),
+          y_(extents.minY, extents.maxY, precision.halfEpsilon[1]), nodes_(capacity_),
+          items_(precision), kernel_(Kernel())
     {
+    }
+
+    /// Another tree of the same kind without items.
+    std::unique_ptr<Impl> MakeEmpty() const
+    {
+        return std::make_unique<Impl>(extents_, capacity_, precision_);
     }
 
     void Reserve(unsigned expected)
     {
-        const unsigned expectedCount = std::min(expected, 1u << 24); // a guess is no reason to fail
-        nodes_.Reserve(expectedCount / 4, expectedCount);
-        points_.reserve(std::size_t{expectedCount} * kUsualPoints);
-        places_.Reserve(expectedCount);
+        const unsigned count = std::min(expected, 1u << 24); // a guess is no reason to fail
+        nodes_.Reserve(count / 4, count);
+        items_.Reserve(count, std::size_t{count} * kUsualPoints);
     }
 
-    void Insert(std::uint32_t id, const std::vector<Point2D>& points)
+    void Insert(std::uint32_t id, const Point2D* points, std::size_t count, bool isRegion = false)
     {
-        std::uint32_t& place = places_.At(id, itemCount_);
-        if (place == Places::kNone)
-            ++itemCount_;
-        else
-            Withdraw(place);
-        Store(place, id, points);
-        AddToNodes(place);
-        if (unused_ > points_.size() / 2 + 1024)
-            Compact();
+        if (const std::uint32_t old = items_.PlaceOf(id); old != QuadPlaces::kNone)
+            if (const Extents2D box = items_.BoxOf(old); DoesMeet(box))
+                nodes_.Remove({old, GridBoxOf(box)});
+        const std::uint32_t place = items_.Store(id, points, count, isRegion);
+        if (const Extents2D box = items_.BoxOf(place); DoesMeet(box))
+        {
+            nodes_.Add({place, GridBoxOf(box)}, *this);
+            Reach(box);
+        }
+        if (items_.IsLoose())
+        {
+            items_.Compact();
+            Build();
+        }
+    }
+
+    /// The first items; the arguments as QuadTree2D::Load has them.
+    void Load(const Point2D* points, const std::uint32_t* corners, const std::uint32_t* starts,
+              std::uint32_t count)
+    {
+        items_.StoreAll(points, corners, starts, count);
+        Build();
     }
 
     void Clear()
     {
+        reached_ = {};
         nodes_.Clear();
-        points_.clear();
-        places_.Clear();
-        itemCount_ = unused_ = 0;
+        items_.Clear();
     }
 
     /// Calls @p visit with the identifier of each item that contains the point.
@@ -164,143 +100,158 @@ public:
     {
         if (!x_.Holds(point.x) || !y_.Holds(point.y))
             return;
-        const impl::QuadView leaf = nodes_.LeafAt(x_.At(point.x), y_.At(point.y));
-        for (std::uint32_t first = 0; first <= leaf.count; first += 32) // the header is mark 0
-        {
-            const impl::QuadMark* const marks = leaf.block + first;
-            const std::uint64_t holders =
-                kernel_(marks, std::min(leaf.count - first, 31u), leaf.point, points_.data(),
-                        point.x, point.y, hx_, hy_);
-            const auto certain = static_cast<std::uint32_t>(holders);
-            const auto inDoubt = static_cast<std::uint32_t>(holders >> 32);
-            for (std::uint32_t left = certain | inDoubt; left != 0; left &= left - 1)
-            {
-                const int mark = std::countr_zero(left);
-                const std::uint32_t place = marks[mark].item;
-                if ((inDoubt >> mark & 1) == 0 || Contains(place, point))
-                    visit(HeaderAt(place).id);
-            }
-        }
+        nodes_.ForNodesAt(x_.At(point.x), y_.At(point.y), [&](const impl::QuadView& node) {
+            for (std::uint32_t first = 0; first <= node.count; first += 32) // the header is mark 0
+                ForHolders(node, first, point, visit);
+        });
+    }
+
+    void FindInBox(std::vector<std::uint32_t>& ids, Extents2D box) const
+    {
+        const double hx = precision_.halfEpsilon[0], hy = precision_.halfEpsilon[1];
+        box = {std::max(box.minX, extents_.minX - hx), std::min(box.maxX, extents_.maxX + hx),
+               std::max(box.minY, extents_.minY - hy), std::min(box.maxY, extents_.maxY + hy)};
+        if (!(box.minX <= box.maxX && box.minY <= box.maxY))
+            return;
+        std::vector<std::uint32_t> places;
+        AddPlaces(places, 0, GridBoxOf(box));
+        std::sort(places.begin(), places.end());
+        places.erase(std::unique(places.begin(), places.end()), places.end());
+        for (const std::uint32_t place : places)
+            if (items_.MeetsBox(place, box))
+                ids.push_back(items_.HeaderAt(place).id);
+        std::sort(ids.begin(), ids.end());
+    }
+
+    Nearest FindNearest(const Point2D& point) const
+    {
+        Nearest nearest;
+        if (impl::IsUsable(point))
+            LookForNearest(nearest, 0, point);
+        return nearest;
     }
 
     const impl::QuadNodes& Nodes() const { return nodes_; }
 
 private:
-    QuadBox BoxOf(std::uint32_t place) const override
+    template <class Visit>
+    void ForHolders(const impl::QuadView& node, std::uint32_t first, const Point2D& point,
+                    const Visit& visit) const
     {
-        QuadBox box = {};
-        (void)BoxOf(place, box); // it does meet the tree's box, being in a leaf
-        return box;
-    }
-    Header HeaderAt(std::uint32_t place) const { return std::bit_cast<Header>(points_[place]); }
-    const Point2D* RingAt(std::uint32_t place) const { return points_.data() + place + 1; }
-
-    bool Contains(std::uint32_t place, const Point2D& p) const
-    {
-        const Point2D* const ring = RingAt(place);
-        bool isInside = false;
-        for (std::uint32_t i = 1; i < HeaderAt(place).count; ++i)
+        const impl::QuadMark* const marks = node.block + first;
+        const std::uint64_t holders =
+            kernel_(marks, std::min(node.count - first, 31u), node.point, items_.Points(), point.x,
+                    point.y, precision_.halfEpsilon[0], precision_.halfEpsilon[1]);
+        const auto certain = static_cast<std::uint32_t>(holders);
+        const auto inDoubt = static_cast<std::uint32_t>(holders >> 32);
+        for (std::uint32_t left = certain | inDoubt; left != 0; left &= left - 1)
         {
-            const EdgeMark mark = MarkOf(ring[i - 1], ring[i], p, hx_, hy_);
-            if (mark == EdgeMark::On)
-                return true;
-            isInside ^= mark == EdgeMark::Crossed;
+            const int mark = std::countr_zero(left);
+            const std::uint32_t place = marks[mark].item;
+            if ((inDoubt >> mark & 1) == 0 || items_.Contains(place, point))
+                visit(items_.HeaderAt(place).id);
         }
-        return isInside;
     }
 
-    /// The grid box of an item with the reach of the tolerance; false when no point of the tree's
-    /// box can be in the item.
-    bool BoxOf(std::uint32_t place, QuadBox& box) const
+    QuadBox BoxOf(std::uint32_t place) const override { return GridBoxOf(items_.BoxOf(place)); }
+
+    /// Whether a point of the tree's box can be in an item with the box @p box.
+    bool DoesMeet(const Extents2D& box) const
     {
-        Extents2D extents;
-        const Point2D* const ring = RingAt(place);
-        for (std::uint32_t i = 0; i < HeaderAt(place).count; ++i)
-        {
-            const Point2D& p = ring[i];
-            if (!impl::IsUsable(p))
-                return false;
-            extents = {std::min(extents.minX, p.x), std::max(extents.maxX, p.x),
-                       std::min(extents.minY, p.y), std::max(extents.maxY, p.y)};
-        }
-        const double reachX = x_.Reach(), reachY = y_.Reach();
-        extents = {extents.minX - reachX, extents.maxX + reachX, extents.minY - reachY,
-                   extents.maxY + reachY};
-        box = {x_.At(extents.minX), x_.At(extents.maxX), y_.At(extents.minY), y_.At(extents.maxY)};
-        return x_.Meets(extents.minX, extents.maxX) && y_.Meets(extents.minY, extents.maxY);
+        return box.minX <= box.maxX && x_.Meets(box.minX - x_.Reach(), box.maxX + x_.Reach()) &&
+               y_.Meets(box.minY - y_.Reach(), box.maxY + y_.Reach());
     }
 
-    /// Puts the ring where the item's points were if it fits there, else behind all others.
-    void Store(std::uint32_t& place, std::uint32_t id, const std::vector<Point2D>& points)
+    /// The positions of a box with the reach of the tolerance.
+    QuadBox GridBoxOf(const Extents2D& box) const
     {
-        const bool isOpen = !points.empty() && !(points.front() == points.back());
-        const auto count = static_cast<std::uint32_t>(points.size() + (isOpen ? 1 : 0));
-        std::uint32_t room = place == Places::kNone ? 0 : HeaderAt(place).room;
-        if (place == Places::kNone || count > room)
-        {
-            unused_ += room;
-            if (place != Places::kNone)
-                points_[place] = std::bit_cast<Point2D>(Header{Places::kNone, 0, room});
-            place = static_cast<std::uint32_t>(points_.size());
-            room = count;
-            points_.resize(points_.size() + 1 + room);
-        }
-        points_[place] = std::bit_cast<Point2D>(Header{id, count, room});
-        Point2D* const ring = points_.data() + place + 1;
-        std::copy(points.begin(), points.end(), ring);
-        if (isOpen)
-            ring[points.size()] = points.front();
+        return {x_.At(box.minX - x_.Reach()), x_.At(box.maxX + x_.Reach()),
+                y_.At(box.minY - y_.Reach()), y_.At(box.maxY + y_.Reach())};
     }
 
-    void AddToNodes(std::uint32_t place)
+    /// Grows what all items together may reach.
+    void Reach(const Extents2D& box)
     {
-        QuadBox box;
-        if (BoxOf(place, box))
-            nodes_.Add({place, box}, *this);
+        ExtentsGrow2D(reached_, {box.minX, box.minY});
+        ExtentsGrow2D(reached_, {box.maxX, box.maxY});
     }
 
-    void Withdraw(std::uint32_t place)
+    /// Fills the nodes from the items.
+    void Build()
     {
-        QuadBox box;
-        if (BoxOf(place, box))
-            nodes_.Remove({place, box});
-    }
-
-    /// Builds everything anew from the rings in use.
-    void Compact()
-    {
-        std::vector<Point2D> kept;
-        nodes_.Clear();
-        for (std::size_t place = 0; place < points_.size();)
-        {
-            const Header header = HeaderAt(static_cast<std::uint32_t>(place));
-            if (header.id != Places::kNone)
+        std::vector<impl::QuadEntry> entries;
+        entries.reserve(items_.Count() * 2); // and room for the first quadrants
+        reached_ = {};
+        items_.ForItems([&](std::uint32_t place) {
+            if (const Extents2D box = items_.BoxOf(place); DoesMeet(box))
             {
-                places_.At(header.id, itemCount_) = static_cast<std::uint32_t>(kept.size());
-                kept.push_back(
-                    std::bit_cast<Point2D>(Header{header.id, header.count, header.count}));
-                const Point2D* const ring = points_.data() + place + 1;
-                kept.insert(kept.end(), ring, ring + header.count);
+                entries.push_back({place, GridBoxOf(box)});
+                Reach(box);
             }
-            place += 1 + header.room;
-        }
-        points_ = std::move(kept);
-        unused_ = 0;
-        for (std::size_t place = 0; place < points_.size();
-             place += 1 + HeaderAt(static_cast<std::uint32_t>(place)).room)
-            AddToNodes(static_cast<std::uint32_t>(place));
+        });
+        nodes_.Build(std::move(entries));
+    }
+
+    /// Appends the items in the nodes from @p number down whose boxes meet @p box.
+    void AddPlaces(std::vector<std::uint32_t>& places, std::uint32_t number,
+                   const QuadBox& box) const
+    {
+        const impl::QuadNode& node = nodes_.At(number);
+        const auto areApart = [&box](const QuadBox& b) {
+            return b.minX > box.maxX || b.maxX < box.minX || b.minY > box.maxY || b.maxY < box.minY;
+        };
+        if (areApart(node.Box()))
+            return;
+        const impl::QuadMark* const marks = nodes_.MarksOf(node);
+        for (std::uint32_t i = 0; i < node.count; ++i)
+            if (!areApart(node.BoxOf(marks[i])))
+                places.push_back(marks[i].item);
+        for (std::uint32_t q = 0; node.children != 0 && q < 4; ++q)
+            AddPlaces(places, node.children + q, box);
+    }
+
+    /// No more than the distance of a point from what lies in a box.
+    double LeastDistance(const QuadBox& box, const Point2D& p) const
+    {
+        const double left = std::max(x_.From(box.minX), reached_.minX);
+        const double right = std::min(x_.UpTo(box.maxX), reached_.maxX);
+        const double bottom = std::max(y_.From(box.minY), reached_.minY);
+        const double top = std::min(y_.UpTo(box.maxY), reached_.maxY);
+        const double dx = std::max({0.0, left - p.x, p.x - right});
+        const double dy = std::max({0.0, bottom - p.y, p.y - top});
+        const double square = dx * dx + dy * dy;
+        return (square < 1e300 ? std::sqrt(square) : impl::LengthOf({dx, dy})) * (1 - 1e-12);
+    }
+
+    void LookForNearest(Nearest& nearest, std::uint32_t number, const Point2D& p) const
+    {
+        const impl::QuadNode& node = nodes_.At(number);
+        const impl::QuadMark* const marks = nodes_.MarksOf(node);
+        for (std::uint32_t i = 0; i < node.count; ++i)
+            if (LeastDistance(node.BoxOf(marks[i]), p) <= nearest.distance)
+                nearest.Take(items_.DistanceOf(marks[i].item, p),
+                             items_.HeaderAt(marks[i].item).id);
+        if (node.children == 0)
+            return;
+        std::pair<double, std::uint32_t> below[4];
+        for (std::uint32_t q = 0; q < 4; ++q)
+            below[q] = {LeastDistance(nodes_.At(node.children + q).Box(), p), node.children + q};
+        std::sort(below, below + 4);
+        for (const auto& [least, child] : below)
+            if (least <= nearest.distance)
+                LookForNearest(nearest, child, p);
     }
 
     static constexpr std::size_t kUsualPoints = 6; ///< of a quadrangle, closed, with its header
 
-    double hx_, hy_;
-    QuadAxis x_, y_;
+    Extents2D extents_;
+    Extents2D reached_; ///< by the items, those outside the tree's box left out
+    unsigned capacity_;
+    Precision3D precision_;
+    impl::QuadAxis x_, y_;
     impl::QuadNodes nodes_;
+    impl::QuadItems items_;
     impl::QuadKernel kernel_;
-    std::vector<Point2D> points_; ///< the closed rings of all items, each behind its header
-    std::size_t itemCount_ = 0;
-    std::size_t unused_ = 0; ///< points of rings that were moved
-    Places places_;
 };
 
 QuadTree2D::QuadTree2D() : impl_(std::make_unique<Impl>(Extents2D(), 10u, Precision())) {}
@@ -335,15 +286,56 @@ void QuadTree2D::Initialize(const Extents2D& extents, unsigned capacity,
 
 bool QuadTree2D::Insert(std::uint32_t id, const std::vector<Point2D>& points)
 {
-    if (id == CellTable::MissingID())
+    if (id == kNone)
         return false;
-    impl_->Insert(id, points);
+    impl_->Insert(id, points.data(), points.size());
+    return true;
+}
+
+bool QuadTree2D::InsertRegion(std::uint32_t id, const Region2D& region)
+{
+    if (region.holes.empty())
+        return Insert(id, region.outline);
+    std::vector<Point2D> rings;
+    const auto append = [&rings](const std::vector<Point2D>& ring) {
+        rings.insert(rings.end(), ring.begin(), ring.end());
+        if (!ring.empty() && !(ring.front() == ring.back()))
+            rings.push_back(ring.front());
+    };
+    append(region.outline);
+    for (const std::vector<Point2D>& hole : region.holes)
+        append(hole);
+    if (!std::all_of(rings.begin(), rings.end(), impl::IsUsable))
+        return Insert(id, std::vector<Point2D>());
+    rings.clear();
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    append(region.outline);
+    for (const std::vector<Point2D>& hole : region.holes)
+    {
+        rings.push_back({kNaN, kNaN});
+        append(hole);
+    }
+    if (id == kNone)
+        return false;
+    impl_->Insert(id, rings.data(), rings.size(), true);
+    return true;
+}
+
+bool QuadTree2D::Load(const Point2D* points, const std::uint32_t* corners,
+                      const std::uint32_t* starts, std::uint32_t count)
+{
+    if (count != 0 && !std::is_sorted(starts, starts + count + 1))
+        return false;
+    auto fresh = impl_->MakeEmpty();
+    if (count != 0)
+        fresh->Load(points, corners, starts, count);
+    impl_ = std::move(fresh);
     return true;
 }
 
 std::uint32_t QuadTree2D::Find(const Point2D& point) const
 {
-    std::uint32_t least = CellTable::MissingID();
+    std::uint32_t least = kNone;
     impl_->ForItemsAt(point, [&](std::uint32_t id) { least = std::min(least, id); });
     return least;
 }
@@ -354,6 +346,21 @@ bool QuadTree2D::FindAll(std::vector<std::uint32_t>& ids, const Point2D& point) 
     impl_->ForItemsAt(point, [&](std::uint32_t id) { ids.push_back(id); });
     std::sort(ids.begin(), ids.end());
     return !ids.empty();
+}
+
+bool QuadTree2D::FindInBox(std::vector<std::uint32_t>& ids, const Extents2D& box) const
+{
+    ids.clear();
+    impl_->FindInBox(ids, box);
+    return !ids.empty();
+}
+
+std::uint32_t QuadTree2D::FindNearest(const Point2D& point, double* distance) const
+{
+    const Nearest nearest = impl_->FindNearest(point);
+    if (distance != nullptr)
+        *distance = nearest.id == kNone ? MissingValue<double>() : nearest.distance;
+    return nearest.id;
 }
 
 void QuadTree2D::Clear() { impl_->Clear(); }

@@ -14,26 +14,28 @@
 namespace Geom
 {
 
-/// Finds the polygons (elements of a mesh, say) that contain a point.
+struct Region2D;
+
+/// Finds the polygons (elements of a mesh, say) that contain a point, meet a box, or are nearest to
+/// a point.
 ///
-/// An item is a ring of points; one whose last point is not exactly its first is closed by an edge
-/// more. It contains the points inside by the even-odd rule and those on its edges as
-/// LineContainsPoint2D has it, with the tree's precision. A ring with a NaN, infinite or missing
+/// An item is a ring of points or a region; a ring whose last point is not exactly its first is
+/// closed by an edge more. It contains the points that PolygonLocatePoint2D (RegionLocatePoint2D)
+/// with the tree's precision does not find outside. A ring with a NaN, infinite or missing
 /// coordinate, and one without points, contains nothing.
 ///
-/// A leaf splits into quadrants when it holds more items than its capacity, unless all of them are
-/// at least four times its size, or its quadrants together would hold more items beyond their
-/// capacity than it does: then it is tried again when the number of its items has doubled. So
-/// clustered items cost a level per halving down to their own size (31 at the most), the nodes stay
-/// in proportion to the items, and items that lie on one another share a leaf that is searched
-/// through.
+/// An item is kept in nodes of its own size, at most 10 of them and 4 if it is about as wide as
+/// high; a leaf splits into quadrants when it holds more items that are smaller than those than its
+/// capacity. So mixed sizes and the order of insertion do not matter: large items are looked at
+/// beside the small ones, and do not multiply nodes. Clustered items cost four nodes per halving
+/// down to their own size (31 halvings at the most) and else the nodes are in proportion to the
+/// items; items of one size on one another are searched through one by one.
 ///
 /// Threads: any number may search at once while none changes the tree.
 /// @code
 /// QuadTree2D tree;
-/// tree.Initialize(box, 10, Precision(), elementCount);
-/// for (unsigned i = 0; i < elementCount; ++i)
-///     tree.Insert(i, corners[i]);
+/// tree.Initialize(box, 10, Precision(), 0);
+/// tree.Load(nodes, corners, starts, elementCount); // or Insert(i, ring) for each element
 /// const unsigned element = tree.Find({x, y}); // or CellTable::MissingID()
 /// @endcode
 class KVI_API QuadTree2D
@@ -65,12 +67,39 @@ public:
     /// An item may reach out of the box, or lie outside: it is found where it is within the box.
     /// @returns false, with nothing changed, for the missing identifier
     bool Insert(std::uint32_t id, const std::vector<Point2D>& points);
+    /// Insert of a region; one with a coordinate that is NaN, infinite or missing contains
+    /// nothing. Whether it is sound is not asked.
+    bool InsertRegion(std::uint32_t id, const Region2D& region);
+    /// Replaces all items by @p count rings from flat arrays, with the identifiers 0 to count - 1:
+    /// item i has the points of number corners[starts[i]] up to, not including,
+    /// corners[starts[i + 1]]. Several times as fast as inserting them. If memory runs out, the
+    /// tree stays as it was.
+    /// @param points   the points, such as the nodes of a mesh
+    /// @param corners  numbers of points; null for points[starts[i]] up to points[starts[i + 1]]
+    /// @param starts   count + 1 numbers in ascending order
+    /// @param count    rings
+    /// @returns false, with nothing changed, when @p starts descends
+    /// @throws std::bad_alloc, std::length_error for 2^32 - 1 points and items together, or more
+    bool Load(const Point2D* points, const std::uint32_t* corners, const std::uint32_t* starts,
+              std::uint32_t count);
     /// The least identifier of the items that contain @p point, or CellTable::MissingID().
     /// A point further out of the box than the half-epsilons is in no item.
     std::uint32_t Find(const Point2D& point) const;
     /// Replaces @p ids by the identifiers of all items that contain @p point, ascending.
     /// @returns whether there is one
     bool FindAll(std::vector<std::uint32_t>& ids, const Point2D& point) const;
+    /// Replaces @p ids by the identifiers of all items that have a point in common with @p box
+    /// widened by the half-epsilons, ascending: their insides and borders, not their boxes, count.
+    /// Only the part of it within the tree's own box counts.
+    /// @returns whether there is one
+    bool FindInBox(std::vector<std::uint32_t>& ids, const Extents2D& box) const;
+    /// The item nearest to @p point, which may lie anywhere, by Euclidean distance; an item that
+    /// contains it is at the distance 0. Of several at one distance the least identifier. Items
+    /// that lie outside the tree's box take no part.
+    /// @param point     the place; nothing is near one that is NaN, infinite or missing
+    /// @param distance  if not null, receives the distance, or the missing value
+    /// @returns CellTable::MissingID() when there is none
+    std::uint32_t FindNearest(const Point2D& point, double* distance = nullptr) const;
     /// Removes all items; box, capacity and precision stay.
     void Clear();
 

@@ -1,7 +1,9 @@
 #include "Geom/GeomTest.h"
 #include "Geom/Geom_CellTable.h"
+#include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_Polygon.h"
 #include "Geom/Geom_QuadTree2D.h"
+#include "Geom/Geom_Region.h"
 #include "Geom/Geom_Vector.h"
 
 #include <gtest/gtest.h>
@@ -35,6 +37,58 @@ Ring Rectangle(double x, double y, double width, double height)
 }
 
 long scans = 0; ///< so far
+
+/// Whether a closed ring has a point in common with a box widened by @p reach: an edge that the box
+/// cuts, or the box in the ring.
+bool DoesMeet(const Ring& ring, const Extents2D& box, double reach)
+{
+    for (std::size_t i = 0; i < ring.size(); ++i)
+    {
+        const Point2D &a = ring[i], &b = ring[(i + 1) % ring.size()];
+        double from = 0, to = 1;
+        const auto cut = [&](double start, double way, double low, double high) {
+            if (way == 0)
+                return start >= low && start <= high;
+            const double t1 = (low - start) / way, t2 = (high - start) / way;
+            from = std::max(from, std::min(t1, t2));
+            to = std::min(to, std::max(t1, t2));
+            return true;
+        };
+        if (cut(a.x, b.x - a.x, box.minX - reach, box.maxX + reach) &&
+            cut(a.y, b.y - a.y, box.minY - reach, box.maxY + reach) && from <= to)
+            return true;
+    }
+    return PolygonContainsPoint2D(ring.data(), ring.size(), {box.minX, box.minY}, true, kPrecision);
+}
+
+/// FindInBox and FindNearest beside a scan of all items.
+void ExpectSearchesLikeAScan(const QuadTree2D& tree, const Items& items, const Point2D& p,
+                             double size)
+{
+    const Extents2D box = {p.x, std::min(100.0, p.x + size), p.y, std::min(100.0, p.y + size / 2)};
+    Ids found;
+    tree.FindInBox(found, box);
+    double least = kInfinity, distance = 0;
+    for (auto [id, ring] : items)
+    {
+        if (ring.empty())
+            continue;
+        ring.push_back(ring.front());
+        const bool has = std::binary_search(found.begin(), found.end(), id);
+        ASSERT_TRUE(has || !DoesMeet(ring, box, 5e-5 - 1e-9)) << id << ' ' << p.x << ' ' << p.y;
+        ASSERT_TRUE(!has || DoesMeet(ring, box, 5e-5 + 1e-9)) << id << ' ' << p.x << ' ' << p.y;
+        if (!DoesMeet(ring, kBox, 0)) // the tree does not know it
+            continue;
+        if (PolygonContainsPoint2D(ring.data(), ring.size(), p, true, kPrecision))
+            least = 0;
+        for (std::size_t i = 1; i < ring.size(); ++i)
+            least =
+                std::min(least, LineDistanceToPoint2D(ring[i - 1], ring[i], p, false, kPrecision));
+    }
+    const std::uint32_t nearest = tree.FindNearest(p, &distance);
+    ASSERT_EQ(nearest == kNone, least == kInfinity);
+    ASSERT_TRUE(nearest == kNone || distance == least) << p.x << ' ' << p.y;
+}
 
 void ExpectLikeAScan(const QuadTree2D& tree, const Items& items, const Point2D& p)
 {
@@ -110,10 +164,31 @@ TEST(QuadTree2D, AnswersAsALinearScan)
             ExpectLikeAScan(tree, items, shapes.PointNear(ring));
             ExpectLikeAScan(tree, items, shapes.PointNear(items.begin()->second));
         }
-        QuadTree2D copy = tree;
+        QuadTree2D copy = tree, loaded = Tree(kBox, capacity);
         tree.Clear();
+        // The same items by their ranks from flat arrays.
+        Ring points;
+        Ids starts = {0}, corners;
+        Items ranked;
+        for (const auto& [id, ring] : items)
+        {
+            ranked[std::uint32_t(ranked.size())] = ring;
+            points.insert(points.end(), ring.begin(), ring.end());
+            starts.push_back(std::uint32_t(points.size()));
+        }
+        for (std::uint32_t i = 0; i < points.size(); ++i)
+            corners.push_back(i);
+        ASSERT_TRUE(loaded.Load(points.data(), round % 2 == 0 ? nullptr : corners.data(),
+                                starts.data(), std::uint32_t(ranked.size())));
         for (int i = 0; i < 250; ++i)
-            ExpectLikeAScan(copy, items, shapes.PointNear(shapes.Any()));
+        {
+            const Point2D p = shapes.PointNear(shapes.Any());
+            ExpectLikeAScan(copy, items, p);
+            ExpectLikeAScan(loaded, ranked, p);
+            if (i % 5 == 0)
+                ExpectSearchesLikeAScan(i % 2 == 0 ? copy : loaded, i % 2 == 0 ? items : ranked, p,
+                                        i % 3 == 0 ? 0 : shapes.Uniform(0, 50));
+        }
         ExpectLikeAScan(tree, {}, {33.3, 66.6});
     }
     std::printf("[ ORACLE   ] %ld answers compared with a scan\n", scans);
@@ -201,7 +276,7 @@ TEST(QuadTree2D, StaysShallowForClustersAndSmallWhereSplittingSeparatesNothing)
                        {30, 30}});
     EXPECT_LT(heap.NumNodes(), 10u);
     EXPECT_LT(points.NumNodes(), 130u);
-    EXPECT_LT(strips.NumNodes(), 10u);
+    EXPECT_LT(strips.NumNodes(), 22u); // two levels: a quarter of their length
     EXPECT_LT(fan.NumNodes(), 500u);
     Ids ids;
     EXPECT_TRUE(heap.FindAll(ids, {50, 50}));
@@ -209,6 +284,73 @@ TEST(QuadTree2D, StaysShallowForClustersAndSmallWhereSplittingSeparatesNothing)
     EXPECT_EQ(points.Find({50.01, 50.01}), 0u);
     EXPECT_EQ(strips.Find({50, 33.3005}), 0u);
     EXPECT_EQ(fan.Find(CalcPtFromAngle2D({30, 30}, 2.05, 8)), 20u);
+}
+
+TEST(QuadTree2D, KeepsItsNodesWhateverTheOrderOfSizes)
+{
+    // 10,000 items under 11 outlines and 30 strips: these first, last, and all from arrays.
+    std::size_t alone = 0;
+    for (const char* order : {"none", "first", "last", "loaded"})
+    {
+        QuadTree2D tree = Tree();
+        Ring points;
+        Ids starts = {0};
+        const auto insert = [&](std::uint32_t id, const Ring& ring) {
+            points.insert(points.end(), ring.begin(), ring.end());
+            starts.push_back(std::uint32_t(points.size()));
+            tree.Insert(id, ring);
+        };
+        const auto insertLarge = [&] {
+            for (std::uint32_t i = 0; i < 41; ++i)
+                insert(20000 + i,
+                       i < 11 ? Rectangle(0, 0, 100, 100) : Rectangle(0, 3 * (i - 11), 100, 1e-3));
+        };
+        if (order[0] == 'f')
+            insertLarge();
+        for (std::uint32_t i = 0; i < 10000; ++i)
+            insert(i, Rectangle(i % 100, i / 100, 1, 1));
+        if (order[0] == 'n')
+        {
+            alone = tree.NumNodes();
+            continue;
+        }
+        if (order[0] == 'l')
+            insertLarge();
+        if (order[1] == 'o')
+            tree.Load(points.data(), nullptr, starts.data(), std::uint32_t(starts.size() - 1));
+        EXPECT_LE(tree.NumNodes(), alone * 5 / 4) << order;
+        EXPECT_GE(tree.NumNodes(), alone * 3 / 4) << order; // a large leaf would be slow
+        Ids ids;
+        EXPECT_TRUE(tree.FindAll(ids, {50.5, 50.5}));
+        EXPECT_EQ(ids.size(), 12u) << order;
+    }
+}
+
+TEST(QuadTree2D, HoldsRegions)
+{
+    QuadTree2D tree = Tree();
+    const Region2D frame = {Rectangle(10, 10, 60, 60),
+                            {Rectangle(20, 20, 10, 10), Rectangle(40, 40, 20, 20)}};
+    EXPECT_TRUE(tree.InsertRegion(1, frame));
+    EXPECT_TRUE(tree.InsertRegion(2, {Rectangle(45, 45, 5, 5), {}}));
+    EXPECT_TRUE(tree.InsertRegion(3, {Rectangle(0, 0, 90, 90), {{{kNaN, 1}}}}));
+    EXPECT_FALSE(tree.InsertRegion(kNone, frame));
+    Shapes shapes(2);
+    for (int i = 0; i < 2000; ++i)
+    {
+        const Point2D p = {shapes.Below(160) * 0.5, shapes.Below(160) * 0.5};
+        const bool isIn = RegionLocatePoint2D(frame, p, kPrecision) != PointLocation::Outside;
+        const bool isInSmall = p.x >= 45 && p.x <= 50 && p.y >= 45 && p.y <= 50;
+        ASSERT_EQ(tree.Find(p), isIn ? 1 : isInSmall ? 2 : kNone) << p.x << ' ' << p.y;
+    }
+    Ids ids;
+    EXPECT_TRUE(tree.FindInBox(ids, {44, 46, 44, 46})); // within the hole
+    EXPECT_EQ(ids, Ids{2});
+    double distance = 0;
+    EXPECT_EQ(tree.FindNearest({22, 25}, &distance), 1u);
+    EXPECT_EQ(distance, 2);
+    EXPECT_EQ(tree.FindNearest({kNaN, 25}, &distance), kNone);
+    EXPECT_EQ(distance, kMissing);
 }
 
 TEST(QuadTree2D, HandlesAreCopiedAndMovedWhole)

@@ -14,9 +14,9 @@ namespace Geom::impl
 struct QuadRing
 {
     std::uint32_t id;
-    std::uint32_t count; ///< points of the ring, the last one equal to the first
-    std::uint32_t room;  ///< places behind this one, up to the next header
-    std::uint32_t unused = 0;
+    std::uint32_t count;        ///< points of the ring, the last one equal to the first
+    std::uint32_t room;         ///< places behind this one, up to the next header
+    std::uint32_t isRegion = 0; ///< 1: rings parted by points that are NaN
 };
 static_assert(sizeof(QuadRing) == sizeof(Point2D));
 

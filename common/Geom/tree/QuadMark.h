@@ -24,6 +24,8 @@ struct QuadMark
     {
         return (128 - minX) | maxX << 8 | (128 - minY) << 16 | maxY << 24;
     }
+    /// From positions to 128ths of a side of 2^bits.
+    static constexpr std::uint32_t ShiftOf(std::uint32_t bits) { return bits > 7 ? bits - 7 : 0; }
     static constexpr std::uint32_t PointOf(std::uint32_t x, std::uint32_t y)
     {
         return x | (128 - x) << 8 | y << 16 | (128 - y) << 24;

@@ -1,0 +1,55 @@
+/// @file
+/// @internal Positions on one axis of a quadtree's box.
+#pragma once
+
+#include "Geom/tree/QuadNodes.h"
+
+#include <cmath>
+#include <limits>
+
+namespace Geom::impl
+{
+
+/// Positions on one axis of the box, as whole numbers that keep their order.
+class QuadAxis
+{
+public:
+    QuadAxis(double low, double high, double halfEpsilon)
+        : low_(low), high_(high), half_(halfEpsilon)
+    {
+        const double perUnit = kQuadSide / (high - low);
+        // A box without a size, or of a size beyond the doubles, is one position.
+        scale_ = perUnit > 0 && std::isfinite(perUnit) ? perUnit : 0;
+    }
+    std::uint32_t At(double v) const
+    {
+        const double position = (v - low_) * scale_;
+        return position > 0 ? static_cast<std::uint32_t>(std::min(position, kLast)) : 0;
+    }
+    /// No less than this are the coordinates of the positions from @p position on.
+    double From(std::uint32_t position) const
+    {
+        return position == 0 ? -kEndless : low_ + (position - 1.0) / scale_;
+    }
+    /// No more than this are the coordinates of the positions up to @p position.
+    double UpTo(std::uint32_t position) const
+    {
+        return position >= kQuadSide - 1 || scale_ == 0 ? kEndless
+                                                        : low_ + (position + 2.0) / scale_;
+    }
+    bool Holds(double v) const { return v >= low_ - half_ && v <= high_ + half_; }
+    bool Meets(double low, double high) const
+    {
+        return high >= low_ - half_ && low <= high_ + half_;
+    }
+    /// What a point and an item may be apart and still meet; with room for rounding.
+    double Reach() const { return 2 * half_; }
+
+private:
+    static constexpr double kLast = kQuadSide - 1;
+    static constexpr double kEndless = std::numeric_limits<double>::infinity();
+
+    double low_, high_, half_, scale_ = 0;
+};
+
+} // namespace Geom::impl
