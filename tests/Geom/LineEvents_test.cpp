@@ -1,11 +1,15 @@
 #include "Geom/GeomTest.h"
 #include "Geom/Geom_LineEvents2D.h"
+#include "Geom/Geom_LineMeetings2D.h"
 #include "Geom/LineOracle.h"
 #include "Geom/LineSets.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <set>
+#include <tuple>
 
 namespace
 {
@@ -114,6 +118,50 @@ TEST(LineEvents, OfCopiesGoByTheirPositions)
                 wrong += !(event->line1 == line1 && event->line2 == line2);
         EXPECT_EQ(wrong, 0u);
     }
+}
+
+TEST(LineMeetings2D, AreThoseOfAllPairsInOrderAlongTheFirstLines)
+{
+    linesets::Random random(9);
+    long pairs = 0, met = 0;
+    for (int round = 0; round < Rounds(); ++round)
+        for (const auto& [name, make] : linesets::kGenerators)
+            for (const auto& [n1, n2] :
+                 {std::pair{1, 300}, {300, 1}, {30, 500}, {400, 400}, {0, 9}})
+            {
+                SCOPED_TRACE(testing::Message() << name << ' ' << n1 << ' ' << n2);
+                // Halves of one set, so that the generators' places agree.
+                LineSet2D all = make(random, std::size_t(n1 + n2));
+                std::shuffle(all.begin(), all.end(), random);
+                const auto middle =
+                    all.begin() + std::min(std::ptrdiff_t(all.size()), std::ptrdiff_t(n1));
+                const LineSet2D first(all.begin(), middle), second(middle, all.end());
+                std::vector<LineMeeting2D> meetings(1);
+                LineMeetings2D(meetings, first, second, kPrecision);
+                std::set<std::pair<std::size_t, std::size_t>> found;
+                for (const LineMeeting2D& meeting : meetings)
+                    EXPECT_TRUE(found.insert({meeting.first, meeting.second}).second);
+                for (std::size_t i = 1; i < meetings.size(); ++i)
+                    EXPECT_LE(std::tie(meetings[i - 1].first, meetings[i - 1].parameter),
+                              std::tie(meetings[i].first, meetings[i].parameter));
+                for (std::size_t i = 0; i < first.size(); ++i)
+                    for (std::size_t k = 0; k < second.size(); ++k)
+                        ASSERT_EQ(found.count({i, k}) != 0,
+                                  oracle::Intersection(first[i], second[k]).isOne)
+                            << i << ' ' << k;
+                pairs += long(first.size() * second.size());
+                met += long(meetings.size());
+            }
+    std::printf("[ ORACLE   ] %ld pairs of two sets compared, %ld meet\n", pairs, met);
+    // The overlap begins where the line comes to it; what touches it lies at its parameter.
+    std::vector<LineMeeting2D> meetings;
+    LineMeetings2D(meetings, {{{10, 0}, {0, 0}}},
+                   {{{2, 0}, {4, 0}}, {{8, -1}, {8, 1}}, {{0, 5}, {1, 5}}}, kPrecision);
+    ASSERT_EQ(meetings.size(), 2u);
+    EXPECT_TRUE(meetings[0].second == 1 && meetings[0].point == (Point2D{8, 0}));
+    EXPECT_DOUBLE_EQ(meetings[0].parameter, 0.2);
+    EXPECT_TRUE(meetings[1].point == (Point2D{4, 0}) && meetings[1].point2 == (Point2D{2, 0}));
+    EXPECT_DOUBLE_EQ(meetings[1].parameter, 0.6);
 }
 
 TEST(LineCoincidentEvents2D, GivesBothEndsOfAnOverlap)

@@ -64,6 +64,13 @@ private:
 };
 } // namespace
 
+GridTolerance GridTolerance::For(const Point2D& most, double hx, double hy)
+{
+    const double slack = 1 + 0x1p-40;
+    const double x = hx * slack + most.x * 0x1p-46, y = hy * slack + most.y * 0x1p-46;
+    return {x, y, x, y};
+}
+
 double GridTolerance::MarginOf(const Line2D& line) const
 {
     return sideX * std::fabs(line.second.y - line.first.y) +
@@ -71,7 +78,7 @@ double GridTolerance::MarginOf(const Line2D& line) const
 }
 
 void LineGrid::Lay(const LineSet2D& lines, const std::vector<GridMember>& members,
-                   const GridTolerance& tolerance, const Extents2D& region)
+                   const GridTolerance& tolerance, const Extents2D& region, double mostCells)
 {
     const __m128d regionLow = Both(region.minX, region.minY);
     const __m128d regionHigh = Both(region.maxX, region.maxY);
@@ -91,7 +98,7 @@ void LineGrid::Lay(const LineSet2D& lines, const std::vector<GridMember>& member
     _mm_storeu_pd(&from.x, low);
     _mm_storeu_pd(&sizes.x, _mm_sub_pd(high, low));
     _mm_storeu_pd(&sumOfSizes.x, sums);
-    const double n = double(members.size()), most = std::max(1.0, n * kCellsPerLine);
+    const double n = double(members.size()), most = std::clamp(n * kCellsPerLine, 1.0, mostCells);
     double nx = sizes.x > 0 ? CellsFor(sumOfSizes.x / n / sizes.x, most) : 1;
     double ny = sizes.y > 0 ? CellsFor(sumOfSizes.y / n / sizes.y, most) : 1;
     if (nx * ny > most)
@@ -163,6 +170,25 @@ void LineGrid::Enter(const LineSet2D& lines, const std::vector<GridMember>& memb
         by[row] = b.y;
         margin[row] = tolerance.MarginOf(line);
     }
+}
+
+void LineGrid::Split(std::size_t secondFrom)
+{
+    splits.resize(Cells());
+    for (std::size_t cell = 0; cell < splits.size(); ++cell)
+    {
+        const auto begin = memberOf.begin() + std::ptrdiff_t(starts[cell]);
+        const auto end = memberOf.begin() + std::ptrdiff_t(starts[cell + 1]);
+        splits[cell] = std::size_t(std::lower_bound(begin, end, secondFrom) - memberOf.begin());
+    }
+}
+
+GridCover LineGrid::CoverOf(const Line2D& line, const GridTolerance& tolerance) const
+{
+    const auto [left, right] = std::minmax({line.first.x, line.second.x});
+    const auto [bottom, top] = std::minmax({line.first.y, line.second.y});
+    return {x.CellOf(left - tolerance.reachX), y.CellOf(bottom - tolerance.reachY),
+            x.CellOf(right + tolerance.reachX), y.CellOf(top + tolerance.reachY)};
 }
 
 Extents2D LineGrid::RegionOf(std::size_t cell) const

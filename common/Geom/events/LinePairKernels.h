@@ -50,6 +50,8 @@ struct PairKernels
     /// Stops with the cursor on a row whose pairs might not fit, else on cell @p cells.
     /// @param rows      the lines
     /// @param starts    cells + 1 row numbers
+    /// @param splits    null, or for each cell the first of its rows that belong to the second of
+    ///                  two sets: then only pairs of one row of each set are tested
     /// @param cells     their end
     /// @param cursor    where to start and where it stopped
     /// @param allFlags  all bits of the levels in use
@@ -57,14 +59,17 @@ struct PairKernels
     /// @param room      pairs that may be written, no fewer than rows in the fullest cell; behind
     ///                  them stand kPairPadding elements more
     /// @returns pairs written
-    std::size_t (*inCells)(const PairRows& rows, const std::size_t* starts, std::size_t cells,
-                           PairCursor& cursor, std::uint32_t allFlags, RowPair* out,
-                           std::size_t room);
+    std::size_t (*inCells)(const PairRows& rows, const std::size_t* starts,
+                           const std::size_t* splits, std::size_t cells, PairCursor& cursor,
+                           std::uint32_t allFlags, RowPair* out, std::size_t room);
     /// The rows from @p begin to @p end that may meet @p line; flags take no part.
     /// @returns row numbers written
     std::size_t (*withLine)(const PairRows& rows, const PairRow& line, std::size_t begin,
                             std::size_t end, std::uint32_t* out);
 };
+
+/// The kernels of this processor's level.
+const PairKernels& ChosenPairKernels();
 
 namespace sse2
 {

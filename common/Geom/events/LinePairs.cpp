@@ -16,6 +16,8 @@ constexpr std::size_t kCrowded = 160; // lines in a cell that gets a grid of its
 constexpr int kLevels = 12;           // of grids within cells: two flags for each
 constexpr std::size_t kPortion = 512; // pairs handed over at once, about
 constexpr double kGreatest = 0x1p400; // coordinates whose products of two stay finite
+constexpr std::size_t kFewLines = 24; // of one set: no grid is worth it
+constexpr std::size_t kOneSet = std::size_t(-1);
 
 const PairKernels& Kernels()
 {
@@ -53,13 +55,15 @@ private:
 class Search
 {
 public:
-    Search(const LineSet2D& lines, const GridTolerance& tolerance, Portions& out)
-        : lines_(lines), tolerance_(tolerance), out_(out)
+    /// @param secondFrom  the first line of the second set, or kOneSet
+    Search(const LineSet2D& lines, std::size_t secondFrom, const GridTolerance& tolerance,
+           Portions& out)
+        : lines_(lines), secondFrom_(secondFrom), tolerance_(tolerance), out_(out)
     {
     }
 
     /// The pairs among @p members whose flags together are complete.
-    /// @param members  each line at most once
+    /// @param members  each line at most once, the first set before the second
     /// @param region   the cell that the members share
     /// @param level    how many cells lie around it: the levels of flags
     void Among(const std::vector<GridMember>& members, const Extents2D& region, int level);
@@ -73,6 +77,7 @@ private:
                   std::uint32_t longMember, int level, std::vector<std::uint32_t>& lastMet);
 
     const LineSet2D& lines_;
+    std::size_t secondFrom_;
     const GridTolerance& tolerance_;
     Portions& out_;
     std::vector<RowPair> pairs_;
@@ -82,8 +87,25 @@ private:
 void Search::Among(const std::vector<GridMember>& members, const Extents2D& region, int level)
 {
     LineGrid grid;
-    grid.Lay(lines_, members, tolerance_, region);
+    double mostCells = kGreatest;
+    std::size_t second = members.size();
+    if (secondFrom_ != kOneSet)
+    {
+        second = std::size_t(std::partition_point(members.begin(), members.end(),
+                                                  [this](const GridMember& member) {
+                                                      return member.line < secondFrom_;
+                                                  }) -
+                             members.begin());
+        const std::size_t fewer = std::min(second, members.size() - second);
+        if (fewer == 0)
+            return;
+        if (fewer <= kFewLines)
+            mostCells = 1;
+    }
+    grid.Lay(lines_, members, tolerance_, region, mostCells);
     grid.Enter(lines_, members, tolerance_);
+    if (secondFrom_ != kOneSet)
+        grid.Split(second);
     const bool mayDivide = grid.Cells() > 1 && level + 1 < kLevels;
     std::size_t tested = 0;
     for (std::size_t cell = 0; mayDivide && cell < grid.Cells(); ++cell)
@@ -122,7 +144,8 @@ void Search::WithinCells(const LineGrid& grid, const std::vector<GridMember>& me
     PairCursor cursor = {begin, grid.starts[begin]};
     while (cursor.cell < end)
     {
-        const std::size_t count = Kernels().inCells(rows, grid.starts.data(), end, cursor,
+        const std::size_t* const splits = secondFrom_ == kOneSet ? nullptr : grid.splits.data();
+        const std::size_t count = Kernels().inCells(rows, grid.starts.data(), splits, end, cursor,
                                                     FlagsOf(level), pairs_.data(), room);
         for (std::size_t i = 0; i < count; ++i)
             out_.Add(members[grid.memberOf[pairs_[i].first]].line,
@@ -139,36 +162,17 @@ void Search::WithinCrowdedCell(const LineGrid& grid, const std::vector<GridMembe
     Among(inside, grid.RegionOf(cell), level);
 }
 
-/// The pairs of a long line with the lines in the cells along it: row of cells by row, those
-/// between the abscissae at which the line enters and leaves the row, and what rounding adds.
+/// The pairs of a long line with the lines in the cells along it.
 void Search::WithLong(const LineGrid& grid, const std::vector<GridMember>& members,
                       std::uint32_t longMember, int level, std::vector<std::uint32_t>& lastMet)
 {
     const GridMember& member = members[longMember];
-    const GridCover& cover = grid.covers[longMember];
     const Line2D& line = lines_[member.line];
     const PairRow probe = {line.first.x, line.first.y, line.second.x, line.second.y,
                            tolerance_.MarginOf(line)};
-    const bool isRising = line.first.y <= line.second.y;
-    const Point2D& low = isRising ? line.first : line.second;
-    const Point2D& high = isRising ? line.second : line.first;
-    const double height = 1 / grid.y.perUnit;
-    const bool isSteep = high.y - low.y > height; // else it is the tolerance that spans the rows
-    const double perY = isSteep ? (high.x - low.x) / (high.y - low.y) : 0;
-    const double reachX = tolerance_.reachX + std::fabs(perY) * (tolerance_.reachY + 1e-6 * height);
     const PairRows rows = grid.Rows(tolerance_);
-    for (std::uint32_t cy = cover.y0; cy <= cover.y1; ++cy)
-    {
-        const double from = grid.y.from + cy * height;
-        const auto abscissaAt = [&](double at) {
-            return low.x + (std::clamp(at, low.y, high.y) - low.y) * perY;
-        };
-        const double enters = cy == cover.y0 || !isSteep ? low.x : abscissaAt(from);
-        const double leaves = cy == cover.y1 || !isSteep ? high.x : abscissaAt(from + height);
-        const std::uint32_t x0 = grid.x.CellOf(std::min(enters, leaves) - reachX);
-        const std::uint32_t x1 = grid.x.CellOf(std::max(enters, leaves) + reachX);
-        const std::size_t begin = grid.starts[grid.CellAt(x0, cy)];
-        const std::size_t end = grid.starts[grid.CellAt(x1, cy) + 1];
+    const bool isSecond = member.line >= secondFrom_;
+    const auto test = [&](std::size_t begin, std::size_t end) {
         rows_.resize(std::max(rows_.size(), end - begin));
         const std::size_t count = Kernels().withLine(rows, probe, begin, end, rows_.data());
         for (std::size_t i = 0; i < count; ++i)
@@ -178,30 +182,26 @@ void Search::WithLong(const LineGrid& grid, const std::vector<GridMember>& membe
                 (member.flags | grid.flags[rows_[i]] >> 2) != FlagsOf(level))
                 continue;
             lastMet[other] = longMember;
-            out_.Add(member.line, members[other].line);
+            if (secondFrom_ == kOneSet || isSecond != (members[other].line >= secondFrom_))
+                out_.Add(member.line, members[other].line);
         }
-    }
+    };
+    grid.ForRowsAlong(line, grid.covers[longMember], tolerance_, test);
 }
 
-/// @param most  the greatest coordinates by size
-GridTolerance ToleranceFor(const Point2D& most, double hx, double hy)
+/// The lines that can take part, as members of the search or by themselves.
+struct Candidates
 {
-    const double slack = 1 + 0x1p-40;
-    return {hx * slack + most.x * 0x1p-46, hy * slack + most.y * 0x1p-46,
-            hx * slack + most.x * 0x1p-46, hy * slack + most.y * 0x1p-46};
-}
-
-} // namespace
-
-void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePairTaker& taker)
-{
-    if (lines.size() >= 0x80000000u)
-        throw std::length_error("Geom: too many lines");
-    const double hx = precision.halfEpsilon[0], hy = precision.halfEpsilon[1];
-    const bool isOrdinary = hx >= 0 && hy >= 0 && hx < kGreatest && hy < kGreatest;
     std::vector<GridMember> members;
-    std::vector<std::uint32_t> wild; // too great to reckon with: paired with every line
-    members.reserve(lines.size());
+    std::vector<std::uint32_t> outOfRange; ///< too large for products in double precision
+    Point2D most;                          ///< the greatest coordinates of members by size
+};
+
+Candidates CandidatesOf(const LineSet2D& lines, double hx, double hy)
+{
+    Candidates found;
+    found.members.reserve(lines.size());
+    const bool isOrdinary = hx >= 0 && hy >= 0 && hx < kGreatest && hy < kGreatest;
     const __m128d minus = _mm_set1_pd(-0.0), greatest = _mm_set1_pd(kGreatest);
     __m128d most = _mm_setzero_pd();
     for (std::uint32_t i = 0; i < lines.size(); ++i)
@@ -213,29 +213,76 @@ void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePa
             _mm_and_pd(_mm_cmplt_pd(sizeA, greatest), _mm_cmplt_pd(sizeB, greatest));
         if (isOrdinary && _mm_movemask_pd(areSmall) == 3)
         {
-            members.push_back({i, 0});
+            found.members.push_back({i, 0});
             most = _mm_max_pd(most, _mm_max_pd(sizeA, sizeB));
         }
         else if (AreUsable({a, b}))
-            wild.push_back(i);
+            found.outOfRange.push_back(i);
     }
+    _mm_storeu_pd(&found.most.x, most);
+    return found;
+}
+
+/// Leaves out members beyond the box of the other set.
+void DropDistant(std::vector<GridMember>& members, const LineSet2D& lines, std::size_t secondFrom,
+                 const GridTolerance& tolerance)
+{
+    Extents2D boxes[2];
+    for (const GridMember& member : members)
+        for (const Point2D& p : {lines[member.line].first, lines[member.line].second})
+            ExtentsGrow2D(boxes[member.line >= secondFrom ? 1 : 0], p);
+    const double x = 2 * tolerance.reachX, y = 2 * tolerance.reachY;
+    std::erase_if(members, [&](const GridMember& member) {
+        const auto& [a, b] = lines[member.line];
+        const Extents2D& other = boxes[member.line >= secondFrom ? 0 : 1];
+        return std::min(a.x, b.x) - x > other.maxX || std::max(a.x, b.x) + x < other.minX ||
+               std::min(a.y, b.y) - y > other.maxY || std::max(a.y, b.y) + y < other.minY;
+    });
+}
+
+void FindPairs(const LineSet2D& lines, std::size_t secondFrom, const Precision3D& precision,
+               ILinePairTaker& taker)
+{
+    if (lines.size() >= 0x80000000u)
+        throw std::length_error("Geom: too many lines");
+    const double hx = precision.halfEpsilon[0], hy = precision.halfEpsilon[1];
+    Candidates found = CandidatesOf(lines, hx, hy);
     Portions portions(taker);
-    for (std::size_t i = 0; i < wild.size(); ++i)
+    const auto add = [&](std::uint32_t a, std::uint32_t b) {
+        if (secondFrom == kOneSet || (a < secondFrom) != (b < secondFrom))
+            portions.Add(a, b);
+    };
+    for (std::size_t i = 0; i < found.outOfRange.size(); ++i)
     {
-        for (const GridMember& member : members)
-            portions.Add(wild[i], member.line);
+        for (const GridMember& member : found.members)
+            add(found.outOfRange[i], member.line);
         for (std::size_t k = 0; k < i; ++k)
-            portions.Add(wild[i], wild[k]);
+            add(found.outOfRange[i], found.outOfRange[k]);
     }
-    if (members.size() > 1)
+    if (found.members.size() > 1)
     {
-        Point2D mostOfMembers;
-        _mm_storeu_pd(&mostOfMembers.x, most);
-        const GridTolerance tolerance = ToleranceFor(mostOfMembers, hx, hy);
-        Search(lines, tolerance, portions)
-            .Among(members, {-kGreatest, kGreatest, -kGreatest, kGreatest}, 0);
+        const GridTolerance tolerance = GridTolerance::For(found.most, hx, hy);
+        if (secondFrom != kOneSet)
+            DropDistant(found.members, lines, secondFrom, tolerance);
+        Search(lines, secondFrom, tolerance, portions)
+            .Among(found.members, {-kGreatest, kGreatest, -kGreatest, kGreatest}, 0);
     }
     portions.Flush();
+}
+
+} // namespace
+
+const PairKernels& ChosenPairKernels() { return Kernels(); }
+
+void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePairTaker& taker)
+{
+    FindPairs(lines, kOneSet, precision, taker);
+}
+
+void FindLinePairs(const LineSet2D& lines, std::size_t secondFrom, const Precision3D& precision,
+                   ILinePairTaker& taker)
+{
+    FindPairs(lines, secondFrom, precision, taker);
 }
 
 } // namespace Geom::impl

@@ -34,4 +34,10 @@ public:
 /// @throws std::length_error beyond 2^31 lines
 void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePairTaker& taker);
 
+/// The same for pairs of which one line is before @p secondFrom and the other is not: two sets in
+/// one vector. Lines beyond the box of the other set cost a look; where one set has a few lines
+/// only, they are compared with all others.
+void FindLinePairs(const LineSet2D& lines, std::size_t secondFrom, const Precision3D& precision,
+                   ILinePairTaker& taker);
+
 } // namespace Geom::impl

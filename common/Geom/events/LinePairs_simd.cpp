@@ -88,14 +88,16 @@ inline std::size_t Keep(RowPair* out, Mask hits, std::uint32_t row, std::size_t 
 #endif
 }
 
-std::size_t InCells(const PairRows& rows, const std::size_t* starts, std::size_t cells,
-                    PairCursor& cursor, std::uint32_t allFlags, RowPair* out, std::size_t room)
+std::size_t InCells(const PairRows& rows, const std::size_t* starts, const std::size_t* splits,
+                    std::size_t cells, PairCursor& cursor, std::uint32_t allFlags, RowPair* out,
+                    std::size_t room)
 {
     std::size_t count = 0;
     for (; cursor.cell < cells; cursor.row = starts[++cursor.cell])
     {
         const std::size_t end = starts[cursor.cell + 1];
-        for (; cursor.row + 1 < end; ++cursor.row)
+        const std::size_t last = splits == nullptr ? end : splits[cursor.cell];
+        for (; cursor.row < last; ++cursor.row)
         {
             const std::size_t row = cursor.row;
             if (room - count < end - row)
@@ -104,7 +106,7 @@ std::size_t InCells(const PairRows& rows, const std::size_t* starts, std::size_t
                                   rows.margin[row]};
             const Probe probe = ProbeOf(line, rows.reachX, rows.reachY);
             const std::uint32_t flags = rows.flags[row];
-            for (std::size_t at = row + 1; at < end; at += kWidth)
+            for (std::size_t at = splits == nullptr ? row + 1 : last; at < end; at += kWidth)
                 if (const Mask boxes = AreBoxesNear(rows, at, end, probe); boxes != 0)
                     count += Keep(out + count, MayMeet(rows, at, boxes, probe), std::uint32_t(row),
                                   at, rows.flags, flags, allFlags);

@@ -100,6 +100,21 @@ inline Point2D Clamped(const Point2D& p, const Point2D& a, const Point2D& b)
     return {Clamped(p.x, a.x, b.x), Clamped(p.y, a.y, b.y)};
 }
 
+/// Where a point on a segment of (Geom::Line2D) @p line is: 0 at its first end, 1 at its second; 0
+/// for a segment without length.
+template <class Line>
+double ParameterOn(const Line& line, const Point2D& p)
+{
+    const double factor = SafeFactor({line.first, line.second, p});
+    const Point2D from = line.first * factor, way = line.second * factor - from;
+    const double unit = UnitFactor(way);
+    const Point2D d = way * unit;
+    const double square = Dot(d, d);
+    if (!(square > 0))
+        return 0;
+    return std::min(std::max(Dot((p * factor - from) * unit, d) / square, 0.0), 1.0);
+}
+
 /// Cosine and sine of @p angle [rad], the same bits on every platform: within a unit in the last
 /// place of the true ones up to 1e6, of those of an angle within half a unit in its own last place
 /// beyond; NaN for NaN and the infinities.
