@@ -74,6 +74,7 @@
 #include "foundation/str_locale.h"
 #include "foundation/str_u8string.h"
 #include "numerics/CLPProblem.h"
+#include "numerics/GaussRule.h"
 #include "numerics/ISysEqnImpl.h"
 #include "numerics/Inverse.h"
 #include "numerics/MpM.h"
