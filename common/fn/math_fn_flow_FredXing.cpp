@@ -21,16 +21,15 @@ impl::CurveLoop* ChosenLoop()
     return kLoops[platform::SimdLevel()];
 }
 
-} // namespace
-
-double impl::ContentAt(const CurveTerms& c, double pressure)
+/// Inline, so that the operator reads its fields where it needs them.
+inline double Content(const impl::CurveTerms& c, double pressure)
 {
     using math::impl::Exp2, math::impl::Log2;
     const double suction = -pressure;
     // Written so that the two logarithms cancel at the limit.
     const double correction = (c.wholeLog2 - Log2(1 + suction * c.overResidual)) * c.overWhole;
     const double exponent = c.n * Log2(suction * c.overA);
-    if (exponent >= kOverflow)
+    if (exponent >= impl::kOverflow)
         return c.saturatedWC * 0.0 * correction;
     // In powers of two: with w = log2(e + (s/a)^n), the shape term (1 / ln(e + (s/a)^n))^m is
     // 2^(-m (log2 w + log2 ln 2)). Above 1000 the logarithm of e + 2^x is x, to the last bit.
@@ -38,6 +37,13 @@ double impl::ContentAt(const CurveTerms& c, double pressure)
     const double logs = Log2(w) + math::impl::kLog2OfLn2;
     // ln(e + ...) is at least 1: rounding must not raise the content above saturation.
     return c.saturatedWC * Exp2(-c.m * (logs < 0 ? 0 : logs)) * correction;
+}
+
+} // namespace
+
+double impl::ContentAt(const CurveTerms& curve, double pressure)
+{
+    return Content(curve, pressure);
 }
 
 FredXing::FredXing(const double& a, const double& n, const double& m, const double& saturatedWC,
@@ -49,23 +55,13 @@ FredXing::FredXing(const double& a, const double& n, const double& m, const doub
 {
 }
 
-bool FredXing::HasMissing() const
-{
-    return IsMissingValue(a_) || IsMissingValue(n_) || IsMissingValue(m_) ||
-           IsMissingValue(limit_) || IsMissingValue(saturatedWC_);
-}
-
-impl::CurveTerms FredXing::Terms() const
-{
-    return {overA_,     n_,        m_, saturatedWC_, overResidual_, 1 + limit_ * overResidual_,
-            wholeLog2_, overWhole_};
-}
-
 double FredXing::operator()(const double& p) const
 {
     if (HasMissing())
         return MissingValue<double>();
-    return p >= 0 || !(a_ > 0) ? saturatedWC_ : impl::ContentAt(Terms(), p);
+    if (p >= 0 || !(a_ > 0))
+        return saturatedWC_;
+    return Content({overA_, n_, m_, saturatedWC_, overResidual_, 0, wholeLog2_, overWhole_}, p);
 }
 
 void FredXing::Evaluate(const double* pressures, double* contents, std::size_t count) const
@@ -76,7 +72,9 @@ void FredXing::Evaluate(const double* pressures, double* contents, std::size_t c
         return;
     }
     static impl::CurveLoop* const loop = ChosenLoop();
-    loop(Terms(), pressures, contents, count);
+    const double grown = 1 + limit_ * overResidual_;
+    loop({overA_, n_, m_, saturatedWC_, overResidual_, grown, wholeLog2_, overWhole_}, pressures,
+         contents, count);
 }
 
 bool FredXing::IsValid() const

@@ -5,6 +5,7 @@
 #include "Geom/FPOINT.h"
 #include "Geom/Geom_Extents2D.h"
 #include "fn/math_UnitSet.h"
+#include "foundation/MissingValue.h"
 #include "foundation/kvi_export.h"
 
 #include <cstddef>
@@ -12,10 +13,6 @@
 
 namespace math::fn::flow
 {
-namespace impl
-{
-struct CurveTerms;
-}
 
 /// Volumetric water content of an unsaturated soil over its pore-water pressure, in closed form.
 ///
@@ -99,8 +96,11 @@ public:
     };
 
 private:
-    bool HasMissing() const;
-    impl::CurveTerms Terms() const;
+    bool HasMissing() const
+    {
+        return IsMissingValue(a_) || IsMissingValue(n_) || IsMissingValue(m_) ||
+               IsMissingValue(limit_) || IsMissingValue(saturatedWC_);
+    }
 
     double a_;
     double n_;
