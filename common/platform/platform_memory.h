@@ -16,4 +16,9 @@ void* AllocateArray(std::size_t bytes);
 /// Gives it back; null is harmless.
 void FreeArray(void* array);
 
+/// Bytes that this process can take now without the system swapping, ending it or refusing: what is
+/// free on the machine or left of the address space, whichever is less. The largest number when the
+/// system does not tell.
+unsigned long long AvailableMemory();
+
 } // namespace platform

@@ -1,8 +1,11 @@
 #include "platform/platform_memory.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 #include <sys/mman.h>
+#include <sys/resource.h>
 
 namespace platform
 {
@@ -20,5 +23,24 @@ void* AllocateArray(std::size_t bytes)
 }
 
 void FreeArray(void* array) { std::free(array); }
+
+unsigned long long AvailableMemory()
+{
+    unsigned long long available = std::numeric_limits<unsigned long long>::max();
+    if (std::FILE* const file = std::fopen("/proc/meminfo", "re"))
+    {
+        char line[128];
+        unsigned long long kibibytes = 0;
+        while (std::fgets(line, sizeof line, file) != nullptr)
+            if (std::sscanf(line, "MemAvailable: %llu kB", &kibibytes) == 1)
+                available = kibibytes * 1024;
+        std::fclose(file);
+    }
+    rlimit limit{};
+    if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
+        limit.rlim_cur < available)
+        available = limit.rlim_cur;
+    return available;
+}
 
 } // namespace platform

@@ -1,6 +1,10 @@
 #include "platform/platform_memory.h"
 
+#include <algorithm>
+#include <limits>
 #include <malloc.h>
+
+#include <windows.h>
 
 namespace platform
 {
@@ -13,5 +17,14 @@ void* AllocateArray(std::size_t bytes)
 }
 
 void FreeArray(void* array) { _aligned_free(array); }
+
+unsigned long long AvailableMemory()
+{
+    MEMORYSTATUSEX status{};
+    status.dwLength = sizeof status;
+    if (!::GlobalMemoryStatusEx(&status))
+        return std::numeric_limits<unsigned long long>::max();
+    return std::min(std::min(status.ullAvailPhys, status.ullAvailPageFile), status.ullAvailVirtual);
+}
 
 } // namespace platform
