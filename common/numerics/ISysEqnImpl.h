@@ -104,6 +104,11 @@ public:
     virtual long SolveForUnknownVector_Iterative_NonSym(double tol);
     /// Prepares PARDISO's parameters; releases a factorisation that is held.
     virtual long SolveForUnknownVector_PARDISO_SetUp();
+    /// Solves with the library's own sparse direct solver, or with MKL's PARDISO where
+    /// KVI_SOLVER=vendor asks for it (SparseSolverName says which). The own solver keeps its
+    /// analysis until Initialize changes the pattern, and its factor until a value of the matrix or
+    /// a fixed unknown changes: another right-hand side then costs a substitution. SetUp, Release
+    /// and the end of the object free both.
     /// @returns 1 when PARDISO reported an error or refused the system, otherwise 0; whether x is
     ///          a solution, LastSolve() says
     virtual long SolveForUnknownVector_PARDISO();

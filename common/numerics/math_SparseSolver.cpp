@@ -2,6 +2,7 @@
 
 #include "numerics/solve/Pardiso.h"
 #include "numerics/solve/Vendor.h"
+#include "platform/platform_env.h"
 
 #include <atomic>
 
@@ -18,7 +19,8 @@ const PardisoFunctions& ActivePardiso()
 {
     if (const PardisoFunctions* functions = replacement.load())
         return *functions;
-    return FoundVendor() ? FoundVendor()->solver : BuiltInPardiso();
+    static const bool wantsVendor = platform::Environment(L"KVI_SOLVER") == L"vendor";
+    return wantsVendor && FoundVendor() ? FoundVendor()->solver : BuiltInPardiso();
 }
 
 void ReplacePardiso(const PardisoFunctions* functions) { replacement = functions; }

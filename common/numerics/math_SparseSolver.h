@@ -10,9 +10,10 @@
 namespace math
 {
 
-/// Who solves: "pardiso (mkl 2020.4)" when Intel MKL was found, else "pardiso (built in)". MKL is
-/// looked for once, at the first use: in the folder named by the environment variable KVI_MKL, or
-/// where the system looks for libraries; KVI_MKL=off keeps to the built-in solver.
+/// Who solves: "pardiso (built in)", the library's own solver, or with the environment variable
+/// KVI_SOLVER=vendor "pardiso (mkl 2020.4)" when Intel MKL is found. MKL is looked for once, at the
+/// first use: in the folder named by the environment variable KVI_MKL, or where the system looks
+/// for libraries; KVI_MKL=off keeps from looking.
 KVI_API std::wstring SparseSolverName();
 
 /// Threads that MKL uses from now on in the whole process, at least 1. The built-in solver has one.

@@ -67,6 +67,12 @@ int EmptyRowOrColumn(const std::vector<int>& ia, const std::vector<int>& ja)
 
 } // namespace
 
+const PardisoFunctions& BuiltInPardiso()
+{
+    static const PardisoFunctions functions{nullptr, nullptr, nullptr, L"built in"};
+    return functions;
+}
+
 Pardiso::~Pardiso() { Release(); }
 
 void Pardiso::SetUp()
@@ -133,6 +139,21 @@ void Pardiso::Explain(SolveRecord& record) const
     }
 }
 
+SolveRecord Pardiso::SolveOwn(const MatrixView& A, const double* b, double* x)
+{
+    SolveRecord record = own_.Solve(A, b, x);
+    record.method = SolveMethod::Pardiso;
+    record.solver = L"pardiso (" + functions_->name + L")";
+    held_ = true;
+    heldEquations_ = A.n;
+    constexpr int kZeroPivot = -4;
+    if (record.outcome == SolveOutcome::TooLarge)
+        error_ = kNoMemory;
+    else if (record.outcome == SolveOutcome::Singular)
+        error_ = kZeroPivot;
+    return record;
+}
+
 SolveRecord Pardiso::Solve(const MatrixView& A, const double* b, double* x)
 {
     SolveRecord record;
@@ -153,6 +174,8 @@ SolveRecord Pardiso::Solve(const MatrixView& A, const double* b, double* x)
         error_ = kInconsistent;
         return RefuseNotFinite(bad, std::move(record));
     }
+    if (functions_->pardiso == nullptr)
+        return SolveOwn(A, b, x);
     Convert(A);
     if (A.n == 0) // the vendor refuses what needs no solving
         return record;
@@ -172,7 +195,9 @@ void Pardiso::Release()
     if (!held_)
         return;
     phase_ = kReleaseAll;
-    Call(0, nullptr, nullptr, nullptr, nullptr, nullptr);
+    own_.Clear();
+    if (functions_->pardiso != nullptr)
+        Call(0, nullptr, nullptr, nullptr, nullptr, nullptr);
     held_ = false;
 }
 

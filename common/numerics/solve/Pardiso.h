@@ -3,6 +3,7 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
+#include "numerics/solve/SparseDirect.h"
 #include "numerics/system/MatrixView.h"
 
 #include <string>
@@ -20,24 +21,24 @@ using PardisoFunction = void (*)(void* pt, const int* maxfct, const int* mnum, c
                                  const int* ja, int* perm, const int* nrhs, int* iparm,
                                  const int* msglvl, void* b, void* x, int* error);
 
-/// Who solves. The vendor's library, the built-in counterpart or a test's stand-in.
+/// Who solves: the vendor's library, the library's own solver or a test's stand-in.
 struct PardisoFunctions
 {
-    PardisoFunction pardiso = nullptr;
+    PardisoFunction pardiso = nullptr; ///< null for the library's own
     void (*setThreads)(int) = nullptr; ///< null where there is nothing to set
     void (*freeBuffers)() = nullptr;   ///< null where no memory is kept between calls
     std::wstring name;                 ///< such as "mkl 2020.4"
 };
 
-/// The table in use: the vendor's library when one is found at the first call, else the built-in
-/// counterpart. The environment variable KVI_MKL=off keeps to the built-in one.
+/// The table in use: the library's own solver, or the vendor's with the environment variable
+/// KVI_SOLVER=vendor when one is found at the first call (KVI_MKL says where, or "off").
 const PardisoFunctions& ActivePardiso();
 
 /// Puts @p functions in the place of the table in use; null brings the found one back. They must
 /// outlive every Pardiso that solved with them. Not while another thread solves.
 void ReplacePardiso(const PardisoFunctions* functions);
 
-/// The counterpart with the vendor's signature, for phases 13 and -1 and real matrices (type 11).
+/// The library's own solver: no function, for it takes the matrix as it is stored.
 const PardisoFunctions& BuiltInPardiso();
 
 /// The state of PARDISO for one system of equations: set up once, solve often, release at the end.
@@ -51,7 +52,9 @@ public:
 
     /// Puts every parameter to its prescribed value; releases a held factorisation first.
     void SetUp();
-    /// Hands A over in one-based compressed rows without its explicit zeros and solves (phase 13:
+    /// The library's own solver takes A as it is; it keeps the analysis while the pattern stays and
+    /// the factor while the values do, and its errors are numbered as PARDISO's. To another solver
+    /// hands A over in one-based compressed rows without its explicit zeros and solves (phase 13:
     /// analysis, factorisation, solution, refinement), then judges x. A first call without SetUp
     /// sets up. PARDISO is not called for NaN or infinity, which counts as its error -1.
     /// @returns the outcome: NotFinite; with PARDISO's error in the reason Singular (with the
@@ -65,6 +68,7 @@ public:
     int Error() const { return error_; }
 
 private:
+    SolveRecord SolveOwn(const MatrixView& A, const double* b, double* x);
     void Convert(const MatrixView& A);
     void Explain(SolveRecord& record) const;
     void Call(int n, const double* a, const int* ia, const int* ja, double* b, double* x);
@@ -79,6 +83,7 @@ private:
     const PardisoFunctions* functions_ = nullptr; ///< who holds the factorisation
     std::vector<double> a_;
     std::vector<int> ja_, ia_;
+    SparseDirect own_;
 };
 
 } // namespace numerics

@@ -1,0 +1,16 @@
+/// @file
+/// @internal The order of elimination of a sparse matrix.
+#pragma once
+
+#include "numerics/solve/AdjacencyGraph.h"
+
+#include <vector>
+
+namespace numerics
+{
+
+/// The order by minimum degree, or by nested dissection where that promises to save more work
+/// than it costs: order[k] is the vertex eliminated at step k.
+std::vector<int> ChooseOrder(const AdjacencyGraph& graph);
+
+} // namespace numerics

@@ -1,0 +1,70 @@
+/// @file
+/// @internal The sparse direct solver: analysis, factorisation, solution with refinement.
+#pragma once
+
+#include "numerics/SolveRecord.h"
+#include "numerics/solve/SparseFactor.h"
+#include "numerics/solve/Symbolic.h"
+#include "numerics/solve/Verdict.h"
+#include "numerics/system/MatrixView.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace numerics
+{
+
+/// Solves sparse systems by elimination in an order of its own.
+///
+/// The analysis is kept while the pattern is the same, the factor while the values are the same
+/// too: then a right-hand side costs a substitution and the check of its solution. Both are
+/// recognised by comparison, so that nobody needs to say what has changed.
+class SparseDirect
+{
+public:
+    SparseDirect() = default;
+    SparseDirect(const SparseDirect&) = delete;
+    SparseDirect& operator=(const SparseDirect&) = delete;
+
+    /// Solves A x = b: by L D L^T where the halves of A are equal but for the rounding of sums,
+    /// else, and where that leaves too large an error, by L D U, and at last with pivots from whole
+    /// columns.
+    /// @returns Solved when the row-wise error of x says so; NotFinite and TooLarge, x NaN then;
+    ///          Singular with the loosest unknown, Stagnated or Breakdown as Judge has them
+    SolveRecord Solve(const MatrixView& A, const double* b, double* x);
+    /// Gives back all memory.
+    void Clear();
+
+    /// What the last solve did.
+    struct Account
+    {
+        bool hasAnalysed = false, hasFactorised = false, isSymmetric = false;
+        PivotReport pivots;
+        double flops = 0;      ///< of a factorisation
+        std::size_t bytes = 0; ///< of the factors and the analysis
+    };
+    const Account& LastAccount() const { return account_; }
+
+private:
+    void Analyse(const MatrixView& A, bool isSymmetric);
+    bool HasPatternOf(const MatrixView& A) const;
+    bool Factorise(const MatrixView& A, bool isSymmetric);
+    SolutionErrors SolveByFactor(const MatrixView& A, const double* b, double* x);
+    void Substitute(double* r);
+    bool CheckPivots(const MatrixView& A, SolveRecord& record);
+    SolveRecord RefuseSize() const;
+    SolveRecord TrySolve(const MatrixView& A, const double* b, double* x);
+
+    std::vector<int> rowStart_, columns_; ///< the pattern analysed
+    Symbolic symbolic_;
+    std::vector<double> scale_, work_;
+    SparseFactor factor_;
+    std::uint64_t digest_[2] = {0, 0}; ///< of the values factorised
+    bool isFactorised_ = false;
+    bool needsGeneral_ = false; ///< L D L^T of these values was not enough
+    double needed_ = 0;         ///< bytes of the factors, once they are known
+    Account account_;
+};
+
+} // namespace numerics
