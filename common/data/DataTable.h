@@ -22,6 +22,7 @@ namespace datatable::impl
 {
 /// Exchanges the two tables' calculators, the pointers themselves, and invalidates both tables.
 KVI_API void SwapCalculators(DataTable& a, DataTable& b);
+struct TableCalculators; // what it needs of a table
 } // namespace datatable::impl
 
 /// A dense rectangle of numbers that also answers for quantities it can compute.
@@ -185,7 +186,7 @@ private:
     bool Shape(const std::vector<DataParamType>& params, unsigned int rows);
     void MapColumns();
 
-    friend void datatable::impl::SwapCalculators(DataTable& a, DataTable& b);
+    friend struct datatable::impl::TableCalculators;
 
     DataParamType rowKind_ = DataParamType::None;
     std::vector<DataParamType> columns_;

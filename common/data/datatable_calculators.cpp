@@ -85,9 +85,14 @@ std::shared_ptr<ICalculators> DefaultCalculators()
     return TheDefault().calculators;
 }
 
+struct impl::TableCalculators
+{
+    static void Swap(DataTable& a, DataTable& b) { a.calculators_.swap(b.calculators_); }
+};
+
 void impl::SwapCalculators(DataTable& a, DataTable& b)
 {
-    a.calculators_.swap(b.calculators_);
+    TableCalculators::Swap(a, b);
     a.Invalidate();
     b.Invalidate();
 }
