@@ -1,6 +1,7 @@
 // Processes that end at any instant while they hold something.
 
 #include "RunChild.h"
+#include "support/Numbers.h"
 #include "sys/SharedResource.h"
 #include "sys/sys_thread_ParallelFor.h"
 #include "sys/sys_thread_QueueBounded.h"
@@ -40,12 +41,6 @@ TEST(FaultChild, DISABLED_DiesHolding)
     std::_Exit(9);
 }
 
-int Asked(const char* variable, int usual)
-{
-    const char* const more = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
-    return more != nullptr ? std::stoi(more) : usual;
-}
-
 TEST(NamedMutex, WakesTheOneWhoWaitsAtOnce)
 {
     SystemExclusiveAccess lock;
@@ -82,7 +77,7 @@ TEST(FaultChild, DISABLED_OpensResourcesAndDies)
 TEST(SharedResource, IsFreeWhereverTheOtherProcessDies)
 {
     SharedResource resource;
-    for (int round = 0; round < Asked("KVI_TEST_KILLS", 12); ++round)
+    for (int round = 0; round < support::Rounds("KVI_TEST_KILLS", 12); ++round)
     {
         EXPECT_FALSE(child::Run("FaultChild", "OpensResourcesAndDies", 1 + round * 173 % 5000));
         EXPECT_FALSE(SharedResource::IsOpenAnywhere(kResource));
@@ -180,7 +175,7 @@ TEST(Lives, LeaveNothing)
     SharedResource resource;
     std::ptrdiff_t descriptors = 0, threads = 0;
     long pages = 0;
-    const int warm = 100, lives = warm + Asked("KVI_TEST_LIVES", 300);
+    const int warm = 100, lives = warm + support::Rounds("KVI_TEST_LIVES", 300);
     for (int life = 0; life < lives; ++life)
     {
         if (life == warm)

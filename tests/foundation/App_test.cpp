@@ -5,6 +5,7 @@
 #include "foundation/gtl_range_error.h"
 #include "platform/platform_library.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -39,7 +40,7 @@ TEST(App, GivesTheProgramsTextsAndEmptyOnesForUnknownCodes)
     }
     EXPECT_TRUE(app.HasMessages(nullptr));
     EXPECT_EQ(app.ProgramName(), L"test_foundation");
-    EXPECT_NE(app.ProgramPath().find(L"test_foundation"), std::wstring::npos);
+    EXPECT_THAT(app.ProgramPath(), testing::HasSubstr(L"test_foundation"));
     EXPECT_EQ(app.ResourceModulePath(), app.ProgramPath());
 }
 
@@ -63,7 +64,7 @@ TEST(App, TakesTextsFromAnotherModuleWhileOldStatusesKeepTheirs)
     EXPECT_EQ(gtl::status(24181).as_wstring(), L"Une erreur inconnue.");
     EXPECT_EQ(app.MessageText(60000), L"");
     EXPECT_NE(app.MessageTextOf(nullptr, 60000), L"");
-    EXPECT_NE(app.ResourceModulePath().find(L"test_texts"), std::wstring::npos);
+    EXPECT_THAT(app.ResourceModulePath(), testing::HasSubstr(L"test_texts"));
     EXPECT_EQ(before, early.made);
 
     // A text that the host lacks: its template is empty, its message English or a list.

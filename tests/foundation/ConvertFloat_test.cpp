@@ -1,4 +1,5 @@
 #include "foundation/math_impl_ConvertFloat.h"
+#include "support/Numbers.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,7 @@ using math::impl::ConvertFloat;
 namespace
 {
 
-constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kInf = support::kInfinity;
 
 template <class T = double>
 T Read(const std::string& text)

@@ -1,5 +1,6 @@
 #include "foundation/str_fmt.h"
 #include "foundation/text/FormatToken.h"
+#include "support/Numbers.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,7 @@
 namespace
 {
 using str::fmt::impl::FillTemplate;
-constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kInf = support::kInfinity;
 
 TEST(Formatter, WritesNumbersAsCPrintfDoes)
 {

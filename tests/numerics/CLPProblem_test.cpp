@@ -1,5 +1,5 @@
-#include "foundation/kvidbg.h"
 #include "numerics/CLPProblem.h"
+#include "support/RecordingSink.h"
 
 #include <gtest/gtest.h>
 
@@ -15,26 +15,6 @@
 
 namespace
 {
-
-/// Counts the log's records while it lives.
-class LogCount : public kvi::diag::IEventSink
-{
-public:
-    LogCount() { kvi::diag::EventSink::RegisterInstance(this); }
-    ~LogCount() override { kvi::diag::EventSink::RegisterInstance(nullptr); }
-    void Flush() override {}
-    void OutputPath(const std::wstring&) override {}
-    void Assertion(const char*, const char*, int) override {}
-    void Buffered(bool) override {}
-    unsigned long long Lost() const override { return 0; }
-    void Event(int, const std::wstring&) override {}
-    void Log(const kvi::diag::LogRecord&, const std::wstring&) override { ++count_; }
-    /// Records since the last call.
-    int Take() { return std::exchange(count_, 0); }
-
-private:
-    int count_ = 0;
-};
 
 struct Program
 {
@@ -212,14 +192,14 @@ TEST(CLPProblem, APointThatViolatesTheProgramIsNotOptimal)
     p.objective = {true, {{1, 0}}};
     p.constraints = {{{{1e-13, 0}}, 0, 1e-12}, {{{1, 0}}, 0, 1e6}};
     ASSERT_EQ(SolvedDirectly(p), Outcome(1, {1e6}));
-    LogCount log;
+    support::RecordingSink log;
     EXPECT_EQ(Solved(p), Outcome(0, {}));
-    EXPECT_EQ(log.Take(), 1);
+    EXPECT_EQ(log.Take().size(), 1u);
 }
 
 TEST(CLPProblem, GrowsAndChangesBetweenSolves)
 {
-    LogCount log;
+    support::RecordingSink log;
     const CountedObjPtr<CLPProblem> problem = CLPProblem::create(3);
     const auto expect = [&](double x, double y) {
         problem->solve();
@@ -238,13 +218,13 @@ TEST(CLPProblem, GrowsAndChangesBetweenSolves)
     problem->intVar(0, false);
     problem->objFunc({true, {{-1, 0}, {-3, 1}}}); // the old terms are gone, the direction turned
     expect(2, 0);
-    EXPECT_EQ(log.Take(), 0);
+    EXPECT_EQ(log.Take().size(), 0u);
 }
 
 TEST(CLPProblem, RefusesWhatCannotBelongToIt)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN(), inf = HUGE_VAL;
-    LogCount log;
+    support::RecordingSink log;
     const CountedObjPtr<CLPProblem> problem = CLPProblem::create(2);
     problem->objFunc({false, {{1, 0}, {1, 1}}});
     problem->add({{{1, 0}, {1, 1}}, 1, 2});
@@ -253,25 +233,25 @@ TEST(CLPProblem, RefusesWhatCannotBelongToIt)
     {
         problem->objFunc({true, terms});
         problem->add({terms, 0, 1});
-        EXPECT_EQ(log.Take(), 2);
+        EXPECT_EQ(log.Take().size(), 2u);
     }
     problem->add(std::vector<CLPConstraint>{
         {{{1, 0}}, 0, nan}, {{{1, 0}}, 0, -inf}, {{{1, 0}}, 3, 1}, {{{1, 0}}, -1, 1}});
-    EXPECT_EQ(log.Take(), 4);
+    EXPECT_EQ(log.Take().size(), 4u);
     problem->intVar(2, true);
-    EXPECT_EQ(log.Take(), 1);
+    EXPECT_EQ(log.Take().size(), 1u);
     EXPECT_EQ(problem->numCons(), 1u);
     problem->solve();
     EXPECT_TRUE(problem->IsOptimal());
     EXPECT_EQ(problem->var(0) + problem->var(1), 2);
-    EXPECT_EQ(log.Take(), 0);
+    EXPECT_EQ(log.Take().size(), 0u);
     EXPECT_TRUE(std::isnan(problem->var(2)));
-    EXPECT_EQ(log.Take(), 1);
+    EXPECT_EQ(log.Take().size(), 1u);
 }
 
 TEST(CLPProblem, IsNotSolvedWithoutTheOneModel)
 {
-    LogCount log;
+    support::RecordingSink log;
     const auto make = [](double least) {
         CountedObjPtr<CLPProblem> problem = CLPProblem::create(1);
         problem->objFunc({false, {{1, 0}}});
@@ -287,20 +267,20 @@ TEST(CLPProblem, IsNotSolvedWithoutTheOneModel)
         problem.solve();
         EXPECT_FALSE(problem.IsOptimal());
         EXPECT_TRUE(std::isnan(problem.var(0)));
-        EXPECT_EQ(log.Take(), 5);
+        EXPECT_EQ(log.Take().size(), 5u);
     };
     CountedObjPtr<CLPProblem> first = make(3);
     EXPECT_EQ(first->var(0), 3);
     const CountedObjPtr<CLPProblem> second = make(5);
     expectLost(*first);
     EXPECT_EQ(second->var(0), 5);
-    EXPECT_EQ(log.Take(), 0);
+    EXPECT_EQ(log.Take().size(), 0u);
     first.reset(); // ends the model, whose ever it is
     expectLost(*second);
     EXPECT_EQ(make(7)->var(0), 7);
 
     const CountedObjPtr<CLPProblem> huge = CLPProblem::create(~0u);
-    EXPECT_EQ(log.Take(), 1);
+    EXPECT_EQ(log.Take().size(), 1u);
     expectLost(*huge);
 }
 

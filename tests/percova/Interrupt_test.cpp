@@ -2,6 +2,7 @@
 #include "../RunChild.h"
 #include "CommandLine.h"
 #include "Scratch.h"
+#include "support/Numbers.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -94,8 +95,7 @@ TEST(Interrupt, LeavesWholeStepsThatTheNextRunGoesOnFrom)
     const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - start);
     std::mt19937 random(11);
-    const char* const more = std::getenv("KVI_TEST_KILLS"); // NOLINT(concurrency-mt-unsafe)
-    const int rounds = more != nullptr ? std::stoi(more) : 6;
+    const int rounds = support::Rounds("KVI_TEST_KILLS", 6);
     int between = 0;
     for (int round = 0; round < rounds || (between == 0 && round < 4 * rounds); ++round)
     {

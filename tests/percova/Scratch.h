@@ -4,6 +4,7 @@
 
 #include "problem/Faults.h"
 #include "problem/TextFile.h"
+#include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -15,15 +16,7 @@ namespace percova
 {
 
 /// A folder of the running test's own, empty.
-inline std::filesystem::path ScratchFolder()
-{
-    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
-    const std::filesystem::path folder = std::filesystem::path(KVI_TEST_TEMP) /
-                                         (std::string(test->test_suite_name()) + test->name());
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
-    return folder;
-}
+inline std::filesystem::path ScratchFolder() { return support::ScratchFolder(); }
 
 inline std::filesystem::path Scratch(const std::string& name, const std::string& text)
 {

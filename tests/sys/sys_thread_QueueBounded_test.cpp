@@ -1,3 +1,4 @@
+#include "support/Numbers.h"
 #include "sys/sys_thread_QueueBounded.h"
 
 #include <gtest/gtest.h>
@@ -171,8 +172,8 @@ void Pause(std::mt19937& random)
 
 TEST(QueueBounded, LosesDoublesAndTearsNothing)
 {
-    const char* const more = std::getenv("KVI_TEST_ITEMS"); // NOLINT(concurrency-mt-unsafe)
-    const unsigned writers = 8, each = (more ? unsigned(std::stoul(more)) : 160'000u) / writers;
+    const unsigned writers = 8,
+                   each = unsigned(support::Rounds("KVI_TEST_ITEMS", 160'000)) / writers;
     QueueBounded queue;
     for (unsigned w = 0; w < writers; ++w)
         queue.AddWriter(2 + 9 * w, 16);

@@ -1,6 +1,7 @@
 // Processes that are killed at any instant while they share a mutex and a semaphore.
 
 #include "RunChild.h"
+#include "support/Numbers.h"
 #include "sys/sys_thread_ExclusiveAccess.h"
 #include "sys/sys_thread_Semaphore.h"
 
@@ -103,8 +104,7 @@ TEST(KillChild, DISABLED_TakesAndGives)
 
 TEST(NamedMutex, PassesOnFromWhoeverIsKilled)
 {
-    const char* const more = std::getenv("KVI_TEST_KILLS"); // NOLINT(concurrency-mt-unsafe)
-    const int kills = more != nullptr ? std::stoi(more) : 20;
+    const int kills = support::Rounds("KVI_TEST_KILLS", 20);
     Board& board = TheBoard(true);
     impl::SystemExclusiveAccess lock;
     ASSERT_TRUE(lock.Create(kName).ok());

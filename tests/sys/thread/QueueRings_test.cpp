@@ -1,3 +1,4 @@
+#include "support/Numbers.h"
 #include "sys/SimulatedMachine.h"
 #include "sys/thread/QueueRings.h"
 
@@ -51,11 +52,7 @@ Outcome Transfer(unsigned seed, int writers, int items, bool barrier = true)
     return outcome;
 }
 
-unsigned Seeds(unsigned usual)
-{
-    const char* const more = std::getenv("KVI_TEST_SEEDS"); // NOLINT(concurrency-mt-unsafe)
-    return more != nullptr ? unsigned(std::stoul(more)) : usual;
-}
+unsigned Seeds(int usual) { return unsigned(support::Rounds("KVI_TEST_SEEDS", usual)); }
 
 TEST(QueueRings, LoseNothingUnderAnySchedule)
 {
