@@ -6,6 +6,7 @@
 #include "foundation/str.h"
 #include "platform/platform_error.h"
 #include "platform/platform_fork.h"
+#include "platform/platform_unload.h"
 
 #include <map>
 #include <mutex>
@@ -40,7 +41,7 @@ struct Registry
 
     static Registry& Instance()
     {
-        static Registry& registry = *new Registry;
+        static Registry& registry = platform::UntilUnload<Registry>();
         return registry;
     }
 
@@ -148,7 +149,8 @@ std::string CategoryNames(int mask)
     return names;
 }
 
-DeclareCategoryMask::DeclareCategoryMask(const std::string& name) : name_(new std::string(name))
+DeclareCategoryMask::DeclareCategoryMask(const std::string& name)
+    : name_(&platform::UntilUnload<std::string>(name))
 {
     (void)diag::CategoryMask(name); // only to register it: its mask may still grow
 }

@@ -6,6 +6,7 @@
 #include "foundation/str_fmt.h"
 #include "platform/platform_error.h"
 #include "platform/platform_fork.h"
+#include "platform/platform_unload.h"
 
 #include <mutex>
 #include <string_view>
@@ -69,7 +70,7 @@ struct impl::SinkFork
 
     static std::mutex& Lock()
     {
-        static std::mutex& lock = *new std::mutex; // never destroyed
+        static std::mutex& lock = platform::UntilUnload<std::mutex>();
         return lock;
     }
     static inline constinit State* first = nullptr;

@@ -1,6 +1,7 @@
 #include "foundation/kvidbg_EventSink.h"
 
 #include "foundation/kvidbg_LogFilter.h"
+#include "platform/platform_unload.h"
 
 namespace kvi::diag
 {
@@ -20,7 +21,7 @@ struct WriteOutAtExit
 
 DefaultEventSink& DefaultSink()
 {
-    static DefaultEventSink& sink = *new ReleaseDefaultEventSink; // never destroyed
+    static DefaultEventSink& sink = platform::UntilUnload<ReleaseDefaultEventSink>();
     static const WriteOutAtExit atExit{sink};
     return sink;
 }

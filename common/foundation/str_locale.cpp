@@ -4,6 +4,7 @@
 #include "platform/platform_fork.h"
 #include "platform/platform_locale.h"
 #include "platform/platform_text.h"
+#include "platform/platform_unload.h"
 
 #include <atomic>
 #include <map>
@@ -58,7 +59,7 @@ std::locale Object(const ID::Record& record)
 // Guards the two maps below and the system's look-ups of locales. Never destroyed.
 std::mutex& Mutex()
 {
-    static std::mutex& mutex = *new std::mutex;
+    static std::mutex& mutex = platform::UntilUnload<std::mutex>();
     return mutex;
 }
 
@@ -66,7 +67,7 @@ std::mutex& Mutex()
 const ID::Record* RecordOf(std::uint32_t identifier)
 {
     const std::lock_guard lock(Mutex());
-    static auto& records = *new std::map<std::uint32_t, ID::Record>;
+    static auto& records = platform::UntilUnload<std::map<std::uint32_t, ID::Record>>();
     return &records.try_emplace(identifier, identifier).first->second;
 }
 
@@ -79,7 +80,7 @@ thread_local const ID* threadDefault = nullptr;
 const ID* Lasting(const ID& id)
 {
     const std::lock_guard lock(Mutex());
-    static auto& ids = *new std::map<std::uint32_t, ID>;
+    static auto& ids = platform::UntilUnload<std::map<std::uint32_t, ID>>();
     return &ids.try_emplace(id.identifier(), id).first->second;
 }
 

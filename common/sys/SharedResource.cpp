@@ -3,6 +3,7 @@
 #include "foundation/KviError.h"
 #include "foundation/gtl_status_exception.h"
 #include "platform/platform_fork.h"
+#include "platform/platform_unload.h"
 
 #include <exception>
 #include <map>
@@ -64,7 +65,7 @@ class SharedResourceManager
 public:
     static SharedResourceManager& Instance()
     {
-        static SharedResourceManager& manager = *new SharedResourceManager;
+        static SharedResourceManager& manager = platform::UntilUnload<SharedResourceManager>();
         platform::AddForkHandler(forkHandler);
         return manager;
     }

@@ -3,12 +3,14 @@
 #include "foundation/KviError.h"
 #include "foundation/kvidbg.h"
 #include "platform/platform_thread.h"
+#include "platform/platform_unload.h"
 #include "platform/platform_wait.h"
 #include "sys/sys_thread_ExclusiveAccess.h"
 #include "sys/thread/ReportFailure.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cxxabi.h>
 #include <exception>
 #include <map>
 #include <mutex>
@@ -91,6 +93,7 @@ struct Worker::Registry
 {
     Lockable lock;
     std::map<int, Worker*> workers;
+    std::shared_ptr<platform::Thread> ended; // the last one, not yet joined: it may still run code
     std::atomic<int> lastValue{0};
 
     Worker* Find(Handle handle) const
@@ -102,7 +105,7 @@ struct Worker::Registry
 
 Worker::Registry& Worker::TheRegistry()
 {
-    static Registry& registry = *new Registry;
+    static Registry& registry = platform::UntilUnload<Registry>();
     return registry;
 }
 
@@ -143,13 +146,38 @@ Worker::Handle Worker::RunInstance(std::function<void()> body, unsigned stackSiz
     return handle;
 }
 
+/// A thread's way out: it joins the one that ended before it, so that one is left for JoinEnded.
+struct Worker::End
+{
+    Worker& worker;
+    ~End()
+    {
+        Registry& registry = TheRegistry();
+        std::shared_ptr<platform::Thread> before;
+        {
+            const std::lock_guard lock(registry.lock);
+            before = std::exchange(registry.ended, worker.thread_);
+            registry.workers.erase(worker.value_);
+            delete &worker;
+            currentWorker = nullptr;
+        }
+        if (before != nullptr)
+            before->Join();
+    }
+};
+
 void Worker::ThreadFunc(void* object)
 {
     auto* const worker = static_cast<Worker*>(object);
     currentWorker = worker;
+    const End end{*worker}; // also when the body ends its thread
     try
     {
         worker->Run();
+    }
+    catch (const abi::__forced_unwind&)
+    {
+        throw;
     }
     catch (const std::exception& exception)
     {
@@ -159,11 +187,18 @@ void Worker::ThreadFunc(void* object)
     {
         LogEscaped("");
     }
+}
+
+void Worker::JoinEnded()
+{
     Registry& registry = TheRegistry();
-    const std::lock_guard lock(registry.lock);
-    registry.workers.erase(worker->value_);
-    delete worker;
-    currentWorker = nullptr;
+    std::shared_ptr<platform::Thread> ended;
+    {
+        const std::lock_guard lock(registry.lock);
+        ended.swap(registry.ended);
+    }
+    if (ended != nullptr)
+        ended->Join();
 }
 
 void Worker::NotifyWake(Handle handle)

@@ -97,6 +97,9 @@ public:
     Handle InstanceHandle() const { return Handle(value_); }
     /// The thread's number in the system; 0 before the start.
     unsigned long ID() const;
+    /// Waits until the threads of workers that have been deleted run no code of the library any
+    /// more. task::Finalize does it.
+    static void JoinEnded();
 
 protected:
     Worker();
@@ -111,6 +114,7 @@ protected:
 
 private:
     struct Registry;
+    struct End;
     static Registry& TheRegistry();
     static void ThreadFunc(void* object);
     static std::optional<thread::Handle> JoinEvent(Handle handle);

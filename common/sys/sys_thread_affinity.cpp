@@ -1,6 +1,7 @@
 #include "sys/sys_thread_affinity.h"
 
 #include "platform/platform_logfile.h"
+#include "platform/platform_unload.h"
 #include "sys/sys_thread_ExclusiveAccess.h"
 #include "sys/thread/ParentScope.h"
 
@@ -33,7 +34,7 @@ std::atomic<bool> declaredThreadSafe{false};
 unsigned NextUniqueId()
 {
     using Counter = ExclusiveAccessOf<unsigned, thread::impl::ProcessExclusiveAccess>;
-    static Counter& counter = *new Counter(0); // threads may ask after the statics have gone
+    static Counter& counter = platform::UntilUnload<Counter>(0u);
     return ++*counter.Access();
 }
 

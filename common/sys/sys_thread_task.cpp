@@ -3,6 +3,7 @@
 #include "foundation/kvidbg.h"
 #include "parallel/Loop.h"
 #include "parallel/ThreadCount.h"
+#include "sys/sys_thread_Worker.h"
 #include "sys/thread/ParentScope.h"
 #include "sys/thread/RangeIndex.h"
 
@@ -28,7 +29,11 @@ bool IsValid(const Range& range)
 
 void Initialize() { parallel::ThreadPool::Instance().Start(); }
 
-void Finalize() { parallel::ThreadPool::Instance().Finish(); }
+void Finalize()
+{
+    parallel::ThreadPool::Instance().Finish();
+    Worker::JoinEnded();
+}
 
 namespace pool
 {

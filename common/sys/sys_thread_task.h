@@ -29,8 +29,9 @@ KVI_API bool IsValid(const Range& range);
 
 /// Takes the pool into use again after a Finalize. The first loop or job takes it into use as well.
 KVI_API void Initialize();
-/// Ends every thread of the pool, after what it is doing; then the library may be unloaded. Loops
-/// and jobs go on, in their callers alone. Not to be called by a task.
+/// Ends every thread of the pool, after what it is doing, and waits for those of workers that have
+/// been deleted; then the library may be unloaded, once no worker runs. Loops and jobs go on, in
+/// their callers alone. Not to be called by a task.
 KVI_API void Finalize();
 
 /// How many threads the pool uses.

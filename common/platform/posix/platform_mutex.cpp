@@ -10,6 +10,7 @@
 #include "platform/platform_mutex.h"
 
 #include "platform/platform_park.h"
+#include "platform/platform_unload.h"
 #include "platform/posix/platform_names_impl.h"
 #include "platform/posix/posix_lockfile_impl.h"
 
@@ -61,7 +62,7 @@ struct State
 
 std::map<std::string, std::shared_ptr<State>>& States()
 {
-    static auto& states = *new std::map<std::string, std::shared_ptr<State>>;
+    static auto& states = UntilUnload<std::map<std::string, std::shared_ptr<State>>>();
     return states;
 }
 

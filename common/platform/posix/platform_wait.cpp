@@ -1,6 +1,7 @@
 #include "platform/platform_wait.h"
 
 #include "platform/platform_fork.h"
+#include "platform/platform_unload.h"
 #include "platform/posix/platform_futex_impl.h"
 #include "platform/posix/platform_wait_impl.h"
 #include "platform/posix/posix_file_impl.h"
@@ -43,14 +44,14 @@ using impl::Waiter;
 
 std::mutex& Lock()
 {
-    static std::mutex& lock = *new std::mutex;
+    static std::mutex& lock = UntilUnload<std::mutex>();
     return lock;
 }
 
 /// The threads that wait; under Lock.
 std::vector<Waiter*>& Waiters()
 {
-    static auto& waiters = *new std::vector<Waiter*>;
+    static auto& waiters = UntilUnload<std::vector<Waiter*>>();
     return waiters;
 }
 

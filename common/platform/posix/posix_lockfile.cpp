@@ -1,5 +1,6 @@
 #include "platform/platform_fork.h"
 #include "platform/platform_park.h"
+#include "platform/platform_unload.h"
 #include "platform/posix/posix_lockfile_impl.h"
 
 #include <algorithm>
@@ -22,7 +23,7 @@ struct Files
 
 Files& TheFiles()
 {
-    static Files& files = *new Files;
+    static Files& files = UntilUnload<Files>();
     return files;
 }
 
@@ -72,7 +73,7 @@ bool Set(int file, int command, int type, off_t start, off_t length)
 
 std::mutex& NamedObjectsLock()
 {
-    static std::mutex& lock = *new std::mutex;
+    static std::mutex& lock = UntilUnload<std::mutex>();
     return lock;
 }
 
