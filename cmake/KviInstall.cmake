@@ -1,6 +1,17 @@
 # cmake --install puts the library, its public headers and a package file for find_package(KVI).
 include(CMakePackageConfigHelpers)
 install(TARGETS kvi EXPORT KVITargets)
+if(MINGW)
+  # The compiler's run-time libraries go beside KVI.dll. Linked statically, the library and a host
+  # would each have their own, and an exception could not pass from one into the other.
+  foreach(runtime IN ITEMS libstdc++-6 libgcc_s_seh-1 libgcc_s_dw2-1 libwinpthread-1)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${runtime}.dll
+                    OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(IS_ABSOLUTE "${runtime}")
+      install(FILES "${runtime}" DESTINATION ${CMAKE_INSTALL_BINDIR})
+    endif()
+  endforeach()
+endif()
 # Public is what stands directly in an area's folder.
 install(FILES "${PROJECT_SOURCE_DIR}/common/KVI.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi)
 foreach(area IN ITEMS foundation data Geom numerics sys fn doc)
