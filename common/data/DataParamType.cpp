@@ -61,21 +61,6 @@ constexpr bool NumberedDensely()
 }
 static_assert(NumberedDensely());
 
-constexpr auto MethodCount(int method)
-{
-    return std::count(std::begin(kMethods), std::end(kMethods), CalculationMethod::Type{method});
-}
-static_assert(MethodCount(-1) == 437 && MethodCount(0) == 6 && MethodCount(1) == 127 &&
-              MethodCount(2) == 34);
-
-constexpr auto RangeCount(const Range& range)
-{
-    return std::count(std::begin(kRanges), std::end(kRanges), range);
-}
-static_assert(RangeCount(Any) == 526 && RangeCount(AtLeast0) == 62 && RangeCount(Above0) == 8 &&
-              RangeCount(From0To1) == 4 && RangeCount(From0To100) == 2 &&
-              RangeCount(From0To049) == 1 && RangeCount(Below0) == 1);
-
 // Member 603 has no category.
 constexpr int kCategorisedCount = kDataParamTypeCount - 1;
 
@@ -103,19 +88,19 @@ constexpr bool OtherCategoriesAreUsedLess()
 }
 static_assert(OtherCategoriesAreUsedLess());
 
-constexpr bool CategoriesBeginAndEndAsKnown()
+constexpr bool FixedCategoriesHold()
 {
     constexpr int first[] = {0,  0,  0,  0,  0,  0,  7,  0,  7,  2,  2,  2,  24, 24,
                              24, 13, 13, 13, 13, 0,  0,  22, 23, 25, 25, 25, 23, 23,
                              13, 13, 13, 13, 13, 13, 13, 14, 14, 14, 3,  3};
     constexpr int last[] = {0, 19, 24, 24, 24};
-    const auto equal = [](int known, DataParamCategory category) {
-        return DataParamCategory{known} == category;
+    const auto equal = [](int fixed, DataParamCategory category) {
+        return DataParamCategory{fixed} == category;
     };
     return std::equal(std::begin(first), std::end(first), kCategories, equal) &&
            std::equal(std::begin(last), std::end(last), kCategories + 598, equal);
 }
-static_assert(CategoriesBeginAndEndAsKnown());
+static_assert(FixedCategoriesHold());
 
 /// A bound or value as the error shows it: 8 significant digits in the user's locale.
 std::wstring NumberText(double value)
@@ -133,14 +118,14 @@ bool IsIn(const std::vector<DataParamType>& list, DataParamType param)
     return std::find(list.begin(), list.end(), param) != list.end();
 }
 
-/// Members of @p list of which @p wanted says so, each once.
-template <class Wanted>
-std::vector<DataParamType> Select(const std::vector<DataParamType>& list, Wanted wanted)
+/// Members of @p list for which @p isSelected holds, each once.
+template <class Predicate>
+std::vector<DataParamType> Select(const std::vector<DataParamType>& list, Predicate isSelected)
 {
     std::vector<DataParamType> selected;
     for (const DataParamType param : list)
     {
-        if (wanted(param) && !IsIn(selected, param))
+        if (isSelected(param) && !IsIn(selected, param))
             selected.push_back(param);
     }
     return selected;

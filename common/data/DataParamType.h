@@ -10,7 +10,7 @@
 #include <vector>
 
 /// The quantities, numbered densely from 0; the numbers are stored in documents. The members are
-/// listed in DataParamType.def as Param0000 to Param0603; dataparam_alias.h has telling names.
+/// listed in DataParamType.def as Param0000 to Param0603; dataparam_alias.h has descriptive names.
 enum class DataParamType : std::int32_t
 {
     None = -1, ///< no quantity; not a member
@@ -25,7 +25,7 @@ enum class DataParamType : std::int32_t
 /// Number of members.
 constexpr int kDataParamTypeCount = 604;
 
-/// The family of a quantity. What the families are is not known here, so their names are neutral.
+/// The family of a quantity. Families are identified by number only.
 enum class DataParamCategory : std::int32_t
 {
     // clang-format off
@@ -42,16 +42,15 @@ enum class DataParamCategory : std::int32_t
 /// Number of families.
 constexpr int kDataParamCategoryCount = 43;
 
-/// What the catalogue knows of a quantity. The tables never change and are complete before any
-/// code runs, so every thread may ask. A member outside 0 to 603 is not detected.
+/// Properties of the quantities. The tables are constants, so any thread may read them at any time.
+/// A member outside 0 to 603 is not detected.
 namespace dataparamtype
 {
 
 /// How a quantity is obtained.
 struct CalculationMethod
 {
-    /// How a quantity is obtained. What the methods are is not known here, so only the numbers are
-    /// named.
+    /// How a quantity is obtained. Methods are identified by number only.
     enum Type : std::int32_t
     {
         MethodNone = -1,
@@ -61,18 +60,18 @@ struct CalculationMethod
     };
 };
 
-/// How @p param is obtained; MethodNone for a quantity that is given.
+/// How @p param is obtained; MethodNone for an input quantity.
 KVI_API CalculationMethod::Type GetCalculationMethod(DataParamType param);
 /// The family of @p param. Only those of members 0 to 39 and 598 to 602 are the documented ones, as
 /// is how many members each family has. The other members are assigned in ascending order to meet
 /// those numbers: code must not draw conclusions from their families.
 /// @param param  not member 603, which has no category
 KVI_API DataParamCategory GetCategory(DataParamType param);
-/// The interval that values of @p param must lie in; the reference stays valid.
+/// The interval of valid values of @p param; the reference stays valid.
 KVI_API const gtl::range<double>& GetRangeChecker(DataParamType param);
 
-/// Whether @p value may be a value of @p param. The missing value always may; a NaN only where
-/// the quantity has no bounds.
+/// Whether @p value is valid for @p param. The missing value always is; a NaN only if the quantity
+/// has no bounds.
 /// @returns ok, or the error 23007 with the value and its bounds in 8 digits
 KVI_API gtl::status IsRangeValid(DataParamType param, double value);
 

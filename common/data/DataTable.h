@@ -31,10 +31,10 @@ struct TableCalculators; // what it needs of a table
 /// computed on demand by the table's evaluator, from the columns and the table's calculators.
 /// Memory: 8 bytes a cell and about 1.3 KB a table, besides what its evaluator keeps.
 ///
-/// Nothing here reports errors. What is impossible is refused as a whole and leaves the table as
+/// Nothing here reports errors. An impossible shape is refused as a whole and leaves the table as
 /// it was, a new table empty: more than 32767 columns, a quantity twice or outside the catalogue,
-/// more than 2^36 cells or than memory has. Ask RowCount and ColumnCount where sizes come from
-/// outside.
+/// more than 2^36 cells or than memory can hold. Check RowCount and ColumnCount where sizes come
+/// from outside.
 ///
 /// Threads: any number may read at once (the evaluators of datatable::eval allow it); none may
 /// while another changes the table.
@@ -96,7 +96,7 @@ public:
     const std::vector<DataParamType>& Columns() const { return columns_; }
     unsigned int RowCount() const { return rowCount_; }       ///< rows are numbered from 1 to this
     unsigned int ColumnCount() const { return columnCount_; } ///< number of stored quantities
-    /// Null where none were given.
+    /// Null if none were given.
     const std::shared_ptr<datatable::ICalculators>& Calculators() const { return calculators_; }
 
     /// The stored value if there is one, otherwise the evaluator's; the missing value without an
@@ -128,7 +128,7 @@ public:
     /// Whether @p param has a column.
     bool IsStored(DataParamType param) const { return ColumnNumber(param) != 0; }
     /// Whether @p param is stored or can be computed: it has a calculator, every input of which is
-    /// stored or can be computed in turn, without going in a circle.
+    /// stored or can be computed in turn, without a cycle.
     bool HasParam(DataParamType param) const;
     /// Whether there is nothing: no columns, no row kind, no calculators.
     bool IsMissing() const;
@@ -152,7 +152,7 @@ private:
         const auto index = static_cast<std::uint32_t>(param);
         return index < columnMap_.size() ? columnMap_[index] : 0;
     }
-    // Row 0 becomes the largest number.
+    // Row 0 wraps to the largest number.
     bool IsCell(GID row, int column) const { return column != 0 && row.value - 1 < rowCount_; }
     std::size_t CellNumber(GID row, int column) const
     {
@@ -180,7 +180,7 @@ private:
         const auto size = static_cast<std::ptrdiff_t>(values_.size());
         return {{cells, first, stride}, {cells, first + size, stride}};
     }
-    // Cold: what a loop adds up then stays in registers while it reads cells.
+    // Cold, so that loops over stored cells keep their sums in registers.
     [[gnu::cold]] double Evaluate(GID row, DataParamType param) const;
     void SetEvaluator(datatable::EvaluatorPtr evaluator);
     bool Shape(const std::vector<DataParamType>& params, unsigned int rows);

@@ -1,11 +1,11 @@
 /// @file
-/// Telling names for the quantities that seepage analysis uses.
+/// Descriptive names for the quantities that seepage analysis uses.
 #pragma once
 
 #include "data/DataParamType.h"
 
-/// Second names of catalogue members. They were picked here, so that a member's range suits the
-/// quantity: the catalogue does not know what its members stand for.
+/// Second names of catalogue members, chosen by this library so that each member's range suits the
+/// quantity.
 namespace dataparam
 {
 

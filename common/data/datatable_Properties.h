@@ -17,7 +17,7 @@ namespace datatable
 /// The quantities of one kind of table: stored ones, computed ones with their calculators, and the
 /// persisted ones, which documents keep.
 ///
-/// Threads: any number may ask at once; none may while another registers.
+/// Threads: any number may read at once; none may while another registers.
 /// @code
 /// datatable::Properties nodes(dataparam::Node, datatable::Properties::KeyCase::Persisted);
 /// nodes.RegisterStoredParam(head, datatable::Properties::PersistenceCase::Persisted);
@@ -29,24 +29,24 @@ public:
     /// What documents do with a stored quantity. Other numbers are kept, and persist nothing.
     enum class PersistenceCase : std::int32_t
     {
-        NotPersisted = 0, ///< computed again whenever it is wanted
+        NotPersisted = 0, ///< computed again when needed
         Persisted = 1     ///< kept in documents
     };
-    /// What documents do with the quantity that says what the rows are.
+    /// What documents do with the quantity that identifies the rows.
     enum class KeyCase : std::int32_t
     {
-        NotPersisted = 0, ///< rows are told by their number
+        NotPersisted = 0, ///< rows are identified by their number
         Persisted = 1     ///< it is persisted as soon as any quantity is
     };
 
     /// For tables without a key.
     Properties() = default;
-    /// @param key  the quantity that says what the rows are
+    /// @param key  the quantity that identifies the rows
     Properties(DataParamType key, KeyCase keyCase);
 
     /// Adds a stored quantity; with Persisted also to the persisted ones.
     void RegisterStoredParam(DataParamType param, PersistenceCase persistence);
-    /// Adds a computed quantity; one that is there already gets @p calculator in its place.
+    /// Adds a computed quantity, or replaces its calculator.
     void RegisterComputedParam(DataParamType param, const DataParamCalculator& calculator);
 
     /// Whether @p param is stored or computed.

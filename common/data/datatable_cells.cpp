@@ -10,7 +10,7 @@ namespace
 {
 constexpr double kMissing = MissingValue<double>();
 
-/// @param value  a copy: the caller's may be a cell that moves or changes meanwhile
+/// @param value  by copy, since the caller's may be a cell that moves or changes here
 void Fill(const DataTable::Values& cells, double value)
 {
     std::fill(cells.begin(), cells.end(), value);

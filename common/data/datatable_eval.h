@@ -13,7 +13,7 @@ class DataTable;
 namespace datatable
 {
 
-/// Answers for one table, which owns it. The operations are fixed by their order.
+/// Computes values for one table, which owns it. The order of the virtual functions is fixed.
 class KVI_API IParamEvaluator
 {
 public:

@@ -1,5 +1,5 @@
 /// @file
-/// Asks tables what they have, and columns for their sums and extremes.
+/// Which quantities a table has; sums and extremes of its columns.
 #pragma once
 
 #include "data/DataTable.h"
@@ -11,16 +11,16 @@
 namespace datatable
 {
 
-/// Whether @p table cannot answer for one of @p params (DataTable::HasParam). A list that asks for
-/// nothing counts as unsatisfied: true.
+/// Whether @p table cannot answer for one of @p params (DataTable::HasParam). An empty list
+/// counts as unsatisfied: true.
 KVI_API bool IsTableMissingParam(const DataTable& table, const std::vector<DataParamType>& params);
 /// Those of @p params that have no column, as often as they are listed.
 KVI_API std::vector<DataParamType> ListUnstoredParams(const DataTable& table,
                                                       const std::vector<DataParamType>& params);
 
 /// @name Statistics of one quantity over all rows, stored or computed
-/// Missing values are skipped; where nothing remains, the result is the missing value. A NaN is not
-/// hidden: it is the extreme, the sum, and both ends of the range. Of equal extremes the first row
+/// Missing values are skipped; if nothing remains, the result is the missing value. A NaN among the
+/// values is the extreme, the sum, and both ends of the range. Of equal extremes the first row
 /// counts.
 /// @{
 

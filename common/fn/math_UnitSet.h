@@ -7,7 +7,7 @@
 namespace math
 {
 
-/// Names a pressure unit. The numbers are those that documents hold; 1 is the kilopascal.
+/// A pressure unit. Documents hold the numbers; 1 is the kilopascal.
 enum class PressureUnit
 {
     Kilopascal = 1,

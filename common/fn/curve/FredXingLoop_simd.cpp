@@ -38,8 +38,8 @@ bool Any(Mask mask)
 #endif
 }
 
-/// What the logarithms below cannot take, element by element: NaN, an infinite suction, s/a that is
-/// not a normal number, a negative limit.
+/// What the logarithms below cannot handle, element by element: NaN, an infinite suction, s/a that
+/// is not a normal number, a negative limit.
 [[gnu::noinline, gnu::cold]] V ContentsOneByOne(const CurveTerms& c, V p)
 {
     double each[kWidth];

@@ -38,7 +38,7 @@ struct Pack : PackTypes<N>
     using typename PackTypes<N>::V;
     using typename PackTypes<N>::I;
 
-    /// log2 x for normal x > 0; anything else gives some number, which the caller throws away.
+    /// log2 x for normal x > 0; anything else gives an arbitrary number, which the caller discards.
     ///
     /// x = 2^k m with sqrt(1/2) <= m < sqrt 2, and ln m = 2 atanh(t), t = (m - 1)/(m + 1); the
     /// series in t^2 is a polynomial fitted at Chebyshev points, relative error 5e-16 of its own.
@@ -46,7 +46,7 @@ struct Pack : PackTypes<N>
     {
         constexpr std::uint64_t kSqrtHalf = 0x3fe6a09e667f3bcd, kOne = 0x3ff0000000000000;
         const I shifted = I(x) + (kOne - kSqrtHalf);
-        // The biased exponent becomes a double by standing in the low digits of 2^52.
+        // The biased exponent becomes a double in the low digits of 2^52.
         const V k = V((shifted >> 52) | 0x4330000000000000) - (0x1p52 + 1023);
         const V f = V((shifted & 0x000fffffffffffff) + kSqrtHalf) - 1.0;
         const V t = f / (f + 2.0);
