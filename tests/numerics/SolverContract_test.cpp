@@ -6,7 +6,9 @@
 #include "numerics/solve/Vendor.h"
 
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <map>
 
 using namespace filled_system;
 using math::SolveOutcome;
@@ -386,6 +388,58 @@ TEST(SolverContract, SaysOfEverySystemWhatWasChecked)
         }
     }
     numerics::ReplacePardiso(nullptr);
+}
+
+/// A plate on rollers, whose held unknowns are left out, numbered in the order of @p key.
+Made OnRollers(int side, const std::function<int(int unknown)>& key)
+{
+    const Made plate = Plate(side, 1e7, 0, 0);
+    std::map<int, int> kept; // unknown by key
+    for (int i = 0; i < plate.Size(); ++i)
+        if (i % 2 != 0 ? i / 2 > side : i / 2 % (side + 1) != 0)
+            kept[key(i)] = i;
+    std::vector<int> number(plate.b.size(), -1);
+    Made made;
+    for (const auto& [name, unknown] : kept)
+    {
+        number[std::size_t(unknown)] = made.Size();
+        made.b.push_back(unknown % 3);
+    }
+    for (std::size_t e = 0; e < plate.matrices.size(); ++e)
+    {
+        std::vector<int> list;
+        Numbers m;
+        for (std::size_t i = 0; i < 8; ++i)
+            if (const int row = number[std::size_t(plate.elements.values[8 * e + i])]; row >= 0)
+            {
+                list.push_back(row);
+                for (std::size_t j = 0; j < 8; ++j)
+                    if (number[std::size_t(plate.elements.values[8 * e + j])] >= 0)
+                        m.push_back(plate.matrices[e][8 * i + j]);
+            }
+        made.Add(list, m);
+    }
+    return made;
+}
+
+TEST(SolverContract, IteratesAsOftenWhateverTheNumbersOfTheUnknowns)
+{
+    constexpr int kSide = 60, kNodes = 61 * 61;
+    std::vector<int> shuffled(2 * kNodes);
+    std::iota(shuffled.begin(), shuffled.end(), 0);
+    std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(3));
+    const std::function<int(int)> keys[] = {[](int i) { return i; },
+                                            [](int i) { return i % 2 * kNodes + i / 2; },
+                                            [&](int i) { return shuffled[std::size_t(i)]; }};
+    for (const auto& key : keys)
+    {
+        SCOPED_TRACE(&key - keys);
+        ISysEqnImpl system;
+        Fill(system, OnRollers(kSide, key));
+        system.SolveForUnknownVector_Iterative_Sym(1e-8);
+        EXPECT_EQ(system.LastSolve().outcome, SolveOutcome::Solved);
+        EXPECT_LE(system.LastSolve().iterations, 60);
+    }
 }
 
 } // namespace

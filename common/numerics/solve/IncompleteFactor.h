@@ -1,5 +1,5 @@
 /// @file
-/// @internal Incomplete L U factors on the pattern of the matrix.
+/// @internal Incomplete L U factors with a threshold.
 #pragma once
 
 #include "numerics/solve/KrylovIteration.h"
@@ -9,9 +9,10 @@
 namespace numerics
 {
 
-/// ILU(0): the factors keep the pattern of A. A pivot that is small against its row is replaced by
-/// the row's largest entry, so that the factors exist for every matrix.
-/// Source: Saad (2003), Iterative Methods for Sparse Linear Systems, 2nd ed., 10.3.2.
+/// ILUT: entries below 1e-3 of the row's mean magnitude are dropped, and of those that the pattern
+/// of A lacks at most 20 are kept in either factor of a row. A pivot that is small against its row
+/// is replaced by the row's largest entry, so that the factors exist for every matrix.
+/// Source: Saad (1994), Numer. Linear Algebra Appl. 1(4), 387-402.
 class IncompleteFactor : public Preconditioner
 {
 public:
@@ -19,11 +20,18 @@ public:
     void Apply(const double* r, double* z) override;
 
 private:
-    MatrixView A_; ///< its pattern; the values are those of the factors
-    Vec values_;
+    /// The rows of a triangle without its diagonal.
+    struct Triangle
+    {
+        std::vector<int> start{0}, columns;
+        Vec values;
+    };
+    struct Row;
+    void Store(Row& row, std::vector<int>& entries, std::size_t most, double drop, Triangle& to);
+
+    int n_;
+    Triangle lower_, upper_;
     Vec inversePivot_;
-    std::vector<int> lower_; ///< by row, where the part left of the diagonal ends
-    std::vector<int> upper_; ///< by row, where the part right of the diagonal begins
 };
 
 } // namespace numerics

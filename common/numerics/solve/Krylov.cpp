@@ -40,15 +40,31 @@ KrylovCache::Storage& KrylovCache::Get()
 namespace
 {
 
+/// 1 / d for the diagonal matrix that brings the largest entries of D^-1/2 A D^-1/2 near 1: for a
+/// definite A about its diagonal.
+/// Source: Ruiz (2001), Rutherford Appleton Laboratory, RAL-TR-2001-034.
 class Diagonal : public Preconditioner
 {
 public:
     explicit Diagonal(const MatrixView& A) : inverse_(std::size_t(A.n), 1.0)
     {
-        for (int i = 0; i < A.n; ++i)
-            for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
-                if (A.columns[k] == i && A.values[k] != 0)
-                    inverse_[std::size_t(i)] = 1 / A.values[k];
+        Vec scale(std::size_t(A.n), 1.0);
+        for (int pass = 0; pass < 5; ++pass)
+        {
+            for (int i = 0; i < A.n; ++i)
+            {
+                double largest = 0;
+                for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+                    largest = std::max(largest,
+                                       std::fabs(A.values[k]) * scale[std::size_t(A.columns[k])]);
+                largest *= scale[std::size_t(i)];
+                inverse_[std::size_t(i)] = largest > 0 ? 1 / std::sqrt(largest) : 1.0;
+            }
+            for (std::size_t i = 0; i < scale.size(); ++i)
+                scale[i] *= inverse_[i];
+        }
+        for (std::size_t i = 0; i < scale.size(); ++i)
+            inverse_[i] = scale[i] * scale[i];
     }
 
     void Apply(const double* r, double* z) override
@@ -135,16 +151,39 @@ struct Method
     int patience;
 };
 
-/// What is tried, in this order, until one does not break down.
+/// What is tried, in this order, until one does not break down or stagnate.
 using Methods = const Method (&)[2];
 constexpr Method kSymmetric[] = {
     {L"conjugate gradients with multigrid", RunConjugateGradients, MakeMultigrid, 200},
-    {L"conjugate gradients with the diagonal", RunConjugateGradients, MakeDiagonal, 1000},
+    {L"MINRES with the diagonal", RunMinRes, MakeDiagonal, 2000},
 };
 constexpr Method kNonSymmetric[] = {
     {L"BiCGSTAB with multigrid", RunBiCgStab, MakeMultigrid, 100},
     {L"BiCGSTAB with incomplete factors", RunBiCgStab, MakeIncomplete, 400},
 };
+constexpr Method kCarried[] = {kNonSymmetric[1], kNonSymmetric[0]};
+
+/// Does the skew part of A outweigh its symmetric part beside the diagonal, as where flow carries
+/// more than spreads? Coarse levels lose such a part.
+bool IsCarried(const MatrixView& A)
+{
+    constexpr double kSkew = 0.35;
+    double skew = 0, symmetric = 0;
+    std::vector<int> next(A.rowStart, A.rowStart + A.n); // entry of a row that comes next
+    for (int i = 0; i < A.n; ++i)
+        for (int k = A.rowStart[i]; k < A.rowStart[i + 1] && A.columns[k] < i; ++k)
+        {
+            const int j = A.columns[k];
+            int& at = next[std::size_t(j)];
+            while (at < A.rowStart[j + 1] && A.columns[at] < i)
+                ++at;
+            const double mirrored =
+                at < A.rowStart[j + 1] && A.columns[at] == i ? A.values[at] : 0.0;
+            skew += std::fabs(A.values[k] - mirrored);
+            symmetric += std::fabs(A.values[k] + mirrored);
+        }
+    return skew > kSkew * symmetric;
+}
 
 const wchar_t* ReasonText(IterationEnd end)
 {
@@ -332,7 +371,8 @@ SolveRecord Guarded(const MatrixView& A, const double* b, double* x, double tol,
         return record;
     try
     {
-        return Solve(A, b, x, tol, maxIter, cache.Get(), methods, record);
+        const bool isCarried = method == SolveMethod::IterativeNonSymmetric && IsCarried(A);
+        return Solve(A, b, x, tol, maxIter, cache.Get(), isCarried ? kCarried : methods, record);
     }
     catch (const std::bad_alloc&)
     {

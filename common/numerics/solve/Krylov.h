@@ -55,9 +55,9 @@ private:
 SolveRecord SolveKrylovSymmetric(const MatrixView& A, const double* b, double* x, double tol,
                                  int maxIter, KrylovCache& cache);
 
-/// The same for a general A, by stabilised bi-conjugate gradients (BiCGSTAB) with the multigrid;
-/// where that breaks down, with incomplete factors. Meant for the mild asymmetry of Newton's
-/// method; flow carried much faster than it spreads may end in Breakdown, told.
+/// The same for a general A, by stabilised bi-conjugate gradients (BiCGSTAB): with the multigrid
+/// where the asymmetry is mild, as in Newton's method, else with incomplete factors, and with the
+/// other where one breaks down.
 SolveRecord SolveKrylovNonSymmetric(const MatrixView& A, const double* b, double* x, double tol,
                                     int maxIter, KrylovCache& cache);
 

@@ -106,6 +106,77 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
     return end;
 }
 
+IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work)
+{
+    constexpr int kLookEvery = 10; // steps; only then the residual itself is known
+    const int n = run.A.n;
+    const auto size = std::size_t(n);
+    Resize(work, 6, n);
+    double *v = work[0].data(), *vBefore = work[1].data(), *z = work[2].data();
+    double *w = work[3].data(), *wBefore = work[4].data(), *q = work[5].data();
+    const Vec b = [&] { // the run knows x and the residual only
+        Vec right(size);
+        Product(run.A, run.x, right.data());
+        AddScaled(n, 1, run.r, right.data());
+        return right;
+    }();
+    std::copy(run.r, run.r + n, v);
+    for (double* zero : {vBefore, w, wBefore})
+        std::fill(zero, zero + n, 0.0);
+    run.M.Apply(v, z);
+    double gammaBefore = 1, gamma = std::sqrt(Dot(n, z, v)), eta = gamma;
+    double sBefore = 0, s = 0, cBefore = 1, c = 1;
+    Watch watch(Norm2(n, run.r), run.patience / kLookEvery);
+    while (run.steps < run.stepsAllowed && gamma > 0 && std::isfinite(gamma))
+    {
+        for (std::size_t i = 0; i < size; ++i)
+            z[i] /= gamma;
+        Product(run.A, z, q);
+        const double delta = Dot(n, q, z);
+        ForBlocks(n, [=](int, int begin, int end) {
+            for (int i = begin; i < end; ++i)
+            {
+                const double next = q[i] - delta / gamma * v[i] - gamma / gammaBefore * vBefore[i];
+                vBefore[i] = v[i];
+                v[i] = next;
+            }
+        });
+        std::copy(z, z + n, q);
+        run.M.Apply(v, z);
+        const double gammaNext = std::sqrt(std::max(Dot(n, z, v), 0.0));
+        const double a0 = c * delta - cBefore * s * gamma;
+        const double a1 = std::sqrt(a0 * a0 + gammaNext * gammaNext);
+        const double a2 = s * delta + cBefore * c * gamma, a3 = sBefore * gamma;
+        if (!(a1 > 0))
+            return IterationEnd::ZeroProduct;
+        cBefore = c;
+        sBefore = s;
+        c = a0 / a1;
+        s = gammaNext / a1;
+        ForBlocks(n, [=, x = run.x](int, int begin, int end) {
+            for (int i = begin; i < end; ++i)
+            {
+                const double next = (q[i] - a3 * wBefore[i] - a2 * w[i]) / a1;
+                wBefore[i] = w[i];
+                w[i] = next;
+                x[i] += c * eta * next;
+            }
+        });
+        eta *= -s;
+        gammaBefore = gamma;
+        gamma = gammaNext;
+        if (++run.steps % kLookEvery != 0)
+            continue;
+        Residual(run.A, b.data(), run.x, run.r);
+        const double norm = Norm2(n, run.r);
+        if (norm <= run.target)
+            return IterationEnd::Reached;
+        if (watch.IsHopeless(norm))
+            return IterationEnd::Stalled;
+    }
+    return run.steps < run.stepsAllowed ? IterationEnd::Reached : IterationEnd::OutOfSteps;
+}
+
 namespace
 {
 

@@ -43,6 +43,12 @@ struct IterationRun
 /// to the next.
 IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work);
 
+/// MINRES, for a symmetric A of any definiteness; M is definite. The norm of the residual in M^-1
+/// never grows.
+/// Source: Paige and Saunders (1975), SIAM J. Numer. Anal. 12(4), 617-629, preconditioned as in
+/// Elman, Silvester and Wathen (2014), Finite Elements and Fast Iterative Solvers, 4.1.
+IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work);
+
 /// BiCGSTAB, preconditioned from the right. x ends at most twice the smallest residual met.
 IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work);
 
