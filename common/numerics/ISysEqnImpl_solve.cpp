@@ -42,6 +42,19 @@ const wchar_t* Name(SolveMethod method)
     return L"system of equations";
 }
 
+/// Logs that a direct solver suits a matrix that iterations took long for or did not solve.
+void AdviseDirect(const SolveRecord& record, int equations)
+{
+    constexpr int kMany = 300; // iterations
+    const bool isUnsolved = record.outcome == SolveOutcome::Stagnated ||
+                            record.outcome == SolveOutcome::Breakdown ||
+                            record.outcome == SolveOutcome::NotConverged;
+    if (isUnsolved || record.iterations > kMany)
+        KVI_LOG(kvi::diag::information, kMath,
+                L"%s: %d iterations for %d equations; a direct solver suits this matrix better",
+                Name(record.method), record.iterations, equations);
+}
+
 } // namespace
 
 void ISysEqnImpl::State::Tell(const SolveRecord& record)
@@ -116,6 +129,7 @@ void ISysEqnImpl::State::Finish(SolveRecord record)
     {
         iterations = record.iterations;
         tolerance = record.tolerance;
+        AdviseDirect(record, Size());
     }
     last = std::move(record);
     Tell(last);
