@@ -1,0 +1,378 @@
+#include "numerics/solve/GraphSeparator.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <queue>
+#include <random>
+#include <utility>
+
+namespace numerics
+{
+namespace
+{
+
+using Sides = std::vector<signed char>;
+
+constexpr int kCoarsest = 80;        // vertices at which a separator is sought afresh
+constexpr double kLargestSide = 0.6; // of the weight
+
+/// One of the graphs between the given one and the coarsest.
+struct Level
+{
+    AdjacencyGraph graph;
+    std::vector<int> edgeWeight;
+    std::vector<int> coarse; ///< vertex of the next level that takes up each vertex
+    long long total = 0;
+};
+
+/// Joins each vertex with the neighbour that it has most edges to. @returns the number of pairs
+/// and single vertices
+int Match(Level& level, std::mt19937& random)
+{
+    const AdjacencyGraph& graph = level.graph;
+    const std::size_t n = std::size_t(graph.Size());
+    const long long heaviest = std::max<long long>(3 * level.total / (2 * kCoarsest), 1);
+    std::vector<int> order(n);
+    for (std::size_t v = 0; v < n; ++v)
+        order[v] = int(v);
+    // Nearly in the given order, which keeps neighbours together, but without its patterns.
+    for (std::size_t v = 0; v + 8 < n; ++v)
+        std::swap(order[v], order[v + random() % 8]);
+    level.coarse.assign(n, -1);
+    int count = 0;
+    for (const int v : order)
+    {
+        if (level.coarse[std::size_t(v)] >= 0)
+            continue;
+        int best = -1, bestWeight = 0, bestSize = 0;
+        for (int k = graph.start[std::size_t(v)]; k < graph.start[std::size_t(v) + 1]; ++k)
+        {
+            const int u = graph.neighbours[std::size_t(k)],
+                      weight = level.edgeWeight[std::size_t(k)];
+            const int size = graph.weight[std::size_t(u)];
+            if (level.coarse[std::size_t(u)] >= 0 || weight < bestWeight ||
+                size + graph.weight[std::size_t(v)] > heaviest)
+                continue;
+            if (weight > bestWeight || size < bestSize)
+            {
+                best = u;
+                bestWeight = weight;
+                bestSize = size;
+            }
+        }
+        level.coarse[std::size_t(v)] = count;
+        if (best >= 0)
+            level.coarse[std::size_t(best)] = count;
+        ++count;
+    }
+    return count;
+}
+
+Level Coarsen(const Level& fine, int count)
+{
+    Level level;
+    level.total = fine.total;
+    AdjacencyGraph& graph = level.graph;
+    graph.weight.assign(std::size_t(count), 0);
+    graph.start.reserve(std::size_t(count) + 1);
+    graph.neighbours.reserve(fine.graph.neighbours.size() * 2 / 3);
+    level.edgeWeight.reserve(fine.graph.neighbours.size() * 2 / 3);
+    std::vector<std::pair<int, int>> members(std::size_t(count), {-1, -1});
+    for (int v = 0; v < fine.graph.Size(); ++v)
+    {
+        auto& pair = members[std::size_t(fine.coarse[std::size_t(v)])];
+        (pair.first < 0 ? pair.first : pair.second) = v;
+    }
+    std::vector<int> place(std::size_t(count), -1);
+    for (int c = 0; c < count; ++c)
+    {
+        const int first = graph.start.back();
+        for (const int v : {members[std::size_t(c)].first, members[std::size_t(c)].second})
+        {
+            if (v < 0)
+                continue;
+            graph.weight[std::size_t(c)] += fine.graph.weight[std::size_t(v)];
+            for (int k = fine.graph.start[std::size_t(v)]; k < fine.graph.start[std::size_t(v) + 1];
+                 ++k)
+            {
+                const int u = fine.coarse[std::size_t(fine.graph.neighbours[std::size_t(k)])];
+                if (u == c)
+                    continue;
+                int& at = place[std::size_t(u)];
+                if (at < first)
+                {
+                    at = int(graph.neighbours.size());
+                    graph.neighbours.push_back(u);
+                    level.edgeWeight.push_back(0);
+                }
+                level.edgeWeight[std::size_t(at)] += fine.edgeWeight[std::size_t(k)];
+            }
+        }
+        graph.start.push_back(int(graph.neighbours.size()));
+    }
+    return level;
+}
+
+/// A separator while vertices move out of it.
+class Refinement
+{
+public:
+    Refinement(const Level& level, Sides& sides) : graph_(level.graph), sides_(sides)
+    {
+        largest_ = std::max((long long)(kLargestSide * double(level.total)), 1LL);
+        for (int v = 0; v < graph_.Size(); ++v)
+            weight_[sides_[std::size_t(v)]] += graph_.weight[std::size_t(v)];
+        gain_.resize(2 * sides_.size());
+        locked_.resize(sides_.size());
+    }
+    void Run(int passes)
+    {
+        for (int pass = 0; pass < passes && Pass(); ++pass)
+        {
+        }
+    }
+    /// Less is better: the separator, and a little for sides of different weight.
+    double Cost() const
+    {
+        const double heavier = double(std::max(weight_[0], weight_[1]));
+        const double all = double(weight_[0] + weight_[1] + weight_[2]);
+        return double(weight_[2]) * (1 + 0.1 * heavier / std::max(all, 1.0)) +
+               (heavier > double(largest_) ? heavier - double(largest_) : 0);
+    }
+
+private:
+    struct Move
+    {
+        long long gain;
+        int vertex, side;
+        bool operator<(const Move& other) const
+        {
+            return gain != other.gain
+                       ? gain < other.gain
+                       : std::pair(vertex, side) < std::pair(other.vertex, other.side);
+        }
+    };
+    template <class F>
+    void ForNeighbours(int v, F f)
+    {
+        for (int k = graph_.start[std::size_t(v)]; k < graph_.start[std::size_t(v) + 1]; ++k)
+            f(graph_.neighbours[std::size_t(k)]);
+    }
+    long long& Gain(int v, int side) { return gain_[2 * std::size_t(v) + std::size_t(side)]; }
+    int Weight(int v) const { return graph_.weight[std::size_t(v)]; }
+    signed char& Side(int v) { return sides_[std::size_t(v)]; }
+
+    /// Weight by which the separator gets smaller when v goes to a side: the side's opposite
+    /// neighbours come into the separator.
+    void Enter(int v)
+    {
+        long long opposite[2] = {0, 0};
+        ForNeighbours(v, [&](int u) {
+            if (Side(u) != kSeparator)
+                opposite[1 - Side(u)] += Weight(u);
+        });
+        for (const int side : {0, 1})
+        {
+            Gain(v, side) = Weight(v) - opposite[side];
+            Push(v, side);
+        }
+    }
+    void Push(int v, int side)
+    {
+        if (!locked_[std::size_t(v)])
+            moves_.push({Gain(v, side), v, side});
+    }
+    void Change(int v, signed char side)
+    {
+        log_.push_back({v, Side(v)});
+        weight_[Side(v)] -= Weight(v);
+        weight_[side] += Weight(v);
+        Side(v) = side;
+    }
+    void Apply(int v, int side)
+    {
+        locked_[std::size_t(v)] = 1;
+        Change(v, static_cast<signed char>(side));
+        ForNeighbours(v, [&](int u) {
+            if (Side(u) == kSeparator)
+            {
+                Gain(u, 1 - side) -= Weight(v);
+                Push(u, 1 - side);
+            }
+            else if (Side(u) == 1 - side)
+            {
+                Change(u, kSeparator);
+                Enter(u);
+                ForNeighbours(u, [&](int x) {
+                    if (Side(x) != kSeparator || x == u)
+                        return;
+                    Gain(x, side) += Weight(u);
+                    Push(x, side);
+                });
+            }
+        });
+    }
+    bool Pass()
+    {
+        const int patience = 40 + int(std::min<std::size_t>(sides_.size() / 50, 300));
+        moves_ = {};
+        log_.clear();
+        std::fill(locked_.begin(), locked_.end(), 0);
+        for (int v = 0; v < graph_.Size(); ++v)
+            if (Side(v) == kSeparator)
+                Enter(v);
+        const double before = Cost();
+        double best = before;
+        std::size_t bestLength = 0;
+        for (int idle = 0; !moves_.empty() && idle < patience;)
+        {
+            const Move move = moves_.top();
+            moves_.pop();
+            if (locked_[std::size_t(move.vertex)] || Side(move.vertex) != kSeparator ||
+                move.gain != Gain(move.vertex, move.side))
+                continue;
+            if (weight_[move.side] + Weight(move.vertex) > largest_)
+                continue;
+            Apply(move.vertex, move.side);
+            ++idle;
+            if (Cost() < best)
+            {
+                best = Cost();
+                bestLength = log_.size();
+                idle = 0;
+            }
+        }
+        while (log_.size() > bestLength)
+        {
+            const auto [v, side] = log_.back();
+            weight_[Side(v)] -= Weight(v);
+            weight_[side] += Weight(v);
+            Side(v) = side;
+            log_.pop_back();
+        }
+        return best < before;
+    }
+
+    const AdjacencyGraph& graph_;
+    Sides& sides_;
+    long long weight_[3] = {0, 0, 0};
+    long long largest_ = 0;
+    std::vector<long long> gain_;
+    std::vector<char> locked_;
+    std::priority_queue<Move> moves_;
+    std::vector<std::pair<int, signed char>> log_;
+};
+
+/// Grows side 0 from a vertex far from @p seed until it has half of the weight; its border is the
+/// separator.
+Sides Grow(const Level& level, int seed, int sweeps)
+{
+    const AdjacencyGraph& graph = level.graph;
+    const std::size_t n = std::size_t(graph.Size());
+    Sides sides(n, 1);
+    std::vector<int> queue;
+    std::vector<char> seen;
+    int start = seed;
+    for (int sweep = 0; sweep < sweeps;
+         ++sweep) // the last vertex of the first sweep starts the second
+    {
+        queue.assign(1, start);
+        seen.assign(n, 0);
+        seen[std::size_t(start)] = 1;
+        for (std::size_t head = 0; head < queue.size(); ++head)
+            for (int k = graph.start[std::size_t(queue[head])];
+                 k < graph.start[std::size_t(queue[head]) + 1]; ++k)
+            {
+                const int u = graph.neighbours[std::size_t(k)];
+                if (!seen[std::size_t(u)])
+                    queue.push_back(u);
+                seen[std::size_t(u)] = 1;
+            }
+        start = queue.back();
+    }
+    for (std::size_t v = 0; v < n; ++v) // other components behind
+        if (!seen[v])
+            queue.push_back(int(v));
+    long long grown = 0;
+    std::size_t taken = 0;
+    for (; taken < n && 2 * grown < level.total; ++taken)
+    {
+        sides[std::size_t(queue[taken])] = 0;
+        grown += graph.weight[std::size_t(queue[taken])];
+    }
+    for (std::size_t k = 0; k < taken; ++k)
+    {
+        const std::size_t v = std::size_t(queue[k]);
+        for (int l = graph.start[v]; l < graph.start[v + 1]; ++l)
+            if (sides[std::size_t(graph.neighbours[std::size_t(l)])] == 1)
+                sides[v] = kSeparator;
+    }
+    return sides;
+}
+
+/// One separator, by way of coarser and coarser graphs. @p cost receives what it costs.
+Sides TrySeparator(std::vector<Level>& levels, std::mt19937& random, double& cost)
+{
+    levels.resize(1);
+    while (levels.back().graph.Size() > kCoarsest)
+    {
+        const int count = Match(levels.back(), random);
+        if (count > levels.back().graph.Size() * 9 / 10)
+            break;
+        levels.push_back(Coarsen(levels.back(), count));
+    }
+    Sides best;
+    for (int trial = 0; trial < 4; ++trial)
+    {
+        const Level& coarsest = levels.back();
+        const int seed = int(random() % unsigned(coarsest.graph.Size()));
+        Sides sides = Grow(coarsest, seed, 1 + trial % 2);
+        Refinement refinement(coarsest, sides);
+        refinement.Run(6);
+        if (best.empty() || refinement.Cost() < cost)
+        {
+            cost = refinement.Cost();
+            best = std::move(sides);
+        }
+    }
+    for (std::size_t k = levels.size() - 1; k-- > 0;)
+    {
+        Sides fine(levels[k].coarse.size());
+        for (std::size_t v = 0; v < fine.size(); ++v)
+            fine[v] = best[std::size_t(levels[k].coarse[v])];
+        best = std::move(fine);
+        Refinement refinement(levels[k], best);
+        refinement.Run(4);
+        cost = refinement.Cost();
+    }
+    return best;
+}
+
+} // namespace
+
+Sides FindSeparator(const AdjacencyGraph& graph)
+{
+    std::mt19937 random(7);
+    std::vector<Level> levels(1);
+    levels[0].graph = graph;
+    levels[0].edgeWeight.assign(graph.neighbours.size(), 1);
+    for (const int weight : graph.weight)
+        levels[0].total += weight;
+    // The large separators decide over the work: they are worth several attempts.
+    const int attempts = graph.Size() > 20000 ? 4 : graph.Size() > 1500 ? 3 : 1;
+    Sides best;
+    double least = 0;
+    for (int attempt = 0; attempt < attempts; ++attempt)
+    {
+        double cost = 0;
+        Sides sides = TrySeparator(levels, random, cost);
+        if (best.empty() || cost < least)
+        {
+            least = cost;
+            best = std::move(sides);
+        }
+    }
+    return best;
+}
+
+} // namespace numerics

@@ -1,0 +1,24 @@
+/// @file
+/// @internal Orderings that keep the factors of a sparse matrix sparse: nested dissection.
+#pragma once
+
+#include "numerics/solve/AdjacencyGraph.h"
+
+#include <vector>
+
+namespace numerics
+{
+
+/// The order of elimination by nested dissection: a small set of vertices that separates the graph
+/// into two parts of about equal weight comes last, behind both parts ordered likewise; parts of a
+/// few hundred vertices are ordered by minimum degree. Better than minimum degree for solids and
+/// large plane meshes, and it leaves parts that can be eliminated side by side.
+///
+/// Separators are found on a coarse graph and improved on every finer one, by moving single
+/// vertices out of them.
+/// Sources: George (1973), SIAM J. Numer. Anal. 10(2), 345-363; Fiduccia and Mattheyses (1982),
+/// Design Automation Conference 19, 175-181; Karypis and Kumar (1998), SIAM J. Sci. Comput. 20(1),
+/// 359-392.
+std::vector<int> NestedDissectionOrder(const AdjacencyGraph& graph);
+
+} // namespace numerics
