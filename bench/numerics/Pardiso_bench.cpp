@@ -1,14 +1,20 @@
-// Goal 2c: the whole PARDISO solve of a system of equations, conversion and residual included,
-// beside the bare call of MKL on the matrix as MKL takes it; and the built-in counterpart, also
-// beside other libraries. One thread each.
+// Goals 2c and 2e: the library's own sparse direct solver beside MKL's PARDISO as prescribed and
+// other libraries, on plane meshes and on patterns in space; and the call of MKL beside the bare
+// one. Analysis, factor and a checked solution each time; "repeat" keeps the pattern. One thread
+// each.
 #include "numerics/FeMesh.h"
 #include "numerics/solve/Pardiso.h"
+#include "numerics/solve/Vendor.h"
 
 #include <Eigen/CholmodSupport>
 #include <Eigen/SparseCholesky>
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" void openblas_set_num_threads(int);
@@ -26,16 +32,55 @@ constexpr Case kCases[] = {
     {"Q8x2 1e5", 8, 2, 100000, false},
 };
 
+/// A cube of side^3 nodes, each connected with its 26 neighbours.
+const fe_mesh::System& BrickOf(const char* name, int side, int perNode)
+{
+    static std::map<std::string, fe_mesh::System> kept;
+    fe_mesh::System& system = kept[name];
+    if (system.b.size() > 0)
+        return system;
+    std::vector<Eigen::Triplet<double>> entries;
+    const auto number = [side](int x, int y, int z) { return (z * side + y) * side + x; };
+    const int nodes = side * side * side;
+    for (int node = 0; node < nodes; ++node)
+        for (int k = 0; k < 27; ++k)
+        {
+            const int u = node % side + k % 3 - 1, v = node / side % side + k / 3 % 3 - 1;
+            const int w = node / (side * side) + k / 9 - 1;
+            if (std::min({u, v, w}) < 0 || std::max({u, v, w}) >= side)
+                continue;
+            for (int i = 0; i < perNode; ++i)
+                for (int j = 0; j < perNode; ++j)
+                    entries.emplace_back(node * perNode + i, number(u, v, w) * perNode + j,
+                                         (k == 13 ? 26.5 : -1.0) * (i == j ? 1 : 0.2));
+        }
+    system.A = fe_mesh::RowMajor(nodes * perNode, nodes * perNode);
+    system.A.setFromTriplets(entries.begin(), entries.end());
+    system.b = Eigen::VectorXd::LinSpaced(nodes * perNode, 1, 3);
+    return system;
+}
+
+/// The same pattern with a wind: values that are not symmetric.
+fe_mesh::System Skewed(const fe_mesh::System& symmetric)
+{
+    fe_mesh::System system = symmetric;
+    for (int i = 0; i < int(system.A.rows()); ++i)
+        for (fe_mesh::RowMajor::InnerIterator entry(system.A, i); entry; ++entry)
+            entry.valueRef() *= entry.col() > i ? 1.1 : entry.col() < i ? 0.9 : 1.0;
+    return system;
+}
+
 bool IsSolved(const fe_mesh::System& system, const std::vector<double>& x)
 {
     const Eigen::Map<const Eigen::VectorXd> solution(x.data(), system.b.size());
     return (system.b - system.A * solution).norm() <= 1e-8 * system.b.norm();
 }
 
-/// A system solved through the table @p functions.
-void Whole(benchmark::State& state, const Case& given, const PardisoFunctions& functions)
+/// A system solved through the table @p functions. The own solver, which keeps what it can, begins
+/// anew each time, or from the analysis where @p isRepeat.
+void Whole(benchmark::State& state, fe_mesh::System& system, const PardisoFunctions& functions,
+           bool isRepeat)
 {
-    const fe_mesh::System& system = SystemOf(given);
     if (functions.setThreads != nullptr)
         functions.setThreads(1);
     ReplacePardiso(&functions);
@@ -46,15 +91,19 @@ void Whole(benchmark::State& state, const Case& given, const PardisoFunctions& f
     if (!IsSolved(system, x))
         state.SkipWithError("wrong solution");
     for (auto _ : state)
+    {
+        if (functions.pardiso == nullptr && !isRepeat)
+            pardiso.SetUp();
+        system.A.valuePtr()[0] *= 1 + 1e-9;
         pardiso.Solve(system.View(), system.b.data(), x.data());
+    }
     pardiso.Release();
     ReplacePardiso(nullptr);
 }
 
 /// MKL's function on one-based rows made beforehand, with the same parameters.
-void Bare(benchmark::State& state, const Case& given, const PardisoFunctions& mkl)
+void Bare(benchmark::State& state, fe_mesh::System& system, const PardisoFunctions& mkl, bool)
 {
-    const fe_mesh::System& system = SystemOf(given);
     mkl.setThreads(1);
     const int n = int(system.b.size()), one = 1, zero = 0, mtype = 11;
     const int* starts = system.A.outerIndexPtr();
@@ -85,9 +134,8 @@ void Bare(benchmark::State& state, const Case& given, const PardisoFunctions& mk
 
 /// Another library's factor, analysis included, as the vendor's phase 13 has it.
 template <class Factor>
-void Other(benchmark::State& state, const Case& given)
+void Other(benchmark::State& state, const fe_mesh::System& system)
 {
-    const fe_mesh::System& system = SystemOf(given);
     openblas_set_num_threads(1);
     std::vector<double> x(std::size_t(system.b.size()));
     Eigen::Map<Eigen::VectorXd> solution(x.data(), system.b.size());
@@ -102,33 +150,65 @@ void Other(benchmark::State& state, const Case& given)
         solve();
 }
 
+const PardisoFunctions* Mkl() { return FoundVendor() ? &FoundVendor()->solver : nullptr; }
+
+using Run = void (*)(benchmark::State&, fe_mesh::System&, const PardisoFunctions&, bool);
+
+/// Makes its system when it is first run.
+using Make = std::function<fe_mesh::System()>;
+
+void Add(const std::string& name, const Make& make, Run run, const PardisoFunctions& who,
+         bool isRepeat = false)
+{
+    benchmark::RegisterBenchmark(name.c_str(), [=, &who](benchmark::State& state) {
+        fe_mesh::System system = make();
+        run(state, system, who, isRepeat);
+    })->Unit(benchmark::kMillisecond);
+}
+
+template <class Factor>
+void AddOther(const std::string& name, const Make& make)
+{
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+        Other<Factor>(state, make());
+    })->Unit(benchmark::kMillisecond);
+}
+
+void AddOwn(const std::string& name, const Make& make, bool hasPeers)
+{
+    using Columns = Eigen::SparseMatrix<double>;
+    Add(name + "|kvi", make, Whole, BuiltInPardiso());
+    if (Mkl() != nullptr)
+        Add(name + "|MKL PARDISO", make, Bare, *Mkl());
+    if (!hasPeers)
+        return;
+    AddOther<Eigen::SimplicialLDLT<Columns>>(name + "|Eigen LDLT", make);
+    AddOther<Eigen::CholmodDecomposition<Columns>>(name + "|CHOLMOD", make);
+}
+
 const bool registered = [] {
-    const PardisoFunctions& found = ActivePardiso();
-    const bool hasMkl = found.pardiso != BuiltInPardiso().pardiso;
     for (const Case& given : kCases)
     {
         const std::string name = given.name;
-        const auto add = [&](const std::string& full, auto run, const PardisoFunctions& who) {
-            benchmark::RegisterBenchmark(full.c_str(), [=, &who](benchmark::State& state) {
-                run(state, given, who);
-            })->Unit(benchmark::kMillisecond);
-        };
-        if (hasMkl)
+        const Make make = [given] { return SystemOf(given); };
+        if (Mkl() != nullptr)
         {
-            add("2c|calling MKL " + name + "|kvi", Whole, found);
-            add("2c|calling MKL " + name + "|MKL PARDISO", Bare, found);
+            Add("2c|calling MKL " + name + "|kvi", make, Whole, *Mkl());
+            Add("2c|calling MKL " + name + "|MKL PARDISO", make, Bare, *Mkl());
+            Add("2c|own, repeat " + name + "|kvi", make, Whole, BuiltInPardiso(), true);
+            Add("2c|own, repeat " + name + "|MKL PARDISO", make, Bare, *Mkl());
         }
-        add("2c|built in " + name + "|kvi", Whole, BuiltInPardiso());
-        using Columns = Eigen::SparseMatrix<double>;
-        const auto addOther = [&](const char* who, auto run) {
-            benchmark::RegisterBenchmark(("2c|built in " + name + who).c_str(), run, given)
-                ->Unit(benchmark::kMillisecond);
-        };
-        addOther("|Eigen LDLT", Other<Eigen::SimplicialLDLT<Columns>>);
-        addOther("|CHOLMOD", Other<Eigen::CholmodDecomposition<Columns>>);
-        if (hasMkl)
-            add("2c|built in " + name + "|MKL PARDISO", Bare, found);
+        AddOwn("2c|own " + name, make, true);
+        AddOwn(
+            "2c|own, not symmetric " + name, [make] { return Skewed(make()); }, false);
     }
+    AddOwn(
+        "2e|own, 27 points 3e4", [] { return BrickOf("3e4", 31, 1); }, false);
+    AddOwn(
+        "2e|own, brick x3 3e4", [] { return BrickOf("x3", 21, 3); }, false);
+    if (fe_mesh::WantsLarge())
+        AddOwn(
+            "2e|own, 27 points 1e5", [] { return BrickOf("1e5", 46, 1); }, false);
     return true;
 }();
 
