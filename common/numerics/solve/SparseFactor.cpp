@@ -2,6 +2,8 @@
 
 #include "numerics/solve/FrontKernels.h"
 #include "numerics/solve/FrontLayout.h"
+#include "numerics/solve/Threads.h"
+#include "parallel/For.h"
 #include "platform/platform_cpu.h"
 
 #include <algorithm>
@@ -30,18 +32,20 @@ struct SparseFactor::TileState
     bool isPermuted = false, hasPairs = false;
 };
 
-/// A contribution on the stack.
+/// A contribution that its parent has not taken up yet.
 struct SparseFactor::Waiting
 {
     int supernode;
-    std::size_t start;
+    const double* values;
+    bool isOnStack;
 };
 
 /// One thread's memory.
 struct SparseFactor::Workspace
 {
     explicit Workspace(const Symbolic& symbolic, bool isSymmetric)
-        : stack(symbolic.stackSize * (isSymmetric ? 1 : 2)), local(symbolic.order.size())
+        : stack(symbolic.stackSize * (isSymmetric ? 1 : 2)), top(stack.data()),
+          local(symbolic.order.size())
     {
         std::size_t widest = 0;
         for (const Supernode& node : symbolic.supernodes)
@@ -53,9 +57,9 @@ struct SparseFactor::Workspace
     }
 
     RawVector<double> stack;
-    std::size_t top = 0;
+    double* top;
     RawVector<double> panel[2]; ///< L D of the panel at work, and U^T D
-    std::vector<int> local;     ///< row of each position in the front
+    RawVector<int> local;       ///< row of each position in the front
     std::vector<RowPlace> places, contributionPlaces;
     std::vector<Waiting> waiting; ///< contributions that no parent has taken up yet
     std::vector<TileState> tiles;
@@ -328,16 +332,14 @@ void SparseFactor::EliminateTile(Front& front, int first, Workspace& work)
     front.isPermuted = front.isPermuted || state.isPermuted;
 }
 
-/// The rows from @p first on below the pivots, and their part of the contribution.
-void SparseFactor::EliminateRows(const Front& front, int first, Workspace& work) const
+/// The part of the contribution in the panel of rows from @p first on, after all panels below the
+/// pivots up to it.
+/// @param W  L D of the panel, and U^T D
+void SparseFactor::UpdateContribution(const Front& front, int first, const double* const* W) const
 {
     const Supernode& node = front.node;
     const int height = PanelHeight(node.rows, first);
     const std::ptrdiff_t belowPivots = PivotSize(node.pivots);
-    const std::ptrdiff_t own = belowPivots + std::ptrdiff_t(first) * node.pivots;
-    for (int side = 0; side < front.sides; ++side)
-        EliminatePanel(front, side, front.factor[side] + own, work.panel[side].data(), height,
-                       node.pivots);
     const RowPlace place = PlaceInContribution(first, node.rows);
     for (int side = 0; side < front.sides; ++side)
     {
@@ -353,7 +355,7 @@ void SparseFactor::EliminateRows(const Front& front, int first, Workspace& work)
                 const int columns = PanelHeight(node.rows, column);
                 const double* const M = factor + belowPivots + std::ptrdiff_t(column) * node.pivots;
                 kernels_->update(C + std::ptrdiff_t(column) * height,
-                                 work.panel[side].data() + std::ptrdiff_t(k) * height, height,
+                                 W[side] + std::ptrdiff_t(k) * height, height,
                                  M + std::ptrdiff_t(k) * columns, columns, columns,
                                  std::min(kSteps, node.pivots - k));
             }
@@ -364,13 +366,54 @@ void SparseFactor::EliminateRows(const Front& front, int first, Workspace& work)
     }
 }
 
+/// The rows below the pivots, and the contribution.
+void SparseFactor::EliminateRows(const Front& front, Workspace& work, int threads) const
+{
+    const Supernode& node = front.node;
+    const auto eliminate = [&](int first, double* const* W) {
+        const std::ptrdiff_t own = PivotSize(node.pivots) + std::ptrdiff_t(first) * node.pivots;
+        for (int side = 0; side < front.sides; ++side)
+            EliminatePanel(front, side, front.factor[side] + own, W[side],
+                           PanelHeight(node.rows, first), node.pivots);
+    };
+    constexpr double kWorthThreads = 4e6; // operations, about a tenth of a millisecond
+    const double flops = double(node.rows) * (node.rows + node.pivots) * node.pivots;
+    if (threads < 2 || flops < kWorthThreads)
+    {
+        double* const W[] = {work.panel[0].data(), work.panel[1].data()};
+        for (int first = 0; first < node.rows; first += kPanel)
+        {
+            eliminate(first, W);
+            UpdateContribution(front, first, W);
+        }
+        return;
+    }
+    // A contribution takes the rows of other panels, so all panels are eliminated before.
+    const std::size_t panels = std::size_t((node.rows + kPanel - 1) / kPanel);
+    const std::size_t size = std::size_t(node.pivots) * kPanel;
+    RawVector<double> all(panels * size * std::size_t(front.sides));
+    const auto forPanels = [&](auto f) {
+        parallel::ForEach(
+            panels,
+            [&](std::size_t k) {
+                const std::size_t r = panels - 1 - k; // the longest go first
+                double* const own = all.data() + r * size * std::size_t(front.sides);
+                double* const W[] = {own, front.sides == 2 ? own + size : nullptr};
+                f(int(r) * kPanel, W);
+            },
+            threads);
+    };
+    forPanels(eliminate);
+    forPanels([&](int first, double* const* W) { UpdateContribution(front, first, W); });
+}
+
 void SparseFactor::EliminateFront(std::size_t s, const MatrixView& A, const double* scale,
-                                  Workspace& work)
+                                  Workspace& work, int threads)
 {
     const Supernode& node = symbolic_->supernodes[s];
     Front front{node, isSymmetric_ ? 1 : 2, {}, {}, work.tiles.data()};
     const std::size_t factorSize = node.FactorSize(), contribution = node.ContributionSize();
-    double* const to = work.stack.data() + work.top;
+    double* const to = work.top;
     for (int side = 0; side < front.sides; ++side)
     {
         front.factor[side] = (side == 0 ? lower_ : upper_).data() + node.factorStart;
@@ -387,23 +430,88 @@ void SparseFactor::EliminateFront(std::size_t s, const MatrixView& A, const doub
     const std::size_t firstChild = work.waiting.size() - children;
     for (std::size_t c = firstChild; c < work.waiting.size(); ++c)
         Assemble(front, symbolic_->supernodes[std::size_t(work.waiting[c].supernode)],
-                 work.stack.data() + work.waiting[c].start, work);
+                 work.waiting[c].values, work);
     for (int first = 0; first < node.pivots; first += kPanel)
         EliminateTile(front, first, work);
-    for (int first = 0; first < node.rows; first += kPanel)
-        EliminateRows(front, first, work);
+    EliminateRows(front, work, threads);
     replaced_[s] = front.replaced;
     isPermuted_[s] = front.isPermuted;
 
     // The contribution takes the place of the children's.
-    const std::size_t start = children > 0 ? work.waiting[firstChild].start : work.top;
+    double* start = work.top;
+    for (std::size_t c = work.waiting.size(); c-- > firstChild;)
+        if (work.waiting[c].isOnStack)
+            start = const_cast<double*>(work.waiting[c].values);
     const std::size_t size = node.rows > 0 ? contribution * std::size_t(front.sides) : 0;
-    if (start != work.top)
-        std::memmove(work.stack.data() + start, to, size * sizeof(double));
+    if (start != to)
+        std::memmove(start, to, size * sizeof(double));
     work.top = start + size;
     work.waiting.resize(firstChild);
     if (node.parent >= 0)
-        work.waiting.push_back({int(s), start});
+        work.waiting.push_back({int(s), start, true});
+}
+
+/// Subtrees that threads can eliminate side by side, each by its last supernode: none with more
+/// than a share of the work, so that the threads end at about the same time.
+std::vector<SparseFactor::Subtree> SparseFactor::FindSubtrees(int threads) const
+{
+    constexpr double kWorthThreads = 2e7; // operations, about a millisecond
+    constexpr double kShares = 8;         // of each thread
+    const std::vector<Supernode>& nodes = symbolic_->supernodes;
+    std::vector<Subtree> subtrees;
+    if (threads < 2 || symbolic_->flops < kWorthThreads)
+        return subtrees;
+    std::vector<double> work(nodes.size(), 0);
+    std::vector<std::size_t> first(nodes.size());
+    for (std::size_t s = 0; s < nodes.size(); ++s)
+        first[s] = s;
+    for (std::size_t s = 0; s < nodes.size(); ++s)
+    {
+        const double pivots = nodes[s].pivots, size = pivots + nodes[s].rows;
+        work[s] += pivots * size * size + 100 * size; // and what assembling it takes
+        if (nodes[s].parent < 0)
+            continue;
+        const std::size_t up = std::size_t(nodes[s].parent);
+        work[up] += work[s];
+        first[up] = std::min(first[up], first[s]);
+    }
+    double all = 0;
+    for (std::size_t s = 0; s < nodes.size(); ++s)
+        all += nodes[s].parent < 0 ? work[s] : 0;
+    const double most = all / (kShares * threads);
+    const double least = most / 50; // smaller ones are left to the thread that does the rest
+    for (std::size_t s = 0; s < nodes.size(); ++s)
+    {
+        const bool isRoot = nodes[s].parent < 0 || work[std::size_t(nodes[s].parent)] > most;
+        if (isRoot && work[s] <= most && work[s] >= least)
+            subtrees.push_back({first[s], s, work[s], {}});
+    }
+    return subtrees;
+}
+
+/// Eliminates whole subtrees, each with a stack of its own, and keeps what their roots contribute.
+void SparseFactor::EliminateSubtrees(std::vector<Subtree>& subtrees, const MatrixView& A,
+                                     const double* scale, int threads)
+{
+    std::vector<Subtree*> byWork;
+    for (Subtree& subtree : subtrees)
+        byWork.push_back(&subtree);
+    std::stable_sort(byWork.begin(), byWork.end(),
+                     [](const Subtree* a, const Subtree* b) { return a->work > b->work; });
+    parallel::ForEach(
+        byWork.size(),
+        [&](std::size_t k) {
+            Subtree& subtree = *byWork[k];
+            Workspace work(*symbolic_, isSymmetric_);
+            for (std::size_t s = subtree.first; s <= subtree.last; ++s)
+                EliminateFront(s, A, scale, work, 1);
+            const Supernode& root = symbolic_->supernodes[subtree.last];
+            if (root.parent < 0)
+                return;
+            subtree.contribution.resize(root.ContributionSize() * (isSymmetric_ ? 1 : 2));
+            std::copy(work.stack.data(), work.top, subtree.contribution.data());
+        },
+        threads);
 }
 
 PivotReport SparseFactor::Factorise(const MatrixView& A, const double* scale, bool isSymmetric)
@@ -413,9 +521,24 @@ PivotReport SparseFactor::Factorise(const MatrixView& A, const double* scale, bo
         SetLowerTargets(A);
     lower_.resize(symbolic_->factorSize);
     upper_.resize(isSymmetric ? 0 : symbolic_->factorSize);
+    const int threads = ThreadCount(0);
+    std::vector<Subtree> subtrees = FindSubtrees(threads);
+    EliminateSubtrees(subtrees, A, scale, threads);
+    // The rest of the tree, in the same order as without subtrees.
     Workspace work(*symbolic_, isSymmetric);
+    auto subtree = subtrees.begin();
     for (std::size_t s = 0; s < symbolic_->supernodes.size(); ++s)
-        EliminateFront(s, A, scale, work);
+    {
+        if (subtree == subtrees.end() || s < subtree->first)
+        {
+            EliminateFront(s, A, scale, work, threads);
+            continue;
+        }
+        s = subtree->last;
+        if (symbolic_->supernodes[s].parent >= 0)
+            work.waiting.push_back({int(s), subtree->contribution.data(), false});
+        ++subtree;
+    }
     return Report();
 }
 

@@ -65,8 +65,20 @@ private:
     void EliminatePanel(const Front& front, int side, double* panel, double* W, int height,
                         int first) const;
     void EliminateTile(Front& front, int first, Workspace& work);
-    void EliminateRows(const Front& front, int first, Workspace& work) const;
-    void EliminateFront(std::size_t s, const MatrixView& A, const double* scale, Workspace& work);
+    void UpdateContribution(const Front& front, int first, const double* const* W) const;
+    void EliminateRows(const Front& front, Workspace& work, int threads) const;
+    void EliminateFront(std::size_t s, const MatrixView& A, const double* scale, Workspace& work,
+                        int threads);
+    /// Supernodes that are eliminated without the others, and what the last one contributes.
+    struct Subtree
+    {
+        std::size_t first, last;
+        double work;
+        RawVector<double> contribution;
+    };
+    std::vector<Subtree> FindSubtrees(int threads) const;
+    void EliminateSubtrees(std::vector<Subtree>& subtrees, const MatrixView& A, const double* scale,
+                           int threads);
     PivotReport Report() const;
     void Forward(std::size_t s, double* x, double* y, double* below) const;
     void Backward(std::size_t s, double* x, double* y, double* below) const;

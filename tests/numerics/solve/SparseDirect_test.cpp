@@ -1,5 +1,8 @@
 #include "numerics/SolverSystems.h"
+#include "numerics/solve/MinimumDegree.h"
+#include "numerics/solve/NestedDissection.h"
 #include "numerics/solve/SparseDirect.h"
+#include "parallel/ThreadCount.h"
 
 #include <gtest/gtest.h>
 
@@ -321,6 +324,44 @@ TEST(SparseDirect, TakesAPatternThatIsNotSymmetric)
               SolveOutcome::Solved);
     for (std::size_t i = 0; i < x.size(); ++i)
         EXPECT_NEAR(x[i], made[i], 1e-12);
+}
+
+TEST(SparseDirect, GivesTheSameBitsOnAnyNumberOfThreads)
+{
+    System solid = Solid(70, 1e4, 0.3), brick = Brick(15), wind = Convection(90, 1);
+    for (System* system : {&solid, &brick, &wind})
+    {
+        std::vector<double> x[3];
+        for (const unsigned threads : {1u, 2u, 5u})
+        {
+            std::vector<double>& own = x[threads / 2];
+            own.resize(system->b.size());
+            parallel::SetFixedThreads(threads);
+            EXPECT_EQ(SparseDirect().Solve(system->View(), system->b.data(), own.data()).outcome,
+                      SolveOutcome::Solved);
+        }
+        parallel::SetFixedThreads(parallel::kDynamicThreads);
+        EXPECT_EQ(x[0], x[1]);
+        EXPECT_EQ(x[0], x[2]);
+    }
+}
+
+TEST(NestedDissection, SavesWorkInSolids)
+{
+    const System brick = Brick(16), grid = Flow(60, One);
+    for (const System* system : {&brick, &grid})
+    {
+        const AdjacencyGraph graph = Compress(system->View(), true).graph;
+        const std::vector<int> order = NestedDissectionOrder(graph);
+        std::vector<int> sorted = order, all(order.size());
+        std::sort(sorted.begin(), sorted.end());
+        for (std::size_t i = 0; i < all.size(); ++i)
+            all[i] = int(i);
+        ASSERT_EQ(sorted, all);
+        const double saved =
+            PredictFlops(graph, order) / PredictFlops(graph, MinimumDegreeOrder(graph));
+        EXPECT_LT(saved, system == &brick ? 0.9 : 2.0);
+    }
 }
 
 } // namespace
