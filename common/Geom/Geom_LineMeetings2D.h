@@ -27,7 +27,7 @@ struct LineMeeting2D
 ///
 /// @p meetings is replaced; it is ordered by the line of the first set, then along that line, then
 /// by the line of the second set. So for a single line it tells what the line passes, in order.
-/// About n log n time for n lines and meetings; linear where one set has up to 24 lines. Memory:
+/// About n log n time for n lines and meetings; linear where one set has up to 200 lines. Memory:
 /// some hundred bytes a line.
 /// @code
 /// std::vector<LineMeeting2D> meetings;

@@ -127,7 +127,7 @@ TEST(LineMeetings2D, AreThoseOfAllPairsInOrderAlongTheFirstLines)
     for (int round = 0; round < Rounds(); ++round)
         for (const auto& [name, make] : linesets::kGenerators)
             for (const auto& [n1, n2] :
-                 {std::pair{1, 300}, {300, 1}, {30, 500}, {400, 400}, {0, 9}})
+                 {std::pair{1, 300}, {300, 1}, {230, 500}, {300, 300}, {0, 9}})
             {
                 SCOPED_TRACE(testing::Message() << name << ' ' << n1 << ' ' << n2);
                 // Halves of one set, so that the generators' places agree.

@@ -12,11 +12,11 @@ namespace Geom::impl
 {
 namespace
 {
-constexpr std::size_t kCrowded = 160; // lines in a cell that gets a grid of its own
-constexpr int kLevels = 12;           // of grids within cells: two flags for each
-constexpr std::size_t kPortion = 512; // pairs handed over at once, about
-constexpr double kGreatest = 0x1p400; // coordinates whose products of two stay finite
-constexpr std::size_t kFewLines = 24; // of one set: no grid is worth it
+constexpr std::size_t kCrowded = 160;  // lines in a cell that gets a grid of its own
+constexpr int kLevels = 12;            // of grids within cells: two flags for each
+constexpr std::size_t kPortion = 512;  // pairs handed over at once, about
+constexpr double kGreatest = 0x1p400;  // coordinates whose products of two stay finite
+constexpr std::size_t kFewLines = 200; // of one set: no grid is worth it
 constexpr std::size_t kOneSet = std::size_t(-1);
 
 const PairKernels& Kernels()
@@ -73,6 +73,7 @@ private:
                      std::size_t begin, std::size_t end, int level);
     void WithinCrowdedCell(const LineGrid& grid, const std::vector<GridMember>& members,
                            std::size_t cell, int level);
+    void WithFew(const LineGrid& grid, const std::vector<GridMember>& members, int level);
     void WithLong(const LineGrid& grid, const std::vector<GridMember>& members,
                   std::uint32_t longMember, int level, std::vector<std::uint32_t>& lastMet);
 
@@ -106,6 +107,8 @@ void Search::Among(const std::vector<GridMember>& members, const Extents2D& regi
     grid.Enter(lines_, members, tolerance_);
     if (secondFrom_ != kOneSet)
         grid.Split(second);
+    if (mostCells == 1)
+        return WithFew(grid, members, level + 1);
     const bool mayDivide = grid.Cells() > 1 && level + 1 < kLevels;
     std::size_t tested = 0;
     for (std::size_t cell = 0; mayDivide && cell < grid.Cells(); ++cell)
@@ -160,6 +163,31 @@ void Search::WithinCrowdedCell(const LineGrid& grid, const std::vector<GridMembe
     for (std::size_t row = grid.starts[cell]; row < grid.starts[cell + 1]; ++row)
         inside.push_back({members[grid.memberOf[row]].line, grid.flags[row]});
     Among(inside, grid.RegionOf(cell), level);
+}
+
+/// The pairs of the sets in a grid of one cell: blocks of the larger one, which the cache holds,
+/// with each line of the smaller one.
+void Search::WithFew(const LineGrid& grid, const std::vector<GridMember>& members, int level)
+{
+    constexpr std::size_t kBlock = 2048;
+    const PairRows rows = grid.Rows(tolerance_);
+    const std::size_t split = grid.splits[0], end = grid.starts[1];
+    const bool isFirstFewer = split <= end - split;
+    const std::size_t few = isFirstFewer ? 0 : split, fewEnd = isFirstFewer ? split : end;
+    const std::size_t many = isFirstFewer ? split : 0, manyEnd = isFirstFewer ? end : split;
+    rows_.resize(std::max(rows_.size(), kBlock));
+    for (std::size_t block = many; block < manyEnd; block += kBlock)
+        for (std::size_t row = few; row < fewEnd; ++row)
+        {
+            const PairRow line = {rows.ax[row], rows.ay[row], rows.bx[row], rows.by[row],
+                                  rows.margin[row]};
+            const std::size_t count = Kernels().withLine(
+                rows, line, block, std::min(block + kBlock, manyEnd), rows_.data());
+            for (std::size_t i = 0; i < count; ++i)
+                if ((grid.flags[row] | grid.flags[rows_[i]]) == FlagsOf(level))
+                    out_.Add(members[grid.memberOf[row]].line,
+                             members[grid.memberOf[rows_[i]]].line);
+        }
 }
 
 /// The pairs of a long line with the lines in the cells along it.
