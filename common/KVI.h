@@ -13,6 +13,7 @@
 #include "Geom/Geom_LineIntersection2D.h"
 #include "Geom/Geom_LineLayer2D.h"
 #include "Geom/Geom_LineMeetings2D.h"
+#include "Geom/Geom_MeshEdges2D.h"
 #include "Geom/Geom_Point.h"
 #include "Geom/Geom_Polygon.h"
 #include "Geom/Geom_Polyline.h"
