@@ -46,5 +46,5 @@ target_compile_definitions(kvi_peer_geometry INTERFACE USE_UNSTABLE_GEOS_CPP_API
 target_link_libraries(kvi_peer_geometry INTERFACE CGAL::CGAL geos)
 kvi_bench(Geom LIBS kvi_peer_geometry)
 # Boost's own headers, in GCC 12's eyes.
-set_source_files_properties(Geom/Crossings_bench.cpp Geom/Rings_bench.cpp PROPERTIES
+set_source_files_properties(Geom/Crossings_bench.cpp Geom/Meetings_bench.cpp Geom/Rings_bench.cpp PROPERTIES
                             COMPILE_OPTIONS -Wno-maybe-uninitialized)

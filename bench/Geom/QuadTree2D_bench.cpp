@@ -29,7 +29,8 @@ struct Mesh
 {
     int side;
     std::vector<Point2D> nodes;
-    std::vector<std::vector<Point2D>> elements; ///< closed counter-clockwise rings
+    std::vector<std::vector<Point2D>> elements;  ///< closed counter-clockwise rings
+    std::vector<unsigned> corners, starts = {0}; ///< the same by numbers of nodes
     Geom::Extents2D box;
 };
 
@@ -55,6 +56,9 @@ const Mesh& MeshOf(int side)
             const Point2D* lower = &mesh.nodes[std::size_t(row * (side + 1) + column)];
             const Point2D* upper = lower + side + 1;
             mesh.elements.push_back({lower[0], lower[1], upper[1], upper[0], lower[0]});
+            for (const Point2D* node : {lower, lower + 1, upper + 1, upper})
+                mesh.corners.push_back(unsigned(node - mesh.nodes.data()));
+            mesh.starts.push_back(unsigned(mesh.corners.size()));
         }
     return mesh;
 }
@@ -85,6 +89,22 @@ public:
         tree_.Initialize(mesh.box, 16, Geom::Precision(), unsigned(mesh.elements.size()));
         for (unsigned i = 0; i < mesh.elements.size(); ++i)
             tree_.Insert(i, mesh.elements[i]);
+    }
+    std::size_t Find(const Point2D& p) { return tree_.Find(p); }
+
+private:
+    Geom::QuadTree2D tree_;
+};
+
+/// The same from flat arrays.
+class KviLoaded
+{
+public:
+    explicit KviLoaded(const Mesh& mesh)
+    {
+        tree_.Initialize(mesh.box, 16, Geom::Precision(), 0);
+        tree_.Load(mesh.nodes.data(), mesh.corners.data(), mesh.starts.data(),
+                   unsigned(mesh.elements.size()));
     }
     std::size_t Find(const Point2D& p) { return tree_.Find(p); }
 
@@ -263,6 +283,17 @@ void Register(const std::string& who)
 
 const bool kRegistered = [] {
     Register<Kvi>("kvi");
+    for (const auto& [name, side] : {std::pair{"1e4", 100}, {"1e5", 316}})
+    {
+        const std::string row = std::string("4|load ") + name + "|";
+        benchmark::RegisterBenchmark((row + "kvi").c_str(), [side = side](auto& state) {
+            Build<KviLoaded>(state, side);
+        })->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((row + "Boost R-tree packed").c_str(), [side = side](
+                                                                                auto& state) {
+            Build<Boost<true>>(state, side);
+        })->Unit(benchmark::kMillisecond);
+    }
     Register<Boost<true>>("Boost R-tree packed");
     Register<Boost<false>>("Boost R-tree one by one");
     Register<Geos>("GEOS STR tree");
