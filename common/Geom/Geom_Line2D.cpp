@@ -31,7 +31,7 @@ bool IsWithinRange(double a, double b, double value, double halfEpsilon)
            IsWithin(value, a, halfEpsilon) || IsWithin(value, b, halfEpsilon);
 }
 
-/// Where the foot of the perpendicular from p stands, from 0 at a to 1 at b; a and b differ.
+/// Where the foot of the perpendicular from p lies, from 0 at a to 1 at b; a and b differ.
 double FootParameter(const Point2D& p, const Point2D& a, const Point2D& b)
 {
     const Point2D d = b - a;

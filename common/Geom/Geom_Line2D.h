@@ -11,7 +11,7 @@
 namespace Geom
 {
 
-/// A segment. LineGet2D puts the lower-left point first; other lines are taken as they stand.
+/// A segment. LineGet2D puts the lower-left point first; other lines are taken as given.
 struct Line2D
 {
     Point2D first;  ///< the first point

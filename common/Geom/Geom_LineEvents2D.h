@@ -2,12 +2,12 @@
 /// Where the lines of a set meet: crossings, intersections, overlaps, collisions.
 ///
 /// Every finder tests, in effect, each pair of lines with its predicate at the process-wide
-/// precision, the line that stands earlier in the set being line1, and reports each pair that
-/// passes by one event; lines whose end points are not in order are taken as they stand. Events
+/// precision, the line that is earlier in the set being line1, and reports each pair that
+/// passes by one event; lines whose end points are not in order are taken as given. Events
 /// are unique under EvEqual and in the order of EvLess. Where that order runs in circles, the
-/// events of the circle stand together, in an order that depends on the lines alone.
+/// events of the circle are adjacent, in an order that depends on the lines alone.
 ///
-/// `events` is replaced. Events refer into the caller's set of lines and live as long as it stands
+/// `events` is replaced. Events refer into the caller's set of lines and remain valid while it is
 /// unchanged. About n log n time for n lines and events; pairs are found on a grid, so lines that
 /// lie close together along their whole length cost a short look at each other. Memory beside the
 /// events: half of theirs, and some hundred bytes a line.

@@ -17,8 +17,8 @@ struct LineMeeting2D
     std::uint32_t first;  ///< position of the line in the first set
     std::uint32_t second; ///< position of the line in the second set
     double
-        parameter; ///< where @ref point is on the first line: 0 at its first point, 1 at its second
-    Point2D point; ///< the common point; of an overlap the end that comes first along the line
+        parameter;  ///< where the point is on the first line: 0 at its first point, 1 at its second
+    Point2D point;  ///< the common point; of an overlap the end that comes first along the line
     Point2D point2; ///< the other end of an overlap; else missing
 };
 
@@ -26,7 +26,7 @@ struct LineMeeting2D
 /// as LineIntersection2D with @p precision tells it. Meetings within a set cost nothing.
 ///
 /// @p meetings is replaced; it is ordered by the line of the first set, then along that line, then
-/// by the line of the second set. So for a single line it tells what the line passes, in order.
+/// by the line of the second set. So for a single line it gives what the line passes, in order.
 /// About n log n time for n lines and meetings; linear where one set has up to 200 lines. Memory:
 /// some hundred bytes a line.
 /// @code

@@ -18,7 +18,7 @@ namespace Geom
 {
 
 /// One place where a line meets the edges of a mesh: a node, or a place between the nodes of an
-/// edge. CellTable::MissingID() stands for none.
+/// edge. CellTable::MissingID() means none.
 struct MeshHit2D
 {
     double parameter;   ///< 0 at the line's first point, 1 at its second
@@ -65,10 +65,10 @@ public:
     /// last. An edge of more than two elements tells the lowest two.
     std::pair<std::uint32_t, std::uint32_t> ElementsOf(std::uint32_t edge) const;
 
-    /// What @p line meets, in order along it. A node on the line (LineContainsPoint2D) is told
-    /// once, and so are the edges that end there not told by themselves. Along an edge the line
-    /// goes from node to node, through the lower of the elements beside it. A line that meets no
-    /// edge is within one element or outside: a QuadTree2D tells which.
+    /// What @p line meets, in order along it. A node on the line (LineContainsPoint2D) is
+    /// reported once, and the edges that end there are not reported beside it. Along an edge the
+    /// line goes from node to node, through the lower of the elements beside it. A line that meets
+    /// no edge is within one element or outside: a QuadTree2D tells which.
     ///
     /// Time proportional to the edges in the cells of a grid along the line, at half a nanosecond
     /// or so each.

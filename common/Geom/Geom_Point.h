@@ -41,7 +41,7 @@ KVI_API bool IsEqual2D(const Point2D& a, const Point2D& b, const Precision3D& pr
 /// IsEqual2D on x, y and z.
 KVI_API bool IsEqual3D(const Point3D& a, const Point3D& b, const Precision3D& precision);
 
-/// Strict weak order by x, then y, of points told apart on the precision's grid: two points are
+/// Strict weak order by x, then y, of points distinguished on the precision's grid: two points are
 /// equivalent exactly when round_Point2D gives them the same grid point. See engless_point_2D.
 class less_Point2D : public gtl::engless_point_2D<Point2D, 1, 2>
 {

@@ -38,7 +38,7 @@ KVI_API bool PolygonIsConvex2D(const Point2D* points, std::size_t n);
 /// Whether a ring is valid: at least four points, closed, counter-clockwise, no two vertices
 /// equal within the half-epsilons, and twice its area more than 5e-8 from 0.
 ///
-/// Every pair of vertices counts as compared, wherever they stand in the ring; the time is
+/// Every pair of vertices counts as compared, wherever they are in the ring; the time is
 /// proportional to n (by hashed cells of a few half-epsilons). A ring with a NaN is invalid.
 /// @param points    n points
 /// @param n         their count

@@ -14,7 +14,7 @@ namespace Geom
 ///
 /// Both are graphs over x; one given from right to left is reversed. Both become empty when either
 /// has fewer than two points or no width, or when the ranges are disjoint or only touch. Points
-/// that stand above one another at a cut are dropped but for the one next to the kept part.
+/// that lie above one another at a cut are dropped but for the one next to the kept part.
 /// All comparisons are exact, without tolerance. @p a and @p b may be one object.
 KVI_API void PolylineOverlapIntersect2D(std::vector<Point2D>& a, std::vector<Point2D>& b);
 

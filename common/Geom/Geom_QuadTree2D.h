@@ -51,7 +51,7 @@ public:
     /// @}
     /// @{
     /// Leaves @p other an empty tree, or this one's former content. Making that empty tree may
-    /// want for memory.
+    /// run out of memory.
     QuadTree2D(QuadTree2D&& other); // NOLINT(performance-noexcept-move-constructor)
     QuadTree2D& operator=(QuadTree2D&& other) noexcept;
     /// @}

@@ -71,9 +71,9 @@ struct RegionFault2D
 /// so within the half-epsilons), every hole within the outline and none within another.
 ///
 /// That rings touch at single points is a fault too, since within the tolerance a touch cannot be
-/// told from a crossing. The fault that is given is the first in the order of RegionFlaw; among
-/// equals that of the lowest ring and edge. About n log n time for n points, and the product of
-/// holes and points.
+/// distinguished from a crossing. The fault that is given is the first in the order of RegionFlaw;
+/// among equals that of the lowest ring and edge. About n log n time for n points, and the product
+/// of holes and points.
 KVI_API RegionFault2D RegionCheck2D(const Region2D& region, const Precision3D& precision);
 
 } // namespace Geom

@@ -15,7 +15,7 @@ class engless_axis
 public:
     explicit engless_axis(double tolerance) : width_(tolerance + tolerance) {}
 
-    /// -1, 0 or 1 as @p a lies before, in the same cell as, or behind @p b; NaN behind all else.
+    /// -1, 0 or 1 as @p a lies before, in the same cell as, or after @p b; NaN after all else.
     int compare(double a, double b) const
     {
         if (a == b)
@@ -59,7 +59,7 @@ double engless_coordinate(const Point& point)
 /// twice the tolerance. Equivalent points are each within the tolerance of the same grid point, so
 /// they lie at most two tolerances apart; points within the tolerance of each other may still fall
 /// into neighbouring cells. For all input it is a strict weak order: infinities and coordinates of
-/// 2^50 cells and more are compared exactly, NaN comes behind everything and equals NaN, and a
+/// 2^50 cells and more are compared exactly, NaN comes after everything and equals NaN, and a
 /// tolerance that is zero, negative, NaN or infinite gives the exact order.
 template <class Point, int First, int Second>
 class engless_point_2D

@@ -58,7 +58,7 @@ TEST(CellTable, TellsItsMeasuresAndTheCellOfAPoint)
     EXPECT_EQ(table.GetCell2D(1, 2), (Extents2D{2, 4, 0, 10}));
     EXPECT_EQ(table.CellIdxX(11) * 10 + table.CellIdxY(11), 12u);
     EXPECT_EQ(*table.beginY(), -20);
-    EXPECT_EQ(*table.endY(), 30); // behind the last boundary
+    EXPECT_EQ(*table.endY(), 30); // past the last boundary
     std::vector<double> bounds;
     for (auto x = table.beginX(); !(x == table.endX()); ++x)
         bounds.push_back(*x);

@@ -1,5 +1,5 @@
 // What the finders must give: every pair tested with the finder's own predicate, and an order in
-// which no event stands behind one that must follow it. Used by the tests and by the fuzz targets.
+// which no event comes after one that must follow it. Used by the tests and by the fuzz targets.
 #pragma once
 
 #include "Geom/Geom_LineEvents2D.h"
@@ -75,7 +75,7 @@ struct Tally
     long sets = 0, pairs = 0, events = 0, circles = 0;
 };
 
-/// Whether no event stands behind one that must follow it by a chain of EvLess, with no chain that
+/// Whether no event comes after one that must follow it by a chain of EvLess, with no chain that
 /// leads back. Looked at for up to 64 events; in larger lists, whether none must precede the one
 /// before it.
 inline bool IsInOrder(const std::vector<Geom::LineEvent2D>& events, const Geom::LineSet2D& lines,

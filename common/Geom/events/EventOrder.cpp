@@ -135,7 +135,7 @@ private:
 void Merge(LineEvent2D* begin, LineEvent2D* middle, LineEvent2D* end, const Order& less,
            Events& room)
 {
-    // What stands too far left for the right run to come before it stays.
+    // Events too far left for the right run to come before them stay.
     while (begin != middle && less.IsFar(*begin, *middle))
         ++begin;
     room.assign(begin, middle);

@@ -45,11 +45,11 @@ private:
 };
 
 /// Replaces @p events by those of the meetings, in the order of EvLess with @p precision; those on
-/// a circle of that order stand together.
+/// a circle of that order are adjacent.
 ///
-/// They are sorted exactly, by point, then by lines; then neighbours that EvLess wants the other
-/// way round are mended by merging. A merge never puts an event before one that must precede it by
-/// whatever chain, unless a chain leads back: of two runs in which no such chain is broken, the
+/// They are sorted exactly, by point, then by lines; then neighbours that EvLess orders the other
+/// way round are corrected by merging. A merge never puts an event before one that must precede it
+/// by whatever chain, unless a chain leads back: of two runs in which no such chain is broken, the
 /// head that is taken is the earlier of the two, or on a circle with the other. Two events of which
 /// EvLess says that each comes before the other, or neither, are a circle of two.
 void MakeEvents(std::vector<LineEvent2D>& events, MeetingList found, const LineSet2D& lines,

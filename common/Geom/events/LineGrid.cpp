@@ -14,7 +14,7 @@ constexpr double kCellsPerLine = 1; // at most
 constexpr double kBoxesPerCell = 3; // lengths of a line's box along a cell, on average
 
 /// Cells along an axis of which the boxes take the share @p share on average; one where more would
-/// not pay. Long cells want more pairs tested, short ones more entries; tests are cheaper.
+/// not pay. Long cells mean more tested pairs, short ones more entries; tests are cheaper.
 double CellsFor(double share, double most)
 {
     return share > 0.16 ? 1 : share * kBoxesPerCell * most > 1 ? 1 / (share * kBoxesPerCell) : most;

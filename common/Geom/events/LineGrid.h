@@ -59,7 +59,7 @@ struct GridAxis
     }
 };
 
-/// Lines entered in every cell that their boxes reach, as rows that stand cell after cell.
+/// Lines entered in every cell that their boxes reach, as rows in the order of the cells.
 ///
 /// Two lines share the cells that both their boxes reach. Of these the one in whose column one of
 /// the boxes begins, and in whose row, is unique: there the flags of the two together are complete.

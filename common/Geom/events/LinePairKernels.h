@@ -8,8 +8,8 @@
 namespace Geom::impl
 {
 
-/// Lines that stand in an order of their own, cell after cell, as arrays of equal length with
-/// kPairPadding readable elements behind.
+/// Lines in an order of their own, cell after cell, as arrays of equal length with
+/// kPairPadding readable elements past the last.
 struct PairRows
 {
     const double *ax, *ay; ///< the one end, no further right
@@ -35,7 +35,7 @@ struct RowPair
     std::uint32_t first, second;
 };
 
-/// Where the tests within cells stand: the next row, in this cell.
+/// How far the tests within cells have come: the next row, in this cell.
 struct PairCursor
 {
     std::size_t cell, row;
@@ -56,8 +56,8 @@ struct PairKernels
     /// @param cursor    where to start and where it stopped
     /// @param allFlags  all bits of the levels in use
     /// @param out       receives the pairs
-    /// @param room      pairs that may be written, no fewer than rows in the fullest cell; behind
-    ///                  them stand kPairPadding elements more
+    /// @param room      pairs that may be written, no fewer than rows in the fullest cell; past
+    ///                  them there are kPairPadding elements more
     /// @returns pairs written
     std::size_t (*inCells)(const PairRows& rows, const std::size_t* starts,
                            const std::size_t* splits, std::size_t cells, PairCursor& cursor,

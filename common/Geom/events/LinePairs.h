@@ -30,7 +30,7 @@ public:
 ///
 /// A flat grid with about as many cells as lines, its proportions those of the lines' boxes. A cell
 /// that is crowded gets a grid of its own, and so do the lines that reach over many cells. About
-/// linear in lines and pairs; where lines cannot be told apart by their boxes all are compared.
+/// linear in lines and pairs; where boxes do not separate lines, all are compared.
 /// @throws std::length_error beyond 2^31 lines
 void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePairTaker& taker);
 

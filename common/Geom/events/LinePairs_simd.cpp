@@ -43,7 +43,7 @@ inline Mask AreBoxesNear(const PairRows& rows, std::size_t at, std::size_t end, 
 
 /// Of the rows @p boxes from @p at on those that may meet the probe by their sides. With u the
 /// probe's direction, v a row's and e from the probe's first point to the row's, the row's points
-/// stand to the probe as u x e and u x e + u x v, the probe's to the row as e x v and
+/// relate to the probe as u x e and u x e + u x v, the probe's to the row as e x v and
 /// e x v - u x v. Two such numbers are on one side of 0 when their mean is further from it than
 /// half their difference.
 inline Mask MayMeet(const PairRows& rows, std::size_t at, Mask boxes, const Probe& probe)
@@ -62,7 +62,7 @@ inline Mask MayMeet(const PairRows& rows, std::size_t at, Mask boxes, const Prob
 
 /// Writes the pairs of @p row with those rows from @p at on that @p hits tells and that have the
 /// flags which it lacks.
-/// @returns pairs written; behind them @p out is written to as far as a vector reaches
+/// @returns pairs written; past them @p out is written to as far as a vector reaches
 inline std::size_t Keep(RowPair* out, Mask hits, std::uint32_t row, std::size_t at,
                         const std::uint32_t* rowFlags, std::uint32_t flags, std::uint32_t allFlags)
 {

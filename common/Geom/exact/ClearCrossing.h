@@ -1,5 +1,5 @@
 /// @file
-/// @internal Crossings that the plain doubles tell for certain, inline for the loops over pairs.
+/// @internal Crossings that plain doubles decide with certainty, inline for the loops over pairs.
 #pragma once
 
 #include "Geom/Geom_Line2D.h"
@@ -19,7 +19,7 @@ inline bool LexicographicallyLess(const Point2D& a, const Point2D& b)
 
 /// Two lines in an order that does not depend on how they are given: the lesser point of each line
 /// first, and first the line with the lesser points. Without a branch on which line that is, since
-/// it cannot be foretold.
+/// it cannot be predicted.
 class OrderedLines
 {
 public:
@@ -40,8 +40,8 @@ private:
     std::size_t first_;
 };
 
-/// Whether both ends of each segment lie on either side of the other, further from it than the
-/// tolerance, for certain: true for nearly all segments that cross, false for all others.
+/// Whether both ends of each segment lie on either side of the other, certainly further from it
+/// than the tolerance: true for nearly all segments that cross, false for all others.
 /// @param a, b    the segments
 /// @param hx, hy  the half-epsilons
 /// @param point   receives where they cross, the same bits for every order of the arguments
@@ -52,7 +52,7 @@ inline bool CrossClearly(const Line2D& a, const Line2D& b, double hx, double hy,
     const __m128d u1 = _mm_loadu_pd(&u.first.x), u2 = _mm_loadu_pd(&u.second.x);
     const __m128d v1 = _mm_loadu_pd(&v.first.x), v2 = _mm_loadu_pd(&v.second.x);
     const __m128d du = _mm_sub_pd(u2, u1), dv = _mm_sub_pd(v2, v1), e = _mm_sub_pd(v1, u1);
-    // From here on two lines at a time: how v's ends stand to u, how u's stand to v.
+    // From here on two lines at a time: how v's ends lie to u, how u's lie to v.
     const __m128d dx = _mm_unpacklo_pd(du, dv), dy = _mm_unpackhi_pd(du, dv);
     const __m128d left = _mm_mul_pd(dx, _mm_unpackhi_pd(e, e));
     const __m128d right = _mm_mul_pd(dy, _mm_unpacklo_pd(e, e));

@@ -13,7 +13,7 @@ constexpr double kHalfPi2 = 0x1.0b4611a6p-34;
 constexpr double kHalfPi3 = 0x1.3198a2e037073p-69;
 constexpr double kMostAngle = 1e6;
 
-/// x + sum of the series of sine behind x, for |x| <= pi / 4 and a small remainder y of x.
+/// x + the further terms of the series of sine, for |x| <= pi / 4 and a small remainder y of x.
 double Sine(double x, double y)
 {
     const double z = x * x;

@@ -20,7 +20,7 @@ constexpr double kNarrowCell = 3;     // holds few points that are not near each
 constexpr std::size_t kCrowd = 4;     // comparisons per point that make cells narrow
 constexpr double kReach = 1 + 1e-9;   // a half-epsilon and the rounding of a difference
 
-/// Whether all points are apart for certain: told without a branch, and not of infinite ones.
+/// Whether all points are certainly apart; computed without a branch, false for infinite ones.
 bool AreClearlyApart(const Point2D* points, std::size_t n, const Precision3D& precision)
 {
     const __m128d halfEpsilons = _mm_loadu_pd(precision.halfEpsilon), minus = _mm_set1_pd(-0.0);
@@ -71,7 +71,7 @@ public:
         const double cells = v * perUnit_;
         return std::bit_cast<std::uint64_t>(std::fabs(cells) < kMost ? cells + kRound : v + 0.0);
     }
-    /// Whether a coordinate near @p v may stand in another cell.
+    /// Whether a coordinate near @p v may lie in another cell.
     bool IsNearBorder(double v) const
     {
         const double cells = v * perUnit_;
@@ -126,7 +126,7 @@ public:
     std::size_t Misses() const { return misses_; }
 
 private:
-    /// Whether a point near @p p stands in another cell than its own.
+    /// Whether a point near @p p lies in another cell than its own.
     bool IsRepeatedAround(const Point2D& p, std::uint64_t cellX, std::uint64_t cellY)
     {
         for (const double x : {x_.Below(p.x), x_.Above(p.x)})

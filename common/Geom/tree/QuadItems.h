@@ -31,8 +31,9 @@ private:
     std::unordered_map<std::uint32_t, std::uint32_t> sparse_;
 };
 
-/// Rings one after another, each behind its header (QuadRing); an item is the place of the header.
-/// The rings of a region are parted by points that are NaN, which the kernels leave to Contains().
+/// Rings one after another, each after its header (QuadRing); an item is the place of the header.
+/// The rings of a region are separated by points that are NaN, which the kernels leave to
+/// Contains().
 class QuadItems
 {
 public:
@@ -44,9 +45,9 @@ public:
     std::size_t Count() const { return count_; }
     /// The place of @p id, or QuadPlaces::kNone.
     std::uint32_t PlaceOf(std::uint32_t id) { return places_.At(id, count_); }
-    /// Stores the points of @p id where they were before if they fit, else behind all others;
+    /// Stores the points of @p id where they were before if they fit, else after all others;
     /// closes a ring by its first point.
-    /// @param isRegion  whether they are rings parted by NaN
+    /// @param isRegion  whether they are rings separated by NaN
     /// @returns the place
     /// @throws std::length_error beyond 2^32 - 2 places
     std::uint32_t Store(std::uint32_t id, const Point2D* points, std::size_t count, bool isRegion);

@@ -10,13 +10,13 @@
 namespace Geom::impl
 {
 
-/// Stands before an item's ring in the array of all points, in the place of one.
+/// The header before an item's ring in the array of all points, in the place of one.
 struct QuadRing
 {
     std::uint32_t id;
     std::uint32_t count;        ///< points of the ring, the last one equal to the first
-    std::uint32_t room;         ///< places behind this one, up to the next header
-    std::uint32_t isRegion = 0; ///< 1: rings parted by points that are NaN
+    std::uint32_t room;         ///< places after this one, up to the next header
+    std::uint32_t isRegion = 0; ///< 1: rings separated by points that are NaN
 };
 static_assert(sizeof(QuadRing) == sizeof(Point2D));
 
@@ -27,7 +27,7 @@ static_assert(sizeof(QuadRing) == sizeof(Point2D));
 /// @param marks     on a border of cache lines; the memory goes on to the next one
 /// @param last      the number of the last mark, at most 31
 /// @param position  the point's, as QuadMark::PointOf gives it
-/// @param points    the rings, each behind its header; a mark's item is the place of the header
+/// @param points    the rings, each after its header; a mark's item is the place of the header
 /// @param x, y      the point; as plain numbers, that they may go in registers
 /// @param hx, hy    the half-epsilons
 using QuadKernel = std::uint64_t (*)(const QuadMark* marks, std::uint32_t last,

@@ -17,7 +17,7 @@ constexpr std::uint32_t kPoints = kWidth / 2; // that a vector holds
 inline Vector AllOf(double x, double y) { return _mm256_setr_pd(x, y, x, y); }
 inline Vector AllX(Vector a, Vector b) { return _mm256_unpacklo_pd(a, b); }
 inline Vector AllY(Vector a, Vector b) { return _mm256_unpackhi_pd(a, b); }
-/// The elements of a step that stand for an edge of their own when so many edges are left.
+/// The elements of a step that belong to an edge of their own when so many edges are left.
 constexpr Mask kOwn[] = {0, 4, 5, 13, 15};
 
 #else
@@ -120,12 +120,12 @@ std::uint64_t HoldersAmong(const QuadMark* marks, std::uint32_t last, std::uint3
     std::uint32_t boxes = 0;
     for (std::uint32_t mark = 0; mark <= last; mark += kMarksPerLine)
         boxes |= BoxesAt(marks + mark, position) << mark;
-    boxes &= (2u << last) - 1; // what stands behind the last one is none
+    boxes &= (2u << last) - 1; // beyond the last one there is no mark
     std::uint64_t holders = 0;
     while (boxes != 0)
     {
         // The first and the last of them, without asking whether they are one: most points lie in
-        // one box or two, which cannot be foretold.
+        // one box or two, which cannot be predicted.
         const int first = __builtin_ctz(boxes), final = 31 - __builtin_clz(boxes);
         holders |= Ask(points + marks[first].item, probe) << first;
         holders |= Ask(points + marks[final].item, probe) << final;

@@ -32,7 +32,7 @@ struct QuadMark
     }
 };
 
-/// What stands before the marks of a leaf, in the place of one. As a mark it holds no point: only
+/// The header before the marks of a node, in the place of one. As a mark it holds no point: only
 /// x = 0 is not beyond its maxX of 0, and that is short of its minX, for a shift is less than 128.
 struct QuadHeader
 {

@@ -304,7 +304,7 @@ void QuadNodes::Build(std::vector<QuadEntry>&& entries)
     FitTable();
 }
 
-/// Gives a leaf without items the entries of splitting_ from @p begin to @p end; behind these there
+/// Gives a leaf without items the entries of splitting_ from @p begin to @p end; after these there
 /// is room for those of its children.
 void QuadNodes::BuildNode(std::uint32_t number, std::size_t begin, std::size_t end)
 {

@@ -92,7 +92,7 @@ class QuadPool
 public:
     void Clear();
     void Reserve(std::size_t marks) { marks_.reserve(marks); }
-    /// The header of a block, with the marks behind it.
+    /// The header of a block, with the marks after it.
     const QuadMark* At(std::uint32_t block) const { return marks_.data() + block; }
     /// Adds an item to a node, moving its marks to a larger block when there is no room.
     void Add(QuadNode& node, const QuadEntry& entry);
@@ -116,7 +116,7 @@ private:
 struct QuadView
 {
     const QuadMark* block;
-    std::uint32_t count; ///< marks behind the header
+    std::uint32_t count; ///< marks after the header
     std::uint32_t point;
 };
 
