@@ -81,10 +81,10 @@ std::uint32_t QuadItems::Store(std::uint32_t id, const Point2D* points, std::siz
 void QuadItems::StoreAll(const Point2D* points, const std::uint32_t* corners,
                          const std::uint32_t* starts, std::uint32_t count)
 {
-    const std::size_t most = std::size_t{starts[count] - starts[0]} + 2 * std::size_t{count};
+    const std::uint64_t most = std::uint64_t{starts[count] - starts[0]} + 2 * std::uint64_t{count};
     if (most >= QuadPlaces::kNone)
         throw std::length_error("Geom: too many points");
-    points_.resize(most);
+    points_.resize(static_cast<std::size_t>(most));
     places_.Reserve(count);
     count_ = count;
     std::uint32_t place = 0;
