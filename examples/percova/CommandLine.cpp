@@ -2,7 +2,6 @@
 
 #include "KVI.h"
 #include "Runner.h"
-#include "output/LastRun.h"
 #include "output/Output.h"
 #include "output/Summary.h"
 #include "problem/NumberText.h"
@@ -13,6 +12,7 @@
 #include <algorithm>
 #include <charconv>
 #include <exception>
+#include <functional>
 #include <ostream>
 
 namespace percova
@@ -24,7 +24,9 @@ struct Options
 {
     std::string problem, mesh, out, solver;
     double tolerance = 0;
-    int maxIterations = 0, threads = -1;
+    int maxIterations = 0, threads = 0;
+    double until = 0, timeTolerance = 0;
+    std::vector<double> outputs;
     std::vector<std::string> probes;
     bool quiet = false;
 };
@@ -42,6 +44,38 @@ bool ReadProbe(const std::string& text, double metres, Probe& probe)
     return second == std::errc() && stop == end;
 }
 
+/// The same for what a run in time has.
+void ApplyTime(const Options& options, Problem& problem, Faults& faults)
+{
+    if (options.until == 0 && options.outputs.empty() && options.timeTolerance == 0)
+        return;
+    if (!problem.time)
+        return faults.Error(problem.file, {},
+                            "has no time, which --until, --output and --time-tolerance change");
+    TimeSettings& time = *problem.time;
+    const double seconds = problem.units.seconds;
+    if (options.timeTolerance > 0)
+        time.tolerance = options.timeTolerance * problem.units.metres;
+    if (!options.outputs.empty())
+    {
+        const double end = time.outputs.back();
+        time.outputs.clear();
+        for (const double output : options.outputs)
+            time.outputs.push_back(output * seconds);
+        if (std::adjacent_find(time.outputs.begin(), time.outputs.end(), std::greater_equal<>()) !=
+                time.outputs.end() ||
+            !(time.outputs.front() > 0))
+            faults.Error("--output", {}, "should be times after 0 in rising order");
+        if (time.outputs.back() < end)
+            time.outputs.push_back(end);
+    }
+    if (options.until > 0)
+    {
+        std::erase_if(time.outputs, [&](double t) { return t >= options.until * seconds; });
+        time.outputs.push_back(options.until * seconds);
+    }
+}
+
 /// Lets the command line's settings take the place of the problem file's.
 void Apply(const Options& options, Problem& problem, Faults& faults)
 {
@@ -54,6 +88,7 @@ void Apply(const Options& options, Problem& problem, Faults& faults)
     if (options.maxIterations > 0)
         problem.solver.maxIterations = options.maxIterations;
     problem.solver.threads = options.threads;
+    ApplyTime(options, problem, faults);
     for (const std::string& text : options.probes)
     {
         Probe probe;
@@ -123,6 +158,10 @@ std::string SettingsOf(const Options& options, const Model& model)
     const SolverSettings& solver = model.problem.solver;
     std::string text = std::string(Name(solver.kind)) + ' ' + Short(solver.tolerance, 17) + ' ' +
                        std::to_string(solver.maxIterations);
+    if (model.problem.time)
+        for (const double output : model.problem.time->outputs)
+            text += ' ' + Exact(output);
+    text += ' ' + Exact(options.timeTolerance);
     for (const std::string& probe : options.probes)
         text += ' ' + probe;
     return text;
@@ -138,20 +177,12 @@ Exit Run(const Options& options, std::ostream& out, std::ostream& err)
     PrintFaults(err, faults);
     if (!right)
         return Exit::WrongInput;
-    const std::string remembered = TakeOverLastRun(model.problem.solver);
     results.seconds.read = total.Seconds();
     if (!options.quiet)
-    {
         PrintModel(out, model);
-        if (!remembered.empty())
-            out << "  as in the last run: " << remembered << '\n';
-    }
     Runner runner(model, FolderOf(options, model.problem), SettingsOf(options, model), total,
                   options.quiet, out, err);
-    const Exit exit = runner.Run(results);
-    if (exit == Exit::Done)
-        KeepForNextRun(model.problem.solver);
-    return exit;
+    return runner.Run(results);
 }
 
 struct Commands
@@ -176,15 +207,22 @@ Commands Declare(CLI::App& app, Options& options)
     commands.info->add_option("mesh", options.mesh, "The mesh file (Gmsh 2.2 or 4.1)")->required();
     CLI::App* run = commands.run;
     run->add_option("--out", options.out, "Folder for the results (beside the problem)");
-    run->add_option("--solver", options.solver, "pardiso, direct or iterative (as in the last run)")
+    run->add_option("--solver", options.solver, "pardiso, direct or iterative")
         ->check(CLI::IsMember({"pardiso", "direct", "iterative"}));
     run->add_option("--threads", options.threads,
-                    "Threads, 0 for all processors (as in the last run)")
+                    "Threads, 0 for all processors, which is the default")
         ->check(CLI::Range(0, 1024));
     run->add_option("--tolerance", options.tolerance, "Relative residual to reach")
         ->check(CLI::Range(1e-300, 1.0));
     run->add_option("--max-iterations", options.maxIterations, "Iterations at most")
         ->check(CLI::Range(1, 1000000));
+    run->add_option("--until", options.until, "Time at which a run in time ends")
+        ->check(CLI::PositiveNumber);
+    run->add_option("--output", options.outputs, "Times of its outputs, as T,T,...")
+        ->delimiter(',');
+    run->add_option("--time-tolerance", options.timeTolerance,
+                    "Largest error of a head in one step")
+        ->check(CLI::PositiveNumber);
     run->add_option("--probe", options.probes, "Points to report, as X,Y");
     run->add_flag("--quiet", options.quiet, "Print nothing but what is wrong");
     return commands;
@@ -196,7 +234,7 @@ Exit RunCommandLine(const std::vector<std::string>& arguments, std::ostream& out
 try
 {
     Options options;
-    CLI::App app("Steady two-dimensional saturated/unsaturated seepage", "percova");
+    CLI::App app("Two-dimensional saturated/unsaturated seepage, steady and in time", "percova");
     const Commands commands = Declare(app, options);
     try
     {

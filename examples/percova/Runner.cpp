@@ -1,6 +1,7 @@
 #include "Runner.h"
 
 #include "analysis/Analysis.h"
+#include "analysis/Transient.h"
 #include "output/Summary.h"
 #include "problem/NumberText.h"
 #include "problem/TextFile.h"
@@ -13,7 +14,8 @@ namespace percova
 Runner::Runner(const Model& model, const std::filesystem::path& folder, const std::string& settings,
                const Stopwatch& total, bool quiet, std::ostream& out, std::ostream& err)
     : model_(model), written_(model), files_(folder, model.problem),
-      mark_(files_, model.problem, settings), total_(total), quiet_(quiet), out_(out), err_(err)
+      mark_(files_, model.problem, settings), isInTime_(model.problem.time), total_(total),
+      quiet_(quiet), out_(out), err_(err)
 {
     ConvertToFileUnits(written_);
 }
@@ -21,27 +23,37 @@ Runner::Runner(const Model& model, const std::filesystem::path& folder, const st
 Exit Runner::Run(Results& results)
 {
     std::string reason;
+    const Units& units = model_.problem.units;
     if (!files_.MakeFolders(0, reason))
         return NotWritten("the folder " + TextOf(files_.Folder()) + " cannot be made: " + reason);
-    mark_.Read(model_.mesh.Nodes(), results.earlier, results.lastHead);
+    if (isInTime_)
+        mark_.ReadState(model_.mesh.Nodes(), results);
+    else
+        mark_.Read(model_.mesh.Nodes(), results.earlier, results.lastHead);
     // Files of another run are about to be replaced: no mark may name them any longer.
-    if (results.earlier.empty() && !mark_.Set(doc::file::mark::NoResults(), reason))
+    if (results.earlier.empty() && !(isInTime_ ? mark_.SetState(0, results.state, reason)
+                                               : mark_.Set(doc::file::mark::NoResults(), reason)))
         return NotWritten(reason);
     if (!quiet_ && !results.earlier.empty())
-        out_ << "  goes on after step " << results.earlier.size()
+        out_ << "  goes on after "
+             << (isInTime_
+                     ? "the time " + Short(results.state.time / units.seconds) + ' ' + units.time
+                     : "step " + std::to_string(results.earlier.size()))
              << ", where an earlier run was interrupted\n";
     Watch watch;
     if (!quiet_)
+        watch.time = [&](const TimeProgress& progress) { PrintProgress(out_, units, progress); };
+    if (!quiet_)
         watch.iteration = [&](const Progress& progress) { PrintProgress(out_, progress); };
     watch.step = [&](StepResult& step) { return TakeStep(step, results); };
-    if (!Analyse(model_, watch, results, reason))
+    if (!(isInTime_ ? AnalyseInTime : Analyse)(model_, watch, results, reason))
     {
         if (!writeFault_.empty())
             return NotWritten(writeFault_);
         err_ << "percova: " << reason << '\n';
         return Exit::Other;
     }
-    if (!mark_.Set(doc::file::mark::AllResults(), reason))
+    if (!Finish(results, reason))
         return NotWritten(reason);
     if (!quiet_)
     {
@@ -49,6 +61,21 @@ Exit Runner::Run(Results& results)
         out_ << "  written to " << TextOf(files_.Folder()) << '\n';
     }
     return Outcome(results);
+}
+
+/// What a run in time got stuck with is written, and may be tried again from there.
+bool Runner::Finish(const Results& results, std::string& reason)
+{
+    if (!isInTime_)
+        return mark_.Set(doc::file::mark::AllResults(), reason);
+    if (!WriteSummary(files_, written_, results, reason))
+        return false;
+    if (!results.stopped.empty())
+        return true;
+    std::error_code ignored; // heads that are left over do no harm
+    std::filesystem::remove(
+        files_.OfOutput(results.earlier.size() + results.steps.size() - 1, ".heads"), ignored);
+    return mark_.SetState(0, results.state, reason);
 }
 
 Exit Runner::NotWritten(const std::string& reason)
@@ -72,7 +99,8 @@ bool Runner::TakeStep(StepResult& step, Results& results)
     if (!Write(step, head, results))
         return false;
     step.nodal.Clear(); // written, and large
-    if (!quiet_)
+    step.capacity = {};
+    if (!quiet_ && !isInTime_)
         TellTimeLeft(step, results);
     return true;
 }
@@ -87,7 +115,9 @@ bool Runner::Write(const StepResult& step, const std::vector<double>& head, Resu
     results.seconds.write += results.seconds.total - before;
     doc::file::mark::MarkStep mark;
     mark.AssignStepNumber_(static_cast<unsigned>(step.number));
-    return WriteSummary(files_, written_, results, writeFault_) && mark_.Set(mark, writeFault_);
+    return WriteSummary(files_, written_, results, writeFault_) &&
+           (isInTime_ ? mark_.SetState(step.number + 1, results.state, writeFault_)
+                      : mark_.Set(mark, writeFault_));
 }
 
 void Runner::TellTimeLeft(const StepResult& step, const Results& results)
@@ -105,6 +135,8 @@ Exit Runner::Outcome(const Results& results)
 {
     if (results.Converged())
         return Exit::Done;
+    if (!results.stopped.empty())
+        err_ << "percova: " << results.stopped << '\n';
     for (const StepResult& step : results.steps)
         if (!step.converged)
             err_ << "percova: step " << step.name << " did not converge: "

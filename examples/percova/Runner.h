@@ -43,6 +43,7 @@ private:
     bool TakeStep(StepResult& step, Results& results);
     bool Write(const StepResult& step, const std::vector<double>& head, Results& results);
     void TellTimeLeft(const StepResult& step, const Results& results);
+    bool Finish(const Results& results, std::string& reason);
     Exit NotWritten(const std::string& reason);
     Exit Outcome(const Results& results);
 
@@ -50,6 +51,7 @@ private:
     Model written_; ///< in the units of the problem file
     ResultFiles files_;
     RunMark mark_;
+    bool isInTime_;
     const Stopwatch& total_;
     bool quiet_;
     std::ostream& out_;

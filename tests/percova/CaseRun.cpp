@@ -141,11 +141,16 @@ void CaseRun::AddProbesOfReferences()
             AddProbe(value["name"], 0.5, value["z"]);
 }
 
-const StepResult& CaseRun::On(const std::string& variant, SolverKind kind)
+void CaseRun::Read(const std::string& variant)
 {
     Faults faults;
     EXPECT_TRUE(ReadMesh(kCases + "mesh/" + name_ + "." + variant + ".msh", model.mesh, faults))
         << AllFaults(faults);
+}
+
+const StepResult& CaseRun::On(const std::string& variant, SolverKind kind)
+{
+    Read(variant);
     return Solve(kind);
 }
 

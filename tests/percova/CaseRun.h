@@ -42,7 +42,9 @@ struct CaseRun
     void AddProbe(const std::string& name, double x, double y);
     /// One probe for each reference value that says where it holds, under the value's name.
     void AddProbesOfReferences();
-    /// Runs on "cases/mesh/NAME.VARIANT.msh", as "q4.v22".
+    /// Reads "cases/mesh/NAME.VARIANT.msh", as "q4.v22".
+    void Read(const std::string& variant);
+    /// Runs on it.
     const StepResult& On(const std::string& variant, SolverKind kind);
     const StepResult& On(const Grid& grid, SolverKind kind);
 

@@ -145,7 +145,7 @@ TEST(Conductivity, OfTheIntegralRuleMatchesItsTable)
     WaterCurve curve;
     Conductivity kr;
     std::string reason;
-    ASSERT_TRUE(curve.Set(*soil.water, reason)) << reason;
+    ASSERT_TRUE(curve.Set(*soil.water, 9.81, reason)) << reason;
     ASSERT_TRUE(kr.Set(soil.kr, curve, run.model.problem.gammaW, reason)) << reason;
     for (const auto& row : run.reference["kr_table"])
     {
@@ -156,10 +156,14 @@ TEST(Conductivity, OfTheIntegralRuleMatchesItsTable)
 
 TEST(Conductivity, HasTheSlopeOfItsValues)
 {
-    WaterContent water{5, 3, 0.8, 0.4, 1e6, {}, {}};
+    WaterContent water;
+    water.a = 5;
+    water.n = 3;
+    water.m = 0.8;
+    water.thetaS = 0.4;
     WaterCurve curve;
     std::string reason;
-    ASSERT_TRUE(curve.Set(water, reason)) << reason;
+    ASSERT_TRUE(curve.Set(water, 9.81, reason)) << reason;
     const RelativeConductivity rules[] = {{KrRule::Exponential, 4, 1e-4, 0, 0, {}},
                                           {KrRule::Power, 0, 0, 6, 0, {}},
                                           {KrRule::Integral, 0, 0, 0, 0.05, {}}};

@@ -12,6 +12,14 @@ namespace
 constexpr ElementType kTypes[] = {ElementType::T3, ElementType::Q4, ElementType::T6,
                                   ElementType::Q8};
 
+Condition Flux(double value)
+{
+    Condition condition;
+    condition.type = BoundaryType::Flux;
+    condition.values = {value};
+    return condition;
+}
+
 TEST(Newton, ComesThroughSteepCurvesOnCoarseDams)
 {
     for (const ElementType type : kTypes)
@@ -103,7 +111,7 @@ TEST(Newton, DrainsRainThroughSeepageFacesAlone)
         CaseRun run("U4-earthdam");
         Problem& problem = run.model.problem;
         problem.boundaries[0] = {"crest", {{25, 10}, {29, 10}}, {}};
-        problem.steps.front().conditions[0] = {BoundaryType::Flux, {2e-7}, {}};
+        problem.steps.front().conditions[0] = Flux(2e-7);
         const Grid dam{type, 40, 12, [](double u, double v) {
                            return Point{25 * v + u * (49 - 45 * v), 10 * v};
                        }};
@@ -141,7 +149,7 @@ TEST(Newton, TellsWhereItDidNotConverge)
 TEST(Newton, RefusesHeadsThatNothingHolds)
 {
     CaseRun run("S1-infiltration");
-    run.model.problem.steps.front().conditions[0] = {BoundaryType::Flux, {-2e-7}, {}};
+    run.model.problem.steps.front().conditions[0] = Flux(-2e-7);
     run.model.mesh = MakeMesh(Rectangle(ElementType::Q4, 1, 4, 0, 0, 1, 5));
     Faults faults;
     ASSERT_TRUE(Bind(run.model, faults));

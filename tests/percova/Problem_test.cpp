@@ -113,7 +113,11 @@ TEST(Problem, TellsEveryFaultWithKeyAndLine)
         {"\"tolerance\": 1e-8", "\"tolerance\": 1e999", "is no valid JSON: "},
         {"\"wanted\": [", "\"wanted\" [", ":19: is no valid JSON: "},
         {"\"id\": \"box\",", "\"units\": {\"length\": \"furlong\"},", "'furlong' is not known"},
-        {"\"id\": \"box\",", "\"units\": {\"time\": \"day\"},", "units.time: should be s"},
+        {"\"id\": \"box\",", "\"units\": {\"time\": \"day\"},", "units.time: 'day' is not known"},
+        {"\"id\": \"box\",", "\"time\": {\"end\": 10},", ": initial: is missing"},
+        {"\"id\": \"box\",", "\"time\": {\"end\": 10, \"output\": [5, 3]},", "3 follows 5"},
+        {"\"id\": \"box\",", "\"time\": {\"end\": 10, \"output\": [0, 3]},", "should be after 0"},
+        {"\"id\": \"box\",", "\"time\": {\"end\": 10, \"output\": [11]},", "beyond the end"},
     };
     for (const auto& row : rows)
     {

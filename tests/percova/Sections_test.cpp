@@ -67,7 +67,11 @@ TEST(Sections, GiveTheFlowOfUniformGradients)
         Problem& problem = run.model.problem;
         problem.materials.front().kr.rule = KrRule::Saturated;
         for (std::size_t i : {0u, 1u})
-            problem.steps.front().conditions[i] = {BoundaryType::Head, {i == 0 ? 6.0 : 3.0}, {}};
+        {
+            Condition& condition = problem.steps.front().conditions[i];
+            condition.type = BoundaryType::Head;
+            condition.values = {i == 0 ? 6.0 : 3.0};
+        }
         const double flux = 0.5 * problem.materials.front().kSat;
         problem.sections = {
             {"along the sides of elements", {{3, 5}, {3, 0}}, {}},

@@ -11,27 +11,10 @@
 #include "analysis/Surface.h"
 #include "problem/NumberText.h"
 
-#include <cstdio>
-
 namespace percova
 {
 namespace
 {
-/// Where a step did not converge and by how much.
-std::string Trouble(const Model& model, const NewtonOutcome& outcome, double tolerance)
-{
-    char text[300] = "";
-    if (outcome.worst >= 0)
-        std::snprintf(text, sizeof text,
-                      "after %d iterations the water balance of node %zu at (%.6g, %.6g) is out by "
-                      "%.3g of the flow through the model (allowed: %.3g); the heads last moved by "
-                      "%.3g m",
-                      outcome.iterations, model.mesh.number[outcome.worst],
-                      model.mesh.x[outcome.worst], model.mesh.y[outcome.worst], outcome.residual,
-                      tolerance, outcome.change);
-    return outcome.failure.empty() ? text : outcome.failure + "; " + text;
-}
-
 /// Soil drier than the water-content curve ends holds no water that could leave: the boundaries
 /// ask for more than the soil can give. Empty when all is well.
 std::string TooDry(const Model& model, const std::vector<double>& head)
@@ -42,42 +25,12 @@ std::string TooDry(const Model& model, const std::vector<double>& head)
         const double suction = (model.mesh.y[n] - head[n]) * model.problem.gammaW;
         if (suction <= kMostSuction)
             continue;
-        char text[200];
-        std::snprintf(text, sizeof text,
-                      "the boundaries draw more water than the soil can lead: the suction at node "
-                      "%zu at (%.6g, %.6g) would have to be %.3g kPa",
-                      model.mesh.number[n], model.mesh.x[n], model.mesh.y[n], suction);
-        return text;
+        return "the boundaries draw more water than the soil can lead: the suction at node " +
+               std::to_string(model.mesh.number[n]) + " at (" + Short(model.mesh.x[n]) + ", " +
+               Short(model.mesh.y[n]) + ") would have to be " + Short(suction, 3) + " kPa";
     }
     return {};
 }
-
-NewtonSettings SettingsOf(const SolverSettings& given)
-{
-    NewtonSettings settings;
-    if (given.tolerance > 0)
-        settings.tolerance = given.tolerance;
-    if (given.maxIterations > 0)
-        settings.maxIterations = given.maxIterations;
-    return settings;
-}
-
-/// How many threads the loops of this process use, from now to the end of the block.
-class Threads
-{
-public:
-    /// @param count  0 for all processors
-    explicit Threads(int count)
-    {
-        if (count > 0)
-            sys::thread::task::pool::SetFixedWorkers(static_cast<unsigned>(count));
-        else
-            sys::thread::task::pool::SetDynamicWorkers();
-    }
-    ~Threads() { sys::thread::task::pool::SetDynamicWorkers(); }
-    Threads(const Threads&) = delete;
-    Threads& operator=(const Threads&) = delete;
-};
 
 /// The steps of one model, one after the other.
 class Analysis
@@ -86,7 +39,7 @@ public:
     Analysis(const Model& model, const std::vector<Soil>& soils, const Watch& watch,
              Results& results)
         : model_(model), soils_(soils), watch_(watch), results_(results),
-          settings_(SettingsOf(model.problem.solver)), assembly_(model, soils),
+          settings_(SettingsFor(model.problem.solver)), assembly_(model, soils),
           system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads)
     {
         head_ = results.lastHead;
@@ -128,7 +81,7 @@ StepResult Analysis::Run(std::size_t index)
     if (outcome.converged)
         result.trouble = TooDry(model_, newton.Head());
     else
-        result.trouble = Trouble(model_, outcome, settings_.tolerance);
+        result.trouble = TroubleOf(model_, outcome, settings_.tolerance);
     result.converged = result.trouble.empty();
     if (outcome.converged && outcome.drawnOut > 0)
         result.warnings.push_back(
@@ -138,21 +91,60 @@ StepResult Analysis::Run(std::size_t index)
     if (result.converged)
         head_ = newton.Head();
     const Solution solution{model_, step, soils_, conditions, newton.Head(), newton.Inflow()};
-    const std::vector<int> dripping = EvaluateFlows(solution, result);
-    result.storedWater = StoredWater(solution);
-    EvaluateNodes(solution, result.nodal);
-    result.surface =
-        ZeroPressureLines(model_.mesh, result.nodal.Column(dataparam::PressureHead), dripping);
-    EvaluateProbes(solution, result);
-    if (model_.sections)
-        model_.sections->Evaluate(solution, result);
+    EvaluateAll(solution, result);
     return result;
 }
 } // namespace
 
+NewtonSettings SettingsFor(const SolverSettings& given)
+{
+    NewtonSettings settings;
+    if (given.tolerance > 0)
+        settings.tolerance = given.tolerance;
+    if (given.maxIterations > 0)
+        settings.maxIterations = given.maxIterations;
+    return settings;
+}
+
+std::string TroubleOf(const Model& model, const NewtonOutcome& outcome, double tolerance)
+{
+    std::string text;
+    if (outcome.worst >= 0)
+        text = "after " + std::to_string(outcome.iterations) +
+               " iterations the water balance of node " +
+               std::to_string(model.mesh.number[outcome.worst]) + " at (" +
+               Short(model.mesh.x[outcome.worst]) + ", " + Short(model.mesh.y[outcome.worst]) +
+               ") is out by " + Short(outcome.residual, 3) +
+               " of the flow through the model (allowed: " + Short(tolerance, 3) +
+               "); the heads last moved by " + Short(outcome.change, 3) + " m";
+    return outcome.failure.empty() ? text : outcome.failure + "; " + text;
+}
+
+void EvaluateAll(const Solution& solution, StepResult& result)
+{
+    const std::vector<int> dripping = EvaluateFlows(solution, result);
+    result.storedWater = StoredWater(solution);
+    EvaluateNodes(solution, result.nodal);
+    result.surface = ZeroPressureLines(solution.model.mesh,
+                                       result.nodal.Column(dataparam::PressureHead), dripping);
+    EvaluateProbes(solution, result);
+    if (solution.model.sections)
+        solution.model.sections->Evaluate(solution, result);
+}
+
+PoolThreads::PoolThreads(int count)
+{
+    if (count > 0)
+        sys::thread::task::pool::SetFixedWorkers(static_cast<unsigned>(count));
+    else
+        sys::thread::task::pool::SetDynamicWorkers();
+}
+
+PoolThreads::~PoolThreads() { sys::thread::task::pool::SetDynamicWorkers(); }
+
 bool Analyse(const Model& model, const Watch& watch, Results& results, std::string& reason)
 {
-    const Threads threads(model.problem.solver.threads);
+    const PoolThreads threads(model.problem.solver.threads);
     results.threads = static_cast<int>(sys::thread::task::pool::Workers());
 
     std::vector<Soil> soils;

@@ -2,6 +2,7 @@
 /// The seepage analysis: from a model to its results.
 #pragma once
 
+#include "analysis/Flows.h"
 #include "analysis/Model.h"
 #include "analysis/Newton.h"
 #include "analysis/Results.h"
@@ -19,10 +20,19 @@ struct Progress
     NewtonRound round;
 };
 
+/// A time step that was taken, for whoever watches.
+struct TimeProgress
+{
+    double time, end, length; ///< [s]
+    std::size_t taken, rejected;
+    int iterations;
+};
+
 /// Whom an analysis tells how it goes, on the calling thread. Either may be empty.
 struct Watch
 {
     std::function<void(const Progress&)> iteration; ///< called after each
+    std::function<void(const TimeProgress&)> time;  ///< called after each time step
     /// Called with each step's result, the last one of the results so far, which it may change.
     /// @returns whether to go on
     std::function<bool(StepResult&)> step;
@@ -34,5 +44,25 @@ struct Watch
 ///          wants no more. A step that did not converge is a result like any other: see
 ///          StepResult::converged.
 bool Analyse(const Model& model, const Watch& watch, Results& results, std::string& reason);
+
+/// @name For the kinds of analysis
+/// @{
+NewtonSettings SettingsFor(const SolverSettings& given);
+/// Where the equations did not converge and by how much.
+std::string TroubleOf(const Model& model, const NewtonOutcome& outcome, double tolerance);
+/// Flows, stored water, nodal values, surface, probes and sections of a solution.
+void EvaluateAll(const Solution& solution, StepResult& result);
+
+/// How many threads the loops of this process use, from now to the end of the block.
+class PoolThreads
+{
+public:
+    /// @param count  0 for all processors
+    explicit PoolThreads(int count);
+    ~PoolThreads();
+    PoolThreads(const PoolThreads&) = delete;
+    PoolThreads& operator=(const PoolThreads&) = delete;
+};
+/// @}
 
 } // namespace percova

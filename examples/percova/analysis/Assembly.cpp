@@ -72,7 +72,8 @@ double Assembly::DrawnOut(double sharpness) const
 }
 
 void Assembly::Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,
-                        double damping, std::size_t first, std::size_t last, double* matrices)
+                        double damping, const StorageTangent& storage, std::size_t first,
+                        std::size_t last, double* matrices)
 {
     const Mesh& mesh = model_.mesh;
     ParallelForPieces(first, last, kGrain, [&](std::size_t begin, std::size_t end) {
@@ -84,11 +85,28 @@ void Assembly::Elements(const std::vector<double>& head, const Easing& easing, T
             Compute(element, soils_[model_.material[e]], &saturated_[matrixStart_[e]], easing,
                     tangent, damping, result);
             std::copy_n(result.inflow, NodeCount(element.type), &elementInflow_[mesh.start[e]]);
-            if (tangent != Tangent::None)
-                std::copy_n(result.matrix, matrixStart_[e + 1] - matrixStart_[e],
-                            matrices + (matrixStart_[e] - matrixStart_[first]));
+            if (tangent == Tangent::None)
+                continue;
+            if (storage.term != nullptr)
+                AddStorage(e, head, storage, result.matrix);
+            std::copy_n(result.matrix, matrixStart_[e + 1] - matrixStart_[e],
+                        matrices + (matrixStart_[e] - matrixStart_[first]));
         }
     });
+}
+
+void Assembly::AddStorage(std::size_t e, const std::vector<double>& head,
+                          const StorageTangent& storage, double* matrix) const
+{
+    const int n = NodeCount(model_.mesh.type[e]);
+    for (int k = 0; k < n; ++k)
+    {
+        const int place = model_.mesh.start[e] + k, node = model_.mesh.nodes[place];
+        if (nodePlaces_[nodeStart_[node]] == place) // a node's first element takes its lumped part
+            matrix[k * n + k] += (*storage.lumped)[node];
+    }
+    if (storage.term->storage->IsConsistent(e))
+        storage.term->storage->AddCapacity(e, head, storage.term->rate, matrix);
 }
 
 void Assembly::Sum(std::vector<double>& inflow) const
@@ -108,19 +126,21 @@ void Assembly::Sum(std::vector<double>& inflow) const
 void Assembly::Inflow(const std::vector<double>& head, const Easing& easing,
                       std::vector<double>& inflow)
 {
-    Elements(head, easing, Tangent::None, 0, 0, model_.mesh.Elements(), nullptr);
+    Elements(head, easing, Tangent::None, 0, {nullptr, nullptr}, 0, model_.mesh.Elements(),
+             nullptr);
     Sum(inflow);
 }
 
 void Assembly::Inflow(const std::vector<double>& head, const Easing& easing, Tangent tangent,
-                      double damping, LinearSystem& system, std::vector<double>& inflow)
+                      double damping, const StorageTangent& storage, LinearSystem& system,
+                      std::vector<double>& inflow)
 {
     system.Clear();
     const std::size_t count = model_.mesh.Elements();
     for (std::size_t first = 0; first < count; first += kBlock)
     {
         const std::size_t last = std::min(first + kBlock, count);
-        Elements(head, easing, tangent, damping, first, last, matrices_.data());
+        Elements(head, easing, tangent, damping, storage, first, last, matrices_.data());
         system.Add(first, last - first, matrices_.data());
     }
     Sum(inflow);

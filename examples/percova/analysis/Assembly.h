@@ -6,12 +6,20 @@
 #include "analysis/LinearSystem.h"
 #include "analysis/Model.h"
 #include "analysis/Soil.h"
+#include "analysis/Storage.h"
 
 #include <cstddef>
 #include <vector>
 
 namespace percova
 {
+
+/// The part of storage in the matrix of a step.
+struct StorageTangent
+{
+    const StorageTerm* term;           ///< null for none
+    const std::vector<double>* lumped; ///< by node: derivative of what the lumped part takes in
+};
 
 /// Runs the element loops, on the threads of the library's pool. Every sum is taken in the order
 /// of the elements, so the results are the same to the last bit for any number of threads.
@@ -29,13 +37,18 @@ public:
     /// Flow that must enter every node from outside to keep the heads as they are [m3/s per m].
     void Inflow(const std::vector<double>& head, const Easing& easing, std::vector<double>& inflow);
     /// The same, and its derivative by the heads in @p system, which is cleared first.
-    /// @param damping  the diagonal of the Picard matrix is added this many times
+    /// @param damping   the diagonal of the Picard matrix is added this many times
+    /// @param storage   what storage adds to the matrix
     void Inflow(const std::vector<double>& head, const Easing& easing, Tangent tangent,
-                double damping, LinearSystem& system, std::vector<double>& inflow);
+                double damping, const StorageTangent& storage, LinearSystem& system,
+                std::vector<double>& inflow);
 
 private:
     void Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,
-                  double damping, std::size_t first, std::size_t last, double* matrices);
+                  double damping, const StorageTangent& storage, std::size_t first,
+                  std::size_t last, double* matrices);
+    void AddStorage(std::size_t e, const std::vector<double>& head, const StorageTangent& storage,
+                    double* matrix) const;
     void Sum(std::vector<double>& inflow) const;
     /// The greatest what(sharpness, soil) of the elements that can dry out, at least 0.
     template <class What>

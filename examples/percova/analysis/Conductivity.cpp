@@ -51,7 +51,7 @@ void Conductivity::Tabulate()
 {
     const double from = std::log(s0_), to = std::log(curve_.Limit());
     // The curve bends within 1/n of ln s; a step of 1/500 of that keeps twelve digits.
-    const double wanted = 0.002 / std::max(1.0, curve_.Function().N() / 4);
+    const double wanted = 0.002 / std::max(1.0, curve_.Steepness() / 4);
     const int steps = int(std::clamp((to - from) / wanted, 16.0, 200000.0));
     step_ = (to - from) / steps;
     std::vector<double> integral(steps), derivative(steps);

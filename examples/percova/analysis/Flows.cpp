@@ -72,6 +72,7 @@ struct Share
 {
     double flux = 0;
     double length = 0; ///< of the sides that have the node
+    double extent = 0; ///< the node's share of that
     double flow = 0;   ///< the boundary's part of what enters there
     double weight = 0; ///< what its own weight draws out of saturated soil at zero pressure
 };
@@ -96,9 +97,11 @@ public:
         for (std::size_t b = 0; b < boundaries; ++b)
         {
             if (s_.step.conditions[b].type == BoundaryType::Flux)
-                flow_[b] = s_.conditions.loadSum[b];
+                flow_[b] += s_.conditions.loadSum[b];
             result.boundaries.push_back(
                 {s_.model.problem.boundaries[b].name, flow_[b], integrated_[b]});
+            if (s_.step.conditions[b].IsLimited())
+                CountLimited(b, result.boundaries.back());
             if (IsSeepage(b))
                 result.seepageFaces.push_back(
                     {s_.model.problem.boundaries[b].name, flow_[b], Exit(b)});
@@ -136,6 +139,7 @@ private:
                 {
                     shares[edge.nodes[k]].flux += points[p].N[k] * flux;
                     shares[edge.nodes[k]].length += points[p].length;
+                    shares[edge.nodes[k]].extent += points[p].N[k] * points[p].length;
                     shares[edge.nodes[k]].weight -= points[p].N[k] * ky * points[p].normalY;
                 }
             }
@@ -160,6 +164,20 @@ private:
         }
     }
 
+    /// How much of boundary @p b is held at its limits.
+    void CountLimited(std::size_t b, BoundaryFlow& flow) const
+    {
+        flow.ponded = flow.dried = 0;
+        for (std::size_t node = 0; node < shares_[b].size(); ++node)
+            if (Has(b, node))
+            {
+                if (s_.head[node] >= s_.conditions.upper[node])
+                    flow.ponded += shares_[b][node].extent;
+                else if (s_.head[node] <= s_.conditions.lower[node])
+                    flow.dried += shares_[b][node].extent;
+            }
+    }
+
     void Count(double flow) { (flow > 0 ? in_ : out_) += std::abs(flow); }
 
     /// Flux that the sides of boundary @p b bring to a node; on a seepage face it can only leave.
@@ -171,7 +189,10 @@ private:
 
     void Distribute(std::size_t node)
     {
-        Count(s_.conditions.load[node]);
+        const int limited = s_.conditions.seepage[node];
+        const bool isCapped = limited >= 0 && !IsSeepage(std::size_t(limited));
+        const double load = s_.conditions.load[node];
+        Count(isCapped ? s_.inflow[node] : load); // a limited flux is what the soil takes of it
         double rest = s_.inflow[node] - s_.conditions.load[node], length = 0;
         bool given = false; // a head; the seepage faces then get no part of the rest
         for (std::size_t b = 0; b < shares_.size(); ++b)
@@ -190,7 +211,8 @@ private:
                     part += rest * shares_[b][node].length / length;
                 shares_[b][node].flow = part;
                 flow_[b] += part;
-                Count(part);
+                if (!isCapped)
+                    Count(part);
             }
     }
 
@@ -200,11 +222,13 @@ private:
     }
 
     /// Whether boundary @p b holds @p node. A seepage face at a given head shares the node with
-    /// the boundary that gives it.
+    /// the boundary that gives it; a flux boundary has only the nodes that its limits hold or may.
     bool Has(std::size_t b, std::size_t node) const
     {
-        return Holds(s_.step.conditions[b].type) && !shares_[b].empty() &&
-               shares_[b][node].length > 0;
+        const bool holds = Holds(s_.step.conditions[b].type) ||
+                           (s_.step.conditions[b].type == BoundaryType::Flux &&
+                            s_.conditions.seepage[node] == int(b));
+        return holds && !shares_[b].empty() && shares_[b][node].length > 0;
     }
 
     // Goes down the face until more than kExitShare of the model's outflow has come out.

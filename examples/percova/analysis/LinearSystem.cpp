@@ -154,6 +154,7 @@ bool LinearSystem::Solve(const std::vector<char>& held, const std::vector<double
     (void)system_.FixUnknowns(&fixed, &zero);
     all.values = equation_;
     load.values = rightSide;
+    rightSide_ = rightSide;
     (void)system_.AddToRHSVector(&all, &load);
     load.values.assign(rightSide.size(), 0);
     (void)system_.SetUnknownVector(&all, &load);
@@ -172,6 +173,18 @@ bool LinearSystem::Solve(const std::vector<char>& held, const std::vector<double
         }
     }
     return true;
+}
+
+bool LinearSystem::SolveAgain(const std::vector<char>& held, const std::vector<double>& rightSide,
+                              bool symmetric, double tolerance, std::vector<double>& x,
+                              std::string& reason)
+{
+    std::vector<double> difference(rightSide.size());
+    for (std::size_t n = 0; n < rightSide.size(); ++n)
+        difference[n] = rightSide[n] - rightSide_[n];
+    const bool solved = Solve(held, difference, symmetric, tolerance, x, reason);
+    rightSide_ = rightSide;
+    return solved;
 }
 
 } // namespace percova

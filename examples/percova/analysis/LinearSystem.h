@@ -38,6 +38,10 @@ public:
     bool Solve(const std::vector<char>& held, const std::vector<double>& rightSide, bool symmetric,
                double tolerance, std::vector<double>& x, std::string& reason);
 
+    /// Solves with the matrix of the last Solve for another right side.
+    bool SolveAgain(const std::vector<char>& held, const std::vector<double>& rightSide,
+                    bool symmetric, double tolerance, std::vector<double>& x, std::string& reason);
+
     std::size_t Equations() const { return equation_.size(); }
     std::size_t Nonzeros() const { return nonzeros_; }
     /// Who solved last, such as "pardiso (mkl 2020.4)".
@@ -49,7 +53,8 @@ private:
     ISysEqnImpl system_;
     SolverKind kind_;
     std::size_t nonzeros_ = 0;
-    std::vector<int> equation_; ///< by node
+    std::vector<int> equation_;     ///< by node
+    std::vector<double> rightSide_; ///< of the last solve, by node
     std::string solver_;
 };
 

@@ -15,16 +15,15 @@ constexpr double kSettled = 1e-2; ///< residual at which the seepage faces are t
 constexpr double kFine = 1e-9;    ///< residual that is good enough for any problem on the way
 constexpr double kLeastRelaxation = 0.02;
 constexpr double kMostDamping = 100;
-constexpr double kHeadChange = 1e-5; ///< [m] heads that move no more are found
-constexpr int kPolish = 10;          ///< iterations spent on heads once the flows fit
-constexpr int kShort = 100;          ///< iterations of a way that is short or none
-constexpr int kNear = 20;            ///< iterations tried from heads that may be near
-constexpr double kMoist = 0.3;       ///< relative conductivity of moist soil
-constexpr double kGentle = 0.25;     ///< sharpness at which any curve is followed easily
-constexpr double kCoarse = 1;        ///< sharpness that is accepted where there is no more
-constexpr double kRough = 1e-8;      ///< tolerance there
-constexpr std::size_t kKept = 4;     ///< states kept to find one that is near such a solution
-constexpr int kFinish = 100;         ///< iterations kept for that
+constexpr int kPolish = 10;      ///< iterations spent on heads once the flows fit
+constexpr int kShort = 100;      ///< iterations of a way that is short or none
+constexpr int kNear = 20;        ///< iterations tried from heads that may be near
+constexpr double kMoist = 0.3;   ///< relative conductivity of moist soil
+constexpr double kGentle = 0.25; ///< sharpness at which any curve is followed easily
+constexpr double kCoarse = 1;    ///< sharpness that is accepted where there is no more
+constexpr double kRough = 1e-8;  ///< tolerance there
+constexpr std::size_t kKept = 4; ///< states kept to find one that is near such a solution
+constexpr int kFinish = 100;     ///< iterations kept for that
 
 /// Adds the seconds of its life to a sum.
 class TimeAdder
@@ -43,58 +42,78 @@ private:
 } // namespace
 
 Newton::Newton(const Model& model, const NodeConditions& conditions, Assembly& assembly,
-               LinearSystem& system, const NewtonSettings& settings, const Watch& watch)
+               LinearSystem& system, const NewtonSettings& settings, const Watch& watch,
+               const StorageTerm* storage)
     : model_(model), conditions_(conditions), assembly_(assembly), system_(system),
-      settings_(settings), watch_(watch), faces_(model.mesh, conditions), head_(model.mesh.Nodes()),
-      trial_(head_), outflow_(head_), held_(model.mesh.Nodes())
+      settings_(settings), watch_(watch), storage_(storage), faces_(conditions),
+      head_(model.mesh.Nodes()), trial_(head_), outflow_(head_), held_(model.mesh.Nodes())
 {
 }
 
-/// Given heads where there are any, zero pressure on seepage faces, elsewhere the highest of these.
+/// Given heads where there are any, the limits of held nodes, elsewhere the highest of these.
 void Newton::ColdStart()
 {
-    faces_ = SeepageFaces(model_.mesh, conditions_);
+    faces_ = SeepageFaces(conditions_);
     double highest = -std::numeric_limits<double>::max();
     for (const bool measure : {true, false})
         for (std::size_t n = 0; n < head_.size(); ++n)
         {
             if (conditions_.HasHead(n))
                 head_[n] = conditions_.head[n];
-            else if (conditions_.seepage[n] >= 0)
-                head_[n] = model_.mesh.y[n];
+            else if (faces_.IsHeld(n))
+                head_[n] = faces_.Limit(n);
             else if (!measure)
                 head_[n] = highest;
-            highest = measure && (conditions_.HasHead(n) || conditions_.seepage[n] >= 0)
+            highest = measure && (conditions_.HasHead(n) || faces_.IsHeld(n))
                           ? std::max(highest, head_[n])
                           : highest;
         }
 }
 
-bool Newton::FromHeadsNear(const std::vector<double>& near, const Easing& easing)
+double Newton::LeastKr() const
+{
+    double least = 1;
+    for (const Soil& soil : assembly_.Soils())
+        least = std::min(least, soil.kr.Least());
+    return least;
+}
+
+NewtonOutcome Newton::SolveNear(const std::vector<double>& near, int maxIterations)
+{
+    limit_ = maxIterations;
+    outcome_.converged = FromHeadsNear(near, maxIterations);
+    return outcome_;
+}
+
+bool Newton::SolveLinearised(const std::vector<double>& rightSide, std::vector<double>& x,
+                             std::string& reason)
+{
+    const TimeAdder watch(solveSeconds_);
+    return system_.SolveAgain(held_, rightSide, LeastKr() == 1, 1e-4, x, reason);
+}
+
+/// Starts from @p near with what the boundaries give.
+bool Newton::FromHeadsNear(const std::vector<double>& near, int maxIterations)
 {
     for (std::size_t n = 0; n < head_.size(); ++n)
         head_[n] = conditions_.HasHead(n) ? conditions_.head[n] : near[n];
     faces_.Follow(head_);
     for (std::size_t n = 0; n < head_.size(); ++n)
-        if (faces_.IsWet(n))
-            head_[n] = model_.mesh.y[n];
-    if (Reach({easing, settings_.tolerance, kNear}))
-        return true;
-    outcome_.failure.clear();
-    return false;
+        if (faces_.IsHeld(n))
+            head_[n] = faces_.Limit(n);
+    return Reach({{LeastKr() == 1 ? 1.0 : 0.0}, settings_.tolerance, maxIterations});
 }
 
 NewtonOutcome Newton::Solve(const std::vector<double>& near)
 {
     limit_ = settings_.maxIterations;
-    double least = 1;
-    for (const Soil& soil : assembly_.Soils())
-        least = std::min(least, soil.kr.Least());
-    if (!near.empty() && FromHeadsNear(near, {least == 1 ? 1.0 : 0.0}))
+    const double least = LeastKr();
+    if (!near.empty() && FromHeadsNear(near, kNear))
     {
         outcome_.converged = true;
         return outcome_;
     }
+    outcome_.failure.clear();
     ColdStart();
     if (least == 1)
     {
@@ -237,8 +256,38 @@ bool Newton::FromMoistSoil()
 void Newton::Evaluate(const Goal& goal)
 {
     const TimeAdder watch(assembleSeconds_);
-    assembly_.Inflow(head_, goal.easing, inflow_);
+    InflowOf(head_, goal.easing, inflow_);
     Measure();
+}
+
+void Newton::InflowOf(const std::vector<double>& head, const Easing& easing,
+                      std::vector<double>& inflow)
+{
+    assembly_.Inflow(head, easing, inflow);
+    AddStorage(head, inflow);
+}
+
+void Newton::AddStorage(const std::vector<double>& head, std::vector<double>& inflow)
+{
+    if (storage_ == nullptr)
+        return;
+    storage_->storage->Evaluate(head, water_);
+    for (std::size_t n = 0; n < inflow.size(); ++n)
+        inflow[n] += (water_[n] - (*storage_->before)[n]) * storage_->rate;
+}
+
+/// What measures the residual where water is stored: the rates of storage, and their rounding.
+double Newton::StorageScale() const
+{
+    if (storage_ == nullptr)
+        return 0;
+    double rates = 0, most = 0;
+    for (std::size_t n = 0; n < water_.size(); ++n)
+    {
+        rates += std::abs(water_[n] - (*storage_->before)[n]);
+        most = std::max(most, std::abs(water_[n]));
+    }
+    return std::max(rates / 2, 1e-15 * most / settings_.tolerance) * storage_->rate;
 }
 
 void Newton::Measure()
@@ -247,7 +296,7 @@ void Newton::Measure()
     residual_.assign(held_.size(), 0);
     for (std::size_t n = 0; n < held_.size(); ++n)
     {
-        held_[n] = conditions_.HasHead(n) || faces_.IsWet(n);
+        held_[n] = conditions_.HasHead(n) || faces_.IsHeld(n);
         const double through = held_[n] ? inflow_[n] : conditions_.load[n];
         (through > 0 ? in : out) += std::abs(through);
         if (held_[n])
@@ -265,7 +314,7 @@ void Newton::Measure()
     // Without any flow there is still the rounding of heads times conductivities.
     const auto [low, high] = std::minmax_element(model_.mesh.y.begin(), model_.mesh.y.end());
     const double rounding = 1e-14 * conductivity * (*high - *low);
-    scale_ = std::max({in, out, rounding / settings_.tolerance});
+    scale_ = std::max({in, out, rounding / settings_.tolerance, StorageScale()});
     outcome_.residual = std::max(worst, std::abs(all)) / scale_;
 }
 
@@ -294,7 +343,7 @@ bool Newton::Reach(const Goal& goal)
             Evaluate(goal);
         const bool linear = goal.easing.leastKr >= 1, onTheWay = !goal.easing.IsNone();
         if (made > 0 && switched == 0 && outcome_.residual <= goal.tolerance &&
-            (linear || onTheWay || outcome_.change <= kHeadChange || ++polished > kPolish))
+            (linear || onTheWay || outcome_.change <= settings_.headChange || ++polished > kPolish))
             return true;
         if (made >= goal.maxIterations || !Step(goal))
             return false;
@@ -313,8 +362,15 @@ bool Newton::Step(const Goal& goal)
         ++outcome_.iterations;
         {
             const TimeAdder watch(assembleSeconds_);
+            if (storage_ != nullptr)
+            {
+                storage_->storage->LumpedCapacity(head_, capacity_);
+                for (double& capacity : capacity_)
+                    capacity *= storage_->rate;
+            }
             assembly_.Inflow(head_, goal.easing, linear ? Tangent::Picard : Tangent::Newton,
-                             damping_, system_, inflow_);
+                             damping_, {storage_, &capacity_}, system_, inflow_);
+            AddStorage(head_, inflow_);
         }
         {
             const TimeAdder watch(solveSeconds_);
@@ -347,7 +403,7 @@ bool Newton::Search(const Goal& goal)
     {
         for (std::size_t n = 0; n < head_.size(); ++n)
             trial_[n] = head_[n] + relaxation_ * step_[n];
-        assembly_.Inflow(trial_, goal.easing, trialInflow_);
+        InflowOf(trial_, goal.easing, trialInflow_);
         const double after = SumOfSquares(trialInflow_);
         if (after <= std::pow(1 - 1e-4 * relaxation_, 2) * before || after <= enough)
             return true;

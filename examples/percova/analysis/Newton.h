@@ -7,6 +7,7 @@
 #include "analysis/Model.h"
 #include "analysis/NodeConditions.h"
 #include "analysis/SeepageFaces.h"
+#include "analysis/Storage.h"
 
 #include <cstddef>
 #include <functional>
@@ -20,6 +21,7 @@ struct NewtonSettings
 {
     double tolerance = 1e-10; ///< of the residual, see NewtonOutcome
     int maxIterations = 800;
+    double headChange = 1e-5; ///< heads that move no more in an iteration are found [m]
 };
 
 struct NewtonOutcome
@@ -60,12 +62,19 @@ public:
     using Watch = std::function<void(const NewtonRound&)>;
 
     Newton(const Model& model, const NodeConditions& conditions, Assembly& assembly,
-           LinearSystem& system, const NewtonSettings& settings, const Watch& watch);
+           LinearSystem& system, const NewtonSettings& settings, const Watch& watch,
+           const StorageTerm* storage = nullptr);
 
     /// Finds the heads.
     /// @param near  heads that may be near, as those of the step before; empty for a cold start,
     ///              which also follows when they were of no use
     NewtonOutcome Solve(const std::vector<double>& near = {});
+
+    /// The same, but gives up after @p maxIterations from @p near.
+    NewtonOutcome SolveNear(const std::vector<double>& near, int maxIterations);
+    /// Solves with the matrix of the last iteration; x is 0 at the nodes held.
+    bool SolveLinearised(const std::vector<double>& rightSide, std::vector<double>& x,
+                         std::string& reason);
 
     const std::vector<double>& Head() const { return head_; }
     /// Flow that enters every node from outside; the rounding left at nodes without a boundary.
@@ -83,7 +92,7 @@ private:
     };
 
     void ColdStart();
-    bool FromHeadsNear(const std::vector<double>& near, const Easing& easing);
+    bool FromHeadsNear(const std::vector<double>& near, int maxIterations);
     bool InTurn(double least);
     /// What a problem on the way left behind. The faces belong to the heads: wet nodes stand at
     /// zero pressure.
@@ -102,6 +111,11 @@ private:
     bool Search(const Goal& goal);
     std::size_t SwitchFaces(const Goal& goal);
     void Evaluate(const Goal& goal);
+    void InflowOf(const std::vector<double>& head, const Easing& easing,
+                  std::vector<double>& inflow);
+    void AddStorage(const std::vector<double>& head, std::vector<double>& inflow);
+    double StorageScale() const;
+    double LeastKr() const;
     void Measure();
     double SumOfSquares(const std::vector<double>& inflow) const;
 
@@ -111,11 +125,13 @@ private:
     LinearSystem& system_;
     NewtonSettings settings_;
     Watch watch_;
+    const StorageTerm* storage_;
 
     SeepageFaces faces_;
     std::vector<double> head_, inflow_; ///< by node, as all that follow
     std::vector<double> residual_;      ///< what must still enter; 0 where a head is held
     std::vector<double> step_, trial_, trialInflow_, outflow_;
+    std::vector<double> water_, capacity_; ///< of the storage term; empty without one
     std::vector<char> held_;
     NewtonOutcome outcome_;
     double scale_ = 1;   ///< flow that residuals are measured by [m3/s per m]

@@ -61,12 +61,30 @@ void PointsOf(const Mesh& mesh, const Edge& edge, EdgePoint points[kEdgePoints])
     }
 }
 
+namespace
+{
+constexpr double kMissing = MissingValue<double>();
+
+/// Gives a node the limits of boundary @p b; a seepage face's go before others, then the first's.
+void Limit(NodeConditions& conditions, std::size_t b, int node, double y, double upper,
+           double lower)
+{
+    if (conditions.seepage[node] >= 0 && conditions.upper[node] <= y)
+        return;
+    conditions.seepage[node] = int(b);
+    conditions.upper[node] = IsMissingValue(upper) ? HUGE_VAL : y + upper;
+    conditions.lower[node] = IsMissingValue(lower) ? -HUGE_VAL : y + lower;
+}
+} // namespace
+
 NodeConditions Gather(const Model& model, const Step& step)
 {
     const Mesh& mesh = model.mesh;
     NodeConditions conditions;
     conditions.head.assign(mesh.Nodes(), MissingValue<double>());
     conditions.seepage.assign(mesh.Nodes(), -1);
+    conditions.upper.assign(mesh.Nodes(), HUGE_VAL);
+    conditions.lower.assign(mesh.Nodes(), -HUGE_VAL);
     conditions.load.assign(mesh.Nodes(), 0);
     conditions.loadSum.assign(step.conditions.size(), 0);
     for (std::size_t b = 0; b < step.conditions.size(); ++b)
@@ -80,10 +98,23 @@ NodeConditions Gather(const Model& model, const Step& step)
                 if (node < 0 || condition.type == BoundaryType::NoFlow)
                     continue;
                 const Point at{mesh.x[node], mesh.y[node]};
+                if (condition.type == BoundaryType::Flux)
+                {
+                    if (condition.IsLimited())
+                        Limit(conditions, b, node, at.y, condition.ponding,
+                              condition.leastPressureHead);
+                    continue;
+                }
                 if (condition.type == BoundaryType::Seepage)
-                    conditions.seepage[node] =
-                        conditions.seepage[node] < 0 ? int(b) : conditions.seepage[node];
-                else if (condition.type != BoundaryType::Flux && !conditions.HasHead(node))
+                {
+                    const double level =
+                        condition.values.empty() ? -HUGE_VAL : ValueAt(boundary, condition, at);
+                    if (level < at.y)
+                        Limit(conditions, b, node, at.y, 0, kMissing);
+                    else if (!conditions.HasHead(node))
+                        conditions.head[node] = level;
+                }
+                else if (!conditions.HasHead(node))
                     conditions.head[node] =
                         ValueAt(boundary, condition, at) +
                         (condition.type == BoundaryType::PressureHead ? at.y : 0);

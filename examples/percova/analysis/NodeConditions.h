@@ -11,13 +11,19 @@
 namespace percova
 {
 
+/// A node with a limit is held at it while that lets less water in, or out, than its boundary
+/// brings: on a seepage face the limit is zero pressure and the boundary brings nothing; on a flux
+/// boundary it is the ponding head, or the least pressure head.
+///
 /// Of several boundaries that meet in a node a given head comes before a seepage face, and that
 /// before an inflow (which then counts all the same); of several given heads the one that stands
 /// first in the problem file holds.
 struct NodeConditions
 {
     std::vector<double> head;    ///< by node: the given head, missing where none is given
-    std::vector<int> seepage;    ///< by node: its boundary if it lies on a seepage face, else -1
+    std::vector<int> seepage;    ///< by node: its boundary if that has limits, else -1
+    std::vector<double> upper;   ///< by node: head at its upper limit, where seepage is not -1
+    std::vector<double> lower;   ///< by node: head at its lower limit, where seepage is not -1
     std::vector<double> load;    ///< by node: inflow of the flux boundaries [m3/s per m]
     std::vector<double> loadSum; ///< by boundary: its whole load, 0 where it is no flux boundary
 

@@ -24,6 +24,10 @@ struct BoundaryFlow
     std::string name;
     double flow = kMissing;       ///< [m3/s per m], positive into the domain
     double integrated = kMissing; ///< the same by integrating the flux over the boundary
+    double cumulative = kMissing; ///< since t = 0, in a run in time [m3/m]
+    /// Of a flux boundary with limits: the length on which it is held at the ponding head, and at
+    /// the least pressure head [m].
+    double ponded = kMissing, dried = kMissing;
 };
 
 struct SeepageFace
@@ -46,7 +50,8 @@ struct ProbeValue
 struct SectionFlow
 {
     std::string name;
-    double flow = kMissing; ///< positive from the left of the line to its right
+    double flow = kMissing;       ///< positive from the left of the line to its right
+    double cumulative = kMissing; ///< since t = 0, in a run in time [m3/m]
 };
 
 struct StepResult
@@ -62,17 +67,45 @@ struct StepResult
     double massBalance = kMissing;                ///< (in - out) / in
     double flowInIntegrated = kMissing, flowOutIntegrated = kMissing;
     double storedWater = kMissing; ///< [m3/m]
+    /// @name In a run in time; the mass balance is then over all that went in and out since t = 0
+    /// @{
+    double time = kMissing, stepLength = kMissing; ///< [s]
+    std::size_t taken = 0, rejected = 0;           ///< time steps so far
+    double cumulativeIn = kMissing, cumulativeOut = kMissing, storedChange = kMissing; ///< [m3/m]
+    /// @}
     std::vector<BoundaryFlow> boundaries;
     std::vector<SeepageFace> seepageFaces;
     std::vector<Polyline> surface; ///< zero-pressure lines
     std::vector<ProbeValue> probes;
     std::vector<SectionFlow> sections;
-    DataTable nodal; ///< see NodalTable; empty once it is written
+    std::vector<double> capacity; ///< by node, in a run in time: storage coefficient dW/dpsi [1/m]
+    DataTable nodal;              ///< see NodalTable; empty once it is written
 };
 
 struct Seconds
 {
     double read = 0, assemble = 0, solve = 0, write = 0, total = 0;
+};
+
+/// The time steps between two starts of a run in time.
+struct PartOfRun
+{
+    std::string name;
+    double start = 0; ///< [s]
+    std::size_t taken = 0, rejected = 0;
+    double shortest = kMissing, longest = kMissing; ///< [s]
+};
+
+/// From where a run in time goes on.
+struct TimeState
+{
+    std::vector<double> head; ///< by node [m]; empty at the beginning
+    double time = 0, nextLength = 0;
+    std::size_t taken = 0, rejected = 0;
+    int initialIterations = 0;
+    double in = 0, out = 0, initialStored = 0; ///< [m3/m]
+    std::vector<double> boundaries, sections;  ///< cumulative flows [m3/m]
+    std::vector<PartOfRun> parts;
 };
 
 struct Results
@@ -85,8 +118,17 @@ struct Results
     std::vector<std::string> earlier; ///< steps of an interrupted run that this one continues, JSON
     std::vector<double> lastHead;     ///< by node, of the last of them [m]; may be empty
     std::vector<StepResult> steps;
+    /// @name Of a run in time, whose outputs are the steps; the first is the initial state
+    /// @{
+    TimeState state;
+    std::string earlierHistory;      ///< of an interrupted run, as it was written
+    std::vector<StepResult> history; ///< one for every time step, without pictures and fields
+    std::string stopped;             ///< when and why it got stuck; empty when it did not
+    /// @}
     bool Converged() const
     {
+        if (!stopped.empty())
+            return false;
         for (const StepResult& step : steps)
             if (!step.converged)
                 return false;

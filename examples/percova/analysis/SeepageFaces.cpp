@@ -1,16 +1,19 @@
 #include "analysis/SeepageFaces.h"
 
+#include <cmath>
+
 namespace percova
 {
 
-SeepageFaces::SeepageFaces(const Mesh& mesh, const NodeConditions& conditions)
-    : mesh_(&mesh), wet_(mesh.Nodes())
+SeepageFaces::SeepageFaces(const NodeConditions& conditions)
+    : conditions_(&conditions), state_(conditions.seepage.size(), Free)
 {
-    for (std::size_t node = 0; node < mesh.Nodes(); ++node)
+    for (std::size_t node = 0; node < state_.size(); ++node)
         if (conditions.seepage[node] >= 0)
         {
             nodes_.push_back(int(node));
-            wet_[node] = 1;
+            if (std::isfinite(conditions.upper[node]))
+                state_[node] = AtUpper;
         }
     switched_.assign(nodes_.size(), 0);
 }
@@ -18,7 +21,7 @@ SeepageFaces::SeepageFaces(const Mesh& mesh, const NodeConditions& conditions)
 void SeepageFaces::Follow(const std::vector<double>& head)
 {
     for (const int node : nodes_)
-        wet_[node] = head[node] >= mesh_->y[node];
+        state_[node] = StateOf(node, head[node]);
 }
 
 void SeepageFaces::ForgetSwitches() { switched_.assign(nodes_.size(), 0); }
@@ -32,15 +35,19 @@ std::size_t SeepageFaces::Switch(const std::vector<double>& outflow, double tole
     for (std::size_t k = 0; k < nodes_.size(); ++k)
     {
         const int node = nodes_[k];
-        const bool breaks = wet_[node] ? outflow[node] < -tolerance : head[node] > mesh_->y[node];
+        const State state = state_[node];
+        const bool breaks = state == AtUpper   ? outflow[node] < -tolerance
+                            : state == AtLower ? outflow[node] > tolerance
+                                               : head[node] > conditions_->upper[node] ||
+                                                     head[node] < conditions_->lower[node];
         if (!breaks || (!settled && switched_[k] >= kFree) ||
             (changed > 0 && switched_[k] >= kJoint))
             continue;
         ++changed;
         ++switched_[k];
-        wet_[node] ^= 1;
-        if (wet_[node])
-            head[node] = mesh_->y[node];
+        state_[node] = state == Free ? StateOf(node, head[node]) : Free;
+        if (IsHeld(std::size_t(node)))
+            head[node] = Limit(std::size_t(node));
     }
     return changed;
 }

@@ -1,9 +1,8 @@
 /// @file
-/// Which nodes of the seepage faces let water out.
+/// Which nodes are held at a limit of their boundary.
 #pragma once
 
 #include "analysis/NodeConditions.h"
-#include "mesh/Mesh.h"
 
 #include <cstddef>
 #include <vector>
@@ -11,37 +10,53 @@
 namespace percova
 {
 
-/// On a seepage face a node either stands at zero pressure and gives water off (wet), or has no
-/// flow and no positive pressure (dry). A node whose state breaks its rule is switched over; one
-/// that keeps coming back has to wait for the others to settle, and in the end the nodes are
-/// switched one at a time, least index first, which cannot go round in circles (Murty 1974, for
-/// the linear problem).
+/// The nodes whose boundaries have limits, see NodeConditions. Such a node is either free or held
+/// at a limit; one whose state breaks its rule is switched over. A node that keeps coming back has
+/// to wait for the others to settle, and in the end the nodes are switched one at a time, least
+/// index first, which cannot go round in circles (Murty 1974, for the linear problem).
 class SeepageFaces
 {
 public:
-    /// All nodes of the faces wet, which is the safe side: nothing floats.
-    SeepageFaces(const Mesh& mesh, const NodeConditions& conditions);
+    /// All nodes with an upper limit held at it, which is the safe side: nothing floats.
+    explicit SeepageFaces(const NodeConditions& conditions);
 
-    /// Switches nodes over and puts those that become wet at zero pressure.
-    /// @param outflow    by node [m3/s per m]
-    /// @param tolerance  an inflow up to this is none
+    /// Switches nodes over and puts those that become held at their limits.
+    /// @param outflow    by node: what its boundary brings less what enters [m3/s per m]
+    /// @param tolerance  a flow up to this is none
     /// @param settled    whether the flow equations hold for the present states
     /// @returns how many nodes changed
     std::size_t Switch(const std::vector<double>& outflow, double tolerance, bool settled,
                        std::vector<double>& head);
 
-    /// Takes the states over from @p head: wet where the pressure is not negative.
+    /// Takes the states over from @p head.
     void Follow(const std::vector<double>& head);
 
     /// Every node may switch freely again, for another problem.
     void ForgetSwitches();
 
-    bool IsWet(std::size_t node) const { return wet_[node] != 0; }
+    bool IsHeld(std::size_t node) const { return state_[node] != Free; }
+    /// The head that a held node is held at.
+    double Limit(std::size_t node) const
+    {
+        return state_[node] == AtUpper ? conditions_->upper[node] : conditions_->lower[node];
+    }
 
 private:
-    const Mesh* mesh_;
-    std::vector<int> nodes_;         ///< all of the faces, ascending
-    std::vector<char> wet_;          ///< by node of the mesh
+    enum State : char
+    {
+        Free,
+        AtUpper,
+        AtLower
+    };
+    State StateOf(int node, double head) const
+    {
+        return head >= conditions_->upper[node]   ? AtUpper
+               : head <= conditions_->lower[node] ? AtLower
+                                                  : Free;
+    }
+    const NodeConditions* conditions_;
+    std::vector<int> nodes_;         ///< those with limits, ascending
+    std::vector<State> state_;       ///< by node of the mesh
     std::vector<unsigned> switched_; ///< by place in nodes_: how often
 };
 

@@ -3,6 +3,15 @@
 namespace percova
 {
 
+WaterInSoil Soil::Water(double psi) const
+{
+    if (!hasCurve)
+        return {storage * psi, storage};
+    if (psi >= 0)
+        return {curve.Saturated() + storage * psi, storage};
+    return {curve.Content(gammaW * psi), -gammaW * curve.Slope(-gammaW * psi)};
+}
+
 bool MakeSoils(const Problem& problem, std::vector<Soil>& soils, std::string& reason)
 {
     soils.clear();
@@ -12,7 +21,9 @@ bool MakeSoils(const Problem& problem, std::vector<Soil>& soils, std::string& re
         soil.kx = material.kSat;
         soil.ky = material.kSat * material.anisotropy;
         soil.hasCurve = material.water.has_value();
-        if ((soil.hasCurve && !soil.curve.Set(*material.water, reason)) ||
+        soil.storage = material.mV * problem.gammaW;
+        soil.gammaW = problem.gammaW;
+        if ((soil.hasCurve && !soil.curve.Set(*material.water, problem.gammaW, reason)) ||
             !soil.kr.Set(material.kr, soil.curve, problem.gammaW, reason))
         {
             reason = "material \"" + material.name + "\": " + reason;

@@ -12,12 +12,24 @@
 namespace percova
 {
 
+/// Water in a unit volume of soil, and its derivative by the pressure head [1/m].
+struct WaterInSoil
+{
+    double content = 0, capacity = 0;
+};
+
 struct Soil
 {
     double kx = 0, ky = 0; ///< saturated conductivities [m/s]
     Conductivity kr;
     WaterCurve curve;
     bool hasCurve = false;
+    double storage = 0; ///< specific storage, m_v gamma_w [1/m]
+    double gammaW = 9.81;
+
+    /// theta(psi) below zero pressure head, theta_s + storage psi above; storage psi for either
+    /// sign where there is no curve.
+    WaterInSoil Water(double psi) const;
 };
 
 /// Soils of the problem's materials, in their order; curves given by points are fitted.

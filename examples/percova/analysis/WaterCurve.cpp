@@ -39,15 +39,22 @@ bool Fit(const WaterContent& water, double& a, double& n, double& m)
 }
 } // namespace
 
-bool WaterCurve::Set(const WaterContent& water, std::string& reason)
+bool WaterCurve::Set(const WaterContent& water, double gammaW, std::string& reason)
 {
+    limit_ = water.limit;
+    saturated_ = water.thetaS;
+    if (water.rule == WaterRule::Exponential)
+    {
+        rate_ = water.alpha / gammaW;
+        residual_ = water.thetaR;
+        return true;
+    }
     double a = water.a, n = water.n, m = water.m;
     if (!water.measured.empty() && !Fit(water, a, n, m))
     {
         reason = "its water-content points cannot be fitted";
         return false;
     }
-    limit_ = water.limit;
     function_ = {a, n, m, water.thetaS, limit_};
     if (function_.IsValid() && limit_ > 0)
         return true;
@@ -55,12 +62,25 @@ bool WaterCurve::Set(const WaterContent& water, std::string& reason)
     return false;
 }
 
-double WaterCurve::Content(double pressure) const { return std::max(0.0, function_(pressure)); }
+double WaterCurve::Steepness() const
+{
+    constexpr double kExponential = 40; // it is over at about 40 / rate
+    return rate_ > 0 ? kExponential : function_.N();
+}
+
+double WaterCurve::Content(double pressure) const
+{
+    if (rate_ > 0)
+        return residual_ + (saturated_ - residual_) * std::exp(rate_ * std::min(pressure, 0.0));
+    return std::max(0.0, function_(pressure));
+}
 
 double WaterCurve::Slope(double suction) const
 {
-    if (!(suction > 0) || suction >= limit_)
+    if (!(suction > 0) || (suction >= limit_ && rate_ == 0))
         return 0;
+    if (rate_ > 0)
+        return -rate_ * (saturated_ - residual_) * std::exp(-rate_ * suction);
     // theta = thetaS L^-m C with L = ln(e + (s/a)^n), C = 1 - ln(1 + s/r) / ln(1 + limit/r)
     const double r = 0.003 * limit_;
     const double n = function_.N(), m = function_.M();

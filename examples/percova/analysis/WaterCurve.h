@@ -10,16 +10,17 @@
 namespace percova
 {
 
-/// The Fredlund-Xing curve with its derivative, for pressures in kPa.
+/// A water-content curve with its derivative, for pressures in kPa.
 class WaterCurve
 {
 public:
     /// Fits a, n and m first where @p water gives measured points.
     /// @returns false with the reason when that cannot be done
-    bool Set(const WaterContent& water, std::string& reason);
+    bool Set(const WaterContent& water, double gammaW, std::string& reason);
 
-    const math::fn::flow::FredXing& Function() const { return function_; }
-    double Saturated() const { return function_.SatWC(); }
+    double Saturated() const { return saturated_; }
+    /// How much more sharply it bends over the logarithm of the suction than its fellow with n = 1.
+    double Steepness() const;
     double Limit() const { return limit_; }
 
     /// Volumetric water content at a pore-water pressure; 0 at and beyond the limit suction.
@@ -31,6 +32,9 @@ public:
 private:
     math::fn::flow::FredXing function_{1, 1, 1, 1, 1e6};
     double limit_ = 1e6; ///< suction of zero water content [kPa]
+    double saturated_ = 1;
+    double rate_ = 0;     ///< of the exponential rule [1/kPa]; 0 for the Fredlund-Xing curve
+    double residual_ = 0; ///< of the exponential rule
 };
 
 } // namespace percova

@@ -1,8 +1,12 @@
 #include "output/Output.h"
 
+#include "problem/NumberText.h"
 #include "problem/TextFile.h"
 
+#include <cmath>
 #include <cstring>
+#include <string_view>
+#include <utility>
 
 namespace percova
 {
@@ -53,26 +57,46 @@ void ConvertToFileUnits(Model& model)
         Scale(section.line, length);
     for (Step& step : model.problem.steps)
         for (Condition& condition : step.conditions)
-            Scale(condition.values, length);
+        {
+            const double unit = condition.type == BoundaryType::Flux
+                                    ? length * model.problem.units.seconds
+                                    : length;
+            Scale(condition.values, unit);
+            for (TimedValues& entry : condition.series)
+                Scale(entry.values, unit);
+        }
 }
 
 void ConvertToFileUnits(const Units& units, StepResult& step)
 {
     if (units.AreInternal())
         return;
-    const double length = 1 / units.metres, pressure = 1 / units.kPa;
-    const double area = length * length; // flows are areas per second
-    for (double* flow : {&step.flowIn, &step.flowOut, &step.flowInIntegrated,
-                         &step.flowOutIntegrated, &step.storedWater})
-        Scale(*flow, area);
+    const double length = 1 / units.metres, pressure = 1 / units.kPa, time = units.seconds;
+    const double area = length * length; // flows are areas per time
+    for (double* flow :
+         {&step.flowIn, &step.flowOut, &step.flowInIntegrated, &step.flowOutIntegrated})
+        Scale(*flow, area * time);
+    for (double* volume :
+         {&step.storedWater, &step.cumulativeIn, &step.cumulativeOut, &step.storedChange})
+        Scale(*volume, area);
+    for (double* seconds : {&step.time, &step.stepLength})
+        Scale(*seconds, 1 / time);
     for (BoundaryFlow& boundary : step.boundaries)
+    {
         for (double* flow : {&boundary.flow, &boundary.integrated})
-            Scale(*flow, area);
+            Scale(*flow, area * time);
+        for (double* held : {&boundary.ponded, &boundary.dried})
+            Scale(*held, length);
+        Scale(boundary.cumulative, area);
+    }
     for (SectionFlow& section : step.sections)
-        Scale(section.flow, area);
+    {
+        Scale(section.flow, area * time);
+        Scale(section.cumulative, area);
+    }
     for (SeepageFace& face : step.seepageFaces)
     {
-        Scale(face.flow, area);
+        Scale(face.flow, area * time);
         Scale(face.exit, length);
     }
     for (Polyline& line : step.surface)
@@ -83,11 +107,14 @@ void ConvertToFileUnits(const Units& units, StepResult& step)
         Scale(probe.head, length);
         Scale(probe.pressureHead, length);
         Scale(probe.pressure, pressure);
-        Scale(probe.flux, length);
+        Scale(probe.flux, length * time);
     }
-    for (const DataParamType param :
-         {dataparam::Head, dataparam::PressureHead, dataparam::VelocityX, dataparam::VelocityY})
+    for (const DataParamType param : {dataparam::Head, dataparam::PressureHead})
         Scale(step.nodal, param, length);
+    for (const DataParamType param : {dataparam::VelocityX, dataparam::VelocityY})
+        Scale(step.nodal, param, length * time);
+    for (double& capacity : step.capacity)
+        capacity /= length;
     Scale(step.nodal, dataparam::Pressure, pressure);
 }
 
@@ -104,14 +131,17 @@ bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& s
 {
     if (!files.MakeFolders(step.number, reason))
         return false;
+    const bool isInTime = model.problem.time.has_value();
     const auto write = [&](const char* ending, const auto& content) {
-        return WriteWhole(files.OfStep(step.number, ending), content, reason);
+        return WriteWhole(isInTime ? files.OfOutput(step.number, ending)
+                                   : files.OfStep(step.number, ending),
+                          content, reason);
     };
     const bool shown = write(".vtu", [&](std::ostream& out) { WriteVtu(out, model, step); }) &&
                        write(".svg", [&](std::ostream& out) { WritePicture(out, model, step); });
-    if (!shown || !files.HasStepFolders())
+    if (!shown || (!files.HasStepFolders() && !isInTime))
         return shown;
-    return write(".json", [&](std::ostream& out) { WriteStepJson(out, step); }) &&
+    return (isInTime || write(".json", [&](std::ostream& out) { WriteStepJson(out, step); })) &&
            write(".heads", [&](std::ostream& out) {
                out.write(reinterpret_cast<const char*>(head.data()),
                          static_cast<std::streamsize>(head.size() * sizeof(double)));
@@ -128,14 +158,102 @@ std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nod
     return head;
 }
 
+namespace
+{
+/// A field of a CSV file. A name that a spreadsheet would take for a formula is marked as text.
+std::string CsvField(std::string text)
+{
+    if (!text.empty() && std::string_view("=+-@").find(text[0]) != std::string_view::npos)
+        text.insert(0, 1, '\'');
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    for (std::size_t at = text.find('"'); at != std::string::npos; at = text.find('"', at + 2))
+        text.insert(at, 1, '"');
+    return '"' + text + '"';
+}
+
+void WriteHistoryHeader(std::ostream& out, const Problem& problem)
+{
+    const Units& units = problem.units;
+    const std::string flow = units.length + "3/" + units.time + " per " + units.length;
+    const std::string volume = units.length + "3 per " + units.length;
+    std::vector<std::pair<std::string, std::string>> columns{
+        {"time", units.time},       {"step_length", units.time}, {"iterations", "1"},
+        {"flow_in", flow},          {"flow_out", flow},          {"cumulative_in", volume},
+        {"cumulative_out", volume}, {"stored_water", volume},    {"mass_balance", "1"}};
+    for (const Probe& probe : problem.probes)
+    {
+        columns.push_back({probe.name + ".head", units.length});
+        columns.push_back({probe.name + ".pressure_head", units.length});
+        columns.push_back({probe.name + ".water_content", "1"});
+    }
+    for (const Boundary& boundary : problem.boundaries)
+        columns.push_back({boundary.name + ".flow", flow});
+    for (const Section& section : problem.sections)
+        columns.push_back({section.name + ".flow", flow});
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        out << (i == 0 ? "" : ",") << CsvField(columns[i].first);
+    out << "\n# ";
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        out << (i == 0 ? "" : ",") << CsvField(columns[i].second);
+    out << '\n';
+}
+
+void WriteHistoryRow(std::ostream& out, StepResult row, const Units& units)
+{
+    ConvertToFileUnits(units, row);
+    const auto put = [&](double value) {
+        out << ',';
+        if (!IsMissingValue(value) && std::isfinite(value))
+            out << Exact(value);
+    };
+    out << Exact(row.time);
+    put(row.stepLength);
+    put(row.iterations);
+    for (const double value : {row.flowIn, row.flowOut, row.cumulativeIn, row.cumulativeOut,
+                               row.storedWater, row.massBalance})
+        put(value);
+    for (const ProbeValue& probe : row.probes)
+        for (const double value : {probe.head, probe.pressureHead, probe.waterContent})
+            put(value);
+    for (const BoundaryFlow& boundary : row.boundaries)
+        put(boundary.flow);
+    for (const SectionFlow& section : row.sections)
+        put(section.flow);
+    out << '\n';
+}
+} // namespace
+
+void WriteHistory(std::ostream& out, const Model& model, const Results& results)
+{
+    if (results.earlierHistory.empty())
+        WriteHistoryHeader(out, model.problem);
+    out << results.earlierHistory;
+    for (const StepResult& row : results.history)
+        WriteHistoryRow(out, row, model.problem.units);
+}
+
 bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,
                   std::string& reason)
 {
+    const bool isInTime = model.problem.time.has_value();
+    const std::size_t count = results.earlier.size() + results.steps.size();
     std::vector<std::string> grids;
-    for (std::size_t i = 0; i < results.earlier.size() + results.steps.size(); ++i)
-        grids.push_back(files.NameOfStep(i + 1, ".vtu"));
+    std::vector<double> times;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        grids.push_back(files.NameOfStep(i + (isInTime ? 0 : 1), ".vtu"));
+        if (isInTime)
+            times.push_back(
+                i == 0 ? 0 : model.problem.time->outputs[i - 1] / model.problem.units.seconds);
+    }
     return WriteWhole(
-               files.OfRun(".pvd"), [&](std::ostream& out) { WritePvd(out, grids); }, reason) &&
+               files.OfRun(".pvd"), [&](std::ostream& out) { WritePvd(out, grids, times); },
+               reason) &&
+           (!isInTime ||
+            WriteWhole(
+                files.OfRun(".history.csv"),
+                [&](std::ostream& out) { WriteHistory(out, model, results); }, reason)) &&
            WriteWhole(
                files.Folder() / "result.json",
                [&](std::ostream& out) { WriteResultJson(out, model, results); }, reason);

@@ -28,7 +28,11 @@ void WriteStepJson(std::ostream& out, const StepResult& step);
 /// A file for ParaView: an unstructured grid with the nodal values of one step.
 void WriteVtu(std::ostream& out, const Model& model, const StepResult& step);
 /// The collection of the steps' .vtu files @p names.
-void WritePvd(std::ostream& out, const std::vector<std::string>& names);
+/// @param times  of each; empty: numbered from 1
+void WritePvd(std::ostream& out, const std::vector<std::string>& names,
+              const std::vector<double>& times);
+/// One line for every time step of a run in time, behind a header with names and units.
+void WriteHistory(std::ostream& out, const Model& model, const Results& results);
 /// A drawing of one step: soil, head contours, phreatic line, boundaries.
 void WritePicture(std::ostream& out, const Model& model, const StepResult& step);
 

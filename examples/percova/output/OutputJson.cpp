@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 
 namespace percova
@@ -31,7 +32,11 @@ Json Flows(const std::vector<Flow>& flows)
 {
     Json all = Json::object();
     for (const Flow& flow : flows)
-        all[flow.name] = {{"flow", Value(flow.flow)}};
+    {
+        Json& json = all[flow.name] = {{"flow", Value(flow.flow)}};
+        if (!IsMissingValue(flow.cumulative))
+            json["cumulative"] = Value(flow.cumulative);
+    }
     return all;
 }
 
@@ -49,6 +54,20 @@ Json ProbeJson(const ProbeValue& probe)
             {"flux", Pair(probe.flux)}};
 }
 
+/// What a run in time has more.
+void AddTime(Json& json, const StepResult& step)
+{
+    if (IsMissingValue(step.time))
+        return;
+    json["time"] = Value(step.time);
+    json["step_length"] = Value(step.stepLength);
+    json["steps_taken"] = step.taken;
+    json["steps_rejected"] = step.rejected;
+    json["cumulative_in"] = Value(step.cumulativeIn);
+    json["cumulative_out"] = Value(step.cumulativeOut);
+    json["stored_change"] = Value(step.storedChange);
+}
+
 Json StepJson(const StepResult& step)
 {
     Json json = {{"step", step.number},
@@ -64,7 +83,15 @@ Json StepJson(const StepResult& step)
                  {"stored_water", Value(step.storedWater)},
                  {"boundaries", Flows(step.boundaries)}};
     for (const BoundaryFlow& boundary : step.boundaries)
-        json["boundaries"][boundary.name]["flow_integrated"] = Value(boundary.integrated);
+    {
+        Json& flow = json["boundaries"][boundary.name];
+        flow["flow_integrated"] = Value(boundary.integrated);
+        if (IsMissingValue(boundary.ponded))
+            continue;
+        flow["ponded_length"] = Value(boundary.ponded);
+        flow["dried_length"] = Value(boundary.dried);
+    }
+    AddTime(json, step);
     Json& faces = json["seepage_faces"] = Json::object();
     for (const SeepageFace& face : step.seepageFaces)
         faces[face.name] = {{"flow", Value(face.flow)}, {"exit", Value(face.exit)}};
@@ -94,9 +121,39 @@ void WriteStepJson(std::ostream& out, const StepResult& step)
     out << StepJson(step).dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
+namespace
+{
+/// The outputs of a run in time, and how its steps went.
+void AddOutputs(Json& json, const Model& model, const Results& results)
+{
+    Json outputs = Json::array();
+    for (const std::string& output : results.earlier)
+        outputs.push_back(Json::parse(output));
+    for (const StepResult& output : results.steps)
+        outputs.push_back(StepJson(output));
+    if (!outputs.empty())
+        json["initial"] = outputs.front();
+    outputs.erase(outputs.begin(), outputs.begin() + std::min<std::ptrdiff_t>(1, outputs.size()));
+    json["times"] = outputs;
+    const double unit = model.problem.units.seconds;
+    Json& parts = json["steps"] = Json::array();
+    for (const PartOfRun& part : results.state.parts)
+        parts.push_back({{"name", part.name},
+                         {"start", part.start / unit},
+                         {"steps_taken", part.taken},
+                         {"steps_rejected", part.rejected},
+                         {"shortest_step", part.taken == 0 ? Json() : Json(part.shortest / unit)},
+                         {"longest_step", part.taken == 0 ? Json() : Json(part.longest / unit)}});
+    json["history"] = BaseName(model.problem) + ".history.csv";
+    if (!results.stopped.empty())
+        json["stopped"] = results.stopped;
+}
+} // namespace
+
 void WriteResultJson(std::ostream& out, const Model& model, const Results& results)
 {
     Json json = {{"problem", model.problem.id},
+                 {"collection", BaseName(model.problem) + ".pvd"},
                  {"mesh",
                   {{"nodes", model.mesh.Nodes()},
                    {"elements", model.mesh.Elements()},
@@ -110,11 +167,16 @@ void WriteResultJson(std::ostream& out, const Model& model, const Results& resul
                    {"solve", results.seconds.solve},
                    {"write", results.seconds.write},
                    {"total", results.seconds.total}}}};
-    Json& steps = json["steps"] = Json::array();
-    for (const std::string& step : results.earlier)
-        steps.push_back(Json::parse(step));
-    for (const StepResult& step : results.steps)
-        steps.push_back(StepJson(step));
+    if (model.problem.time)
+        AddOutputs(json, model, results);
+    else
+    {
+        Json& steps = json["steps"] = Json::array();
+        for (const std::string& step : results.earlier)
+            steps.push_back(Json::parse(step));
+        for (const StepResult& step : results.steps)
+            steps.push_back(StepJson(step));
+    }
     out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 

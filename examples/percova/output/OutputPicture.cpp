@@ -70,6 +70,7 @@ private:
 
 void Picture::Soil()
 {
+    const Units& units = model_.problem.units;
     for (std::size_t i = 0; i < model_.problem.materials.size(); ++i)
     {
         const std::string outline = OutlineOf(model_, static_cast<int>(i), frame_);
@@ -78,10 +79,16 @@ void Picture::Soil()
         const std::string fill = std::string("fill=\"") + kSoils[i % kSoils.size()] + '"';
         page_.Path(outline, fill + " stroke=\"#555\" stroke-width=\"1\" fill-rule=\"evenodd\"");
         const Material& material = model_.problem.materials[i];
-        page_.LegendLine("<rect width=\"22\" height=\"14\" stroke=\"#555\" " + fill + "/>",
-                         material.name + ", k " +
-                             Short(material.kSat / model_.problem.units.metres, 3) + ' ' +
-                             model_.problem.units.length + "/s");
+        page_.LegendLine(
+            "<rect width=\"22\" height=\"14\" stroke=\"#555\" " + fill + "/>",
+            material.name + ", k " + Short(material.kSat * units.seconds / units.metres, 3) +
+                (material.anisotropy == 1
+                     ? ""
+                     : " across, " +
+                           Short(material.kSat * material.anisotropy * units.seconds / units.metres,
+                                 3) +
+                           " up") +
+                ' ' + units.length + '/' + units.time);
     }
 }
 
@@ -203,12 +210,17 @@ std::string Told(const Condition& condition, const Units& units)
     text += Short(*least, 4);
     if (*least != *most)
         text += " to " + Short(*most, 4);
-    return text + ' ' + units.length + (condition.type == BoundaryType::Flux ? "/s" : "");
+    return text + ' ' + units.length +
+           (condition.type == BoundaryType::Flux ? '/' + units.time : "");
 }
 
 void Picture::Boundaries()
 {
-    const std::vector<Condition>& conditions = model_.problem.steps[step_.number - 1].conditions;
+    const std::vector<Condition> conditions =
+        IsMissingValue(step_.time)
+            ? model_.problem.steps[step_.number - 1].conditions
+            : StepAt(model_.problem, step_.time * model_.problem.units.seconds, Side::Before)
+                  .conditions;
     for (std::size_t i = 0; i < model_.boundaryEdges.size(); ++i)
     {
         const std::vector<Edge>& edges = model_.boundaryEdges[i];

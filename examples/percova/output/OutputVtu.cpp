@@ -1,5 +1,6 @@
 #include "output/Markup.h"
 #include "output/Output.h"
+#include "problem/NumberText.h"
 
 #include <array>
 #include <cstdint>
@@ -134,7 +135,12 @@ void WriteVtu(std::ostream& out, const Model& model, const StepResult& step)
     const Mesh& mesh = model.mesh;
     const DataTable& nodal = step.nodal;
     out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"UnstructuredGrid\" version=\"1.0\" "
-           "byte_order=\"LittleEndian\" header_type=\"UInt64\">\n<UnstructuredGrid>\n<Piece "
+           "byte_order=\"LittleEndian\" header_type=\"UInt64\">\n<UnstructuredGrid>\n";
+    if (!IsMissingValue(step.time))
+        out << "<FieldData>\n<DataArray type=\"Float64\" Name=\"TimeValue\" NumberOfTuples=\"1\" "
+               "format=\"ascii\">"
+            << Exact(step.time) << "</DataArray>\n</FieldData>\n";
+    out << "<Piece "
            "NumberOfPoints=\""
         << mesh.Nodes() << "\" NumberOfCells=\"" << mesh.Elements() << "\">\n<Points>\n";
     VectorArray(out, "Points", mesh.x, mesh.y);
@@ -146,6 +152,9 @@ void WriteVtu(std::ostream& out, const Model& model, const StepResult& step)
     NodalArray(out, "pressure_head", nodal.Column(dataparam::PressureHead));
     NodalArray(out, "water_content", nodal.Column(dataparam::WaterContent));
     NodalArray(out, "kr", nodal.Column(dataparam::RelativeConductivity));
+    if (!step.capacity.empty())
+        Array<double>(out, "storage_coefficient", 1, step.capacity.size(),
+                      [&](std::size_t i) { return step.capacity[i]; });
     VectorArray(out, "velocity", nodal.Column(dataparam::VelocityX),
                 nodal.Column(dataparam::VelocityY));
     VectorArray(out, "gradient", nodal.Column(dataparam::GradientX),
@@ -156,13 +165,14 @@ void WriteVtu(std::ostream& out, const Model& model, const StepResult& step)
     out << "</CellData>\n</Piece>\n</UnstructuredGrid>\n</VTKFile>\n";
 }
 
-void WritePvd(std::ostream& out, const std::vector<std::string>& names)
+void WritePvd(std::ostream& out, const std::vector<std::string>& names,
+              const std::vector<double>& times)
 {
     out << "<?xml version=\"1.0\"?>\n<VTKFile type=\"Collection\" version=\"0.1\" "
            "byte_order=\"LittleEndian\">\n<Collection>\n";
     for (std::size_t i = 0; i < names.size(); ++i)
-        out << "<DataSet timestep=\"" << i + 1 << "\" part=\"0\" file=\"" << Escaped(names[i])
-            << "\"/>\n";
+        out << "<DataSet timestep=\"" << (times.empty() ? std::to_string(i + 1) : Exact(times[i]))
+            << "\" part=\"0\" file=\"" << Escaped(names[i]) << "\"/>\n";
     out << "</Collection>\n</VTKFile>\n";
 }
 

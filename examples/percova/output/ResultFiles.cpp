@@ -7,7 +7,8 @@ namespace percova
 {
 
 ResultFiles::ResultFiles(const std::filesystem::path& folder, const Problem& problem)
-    : folder_(std::filesystem::absolute(folder).lexically_normal()), steps_(problem.steps.size())
+    : folder_(std::filesystem::absolute(folder).lexically_normal()),
+      steps_(problem.time ? 1 : problem.steps.size()), isInTime_(problem.time.has_value())
 {
     if (!folder_.has_filename()) // a separator at the end
         folder_ = folder_.parent_path();
@@ -32,10 +33,18 @@ std::filesystem::path ResultFiles::OfStep(std::size_t number, const char* ending
     return named.ok() ? PathOf(path) : std::filesystem::path(); // refused by MakeFolders before
 }
 
+std::filesystem::path ResultFiles::OfOutput(std::size_t number, const char* ending) const
+{
+    std::string text = std::to_string(number);
+    text.insert(0, text.size() < 4 ? 4 - text.size() : 0, '0');
+    return OfRun(('.' + text + ending).c_str());
+}
+
 std::string ResultFiles::NameOfStep(std::size_t number, const char* ending) const
 {
-    const std::u8string name =
-        OfStep(number, ending).lexically_relative(folder_).generic_u8string();
+    const std::u8string name = (isInTime_ ? OfOutput(number, ending) : OfStep(number, ending))
+                                   .lexically_relative(folder_)
+                                   .generic_u8string();
     return {name.begin(), name.end()};
 }
 

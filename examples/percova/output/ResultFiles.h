@@ -29,7 +29,9 @@ public:
     std::filesystem::path OfRun(const char* ending) const;
     /// A file of step @p number, counted from 1.
     std::filesystem::path OfStep(std::size_t number, const char* ending) const;
-    /// The same as seen from the folder, with slashes.
+    /// A file of output @p number of a run in time, counted from 0 for the initial state.
+    std::filesystem::path OfOutput(std::size_t number, const char* ending) const;
+    /// The files of steps and outputs as seen from the folder, with slashes.
     std::string NameOfStep(std::size_t number, const char* ending) const;
 
     /// Makes the folders of step @p number, or of the run for 0.
@@ -41,6 +43,7 @@ private:
 
     std::filesystem::path folder_;
     std::size_t steps_;
+    bool isInTime_;
     doc::file::Name document_; ///< without step and ending
 };
 

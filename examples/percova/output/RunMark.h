@@ -3,6 +3,7 @@
 #pragma once
 
 #include "KVI.h"
+#include "analysis/Results.h"
 #include "output/ResultFiles.h"
 #include "problem/Problem.h"
 
@@ -17,8 +18,8 @@ namespace percova
 ///
 /// The mark is written after the files of its step are whole, and set back before a run begins
 /// anew, so it never names a step that is not whole. It counts only for the same problem, mesh and
-/// settings; after a run that came to its end the next one starts afresh. A problem of one step
-/// has no mark.
+/// settings; after a run that came to its end the next one starts afresh. A steady problem of one
+/// step has no mark.
 class RunMark
 {
 public:
@@ -31,6 +32,11 @@ public:
     ///                    it is another run's
     /// @param[out] head   by node [m], of the last of them; empty when it cannot be read
     void Read(std::size_t nodes, std::vector<std::string>& steps, std::vector<double>& head) const;
+    /// What an interrupted run in time left: its outputs, its history and from where it goes on.
+    void ReadState(std::size_t nodes, Results& results) const;
+    /// Marks how far a run in time has come, or that nothing of it counts (@p outputs = 0).
+    /// @returns false with @p reason when that cannot be written
+    bool SetState(std::size_t outputs, const TimeState& state, std::string& reason) const;
     /// @returns false with @p reason when the mark cannot be written
     bool Set(const doc::file::mark::MarkStep& mark, std::string& reason) const;
 

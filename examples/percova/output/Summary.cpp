@@ -81,9 +81,9 @@ std::string ElementsOf(const Mesh& mesh)
 
 void PrintFlows(std::ostream& out, const Units& units, const StepResult& step)
 {
-    const std::string unit = units.length + "3/s per " + units.length;
-    const auto perDay = [](double flow) {
-        return IsMissingValue(flow) ? std::string("-") : Number(flow * 86400);
+    const std::string unit = units.length + "3/" + units.time + " per " + units.length;
+    const auto perDay = [&](double flow) {
+        return IsMissingValue(flow) ? std::string("-") : Number(flow * 86400 / units.seconds);
     };
     std::vector<Row> rows{{"flow", unit, units.length + "3/day"}};
     const auto add = [&](const std::string& name, double flow) {
@@ -96,7 +96,19 @@ void PrintFlows(std::ostream& out, const Units& units, const StepResult& step)
     for (const SectionFlow& section : step.sections)
         add("  across " + section.name, section.flow);
     PrintTable(out, rows);
-    out << "  mass balance " << Number(step.massBalance, 3) << " (in - out) / in";
+    for (const BoundaryFlow& boundary : step.boundaries)
+        if (!IsMissingValue(boundary.ponded) && boundary.ponded + boundary.dried > 0)
+            out << "  " << boundary.name << " is limited on "
+                << Number(boundary.ponded + boundary.dried) << ' ' << units.length << ": ponded on "
+                << Number(boundary.ponded) << ", at the least pressure head on "
+                << Number(boundary.dried) << '\n';
+    if (!IsMissingValue(step.time))
+        out << "  since the start in " << Number(step.cumulativeIn) << ", out "
+            << Number(step.cumulativeOut) << ", stored " << Number(step.storedChange) << ' '
+            << units.length << "3 per " << units.length << "; " << Grouped(step.taken) << " steps, "
+            << Grouped(step.rejected) << " rejected\n";
+    out << "  mass balance " << Number(step.massBalance, 3)
+        << (IsMissingValue(step.time) ? " (in - out) / in" : " of all that went in and out");
     if (!IsMissingValue(step.flowInIntegrated) && !IsMissingValue(step.flowOutIntegrated) &&
         step.flowInIntegrated != 0)
         out << "; from the flux along the boundary "
@@ -125,7 +137,7 @@ void PrintProbes(std::ostream& out, const Units& units, const StepResult& step)
     std::vector<Row> rows{{"probe", "at", "head", "pressure head", "pressure", "water content",
                            "kr", "gradient", "flux"},
                           {"", units.length, units.length, units.length, units.pressure, "", "", "",
-                           units.length + "/s"}};
+                           units.length + '/' + units.time}};
     for (const ProbeValue& probe : step.probes)
         rows.push_back({probe.name, Place(probe.at), Number(probe.head, 6),
                         Number(probe.pressureHead), Number(probe.pressure),
@@ -138,6 +150,8 @@ void PrintProbes(std::ostream& out, const Units& units, const StepResult& step)
 
 std::string TitleOf(const StepResult& step)
 {
+    if (!IsMissingValue(step.time))
+        return "time " + step.name;
     const ::Step number = ::Step::CreateFromInt(static_cast<int>(step.number));
     const std::string title =
         str::as_u8string(kvi::step::PrettyPrint(number, MissingValue<double>())).bytes();
@@ -183,6 +197,18 @@ void PrintModel(std::ostream& out, const Model& model)
         << '\n'
         << "  mesh " << model.mesh.file << ": " << Grouped(model.mesh.Nodes()) << " nodes, "
         << ElementsOf(model.mesh) << '\n';
+}
+
+void PrintProgress(std::ostream& out, const Units& units, const TimeProgress& progress)
+{
+    const double left = (progress.end - progress.time) / progress.length;
+    out << "  " << Short(progress.time / units.seconds) << " of "
+        << Short(progress.end / units.seconds) << ' ' << units.time << ", step "
+        << Grouped(progress.taken) << " of " << Short(progress.length / units.seconds, 3) << ' '
+        << units.time << ", " << progress.iterations << " iterations";
+    if (left >= 1)
+        out << "; about " << Short(std::ceil(left), 2) << " more at this length";
+    out << std::endl; // at once: somebody is watching
 }
 
 void PrintProgress(std::ostream& out, const Progress& progress)

@@ -18,6 +18,7 @@ void PrintMesh(std::ostream& out, const Mesh& mesh);
 /// What is about to be computed.
 void PrintModel(std::ostream& out, const Model& model);
 void PrintProgress(std::ostream& out, const Progress& progress);
+void PrintProgress(std::ostream& out, const Units& units, const TimeProgress& progress);
 /// "step 3, high water"
 std::string TitleOf(const StepResult& step);
 void PrintSolver(std::ostream& out, const Results& results);

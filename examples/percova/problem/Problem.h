@@ -22,13 +22,25 @@ struct Units
     double metres = 1; ///< one unit of length
     std::string pressure = "kPa";
     double kPa = 1; ///< one unit of pressure
-    bool AreInternal() const { return metres == 1 && kPa == 1; }
+    std::string time = "s";
+    double seconds = 1; ///< one unit of time
+    bool AreInternal() const { return metres == 1 && kPa == 1 && seconds == 1; }
 };
 
-/// Parameters of the Fredlund-Xing curve, or measured points that they are to be fitted to.
+enum class WaterRule
+{
+    FredlundXing,
+    Exponential ///< thetaR + (thetaS - thetaR) exp(alpha psi) for psi < 0
+};
+
+/// Parameters of a water-content curve, or measured points that those of the Fredlund-Xing curve
+/// are to be fitted to.
 struct WaterContent
 {
-    double a = 0; ///< [kPa]
+    WaterRule rule = WaterRule::FredlundXing;
+    double alpha = 0;  ///< of the exponential rule [1/m]
+    double thetaR = 0; ///< of the exponential rule: residual volumetric water content
+    double a = 0;      ///< [kPa]
     double n = 0;
     double m = 0;
     double thetaS = 0;           ///< saturated volumetric water content
@@ -60,6 +72,7 @@ struct Material
     std::string name;
     double kSat = 0;       ///< along x [m/s]
     double anisotropy = 1; ///< ky / kx
+    double mV = 0; ///< compressibility: change of the water content below zero suction [1/kPa]
     std::optional<WaterContent> water;
     RelativeConductivity kr;
     Place place;
@@ -85,12 +98,30 @@ enum class BoundaryType
 };
 const char* Name(BoundaryType type);
 
+/// Values of a boundary at one time: one, or one for each point of the boundary's line.
+struct TimedValues
+{
+    double time = 0; ///< [s]
+    std::vector<double> values;
+};
+
 /// What holds on a boundary in one step.
 struct Condition
 {
     BoundaryType type = BoundaryType::NoFlow;
     std::vector<double> values; ///< none, one, or one for each point of the boundary's line
+    /// In time instead, ascending: linear between, constant outside; of two entries at one time the
+    /// later holds from then on.
+    std::vector<TimedValues> series;
+    /// A flux boundary takes no more water than keeps the pressure head at the first of these, and
+    /// gives no more than keeps it at the second; missing for no limit [m].
+    double ponding = MissingValue<double>(), leastPressureHead = MissingValue<double>();
     Place place;
+
+    bool IsLimited() const
+    {
+        return !IsMissingValue(ponding) || !IsMissingValue(leastPressureHead);
+    }
 };
 
 struct Boundary
@@ -109,6 +140,47 @@ struct Step
 {
     std::string name;
     std::vector<Condition> conditions; ///< by boundary, changes of earlier steps included
+    double start = 0;                  ///< from when on it holds, in a run in time [s]
+    Place place;
+};
+
+enum class StorageKind
+{
+    ByElement, ///< lumped on linear elements, consistent on quadratic ones
+    Lumped,
+    Consistent
+};
+
+/// How a run goes through time. Times in seconds.
+struct TimeSettings
+{
+    std::vector<double> outputs; ///< ascending; the last one ends the run
+    double firstStep = 0;        ///< 0: the default
+    double largestStep = 0;
+    double smallestStep = 0;
+    double tolerance = 1e-3; ///< of the head in one step [m]
+    StorageKind storage = StorageKind::ByElement;
+    std::size_t maxSteps = 1000000;
+    Place place;
+};
+
+enum class InitialType
+{
+    Steady,       ///< the steady solution of the boundaries at t = 0, or of those changed
+    Hydrostatic,  ///< below and above a water table
+    Head,         ///< a table over the height
+    PressureHead, ///< a table over the height
+    Result        ///< the heads of an earlier run
+};
+
+/// The state at t = 0.
+struct Initial
+{
+    InitialType type = InitialType::Steady;
+    std::vector<Point> table;          ///< (x, water table) or (y, value) [m]; one entry: constant
+    std::vector<Condition> conditions; ///< by boundary, of the steady solution; empty: as at t = 0
+    std::filesystem::path file;        ///< of an earlier run: result.json or a VTU
+    double time = MissingValue<double>(); ///< of it [s]; missing: its last
     Place place;
 };
 
@@ -142,7 +214,7 @@ struct SolverSettings
     SolverKind kind = SolverKind::Automatic;
     double tolerance = 0;  ///< relative residual of the non-linear equations; 0: the default
     int maxIterations = 0; ///< of the non-linear equations; 0: the default
-    int threads = 0;       ///< 0: as many as the machine has; -1: nobody has said
+    int threads = 0;       ///< 0: as many as the machine has
 };
 
 struct Problem
@@ -163,7 +235,18 @@ struct Problem
     std::vector<Probe> probes;
     std::vector<Section> sections;
     SolverSettings solver;
+    std::optional<TimeSettings> time; ///< none: steady
+    Initial initial;
 };
+
+/// Which side of a jump counts.
+enum class Side
+{
+    Before,
+    After
+};
+/// The step that holds at time @p t, with the boundary values of that time.
+Step StepAt(const Problem& problem, double t, Side side);
 
 /// Reads a problem file. Values out of their legal range are told in the catalogue's words.
 /// @returns false when it cannot be used; every reason is in @p faults

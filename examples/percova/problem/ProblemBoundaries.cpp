@@ -1,3 +1,4 @@
+#include "problem/NumberText.h"
 #include "problem/Plane.h"
 #include "problem/ProblemReader.h"
 
@@ -23,44 +24,106 @@ constexpr std::array<TypeRow, 6> kTypes{{
     {"pressure_head", true},
     {"flux", true},
     {"noflow", false},
-    {"seepage", false},
+    {"seepage", false}, // its level is optional
     {"hydrostatic", true},
 }};
 
 const TypeRow& Row(BoundaryType type) { return kTypes[static_cast<std::size_t>(type)]; }
 
-/// Reads "type" and "value" of a boundary or of what a step changes of it.
-void ReadCondition(JsonReader& reader, const Boundary& boundary, double metres,
+/// Checks the number of values, and turns them into metres and seconds.
+void Take(const JsonReader& reader, const Boundary& boundary, double unit,
+          std::vector<double>& values)
+{
+    const std::size_t count = values.size();
+    if (count != 1 && count != boundary.line.size())
+        reader.Error("value", "has " + std::to_string(count) + " numbers for " +
+                                  std::to_string(boundary.line.size()) + " points of the line");
+    for (double& value : values)
+        value *= unit;
+}
+
+/// Reads a list of [t, v], v a number or a list of numbers.
+/// @returns false when @p node is no such list
+bool ReadSeries(const JsonReader& reader, const JsonNode* node, const Boundary& boundary,
+                const Units& units, double unit, std::vector<TimedValues>& series)
+{
+    const auto isEntry = [](const JsonNode& item) {
+        return item.kind == JsonNode::Kind::List && item.items.size() == 2 &&
+               item.items[0].kind == JsonNode::Kind::Number;
+    };
+    if (node == nullptr || node->kind != JsonNode::Kind::List || node->items.empty() ||
+        !std::all_of(node->items.begin(), node->items.end(), isEntry))
+        return false;
+    for (const JsonNode& item : node->items)
+    {
+        TimedValues entry{item.items[0].number * units.seconds, {}};
+        const JsonNode& value = item.items[1];
+        const bool isList = value.kind == JsonNode::Kind::List;
+        for (std::size_t i = 0; i < (isList ? value.items.size() : 1); ++i)
+        {
+            const JsonNode& number = isList ? value.items[i] : value;
+            if (number.kind != JsonNode::Kind::Number)
+                return false;
+            entry.values.push_back(number.number);
+        }
+        Take(reader, boundary, unit, entry.values);
+        const std::size_t n = series.size();
+        if (n > 0 && entry.time < series.back().time)
+            reader.Error("value", "its times fall from " +
+                                      Short(series.back().time / units.seconds) + " to " +
+                                      Short(entry.time / units.seconds));
+        if (n > 1 && entry.time == series[n - 2].time)
+            reader.Error("value", "has more than two entries at one time, " +
+                                      Short(entry.time / units.seconds));
+        series.push_back(std::move(entry));
+    }
+    return true;
+}
+
+/// Reads "type" and what belongs to it of a boundary or of what a step changes of it.
+void ReadCondition(JsonReader& reader, const Boundary& boundary, const Units& units,
                    Condition& condition)
 {
     condition.place = reader.Here();
     std::string type;
     if (!reader.GetText("type", type, Need::Required))
-        return reader.Ignore({"value"});
+        return reader.Ignore({"value", "ponding", "least_pressure_head"});
     const auto found = std::find_if(kTypes.begin(), kTypes.end(),
                                     [&](const TypeRow& row) { return type == row.name; });
     if (found == kTypes.end())
     {
-        reader.Ignore({"value"});
+        reader.Ignore({"value", "ponding", "least_pressure_head"});
         return reader.Error("type", "should be head, pressure_head, flux, noflow, seepage or "
                                     "hydrostatic, not '" +
                                         type + "'");
     }
     condition.type = static_cast<BoundaryType>(found - kTypes.begin());
-    if (!found->hasValue)
+    const bool isFlux = condition.type == BoundaryType::Flux;
+    if (isFlux)
+        for (const auto& [key, limit] :
+             {std::pair("ponding", &condition.ponding),
+              std::pair("least_pressure_head", &condition.leastPressureHead)})
+            if (reader.GetNumber(key, *limit))
+                *limit *= units.metres;
+    if (isFlux && !IsMissingValue(condition.ponding) &&
+        !IsMissingValue(condition.leastPressureHead) &&
+        !(condition.leastPressureHead < condition.ponding))
+        reader.Error("least_pressure_head", "should be below the ponding head");
+    const JsonNode* value = reader.Find("value");
+    if (value == nullptr && condition.type == BoundaryType::Seepage)
+        return;
+    if (!found->hasValue && condition.type != BoundaryType::Seepage)
     {
-        if (reader.Find("value") != nullptr)
+        if (value != nullptr)
             reader.Warn("value", std::string("is left aside: ") + found->name + " has none");
         return;
     }
-    if (!reader.GetNumbers("value", condition.values, Need::Required))
-        return;
-    const std::size_t count = condition.values.size();
-    if (count != 1 && count != boundary.line.size())
-        reader.Error("value", "has " + std::to_string(count) + " numbers for " +
-                                  std::to_string(boundary.line.size()) + " points of the line");
-    for (double& value : condition.values)
-        value *= metres; // lengths all of them, or lengths a second
+    // lengths all of them, or lengths a second
+    const double unit = isFlux ? units.metres / units.seconds : units.metres;
+    if (ReadSeries(reader, value, boundary, units, unit, condition.series))
+        condition.values = condition.series.front().values;
+    else if (reader.GetNumbers("value", condition.values, Need::Required))
+        Take(reader, boundary, unit, condition.values);
 }
 
 } // namespace
@@ -95,7 +158,7 @@ void ReadBoundaries(JsonReader& file, Problem& problem)
         for (Point& point : boundary.line)
             point = {point.x * problem.units.metres, point.y * problem.units.metres};
         Condition condition;
-        ReadCondition(reader, boundary, problem.units.metres, condition);
+        ReadCondition(reader, boundary, problem.units, condition);
         reader.Ignore({"outline", "centre", "arc_radius", "curve"});
         problem.boundaries.push_back(std::move(boundary));
         first.conditions.push_back(std::move(condition));
@@ -103,34 +166,54 @@ void ReadBoundaries(JsonReader& file, Problem& problem)
     problem.steps = {std::move(first)};
 }
 
+void ReadChanges(JsonReader& reader, const Problem& problem, std::vector<Condition>& conditions)
+{
+    reader.GetObject("boundaries", Need::Optional, [&](JsonReader& changes) {
+        changes.ForEachMember([&](const std::string& name, JsonReader& change) {
+            const int found = IndexOf(problem.boundaries, name);
+            if (found < 0)
+            {
+                change.IgnoreRest();
+                return change.ErrorHere("there is no boundary '" + name + "', only " +
+                                        NamesOf(problem.boundaries));
+            }
+            const auto index = static_cast<std::size_t>(found);
+            Condition condition;
+            ReadCondition(change, problem.boundaries[index], problem.units, condition);
+            conditions[index] = std::move(condition);
+        });
+    });
+}
+
 void ReadSteps(JsonReader& file, Problem& problem)
 {
+    const bool isInTime = file.Find("time") != nullptr;
     std::vector<Step> steps;
     std::vector<Condition> conditions = problem.steps[0].conditions;
     file.ForEach("steps", Need::Optional, [&](JsonReader& reader) {
         Step step;
         step.place = reader.Here();
         step.name = ReadName(reader, steps);
-        reader.GetObject("boundaries", Need::Optional, [&](JsonReader& changes) {
-            changes.ForEachMember([&](const std::string& name, JsonReader& change) {
-                const int found = IndexOf(problem.boundaries, name);
-                if (found < 0)
-                {
-                    change.IgnoreRest();
-                    return change.ErrorHere("there is no boundary '" + name + "', only " +
-                                            NamesOf(problem.boundaries));
-                }
-                const auto index = static_cast<std::size_t>(found);
-                Condition condition;
-                ReadCondition(change, problem.boundaries[index], problem.units.metres, condition);
-                conditions[index] = std::move(condition);
-            });
-        });
+        ReadChanges(reader, problem, conditions);
+        double start = 0;
+        if (reader.GetNumber("start", start))
+        {
+            step.start = start * problem.units.seconds;
+            if (!(start >= 0) || (!steps.empty() && !(step.start > steps.back().start)))
+                reader.Error("start", "should be after the start of the step before, and not "
+                                      "before 0");
+        }
+        else if (isInTime && !steps.empty())
+            reader.Error("start", "is missing: it should be the time from when on the step holds");
         step.conditions = conditions;
         steps.push_back(std::move(step));
     });
-    if (!steps.empty())
-        problem.steps = std::move(steps);
+    if (steps.empty())
+        return;
+    if (!isInTime || steps.front().start == 0)
+        problem.steps.clear(); // else the boundaries' own conditions hold before
+    for (Step& step : steps)
+        problem.steps.push_back(std::move(step));
 }
 
 } // namespace impl

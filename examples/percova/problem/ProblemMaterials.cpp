@@ -20,9 +20,26 @@ void CheckPoints(const JsonReader& reader, const std::vector<Point>& points)
                      "should have pressures below zero: a suction is a negative pressure");
 }
 
+void ReadExponential(JsonReader& reader, const Units& units, WaterContent& water)
+{
+    water.rule = WaterRule::Exponential;
+    GetLegal(reader, "alpha", dataparam::ConductivityAlpha, water.alpha);
+    CheckNotZero(reader, "alpha", water.alpha);
+    water.alpha /= units.metres;
+    GetLegal(reader, "theta_s", dataparam::SaturatedWaterContent, water.thetaS);
+    GetLegal(reader, "theta_r", dataparam::WaterContent, water.thetaR);
+    if (!(water.thetaR < water.thetaS))
+        reader.Error("theta_r", "should be less than theta_s");
+}
+
 void ReadWaterContent(JsonReader& reader, const Units& units, WaterContent& water)
 {
     water.place = reader.Here();
+    std::string rule;
+    if (reader.GetText("rule", rule) && rule == "exponential")
+        return ReadExponential(reader, units, water);
+    if (!rule.empty() && rule != "fredlund_xing")
+        reader.Error("rule", "should be exponential or fredlund_xing, not '" + rule + "'");
     GetLegal(reader, "theta_s", dataparam::SaturatedWaterContent, water.thetaS);
     if (reader.Find("theta_s") != nullptr)
         CheckNotZero(reader, "theta_s", water.thetaS);
@@ -86,9 +103,12 @@ void ReadMaterial(JsonReader& reader, Problem& problem)
     material.place = reader.Here();
     material.name = ReadName(reader, problem.materials);
     GetLegal(reader, "k_sat", dataparam::SaturatedConductivity, material.kSat);
-    material.kSat *= problem.units.metres;
+    material.kSat *= problem.units.metres / problem.units.seconds;
     GetLegal(reader, "anisotropy", dataparam::ConductivityRatio, material.anisotropy,
              Need::Optional);
+    if (reader.GetNumber("m_v", material.mV) && !(material.mV >= 0))
+        reader.Error("m_v", "should be at least 0");
+    material.mV /= problem.units.kPa;
     reader.GetObject("water_content", Need::Optional, [&](JsonReader& water) {
         ReadWaterContent(water, problem.units, material.water.emplace());
     });

@@ -145,6 +145,14 @@ bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& fa
     ReadRegions(file, problem);
     impl::ReadBoundaries(file, problem);
     impl::ReadSteps(file, problem);
+    if (file.Find("time") != nullptr)
+        impl::ReadTimeBlock(file, problem);
+    else
+        for (const Step& step : problem.steps)
+            for (const Condition& condition : step.conditions)
+                if (!condition.series.empty())
+                    faults.Error(problem.file, condition.place,
+                                 "has a value that changes in time, but the problem has no time");
     ReadProbes(file, problem);
     ReadSections(file, problem);
     ReadSolver(file, problem.solver);

@@ -49,6 +49,10 @@ void ReadUnits(JsonReader& file, Units& units);
 void ReadMaterials(JsonReader& file, Problem& problem);
 void ReadBoundaries(JsonReader& file, Problem& problem);
 void ReadSteps(JsonReader& file, Problem& problem);
+/// Reads "boundaries", changes of @p conditions by the boundaries' names.
+void ReadChanges(JsonReader& reader, const Problem& problem, std::vector<Condition>& conditions);
+/// Reads "time" and "initial".
+void ReadTimeBlock(JsonReader& file, Problem& problem);
 /// Tells polygons that are no rings, and polygons and lines whose edges cross.
 void CheckShapes(const Problem& problem, Faults& faults);
 

@@ -25,6 +25,8 @@ constexpr Unit kPressures[] = {
     {"psi", kPoundForce / (0.0254 * 0.0254)},
 };
 
+constexpr Unit kTimes[] = {{"s", 1}, {"min", 60}, {"h", 3600}, {"d", 86400}};
+
 template <std::size_t count>
 void ReadUnit(JsonReader& units, const char* key, const Unit (&known)[count], std::string& name,
               double& value)
@@ -64,10 +66,10 @@ void ReadUnits(JsonReader& file, Units& units)
     file.GetObject("units", Need::Optional, [&](JsonReader& reader) {
         ReadUnit(reader, "length", kLengths, units.length, units.metres);
         ReadUnit(reader, "pressure", kPressures, units.pressure, units.kPa);
-        Expect(reader, "time", "s");
+        ReadUnit(reader, "time", kTimes, units.time, units.seconds);
         Expect(reader, "head", units.length);
-        Expect(reader, "conductivity", units.length + "/s");
-        Expect(reader, "flow", units.length + "3/s");
+        Expect(reader, "conductivity", units.length + '/' + units.time);
+        Expect(reader, "flow", units.length + "3/" + units.time);
         Expect(reader, "unit_weight", "kN/m3");
     });
 }

@@ -1,0 +1,470 @@
+#include "analysis/Transient.h"
+
+#include "analysis/Assembly.h"
+#include "analysis/Fields.h"
+#include "analysis/Flows.h"
+#include "analysis/InitialState.h"
+#include "analysis/LinearSystem.h"
+#include "analysis/Newton.h"
+#include "analysis/Sections.h"
+#include "analysis/Storage.h"
+#include "problem/NumberText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace percova
+{
+namespace
+{
+
+/// The diagonal of the method: 1 - 1/sqrt(2).
+constexpr double kGamma = 0.29289321881345247560;
+/// The weights of the rates at the start and of the two stages, less those of the third-order
+/// formula on the same rates (of third order for linear problems).
+constexpr double kDefect[3] = {0.47140452079103168, -2.0 / 3, 0.19526214587563499};
+constexpr int kStageIterations = 15;
+constexpr double kStageTolerance = 1e-9; ///< of the nodal balances, relative
+/// The estimate may be low by as much, and the errors of the steps add up.
+constexpr double kDoubt = 2;
+constexpr double kSafety = 0.85, kMostGrowth = 2.5, kLeastShrink = 0.15, kAfterFailure = 0.25;
+
+/// What holds at the end of a stage.
+struct Stage
+{
+    Step step; ///< the boundaries as they are then
+    NodeConditions conditions;
+    std::vector<double> head, water, inflow; ///< by node
+    std::vector<double> rate;                ///< by node: of its water in this stage [m2/s]
+};
+
+/// A step that was tried.
+struct Attempt
+{
+    double length = 0;
+    Stage stages[2];
+    int iterations = 0;
+    double residual = 0;
+    double error = 0;          ///< of the head, estimated [m]
+    bool isThirdOrder = false; ///< whether the estimate is
+    std::string failure;       ///< why it was not solved
+};
+
+/// The times in (0, end] at which a step has to end, ascending.
+std::vector<double> EventsOf(const Problem& problem)
+{
+    std::vector<double> events = problem.time->outputs;
+    for (const Step& step : problem.steps)
+    {
+        events.push_back(step.start);
+        for (const Condition& condition : step.conditions)
+            for (const TimedValues& entry : condition.series)
+                events.push_back(entry.time);
+    }
+    std::sort(events.begin(), events.end());
+    events.erase(std::unique(events.begin(), events.end()), events.end());
+    std::erase_if(events, [&](double t) { return !(t > 0) || t > problem.time->outputs.back(); });
+    return events;
+}
+
+class TimeRun
+{
+public:
+    TimeRun(const Model& model, const std::vector<Soil>& soils, const Watch& watch,
+            Results& results);
+    /// @returns false with the reason when there is nothing to start from
+    bool Start(std::string& reason);
+    bool Run();
+
+private:
+    bool Try(double length, Attempt& attempt);
+    bool SolveStage(int index, double time, const std::vector<double>& before, double length,
+                    Attempt& attempt);
+    bool EstimateError(Newton& newton, Attempt& attempt);
+    void Accept(Attempt& attempt, double time);
+    void CountFlows(const Attempt& attempt);
+    void AddHistory(const Solution& solution, double length, int iterations);
+    bool Output(const Stage& stage, double length, double residual);
+    void MeetEvent();
+    void NextStart();
+    PartOfRun& PartAt(double time);
+    void FillTotals(StepResult& result) const;
+    double FirstLength();
+    bool TakeStep(double target);
+    void Stop(const std::string& why);
+    Solution SolutionOf(const Stage& stage) const
+    {
+        return {model_, stage.step, soils_, stage.conditions, stage.head, stage.inflow};
+    }
+    double Stored() const;
+
+    const Model& model_;
+    const std::vector<Soil>& soils_;
+    const Watch& watch_;
+    Results& results_;
+    const TimeSettings& settings_;
+    NewtonSettings newtonSettings_;
+    Assembly assembly_;
+    LinearSystem system_;
+    Storage storage_;
+    TimeState& state_;
+    std::vector<double> water_;     ///< by node, at the present time
+    NodeConditions now_;            ///< just after the present time
+    std::vector<double> startRate_; ///< by node, just after it; empty behind a jump of a head
+    StepResult last_;               ///< the flows at the end of the last step
+    Attempt attempt_;
+    double least_ = 1; ///< the least relative conductivity that is taken: 1 where all is saturated
+};
+
+TimeRun::TimeRun(const Model& model, const std::vector<Soil>& soils, const Watch& watch,
+                 Results& results)
+    : model_(model), soils_(soils), watch_(watch), results_(results),
+      settings_(*model.problem.time), newtonSettings_(SettingsFor(model.problem.solver)),
+      assembly_(model, soils),
+      system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads),
+      storage_(model, soils), state_(results.state)
+{
+    for (const Soil& soil : soils)
+        least_ = std::min(least_, soil.kr.Least());
+    least_ = least_ == 1 ? 1 : 0;
+    newtonSettings_.tolerance = std::max(newtonSettings_.tolerance, kStageTolerance);
+    newtonSettings_.headChange = std::min(newtonSettings_.headChange, 0.01 * settings_.tolerance);
+}
+
+double TimeRun::Stored() const
+{
+    double sum = 0;
+    for (const double water : water_)
+        sum += water;
+    return sum;
+}
+
+bool TimeRun::Start(std::string& reason)
+{
+    const bool fresh = state_.head.empty();
+    if (fresh)
+    {
+        InitialState initial;
+        if (!FindInitialState(model_, assembly_, system_, watch_, initial, reason))
+            return false;
+        state_.head = std::move(initial.head);
+        state_.initialIterations = initial.iterations;
+        state_.boundaries.assign(model_.problem.boundaries.size(), 0);
+        state_.sections.assign(model_.problem.sections.size(), 0);
+        for (const Step& step : model_.problem.steps)
+            state_.parts.push_back({step.name, step.start});
+    }
+    storage_.Evaluate(state_.head, water_);
+    if (fresh)
+    {
+        state_.initialStored = Stored();
+        state_.nextLength = FirstLength();
+    }
+    MeetEvent();
+    return true;
+}
+
+double TimeRun::FirstLength()
+{
+    return settings_.firstStep > 0 ? settings_.firstStep : 1e-4 * settings_.outputs.front();
+}
+
+// Looks at what holds from the present time on. A given head that differs from the field is a jump,
+// behind which the rates at the start are of no use; so are those of a load that differs from the
+// load before, but for the length of the step.
+void TimeRun::MeetEvent()
+{
+    const NodeConditions before = std::move(now_);
+    now_ = Gather(model_, StepAt(model_.problem, state_.time, Side::After));
+    bool headJumps = false, loadJumps = before.load.empty();
+    for (std::size_t n = 0; n < state_.head.size(); ++n)
+    {
+        headJumps = headJumps || (now_.HasHead(n) && std::abs(now_.head[n] - state_.head[n]) >
+                                                         1e-9 * (1 + std::abs(state_.head[n])));
+        loadJumps =
+            loadJumps || std::abs(now_.load[n] - before.load[n]) > 1e-9 * std::abs(now_.load[n]);
+    }
+    if (headJumps || (loadJumps && state_.time > 0 && !before.load.empty()))
+        state_.nextLength = std::min(state_.nextLength, FirstLength());
+    if (headJumps)
+        startRate_.clear();
+    else
+        NextStart();
+}
+
+void TimeRun::NextStart()
+{
+    assembly_.Inflow(state_.head, {least_}, startRate_);
+    for (std::size_t n = 0; n < startRate_.size(); ++n)
+        startRate_[n] = now_.load[n] - startRate_[n];
+}
+
+bool TimeRun::SolveStage(int index, double time, const std::vector<double>& before, double length,
+                         Attempt& attempt)
+{
+    Stage& stage = attempt.stages[index];
+    stage.step = StepAt(model_.problem, time, Side::Before);
+    stage.conditions = Gather(model_, stage.step);
+    const StorageTerm term{&storage_, &before, 1 / (kGamma * length)};
+    Newton newton(model_, stage.conditions, assembly_, system_, newtonSettings_, {}, &term);
+    const std::vector<double>& near = index == 0 ? state_.head : attempt.stages[0].head;
+    const NewtonOutcome outcome = newton.SolveNear(near, kStageIterations);
+    results_.seconds.assemble += newton.AssembleSeconds();
+    results_.seconds.solve += newton.SolveSeconds();
+    attempt.iterations += outcome.iterations;
+    attempt.residual = std::max(attempt.residual, outcome.residual);
+    if (!outcome.converged)
+    {
+        attempt.failure = TroubleOf(model_, outcome, newtonSettings_.tolerance);
+        return false;
+    }
+    stage.head = newton.Head();
+    stage.inflow = newton.Inflow();
+    storage_.Evaluate(stage.head, stage.water);
+    stage.rate.resize(before.size());
+    for (std::size_t n = 0; n < before.size(); ++n)
+        stage.rate[n] = (stage.water[n] - before[n]) * term.rate;
+    return index == 0 || EstimateError(newton, attempt);
+}
+
+bool TimeRun::Try(double length, Attempt& attempt)
+{
+    attempt = {};
+    attempt.length = length;
+    if (!SolveStage(0, state_.time + kGamma * length, water_, length, attempt))
+        return false;
+    std::vector<double> before = water_;
+    for (std::size_t n = 0; n < before.size(); ++n)
+        before[n] += length * (1 - kGamma) * attempt.stages[0].rate[n];
+    return SolveStage(1, state_.time + length, before, length, attempt);
+}
+
+/// Passed through the matrix of the step, the defect of the rates is the error of the heads.
+bool TimeRun::EstimateError(Newton& newton, Attempt& attempt)
+{
+    const std::vector<double>&first = attempt.stages[0].rate, &second = attempt.stages[1].rate;
+    std::vector<double> defect(first.size()), error;
+    const bool third = !startRate_.empty();
+    for (std::size_t n = 0; n < defect.size(); ++n)
+        defect[n] =
+            (third ? kDefect[0] * startRate_[n] + kDefect[1] * first[n] + kDefect[2] * second[n]
+                   : (1 - kGamma) * (first[n] - second[n])) /
+            kGamma;
+    attempt.isThirdOrder = third;
+    if (!newton.SolveLinearised(defect, error, attempt.failure))
+        return false;
+    for (const double value : error)
+        attempt.error = std::max(attempt.error, kDoubt * std::abs(value));
+    return true;
+}
+
+void TimeRun::CountFlows(const Attempt& attempt)
+{
+    constexpr double kWeights[2] = {1 - kGamma, kGamma};
+    for (int k = 0; k < 2; ++k)
+    {
+        StepResult flows;
+        const Solution solution = SolutionOf(attempt.stages[k]);
+        (void)EvaluateFlows(solution, flows);
+        if (model_.sections)
+            model_.sections->Evaluate(solution, flows);
+        const double weight = kWeights[k] * attempt.length;
+        state_.in += weight * flows.flowIn;
+        state_.out += weight * flows.flowOut;
+        for (std::size_t b = 0; b < flows.boundaries.size(); ++b)
+            state_.boundaries[b] += weight * flows.boundaries[b].flow;
+        for (std::size_t s = 0; s < flows.sections.size(); ++s)
+            if (!IsMissingValue(flows.sections[s].flow))
+                state_.sections[s] += weight * flows.sections[s].flow;
+        if (k == 1)
+            last_ = std::move(flows);
+    }
+}
+
+void TimeRun::Accept(Attempt& attempt, double time)
+{
+    CountFlows(attempt);
+    state_.time = time;
+    ++state_.taken;
+    Stage& end = attempt.stages[1];
+    PartOfRun& part = PartAt(time);
+    ++part.taken;
+    part.shortest = part.taken == 1 ? attempt.length : std::min(part.shortest, attempt.length);
+    part.longest = part.taken == 1 ? attempt.length : std::max(part.longest, attempt.length);
+    state_.head = end.head;
+    water_ = end.water;
+    AddHistory(SolutionOf(end), attempt.length, attempt.iterations);
+    if (watch_.time)
+        watch_.time({time, settings_.outputs.back(), attempt.length, state_.taken, state_.rejected,
+                     attempt.iterations});
+}
+
+/// The part of the run that the step which ends at @p time belongs to.
+PartOfRun& TimeRun::PartAt(double time)
+{
+    std::size_t k = state_.parts.size() - 1;
+    while (k > 0 && state_.parts[k].start >= time)
+        --k;
+    return state_.parts[k];
+}
+
+void TimeRun::FillTotals(StepResult& result) const
+{
+    result.time = state_.time;
+    result.taken = state_.taken;
+    result.rejected = state_.rejected;
+    result.cumulativeIn = state_.in;
+    result.cumulativeOut = state_.out;
+    result.storedWater = Stored();
+    result.storedChange = result.storedWater - state_.initialStored;
+    const double through = state_.in + state_.out;
+    result.massBalance =
+        through > 0 ? (state_.in - state_.out - result.storedChange) / through : kMissing;
+    for (std::size_t b = 0; b < result.boundaries.size(); ++b)
+        result.boundaries[b].cumulative = state_.boundaries[b];
+    for (std::size_t s = 0; s < result.sections.size(); ++s)
+        result.sections[s].cumulative = state_.sections[s];
+}
+
+void TimeRun::AddHistory(const Solution& solution, double length, int iterations)
+{
+    StepResult row = std::move(last_);
+    last_ = {};
+    FillTotals(row);
+    row.stepLength = length;
+    row.iterations = iterations;
+    EvaluateProbes(solution, row);
+    row.surface.clear();
+    results_.history.push_back(std::move(row));
+}
+
+bool TimeRun::Output(const Stage& stage, double length, double residual)
+{
+    StepResult result;
+    const Solution solution = SolutionOf(stage);
+    EvaluateAll(solution, result);
+    result.number = results_.earlier.size() + results_.steps.size();
+    result.name =
+        Short(state_.time / model_.problem.units.seconds) + ' ' + model_.problem.units.time;
+    result.converged = true;
+    result.residual = residual;
+    result.stepLength = length;
+    result.iterations = results_.history.empty() ? 0 : results_.history.back().iterations;
+    result.capacity = storage_.Coefficients(state_.head);
+    FillTotals(result);
+    results_.equations = system_.Equations();
+    results_.nonzeros = system_.Nonzeros();
+    results_.solver = system_.Solver();
+    results_.steps.push_back(std::move(result));
+    return !watch_.step || watch_.step(results_.steps.back());
+}
+
+void TimeRun::Stop(const std::string& why)
+{
+    const Units& units = model_.problem.units;
+    results_.stopped = "stopped at " + Short(state_.time / units.seconds) + ' ' + units.time +
+                       " after " + std::to_string(state_.taken) + " steps: " + why;
+}
+
+/// One step that ends at @p target at the latest, taken again until it is good.
+bool TimeRun::TakeStep(double target)
+{
+    const Units& units = model_.problem.units;
+    const double smallest = settings_.smallestStep;
+    for (bool again = false;; again = true)
+    {
+        const double left = target - state_.time;
+        double length = std::min({state_.nextLength, settings_.largestStep, left});
+        if (length < left && 2 * length > left)
+            length = left / 2; // two steps alike instead of a long and a short one
+        if (state_.taken + state_.rejected >= settings_.maxSteps)
+        {
+            Stop("more than " + std::to_string(settings_.maxSteps) + " steps (max_steps)");
+            return false;
+        }
+        const bool solved = Try(length, attempt_);
+        const double power = attempt_.isThirdOrder ? 1.0 / 3 : 1.0 / 2;
+        const double wanted =
+            !solved ? kAfterFailure
+                    : std::clamp(
+                          kSafety * std::pow(settings_.tolerance / std::max(attempt_.error, 1e-300),
+                                             power),
+                          kLeastShrink, again ? 1.0 : kMostGrowth);
+        if (solved && attempt_.error <= settings_.tolerance)
+        {
+            // A step cut to meet an event says little about the next one's length.
+            state_.nextLength = std::max(
+                length * wanted, length < state_.nextLength && wanted >= 1 ? state_.nextLength : 0);
+            Accept(attempt_, length == left ? target : state_.time + length);
+            return true;
+        }
+        ++state_.rejected;
+        ++PartAt(target).rejected;
+        state_.nextLength = length * std::min(wanted, 0.9);
+        if (state_.nextLength < smallest)
+        {
+            Stop("a step would have to be shorter than " + Short(smallest / units.seconds, 3) +
+                 ' ' + units.time + " (smallest_step): " +
+                 (solved ? "the error of the head stays above the tolerance by " +
+                               Short(attempt_.error / settings_.tolerance, 2) + " times"
+                         : attempt_.failure));
+            return false;
+        }
+    }
+}
+
+bool TimeRun::Run()
+{
+    const std::vector<double>& outputs = settings_.outputs;
+    if (results_.earlier.empty())
+    {
+        Stage start;
+        start.step = StepAt(model_.problem, state_.time, Side::After);
+        start.conditions = now_;
+        start.head = state_.head;
+        assembly_.Inflow(state_.head, {least_}, start.inflow);
+        const Solution solution = SolutionOf(start);
+        (void)EvaluateFlows(solution, last_);
+        if (model_.sections)
+            model_.sections->Evaluate(solution, last_);
+        AddHistory(solution, 0, state_.initialIterations);
+        if (!Output(start, 0, 0))
+            return false;
+    }
+    for (const double event : EventsOf(model_.problem))
+    {
+        if (event <= state_.time)
+            continue;
+        while (state_.time < event)
+        {
+            if (!TakeStep(event))
+                return true; // what there is has been written
+            if (state_.time < event)
+            {
+                now_ = attempt_.stages[1].conditions; // no jump here
+                NextStart();
+            }
+        }
+        MeetEvent();
+        if (std::binary_search(outputs.begin(), outputs.end(), event) &&
+            !Output(attempt_.stages[1], attempt_.length, attempt_.residual))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool AnalyseInTime(const Model& model, const Watch& watch, Results& results, std::string& reason)
+{
+    const PoolThreads threads(model.problem.solver.threads);
+    results.threads = static_cast<int>(sys::thread::task::pool::Workers());
+    std::vector<Soil> soils;
+    if (!MakeSoils(model.problem, soils, reason))
+        return false;
+    TimeRun run(model, soils, watch, results);
+    return run.Start(reason) && run.Run();
+}
+
+} // namespace percova

@@ -1,0 +1,160 @@
+// Seepage in time: cases with exact references, and what must hold whatever the case.
+#include "CaseRun.h"
+#include "analysis/Transient.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace percova::testing
+{
+namespace
+{
+
+/// The results of a case in time on one of its meshes; the initial state comes first.
+const std::vector<StepResult>& InTime(CaseRun& run, SolverKind kind)
+{
+    Faults faults;
+    EXPECT_TRUE(Bind(run.model, faults));
+    run.model.problem.solver.kind = kind;
+    run.results = {};
+    std::string reason;
+    EXPECT_TRUE(AnalyseInTime(run.model, {}, run.results, reason)) << reason;
+    EXPECT_EQ(run.results.stopped, "");
+    return run.results.steps;
+}
+
+/// "flow", "cumulative" and the like of a boundary, or of all together.
+double OfBoundary(const StepResult& result, const std::string& name, const std::string& quantity,
+                  double seconds)
+{
+    double sum = 0;
+    for (const BoundaryFlow& boundary : result.boundaries)
+        if (name == "all" || name == boundary.name)
+            sum += quantity == "flow" ? boundary.flow * seconds : boundary.cumulative;
+    return sum;
+}
+
+/// @p actual(result) against a row of values, one for each output, relative to the largest.
+template <class Actual>
+void ExpectRow(const std::vector<StepResult>& results, const nlohmann::json& values, double allowed,
+               bool isRelative, Actual actual)
+{
+    double largest = 0;
+    for (const double value : values)
+        largest = std::max(largest, std::abs(value));
+    for (std::size_t i = 0; i < values.size(); ++i)
+        EXPECT_NEAR(actual(results[i + 1]), double(values[i]),
+                    isRelative ? allowed * largest : allowed)
+            << "output " << i;
+}
+
+void ExpectReferences(const CaseRun& run, const nlohmann::json& demand)
+{
+    const std::vector<StepResult>& results = run.results.steps;
+    const nlohmann::json& reference = run.reference;
+    const double seconds = run.model.problem.units.seconds;
+    ASSERT_EQ(results.size(), reference["times"].size() + 1);
+    for (std::size_t k = 0; k < reference["probes"].size(); ++k)
+    {
+        const nlohmann::json& probe = reference["probes"][k];
+        SCOPED_TRACE(probe["name"]);
+        ExpectRow(results, probe["values"], demand["probes_abs"], false,
+                  [&](const StepResult& result) {
+                      return probe["quantity"] == "head" ? result.probes[k].head
+                                                         : result.probes[k].pressureHead;
+                  });
+    }
+    for (const nlohmann::json& boundary : reference["boundaries"])
+    {
+        const std::string name = boundary["name"], quantity = boundary["quantity"];
+        SCOPED_TRACE(name + ' ' + quantity);
+        const std::string own = quantity + '_' + name + "_rel", any = quantity + "_rel";
+        ExpectRow(
+            results, boundary["values"], demand[demand.contains(own) ? own : any], true,
+            [&](const StepResult& result) { return OfBoundary(result, name, quantity, seconds); });
+    }
+    SCOPED_TRACE("stored change");
+    ExpectRow(results, reference["stored_change"]["values"], demand["stored_change_rel"], true,
+              [](const StepResult& result) { return result.storedChange; });
+    for (std::size_t i = 1; i < results.size(); ++i)
+        EXPECT_LE(std::abs(results[i].massBalance), 1e-7) << i; // asked is 1e-5
+}
+
+TEST(SeepageInTime, MeetsItsReferencesOnEveryMesh)
+{
+    for (const char* name : {"T1-consolidation", "T2-front", "T3-box", "T4-tide", "T5-rain"})
+        for (const std::string mesh : {"q4", "q8", "t3", "t6"})
+        {
+            if (!IsThorough() && mesh != "q4")
+                continue;
+            if (name[1] == '3' && mesh[0] == 't')
+                continue; // its meshes are large
+            SCOPED_TRACE(std::string(name) + ' ' + mesh);
+            CaseRun run(name);
+            run.Read(mesh);
+            InTime(run, KindInTurn());
+            for (const nlohmann::json& demand : run.reference["demand"])
+                for (const nlohmann::json& elements : demand["elements"])
+                    if (elements == mesh)
+                        ExpectReferences(run, demand);
+        }
+}
+
+// Ten equal steps, twenty and forty: the differences fall by four.
+TEST(SeepageInTime, IsOfSecondOrder)
+{
+    double head[3] = {};
+    for (int k = 0; k < 3; ++k)
+    {
+        CaseRun run("T1-consolidation");
+        run.Read("q4");
+        TimeSettings& time = *run.model.problem.time;
+        run.model.problem.steps[0].conditions[3].series = {{0, {12}}, {1e6, {10}}};
+        time.outputs = {1e6};
+        time.tolerance = 1e9;
+        time.firstStep = time.largestStep = 1e5 / (1 << k);
+        head[k] = InTime(run, SolverKind::Direct).back().probes[0].head;
+    }
+    EXPECT_NEAR((head[0] - head[1]) / (head[1] - head[2]), 4, 0.5);
+}
+
+TEST(SeepageInTime, ConservesWaterInStepsOfAnyLength)
+{
+    for (const double tolerance : {1e-3, 10.0})
+    {
+        CaseRun run("T5-rain");
+        run.Read("q4");
+        run.model.problem.time->tolerance = tolerance;
+        run.model.problem.time->largestStep = 3600;
+        const StepResult& end = InTime(run, SolverKind::Direct).back();
+        EXPECT_LE(std::abs(end.massBalance), 1e-8) << tolerance;
+        EXPECT_NEAR(end.boundaries[3].cumulative, 5.04e-3, 5.04e-9) << tolerance;
+    }
+}
+
+// Rain of twice the saturated conductivity: the surface ponds and takes in less; behind the rain it
+// evaporates until it is as dry as the air allows.
+TEST(SeepageInTime, SwitchesAFluxThatTheSoilCannotTakeOrGive)
+{
+    CaseRun run("T5-rain");
+    run.Read("q4");
+    Condition& top = run.model.problem.steps[0].conditions[3];
+    top.series = {{0, {4e-5}}, {7200, {4e-5}}, {7200, {-1e-6}}, {1e6, {-1e-6}}};
+    top.ponding = 0;
+    top.leastPressureHead = -3;
+    run.model.problem.time->outputs = {7200, 400000};
+    const std::vector<StepResult>& results = InTime(run, SolverKind::Direct);
+    const BoundaryFlow &rain = results[1].boundaries[3], &dry = results[2].boundaries[3];
+    EXPECT_NEAR(rain.ponded, 0.1, 1e-9);
+    EXPECT_GT(rain.flow, 2e-5 * 0.1); // gravity alone draws as much, the dry soil below more
+    EXPECT_LT(rain.flow, 3e-5 * 0.1);
+    EXPECT_LT(rain.cumulative, 0.99 * 4e-5 * 0.1 * 7200);
+    EXPECT_NEAR(dry.dried, 0.1, 1e-9);
+    EXPECT_LT(std::abs(dry.flow), 1e-6 * 0.1);
+    EXPECT_LE(std::abs(results[2].massBalance), 1e-8);
+}
+
+} // namespace
+} // namespace percova::testing
