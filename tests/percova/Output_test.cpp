@@ -69,6 +69,20 @@ std::vector<double> DecodedArray(const std::string& vtu, const std::string& name
     return numbers;
 }
 
+TEST(Output, IsNamedAfterTheProblemButNeverAfterAFolderAbove)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"dam.problem.json", "dam"}, {"a/dam.json", "dam"},          {"a.b/dam", "dam"},
+        {"dam.v2.json", "dam.v2"},   {"...problem.json", "results"}, {".problem.json", "results"},
+        {"..json", "results"}};
+    for (const auto& [path, name] : rows)
+    {
+        Problem problem;
+        problem.path = path;
+        EXPECT_EQ(BaseName(problem), name) << path;
+    }
+}
+
 TEST(Output, WritesEveryNumberOfAGridExactly)
 {
     const Dam dam;

@@ -120,10 +120,12 @@ void ConvertToFileUnits(const Units& units, StepResult& step)
 
 std::string BaseName(const Problem& problem)
 {
-    std::filesystem::path name = problem.path.stem();
-    if (name.extension() == ".problem")
-        name = name.stem();
-    return TextOf(name);
+    const std::string file = TextOf(problem.path.filename());
+    std::string name = file.substr(0, file.rfind('.'));
+    if (name.ends_with(".problem"))
+        name.resize(name.rfind('.'));
+    // Nothing but dots would be this folder or the one above.
+    return name.find_first_not_of('.') == std::string::npos ? "results" : name;
 }
 
 bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& step,

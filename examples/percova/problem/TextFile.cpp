@@ -52,6 +52,13 @@ bool ReadWhole(const std::filesystem::path& path, std::string& text, std::string
         reason = "cannot be read: it is a folder";
         return false;
     }
+    // A device may never end, and nobody may ever write to a pipe.
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    {
+        reason = "cannot be read: it is no regular file";
+        return false;
+    }
     errno = 0;
     std::ifstream in(path, std::ios::binary);
     if (!in)
@@ -60,7 +67,7 @@ bool ReadWhole(const std::filesystem::path& path, std::string& text, std::string
         return false;
     }
     text.clear();
-    // In pieces, for a pipe does not know its size.
+    // In pieces, for the file may grow meanwhile.
     constexpr std::size_t kPiece = std::size_t{1} << 22;
     for (std::size_t length = 0;;)
     {
