@@ -12,6 +12,10 @@ namespace platform
 /// Not to be called while another thread changes the environment.
 std::optional<std::wstring> Environment(const std::wstring& name);
 
+/// The same for a variable that chooses a file, a folder or a library: nothing while this program
+/// runs with rights that its caller does not have (Linux: set-user-id, set-group-id, capabilities).
+std::optional<std::wstring> TrustedEnvironment(const std::wstring& name);
+
 /// Sets an environment variable of this process, under the same condition.
 void SetEnvironment(const std::wstring& name, const std::wstring& value);
 

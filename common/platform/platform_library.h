@@ -17,7 +17,11 @@ enum class SymbolScope
     shared ///< also libraries loaded later; the same as own on Windows, where imports name theirs
 };
 
-/// Loads the library @p path; a name without a folder is looked up where the system looks.
+/// Loads the library @p path. A name without a folder is looked for in the folders of the program
+/// and of the system, never in the current one: on Windows beside the program, in System32 and
+/// where the host has called AddDllDirectory; elsewhere where the dynamic linker looks. A search
+/// path of the linker with an empty or relative item counts without it, and then without the
+/// linker's cache.
 /// @param[out] error  written on failure when not null: the system's reason
 /// @returns null on failure
 Module LoadModule(const std::wstring& path, SymbolScope scope, std::wstring* error = nullptr);

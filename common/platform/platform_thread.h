@@ -35,4 +35,7 @@ public:
 /// share of a container (rounded up). At least 1.
 unsigned ProcessorCount();
 
+/// How many of @p wanted threads can be started now beside those that run: tried, and ended again.
+unsigned StartableThreads(unsigned wanted);
+
 } // namespace platform

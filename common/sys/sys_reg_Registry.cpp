@@ -1,9 +1,13 @@
 #include "sys/sys_reg_Registry.h"
 
+#include "foundation/KVISysMsg.h"
+#include "foundation/KviError.h"
 #include "foundation/str.h"
 #include "sys/reg/RegistryValues.h"
 
+#include <charconv>
 #include <cstdint>
+#include <iterator>
 
 namespace sys::reg
 {
@@ -90,19 +94,85 @@ unsigned long Registry::CreateAndOpenRootPath_()
     }
 }
 
-int Registry::ReadInt(const ValueName& name, int defaultValue) const
+unsigned long Registry::Read(const ValueName& name, std::uint32_t& type, std::string& bytes) const
+{
+    // Another program may have made the key since it was not there.
+    RegistryKey key = key_;
+    if (key == nullptr)
+    {
+        const unsigned long error = OpenRegistryKey(path_.root, path_.subkey,
+                                                    With(kRegistryRead, view_), impl::Host(), key);
+        if (error != 0)
+            return error;
+    }
+    const unsigned long error = ReadRegistryValue(key, name.Text(), type, bytes);
+    if (key != key_)
+        CloseRegistryKey(key);
+    return error;
+}
+
+gtl::status Registry::Missing(const ValueName& name, std::wstring_view reason) const
+{
+    return KviError::err_sysserv(L"RegQueryValueEx",
+                                 path_.subkey + L'\\' + name.Text() + L": " + std::wstring(reason));
+}
+
+gtl::status Registry::GetInt(const ValueName& name, int& value) const
 {
     std::uint32_t type = 0;
     std::string bytes;
-    if (key_ == nullptr || ReadRegistryValue(key_, name.Text(), type, bytes) != 0)
-        return defaultValue;
+    if (const unsigned long error = Read(name, type, bytes); error != 0)
+        return Missing(name, KVISysMsg(error));
     if (type == kRegistryNumber && bytes.size() == sizeof(std::uint32_t))
-        return impl::NumberOf(bytes);
-    int value = defaultValue;
+    {
+        value = impl::NumberOf(bytes);
+        return {};
+    }
     const ScanTarget target[] = {&value};
-    if (type == kRegistryText)
-        Scan(str::as_cstring(impl::TextOf(bytes)), "%d", target);
-    return value;
+    if (type == kRegistryText && Scan(str::as_cstring(impl::TextOf(bytes)), "%d", target) == 1)
+        return {};
+    return Missing(name, L"is no number.");
+}
+
+gtl::status Registry::GetDouble(const ValueName& name, double& value) const
+{
+    std::uint32_t type = 0;
+    std::string bytes;
+    if (const unsigned long error = Read(name, type, bytes); error != 0)
+        return Missing(name, KVISysMsg(error));
+    if (type == kRegistryNumber && bytes.size() == sizeof(std::uint32_t))
+    {
+        value = impl::NumberOf(bytes);
+        return {};
+    }
+    const ScanTarget target[] = {&value};
+    if (type == kRegistryText && Scan(str::as_cstring(impl::TextOf(bytes)), "%lf", target) == 1)
+        return {};
+    return Missing(name, L"is no number.");
+}
+
+gtl::status Registry::GetString(const ValueName& name, std::wstring& value) const
+{
+    std::uint32_t type = 0;
+    std::string bytes;
+    if (const unsigned long error = Read(name, type, bytes); error != 0)
+        return Missing(name, KVISysMsg(error));
+    if (type != kRegistryText)
+        return Missing(name, L"is no text.");
+    value = impl::TextOf(bytes);
+    return {};
+}
+
+int Registry::ReadInt(const ValueName& name, int defaultValue) const
+{
+    int value = defaultValue;
+    return key_ != nullptr && GetInt(name, value).ok() ? value : defaultValue;
+}
+
+double Registry::ReadDouble(const ValueName& name, double defaultValue) const
+{
+    double value = defaultValue;
+    return key_ != nullptr && GetDouble(name, value).ok() ? value : defaultValue;
 }
 
 bool Registry::ReadBool(const ValueName& name, bool defaultValue) const
@@ -118,12 +188,15 @@ std::string Registry::ReadString(const ValueName& name) const
 
 std::wstring Registry::ReadStringW(const ValueName& name) const
 {
-    std::uint32_t type = 0;
-    std::string bytes;
-    if (key_ == nullptr || ReadRegistryValue(key_, name.Text(), type, bytes) != 0 ||
-        type != kRegistryText)
-        return {};
-    return impl::TextOf(bytes);
+    std::wstring text;
+    return key_ != nullptr && GetString(name, text).ok() ? text : std::wstring();
+}
+
+gtl::status Registry::WriteDouble(const ValueName& name, double value)
+{
+    char digits[32];
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), value);
+    return WriteString(name, std::string(std::begin(digits), end.ptr));
 }
 
 gtl::status Registry::WriteInt(const ValueName& name, int value, bool asText)

@@ -8,7 +8,9 @@
 #include "sys/sys_reg_ScanTarget.h"
 
 #include <concepts>
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace sys::reg
@@ -51,10 +53,13 @@ private:
 
 /// One key of the registry.
 ///
-/// Reading never fails: what is absent, of another type or refused gives the default. Making the
-/// object and reading create nothing; the first write creates the key and those above it. On Linux
-/// the registry is one file for the user and one for the machine in their configuration folders,
-/// or in the folder that the environment variable KVI_REGISTRY names.
+/// Reading never fails: what is absent, of another type or refused gives the default; the Get
+/// functions say which. Reading never waits for a writer and finds the old value or the new one.
+/// Making the object and reading create nothing; the first write creates the key and those above
+/// it. On Linux the registry is one file for the user and one for the machine in their
+/// configuration folders, or in the folder that the environment variable KVI_REGISTRY names: an
+/// SQLite file, which the command sqlite3 shows ("SELECT path, name, data FROM entries"). It is
+/// used only if no other user than root can exchange it.
 ///
 /// Threads: one at a time; any number of objects and processes may use one key.
 /// @code
@@ -77,6 +82,17 @@ public:
 
     /// A 32-bit number, or text that begins with one.
     int ReadInt(const ValueName& name, int defaultValue) const;
+    /// A number in decimal text, whatever the locale, or a 32-bit number.
+    double ReadDouble(const ValueName& name, double defaultValue) const;
+    /// @{
+    /// What the Read function of that type would give, or why there is nothing to give: an absent
+    /// key or value, another type, a refusal. Tells a stored value from a default.
+    /// @param[out] value  written on success
+    /// @returns ok, or "RegQueryValueEx" with key, value and the reason
+    gtl::status GetInt(const ValueName& name, int& value) const;
+    gtl::status GetDouble(const ValueName& name, double& value) const;
+    gtl::status GetString(const ValueName& name, std::wstring& value) const;
+    /// @}
     /// Whether the number is not 0.
     bool ReadBool(const ValueName& name, bool defaultValue) const;
     /// Narrow text, in the system's code page, of at most 2047 bytes; longer text reads as empty.
@@ -99,6 +115,8 @@ public:
     gtl::status WriteInt(const ValueName& name, int value, bool asText);
     /// Stores 1 or 0.
     gtl::status WriteBool(const ValueName& name, bool value, bool asText);
+    /// Stores the shortest decimal text that reads back as the same number.
+    gtl::status WriteDouble(const ValueName& name, double value);
     /// @{
     /// Stores text.
     gtl::status WriteString(const ValueName& name, const std::wstring& text);
@@ -114,6 +132,8 @@ public:
 
 private:
     unsigned long CreateAndOpenRootPath_();
+    unsigned long Read(const ValueName& name, std::uint32_t& type, std::string& bytes) const;
+    gtl::status Missing(const ValueName& name, std::wstring_view reason) const;
 
     void* key_ = nullptr;
     REGKEY_ACCESS_RIGHTS rights_ = REGKEY_ACCESS_RIGHTS::none;

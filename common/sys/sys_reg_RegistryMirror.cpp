@@ -1,6 +1,7 @@
 #include "sys/sys_reg_RegistryMirror.h"
 
 #include "foundation/str.h"
+#include "platform/platform_fork.h"
 #include "sys/reg/RegistryValues.h"
 #include "sys/sys_reg_Registry.h"
 
@@ -127,6 +128,11 @@ RegistryMirror::~RegistryMirror() = default;
 RegistryMirror& RegistryMirror::Instance()
 {
     static RegistryMirror mirror;
+    static constexpr auto lock = [] { Instance().state_->mutex.lock(); };
+    static constexpr auto unlock = [] { Instance().state_->mutex.unlock(); };
+    static constinit platform::ForkHandler forkHandler{platform::ForkRank::service, lock, unlock,
+                                                       unlock};
+    platform::AddForkHandler(forkHandler);
     return mirror;
 }
 

@@ -46,6 +46,31 @@ TEST_F(RegistryKeys, AreMadeByTheFirstWriteOnly)
     EXPECT_TRUE(key.GetAllValues().empty());
 }
 
+TEST_F(RegistryKeys, TellAStoredValueFromADefault)
+{
+    Registry32 key(path);
+    int number = 7;
+    double real = 7;
+    std::wstring text = L"7";
+    const auto refused = [&](const gtl::status& status) {
+        return !status.ok() && status.details()->argument(2).find(path.subkey + L"\\v: ") == 0;
+    };
+    EXPECT_TRUE(refused(key.GetInt(L"v", number)) && refused(key.GetString(L"v", text)));
+    ASSERT_TRUE(key.WriteString(L"v", std::wstring(L"x")).ok());
+    EXPECT_TRUE(refused(key.GetInt(L"v", number)) && refused(key.GetDouble(L"v", real)));
+    EXPECT_EQ(key.ReadDouble(L"v", 1.5), 1.5);
+    EXPECT_EQ(std::to_wstring(number) + std::to_wstring(int(real)) + text, L"777");
+    for (const double value : {0.1, -1e-300, 12345678901.25})
+    {
+        ASSERT_TRUE(key.WriteDouble(L"v", value).ok());
+        EXPECT_TRUE(key.GetDouble(L"v", real).ok() && real == value);
+        EXPECT_EQ(key.ReadDouble(L"v", 7), value);
+    }
+    ASSERT_TRUE(key.WriteInt(L"v", -5, false).ok());
+    EXPECT_TRUE(key.GetDouble(L"v", real).ok() && key.GetInt(L"v", number).ok());
+    EXPECT_TRUE(real == -5 && number == -5 && refused(key.GetString(L"v", text)));
+}
+
 TEST_F(RegistryKeys, GiveBackWhatWasWritten)
 {
     Registry32 key(path);

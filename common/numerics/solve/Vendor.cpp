@@ -1,8 +1,12 @@
 #include "numerics/solve/Vendor.h"
 
+#include "foundation/kvidbg.h"
 #include "platform/platform_env.h"
 #include "platform/platform_library.h"
+#include "platform/platform_path.h"
+#include "platform/platform_thread.h"
 
+#include <type_traits>
 #include <utility>
 
 namespace numerics
@@ -57,6 +61,58 @@ constexpr Installation kInstallations[] = {
 // The vendor's numbers for the layers below its interface.
 constexpr int kSequentialLayer = 1, kGnuLayer = 3, kLp64 = 0;
 
+const kvi::diag::DeclareCategoryMask kCategory("Math");
+
+/// The functions of the vendor's library that was taken.
+struct Entries
+{
+    PardisoFunction pardiso;
+    BlasProduct<double> dgemm;
+    BlasProduct<float> sgemm;
+    int (*mostThreads)();
+    void (*setThreads)(int);
+};
+Entries entries{};
+
+/// Before the vendor starts threads for the calling one: whether they can be had. It ends the
+/// process when they cannot, so then it gets one.
+void SecureThreads()
+{
+    thread_local int secured = 1;
+    const int wanted = entries.mostThreads != nullptr ? entries.mostThreads() : 1;
+    if (wanted <= secured)
+        return;
+    const auto others = static_cast<unsigned>(wanted - 1);
+    if (platform::StartableThreads(others) == others)
+        secured = wanted;
+    else if (entries.setThreads != nullptr)
+    {
+        entries.setThreads(1);
+        KVI_LOG(kvi::diag::warning, kCategory,
+                L"The system refuses threads; the vendor's solver runs with one.");
+    }
+}
+
+void CallPardiso(void* pt, const int* maxfct, const int* mnum, const int* mtype, const int* phase,
+                 const int* n, const void* a, const int* ia, const int* ja, int* perm,
+                 const int* nrhs, int* iparm, const int* msglvl, void* b, void* x, int* error)
+{
+    SecureThreads();
+    entries.pardiso(pt, maxfct, mnum, mtype, phase, n, a, ia, ja, perm, nrhs, iparm, msglvl, b, x,
+                    error);
+}
+
+template <class T>
+void CallProduct(int layout, int transA, int transB, int m, int n, int k, T alpha, const T* A,
+                 int lda, const T* B, int ldb, T beta, T* C, int ldc)
+{
+    SecureThreads();
+    if constexpr (std::is_same_v<T, double>)
+        entries.dgemm(layout, transA, transB, m, n, k, alpha, A, lda, B, ldb, beta, C, ldc);
+    else
+        entries.sgemm(layout, transA, transB, m, n, k, alpha, A, lda, B, ldb, beta, C, ldc);
+}
+
 template <class F>
 F Function(Module module, const char* name)
 {
@@ -106,17 +162,23 @@ std::optional<Vendor> Take(Module module, const std::wstring& folder)
 {
     const auto getVersion = Function<void (*)(Version*)>(module, "MKL_Get_Version");
     Vendor vendor;
-    vendor.solver.pardiso = Function<PardisoFunction>(module, "pardiso");
-    vendor.dgemm = Function<BlasProduct<double>>(module, "cblas_dgemm");
-    vendor.sgemm = Function<BlasProduct<float>>(module, "cblas_sgemm");
-    if (getVersion == nullptr || vendor.solver.pardiso == nullptr)
+    const Entries found = {Function<PardisoFunction>(module, "pardiso"),
+                           Function<BlasProduct<double>>(module, "cblas_dgemm"),
+                           Function<BlasProduct<float>>(module, "cblas_sgemm"),
+                           Function<int (*)()>(module, "MKL_Get_Max_Threads"),
+                           Function<void (*)(int)>(module, "MKL_Set_Num_Threads")};
+    if (getVersion == nullptr || found.pardiso == nullptr)
         return std::nullopt;
+    entries = found;
+    vendor.solver.pardiso = &CallPardiso;
+    vendor.dgemm = found.dgemm != nullptr ? &CallProduct<double> : nullptr;
+    vendor.sgemm = found.sgemm != nullptr ? &CallProduct<float> : nullptr;
     ChooseLayers(module, folder);
     if (const auto setVerbose = Function<int (*)(int)>(module, "MKL_Verbose"))
         setVerbose(0);
     Version version{};
     getVersion(&version);
-    vendor.solver.setThreads = Function<void (*)(int)>(module, "MKL_Set_Num_Threads");
+    vendor.solver.setThreads = found.setThreads;
     vendor.solver.freeBuffers = Function<void (*)()>(module, "MKL_Free_Buffers");
     vendor.solver.name =
         L"mkl " + std::to_wstring(version.major) + L"." + std::to_wstring(version.update);
@@ -145,9 +207,17 @@ std::optional<Vendor> LoadVendor(const std::wstring& folder)
 const std::optional<Vendor>& FoundVendor()
 {
     static const std::optional<Vendor> found = []() -> std::optional<Vendor> {
-        const std::wstring wish = platform::Environment(L"KVI_MKL").value_or(L"");
+        const std::wstring wish = platform::TrustedEnvironment(L"KVI_MKL").value_or(L"");
         if (wish == L"off")
             return std::nullopt;
+        const platform::PathRoot root = platform::RootOf(wish);
+        const bool absolute = root.fixed && (root.whole || !platform::NamesIgnoreCase());
+        if (!wish.empty() && !absolute)
+        {
+            KVI_LOG(kvi::diag::warning, kCategory,
+                    L"KVI_MKL is no absolute path, so the vendor's solver is not loaded: " + wish);
+            return std::nullopt;
+        }
         return LoadVendor(wish);
     }();
     return found;

@@ -30,8 +30,9 @@ struct Vendor
 /// @returns nothing when there is no MKL that can be used
 std::optional<Vendor> LoadVendor(const std::wstring& folder);
 
-/// What the first call found: looks in the folder that the environment variable KVI_MKL names, or
-/// where the system looks for libraries; nothing with KVI_MKL=off.
+/// What the first call found: looks in the folder whose absolute path the environment variable
+/// KVI_MKL has, or in the folders of the program and the system, never in the current one; nothing
+/// with KVI_MKL=off. A program that runs with more rights than its caller ignores the variable.
 const std::optional<Vendor>& FoundVendor();
 
 } // namespace numerics

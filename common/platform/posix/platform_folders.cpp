@@ -23,7 +23,8 @@ namespace
 {
 std::string Variable(const char* name)
 {
-    const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
+    // A program with more rights than its caller obeys none of the caller's folders.
+    const char* const value = ::secure_getenv(name);
     return value == nullptr ? std::string() : std::string(value);
 }
 
@@ -41,7 +42,7 @@ std::string Home()
     std::array<char, 16384> buffer;
     passwd entry;
     passwd* found = nullptr;
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
+    if (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
         found != nullptr && found->pw_dir != nullptr)
         return found->pw_dir;
     return "/";

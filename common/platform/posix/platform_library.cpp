@@ -2,8 +2,11 @@
 
 #include "platform/platform_text.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <link.h>
 #include <string>
+#include <vector>
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -26,13 +29,51 @@ std::string ProgramPath()
         path.resize(path.size() * 2); // may have been cut
     }
 }
+
+/// The folders in which the dynamic linker looks for a name; empty when unknown.
+std::vector<std::string> SearchFolders()
+{
+    std::vector<std::string> folders;
+    void* const program = ::dlopen(nullptr, RTLD_LAZY);
+    if (program == nullptr)
+        return folders;
+    Dl_serinfo needed{};
+    if (::dlinfo(program, RTLD_DI_SERINFOSIZE, &needed) == 0)
+    {
+        std::vector<std::max_align_t> room(needed.dls_size / sizeof(std::max_align_t) + 1);
+        auto* const list = reinterpret_cast<Dl_serinfo*>(room.data());
+        *list = needed;
+        if (::dlinfo(program, RTLD_DI_SERINFO, list) == 0)
+            for (unsigned i = 0; i < list->dls_cnt; ++i)
+                folders.emplace_back(list->dls_serpath[i].dls_name);
+    }
+    ::dlclose(program);
+    return folders;
+}
+
+/// Opens the library @p name, which has no folder.
+Module OpenByName(const std::string& name, int mode)
+{
+    const std::vector<std::string> folders = SearchFolders();
+    const auto absolute = [](const std::string& folder) { return folder.starts_with('/'); };
+    if (std::all_of(folders.begin(), folders.end(), absolute))
+        return ::dlopen(name.c_str(), mode);
+    // The linker would look in the current folder, too.
+    Module module = nullptr;
+    for (const std::string& folder : folders)
+        if (module == nullptr && absolute(folder))
+            module = ::dlopen((folder + '/' + name).c_str(), mode);
+    return module;
+}
 } // namespace
 
 Module LoadModule(const std::wstring& path, SymbolScope scope, std::wstring* error)
 {
     // Libraries that share may need one another: what one lacks, the next one loaded brings.
     const int mode = scope == SymbolScope::shared ? RTLD_LAZY | RTLD_GLOBAL : RTLD_NOW | RTLD_LOCAL;
-    Module const module = ::dlopen(Narrow(path).c_str(), mode);
+    const std::string name = Narrow(path);
+    const bool hasFolder = name.find('/') != std::string::npos;
+    Module const module = hasFolder ? ::dlopen(name.c_str(), mode) : OpenByName(name, mode);
     if (module == nullptr && error != nullptr)
         *error = Wide(::dlerror()); // NOLINT(concurrency-mt-unsafe): one for each thread
     return module;

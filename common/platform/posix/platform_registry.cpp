@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <sqlite3.h>
 #include <utility>
 
@@ -16,6 +17,8 @@ using posix::ErrorOf;
 using posix::IsDamage;
 using posix::Query;
 using posix::RegistryStore;
+using posix::RegistryWriter;
+using posix::StoreLock;
 
 namespace
 {
@@ -32,7 +35,7 @@ RegistryKey Root(std::int32_t number)
     return reinterpret_cast<RegistryKey>(static_cast<std::intptr_t>(number));
 }
 
-/// What a handle stands for: a place, and the store as far as it is open.
+/// What a handle stands for: a place, and the store as it was last read.
 struct Key
 {
     bool machine;
@@ -41,6 +44,16 @@ struct Key
     RegistryHost host;
     std::unique_ptr<RegistryStore> store;
 };
+
+struct KeyDeleter
+{
+    void operator()(Key* key) const
+    {
+        const std::lock_guard guard(StoreLock());
+        delete key;
+    }
+};
+using OwnedKey = std::unique_ptr<Key, KeyDeleter>;
 
 bool IsRoot(RegistryKey key) { return key == CurrentUserRoot() || key == LocalMachineRoot(); }
 
@@ -81,67 +94,87 @@ int Execute(RegistryStore& store, const char* text)
     return ::sqlite3_exec(store.Get(), text, nullptr, nullptr, nullptr);
 }
 
-/// Sees to it that the key's store is open and the one that its path leads to.
-unsigned long Reach(Key& key, bool write)
+/// Sees to it that the key's store is the one that its path leads to.
+unsigned long Reach(Key& key)
 {
-    if (key.store && key.store->IsCurrent())
+    if (key.store && key.store->IsCurrent(key.machine))
         return 0;
     key.store.reset();
-    return RegistryStore::Open(key.machine, write, key.host, key.store);
+    return RegistryStore::Open(key.machine, key.host, key.store);
 }
 
-/// Closes the store after @p result; true when it is worth another try. A single read that fails
-/// looks like damage too, so the store is set aside when a new look at it ends alike.
-bool GoesOn(Key& key, int result, int& damages)
+/// Sets a damaged store aside, unless another process has. @returns whether another try is worth it
+bool SetAside(Key& key, const std::function<int(RegistryStore&)>& query)
 {
-    const std::unique_ptr<RegistryStore> store = std::move(key.store);
-    if (!IsDamage(result))
+    RegistryWriter writer(key.machine);
+    if (writer.Error() != 0)
+    {
+        key.host.damaged(writer.Path(), L"");
         return false;
-    ++damages;
-    return damages == 1 || (damages == 2 && store->IsReadable() && store->SetAside());
+    }
+    const std::lock_guard guard(StoreLock());
+    key.store.reset(); // the writer before may have set it aside
+    return Reach(key) != 0 || !IsDamage(query(*key.store)) || writer.SetAside(key.host);
 }
 
 /// Runs @p query in the key's store, making none; one that turns out damaged is set aside and
 /// counts as none.
 unsigned long Reading(Key& key, const std::function<int(RegistryStore&)>& query)
 {
-    for (int damages = 0;;)
+    for (bool damaged = false;; damaged = true)
     {
-        if (const unsigned long error = Reach(key, false); error != 0)
-            return error;
-        const int result = query(*key.store);
-        if (result == SQLITE_ROW)
-            return 0;
-        if (result == SQLITE_DONE || result == SQLITE_ERROR) // not there, or a store without tables
-            return ENOENT;
-        if (!GoesOn(key, result, damages))
-            return ErrorOf(result);
+        {
+            const std::lock_guard guard(StoreLock());
+            if (const unsigned long error = Reach(key); error != 0)
+                return error;
+            const int result = query(*key.store);
+            if (result == SQLITE_ROW)
+                return 0;
+            if (result == SQLITE_DONE || result == SQLITE_ERROR) // not there, or without tables
+                return ENOENT;
+            if (damaged || !IsDamage(result))
+                return ErrorOf(result);
+        }
+        if (!SetAside(key, query))
+            return EIO;
     }
 }
 
-/// Runs @p change as one transaction; after a damaged store was set aside, in a new one.
+/// Makes @p change in a store that takes the place of the old one; after a damaged one was set
+/// aside, in a new one.
 unsigned long Writing(Key& key, const std::function<int(RegistryStore&)>& change)
 {
     if (!key.writable)
         return EACCES;
-    for (int damages = 0;;)
+    RegistryWriter writer(key.machine);
+    if (writer.Error() != 0)
+        return writer.Error();
+    std::string image;
+    for (bool damaged = false; image.empty(); damaged = true)
     {
-        if (const unsigned long error = Reach(key, true); error != 0)
+        const std::lock_guard guard(StoreLock());
+        key.store.reset(); // what was read before the turn may be old
+        const unsigned long error = Reach(key);
+        if (error == ENOENT)
+            key.store = std::make_unique<RegistryStore>(key.host);
+        else if (error != 0)
             return error;
-        RegistryStore& store = *key.store;
-        int result = Execute(store, "BEGIN IMMEDIATE");
+        int result = Execute(*key.store, kSchema);
         if (result == SQLITE_OK)
-            result = Execute(store, kSchema);
-        if (result == SQLITE_OK)
-            result = change(store);
+            result = change(*key.store);
         if (result == SQLITE_OK || result == SQLITE_DONE)
-            result = Execute(store, "COMMIT");
-        if (result == SQLITE_OK)
-            return 0;
-        (void)Execute(store, "ROLLBACK"); // the first failure is told
-        if (!GoesOn(key, result, damages))
+        {
+            image = key.store->Image();
+            if (image.empty())
+                return ENOMEM;
+        }
+        const std::unique_ptr<RegistryStore> changed = std::move(key.store);
+        if (!image.empty())
+            break;
+        if (damaged || !IsDamage(result) || !writer.SetAside(key.host))
             return ErrorOf(result);
     }
+    return writer.Replace(image);
 }
 
 /// Notes the key and those above it.
@@ -175,7 +208,7 @@ RegistryKey LocalMachineRoot() { return Root(std::int32_t(-0x7FFFFFFE)); }
 unsigned long OpenRegistryKey(RegistryKey parent, const std::wstring& subkey, std::uint32_t access,
                               const RegistryHost& host, RegistryKey& key)
 {
-    auto opened = std::make_unique<Key>(Below(parent, subkey, access, host));
+    OwnedKey opened(new Key(Below(parent, subkey, access, host)));
     if (const unsigned long error = FindKey(*opened); error != 0)
         return error;
     key = opened.release();
@@ -185,7 +218,7 @@ unsigned long OpenRegistryKey(RegistryKey parent, const std::wstring& subkey, st
 unsigned long CreateRegistryKey(RegistryKey parent, const std::wstring& subkey,
                                 std::uint32_t access, const RegistryHost& host, RegistryKey& key)
 {
-    auto opened = std::make_unique<Key>(Below(parent, subkey, access, host));
+    OwnedKey opened(new Key(Below(parent, subkey, access, host)));
     if (!opened->writable)
     {
         const unsigned long error = FindKey(*opened);
@@ -194,7 +227,7 @@ unsigned long CreateRegistryKey(RegistryKey parent, const std::wstring& subkey,
     }
     else
     {
-        if (const auto error = RegistryStore::Open(opened->machine, true, host, opened->store))
+        if (const unsigned long error = RegistryWriter::Try(opened->machine); error != 0)
             return error;
         // Most keys are there; asking needs no turn among the writers.
         if (FindKey(*opened) != 0)
@@ -211,8 +244,8 @@ unsigned long CreateRegistryKey(RegistryKey parent, const std::wstring& subkey,
 
 void CloseRegistryKey(RegistryKey key)
 {
-    if (!IsRoot(key)) // null as well
-        delete static_cast<Key*>(key);
+    if (!IsRoot(key) && key != nullptr)
+        KeyDeleter()(static_cast<Key*>(key));
 }
 
 unsigned long ReadRegistryValue(RegistryKey key, const std::wstring& name, std::uint32_t& type,
@@ -272,7 +305,7 @@ std::vector<std::wstring> RegistryValueNames(RegistryKey key)
 {
     Key& place = *static_cast<Key*>(key);
     std::vector<std::wstring> names;
-    (void)Reading(place, [&](RegistryStore& store) { // fewer names tell
+    (void)Reading(place, [&](RegistryStore& store) { // a failure gives fewer names
         names.clear();
         Query query(store.Get(), "SELECT name FROM entries WHERE path = ? ORDER BY number");
         query.Add(place.path);

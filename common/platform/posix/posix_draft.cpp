@@ -34,6 +34,17 @@ Draft::Draft(const std::string& target, mode_t mode)
     : folder_(OpenFolder(target.substr(0, target.rfind('/') + 1))),
       leaf_(target.substr(target.rfind('/') + 1))
 {
+    Create(mode);
+}
+
+Draft::Draft(const Descriptor& folder, const std::string& leaf, mode_t mode)
+    : folder_(::openat(folder.Number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)), leaf_(leaf)
+{
+    Create(mode);
+}
+
+void Draft::Create(mode_t mode)
+{
     if (folder_.IsOpen() && leaf_.empty())
         errno = EISDIR;
     if (!folder_.IsOpen() || leaf_.empty())

@@ -19,6 +19,8 @@ class Draft
 public:
     /// @param mode  permissions of the new file, reduced by the umask
     Draft(const std::string& target, mode_t mode);
+    /// The target @p leaf in @p folder.
+    Draft(const Descriptor& folder, const std::string& leaf, mode_t mode);
     ~Draft();
     Draft(const Draft&) = delete;
     Draft& operator=(const Draft&) = delete;
@@ -41,6 +43,7 @@ public:
 private:
     std::string Nameless() const { return "/proc/self/fd/" + std::to_string(file_.Number()); }
     unsigned long Link(const std::string& name) const;
+    void Create(mode_t mode);
     void CreateHidden(mode_t mode);
 
     Descriptor folder_;

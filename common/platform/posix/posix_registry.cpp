@@ -1,17 +1,19 @@
+#include "platform/platform_env.h"
+#include "platform/platform_fork.h"
+#include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
-#include "platform/posix/posix_file_impl.h"
+#include "platform/posix/posix_draft_impl.h"
 #include "platform/posix/posix_folders_impl.h"
+#include "platform/posix/posix_lockfile_impl.h"
 #include "platform/posix/posix_path_impl.h"
 #include "platform/posix/posix_registry_impl.h"
 
-#include <array>
 #include <cerrno>
-#include <cstdlib>
-#include <iterator>
+#include <cstring>
+#include <ctime>
 #include <sqlite3.h>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,28 +21,80 @@ namespace platform::posix
 {
 namespace
 {
-constexpr int kPatience = 10000; // milliseconds that a writer waits for others
+constexpr int kPatience = 10'000;           // milliseconds that a writer waits for others
+constexpr off_t kLargest = off_t{64} << 20; // of a store's file
+constexpr int kLinks = 40;                  // on the way to it
+constexpr mode_t kOthersWrite = S_IWOTH;
+
+unsigned long Number() { return static_cast<unsigned long>(errno); }
+
+// After the locks of settings above, before those of the log, which hears of damage.
+constinit ForkHandler forkHandler{ForkRank::pool, [] { StoreLock().lock(); },
+                                  [] { StoreLock().unlock(); }, [] { StoreLock().unlock(); }};
 
 std::string StorePath(bool machine)
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe)
-    const char* const folder = std::getenv("KVI_REGISTRY");
+    const char* const folder = ::secure_getenv("KVI_REGISTRY");
     if (folder != nullptr && *folder != '\0')
         return std::string(folder) + (machine ? "/machine.sqlite" : "/user.sqlite");
     return (machine ? "/etc" : ConfigurationFolder()) + "/kvi/registry.sqlite";
 }
 
-/// The folder of a path that has one; empty for "/".
-std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
-
-/// Makes the folder of a store, and those above it; what fails shows when the store is opened.
-void MakeFolders(const std::string& folder, mode_t mode)
+/// Whether nobody but this user and the system's may exchange what is in @p folder.
+bool IsSafe(const struct stat& folder)
 {
-    if (::mkdir(folder.c_str(), mode) == 0 || errno != ENOENT || folder.find('/', 1) == folder.npos)
-        return;
-    MakeFolders(FolderOf(folder), mode);
-    ::mkdir(folder.c_str(), mode);
+    const bool ours = folder.st_uid == ::geteuid() || folder.st_uid == 0;
+    return ours && ((folder.st_mode & kOthersWrite) == 0 || (folder.st_mode & S_ISVTX) != 0);
 }
+
+/// Opens the folder of the absolute path @p path step by step, so that what was looked at is what
+/// is used. A link counts when this user or the system's has made it. @p make makes missing folders
+/// in those of this user.
+unsigned long OpenFolder(std::string path, bool machine, bool make, Descriptor& folder)
+{
+    Descriptor at(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    path.resize(path.rfind('/') + 1);
+    for (int links = 0; !path.empty();)
+    {
+        const std::size_t end = path.find('/');
+        const std::string part = path.substr(0, end);
+        path.erase(0, end == path.npos ? end : end + 1);
+        if (part.empty() || part == ".")
+            continue;
+        struct stat parent, about;
+        if (::fstat(at.Number(), &parent) != 0)
+            return Number();
+        bool there = ::fstatat(at.Number(), part.c_str(), &about, AT_SYMLINK_NOFOLLOW) == 0;
+        if (!there && errno == ENOENT && make && parent.st_uid == ::geteuid())
+            there = ::mkdirat(at.Number(), part.c_str(), machine ? 0755 : 0700) == 0 &&
+                    ::fstatat(at.Number(), part.c_str(), &about, AT_SYMLINK_NOFOLLOW) == 0;
+        if (!there)
+            return errno == ENOENT && make ? EACCES : Number();
+        if (S_ISLNK(about.st_mode))
+        {
+            std::string target(static_cast<std::size_t>(about.st_size) + 1, '\0');
+            const auto size = ::readlinkat(at.Number(), part.c_str(), target.data(), target.size());
+            if (size <= 0 || ++links > kLinks || (about.st_uid != ::geteuid() && about.st_uid != 0))
+                return size < 0 ? Number() : links > kLinks ? ELOOP : EACCES;
+            target.resize(static_cast<std::size_t>(size));
+            path = target + '/' + path;
+            if (target[0] == '/')
+                at = Descriptor(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+            continue;
+        }
+        Descriptor next(
+            ::openat(at.Number(), part.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (!next.IsOpen() || ::fstat(next.Number(), &about) != 0)
+            return Number();
+        if (!IsSafe(about))
+            return EACCES;
+        at = std::move(next);
+    }
+    folder = std::move(at);
+    return 0;
+}
+
+std::string LeafOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 int Compare(void* host, int sizeA, const void* a, int sizeB, const void* b)
 {
@@ -50,6 +104,13 @@ int Compare(void* host, int sizeA, const void* a, int sizeB, const void* b)
     return static_cast<const RegistryHost*>(host)->compare(wide(a, sizeA), wide(b, sizeB));
 }
 } // namespace
+
+std::mutex& StoreLock()
+{
+    static std::mutex& lock = *new std::mutex;
+    AddForkHandler(forkHandler);
+    return lock;
+}
 
 Query::Query(sqlite3* store, const char* text)
     : result_(::sqlite3_prepare_v2(store, text, -1, &statement_, nullptr))
@@ -92,89 +153,173 @@ std::string Query::Bytes(int column) const
 
 std::int64_t Query::Number(int column) const { return ::sqlite3_column_int64(statement_, column); }
 
-unsigned long RegistryStore::Open(bool machine, bool write, const RegistryHost& host,
-                                  std::unique_ptr<RegistryStore>& store)
+RegistryStore::RegistryStore(const RegistryHost& host) : host_(host)
 {
-    std::unique_ptr<RegistryStore> opened(new RegistryStore(StorePath(machine), host));
-    const std::string& path = opened->path_;
-    const std::string folder = FolderOf(path);
-    if (write)
-    {
-        MakeFolders(folder, machine ? 0755 : 0700);
-        // Writing makes a journal beside the store.
-        if (::faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) != 0)
-            return errno == EROFS ? EACCES : static_cast<unsigned long>(errno);
-    }
-    struct stat about;
-    const bool there = ::stat(path.c_str(), &about) == 0;
-    if (!write && !there)
-        return static_cast<unsigned long>(errno);
-    // Readers as well take what a writer that was killed left half done back; where they may not
-    // write, SQLite opens for reading.
-    const int flags = SQLITE_OPEN_READWRITE | (write ? SQLITE_OPEN_CREATE : 0);
-    // One thread at a time uses a key, and a store belongs to one key.
-    const int result =
-        ::sqlite3_open_v2(path.c_str(), &opened->store_, flags | SQLITE_OPEN_NOMUTEX, nullptr);
-    if (result != SQLITE_OK)
-        return ErrorOf(result);
-    if (write && ::sqlite3_db_readonly(opened->store_, "main") == 1)
-        return EACCES;
-    // The machine's settings are for all to read, the user's for the user; whatever the umask.
-    if (!there)
-        ::chmod(path.c_str(), machine ? 0644 : 0600);
-    if (::stat(path.c_str(), &about) == 0)
-    {
-        opened->device_ = about.st_dev;
-        opened->number_ = about.st_ino;
-    }
-    ::sqlite3_busy_timeout(opened->store_, kPatience);
-    ::sqlite3_create_collation(opened->store_, "blind", SQLITE_UTF8, &opened->host_, &Compare);
-    store = std::move(opened);
-    return 0;
+    // One thread at a time uses SQLite here.
+    if (::sqlite3_open_v2(":memory:", &store_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                          nullptr) == SQLITE_OK)
+        ::sqlite3_create_collation(store_, "blind", SQLITE_UTF8, &host_, &Compare);
 }
 
 RegistryStore::~RegistryStore() { ::sqlite3_close(store_); }
 
-bool RegistryStore::IsCurrent() const
+unsigned long RegistryStore::Open(bool machine, const RegistryHost& host,
+                                  std::unique_ptr<RegistryStore>& store)
 {
-    struct stat about;
-    return ::stat(path_.c_str(), &about) == 0 && about.st_dev == device_ && about.st_ino == number_;
+    const std::string path = StorePath(machine);
+    Descriptor folder;
+    if (const unsigned long error = OpenFolder(path, machine, false, folder); error != 0)
+        return error;
+    const Descriptor file(::openat(folder.Number(), LeafOf(path).c_str(),
+                                   O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file.IsOpen())
+        return Number();
+    auto opened = std::make_unique<RegistryStore>(host);
+    const unsigned long error = opened->Load(file);
+    if (error == 0)
+        store = std::move(opened);
+    return error;
 }
 
-bool RegistryStore::IsReadable() const
+unsigned long RegistryStore::Load(const Descriptor& file)
 {
-    // Through SQLite's own descriptor: closing another one would drop the locks of this process.
-    sqlite3_file* file = nullptr;
-    ::sqlite3_file_control(store_, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    if (::fstat(file.Number(), &file_) != 0)
+        return Number();
+    if (!S_ISREG(file_.st_mode) || !IsSafe(file_))
+        return EACCES;
+    if (file_.st_size > kLargest)
+        return EFBIG;
+    const auto size = static_cast<std::size_t>(file_.st_size);
+    auto* const image = static_cast<unsigned char*>(::sqlite3_malloc64(size + 1));
+    if (image == nullptr)
+        return ENOMEM;
+    std::size_t got = 0;
+    for (ssize_t n = 1; got < size && n > 0;)
+    {
+        n = ::pread(file.Number(), image + got, size - got, static_cast<off_t>(got));
+        if (n < 0 && errno == EINTR)
+            n = 1;
+        else if (n < 0)
+        {
+            const unsigned long error = Number();
+            ::sqlite3_free(image);
+            return error;
+        }
+        else
+            got += static_cast<std::size_t>(n);
+    }
+    if (got == 0) // as empty as a new one
+    {
+        ::sqlite3_free(image);
+        return 0;
+    }
+    const auto length = static_cast<sqlite3_int64>(got);
+    // SQLite frees the image, also when it fails.
+    const int result =
+        ::sqlite3_deserialize(store_, "main", image, length, length,
+                              SQLITE_DESERIALIZE_FREEONCLOSE | SQLITE_DESERIALIZE_RESIZEABLE);
+    return result == SQLITE_OK ? 0 : ErrorOf(result);
+}
+
+bool RegistryStore::IsCurrent(bool machine) const
+{
+    struct stat now;
+    return ::stat(StorePath(machine).c_str(), &now) == 0 && now.st_dev == file_.st_dev &&
+           now.st_ino == file_.st_ino && now.st_size == file_.st_size &&
+           std::memcmp(&now.st_ctim, &file_.st_ctim, sizeof now.st_ctim) == 0;
+}
+
+std::string RegistryStore::Image() const
+{
     sqlite3_int64 size = 0;
-    if (file == nullptr || file->pMethods == nullptr ||
-        file->pMethods->xFileSize(file, &size) != SQLITE_OK)
-        return false;
-    std::array<char, 4096> piece;
-    int result = SQLITE_OK;
-    for (sqlite3_int64 at = 0; at < size && result == SQLITE_OK; at += std::ssize(piece))
-        result = file->pMethods->xRead(file, piece.data(), static_cast<int>(piece.size()), at);
-    return result == SQLITE_OK || result == SQLITE_IOERR_SHORT_READ;
+    unsigned char* const image = ::sqlite3_serialize(store_, "main", &size, 0);
+    std::string bytes;
+    if (image != nullptr)
+        bytes.assign(reinterpret_cast<const char*>(image), static_cast<std::size_t>(size));
+    ::sqlite3_free(image);
+    return bytes;
 }
 
-bool RegistryStore::SetAside()
+std::wstring RegistryWriter::Path() const { return FromSystemPath(path_); }
+
+unsigned long RegistryWriter::Try(bool machine)
 {
-    // One process at a time looks and renames, so that no new store is taken for the damaged one.
-    const Descriptor folder(::open(FolderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.IsOpen())
-        ::flock(folder.Number(), LOCK_EX);
-    if (!IsCurrent())
-        return true;
-    std::string aside;
+    Descriptor folder;
+    if (const auto error = OpenFolder(StorePath(machine), machine, true, folder); error != 0)
+        return error;
     struct stat about;
-    for (int i = 1; aside.empty() || ::lstat(aside.c_str(), &about) == 0; ++i)
-        aside = path_ + ".damaged-" + std::to_string(i);
-    // The journal first: it must never be taken for one of the new store.
-    ::rename((path_ + "-journal").c_str(), (aside + "-journal").c_str());
-    if (::rename(path_.c_str(), aside.c_str()) != 0)
-        aside.clear();
-    host_.damaged(FromSystemPath(path_), FromSystemPath(aside));
-    return !aside.empty();
+    if (::fstat(folder.Number(), &about) != 0 || about.st_uid != ::geteuid())
+        return EACCES;
+    if (::faccessat(folder.Number(), ".", W_OK, AT_EACCESS) != 0)
+        return errno == EROFS ? EACCES : Number();
+    return 0;
+}
+
+RegistryWriter::RegistryWriter(bool machine) : machine_(machine), path_(StorePath(machine))
+{
+    error_ = OpenFolder(path_, machine, true, folder_);
+    if (error_ == 0)
+        error_ = WaitForTurn();
+}
+
+unsigned long RegistryWriter::WaitForTurn()
+{
+    struct stat about;
+    // A folder of another user's is not written in, even by those who may.
+    if (::fstat(folder_.Number(), &about) != 0 || about.st_uid != ::geteuid())
+        return EACCES;
+    Descriptor file(::openat(folder_.Number(), (LeafOf(path_) + ".lock").c_str(),
+                             O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+    if (!file.IsOpen())
+        return errno == EROFS ? EACCES : Number();
+    turn_ = std::make_unique<LockFile>(std::move(file));
+    constexpr timespec kMoment{0, 2'000'000};
+    for (int waited = 0; !turn_->Lock(0, 1, false); waited += 2)
+    {
+        if (errno != EAGAIN || waited >= kPatience)
+            return errno == EAGAIN ? EBUSY : Number();
+        ::nanosleep(&kMoment, nullptr);
+    }
+    return 0;
+}
+
+RegistryWriter::~RegistryWriter()
+{
+    if (turn_)
+        turn_->Unlock(0, 1);
+}
+
+unsigned long RegistryWriter::Replace(std::string_view image)
+{
+    Draft draft(folder_, LeafOf(path_), 0600);
+    if (draft.Error() != 0)
+        return draft.Error();
+    // The machine's settings are for all to read, whatever the umask; a file that is there keeps
+    // who may read it.
+    mode_t mode = machine_ ? 0644 : 0600;
+    if (struct stat there; draft.TargetStatus(there) == 0 && S_ISREG(there.st_mode))
+        mode = there.st_mode & 0775;
+    if (const auto error = WriteAll(draft.File(), image.data(), image.size(), 0); error != 0)
+        return error;
+    if (::fchmod(draft.File(), mode) != 0 || ::fsync(draft.File()) != 0)
+        return Number();
+    const unsigned long error = draft.Replace();
+    return error != 0 ? error : draft.SyncFolder();
+}
+
+bool RegistryWriter::SetAside(const RegistryHost& host)
+{
+    const std::string leaf = LeafOf(path_);
+    std::string aside;
+    unsigned long error = EEXIST;
+    for (int i = 1; error == EEXIST; ++i)
+    {
+        aside = leaf + ".damaged-" + std::to_string(i);
+        error = RenameNew(folder_.Number(), leaf, folder_.Number(), aside);
+    }
+    const std::string folder = path_.substr(0, path_.rfind('/') + 1);
+    host.damaged(FromSystemPath(path_), error == 0 ? FromSystemPath(folder + aside) : L"");
+    return error == 0;
 }
 
 bool IsDamage(int result)

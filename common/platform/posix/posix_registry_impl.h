@@ -3,11 +3,15 @@
 #pragma once
 
 #include "platform/platform_registry.h"
+#include "platform/posix/posix_file_impl.h"
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
+
+#include <sys/stat.h>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -38,39 +42,73 @@ private:
     int parameters_ = 0;
 };
 
-/// An open store.
+/// The content of a store's file, in memory.
 ///
-/// Changes are transactions with a rollback journal: a process that ends at any moment leaves the
-/// old or the new values, and writers wait for each other. A file that is damaged is renamed, once.
+/// Nobody changes a file: a writer writes a whole new one, which takes the place of the old one at
+/// once. So a reader neither waits nor writes, and finds the old values or the new ones, whatever
+/// becomes of the writer. Only a file, and folders on the way to it, that no other user may
+/// exchange are used: those of this user and of the system's. All functions under StoreLock.
 class RegistryStore
 {
 public:
-    /// @param write  makes the file when it is not there
-    /// @returns 0, or the system's error number
-    static unsigned long Open(bool machine, bool write, const RegistryHost& host,
+    /// Reads the file. @returns 0, or the system's error number; ENOENT when there is no file
+    static unsigned long Open(bool machine, const RegistryHost& host,
                               std::unique_ptr<RegistryStore>& store);
+    /// An empty store.
+    explicit RegistryStore(const RegistryHost& host);
     ~RegistryStore();
     RegistryStore(const RegistryStore&) = delete;
     RegistryStore& operator=(const RegistryStore&) = delete;
 
     sqlite3* Get() const { return store_; }
-    /// Whether the path still leads to the file that is open.
-    bool IsCurrent() const;
-    /// Whether the system gives every byte of the file.
-    bool IsReadable() const;
-    /// Renames the damaged file, unless another process has, and tells it.
-    /// @returns false when it could not be renamed
-    bool SetAside();
+    /// Whether the path still leads to the file that was read.
+    bool IsCurrent(bool machine) const;
+    /// The bytes of a file with this content; empty when memory runs out.
+    std::string Image() const;
 
 private:
-    RegistryStore(std::string path, const RegistryHost& host) : path_(std::move(path)), host_(host)
-    {
-    }
+    unsigned long Load(const Descriptor& file);
 
-    std::string path_;
     RegistryHost host_;
     sqlite3* store_ = nullptr;
-    std::uint64_t device_ = 0, number_ = 0; // of the open file
+    struct stat file_
+    {
+    }; // as it was read
+};
+
+/// Keeps the calls into SQLite of this process apart from its forks.
+std::mutex& StoreLock();
+
+/// The turn of one writer among processes, and the folder it writes in.
+class RegistryWriter
+{
+public:
+    /// Makes the folder when it is missing, and waits for other writers up to ten seconds.
+    explicit RegistryWriter(bool machine);
+    ~RegistryWriter();
+    RegistryWriter(const RegistryWriter&) = delete;
+    RegistryWriter& operator=(const RegistryWriter&) = delete;
+
+    /// Whether this user may write the store, making its folder: 0, or the reason why not.
+    static unsigned long Try(bool machine);
+    /// The library's path of the file.
+    std::wstring Path() const;
+    /// 0, or the reason why there is no turn.
+    unsigned long Error() const { return error_; }
+    /// Puts a file of these bytes in the store's place.
+    unsigned long Replace(std::string_view image);
+    /// Renames the damaged file and reports that.
+    /// @returns false when it could not be renamed
+    bool SetAside(const RegistryHost& host);
+
+private:
+    unsigned long WaitForTurn();
+
+    bool machine_;
+    std::string path_;
+    Descriptor folder_;
+    std::unique_ptr<class LockFile> turn_;
+    unsigned long error_ = 0;
 };
 
 /// Whether SQLite's @p result says that the file is no store any more.

@@ -26,6 +26,11 @@ std::optional<std::wstring> Environment(const std::wstring& name)
     }
 }
 
+std::optional<std::wstring> TrustedEnvironment(const std::wstring& name)
+{
+    return Environment(name); // no program gets more rights than its caller without being asked
+}
+
 void SetEnvironment(const std::wstring& name, const std::wstring& value)
 {
     ::SetEnvironmentVariableW(name.c_str(), value.c_str());

@@ -1,6 +1,7 @@
 #include "platform/platform_library.h"
 
 #include "platform/platform_error.h"
+#include "platform/platform_path.h"
 
 #include <windows.h>
 
@@ -9,7 +10,14 @@ namespace platform
 
 Module LoadModule(const std::wstring& path, SymbolScope, std::wstring* error)
 {
-    Module const module = ::LoadLibraryW(path.c_str());
+    const bool hasFolder = path.find_first_of(L"\\/:") != std::wstring::npos;
+    std::wstring full = path;
+    if (hasFolder && AbsolutePath(path, full) != 0)
+        full = path;
+    // Neither the current folder nor PATH is searched, for the library or for those it needs.
+    const DWORD folders =
+        LOAD_LIBRARY_SEARCH_DEFAULT_DIRS | (hasFolder ? LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR : 0);
+    Module const module = ::LoadLibraryExW(full.c_str(), nullptr, folders);
     if (module == nullptr && error != nullptr)
     {
         const unsigned long number = ::GetLastError();
