@@ -14,11 +14,12 @@ namespace platform::posix
 {
 namespace
 {
-/// All lock files of this process. Never destroyed: objects may outlive the statics.
+/// All lock files of this process, the first of a list. Needs no destruction: objects may outlive
+/// the statics.
 struct Files
 {
     std::mutex lock; // taken after NamedObjectsLock
-    std::vector<LockFile*> all;
+    LockFile* first = nullptr;
 };
 
 Files& TheFiles()
@@ -44,7 +45,7 @@ void UnlockAll()
 void RenewAll()
 {
     ++generation;
-    for (LockFile* const file : TheFiles().all)
+    for (LockFile* file = TheFiles().first; file != nullptr; file = file->Next())
         file->Renew();
     UnlockAll();
 }
@@ -83,13 +84,16 @@ LockFile::LockFile(Descriptor file) : file_(std::move(file))
 {
     AddForkHandler(forkHandler);
     const std::lock_guard guard(TheFiles().lock);
-    TheFiles().all.push_back(this);
+    next_ = std::exchange(TheFiles().first, this);
 }
 
 LockFile::~LockFile()
 {
     const std::lock_guard guard(TheFiles().lock);
-    std::erase(TheFiles().all, this);
+    LockFile** link = &TheFiles().first;
+    while (*link != this)
+        link = &(*link)->next_;
+    *link = next_;
     (void)file_.Close(); // nothing was written; before the next fork
 }
 

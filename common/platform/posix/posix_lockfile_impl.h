@@ -62,9 +62,12 @@ public:
 
     /// In a forked child: makes the file its own.
     void Renew();
+    /// The next of all lock files of this process.
+    LockFile* Next() const { return next_; }
 
 private:
     Descriptor file_;
+    LockFile* next_ = nullptr;
     std::vector<std::pair<off_t, off_t>> shared_;
     std::atomic<std::uint32_t> threads_{0}; // 0: free, 1: one is inside, 2: others wait
 };

@@ -107,7 +107,7 @@ int Compare(void* host, int sizeA, const void* a, int sizeB, const void* b)
 
 std::mutex& StoreLock()
 {
-    static std::mutex& lock = *new std::mutex;
+    static constinit std::mutex lock; // needs no destruction
     AddForkHandler(forkHandler);
     return lock;
 }
