@@ -47,12 +47,14 @@ public:
     /// @{
     /// Copies the whole tree; what is done to one leaves the other alone.
     QuadTree2D(const QuadTree2D& other);
+    /// Replaces the content with a copy of the other tree's.
     QuadTree2D& operator=(const QuadTree2D& other);
     /// @}
     /// @{
     /// Leaves @p other an empty tree, or this one's former content. Making that empty tree may
     /// run out of memory.
     QuadTree2D(QuadTree2D&& other); // NOLINT(performance-noexcept-move-constructor)
+    /// Exchanges the contents of the two trees.
     QuadTree2D& operator=(QuadTree2D&& other) noexcept;
     /// @}
 

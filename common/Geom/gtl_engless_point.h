@@ -13,6 +13,7 @@ namespace impl
 class engless_axis
 {
 public:
+    /// Cells as wide as twice @p tolerance.
     explicit engless_axis(double tolerance) : width_(tolerance + tolerance) {}
 
     /// -1, 0 or 1 as @p a lies before, in the same cell as, or after @p b; NaN after all else.
@@ -38,6 +39,7 @@ private:
     double width_;
 };
 
+/// Coordinate @p Axis of a point: 1 for x, 2 for y, 3 for z.
 template <int Axis, class Point>
 double engless_coordinate(const Point& point)
 {

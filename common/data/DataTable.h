@@ -56,6 +56,7 @@ public:
     /// @{
     /// As an empty table after Init.
     DataTable(DataParamType rowKind, const std::vector<DataParamType>& params, unsigned int rows);
+    /// The same with calculators and an evaluator of the caller's.
     DataTable(DataParamType rowKind, const std::vector<DataParamType>& params, unsigned int rows,
               const std::shared_ptr<datatable::ICalculators>& calculators,
               datatable::EvaluatorPtr evaluator);
@@ -117,11 +118,13 @@ public:
     /// @{
     /// The row's values in column order; empty for a row that does not exist.
     Values Row(const GID& row) { return RowOf<Values>(values_.data(), row); }
+    /// The same of a constant table.
     ConstValues Row(const GID& row) const { return RowOf<ConstValues>(values_.data(), row); }
     /// @}
     /// @{
     /// The values of @p param from the first row to the last; empty for a quantity not stored.
     Values Column(DataParamType param) { return ColumnOf<Values>(values_.data(), param); }
+    /// The same of a constant table.
     ConstValues Column(DataParamType p) const { return ColumnOf<ConstValues>(values_.data(), p); }
     /// @}
 

@@ -30,6 +30,7 @@ protected:
     /// @{
     /// Copies are for derived classes.
     IParamEvaluator(const IParamEvaluator&) = default;
+    /// Assignment is for derived classes.
     IParamEvaluator& operator=(const IParamEvaluator&) = default;
     /// @}
 };

@@ -31,13 +31,17 @@ public:
 
     /// @name Setters; they return the name, so that calls chain
     /// @{
+
     /// Full path of the project file; a slash in it is a separator, and is stored as a backslash.
     Name& ProjectPath(const std::wstring& path);
     Name& ProjectDirectory(const std::wstring& dir); ///< its folder, with the separator at the end
     Name& ProjectFName(const std::wstring& name);    ///< its file name, without extension
     Name& ProjectExt(const std::wstring& ext);       ///< its extension, with the dot
+    /// Name of the analysis, as the user gave it.
     Name& Analysis(const std::wstring& name);
+    /// Number of the run; kNoRun for none.
     Name& Run(std::uint32_t run);
+    /// Step of the analysis.
     Name& Step(const ::Step& step);
     Name& FName(const std::wstring& name); ///< the file's name, without extension
     Name& Ext(const std::wstring& ext);    ///< its extension, with the dot
@@ -53,16 +57,27 @@ public:
 
     /// @name Getters
     /// @{
+
+    /// Full path of the project file.
     const std::wstring& ProjectPath() const { return projectPath_; }
+    /// Folder of the project file, with the separator at the end.
     std::wstring ProjectDirectory() const;
+    /// File name of the project, without extension.
     std::wstring ProjectFName() const;
+    /// Extension of the project file, with the dot.
     std::wstring ProjectExt() const;
+    /// File name of the project, with its extension.
     std::wstring ProjectFNameExt() const;
+    /// Name of the analysis.
     const std::wstring& Analysis() const { return analysis_; }
     std::uint32_t Run() const { return run_; } ///< kNoRun when it is not set
+    /// Step of the analysis.
     const ::Step& Step() const { return step_; }
+    /// Name of the file, without extension.
     const std::wstring& FName() const { return fname_; }
+    /// Extension of the file, with the dot.
     const std::wstring& Ext() const { return ext_; }
+    /// Name of the file, with its extension.
     std::wstring FNameExt() const { return fname_ + ext_; }
     /// @}
 
@@ -97,8 +112,11 @@ public:
     /// @{
     /// By Compare.
     friend bool operator==(const Name& a, const Name& b) { return a.Compare(b) == 0; }
+    /// Whether any part differs.
     friend bool operator!=(const Name& a, const Name& b) { return a.Compare(b) != 0; }
+    /// Whether @p a comes before @p b.
     friend bool operator<(const Name& a, const Name& b) { return a.Compare(b) < 0; }
+    /// Whether @p a comes after @p b.
     friend bool operator>(const Name& a, const Name& b) { return a.Compare(b) > 0; }
     /// @}
 

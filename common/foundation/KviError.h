@@ -21,11 +21,13 @@ KVI_API gtl::status mngsrv();
 /// @{
 /// A text breaks the rules of its language.
 KVI_API gtl::status syntax(std::string_view text);
+/// The same for wide text.
 KVI_API gtl::status syntax(std::wstring_view text);
 /// @}
 /// @{
 /// Code that should not throw did.
 KVI_API gtl::status unexpected_exception(std::string_view text);
+/// The same for wide text.
 KVI_API gtl::status unexpected_exception(std::wstring_view text);
 /// @}
 
@@ -34,6 +36,7 @@ KVI_API gtl::status err_sysserv(std::wstring_view service);
 /// @{
 /// The system function failed, with the caller's own words.
 KVI_API gtl::status err_sysserv(std::wstring_view service, std::wstring_view reason);
+/// The system function failed, with two texts of the caller's.
 KVI_API gtl::status err_sysserv(std::wstring_view service, std::wstring_view reason,
                                 std::wstring_view reason2);
 /// @}

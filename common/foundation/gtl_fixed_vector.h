@@ -16,8 +16,11 @@ public:
     /// @{
     /// What the standard library asks of a container.
     using value_type = T;
+    /// Type of sizes and positions.
     using size_type = std::size_t;
+    /// Pointer to an item.
     using iterator = T*;
+    /// Pointer to a constant item.
     using const_iterator = const T*;
     /// @}
 

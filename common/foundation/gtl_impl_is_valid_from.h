@@ -13,10 +13,12 @@ namespace gtl::impl
 /// "0123456789-+.Ee". Their order and number do not matter: "1-2" is valid, and so is text with
 /// nothing in it. The second argument takes no part.
 KVI_API bool is_float_valid_from(const std::string& text, bool);
+/// The same for wide text.
 KVI_API bool is_float_valid_from(const std::wstring& text, bool);
 
 /// The same for whole numbers, with the characters "0123456789-+".
 KVI_API bool is_integral_valid_from(const std::string& text, bool);
+/// The same for wide text.
 KVI_API bool is_integral_valid_from(const std::wstring& text, bool);
 
 } // namespace gtl::impl

@@ -23,14 +23,23 @@ struct KVI_API range_error
     static status OutOfBounds(std::wstring_view value, std::wstring_view lower,
                               std::wstring_view upper, bound_kind lowerKind, bound_kind upperKind);
 
+    /// "any number"
     static std::wstring DescNoLimit();
+    /// "at least" @p lower
     static std::wstring DescGE(std::wstring_view lower);
+    /// "greater than" @p lower
     static std::wstring DescGT(std::wstring_view lower);
+    /// "at most" @p upper
     static std::wstring DescLE(std::wstring_view upper);
+    /// "less than" @p upper
     static std::wstring DescLT(std::wstring_view upper);
+    /// "at least" @p lower "and at most" @p upper
     static std::wstring DescInclusiveInclusive(std::wstring_view lower, std::wstring_view upper);
+    /// "at least" @p lower "and less than" @p upper
     static std::wstring DescInclusiveExclusive(std::wstring_view lower, std::wstring_view upper);
+    /// "greater than" @p lower "and at most" @p upper
     static std::wstring DescExclusiveInclusive(std::wstring_view lower, std::wstring_view upper);
+    /// "greater than" @p lower "and less than" @p upper
     static std::wstring DescExclusiveExclusive(std::wstring_view lower, std::wstring_view upper);
 };
 

@@ -49,12 +49,15 @@ public:
     /// @{
     /// Copies share the details; nothing is allocated. What was moved from is ok.
     inline status(const status& other) noexcept;
+    /// Takes over the details; @p other is ok afterwards.
     status(status&& other) noexcept : detail_(std::exchange(other.detail_, nullptr)) {}
+    /// Shares the details of @p other.
     status& operator=(const status& other) noexcept
     {
         status(other).swap(*this);
         return *this;
     }
+    /// Takes over the details; @p other is ok afterwards.
     status& operator=(status&& other) noexcept
     {
         status(std::move(other)).swap(*this);

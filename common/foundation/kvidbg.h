@@ -67,6 +67,7 @@ public:
     /// @{
     /// Logs a finished text: a "%" in it means nothing.
     void operator()(const std::string& text) const;
+    /// The same for wide text.
     void operator()(const std::wstring& text) const;
     /// @}
 
@@ -89,17 +90,22 @@ KVI_API std::string FormatContext(const char* file, int line, const char* functi
 /// @{
 /// The text that the log shows for a value.
 KVI_API std::wstring to_wstring(const gtl::status& status); ///< its finished message
+/// Decimal digits.
 KVI_API std::wstring to_wstring(int value);
+/// Decimal digits.
 KVI_API std::wstring to_wstring(unsigned int value);
+/// The text, from the system's code page.
 KVI_API std::wstring to_wstring(const std::string& text);
+/// The text, from the system's code page.
 KVI_API std::wstring to_wstring(const char* text);
 /// @}
 
 namespace impl
 {
+/// Sends a record without file and line to the current sink.
 KVI_API void SendEvent(int level, std::string_view format, const str::fmt::impl::Argument* args,
                        std::size_t count) noexcept;
-}
+} // namespace impl
 
 /// Sends a text of level information, without category or call site, to the current sink when that
 /// level passes the filter.

@@ -162,6 +162,7 @@ KVI_API void SinkFilePath(const std::wstring& path);
 /// Safe mode: every record is written at once, whatever buffering was asked for, so that the
 /// last one before a crash is in the file.
 KVI_API void SetSafeMode(bool on);
+/// Whether safe mode is on.
 KVI_API bool IsSafeMode();
 /// @}
 

@@ -45,6 +45,7 @@ struct KVI_API ConvertFloat
     /// Anything else, also trailing white space or no text at all, gives the failure value: the
     /// largest value of the type, which for double is the missing value.
     static void from_string(T& value, const std::string& text);
+    /// The same for wide text.
     static void from_string(T& value, const std::wstring& text);
 
     /// Reads a number, as above but without leading white space, from the front of the characters
@@ -55,6 +56,7 @@ struct KVI_API ConvertFloat
     /// Writes @p value with @p digits digits, at most 20000; 0 significant digits count as 1. What
     /// is not finite reads "inf", "-inf", "nan" or "-nan".
     static void to_string(std::string& text, const T& value, unsigned int digits, RoundType round);
+    /// The same for wide text.
     static void to_string(std::wstring& text, const T& value, unsigned int digits, RoundType round);
 };
 

@@ -24,6 +24,7 @@ struct KVI_API ConvertInt
     /// digits to the very end. Anything else, also trailing white space or no text at all, gives
     /// the failure value; a sign alone is 0. Digits beyond the type's range wrap around.
     static void from_string(T& value, const std::string& text);
+    /// The same for wide text.
     static void from_string(T& value, const std::wstring& text);
 
     /// Reads as the C library's strtol and wcstol do with a 32-bit long: white space and a sign
@@ -34,11 +35,13 @@ struct KVI_API ConvertInt
     /// types narrower than 32 bits keep the low bits. Empty text gives the failure value; text
     /// without digits, or a base outside 0 and 2 to 36, gives 0.
     static void from_string(T& value, const std::string& text, int base);
+    /// The same for wide text.
     static void from_string(T& value, const std::wstring& text, int base);
 
     /// Writes @p value with digits 0 to 9 and a to z, "-" before a negative value in every base.
     /// A base outside 2 to 36 leaves @p text empty.
     static void to_string(std::string& text, const T& value, int base);
+    /// The same for wide text.
     static void to_string(std::wstring& text, const T& value, int base);
 };
 

@@ -19,9 +19,13 @@ public:
     /// @{
     /// What the standard library asks of an iterator.
     using iterator_category = std::random_access_iterator_tag;
+    /// Type of the elements.
     using value_type = std::remove_cv_t<T>;
+    /// Type of numbers of steps.
     using difference_type = std::ptrdiff_t;
+    /// Pointer to an element.
     using pointer = T*;
+    /// Reference to an element.
     using reference = T&;
     /// @}
 
@@ -41,7 +45,9 @@ public:
     /// @{
     /// As with a pointer whose step is stride() elements of the array.
     T& operator*() const { return array_[offset_]; }
+    /// Address of the element.
     T* operator->() const { return array_ + offset_; }
+    /// The element @p n steps on.
     T& operator[](std::ptrdiff_t n) const { return array_[offset_ + n * stride_]; }
     /// @}
     /// Elements of the array from one step to the next.
@@ -54,15 +60,20 @@ public:
         offset_ += n * stride_;
         return *this;
     }
+    /// Moves back by @p n steps.
     strided_iterator& operator-=(std::ptrdiff_t n) { return *this += -n; }
+    /// Moves on by one step.
     strided_iterator& operator++() { return *this += 1; }
+    /// Moves back by one step.
     strided_iterator& operator--() { return *this += -1; }
+    /// Moves on by one step. @returns the position before
     strided_iterator operator++(int)
     {
         const strided_iterator before = *this;
         ++*this;
         return before;
     }
+    /// Moves back by one step. @returns the position before
     strided_iterator operator--(int)
     {
         const strided_iterator before = *this;
@@ -74,7 +85,9 @@ public:
     /// @{
     /// So many steps further on or back.
     friend strided_iterator operator+(strided_iterator i, std::ptrdiff_t n) { return i += n; }
+    /// The position @p n steps on.
     friend strided_iterator operator+(std::ptrdiff_t n, strided_iterator i) { return i += n; }
+    /// The position @p n steps back.
     friend strided_iterator operator-(strided_iterator i, std::ptrdiff_t n) { return i -= n; }
     /// @}
     /// Of two iterators over the same elements.
@@ -88,6 +101,7 @@ public:
     {
         return a.offset_ == b.offset_;
     }
+    /// Which position comes first.
     friend std::strong_ordering operator<=>(const strided_iterator& a, const strided_iterator& b)
     {
         return a.offset_ <=> b.offset_;

@@ -20,6 +20,7 @@ namespace str
 /// @{
 /// White space: of narrow text the six ASCII ones, of wide text every one of Unicode.
 KVI_API bool is_space(char c);
+/// White space of Unicode.
 KVI_API bool is_space(wchar_t c);
 /// @}
 
@@ -28,8 +29,10 @@ KVI_API bool is_space(wchar_t c);
 /// Instances of all templates here: std::string, std::wstring.
 template <class text>
 KVI_API void trim(text& s);
+/// Removes white space at the beginning.
 template <class text>
 KVI_API void trim_left(text& s);
+/// Removes white space at the end.
 template <class text>
 KVI_API void trim_right(text& s);
 /// @}
@@ -56,6 +59,7 @@ KVI_API text join(const std::vector<text>& parts, const text& separator);
 KVI_API std::wstring as_wstring(const std::string& narrow);
 /// @param narrow  may be null when @p n is 0
 KVI_API std::wstring as_wstring(const char* narrow, std::size_t n);
+/// Wide text in the system's code page.
 KVI_API std::string as_cstring(const std::wstring& wide);
 /// @}
 
@@ -63,6 +67,7 @@ KVI_API std::string as_cstring(const std::wstring& wide);
 /// Between UTF-8 and wide text.
 /// An invalid sequence, a lone surrogate becomes U+FFFD.
 KVI_API std::wstring as_wstring(const u8string& utf8);
+/// Wide text as UTF-8.
 KVI_API u8string as_u8string(const std::wstring& wide);
 /// @}
 
@@ -71,6 +76,7 @@ KVI_API u8string as_u8string(const std::wstring& wide);
 /// count: characters are compared by the code of their simple case folding (Unicode), the same in
 /// every locale. Narrow text folds A to Z only.
 KVI_API int compare_ignore_case(std::string_view a, std::string_view b);
+/// The same for wide text.
 KVI_API int compare_ignore_case(std::wstring_view a, std::wstring_view b);
 /// @}
 

@@ -64,6 +64,7 @@ namespace impl
 /// Appends @p format, filled with @p count arguments, to @p out.
 KVI_API void Append(std::string& out, std::string_view format, const Argument* args,
                     std::size_t count);
+/// The same for wide text.
 KVI_API void Append(std::wstring& out, std::wstring_view format, const Argument* args,
                     std::size_t count);
 /// The same with a format in narrow text.
@@ -72,6 +73,7 @@ KVI_API void Append(std::wstring& out, std::string_view format, const Argument* 
 
 /// Copies @p text and its closing zero, cut to fit, into @p size units at @p buffer.
 KVI_API std::size_t CopyOut(char* buffer, std::size_t size, const std::string& text);
+/// The same for wide text.
 KVI_API std::size_t CopyOut(wchar_t* buffer, std::size_t size, const std::wstring& text);
 
 /// Appends @p format, filled with @p args, to @p out.

@@ -20,6 +20,7 @@ namespace str::fmt::impl
 /// One argument, by reference: what it refers to outlives the call.
 struct Argument
 {
+    /// What an argument is.
     enum class Kind : unsigned char
     {
         Signed,
@@ -35,29 +36,36 @@ struct Argument
         Pointer ///< integer: the address
     };
 
+    /// Says which of the members below count.
     Kind kind;
     unsigned char bytes;        ///< of the integer's type: cuts the two's complement
     unsigned long long integer; ///< a signed one as its 64-bit two's complement
+    /// The value of a Real.
     double real;
+    /// The text, or the status.
     const void* data;
     std::size_t size; ///< in units of the text
 };
 
+/// @p size units of text at @p data.
 inline Argument Text(Argument::Kind kind, const void* data, std::size_t size)
 {
     return {kind, 0, 0, 0, data, size};
 }
 
+/// Narrow text.
 inline Argument TextOf(std::string_view s)
 {
     return Text(Argument::Kind::Narrow, s.data(), s.size());
 }
 
+/// Wide text.
 inline Argument TextOf(std::wstring_view s)
 {
     return Text(Argument::Kind::Wide, s.data(), s.size());
 }
 
+/// Text up to its zero; "(null)" for a null pointer.
 template <class C>
 Argument TextOrNull(const C* s)
 {

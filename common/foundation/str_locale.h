@@ -64,6 +64,7 @@ KVI_API bool is_installed(const ID& id);
 /// What separates a number from its fraction, thousands, and the items of a list.
 KVI_API std::wstring decimal_char(const ID& id = native());
 KVI_API std::wstring thousandths_char(const ID& id = native()); ///< empty: no grouping
+/// What separates the items of a list.
 KVI_API std::wstring list_delim(const ID& id = native());
 /// @}
 
@@ -108,10 +109,13 @@ inline constexpr unsigned int kNoWidth = 0xffffffff;
 /// type does not have is not supported (20219).
 KVI_API gtl::status to_string(std::wstring& text, int value, const ID& id = native(),
                               unsigned int width = kNoWidth);
+/// The same for an unsigned number.
 KVI_API gtl::status to_string(std::wstring& text, unsigned int value, const ID& id = native(),
                               unsigned int width = kNoWidth);
+/// The same for a 64-bit number, in the format @p how.
 KVI_API gtl::status to_string(std::wstring& text, long long value, const ID& id = native(),
                               unsigned int width = kNoWidth, format::Type how = format::plain);
+/// The same for a real number, with @p digits digits in the format @p how.
 KVI_API gtl::status to_string(std::wstring& text, double value, const ID& id = native(),
                               unsigned int width = kNoWidth, unsigned int digits = 8,
                               floatformat::Type how = floatformat::general);
@@ -123,6 +127,7 @@ KVI_API gtl::status to_string(std::wstring& text, const std::tm& value, const ID
 /// Items with the list separator between them, or ";" where that is the decimal separator too.
 KVI_API gtl::status to_string(std::wstring& text, const std::vector<int>& values,
                               const ID& id = native());
+/// The same for real numbers.
 KVI_API gtl::status to_string(std::wstring& text, const std::vector<double>& values,
                               const ID& id = native(), unsigned int digits = 8,
                               floatformat::Type how = floatformat::general);
@@ -139,8 +144,10 @@ KVI_API gtl::status to_string(std::wstring& text, const std::vector<double>& val
 /// - 20220: well formed but no value of the type, as "-1" for unsigned or the month 13;
 /// - 20221: beyond the largest or the lowest number of the type.
 KVI_API gtl::status from_string(int& value, const std::wstring& text, const ID& id = native());
+/// The same for an unsigned number.
 KVI_API gtl::status from_string(unsigned int& value, const std::wstring& text,
                                 const ID& id = native());
+/// The same for a 64-bit number.
 KVI_API gtl::status from_string(long long& value, const std::wstring& text,
                                 const ID& id = native());
 /// Also "inf", "infinity" and "nan", in any case.
@@ -155,6 +162,7 @@ KVI_API gtl::status from_string(std::tm& value, const std::wstring& text, const 
 /// Items separated as to_string writes them; empty text has no items.
 KVI_API gtl::status from_string(std::vector<int>& values, const std::wstring& text,
                                 const ID& id = native());
+/// The same for real numbers.
 KVI_API gtl::status from_string(std::vector<double>& values, const std::wstring& text,
                                 const ID& id = native());
 /// @}

@@ -71,6 +71,7 @@ public:
     /// behind the other, each row-major with the size of its element's list. Uses all threads;
     /// gives the bits of InsertIntoSysCoefMtx called in ascending order.
     virtual long InsertElementsIntoSysCoefMtx(int first, int count, const double* matrices);
+    /// Adds @p m into the rows and columns of @p equations, all of them stored positions.
     virtual long InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
                                                 const tagMatrixDbl* m);
     /// b[equations[k]] += v[k]

@@ -33,18 +33,32 @@ KVI_API bool MxM_Checker(const double* C, const double* A, const double* B, int 
 
 /// C = A B.
 KVI_API void MxM_2_2_8(double C[2][8], const double A[2][2], const double B[2][8]);
+/// C (2 x 2) = A (2 x 8) * B (8 x 2).
 KVI_API void MxM_2_8_2(double C[2][2], const double A[2][8], const double B[8][2]);
+/// C (3 x 9) = A (3 x 3) * B (3 x 9).
 KVI_API void MxM_3_3_9(double C[3][9], const double A[3][3], const double B[3][9]);
+/// C (4 x 4) = A (4 x 4) * B (4 x 4).
 KVI_API void MxM_4_4_4(double C[4][4], const double A[4][4], const double B[4][4]);
+/// C (4 x 16) = A (4 x 4) * B (4 x 16).
 KVI_API void MxM_4_4_16(double C[4][16], const double A[4][4], const double B[4][16]);
+/// C (8 x 16) = A (8 x 1) * B (1 x 16).
 KVI_API void MxM_8_1_16(double C[8][16], const double A[8][1], const double B[1][16]);
+/// C (8 x 2) = A (8 x 2) * B (2 x 2).
 KVI_API void MxM_8_2_2(double C[8][2], const double A[8][2], const double B[2][2]);
+/// C (8 x 8) = A (8 x 2) * B (2 x 8).
 KVI_API void MxM_8_2_8(double C[8][8], const double A[8][2], const double B[2][8]);
+/// C (8 x 1) = A (8 x 8) * B (8 x 1).
 KVI_API void MxM_8_8_1(double C[8][1], const double A[8][8], const double B[8][1]);
+/// C (8 x 8) = A (8 x 8) * B (8 x 8).
 KVI_API void MxM_8_8_8(double C[8][8], const double A[8][8], const double B[8][8]);
+/// C (9 x 3) = A (9 x 3) * B (3 x 3).
 KVI_API void MxM_9_3_3(double C[9][3], const double A[9][3], const double B[3][3]);
+/// C (9 x 9) = A (9 x 3) * B (3 x 9).
 KVI_API void MxM_9_3_9(double C[9][9], const double A[9][3], const double B[3][9]);
+/// C (9 x 9) = A (9 x 9) * B (9 x 9).
 KVI_API void MxM_9_9_9(double C[9][9], const double A[9][9], const double B[9][9]);
+/// C (16 x 8) = A (16 x 1) * B (1 x 8).
 KVI_API void MxM_16_1_8(double C[16][8], const double A[16][1], const double B[1][8]);
+/// C (16 x 16) = A (16 x 4) * B (4 x 16).
 KVI_API void MxM_16_4_16(double C[16][16], const double A[16][4], const double B[4][16]);
 /// @}

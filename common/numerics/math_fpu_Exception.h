@@ -49,7 +49,7 @@ public:
 
 namespace impl
 {
-/// @internal On with the switch given: whether the exceptions trap.
+/// On with the switch given: whether the exceptions trap.
 unsigned ExceptionOn(unsigned mask, bool trap);
 } // namespace impl
 

@@ -48,12 +48,14 @@ public:
     /// @{
     /// The element in row i and column j, from 0; checked by assertions only.
     T& operator()(int i, int j) { return Ref()(i, j); }
+    /// The same of a constant matrix.
     const T& operator()(int i, int j) const { return Ref()(i, j); }
     /// @}
 
     /// @{
     /// A view of the elements, valid until this matrix is assigned to or ends.
     storage::DenseRef<T> Ref() { return {elements_.data(), rows_, columns_}; }
+    /// The same of a constant matrix.
     storage::DenseConstRef<T> Ref() const { return {elements_.data(), rows_, columns_}; }
     /// @}
 

@@ -19,7 +19,9 @@ KVI_API bool IsPossibleSize(int rows, int columns, std::size_t bytes);
 template <class T>
 struct KVI_API Dispatch
 {
+    /// View of a result.
     using Result = storage::DenseRef<T>;
+    /// View of an operand.
     using Operand = storage::DenseConstRef<T>;
 
     /// C = A + B.

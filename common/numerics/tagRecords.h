@@ -28,6 +28,7 @@ struct tagMatrixDbl
     /// @{
     /// Entry (i, j), from 0; not checked.
     double& operator()(int i, int j) { return values[Index(i, j)]; }
+    /// The same of a constant matrix.
     double operator()(int i, int j) const { return values[Index(i, j)]; }
     /// @}
 

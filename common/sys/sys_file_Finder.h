@@ -92,6 +92,7 @@ public:
     /// @{
     /// The same under the names that windows.h makes of it.
     bool FindNextFileW() { return FindNextFile(); }
+    /// The same, as windows.h renames it in narrow programs.
     bool FindNextFileA() { return FindNextFile(); }
     /// @}
 

@@ -39,6 +39,7 @@ public:
     /// @{
     /// One handle more or less; the last one destroys the stream.
     void AddReference() noexcept { count_.fetch_add(1, std::memory_order_relaxed); }
+    /// One handle less; the last one destroys the stream.
     void Release() noexcept
     {
         if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1)
@@ -69,7 +70,9 @@ public:
         if (stream_ != nullptr)
             stream_->AddReference();
     }
+    /// Takes over the stream; @p other has none afterwards.
     InputStream(InputStream&& other) noexcept : stream_(std::exchange(other.stream_, nullptr)) {}
+    /// Shares or takes over the stream of @p other.
     InputStream& operator=(InputStream other) noexcept
     {
         std::swap(stream_, other.stream_);
@@ -94,6 +97,7 @@ private:
 /// The file @p path, through a buffer. Never waits: what is no regular file cannot be opened. The
 /// second lets other processes write the file meanwhile; the first keeps them from it on Windows.
 KVI_API InputStream MakeFileInputStream(const std::wstring& path);
+/// The same, while other processes may write the file.
 KVI_API InputStream MakeSharedFileInputStream(const std::wstring& path);
 /// @}
 /// The @p size bytes at @p data, which must outlive the stream.

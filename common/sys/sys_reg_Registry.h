@@ -38,11 +38,15 @@ class KVI_API ValueName
 public:
     /// @{
     /// The name.
-    ValueName(const wchar_t* name) : text_(name) {}      // NOLINT(google-explicit-constructor)
+    ValueName(const wchar_t* name) : text_(name) {} // NOLINT(google-explicit-constructor)
+    /// A wide name.
     ValueName(const std::wstring& name) : text_(name) {} // NOLINT(google-explicit-constructor)
-    ValueName(const char* name);                         // NOLINT(google-explicit-constructor)
-    ValueName(const std::string& name);                  // NOLINT(google-explicit-constructor)
-    ValueName(unsigned int number);                      // NOLINT(google-explicit-constructor)
+    /// A name in the system's code page.
+    ValueName(const char* name); // NOLINT(google-explicit-constructor)
+    /// A name in the system's code page.
+    ValueName(const std::string& name); // NOLINT(google-explicit-constructor)
+    /// The number in decimal digits.
+    ValueName(unsigned int number); // NOLINT(google-explicit-constructor)
     /// @}
 
     const std::wstring& Text() const { return text_; } ///< as wide text
@@ -120,6 +124,7 @@ public:
     /// @{
     /// Stores text.
     gtl::status WriteString(const ValueName& name, const std::wstring& text);
+    /// The same for text in the system's code page.
     gtl::status WriteString(const ValueName& name, const std::string& text);
     /// @}
 

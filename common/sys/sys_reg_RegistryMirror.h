@@ -33,10 +33,15 @@ public:
     /// The value as far as it can be one of that type, a text that reads as a number included.
     /// @returns false, with @p value as it was, when there is none
     bool GetValue(const std::wstring& name, unsigned char& value) const;
+    /// The same for another type.
     bool GetValue(const std::wstring& name, int& value) const;
+    /// The same for another type.
     bool GetValue(const std::wstring& name, unsigned long& value) const;
+    /// The same for another type.
     bool GetValue(const std::wstring& name, float& value) const;
+    /// The same for another type.
     bool GetValue(const std::wstring& name, double& value) const;
+    /// The same for text.
     bool GetValue(const std::wstring& name, std::wstring& value) const;
     bool GetValue(const std::wstring& name,
                   bool& value) const; ///< of a number, whether it is not 0
@@ -46,11 +51,17 @@ public:
     /// Sets a value in memory.
     /// @returns false when it cannot be kept: a number beyond 32 bits
     bool SetValue(const std::wstring& name, const std::wstring& value);
+    /// Sets a text.
     bool SetValue(const std::wstring& name, const wchar_t* value);
+    /// Sets a number.
     bool SetValue(const std::wstring& name, int value);
+    /// Sets a number; false above 32 bits.
     bool SetValue(const std::wstring& name, unsigned long value);
+    /// Sets a number, kept as text.
     bool SetValue(const std::wstring& name, float value);
+    /// Sets a number, kept as text.
     bool SetValue(const std::wstring& name, double value);
+    /// Sets 1 or 0.
     bool SetValue(const std::wstring& name, bool value);
     /// @}
 

@@ -27,10 +27,13 @@ struct RegistryPath
 /// @{
 /// The parts with a backslash between them.
 KVI_API std::wstring ConcatenatePath(const std::wstring& a, const std::wstring& b);
+/// The same with further parts.
 KVI_API std::wstring ConcatenatePath(const std::wstring& a, const std::wstring& b,
                                      const std::wstring& c);
+/// The same with further parts.
 KVI_API std::wstring ConcatenatePath(const std::wstring& a, const std::wstring& b,
                                      const std::wstring& c, const std::wstring& d);
+/// The same with further parts.
 KVI_API std::wstring ConcatenatePath(const std::wstring& a, const std::wstring& b,
                                      const std::wstring& c, const std::wstring& d,
                                      const std::wstring& e);
@@ -39,11 +42,13 @@ KVI_API std::wstring ConcatenatePath(const std::wstring& a, const std::wstring& 
 /// @{
 /// The suite's key for the user, and the key @p sub below it.
 KVI_API RegistryPath StrativoCurrentUserPath();
+/// The key @p sub below it.
 KVI_API RegistryPath StrativoCurrentUserPath(const std::wstring& sub);
 /// @}
 /// @{
 /// The suite's key for the machine, and the key @p sub below it.
 KVI_API RegistryPath StrativoLocalMachinePath();
+/// The key @p sub below it.
 KVI_API RegistryPath StrativoLocalMachinePath(const std::wstring& sub);
 /// @}
 /// Where the suite's resources are noted.

@@ -20,19 +20,28 @@ class KVI_API ScanTarget
 public:
     /// @{
     /// The destination; it must outlive the scan only.
-    ScanTarget(int* number) : place_(number) {}           // NOLINT(google-explicit-constructor)
-    ScanTarget(unsigned* number) : place_(number) {}      // NOLINT(google-explicit-constructor)
-    ScanTarget(long* number) : place_(number) {}          // NOLINT(google-explicit-constructor)
+    ScanTarget(int* number) : place_(number) {} // NOLINT(google-explicit-constructor)
+    /// An unsigned number.
+    ScanTarget(unsigned* number) : place_(number) {} // NOLINT(google-explicit-constructor)
+    /// A number.
+    ScanTarget(long* number) : place_(number) {} // NOLINT(google-explicit-constructor)
+    /// An unsigned number.
     ScanTarget(unsigned long* number) : place_(number) {} // NOLINT(google-explicit-constructor)
-    ScanTarget(long long* number) : place_(number) {}     // NOLINT(google-explicit-constructor)
-    ScanTarget(float* number) : place_(number) {}         // NOLINT(google-explicit-constructor)
-    ScanTarget(double* number) : place_(number) {}        // NOLINT(google-explicit-constructor)
-    ScanTarget(std::string* text) : place_(text) {}       // NOLINT(google-explicit-constructor)
+    /// A 64-bit number.
+    ScanTarget(long long* number) : place_(number) {} // NOLINT(google-explicit-constructor)
+    /// A real number.
+    ScanTarget(float* number) : place_(number) {} // NOLINT(google-explicit-constructor)
+    /// A real number.
+    ScanTarget(double* number) : place_(number) {} // NOLINT(google-explicit-constructor)
+    /// A text.
+    ScanTarget(std::string* text) : place_(text) {} // NOLINT(google-explicit-constructor)
+    /// Text in an array, cut to fit and closed with a zero.
     template <std::size_t N>
     ScanTarget(char (&text)[N]) // NOLINT(google-explicit-constructor)
         : place_(std::span<char>(text, N))
     {
     }
+    /// The same by pointer to the array.
     template <std::size_t N>
     ScanTarget(char (*text)[N]) // NOLINT(google-explicit-constructor)
         : place_(std::span<char>(*text, N))

@@ -56,9 +56,9 @@ public:
     ProcessExclusiveAccess(const ProcessExclusiveAccess&) = delete;
     ProcessExclusiveAccess& operator=(const ProcessExclusiveAccess&) = delete;
 
-    void Lock();
-    void Unlock();
-    bool TryLock();
+    void Lock();    ///< waits until the calling thread has the lock
+    void Unlock();  ///< undoes one Lock or TryLock of the calling thread
+    bool TryLock(); ///< locks without waiting; whether the calling thread has the lock now
     /// How often the owner has locked it; only the owner may ask.
     int Depth() const { return depth_; }
 
@@ -80,7 +80,9 @@ class KVI_API SystemExclusiveAccess
 public:
     SystemExclusiveAccess();
     ~SystemExclusiveAccess();
+    /// Shares the mutex of @p other, unlocked through this object.
     SystemExclusiveAccess(const SystemExclusiveAccess& other);
+    /// Gives up the mutex of this object and shares that of @p other.
     SystemExclusiveAccess& operator=(const SystemExclusiveAccess& other);
 
     /// The mutex @p name; it is made when nobody has it.
@@ -89,13 +91,13 @@ public:
     /// The mutex @p name, which somebody must have open.
     /// @returns ok, or "CreateMutex" (as for Create) with the system's reason
     gtl::status Open(const std::wstring& name);
-    bool IsReady() const { return mutex_ != nullptr; }
+    bool IsReady() const { return mutex_ != nullptr; } ///< whether it has a mutex
     /// Gives the mutex up without unlocking it. @returns ok; there is no way to fail
     gtl::status Close();
 
-    void Lock();
-    void Unlock();
-    bool TryLock();
+    void Lock();    ///< waits until the calling thread has the lock
+    void Unlock();  ///< undoes one Lock or TryLock of the calling thread
+    bool TryLock(); ///< locks without waiting; whether the calling thread has the lock now
     /// Locks through this object that have not been undone.
     int Depth() const { return depth_.load(std::memory_order_relaxed); }
 

@@ -24,6 +24,7 @@ struct Affinity
 /// @{
 /// The number of the process's primary thread; 0 for none.
 KVI_API void SetPrimaryId(unsigned id);
+/// The number set; 0 for none.
 KVI_API unsigned PrimaryId();
 /// @}
 /// Whether @p id is 0: in numbers from CurrentId the primary thread is 0, whatever its own is.
@@ -42,6 +43,7 @@ KVI_API unsigned UniqueId();
 /// @{
 /// The number of the thread that started the calling one's work; tasks of the pool have it set.
 KVI_API unsigned ParentId();
+/// Sets the number that ParentId returns in the calling thread.
 KVI_API void SetParentId(unsigned id);
 /// @}
 

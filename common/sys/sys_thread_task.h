@@ -51,7 +51,9 @@ KVI_API unsigned Workers();
 /// @{
 /// Does nothing; stands here for programs that call it.
 KVI_API void SetLocalThreads(unsigned threads);
+/// Does nothing.
 KVI_API void BookkeepLocalThreads();
+/// Does nothing.
 KVI_API void Rebalance();
 /// @}
 } // namespace pool
