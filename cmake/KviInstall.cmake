@@ -1,6 +1,11 @@
-# cmake --install puts the library, its public headers and a package file for find_package(KVI).
+# cmake --install puts the library, its public headers, percova, and package files for
+# find_package(KVI) and pkg-config. Components: runtime, development, tools, documentation.
 include(CMakePackageConfigHelpers)
-install(TARGETS kvi EXPORT KVITargets)
+set(kvi_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/KVI)
+install(TARGETS kvi EXPORT KVITargets
+        RUNTIME COMPONENT runtime
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+        ARCHIVE COMPONENT development)
 if(MINGW)
   # The compiler's run-time libraries go beside KVI.dll. Linked statically, the library and a host
   # would each have their own, and an exception could not pass from one into the other.
@@ -8,29 +13,54 @@ if(MINGW)
     execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${runtime}.dll
                     OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE)
     if(IS_ABSOLUTE "${runtime}")
-      install(FILES "${runtime}" DESTINATION ${CMAKE_INSTALL_BINDIR})
+      install(FILES "${runtime}" DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
     endif()
   endforeach()
 endif()
+if(NOT BUILD_SHARED_LIBS)
+  # What an archive was built from has to be named to those who link it.
+  install(TARGETS kvi_compile kvi_eigen kvi_lpsolve EXPORT KVITargets)
+endif()
+
 # Public is what stands directly in an area's folder.
-install(FILES "${PROJECT_SOURCE_DIR}/common/KVI.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi)
+install(FILES "${PROJECT_SOURCE_DIR}/common/KVI.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi
+        COMPONENT development)
 foreach(area IN ITEMS foundation data Geom numerics sys fn doc)
   file(GLOB headers CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/common/${area}/*.h"
        "${PROJECT_SOURCE_DIR}/common/${area}/*.def")
-  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi/${area})
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvi/${area} COMPONENT development)
 endforeach()
-install(EXPORT KVITargets NAMESPACE KVI:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KVI)
+
+install(EXPORT KVITargets NAMESPACE KVI:: DESTINATION ${kvi_cmake_dir} COMPONENT development)
 install(FILES "${PROJECT_SOURCE_DIR}/cmake/KviStringTable.cmake"
         "${PROJECT_SOURCE_DIR}/cmake/string_table.rc.in"
         "${PROJECT_SOURCE_DIR}/cmake/string_table.cpp.in"
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KVI)
+        DESTINATION ${kvi_cmake_dir} COMPONENT development)
 install(FILES "${PROJECT_SOURCE_DIR}/host/kvi_messages.strings"
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/kvi)
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/kvi COMPONENT development)
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/KVIConfig.cmake.in"
                               "${PROJECT_BINARY_DIR}/KVIConfig.cmake"
-                              INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KVI
-                              PATH_VARS CMAKE_INSTALL_DATADIR)
+                              INSTALL_DESTINATION ${kvi_cmake_dir} PATH_VARS CMAKE_INSTALL_DATADIR)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/KVIConfigVersion.cmake"
                                  COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/KVIConfig.cmake" "${PROJECT_BINARY_DIR}/KVIConfigVersion.cmake"
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/KVI)
+        DESTINATION ${kvi_cmake_dir} COMPONENT development)
+
+# An archive needs what it was built from when a program links it; a shared library holds it.
+set(kvi_pc_cflags "")
+set(kvi_pc_private "-pthread")
+if(NOT BUILD_SHARED_LIBS)
+  set(kvi_pc_cflags " -DKVI_STATIC")
+endif()
+if(NOT WIN32)
+  string(APPEND kvi_pc_private " ${KVI_LPSOLVE} ${KVI_COLAMD} -lsqlite3 -ldl -lstdc++ -lm")
+endif()
+configure_file("${PROJECT_SOURCE_DIR}/cmake/kvi.pc.in" "${PROJECT_BINARY_DIR}/kvi.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/kvi.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)
+
+if(TARGET percova)
+  install(TARGETS percova RUNTIME COMPONENT tools)
+endif()
+install(FILES README.md CHANGELOG.md NOTICE.md SECURITY.md docs/engine-authors.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)

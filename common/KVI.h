@@ -59,6 +59,7 @@
 #include "foundation/gtl_status_exception.h"
 #include "foundation/kvi_export.h"
 #include "foundation/kvi_feature.h"
+#include "foundation/kvi_version.h"
 #include "foundation/kvidbg.h"
 #include "foundation/kvidbg_Category.h"
 #include "foundation/kvidbg_EventSink.h"

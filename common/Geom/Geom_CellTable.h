@@ -108,6 +108,7 @@ public:
     /// box by less than the half-epsilon touches the outermost, NaN none. In cells narrower than
     /// the tolerance they are those of the coordinate less and plus the half-epsilon.
     RangeIdx GetXCellIdx(double x) const;
+    /// The rows that @p y touches, as GetXCellIdx.
     RangeIdx GetYCellIdx(double y) const;
     /// @}
 
@@ -118,11 +119,14 @@ public:
     /// A cell by column and row, or by number. For one outside the table an empty cell that is no
     /// part of it: what is added there is lost.
     Cell& At(std::uint32_t column, std::uint32_t row) { return At(NumberOf(column, row)); }
+    /// The same of a constant table.
     const Cell& At(std::uint32_t column, std::uint32_t row) const
     {
         return At(NumberOf(column, row));
     }
+    /// The cell with number @p index, or an empty one.
     Cell& At(std::uint32_t index) { return index < cells_.size() ? cells_[index] : Outside(); }
+    /// The same of a constant table.
     const Cell& At(std::uint32_t index) const
     {
         return index < cells_.size() ? cells_[index] : NoCell();
@@ -147,6 +151,7 @@ protected:
     /// @{
     /// The first index of the coordinate's range.
     std::uint32_t GetIdxX(double x) const { return GetXCellIdx(x).first; }
+    /// The first row that @p y touches.
     std::uint32_t GetIdxY(double y) const { return GetYCellIdx(y).first; }
     /// @}
     /// The number of the cell that holds @p point, or the missing identifier.
@@ -154,6 +159,7 @@ protected:
     /// @{
     /// Whether a coordinate lies within the box on its axis, ends included, without tolerance.
     bool IsValidX(double x) const { return x >= x_.low && x <= x_.high; }
+    /// Whether @p y lies within the box, ends included, without tolerance.
     bool IsValidY(double y) const { return y >= y_.low && y <= y_.high; }
     /// @}
 

@@ -3,8 +3,11 @@
 #pragma once
 
 /// @def KVI_API
-/// Marks every function and class that programs may use.
-#if defined(_WIN32) && defined(KVI_BUILDING)
+/// Marks every function and class that programs may use. Programs that link the library as an
+/// archive define KVI_STATIC, as the CMake target and the pkg-config file do.
+#if defined(KVI_STATIC)
+#define KVI_API
+#elif defined(_WIN32) && defined(KVI_BUILDING)
 #define KVI_API __declspec(dllexport)
 #elif defined(_WIN32)
 #define KVI_API __declspec(dllimport)

@@ -94,7 +94,9 @@ public:
     /// @param[out] value  written on success
     /// @returns ok, or "RegQueryValueEx" with key, value and the reason
     gtl::status GetInt(const ValueName& name, int& value) const;
+    /// The same for a real number.
     gtl::status GetDouble(const ValueName& name, double& value) const;
+    /// The same for text.
     gtl::status GetString(const ValueName& name, std::wstring& value) const;
     /// @}
     /// Whether the number is not 0.
