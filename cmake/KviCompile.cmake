@@ -4,7 +4,9 @@ target_compile_features(kvi_compile INTERFACE cxx_std_20)
 target_compile_options(kvi_compile INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
   # The same bits on every target: no fused multiply-add unless a solver asks for it by name.
-  -ffp-contract=off)
+  -ffp-contract=off
+  # No path of the build machine in the binaries.
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # GCC 12 sees overlapping copies in its own std::string (GCC bug 105651).
   target_compile_options(kvi_compile INTERFACE -Wno-restrict)

@@ -2,7 +2,8 @@
 
 #include <cstdio>
 
-// clang-format off: in this order
+// In this order:
+// clang-format off
 #include <windows.h>
 #include <tlhelp32.h>
 // clang-format on
