@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <set>
 #include <stdexcept>
 #include <thread>
@@ -25,15 +27,18 @@ struct ForkTest : testing::Test
     ~ForkTest() override { SetFixedThreads(kDynamicThreads); }
 };
 
-/// How many threads take part in a loop of long passes.
-std::size_t ThreadsOfALoop()
+/// How many threads take part in a loop whose passes wait for each other, up to @p wanted.
+std::size_t ThreadsOfALoop(std::size_t wanted = 4)
 {
     std::mutex lock;
+    std::condition_variable joined;
     std::set<std::thread::id> seen;
+    const auto limit = std::chrono::steady_clock::now() + 5s;
     ForEach(16, [&](std::size_t) {
-        std::this_thread::sleep_for(5ms);
-        const std::lock_guard guard(lock);
+        std::unique_lock guard(lock);
         seen.insert(std::this_thread::get_id());
+        joined.notify_all();
+        joined.wait_until(guard, limit, [&] { return seen.size() >= wanted; });
     });
     return seen.size();
 }
@@ -55,11 +60,10 @@ int InChild(F child)
 
 TEST_F(ForkTest, AChildHasAPoolOfItsOwnWhateverItsParentDoes)
 {
-    std::atomic<bool> over{false};
     std::vector<std::jthread> callers; // their locks are held at some of the forks
     for (int i = 0; i < 2; ++i)
-        callers.emplace_back([&] {
-            while (!over)
+        callers.emplace_back([](const std::stop_token& over) {
+            while (!over.stop_requested())
                 ForEach(300, [](std::size_t) { (void)std::chrono::steady_clock::now(); });
         });
     for (int round = 0; round < 40; ++round)
@@ -72,7 +76,6 @@ TEST_F(ForkTest, AChildHasAPoolOfItsOwnWhateverItsParentDoes)
                   }),
                   4)
             << round;
-    over = true;
 }
 
 TEST_F(ForkTest, AChildBornInsideALoopLosesItsOtherPasses)
@@ -136,7 +139,7 @@ TEST_F(ForkTest, APassMayEndItsThread)
         ASSERT_EQ(::pthread_create(&thread, nullptr, body, nullptr), 0);
         ::pthread_join(thread, nullptr);
         TaskGroup group;
-        group.Run([&] { EXPECT_GE(ThreadsOfALoop(), 3u); });
+        group.Run([&] { EXPECT_GE(ThreadsOfALoop(3), 3u); });
         group.Wait();
     }
 }
