@@ -33,9 +33,9 @@ private:
 /// anybody has it open, and no child program inherits it.
 ///
 /// Linux: a name is one lock for all processes of a user that see the same /tmp, in whichever
-/// session, container or network they are. A process that releases and comes back does not overtake
-/// one that waits; threads of a process get it in the order they asked. A forked child has open
-/// what its parent has, and owns nothing.
+/// session, container or network they are. Up to eight processes that wait keep their order, and
+/// one that releases and comes back queues behind them; threads of a process get it in the order
+/// they asked. A forked child has open what its parent has, and owns nothing.
 class NamedMutex
 {
 public:

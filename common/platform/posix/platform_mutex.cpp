@@ -1,11 +1,13 @@
 // Named mutexes are ranges of one file of the user, locked by its open file description: the kernel
 // releases them at the moment the owner's process ends, no file has to be removed, and no name in
-// the file is another user's to take. Each mutex has three bytes:
-//   turn      held by the process that is next, while it waits for the owner
+// the file is another user's to take. Each mutex has these bytes:
+//   queue     eight of them: a process that waits enters at the last one and moves up, locking the
+//             next one before it gives up its own
 //   owner     held by the owner
 //   presence  shared by all processes that have the mutex open
-// Who wants the mutex takes turn before owner. So an owner that comes back at once does not
-// overtake the process that waits, which holds turn.
+// The kernel lets those who wait for one byte race for it. In the queue nobody waits for a byte but
+// the holder of the one behind, so up to eight processes that wait keep their order, and an owner
+// that comes back queues behind them.
 
 #include "platform/platform_mutex.h"
 
@@ -43,7 +45,8 @@ using posix::Descriptor;
 using posix::LockFile;
 using posix::NamedObjectsLock;
 
-constexpr off_t kTurn = 0, kOwner = 1, kPresence = 2, kBytes = 4; // of one mutex
+constexpr off_t kQueue = 8; // bytes of the queue, the first one next to the owner
+constexpr off_t kOwner = kQueue, kPresence = kOwner + 1, kBytes = 16; // of one mutex
 
 /// A mutex as this process knows it. Everything but the calls on the file under NamedObjectsLock.
 struct State
@@ -123,13 +126,26 @@ std::shared_ptr<LockFile> FileOf(uid_t user)
 NamedMutex::Outcome TakeFromOthers(const LockFile& file, off_t base, bool wait)
 {
     using Outcome = NamedMutex::Outcome;
-    if (!file.Lock(base + kTurn, 1, wait))
-        return !wait && errno == EAGAIN ? Outcome::busy : Outcome::failed;
-    const bool owned = file.Lock(base + kOwner, 1, wait);
-    const int error = errno;
-    file.Unlock(base + kTurn, 1);
-    errno = error;
-    return owned ? Outcome::owned : !wait && error == EAGAIN ? Outcome::busy : Outcome::failed;
+    // Free, and nobody waits: all at once.
+    if (file.Lock(base, kQueue + 1, false))
+    {
+        file.Unlock(base, kQueue);
+        return Outcome::owned;
+    }
+    if (errno != EAGAIN || !wait)
+        return errno == EAGAIN ? Outcome::busy : Outcome::failed;
+    // From the end of the queue to the owner's byte, each before the one behind it is given up.
+    for (off_t place = kQueue - 1; place >= -1; --place)
+    {
+        const bool locked = file.Lock(base + (place < 0 ? kOwner : place), 1, true);
+        const int error = errno;
+        if (place + 1 < kQueue)
+            file.Unlock(base + place + 1, 1);
+        errno = error;
+        if (!locked)
+            return Outcome::failed;
+    }
+    return Outcome::owned;
 }
 
 /// Gives up what a thread holds when it ends.

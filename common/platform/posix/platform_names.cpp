@@ -75,7 +75,7 @@ std::string SafeName(const std::wstring& name)
 std::uint64_t NumberOf(const std::string& name)
 {
     const auto [high, low] = HashOf(name);
-    return (high ^ low) & ((std::uint64_t{1} << 60) - 1);
+    return (high ^ low) & ((std::uint64_t{1} << 58) - 1);
 }
 
 std::string UserFolderPath(uid_t user) { return "/tmp/kvi-" + std::to_string(user); }

@@ -16,7 +16,7 @@ namespace platform::impl
 /// no way out of a folder. A leading "Global\" or "Local\" means nothing here and is left out.
 std::string SafeName(const std::wstring& name);
 
-/// A number below 2^60 for the text @p name; the same by chance for one pair of names in 10^18.
+/// A number below 2^58 for the text @p name; the same by chance for one pair of names in 10^17.
 std::uint64_t NumberOf(const std::string& name);
 
 /// /tmp/kvi-<user number>, without a separator at its end.
