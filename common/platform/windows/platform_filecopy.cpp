@@ -47,7 +47,11 @@ unsigned long CopyByDraft(const std::wstring& from, const std::wstring& to, bool
     }
     DWORD error = ERROR_SUCCESS;
     if (replace)
+    {
+        const DWORD attributes = ::GetFileAttributesW(draft.c_str());
         windows::CopyAccessRights(ToSystemPath(to), draft);
+        ::SetFileAttributesW(draft.c_str(), attributes); // rights may imply "read-only" or not
+    }
     else
         error = Flush(draft); // the source is deleted next
     if (error == ERROR_SUCCESS &&

@@ -29,6 +29,13 @@ SystemString SystemPath(const std::wstring& path) { return windows::ToSystemPath
 
 unsigned long AbsolutePath(const std::wstring& path, std::wstring& absolute)
 {
+    // The system would let ".." of a path such as "\\?\C:\..\a" leave the drive or the share.
+    if (path.size() > 3 && IsSeparator(path[0]) && IsSeparator(path[1]) && path[2] == L'?' &&
+        IsSeparator(path[3]))
+    {
+        absolute = Normalised(path);
+        return 0;
+    }
     std::wstring full;
     // Another thread may change the current folder between two calls, so ask until it fits.
     for (DWORD room = MAX_PATH;;)
