@@ -5,6 +5,7 @@
 #include "numerics/solve/Verdict.h"
 #include "parallel/For.h"
 #include "platform/platform_cpu.h"
+#include "platform/platform_park.h"
 
 #include <algorithm>
 #include <atomic>
@@ -143,8 +144,12 @@ struct ProfileSolver::Run
 
     void Await(std::size_t J) const
     {
+        // A row takes microseconds, a yield on a busy machine the time slice of another program.
+        constexpr int kSpins = 1000; // some tens of microseconds
         for (int spins = 0; !done[J].load(std::memory_order_acquire); ++spins)
-            if (spins > 200)
+            if (spins < kSpins)
+                platform::SpinPause();
+            else
                 std::this_thread::yield();
     }
 
