@@ -143,7 +143,7 @@ private:
         for (std::uint32_t edge = 0; edge < ends_.size(); ++edge)
         {
             const Line2D& line =
-                lines.emplace_back(nodes_[ends_[edge].first], nodes_[ends_[edge].second]);
+                lines.emplace_back(Line2D{nodes_[ends_[edge].first], nodes_[ends_[edge].second]});
             double greatest = 0;
             for (const Point2D& p : {line.first, line.second})
             {

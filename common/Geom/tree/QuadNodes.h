@@ -46,7 +46,7 @@ inline bool IsLevelBelow(const QuadBox& box, std::uint32_t bits)
 {
     const std::uint32_t width = box.maxX - box.minX, height = box.maxY - box.minY;
     const std::uint64_t half = (std::uint64_t{1} << bits) / 2;
-    return (std::min(width, height) < half) & (std::max(width, height) < 4 * half);
+    return std::min(width, height) < half && std::max(width, height) < 4 * half;
 }
 
 /// The boxes of all items.
