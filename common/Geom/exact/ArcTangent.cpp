@@ -55,7 +55,7 @@ double ArcTangent(double y, double x)
         return 0;
     // atan(low / high) = atan(k / 16) + atan((low - k / 16 high) / (high + k / 16 low))
     const double ratio = low / high;
-    const int k = ratio < 1 / 16.0 ? 0 : int(ratio * 16 + 0.5);
+    const int k = ratio < 1 / 16.0 ? 0 : int(std::floor(ratio * 16 + 0.5));
     const Pair part = ExactProduct(k / 16.0, high);
     const Pair rest = ArcTangentOfSmall((low - part.high) - part.low, high + k / 16.0 * low);
 
