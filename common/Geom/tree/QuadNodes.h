@@ -180,12 +180,12 @@ private:
     template <class Visit>
     void ForHoldersBelow(std::uint32_t node, std::uint32_t least, const QuadBox& box,
                          const Visit& visit);
-    void AddTo(std::uint32_t node, const QuadEntry& entry);
+    void AddTo(std::uint32_t number, const QuadEntry& entry);
     /// The first block of a parent: the nodes below find it on their way up from now on.
     void LinkBelow(std::uint32_t parent);
     void SplitWhileFull(std::uint32_t leaf, const IQuadItems& items);
     std::uint32_t MakeChildren(std::uint32_t leaf);
-    void BuildNode(std::uint32_t node, std::size_t begin, std::size_t end);
+    void BuildNode(std::uint32_t number, std::size_t begin, std::size_t end);
     bool BuildLevels(std::uint32_t number, std::size_t begin, std::size_t end);
     void MakeLevels(std::uint32_t number, const QuadNode& whole, unsigned levels,
                     std::uint32_t* cells);
