@@ -258,7 +258,7 @@ EvaluatorPtr MakeLazyCachingEvaulator() { return MakeOwned<LazyCachingEvaluator>
 
 bool data::KeepsNoValues(const datatable::IParamEvaluator* evaluator)
 {
-    using namespace datatable::eval;
+    using datatable::eval::CachedCalculatorEvaluator, datatable::eval::SimpleParamEvaluator;
     return evaluator == &SimpleParamEvaluator::Instance() ||
            dynamic_cast<const CachedCalculatorEvaluator*>(evaluator) != nullptr;
 }

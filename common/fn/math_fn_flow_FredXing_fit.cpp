@@ -238,7 +238,7 @@ bool StepInLogarithms(const Error& error, Vector3& p, double& smallest, double& 
     Vector3 right;
     error.NormalEquations(p, normal, right);
     const double trace = normal[0][0] + normal[1][1] + normal[2][2];
-    for (; damping < 1e12; damping *= 4)
+    while (damping < 1e12)
     {
         Matrix3 damped = normal;
         for (int i = 0; i < 3; ++i)
@@ -250,15 +250,14 @@ bool StepInLogarithms(const Error& error, Vector3& p, double& smallest, double& 
         Vector3 trial{};
         for (int i = 0; i < 3; ++i)
             trial[i] = p[i] * std::exp(2 / longest * step[i]);
-        if (!IsUsable(trial))
-            continue;
-        if (const double found = error(trial); found < smallest)
+        if (const double found = IsUsable(trial) ? error(trial) : smallest; found < smallest)
         {
             p = trial;
             smallest = found;
             damping = std::fmax(damping / 10, 1e-12);
             return true;
         }
+        damping *= 4;
     }
     return false;
 }
