@@ -48,12 +48,12 @@ void FpuSetTraps(unsigned mask)
     _mm_setcsr((_mm_getcsr() & ~(kAll << kSseMaskShift)) | masked << kSseMaskShift);
 }
 
-LongDoubleEnvGuard::LongDoubleEnvGuard() : control_(X87Control()), status_(X87Status())
+X87EnvGuard::X87EnvGuard() : control_(X87Control()), status_(X87Status())
 {
     __asm__ volatile("fldcw %0" : : "m"(kX87Plain));
 }
 
-LongDoubleEnvGuard::~LongDoubleEnvGuard()
+X87EnvGuard::~X87EnvGuard()
 {
     if (((X87Status() ^ status_) & kAll) == 0)
     {

@@ -19,9 +19,24 @@ unsigned FpuTraps();
 /// it would trap now.
 void FpuSetTraps(unsigned mask);
 
+/// Plain arithmetic of the x87 unit while it lives: full precision, no traps. Afterwards the unit
+/// has the control and the raised exceptions that it had before.
+class X87EnvGuard
+{
+public:
+    X87EnvGuard();
+    ~X87EnvGuard();
+    X87EnvGuard(const X87EnvGuard&) = delete;
+    X87EnvGuard& operator=(const X87EnvGuard&) = delete;
+
+private:
+    const unsigned short control_, status_;
+};
+
 /// Plain arithmetic of doubles while it lives, whatever the thread is set to: nothing traps,
 /// results are rounded to nearest, subnormal numbers are numbers. Afterwards the SSE unit is as it
-/// was, the exceptions raised before included and no others. A few cycles where nothing changes.
+/// was, the exceptions raised before included and no others. A few cycles where nothing changes; on
+/// 32-bit processors, whose compilers convert 64-bit integers in the x87 unit, that one too.
 ///
 /// The compiler may move arithmetic across it: guard the call of a function that is not inlined.
 class FloatEnvGuard
@@ -43,20 +58,17 @@ public:
 
 private:
     const unsigned before_;
+#ifdef __i386__
+    const X87EnvGuard x87_;
+#endif
 };
 
-/// The same for long double as well: the x87 unit too, with its full precision.
+/// The same for long double as well.
 class LongDoubleEnvGuard
 {
-public:
-    LongDoubleEnvGuard();
-    ~LongDoubleEnvGuard();
-    LongDoubleEnvGuard(const LongDoubleEnvGuard&) = delete;
-    LongDoubleEnvGuard& operator=(const LongDoubleEnvGuard&) = delete;
-
 private:
     const FloatEnvGuard sse_;
-    const unsigned short control_, status_;
+    const X87EnvGuard x87_;
 };
 
 } // namespace platform
