@@ -33,7 +33,7 @@ constinit std::atomic<bool> isFinished{false};
 
 } // namespace
 
-struct ThreadPool::Entry
+struct ThreadPool::Entry // NOLINT(clang-analyzer-optin.performance.Padding): counters on own lines
 {
     unsigned Inside() const { return state.load(std::memory_order_relaxed) % kAnnouncement; }
     bool MayJoin() const { return work->HasMore() && Inside() < room; }

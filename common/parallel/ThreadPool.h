@@ -91,7 +91,7 @@ private:
 
     ThreadPool() = default;
     static void StartFresh();
-    static void Run(void* member);
+    static void Run(void* object);
     void Serve(Member& member);
     void Retire(Member& member);
     Entry* Join(unsigned& openings, unsigned& slot);

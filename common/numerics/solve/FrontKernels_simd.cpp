@@ -259,7 +259,7 @@ struct TileElimination
         tile.inverse[k] = inverse;
         tile.coupling[k] = 0;
         tile.ratio[k] = Size(column[k]) / tile.subtracted[k];
-        double l[kPanel];
+        double l[kPanel] = {};
         for (int i = 0; i < height; ++i)
             l[i] = i > k ? column[i] * inverse : 0;
         const int firstRow = (k + 1) / kWidth * kWidth;
@@ -288,7 +288,7 @@ struct TileElimination
         tile.inverse[k + 1] = inverseC;
         tile.coupling[k] = tile.coupling[k + 1] = off;
         tile.ratio[k] = tile.ratio[k + 1] = 1;
-        double l[kPanel], m[kPanel];
+        double l[kPanel] = {}, m[kPanel] = {};
         for (int i = 0; i < height; ++i)
         {
             l[i] = i > k + 1 ? first[i] * inverseA + second[i] * off : 0;
@@ -436,7 +436,7 @@ int FactoriseGeneral(const PivotTile& tile, double* upper)
         const double inverse = 1 / pivot;
         tile.inverse[k] = inverse;
         tile.coupling[k] = 0;
-        double l[kPanel];
+        double l[kPanel] = {};
         for (int i = 0; i < height; ++i)
             l[i] = i > k ? column[i] * inverse : 0;
         const int firstRow = (k + 1) / kWidth * kWidth;

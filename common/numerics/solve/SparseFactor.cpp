@@ -373,7 +373,8 @@ void SparseFactor::EliminateRows(const Front& front, Workspace& work, int thread
     const auto eliminate = [&](int first, double* const* W) {
         const std::ptrdiff_t own = PivotSize(node.pivots) + std::ptrdiff_t(first) * node.pivots;
         for (int side = 0; side < front.sides; ++side)
-            EliminatePanel(front, side, front.factor[side] + own, W[side],
+            EliminatePanel(front, side, front.factor[side] + own,
+                           W[side], // NOLINT(clang-analyzer-core.CallAndMessage): of each side
                            PanelHeight(node.rows, first), node.pivots);
     };
     constexpr double kWorthThreads = 4e6; // operations, about a tenth of a millisecond
@@ -494,6 +495,7 @@ void SparseFactor::EliminateSubtrees(std::vector<Subtree>& subtrees, const Matri
                                      const double* scale, int threads)
 {
     std::vector<Subtree*> byWork;
+    byWork.reserve(subtrees.size());
     for (Subtree& subtree : subtrees)
         byWork.push_back(&subtree);
     std::stable_sort(byWork.begin(), byWork.end(),

@@ -292,8 +292,8 @@ Symbolic Analyse(const CompressedGraph& compressed, const std::vector<int>& orde
         node.factorStart = symbolic.factorSize;
         symbolic.factorSize += node.FactorSize();
         symbolic.widestFront = std::max(symbolic.widestFront, node.pivots + node.rows);
-        for (double left = node.pivots + node.rows, k = 0; k < node.pivots; ++k)
-            symbolic.flops += (left - k) * (left - k);
+        for (int left = node.pivots + node.rows; left > node.rows; --left)
+            symbolic.flops += double(left) * left;
     }
     FillRows(compressed, tree, stepOrder, nodeOfStep, symbolic);
 
