@@ -40,7 +40,7 @@ struct Stage
 };
 
 /// A step that was tried.
-struct Attempt
+struct Attempt // NOLINT(bugprone-reserved-identifier): of the copy that the compiler writes
 {
     double length = 0;
     Stage stages[2];
