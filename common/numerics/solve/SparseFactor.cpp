@@ -373,8 +373,8 @@ void SparseFactor::EliminateRows(const Front& front, Workspace& work, int thread
     const auto eliminate = [&](int first, double* const* W) {
         const std::ptrdiff_t own = PivotSize(node.pivots) + std::ptrdiff_t(first) * node.pivots;
         for (int side = 0; side < front.sides; ++side)
-            EliminatePanel(front, side, front.factor[side] + own,
-                           W[side], // NOLINT(clang-analyzer-core.CallAndMessage): of each side
+            // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): W has an entry for each side
+            EliminatePanel(front, side, front.factor[side] + own, W[side],
                            PanelHeight(node.rows, first), node.pivots);
     };
     constexpr double kWorthThreads = 4e6; // operations, about a tenth of a millisecond
