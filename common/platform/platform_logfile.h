@@ -49,8 +49,11 @@ public:
     }
 
 private:
+    static const std::int64_t kLookEvery; // microseconds between looks at the path
+
     unsigned long Open();
     void Close();
+    void FindSizeLimit();
     /// Whether the path still names the file that is open.
     bool IsCurrent() const;
     /// Whether the open file has lost its last name.

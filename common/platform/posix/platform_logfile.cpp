@@ -30,14 +30,10 @@ namespace
 {
 using Clock = std::chrono::steady_clock;
 
-constexpr std::int64_t kLookEvery = 500; // microseconds
 constexpr auto kLongestWait = std::chrono::milliseconds(200);
 // Without a write that never waits: a pipe that polls as writable takes this much (POSIX's least
 // PIPE_BUF is less, Linux has 4096).
 constexpr std::size_t kPiece = 4096;
-constexpr int kMostRemovals = 3;         // of the file while one record is written
-constexpr std::int64_t kCheckEvery = 20; // microseconds: the check costs half as much as a write
-constexpr std::size_t kMostUnchecked = 65536;
 
 unsigned long ErrorNumber() { return static_cast<unsigned long>(errno); }
 
@@ -201,17 +197,6 @@ thread_local unsigned long threadNumber = 0;
 constinit ForkHandler forkHandler{ForkRank::platform, nullptr, nullptr, [] { threadNumber = 0; }};
 } // namespace
 
-LogFile::LogFile(std::wstring path) : path_(std::move(path)) {}
-
-LogFile::~LogFile()
-{
-    if (handle_ >= 0)
-        Leave();
-    if (rewrite_ && Open() == 0)
-        (void)WriteToOpen({}); // nobody is left to be told of a failure
-    Close();
-}
-
 unsigned long LogFile::Open()
 {
     // Not blocking: a named pipe without a reader refuses instead of waiting for one.
@@ -228,7 +213,7 @@ unsigned long LogFile::Open()
         return error;
     }
     handle_ = file;
-    limited_ = HasSizeLimit();
+    FindSizeLimit();
     device_ = about.st_dev;
     number_ = about.st_ino;
     regular_ = S_ISREG(about.st_mode);
@@ -255,63 +240,9 @@ bool LogFile::IsRemoved() const
     return ::fstat(static_cast<int>(handle_), &about) == 0 && about.st_nlink == 0;
 }
 
-WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
-{
-    if (now - looked_ > kLookEvery || now < looked_)
-    {
-        looked_ = now;
-        limited_ = HasSizeLimit();
-        if (handle_ >= 0 && !IsCurrent())
-            Leave();
-    }
-    for (int removals = 0;; ++removals)
-    {
-        if (const unsigned long error = handle_ >= 0 ? 0 : Open(); error != 0)
-            return {error, 0};
-        const WriteResult result = WriteToOpen(bytes);
-        if (result.error != 0)
-        {
-            if (!rewrite_)
-                unchecked_.clear();
-            Close();
-            return result;
-        }
-        if (!regular_)
-            return result;
-        if (now - checked_ <= kCheckEvery && now >= checked_ && unchecked_.size() < kMostUnchecked)
-        {
-            unchecked_ += bytes;
-            return result;
-        }
-        checked_ = now;
-        if (removals == kMostRemovals || !IsRemoved())
-        {
-            unchecked_.clear();
-            return result;
-        }
-        Leave(); // and with it the bytes
-    }
-}
+void LogFile::FindSizeLimit() { limited_ = HasSizeLimit(); }
 
-void LogFile::Leave()
-{
-    rewrite_ = rewrite_ || (regular_ && !unchecked_.empty() && IsRemoved());
-    if (!rewrite_)
-        unchecked_.clear();
-    Close();
-}
-
-WriteResult LogFile::WriteToOpen(std::string_view bytes)
-{
-    if (rewrite_)
-    {
-        const WriteResult before = WriteRaw(unchecked_);
-        if (before.error != 0)
-            return {before.error, 0};
-        rewrite_ = false;
-    }
-    return WriteRaw(bytes);
-}
+const std::int64_t LogFile::kLookEvery = 500;
 
 WriteResult LogFile::WriteRaw(std::string_view bytes)
 {

@@ -1,0 +1,83 @@
+#include "platform/platform_logfile.h"
+
+#include <utility>
+
+namespace platform
+{
+namespace
+{
+constexpr int kMostRemovals = 3;         // of the file while one record is written
+constexpr std::int64_t kCheckEvery = 20; // microseconds: the check costs half as much as a write
+constexpr std::size_t kMostUnchecked = 65536;
+} // namespace
+
+LogFile::LogFile(std::wstring path) : path_(std::move(path)) {}
+
+LogFile::~LogFile()
+{
+    if (handle_ != -1)
+        Leave();
+    if (rewrite_ && Open() == 0)
+        (void)WriteToOpen({}); // nobody is left to be told of a failure
+    Close();
+}
+
+WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
+{
+    if (now - looked_ > kLookEvery || now < looked_)
+    {
+        looked_ = now;
+        FindSizeLimit();
+        if (handle_ != -1 && !IsCurrent())
+            Leave();
+    }
+    for (int removals = 0;; ++removals)
+    {
+        if (const unsigned long error = handle_ != -1 ? 0 : Open(); error != 0)
+            return {error, 0};
+        const WriteResult result = WriteToOpen(bytes);
+        if (result.error != 0)
+        {
+            if (!rewrite_)
+                unchecked_.clear();
+            Close();
+            return result;
+        }
+        if (!regular_)
+            return result;
+        if (now - checked_ <= kCheckEvery && now >= checked_ && unchecked_.size() < kMostUnchecked)
+        {
+            unchecked_ += bytes;
+            return result;
+        }
+        checked_ = now;
+        if (removals == kMostRemovals || !IsRemoved())
+        {
+            unchecked_.clear();
+            return result;
+        }
+        Leave(); // and with it the bytes
+    }
+}
+
+void LogFile::Leave()
+{
+    rewrite_ = rewrite_ || (regular_ && !unchecked_.empty() && IsRemoved());
+    if (!rewrite_)
+        unchecked_.clear();
+    Close();
+}
+
+WriteResult LogFile::WriteToOpen(std::string_view bytes)
+{
+    if (rewrite_)
+    {
+        const WriteResult before = WriteRaw(unchecked_);
+        if (before.error != 0)
+            return {before.error, 0};
+        rewrite_ = false;
+    }
+    return WriteRaw(bytes);
+}
+
+} // namespace platform
