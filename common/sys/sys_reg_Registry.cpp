@@ -117,7 +117,9 @@ gtl::status Registry::Missing(const ValueName& name, std::wstring_view reason) c
                                  path_.subkey + L'\\' + name.Text() + L": " + std::wstring(reason));
 }
 
-gtl::status Registry::GetInt(const ValueName& name, int& value) const
+/// A stored number, or text that @p format reads one from.
+template <class Number>
+gtl::status Registry::GetNumber(const ValueName& name, const char* format, Number& value) const
 {
     std::uint32_t type = 0;
     std::string bytes;
@@ -129,26 +131,19 @@ gtl::status Registry::GetInt(const ValueName& name, int& value) const
         return {};
     }
     const ScanTarget target[] = {&value};
-    if (type == kRegistryText && Scan(str::as_cstring(impl::TextOf(bytes)), "%d", target) == 1)
+    if (type == kRegistryText && Scan(str::as_cstring(impl::TextOf(bytes)), format, target) == 1)
         return {};
     return Missing(name, L"is no number.");
 }
 
+gtl::status Registry::GetInt(const ValueName& name, int& value) const
+{
+    return GetNumber(name, "%d", value);
+}
+
 gtl::status Registry::GetDouble(const ValueName& name, double& value) const
 {
-    std::uint32_t type = 0;
-    std::string bytes;
-    if (const unsigned long error = Read(name, type, bytes); error != 0)
-        return Missing(name, KVISysMsg(error));
-    if (type == kRegistryNumber && bytes.size() == sizeof(std::uint32_t))
-    {
-        value = impl::NumberOf(bytes);
-        return {};
-    }
-    const ScanTarget target[] = {&value};
-    if (type == kRegistryText && Scan(str::as_cstring(impl::TextOf(bytes)), "%lf", target) == 1)
-        return {};
-    return Missing(name, L"is no number.");
+    return GetNumber(name, "%lf", value);
 }
 
 gtl::status Registry::GetString(const ValueName& name, std::wstring& value) const

@@ -141,6 +141,8 @@ private:
     unsigned long CreateAndOpenRootPath_();
     unsigned long Read(const ValueName& name, std::uint32_t& type, std::string& bytes) const;
     gtl::status Missing(const ValueName& name, std::wstring_view reason) const;
+    template <class Number>
+    gtl::status GetNumber(const ValueName& name, const char* format, Number& value) const;
 
     void* key_ = nullptr;
     REGKEY_ACCESS_RIGHTS rights_ = REGKEY_ACCESS_RIGHTS::none;
