@@ -18,8 +18,8 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double kSpin = 40'000;            // nanoseconds
-constexpr std::uint32_t kStarvedAfter = 50; // milliseconds
+constexpr double kSpin = 40'000;                             // nanoseconds
+constexpr std::uint32_t kFirstLook = 50, kLongestLook = 400; // of the monitor, milliseconds
 constexpr std::size_t kMostMembers = 1024;
 constexpr std::uint32_t kAnnouncement = 1 << 16; // in the word of an entry
 
@@ -119,16 +119,24 @@ void ThreadPool::Finish()
     }
     const std::lock_guard finishing(finishing_);
     std::vector<std::unique_ptr<Member>> members, retired;
+    std::unique_ptr<Member> monitor;
     {
         const std::lock_guard lock(lock_);
         isFinished = true;
         stopping_ = true;
+        isMonitoring_ = false;
+        monitor.swap(monitor_);
         members.swap(members_);
         retired.swap(retired_);
         (void)std::exchange(idle_, std::vector<Member*>());
     }
     for (const auto& member : members)
         member->parking.Wake();
+    if (monitor != nullptr)
+    {
+        monitor->parking.Wake();
+        monitor->thread->Join();
+    }
     for (const auto* group : {&members, &retired})
         for (const auto& member : *group)
             member->thread->Join();
@@ -242,10 +250,8 @@ bool ThreadPool::Registration::AwaitMore()
             continue;
         }
         entry_->sleepers.fetch_add(1);
-        const bool isWoken = platform::SleepOn(entry_->state, state, kStarvedAfter);
+        platform::SleepOn(entry_->state, state);
         entry_->sleepers.fetch_sub(1);
-        if (!isWoken && !IsForked())
-            Instance().RelieveStarved(); // perhaps those at work wait for what nobody works at
     }
 }
 
@@ -265,7 +271,7 @@ void ThreadPool::Registration::Close()
         if (state % kAnnouncement != inside)
             continue;
         entry->sleepers.fetch_add(1);
-        platform::SleepOn(entry->state, state, kStarvedAfter);
+        platform::SleepOn(entry->state, state);
         entry->sleepers.fetch_sub(1);
         if (forks_ != forks)
             return;
@@ -291,6 +297,7 @@ bool ThreadPool::Admit(Entry& entry, unsigned& slot)
     if (!entry.MayJoin())
         return false;
     slot = entry.state.fetch_add(1, std::memory_order_relaxed) % kAnnouncement;
+    ++joins_;
     return true;
 }
 
@@ -319,24 +326,26 @@ void ThreadPool::CallHelp(Entry& entry)
     if (!entry.isOpen || !entry.MayJoin())
         return;
     const std::size_t size = JobThreads() - (entry.isKept ? 0 : 1); // its caller is one of them
-    WakeOrStart(std::max<std::size_t>(size, entry.room));
+    if (!WakeOrStart(std::max<std::size_t>(size, entry.room)) && entry.IsStarved())
+        StartMonitor();
 }
 
-/// Gets a sleeping thread up or, where none sleeps and there are fewer than @p limit, starts one.
+/// Wakes a sleeping thread or, where none sleeps and there are fewer than @p limit, starts one.
 /// Behind the lock.
-void ThreadPool::WakeOrStart(std::size_t limit)
+/// @returns whether it did
+bool ThreadPool::WakeOrStart(std::size_t limit)
 {
     if (isFinished || stopping_)
-        return;
+        return false;
     if (!idle_.empty())
     {
         Member* const member = idle_.back();
         idle_.pop_back();
         member->parking.Wake();
-        return;
+        return true;
     }
     if (members_.size() >= std::min(limit, kMostMembers))
-        return;
+        return false;
     try
     {
         members_.reserve(members_.size() + 1);
@@ -345,22 +354,78 @@ void ThreadPool::WakeOrStart(std::size_t limit)
         auto member = std::make_unique<Member>();
         member->thread = platform::Thread::Start(&ThreadPool::Run, member.get(), 0);
         if (member->thread == nullptr)
-            return; // the work goes on with those there are
+            return false; // the work goes on with the threads there are
         members_.push_back(std::move(member));
         members_.back()->thread->Resume();
+        return true;
     }
     catch (const std::bad_alloc&) // likewise
     {
+        return false;
     }
 }
 
-/// Starts a thread, beyond the pool's size if need be, for kept work that nobody is at.
-void ThreadPool::RelieveStarved()
+/// Kept work that nobody has begun, or null. Behind the lock.
+const ThreadPool::Entry* ThreadPool::FindStarved() const
 {
-    const std::lock_guard lock(lock_);
-    for (const Entry* entry = open_; entry != nullptr; entry = entry->after)
-        if (entry->IsStarved())
-            return WakeOrStart(kMostMembers);
+    const Entry* entry = open_;
+    while (entry != nullptr && !entry->IsStarved())
+        entry = entry->after;
+    return entry;
+}
+
+/// Has the monitor look after kept work that no thread was free for. Behind the lock.
+void ThreadPool::StartMonitor()
+{
+    if (isFinished || stopping_ || isMonitoring_)
+        return;
+    if (monitor_ != nullptr)
+        monitor_->parking.Wake();
+    else
+        try
+        {
+            auto monitor = std::make_unique<Member>();
+            monitor->thread = platform::Thread::Start(&ThreadPool::Monitor, monitor.get(), 0);
+            if (monitor->thread == nullptr)
+                return;
+            monitor_ = std::move(monitor);
+            monitor_->thread->Resume();
+        }
+        catch (const std::bad_alloc&)
+        {
+            return;
+        }
+    isMonitoring_ = true;
+}
+
+/// The monitor's thread. The threads at work may all be waiting for work that nobody has begun:
+/// while nothing begins, it starts one thread after the other beyond the pool's size.
+void ThreadPool::Monitor(void* object)
+{
+    platform::Parking& parking = static_cast<Member*>(object)->parking;
+    ThreadPool& pool = Instance();
+    std::uint32_t wait = kFirstLook, joins = 0;
+    bool isFirst = true;
+    for (;;)
+    {
+        bool isNeeded = false;
+        {
+            const std::lock_guard lock(pool.lock_);
+            if (pool.stopping_)
+                return;
+            isNeeded = pool.isMonitoring_ = pool.FindStarved() != nullptr;
+            if (isNeeded && !isFirst && pool.joins_ == joins)
+            {
+                pool.WakeOrStart(kMostMembers);
+                wait = std::min(2 * wait, kLongestLook);
+            }
+            joins = pool.joins_;
+        }
+        isFirst = !isNeeded;
+        if (isFirst)
+            wait = kFirstLook;
+        (void)parking.Sleep(isNeeded ? wait : platform::kForever);
+    }
 }
 
 /// Work that has room for the calling thread, which then is in; or null, and how many openings
@@ -371,12 +436,9 @@ ThreadPool::Entry* ThreadPool::Join(unsigned& openings, unsigned& slot)
     for (Entry* entry = open_; entry != nullptr; entry = entry->after)
         if (Admit(*entry, slot))
         {
-            for (const Entry* other = open_; other != nullptr; other = other->after)
-                if (other->IsStarved())
-                {
-                    WakeOrStart(std::max<std::size_t>(JobThreads(), other->room));
-                    break;
-                }
+            const Entry* const other = FindStarved();
+            if (other != nullptr && !WakeOrStart(std::max<std::size_t>(JobThreads(), other->room)))
+                StartMonitor();
             return entry;
         }
     openings = openings_.load(std::memory_order_acquire);

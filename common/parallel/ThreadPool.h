@@ -33,6 +33,9 @@ public:
 /// microseconds after their last work, and then sleep. A thread helps in the floating-point
 /// environment of the thread that opened the work.
 ///
+/// Bodies may wait for each other: work opened with a share (Registration::Open) that no thread is
+/// free for, while no other begins for 50 ms, gets a thread beyond the pool's size, up to 1024.
+///
 /// In a forked child, which has none of its parent's threads, the first work makes a new pool. Work
 /// that was open when the process forked is the parent's.
 class ThreadPool
@@ -98,8 +101,10 @@ private:
     bool Admit(Entry& entry, unsigned& slot);
     void Leave(Entry& entry);
     void CallHelp(Entry& entry);
-    void WakeOrStart(std::size_t limit);
-    void RelieveStarved();
+    bool WakeOrStart(std::size_t limit);
+    const Entry* FindStarved() const;
+    void StartMonitor();
+    static void Monitor(void* object);
     void Unlink(Entry& entry);
     bool SpinForWork(unsigned openings) const;
 
@@ -112,6 +117,9 @@ private:
     std::vector<std::unique_ptr<Entry>> entries_;
     std::vector<std::unique_ptr<Member>> members_, retired_;
     std::vector<Member*> idle_;
+    std::unique_ptr<Member> monitor_;
+    bool isMonitoring_ = false;
+    std::uint32_t joins_ = 0; // of threads to open work
 };
 
 } // namespace parallel

@@ -78,6 +78,10 @@ struct Job;
 
 /// Jobs: a task and a range, done by several threads of the pool. The functions for one job are for
 /// one thread at a time; Wait is for any.
+///
+/// The task of one job may wait for another job: a job that RunAsync began and that no thread is
+/// free for, while none begins another, gets a thread beyond the pool's size, after 50 ms the first
+/// and after at most 400 ms each further one. Finalize gives none: let such jobs end first.
 namespace job
 {
 

@@ -170,11 +170,12 @@ TEST(job, MayWaitForAnother)
     {
         void Run(const Range&) override
         {
+            begun.Set();
             if (next != nullptr)
                 EXPECT_TRUE(next->done.Wait(20'000));
             done.Set();
         }
-        Signal done{Signal::manualReset};
+        Signal begun{Signal::manualReset}, done{Signal::manualReset};
         Waits* next = nullptr;
     };
     for (const unsigned variant : {1u, 2u, 4u, 8 + 1u, 8 + 2u, 8 + 4u})
@@ -188,7 +189,12 @@ TEST(job, MayWaitForAnother)
         for (std::size_t i = 0; i + 1 < tasks.size(); ++i)
             tasks[forOlder ? i + 1 : i]->next = tasks[forOlder ? i : i + 1].get();
         for (const auto& one : tasks)
-            task::job::RunAsync(jobs.emplace_back(task::job::Create(one, {0, 0, 1}, 1)));
+            jobs.push_back(task::job::Create(one, {0, 0, 1}, 1));
+        task::job::RunAsync(jobs[1]);
+        if (!forOlder) // then the pool's thread and the one in Wait may both be at tasks that wait
+            EXPECT_TRUE(tasks[1]->begun.Wait(20'000));
+        for (const std::size_t i : {0, 2, 3})
+            task::job::RunAsync(jobs[i]);
         for (const auto& job : jobs)
             task::job::Wait(job);
         task::Finalize();
