@@ -19,7 +19,7 @@ if(MINGW)
 endif()
 if(NOT BUILD_SHARED_LIBS)
   # What an archive was built from has to be named to those who link it.
-  install(TARGETS kvi_compile kvi_eigen kvi_lpsolve EXPORT KVITargets)
+  install(TARGETS kvi_lpsolve EXPORT KVITargets)
 endif()
 
 # Public is what stands directly in an area's folder.
@@ -55,11 +55,15 @@ endif()
 if(NOT WIN32)
   string(APPEND kvi_pc_private " ${KVI_LPSOLVE} ${KVI_COLAMD} -lsqlite3 -ldl -lstdc++ -lm")
 endif()
+string(REGEX REPLACE "[^/]+" ".." kvi_pc_up "${CMAKE_INSTALL_LIBDIR}/pkgconfig") # lib may have parts
 configure_file("${PROJECT_SOURCE_DIR}/cmake/kvi.pc.in" "${PROJECT_BINARY_DIR}/kvi.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/kvi.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
         COMPONENT development)
 
 if(TARGET percova)
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr") # where the system itself looks
+    set_target_properties(percova PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  endif()
   install(TARGETS percova RUNTIME COMPONENT tools)
 endif()
 install(FILES README.md CHANGELOG.md NOTICE.md SECURITY.md docs/engine-authors.md
