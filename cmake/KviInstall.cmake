@@ -65,6 +65,10 @@ if(TARGET percova)
     set_target_properties(percova PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   endif()
   install(TARGETS percova RUNTIME COMPONENT tools)
+  # A case to begin with.
+  set(cases "${PROJECT_SOURCE_DIR}/examples/percova/cases")
+  install(FILES "${cases}/U1-dam.problem.json" "${cases}/mesh/U1-dam.geo" "${cases}/mesh/U1-dam.q8.v41.msh"
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/kvi/dam COMPONENT tools)
 endif()
 install(FILES README.md CHANGELOG.md NOTICE.md SECURITY.md docs/engine-authors.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
