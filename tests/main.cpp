@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #ifdef __SANITIZE_ADDRESS__
-/// What the vendor's solver allocates for itself and keeps.
+/// The vendor's solver keeps 552 bytes for a matrix without entries, released or not.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
 {
     return "leak:libmkl";
