@@ -4,6 +4,7 @@
 #include "numerics/solve/Equilibration.h"
 #include "numerics/solve/Ordering.h"
 #include "numerics/solve/PivotedLu.h"
+#include "numerics/solve/WeightedMatching.h"
 #include "platform/platform_memory.h"
 
 #include <algorithm>
@@ -100,39 +101,48 @@ void SparseDirect::Substitute(double* r)
     }
 }
 
-SolutionErrors SparseDirect::SolveByFactor(const MatrixView& A, const double* b, double* x)
+namespace
+{
+
+/// Solves A x = b by correct(r), r = A^-1 r with a factor that had @p pivots.
+template <class Correct>
+SolutionErrors SolveRefined(const MatrixView& A, const double* b, double* x, Correct correct,
+                            const PivotReport& pivots)
 {
     std::copy(b, b + A.n, x);
-    Substitute(x);
+    correct(x);
     // Replaced pivots are made up for by steps that gain about eight digits each; where a pivot has
     // lost many, the last bits of the residual decide over the first ones of x.
-    const int steps = account_.pivots.replaced > 0 ? 20 : 5;
-    const double enough = account_.pivots.smallest > 1e-8 ? 1e-14 : 1e-16;
-    const auto correct = [&](double* r) { Substitute(r); };
+    const int steps = pivots.replaced > 0 ? 20 : 5;
+    const double enough = pivots.smallest > 1e-8 ? 1e-14 : 1e-16;
     return Refine(A, b, x, correct, steps, enough);
 }
 
 /// Is a pivot that rounding may have left a sign that A is singular? The solution z of A z = e for
-/// its equation goes along the motion with the least resistance. If A resists it at all, the factor
-/// takes A z back to z; what is left of z is what rounding alone holds.
-bool SparseDirect::CheckPivots(const MatrixView& A, SolveRecord& record)
+/// its row goes along the motion with the least resistance. A is singular where A z is nothing but
+/// rounding of its products (else the factor is a bad one), and the factor does not take A z back
+/// to z: what it takes back is what A resists with.
+template <class Correct>
+bool IsSingular(const MatrixView& A, Correct correct, const PivotReport& pivots, int row,
+                SolveRecord& record)
 {
-    const PivotReport& pivots = account_.pivots;
+    constexpr double kNoDigit = 0.1, kRounding = 1e-10;
     if (pivots.doubtful == 0)
         return false;
     const std::size_t n = std::size_t(A.n);
     std::vector<double> z(n, 0.0), r(n), none(n, 0.0);
-    z[std::size_t(pivots.equation)] = 1;
-    Substitute(z.data());
+    z[std::size_t(row)] = 1;
+    correct(z.data());
     const SolutionErrors errors = MeasureErrors(A, none.data(), z.data(), r.data());
-    Substitute(r.data()); // r = -A z
+    if (!(errors.resistance <= kRounding))
+        return false;
+    correct(r.data()); // r = -A z
     double largest = 0, left = 0;
     for (std::size_t i = 0; i < n; ++i)
     {
         largest = std::max(largest, std::abs(z[i]));
         left = std::max(left, std::abs(z[i] + r[i]));
     }
-    constexpr double kNoDigit = 0.1;
     if (left < kNoDigit * largest)
         return false;
     record.outcome = SolveOutcome::Singular;
@@ -144,48 +154,158 @@ bool SparseDirect::CheckPivots(const MatrixView& A, SolveRecord& record)
     return true;
 }
 
+} // namespace
+
+/// Solves with the diagonal of A as it is. @returns false when the factors will not fit
+bool SparseDirect::SolveAsItIs(const MatrixView& A, bool isSymmetric, const double* b, Attempt& to)
+{
+    if (!isFactorised_ && !Factorise(A, isSymmetric))
+        return false;
+    const auto correct = [this](double* r) { Substitute(r); };
+    to.errors = SolveRefined(A, b, to.x, correct, account_.pivots);
+    to.isSingular = IsSingular(A, correct, account_.pivots, account_.pivots.equation, to.record);
+    return true;
+}
+
+/// A with its rows exchanged and scaled so that the largest values stand on the diagonal.
+struct SparseDirect::Matched
+{
+    Matched(const MatrixView& A, WeightedMatching matching)
+        : rowOf(std::move(matching.rowOf)), work(rowOf.size())
+    {
+        for (const int exponent : matching.rowScale)
+            rowScale.push_back(std::ldexp(1.0, exponent));
+        for (const int exponent : matching.colScale)
+            colScale.push_back(std::ldexp(1.0, exponent));
+        for (const int row : rowOf)
+        {
+            for (int k = A.rowStart[row]; k < A.rowStart[row + 1]; ++k)
+            {
+                const std::size_t j = std::size_t(A.columns[k]);
+                columns.push_back(A.columns[k]);
+                values.push_back(std::ldexp(A.values[k], matching.rowScale[std::size_t(row)] +
+                                                             matching.colScale[j]));
+            }
+            rowStart.push_back(int(columns.size()));
+        }
+    }
+
+    MatrixView View() const
+    {
+        return {int(rowOf.size()), rowStart.data(), columns.data(), values.data()};
+    }
+    /// r = A^-1 r
+    void Substitute(double* r)
+    {
+        for (std::size_t i = 0; i < work.size(); ++i)
+            work[i] = r[rowOf[i]] * rowScale[std::size_t(rowOf[i])];
+        direct.Substitute(work.data());
+        for (std::size_t j = 0; j < work.size(); ++j)
+            r[j] = work[j] * colScale[j];
+    }
+
+    std::vector<int> rowOf;
+    std::vector<double> rowScale, colScale, work;
+    std::vector<int> rowStart{0}, columns;
+    std::vector<double> values;
+    SparseDirect direct;
+};
+
+SparseDirect::SparseDirect() = default;
+SparseDirect::~SparseDirect() = default;
+
+/// Solves with rows exchanged by a weighted matching, where that is better.
+void SparseDirect::SolveMatched(const MatrixView& A, const double* b, Attempt& to)
+{
+    if (matched_ == nullptr)
+    {
+        WeightedMatching matching = MatchRows(A);
+        if (matching.freeRow >= 0)
+        {
+            to.isSingular = true;
+            to.record.outcome = SolveOutcome::Singular;
+            to.record.equation = matching.freeRow;
+            to.record.looseModes = 1;
+            to.record.reason = L"the matrix is singular whatever its values: too few unknowns "
+                               L"occur in this equation and others";
+            return;
+        }
+        auto matched = std::make_unique<Matched>(A, std::move(matching));
+        const MatrixView view = matched->View();
+        matched->direct.Analyse(view, false);
+        if (!matched->direct.Factorise(view, false))
+        {
+            needed_ = matched->direct.needed_;
+            throw std::bad_alloc();
+        }
+        matched_ = std::move(matched);
+        account_.hasAnalysed = account_.hasFactorised = true;
+    }
+    const Account& account = matched_->direct.account_;
+    account_.isSymmetric = false;
+    account_.pivots = account.pivots;
+    std::vector<double> x(std::size_t(A.n));
+    const auto correct = [this](double* r) { matched_->Substitute(r); };
+    const SolutionErrors errors = SolveRefined(A, b, x.data(), correct, account.pivots);
+    if (!(errors.rowWise < to.errors.rowWise) && !std::isnan(to.errors.rowWise))
+        return;
+    std::copy(x.begin(), x.end(), to.x);
+    to.errors = errors;
+    const int column = account.pivots.equation;
+    const int row = column < 0 ? 0 : matched_->rowOf[std::size_t(column)];
+    to.isSingular = IsSingular(A, correct, account.pivots, row, to.record);
+}
+
 SolveRecord SparseDirect::TrySolve(const MatrixView& A, const double* b, double* x)
 {
-    SolveRecord record;
+    Attempt attempt{x, {}, false, {}};
     if (const int bad = FirstNotFinite(A, b); bad >= 0)
-        return RefuseNotFinite(bad, std::move(record));
+        return RefuseNotFinite(bad, {});
     if (A.n == 0)
-        return record;
+        return attempt.record;
     const Symmetry symmetry = FindSymmetry(A);
     if (!HasPatternOf(A))
         Analyse(A, symmetry.ofPattern);
     std::uint64_t digest[2];
     Digest(A.values, std::size_t(A.rowStart[A.n]), digest);
     if (!std::equal(digest, digest + 2, digest_))
-        isFactorised_ = needsGeneral_ = false;
-    std::copy(digest, digest + 2, digest_);
-    if (!isFactorised_ && !Factorise(A, symmetry.ofValues && !needsGeneral_))
-        return RefuseSize();
-    SolutionErrors errors = SolveByFactor(A, b, x);
-    const auto isSolved = [&] { return errors.rowWise <= kSolvedRowWise; };
-    bool isSingular = CheckPivots(A, record);
-    if (account_.isSymmetric && !isSingular && !isSolved())
     {
-        // Other pivots may do better: those of a matrix that is not symmetric come from rows.
-        needsGeneral_ = true;
-        if (!Factorise(A, false))
-            return RefuseSize();
-        errors = SolveByFactor(A, b, x);
-        isSingular = CheckPivots(A, record);
+        isFactorised_ = needsGeneral_ = false;
+        matched_.reset();
     }
-    if (!isSingular && !isSolved())
+    std::copy(digest, digest + 2, digest_);
+    const auto isDone = [&] {
+        return attempt.isSingular || attempt.errors.rowWise <= kSolvedRowWise;
+    };
+    attempt.errors.rowWise = std::numeric_limits<double>::quiet_NaN();
+    if (matched_ == nullptr)
+    {
+        if (!SolveAsItIs(A, symmetry.ofValues && !needsGeneral_, b, attempt))
+            return RefuseSize();
+        if (account_.isSymmetric && !isDone())
+        {
+            // Other pivots may do better: those of a matrix that is not symmetric come from rows.
+            needsGeneral_ = true;
+            isFactorised_ = false;
+            if (!SolveAsItIs(A, false, b, attempt))
+                return RefuseSize();
+        }
+    }
+    if (!isDone())
+        SolveMatched(A, b, attempt);
+    if (!isDone())
     {
         std::vector<double> other(std::size_t(A.n));
         SolutionErrors ofOther;
         if (SolveWithPivoting(A, scale_.data(), b, other.data(), ofOther) &&
-            !(ofOther.rowWise >= errors.rowWise))
+            !(ofOther.rowWise >= attempt.errors.rowWise))
         {
             std::copy(other.begin(), other.end(), x);
-            errors = ofOther;
+            attempt.errors = ofOther;
         }
     }
-    Judge(A, errors, record);
-    return record;
+    Judge(A, attempt.errors, attempt.record);
+    return attempt.record;
 }
 
 SolveRecord SparseDirect::RefuseSize() const
@@ -228,6 +348,7 @@ void SparseDirect::Clear()
     factor_ = {};
     scale_ = work_ = {};
     isFactorised_ = needsGeneral_ = false;
+    matched_.reset();
 }
 
 } // namespace numerics

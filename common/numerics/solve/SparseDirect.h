@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace numerics
@@ -23,13 +24,14 @@ namespace numerics
 class SparseDirect
 {
 public:
-    SparseDirect() = default;
+    SparseDirect();
+    ~SparseDirect();
     SparseDirect(const SparseDirect&) = delete;
     SparseDirect& operator=(const SparseDirect&) = delete;
 
     /// Solves A x = b: by L D L^T where the halves of A are equal but for the rounding of sums,
-    /// else, and where that leaves too large an error, by L D U, and at last with pivots from whole
-    /// columns.
+    /// else, and where that leaves too large an error, by L D U; then with rows exchanged by a
+    /// weighted matching, and at last with pivots from whole columns.
     /// @returns Solved when the row-wise error of x says so; NotFinite and TooLarge, x NaN then;
     ///          Singular with the loosest unknown, Stagnated or Breakdown as Judge has them
     SolveRecord Solve(const MatrixView& A, const double* b, double* x);
@@ -50,9 +52,17 @@ private:
     void Analyse(const MatrixView& A, bool isSymmetric);
     bool HasPatternOf(const MatrixView& A) const;
     bool Factorise(const MatrixView& A, bool isSymmetric);
-    SolutionErrors SolveByFactor(const MatrixView& A, const double* b, double* x);
     void Substitute(double* r);
-    bool CheckPivots(const MatrixView& A, SolveRecord& record);
+    /// What a solve has come to.
+    struct Attempt
+    {
+        double* x;
+        SolutionErrors errors; ///< of x
+        bool isSingular;       ///< and the record says so
+        SolveRecord record;
+    };
+    bool SolveAsItIs(const MatrixView& A, bool isSymmetric, const double* b, Attempt& to);
+    void SolveMatched(const MatrixView& A, const double* b, Attempt& to);
     SolveRecord RefuseSize() const;
     SolveRecord TrySolve(const MatrixView& A, const double* b, double* x);
 
@@ -63,7 +73,9 @@ private:
     std::uint64_t digest_[2] = {0, 0}; ///< of the values factorised
     bool isFactorised_ = false;
     bool needsGeneral_ = false; ///< L D L^T of these values was not enough
-    double needed_ = 0;         ///< bytes of the factors, once they are known
+    struct Matched;
+    std::unique_ptr<Matched> matched_; ///< nor was L D U; kept while the values stand
+    double needed_ = 0;                ///< bytes of the factors, once they are known
     Account account_;
 };
 
