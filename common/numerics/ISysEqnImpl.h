@@ -11,14 +11,15 @@
 /// The system A x = b: a sparse matrix filled element by element, and three families of solvers.
 ///
 /// Every operation returns 0, except a PARDISO solve that failed; LastSolve() and the log report
-/// what went wrong, and in which equation. Solved is a checked fact: a direct solver's x has a
-/// row-wise backward error of at most 1e-10 and is not a motion that only rounding resists; an
-/// iterative one's has the residual asked for, and no equation is left unsolved because its numbers
-/// are small. A direct solve that cannot give an answer leaves NaN in every unknown, so that an
-/// older answer is not taken for a new one; an iterative one leaves the best that it found, the
-/// start included. An index outside the system, a coefficient outside the pattern, a matrix that
-/// does not fit its list and lists of unequal length are dropped, and the outcome of solves is
-/// Failed until ResetToZero; so it is before the first Initialize.
+/// what went wrong, and in which equation; the log at level verbose also which solver ran. Solved
+/// is a checked fact: a direct solver's x has a row-wise backward error of at most 1e-10 and is not
+/// a motion that only rounding resists; an iterative one's has the residual asked for, and no
+/// equation is left unsolved because its numbers are small. A direct solve that cannot give an
+/// answer leaves NaN in every unknown, so that an older answer is not taken for a new one; an
+/// iterative one leaves the best that it found, the start included. An index outside the system, a
+/// coefficient outside the pattern, a matrix that does not fit its list and lists of unequal length
+/// are dropped, and the outcome of solves is Failed until ResetToZero; so it is before the first
+/// Initialize.
 ///
 /// Threads: one thread uses an object at a time. The solvers run threads of their own; the bits
 /// of every result are the same for any number of them.

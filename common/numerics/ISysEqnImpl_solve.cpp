@@ -133,6 +133,10 @@ void ISysEqnImpl::State::Finish(SolveRecord record)
     }
     last = std::move(record);
     Tell(last);
+    if (last.outcome == SolveOutcome::Solved)
+        KVI_LOG(kvi::diag::verbose, kMath, L"%s: %d equations solved, row-wise error %g",
+                last.solver.empty() ? Name(last.method) : last.solver.c_str(), Size(),
+                last.rowWiseError);
 }
 
 template <class Solver>
