@@ -55,6 +55,17 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Seepage analysis by finite elements
 set(CPACK_COMPONENT_DOCUMENTATION_DESCRIPTION "${PROJECT_DESCRIPTION}: documents
  A guide for authors of analysis engines, changes, and third-party notices.")
 set(CPACK_COMPONENTS_ALL runtime development tools documentation)
+if(TARGET kvi_python)
+  set(kvi_deb_python python3-kvi)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+      "${kvi_deb_runtime} (= ${PROJECT_VERSION}-1), python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "${kvi_deb_tools}, python3-pandas")
+  set(CPACK_COMPONENT_PYTHON_DESCRIPTION "${PROJECT_DESCRIPTION}: Python module
+ Tables and their catalogue, water-content curves, systems of equations, plane
+ geometry, seepage analyses and studies of many variants, with numpy arrays.")
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper)
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${kvi_deb_${component}})
