@@ -1,9 +1,19 @@
 cmake_minimum_required(VERSION 3.25)
 # Compares the names that the library exports with its public headers: nothing else leaves it, and
 # what KVI_API marks does.
-#   cmake -DLIBRARY=... -DNM=... -DCOMMON=... -P CheckExports.cmake
-execute_process(COMMAND ${NM} -DC --defined-only "${LIBRARY}" OUTPUT_VARIABLE symbols
-                COMMAND_ERROR_IS_FATAL ANY)
+#   cmake -DLIBRARY=... -DNM=... -DCOMMON=... [-DOBJDUMP=... -DCXXFILT=...] -P CheckExports.cmake
+# With OBJDUMP the library is a Windows DLL.
+if(OBJDUMP)
+  execute_process(COMMAND ${OBJDUMP} -p "${LIBRARY}" COMMAND ${CXXFILT} OUTPUT_VARIABLE symbols
+                  COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX REPLACE "^.*\n\\[Ordinal/Name Pointer\\] Table[^\n]*\n" "" symbols "${symbols}")
+  string(REGEX REPLACE "\n[ \t]*\n.*" "\n" symbols "${symbols}")
+  # As nm has it: a number, a letter, the name.
+  string(REGEX REPLACE "\t\\[ *([0-9]+)\\] (\\+base\\[ *[0-9]+\\] +[0-9a-f]+ )?" "\\1 T " symbols "${symbols}")
+else()
+  execute_process(COMMAND ${NM} -DC --defined-only "${LIBRARY}" OUTPUT_VARIABLE symbols
+                  COMMAND_ERROR_IS_FATAL ANY)
+endif()
 set(text "")
 foreach(area IN ITEMS foundation data Geom numerics sys fn doc)
   file(GLOB headers "${COMMON}/${area}/*.h")
