@@ -147,6 +147,8 @@ void Curves()
                                              numbers.In(0.2, 4), numbers.In(0.1, 0.6), limit);
         for (double suction = 1e-3; suction < 2e6; suction *= 7.3)
             digest.Add(curve(-suction));
+        const Geom::Extents2D box = curve.Extents();
+        digest.Add(curve.PressureLimits().first * box.maxY);
         double roots[2] = {0, 0};
         const math::fn::QuadraticEqn equation(numbers.In(-2, 2), numbers.In(-9, 9),
                                               numbers.In(-5, 5));
@@ -154,6 +156,33 @@ void Curves()
         digest.Add(roots, 2);
     }
     digest.Print("functions");
+}
+
+/// Curves fitted to points of a curve, exact and disturbed, in each unit.
+void Fits()
+{
+    Digest digest;
+    for (int round = 0; round < 60; ++round)
+    {
+        const math::UnitSet units(static_cast<math::PressureUnit>(1 + round % 6));
+        const double limit = math::fn::flow::FredXing::CalcLimit(units), unit = limit / 1e6;
+        const double saturated = numbers.In(0.2, 0.6), noise = round % 2 ? 0.02 : 0;
+        const math::fn::flow::FredXing curve(numbers.In(1, 500) * unit, numbers.In(0.5, 8),
+                                             numbers.In(0.3, 3), saturated, limit);
+        FPOINT points[16] = {};
+        for (int i = 0; i < 16; ++i)
+        {
+            points[i].x = -unit * math::algorithm::FloatCommon<double>::Pow10(i / 3) * (1 + i % 3);
+            points[i].y = curve(points[i].x) + numbers.In(-noise, noise);
+        }
+        double fitted[3] = {10 * unit, 1, 1}, error = 0;
+        digest.Add(math::fn::flow::FredXing::EstimateParam(saturated, points, 16, units, fitted[0],
+                                                           fitted[1], fitted[2], error));
+        digest.Add(fitted, 3);
+        digest.Add(error);
+        digest.Add(limit);
+    }
+    digest.Print("fitted curves");
 }
 
 /// What gives one double: powers, tolerances, dot products, determinants, statistics, optima.
@@ -176,6 +205,10 @@ void Scalars()
     }
     digest.Add(datatable::SumColumn(table, dataparam::CurveA));
     digest.Add(datatable::MaxMagnitude(table, dataparam::CurveA));
+    const auto square =
+        DataParamCalculator::FromFormula({dataparam::CurveA}, [](double a) { return a * a / 3; });
+    for (const double& value : values)
+        digest.Add(square.Calculate({&value, 1}));
     for (int round = 0; round < 40; ++round)
     {
         const double A[2][2] = {{values[round], values[round + 1]},
@@ -184,7 +217,18 @@ void Scalars()
         digest.Add(fMiM2x2(inverse, A));
         digest.Add(&inverse[0][0], 4);
         digest.Add(fVxV2C(values, values + 5, round));
+        math::matrix::Matrix<double> M(1 + round % 6, 1 + round % 6);
+        for (int i = 0; i < M.Rows() * M.Columns(); ++i)
+            M(i / M.Rows(), i % M.Rows()) = numbers.In(-1, 1);
+        digest.Add(math::matrix::Determinant(M));
+        if (const auto inverted = math::matrix::Inverse(M))
+            digest.Add((*inverted * M)(0, 0) + (*inverted)(0, M.Rows() - 1));
     }
+    for (const auto shape : {math::ElementShape::Line, math::ElementShape::Triangle,
+                             math::ElementShape::Quadrilateral})
+        for (int degree = 0; degree < 10; ++degree)
+            for (const math::GaussPoint& point : math::GaussRule(shape, degree))
+                digest.Add(&point.r, 3);
     const auto problem = CLPProblem::create(2);
     problem->objFunc({true, {{3, 0}, {2, 1}}});
     problem->add({{{1, 0}, {1, 1}}, 0, 4});
@@ -243,6 +287,10 @@ void Geometry()
               Geom::VectorRotate2D(p[0], p[1].x * 1e3), Geom::CalcPtFromAngle2D(p[0], p[1].y, 2),
               Geom::InfLineClosestPoint2D(p[0], p[1], p[2], Geom::Precision()),
               Geom::InfLineIntersection2D(p[0], p[1], p[2], p[3]),
+              Geom::LineIntersection2D(p[0], p[1], p[2], p[3], Geom::IntersectionType::Any),
+              Geom::LineCollision2D(p[0], p[1], p[2], p[3]),
+              Geom::CircleEdgePoint2D({p[0], p[1].x}, p[1].y),
+              Geom::round_Point2D(Geom::Precision())(p[0]),
               Geom::CircleEdgeClosestPoint2D({p[0], 2}, p[1])})
         {
             digest.Add(point.x);
@@ -252,9 +300,27 @@ void Geometry()
         Geom::CircleInfLineIntersection2D(met, Geom::CircleGet2D(p[0], p[1]), {p[2], p[3]});
         for (const Geom::Point2D& point : met)
             digest.Add(point.x - point.y);
-        const auto [low, high] = Geom::LineGetY2D(p[0], p[1], p[2].x);
+        Geom::Extents2D box;
+        for (const Geom::Point2D& point : p)
+            Geom::ExtentsGrow2D(box, point);
+        const Geom::LineSet2D lines = {{p[0], p[1]}, {p[1], p[2]}, {p[2], p[3]}};
+        const auto [low, high] = Geom::LineLayer2D(lines, Geom::Precision()).GetY(p[0].x);
+        std::vector<Geom::LineEvent2D> events;
+        Geom::LineCrossingEvents2D(events, lines);
+        std::vector<Geom::LineMeeting2D> meetings;
+        Geom::LineMeetings2D(meetings, lines, {{p[3], p[0]}}, Geom::Precision());
+        Geom::QuadTree2D tree;
+        tree.Initialize(box, 10, Geom::Precision(), 1);
+        tree.Insert(0, {p[0], p[1], p[2], p[0]});
+        double distance = 0;
+        digest.Add(tree.FindNearest(p[3], &distance));
         for (const double value :
-             {Geom::VectorAngle2D(p[0], p[1]), Geom::VectorAbsAngle2D(p[1], p[2]),
+             {distance, events.empty() ? 0 : events.front().point.x,
+              meetings.empty() ? 0 : meetings.front().parameter, Geom::CircleArea2D({p[0], p[1].x}),
+              Geom::CircleCircumference2D({p[0], p[1].y}), Geom::WidthOf(box), Geom::HeightOf(box),
+              Geom::AspectOf(box, Geom::Precision()), Geom::TriArea2D(p[0], p[1], p[3]),
+              Geom::RegionArea2D({{p, p + 3}, {{p + 1, p + 4}}}), Geom::VectorAngle2D(p[0], p[1]),
+              Geom::VectorAbsAngle2D(p[1], p[2]),
               Geom::VectorAngle3D({p[0].x, p[0].y, p[1].x}, {p[2].x, p[1].y, p[2].y}),
               Geom::CalcAngleInDegreesFromLineEndPts2D(p[0], p[3]),
               Geom::LineDistanceToPoint2D(p[0], p[1], p[2], false, Geom::Precision()),
@@ -271,6 +337,7 @@ int main()
     Products();
     Elements();
     Curves();
+    Fits();
     Scalars();
     NumberText();
     Geometry();
