@@ -160,6 +160,8 @@ public:
                 if (ForgetParent(*state); state->owner == std::this_thread::get_id())
                     PassOn(*state);
     }
+    /// Makes room for one more, so that Add cannot fail.
+    void Reserve() { states_.reserve(states_.size() + 1); }
     void Add(std::weak_ptr<State> state) { states_.push_back(std::move(state)); }
     void Remove(const State* state)
     {
@@ -194,14 +196,21 @@ private:
     const std::shared_ptr<State> state_;
 };
 
+/// Closes a mutex that this process has no handle of.
+void Forget(const State& state)
+{
+    if (state.handles > 0)
+        return;
+    state.file->Unlock(state.base + kOwner, 1);
+    state.file->Unshare(state.base + kPresence, 1);
+    States().erase(state.key);
+}
+
 RangeMutex::~RangeMutex()
 {
     const std::lock_guard guard(NamedObjectsLock());
-    if (--state_->handles > 0)
-        return;
-    state_->file->Unlock(state_->base + kOwner, 1);
-    state_->file->Unshare(state_->base + kPresence, 1);
-    States().erase(state_->key);
+    --state_->handles;
+    Forget(*state_);
 }
 
 /// Waits for the threads of this process that came before. @returns false when it must not wait
@@ -253,6 +262,7 @@ NamedMutex::Outcome RangeMutex::Acquire(bool wait)
         ++state.depth;
         return Outcome::owned;
     }
+    Held().Reserve(); // before anything is locked
     if (!WaitForTurn(lock, wait))
         return Outcome::busy;
     const Outcome outcome = TakeInTurn(lock, wait);
@@ -315,8 +325,18 @@ std::shared_ptr<NamedMutex> Find(const std::wstring& name, bool mustExist)
         }
         entry = std::move(state);
     }
-    ++entry->handles;
-    return std::make_shared<RangeMutex>(entry);
+    const auto known = entry; // what is erased below may be the entry
+    try
+    {
+        auto mutex = std::make_shared<RangeMutex>(known);
+        ++known->handles;
+        return mutex;
+    }
+    catch (const std::bad_alloc&)
+    {
+        Forget(*known);
+        throw;
+    }
 }
 
 } // namespace

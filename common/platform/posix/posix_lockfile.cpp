@@ -116,6 +116,7 @@ bool LockFile::Unlock(off_t start, off_t length) const
 bool LockFile::Share(off_t start, off_t length)
 {
     const std::lock_guard guard(TheFiles().lock);
+    shared_.reserve(shared_.size() + 1); // what is locked is noted for certain
     if (!Set(Number(), F_OFD_SETLK, F_RDLCK, start, length))
         return false;
     shared_.emplace_back(start, length);

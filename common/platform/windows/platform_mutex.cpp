@@ -1,5 +1,7 @@
 #include "platform/platform_mutex.h"
 
+#include <new>
+
 #include <windows.h>
 
 namespace platform
@@ -53,8 +55,14 @@ private:
 };
 
 std::shared_ptr<NamedMutex> Own(HANDLE handle)
+try
 {
     return handle == nullptr ? nullptr : std::make_shared<KernelMutex>(handle);
+}
+catch (const std::bad_alloc&)
+{
+    ::CloseHandle(handle);
+    throw;
 }
 
 } // namespace
