@@ -81,16 +81,12 @@ public:
         }
         // From here on the entry is this thread's until it is open, or erased. Hooks run without
         // the manager's lock: they may take their time, and open others.
+        Erasure erasure(*this, *resource, name);
         resource->name_ = name;
         resource->flags_ = flags;
         gtl::status opened = OpenAmongProcesses(*resource);
-        if (!opened.ok())
-            (void)resource->mutex_.Close(); // cannot fail
-        const std::lock_guard guard(lock_);
         if (opened.ok())
-            entries_[name] = {resource, true, resource->mutex_};
-        else
-            entries_.erase(name);
+            erasure.KeepOpen();
         return opened;
     }
 
@@ -106,6 +102,7 @@ public:
             resource = found->second.resource;
             found->second = {resource, false, {}}; // this thread's until it is erased
         }
+        const Erasure erasure(*this, *resource, name);
         const Turn turn(name);
         gtl::status closed = Run(*resource, &SharedResource::OnClose);
         (void)resource->mutex_.Close(); // cannot fail
@@ -113,8 +110,6 @@ public:
         gtl::status last = turn.State();
         if (last.ok() && !ExistsAnywhere(name))
             last = Run(*resource, &SharedResource::OnDestroy);
-        const std::lock_guard guard(lock_);
-        entries_.erase(name);
         return closed.ok() ? last : closed;
     }
 
@@ -134,6 +129,39 @@ private:
         SharedResource* resource;
         bool open;
         impl::SystemExclusiveAccess mutex;
+    };
+
+    /// Closes a resource's mutex and erases its entry in the end, also when memory runs out.
+    class Erasure
+    {
+    public:
+        Erasure(SharedResourceManager& manager, SharedResource& resource, const std::wstring& name)
+            : manager_(manager), resource_(resource), name_(name)
+        {
+        }
+        ~Erasure()
+        {
+            if (!isWanted_)
+                return;
+            (void)resource_.mutex_.Close(); // cannot fail
+            const std::lock_guard guard(manager_.lock_);
+            manager_.entries_.erase(name_);
+        }
+        Erasure(const Erasure&) = delete;
+        Erasure& operator=(const Erasure&) = delete;
+        /// Marks the entry as open instead.
+        void KeepOpen()
+        {
+            const std::lock_guard guard(manager_.lock_);
+            manager_.entries_[name_] = {&resource_, true, resource_.mutex_};
+            isWanted_ = false;
+        }
+
+    private:
+        SharedResourceManager& manager_;
+        SharedResource& resource_;
+        const std::wstring& name_;
+        bool isWanted_ = true;
     };
 
     using Hook = gtl::status (SharedResource::*)();

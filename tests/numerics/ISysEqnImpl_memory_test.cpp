@@ -1,74 +1,11 @@
 // Systems of equations where memory ends: every allocation of every step fails once.
 #include "FilledSystem.h"
 #include "numerics/solve/Pardiso.h"
+#include "support/FailingMemory.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdint>
-#include <cstdlib>
 #include <exception>
-#include <new>
-
-namespace
-{
-
-// Allocations until one fails; it counts only while it is positive.
-std::atomic<long> left{0};
-
-// Not inlined: the compiler would take the pairs below for mismatched ones.
-[[gnu::noinline]] void* Allocate(std::size_t size)
-{
-    if (left.load(std::memory_order_relaxed) > 0 && left.fetch_sub(1) == 1)
-        return nullptr;
-    return std::malloc(size > 0 ? size : 1);
-}
-
-/// With room for the way back in front of what is handed out.
-[[gnu::noinline]] void* AllocateAligned(std::size_t size, std::align_val_t alignment)
-{
-    const auto step = std::size_t(alignment);
-    void* const block = Allocate(size + step + sizeof(void*));
-    if (block == nullptr)
-        return nullptr;
-    void** const at = reinterpret_cast<void**>(
-        (reinterpret_cast<std::uintptr_t>(block) + sizeof(void*) + step - 1) / step * step);
-    at[-1] = block;
-    return at;
-}
-
-[[gnu::noinline]] void Free(void* block) { std::free(block); }
-
-[[gnu::noinline]] void FreeAligned(void* at)
-{
-    if (at != nullptr)
-        std::free(static_cast<void**>(at)[-1]);
-}
-
-template <class Block>
-Block OrThrow(Block block)
-{
-    return block != nullptr ? block : throw std::bad_alloc();
-}
-
-} // namespace
-
-// NOLINTBEGIN(misc-new-delete-overloads)
-void* operator new(std::size_t size) { return OrThrow(Allocate(size)); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new(std::size_t size, std::align_val_t alignment)
-{
-    return OrThrow(AllocateAligned(size, alignment));
-}
-void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
-{
-    return AllocateAligned(size, alignment);
-}
-void operator delete(void* block) noexcept { Free(block); }
-void operator delete(void* block, std::size_t) noexcept { Free(block); }
-void operator delete(void* block, std::align_val_t) noexcept { FreeAligned(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { FreeAligned(block); }
-// NOLINTEND(misc-new-delete-overloads)
 
 namespace
 {
@@ -133,7 +70,7 @@ TEST(ISysEqnImpl, EndsWithARecordWhereverMemoryEnds)
                 system.Initialize(&Elements());
                 Fill(system);
             }
-            left = allocation;
+            failing_memory::left = allocation;
             bool isCaught = true;
             try
             {
@@ -143,7 +80,7 @@ TEST(ISysEqnImpl, EndsWithARecordWhereverMemoryEnds)
             {
                 isCaught = false;
             }
-            const bool hasFailed = left.exchange(0) == 0;
+            const bool hasFailed = failing_memory::left.exchange(0) <= 0;
             ASSERT_TRUE(isCaught) << step.name << ", allocation " << allocation;
             const SolveOutcome outcome = system.LastSolve().outcome;
             if (!hasFailed)

@@ -1,8 +1,10 @@
 #include "RunChild.h"
 #include "sys/SharedResource.h"
+#include "sys/sys_thread_Signal.h"
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <thread>
 
 using namespace sys::thread;
@@ -25,10 +27,13 @@ struct Noted : SharedResource
     gtl::status Note(char hook)
     {
         hooks += hook;
-        return hook == failing ? gtl::status(L"failed") : gtl::status();
+        if (hook != failing)
+            return {};
+        return throws ? throw std::runtime_error("failed") : gtl::status(L"failed");
     }
     std::string hooks;
     char failing = 0;
+    bool throws = false;
 };
 
 const std::wstring kName = child::Name(L"kvi test resource");
@@ -76,6 +81,51 @@ TEST(SharedResource, RefusesWhatItCannotOpenOrClose)
     first.failing = 'x';
     EXPECT_EQ(SharedResource::Close(kName).as_wstring(), L"failed");
     EXPECT_EQ(first.hooks, "cxd") << "closed all the same";
+}
+
+TEST(SharedResource, KeepsNoNameWhoseHookThrows)
+{
+    for (const char hook : {'c', 'x', 'd'})
+    {
+        Noted resource, next;
+        resource.failing = hook;
+        resource.throws = true;
+        EXPECT_EQ(SharedResource::Open(kName, &resource, 0).ok(), hook != 'c');
+        EXPECT_FALSE(SharedResource::Close(kName).ok()) << hook;
+        EXPECT_EQ(resource.hooks, hook == 'c' ? "c" : "cxd");
+        EXPECT_FALSE(SharedResource::IsOpenAnywhere(kName));
+        ASSERT_TRUE(SharedResource::Open(kName, &next, 0).ok()) << hook;
+        ASSERT_TRUE(SharedResource::Close(kName).ok());
+        EXPECT_EQ(next.hooks, "cxd");
+    }
+}
+
+TEST(SharedResource, IsTakenAndNotOpenDuringAFailingOpen)
+{
+    struct Slow : Noted
+    {
+        gtl::status OnCreate() override
+        {
+            begun.Set();
+            goOn.Wait();
+            return Note('c');
+        }
+        Signal begun{Signal::manualReset}, goOn{Signal::manualReset};
+    } slow;
+    slow.failing = 'c';
+    Noted other;
+    std::jthread opening([&] { EXPECT_FALSE(SharedResource::Open(kName, &slow, 0).ok()); });
+    slow.begun.Wait();
+    EXPECT_FALSE(SharedResource::Close(kName).ok());
+    EXPECT_FALSE(SharedResource::Open(kName, &other, 0).ok());
+    EXPECT_FALSE(SharedResource::GetExclusiveAccess(kName, false));
+    slow.goOn.Set();
+    opening.join();
+    EXPECT_EQ(slow.hooks + other.hooks, "c") << "nobody closed what was never open";
+    EXPECT_FALSE(SharedResource::Close(kName).ok());
+    ASSERT_TRUE(SharedResource::Open(kName, &other, 0).ok());
+    EXPECT_TRUE(SharedResource::Close(kName).ok());
+    EXPECT_EQ(other.hooks, "cxd");
 }
 
 TEST(ResourceChild, DISABLED_FindsItOpen)
