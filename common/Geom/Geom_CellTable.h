@@ -26,6 +26,8 @@ namespace Geom
 /// touch no cell. A box without width (or height) has cells of no width: whatever lies at it is in
 /// column (row) 0.
 ///
+/// Where memory runs out, what returns a status reports it, and the searches throw std::bad_alloc.
+///
 /// Threads: any number may read at once while none changes the table or the precision.
 class KVI_API CellTable
 {
@@ -94,11 +96,11 @@ public:
     /// Replaces @p ids by the identifiers in the cells that a circle touches, ascending.
     /// @param marginX, marginY  distances by which each cell reaches out beyond the half-epsilons
     /// @param withInside        true: the disc; false: the rim alone
-    /// @throws std::bad_alloc when @p ids do not fit
+    /// @throws std::bad_alloc when memory runs out; @p ids are then unspecified
     void FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle, double marginX,
                  double marginY, bool withInside) const;
     /// Replaces @p ids by the identifiers in the cells that Assign(lines) would add to, ascending.
-    /// @throws std::bad_alloc when @p ids do not fit
+    /// @throws std::bad_alloc when memory runs out; @p ids are then unspecified
     void FindAll(std::vector<std::uint32_t>& ids, const std::vector<Line2D>& lines) const;
 
     /// The box of a cell, from MinX() + column x width to MinX() + (column + 1) x width, and so on.

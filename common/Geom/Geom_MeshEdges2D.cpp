@@ -4,7 +4,9 @@
 #include "Geom/events/LineGrid.h"
 #include "Geom/exact/Plane.h"
 #include "Geom/exact/RingLocation.h"
+#include "foundation/KviError.h"
 
+#include <exception>
 #include <numeric>
 #include <tuple>
 
@@ -297,8 +299,15 @@ gtl::status MeshEdges2D::Initialize(const std::vector<Point2D>& nodes,
     if (std::any_of(corners.begin(), corners.end(),
                     [&](std::uint32_t node) { return node >= nodes.size(); }))
         return gtl::status(L"A corner of an element is not among the nodes.");
-    impl_ = std::make_unique<Impl>(nodes, corners, starts, precision);
-    return {};
+    try
+    {
+        impl_ = std::make_unique<Impl>(nodes, corners, starts, precision);
+        return {};
+    }
+    catch (const std::exception&) // bad_alloc or length_error
+    {
+        return KviError::err_sysserv(L"operator new", L"there is no memory for the edges");
+    }
 }
 
 std::uint32_t MeshEdges2D::NumEdges() const { return impl_ ? impl_->NumEdges() : 0; }

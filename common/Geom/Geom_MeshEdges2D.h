@@ -52,7 +52,8 @@ public:
     /// @param corners    numbers of nodes
     /// @param starts     ascending, from 0 to the number of corners; one more than elements
     /// @param precision  is copied; whose half-epsilons tell what the line meets
-    /// @returns an error, with no edges left, for starts or corners that break these rules
+    /// @returns an error, with no edges left, for starts or corners that break these rules, and when
+    ///          memory runs out
     gtl::status Initialize(const std::vector<Point2D>& nodes,
                            const std::vector<std::uint32_t>& corners,
                            const std::vector<std::uint32_t>& starts, const Precision3D& precision);
@@ -73,6 +74,7 @@ public:
     /// Time proportional to the edges in the cells of a grid along the line, at half a nanosecond
     /// or so each.
     /// @param hits  is replaced; empty for a line with a coordinate that is NaN, infinite, missing
+    /// @throws std::bad_alloc when memory runs out; @p hits are then unspecified
     void Cut(std::vector<MeshHit2D>& hits, const Line2D& line) const;
 
 private:

@@ -4,6 +4,8 @@
 /// A ring is closed: its last point repeats its first, so a triangle has four points. Counter-
 /// clockwise is the valid direction. Where no precision is asked for, Geom::Precision() rules.
 /// Nothing here crosses rings with themselves: whether edges cross is for LineCrossingEvents2D.
+/// Where memory runs out, PolygonGetLines2D and the functions that judge validity throw
+/// std::bad_alloc, as RegionCheck2D does.
 #pragma once
 
 #include "Geom/Geom_Line2D.h"

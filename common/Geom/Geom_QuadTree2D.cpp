@@ -61,7 +61,9 @@ public:
         items_.Reserve(count, std::size_t{count} * kUsualPoints);
     }
 
+    /// Without memory for all of it the tree is empty, since a part of it would find too little.
     void Insert(std::uint32_t id, const Point2D* points, std::size_t count, bool isRegion = false)
+    try
     {
         if (const std::uint32_t old = items_.PlaceOf(id); old != QuadPlaces::kNone)
             if (const Extents2D box = items_.BoxOf(old); DoesMeet(box))
@@ -77,6 +79,11 @@ public:
             items_.Compact();
             Build();
         }
+    }
+    catch (...)
+    {
+        Clear();
+        throw;
     }
 
     /// The first items; the arguments as QuadTree2D::Load has them.

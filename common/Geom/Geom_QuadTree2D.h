@@ -31,6 +31,9 @@ struct Region2D;
 /// down to their own size (31 halvings at the most) and else the nodes are in proportion to the
 /// items; items of one size on one another are searched through one by one.
 ///
+/// Where memory runs out, everything here throws std::bad_alloc; the identifiers asked for are then
+/// unspecified, and the tree is as said below, or as it was.
+///
 /// Threads: any number may search at once while none changes the tree.
 /// @code
 /// QuadTree2D tree;
@@ -68,6 +71,8 @@ public:
     /// Adds an item; an identifier that is there already gets the new points instead of its old.
     /// An item may reach out of the box, or lie outside: it is found where it is within the box.
     /// @returns false, with nothing changed, for the missing identifier
+    /// @throws std::bad_alloc, std::length_error for 2^32 - 1 points and items together, or more;
+    ///         the tree is then empty, or as it was
     bool Insert(std::uint32_t id, const std::vector<Point2D>& points);
     /// Insert of a region; one with a coordinate that is NaN, infinite or missing contains
     /// nothing. Whether it is sound is not asked.

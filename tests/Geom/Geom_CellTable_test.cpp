@@ -107,19 +107,6 @@ TEST(CellTable, WithoutCellsHoldsNothing)
     EXPECT_FALSE(Table(box, 0xffffffff, 0xffffffff).made.ok());
 }
 
-TEST(CellTable, TakesMemoryForItsContents)
-{
-    // 490,000 cells of two lines each: with a bit for each line they would take 30 GB.
-    CellTable table = Table({0, 700, 0, 700}, 700, 700);
-    for (std::uint32_t cell = 0; cell < 490000; ++cell)
-        for (const std::uint32_t id : {cell, cell + 490000})
-            ASSERT_TRUE(table.Assign(cell % 700, cell / 700, id).ok());
-    Ids ids;
-    table.FindAll(ids, {Line2D{{0, 3.5}, {700, 3.5}}});
-    ASSERT_EQ(ids.size(), 1400u);
-    EXPECT_TRUE(ids[0] == 2100 && ids[699] == 2799 && ids[1399] == 492799);
-}
-
 TEST(Cell, IsASetHoweverItIsKept)
 {
     linesets::Random random(6);

@@ -1,0 +1,271 @@
+// The finders and indexes where memory ends: every allocation of every operation fails once. What
+// returns a status reports it, what returns none throws, and neither leaves anything half done.
+#include "Geom/GeomTest.h"
+#include "Geom/Geom_CellTable.h"
+#include "Geom/Geom_LineEvents2D.h"
+#include "Geom/Geom_LineMeetings2D.h"
+#include "Geom/Geom_MeshEdges2D.h"
+#include "Geom/Geom_Polygon.h"
+#include "Geom/Geom_QuadTree2D.h"
+#include "Geom/Geom_Region.h"
+#include "support/FailingMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+namespace
+{
+using namespace Geom;
+using Ids = std::vector<std::uint32_t>;
+
+const std::vector<Line2D>& Lines()
+{
+    static const std::vector<Line2D> lines = [] {
+        std::mt19937 random(3);
+        std::uniform_real_distribution<double> at(0, 10);
+        std::vector<Line2D> all(60);
+        for (auto& [a, b] : all)
+        {
+            a = {at(random), at(random)};
+            b = {a.x + at(random) / 4, a.y + at(random) / 4};
+        }
+        return all;
+    }();
+    return lines;
+}
+
+std::vector<Point2D> Square(double x, double y, double side)
+{
+    return {{x, y}, {x + side, y}, {x + side, y + side}, {x, y + side}, {x, y}};
+}
+
+/// What an operation works on, made anew for each try, and what it leaves.
+struct Scene
+{
+    CellTable table;
+    QuadTree2D tree;
+    MeshEdges2D edges;
+    Ids ids;
+    std::vector<LineEvent2D> events;
+    std::vector<LineMeeting2D> meetings;
+    std::vector<MeshHit2D> hits;
+    std::vector<Point2D> nodes;
+    Ids corners, starts;
+
+    Scene()
+    {
+        EXPECT_TRUE(table.Initialize({0, 12, 0, 12}, 6, 6, 0).ok());
+        EXPECT_TRUE(table.Assign(Lines()).ok());
+        tree.Initialize({0, 12, 0, 12}, 2, Precision(), 0);
+        for (std::uint32_t i = 0; i < kItems; ++i)
+            tree.Insert(i, Square(i % 6, double(i / 6), i % 5 == 0 ? 4 : 0.4));
+        starts.push_back(0);
+        for (std::uint32_t i = 0; i < 16; ++i)
+        {
+            const std::vector<Point2D> square = Square(i % 4, double(i / 4), 1);
+            nodes.insert(nodes.end(), square.begin(), square.end() - 1);
+            for (std::uint32_t k = 0; k < 4; ++k)
+                corners.push_back(4 * i + k);
+            starts.push_back(4 * i + 4);
+        }
+        EXPECT_TRUE(edges.Initialize(nodes, corners, starts, Precision()).ok());
+    }
+    static constexpr std::uint32_t kItems = 30;
+};
+
+/// The items of the tree that hold the points of a grid.
+Ids Found(const QuadTree2D& tree)
+{
+    Ids all, ids;
+    for (double y = 0.2; y < 12; ++y)
+        for (double x = 0.2; x < 12; ++x)
+        {
+            tree.FindAll(ids, {x, y});
+            all.insert(all.end(), ids.begin(), ids.end());
+            all.push_back(CellTable::MissingID());
+        }
+    return all;
+}
+
+struct Operation
+{
+    const char* name;
+    bool hasStatus;
+    gtl::status (*run)(Scene&);
+    std::size_t (*size)(const Scene&); ///< of the result
+};
+
+std::size_t Count(const CellTable& table)
+{
+    Ids ids;
+    for (const Cell& cell : table)
+        cell.Append(ids);
+    return ids.size();
+}
+
+const auto kIds = [](const Scene& s) { return s.ids.size(); };
+const auto kItemsFound = [](const Scene& s) { return Found(s.tree).size(); };
+
+const Operation kOperations[] = {
+    {"CellTable::Initialize", true,
+     [](Scene& s) {
+         return s.table.Initialize({0, 9, 0, 9}, 9, 9, 0);
+     },
+     [](const Scene& s) { return std::size_t(s.table.NumCells()); }},
+    {"CellTable::Assign", true,
+     [](Scene& s) {
+         return s.table.Assign({Line2D{{0, 0}, {12, 12}}});
+     },
+     [](const Scene& s) { return Count(s.table); }},
+    {"CellTable::FindAll lines", false,
+     [](Scene& s) {
+         s.table.FindAll(s.ids, {Line2D{{0, 0}, {9, 9}}});
+         return gtl::status();
+     },
+     kIds},
+    {"CellTable::FindAll circle", false,
+     [](Scene& s) {
+         s.table.FindAll(s.ids, {{4, 4}, 3}, 0, 0, true);
+         return gtl::status();
+     },
+     kIds},
+    {"QuadTree2D::Insert", false,
+     [](Scene& s) {
+         for (std::uint32_t i = 0; i < 9; ++i)
+             s.tree.Insert(100 + i, Square(0.1 * i, 0.1, 0.2));
+         return gtl::status();
+     },
+     kItemsFound},
+    {"QuadTree2D::Insert, other points", false,
+     [](Scene& s) {
+         for (std::uint32_t i = 0; i < 9; ++i)
+             s.tree.Insert(i, {{0, 0}, {1, 0}, {2, 0.5}, {2, 1}, {1, 2}, {0, 2}});
+         return gtl::status();
+     },
+     kItemsFound},
+    {"QuadTree2D::InsertRegion", false,
+     [](Scene& s) {
+         s.tree.InsertRegion(100, {Square(1, 1, 5), {Square(2, 2, 1)}});
+         return gtl::status();
+     },
+     kItemsFound},
+    {"QuadTree2D::Load", false,
+     [](Scene& s) {
+         s.tree.Load(s.nodes.data(), s.corners.data(), s.starts.data(), 16);
+         return gtl::status();
+     },
+     kItemsFound},
+    {"QuadTree2D::FindAll", false,
+     [](Scene& s) {
+         s.tree.FindAll(s.ids, {1.1, 1.1});
+         return gtl::status();
+     },
+     kIds},
+    {"QuadTree2D::FindInBox", false,
+     [](Scene& s) {
+         s.tree.FindInBox(s.ids, {1, 3, 1, 3});
+         return gtl::status();
+     },
+     kIds},
+    {"MeshEdges2D::Initialize", true,
+     [](Scene& s) { return s.edges.Initialize(s.nodes, s.corners, s.starts, Precision()); },
+     [](const Scene& s) { return std::size_t(s.edges.NumEdges()); }},
+    {"MeshEdges2D::Cut", false,
+     [](Scene& s) {
+         s.edges.Cut(s.hits, {{0.1, 0.2}, {3.9, 3.5}});
+         return gtl::status();
+     },
+     [](const Scene& s) { return s.hits.size(); }},
+    {"LineCrossingEvents2D", false,
+     [](Scene& s) {
+         LineCrossingEvents2D(s.events, Lines());
+         return gtl::status();
+     },
+     [](const Scene& s) { return s.events.size(); }},
+    {"LineMeetings2D", false,
+     [](Scene& s) {
+         LineMeetings2D(s.meetings, {{{0, 0}, {10, 10}}, {{0, 10}, {10, 0}}}, Lines(), Precision());
+         return gtl::status();
+     },
+     [](const Scene& s) { return s.meetings.size(); }},
+    {"PolygonIsValid2D", false,
+     [](Scene& s) {
+         s.ids.assign(PolygonIsValid2D(Square(0, 0, 4).data(), 5, false) ? 3 : 0, 0);
+         return gtl::status();
+     },
+     kIds},
+    {"RegionCheck2D", false,
+     [](Scene& s) {
+         s.ids.assign(
+             RegionCheck2D({Square(0, 0, 4), {Square(1, 1, 1)}}, Precision()).IsSound() ? 3 : 0, 0);
+         return gtl::status();
+     },
+     kIds},
+};
+
+TEST(GeomMemory, ThatEndsIsReportedAndLeavesNothingHalfDone)
+{
+    for (const Operation& operation : kOperations)
+    {
+        Scene whole;
+        ASSERT_TRUE(operation.run(whole).ok());
+        const std::size_t size = operation.size(whole);
+        EXPECT_GT(size, 0u) << operation.name;
+        for (long allocation = 1;; ++allocation)
+        {
+            Scene scene;
+            const Ids before = Found(scene.tree);
+            failing_memory::left = allocation;
+            bool hasThrown = false, isOk = false;
+            try
+            {
+                isOk = operation.run(scene).ok();
+            }
+            catch (const std::bad_alloc&)
+            {
+                hasThrown = true;
+            }
+            const bool hasFailed = failing_memory::left.exchange(0) <= 0;
+            if (isOk)
+                EXPECT_EQ(operation.size(scene), size) << operation.name << ' ' << allocation;
+            if (!hasFailed)
+            {
+                EXPECT_TRUE(isOk) << operation.name;
+                EXPECT_GT(allocation, 1) << operation.name;
+                break;
+            }
+            EXPECT_TRUE(isOk || hasThrown != operation.hasStatus)
+                << operation.name << ' ' << allocation;
+            // The tree is as it was, empty, or complete; and takes the same again.
+            const Ids after = Found(scene.tree);
+            QuadTree2D none;
+            EXPECT_TRUE(isOk || after == before || after == Found(none))
+                << operation.name << ' ' << allocation;
+            ASSERT_TRUE(operation.run(scene).ok());
+            if (after == before)
+                EXPECT_EQ(operation.size(scene), size) << operation.name << ' ' << allocation;
+        }
+    }
+}
+
+/// The figure of the header: 490,000 cells with two lines each.
+TEST(CellTable, TakesMemoryForItsContents)
+{
+    constexpr std::uint32_t kAcross = 700, kCells = kAcross * kAcross;
+    const long long before = failing_memory::taken;
+    CellTable table;
+    ASSERT_TRUE(table.Initialize({0, kAcross, 0, kAcross}, kAcross, kAcross, 2 * kCells).ok());
+    for (std::uint32_t cell = 0; cell < kCells; ++cell)
+        for (const std::uint32_t id : {cell, cell + kCells})
+            ASSERT_TRUE(table.Assign(cell % kAcross, cell / kAcross, id).ok());
+    // A bit for each line would take 30 GB.
+    const double perCell = double(failing_memory::taken - before) / kCells;
+    EXPECT_LT(perCell, 48) << "bytes asked for";
+    Ids ids;
+    table.FindAll(ids, {Line2D{{0, 3.5}, {700, 3.5}}});
+    ASSERT_EQ(ids.size(), 1400u);
+    EXPECT_TRUE(ids[0] == 2100 && ids[699] == 2799 && ids[1399] == 492799);
+}
+} // namespace
