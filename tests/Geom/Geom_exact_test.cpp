@@ -3,6 +3,7 @@
 #include "Geom/GeomTest.h"
 #include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_LineIntersection2D.h"
+#include "Geom/Geom_Polygon.h"
 #include "Geom/Geom_Vector.h"
 
 #include <gtest/gtest.h>
@@ -98,6 +99,18 @@ private:
     std::mt19937 random_;
 };
 
+/// Coordinates of about 1e-170 and 1e150, whose products of two underflow and overflow. Factors
+/// are powers of two, so nothing rounds and every answer is that of the factor 1.
+constexpr double kFactors[] = {0x1p-565, 0x1p498};
+
+Point2D Times(double factor, const Point2D& p) { return {p.x * factor, p.y * factor}; }
+
+Precision3D Times(double factor, Precision3D precision)
+{
+    precision.ScaleEpsilon(factor);
+    return precision;
+}
+
 TEST(ExactNumber, AddsAndMultipliesWithoutRounding)
 {
     const Number tiny(0x1p-200), huge(-0x1p50), next(1 + 0x1p-52);
@@ -122,6 +135,18 @@ TEST(TolerantPredicates, AgreeWithExactArithmetic)
         ASSERT_EQ(int(VectorTurn2D(line.first, line.second, p, precision)), -side) << i;
         const bool isOn = ExactMeet(line, {p, p}, precision);
         ASSERT_EQ(LineContainsPoint2D(line.first, line.second, p, precision), isOn) << i;
+        const Point2D ring[4] = {
+            line.first, line.second, {line.second.y, -line.first.x}, line.first};
+        const PointLocation location = PolygonLocatePoint2D(ring, 4, p, precision);
+        for (const double f : kFactors)
+        {
+            const Precision3D scaled = Times(f, precision);
+            const Point2D r[4] = {Times(f, ring[0]), Times(f, ring[1]), Times(f, ring[2]),
+                                  Times(f, ring[3])};
+            ASSERT_EQ(int(VectorTurn2D(r[0], r[1], Times(f, p), scaled)), -side) << i << ' ' << f;
+            ASSERT_EQ(LineContainsPoint2D(r[0], r[1], Times(f, p), scaled), isOn) << i << ' ' << f;
+            ASSERT_EQ(PolygonLocatePoint2D(r, 4, Times(f, p), scaled), location) << i << ' ' << f;
+        }
         straight += side == 0;
         on += isOn;
     }
@@ -159,11 +184,18 @@ TEST(TolerantPredicates, FindSegmentsMeetingAsExactArithmeticDoes)
         crossings += n == 1 && !isEndOn;
         Precision3D wider = precision;
         wider.ScaleEpsilon(1 + 1e-5); // the point itself is rounded
-        for (const Point2D& p : {p1, p2})
-            if (!IsMissing2D(p) && std::max(std::fabs(a.x), std::fabs(a.y)) < 1e6)
-                ASSERT_TRUE(LineContainsPoint2D(a, b, p, wider) &&
-                            LineContainsPoint2D(c, d, p, wider))
-                    << i;
+        for (const double f : {1.0, kFactors[0], kFactors[1]})
+        {
+            const Point2D e[4] = {Times(f, a), Times(f, b), Times(f, c), Times(f, d)};
+            const Precision3D exact = Times(f, precision), loose = Times(f, wider);
+            ASSERT_EQ(LineIntersection2D(q1, q2, e[0], e[1], e[2], e[3], exact), n) << i;
+            ASSERT_EQ(LineIsCrossing2D(e[0], e[1], e[2], e[3], exact), meet && !isEndOn) << i;
+            for (const Point2D& p : {q1, q2})
+                if (!IsMissing2D(p) && std::max(std::fabs(a.x), std::fabs(a.y)) < 1e6)
+                    ASSERT_TRUE(LineContainsPoint2D(e[0], e[1], p, loose) &&
+                                LineContainsPoint2D(e[2], e[3], p, loose))
+                        << i << ' ' << f;
+        }
     }
     EXPECT_GT(kinds[0], tries / 14);
     EXPECT_GT(kinds[2], tries / 14);
