@@ -19,7 +19,7 @@ namespace Geom
 /// a line no wider than the half-epsilon is vertical and has a range of y. The caller's set must
 /// outlive the layer.
 /// @code
-/// LineLayer2D layer(lines, Precision());
+/// LineLayer2D layer(Precision());
 /// layer.Insert(lines.begin());
 /// const auto [low, high] = layer.GetY(2.5);
 /// @endcode

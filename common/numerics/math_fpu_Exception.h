@@ -14,7 +14,7 @@ namespace math::fpu
 /// thread: a thread started in between keeps its own state.
 /// @code
 /// math::fpu::Exception::On();
-/// Factorise(...);
+/// Factorise();
 /// const bool suspect = math::fpu::Exception::IsError();
 /// math::fpu::Exception::Off();
 /// @endcode
