@@ -41,6 +41,11 @@ std::vector<Point2D> Square(double x, double y, double side)
     return {{x, y}, {x + side, y}, {x + side, y + side}, {x, y + side}, {x, y}};
 }
 
+const std::vector<Point2D> kSmall = Square(10.6, 10.6, 0.2),
+                           kHexagon = {{0, 0}, {1, 0}, {2, 0.5}, {2, 1}, {1, 2}, {0, 2}};
+
+const std::vector<Line2D> kDiagonal = {{{0, 0}, {12, 12}}};
+
 /// What an operation works on, made anew for each try, and what it leaves.
 struct Scene
 {
@@ -61,6 +66,8 @@ struct Scene
         tree.Initialize({0, 12, 0, 12}, 2, Precision(), 0);
         for (std::uint32_t i = 0; i < kItems; ++i)
             tree.Insert(i, Square(i % 6, double(i / 6), i % 5 == 0 ? 4 : 0.4));
+        for (const double at : {10.1, 10.3}) // a leaf that is full
+            tree.Insert(std::uint32_t(10 * at), Square(at, at, 0.1));
         starts.push_back(0);
         for (std::uint32_t i = 0; i < 16; ++i)
         {
@@ -79,8 +86,8 @@ struct Scene
 Ids Found(const QuadTree2D& tree)
 {
     Ids all, ids;
-    for (double y = 0.2; y < 12; ++y)
-        for (double x = 0.2; x < 12; ++x)
+    for (double y = 0.2; y < 12; y += 0.5)
+        for (double x = 0.2; x < 12; x += 0.5)
         {
             tree.FindAll(ids, {x, y});
             all.insert(all.end(), ids.begin(), ids.end());
@@ -114,14 +121,11 @@ const Operation kOperations[] = {
          return s.table.Initialize({0, 9, 0, 9}, 9, 9, 0);
      },
      [](const Scene& s) { return std::size_t(s.table.NumCells()); }},
-    {"CellTable::Assign", true,
-     [](Scene& s) {
-         return s.table.Assign({Line2D{{0, 0}, {12, 12}}});
-     },
+    {"CellTable::Assign", true, [](Scene& s) { return s.table.Assign(kDiagonal); },
      [](const Scene& s) { return Count(s.table); }},
     {"CellTable::FindAll lines", false,
      [](Scene& s) {
-         s.table.FindAll(s.ids, {Line2D{{0, 0}, {9, 9}}});
+         s.table.FindAll(s.ids, kDiagonal);
          return gtl::status();
      },
      kIds},
@@ -133,15 +137,13 @@ const Operation kOperations[] = {
      kIds},
     {"QuadTree2D::Insert", false,
      [](Scene& s) {
-         for (std::uint32_t i = 0; i < 9; ++i)
-             s.tree.Insert(100 + i, Square(0.1 * i, 0.1, 0.2));
+         s.tree.Insert(100, kSmall); // splits a leaf
          return gtl::status();
      },
      kItemsFound},
     {"QuadTree2D::Insert, other points", false,
      [](Scene& s) {
-         for (std::uint32_t i = 0; i < 9; ++i)
-             s.tree.Insert(i, {{0, 0}, {1, 0}, {2, 0.5}, {2, 1}, {1, 2}, {0, 2}});
+         s.tree.Insert(7, kHexagon);
          return gtl::status();
      },
      kItemsFound},
