@@ -113,7 +113,8 @@ bool ReadModel(const Options& options, Model& model, Faults& faults)
         return false;
     }
     const bool meshRight =
-        ReadMesh(model.problem.mesh, model.mesh, faults, model.problem.units.metres);
+        ReadMesh(model.problem.mesh, model.mesh, faults, model.problem.units.metres,
+                 {model.problem.joinsParts, model.problem.joinDistance});
     return meshRight && !model.problem.steps.empty() && Bind(model, faults) && right;
 }
 

@@ -175,6 +175,7 @@ TEST(MeshReader, TellsWhatIsWrongAndWhere)
         {"1 2 15 14\n", "1 2 15 15\n", "element 3 has node 15 twice"},
         {"1 2 15 14\n", "1 2 14 15\n", "Q4 element 3 has no area"},
         {"1 2 15 14\n", "1 9 15 14\n", "Q4 element 3"},
+        {"15 1 1 0", "15 0.2 0.2 0", "Q4 element 3 is folded"},
         {"4 3 2 7 1 2 15 16 3", "4 3 2 7 1 1 2 15 14", "Q4 element 4 lies over Q4 element 3"},
         {"3 3 2 7 1 1", "3 10 2 7 1 1", "1 elements of Gmsh's type 10 (9-node quadrangle)"},
         {"3 3 2 7 1 1", "3 99 2 7 1 1", "type 99"},
@@ -286,8 +287,23 @@ TEST(MeshReader, WarnsOfNodesOnSidesThatDoNotHaveThem)
     // A wall: the nodes between the squares are doubled.
     text = With(kText22, "$Nodes\n7\n", "$Nodes\n9\n17 1 0 0\n18 1 1 0\n");
     text = With(text, "4 3 2 7 1 2 15 16 3", "4 3 2 7 1 17 18 16 3");
-    faults = {};
-    EXPECT_TRUE(ReadMesh(Scratch("wall.msh", text), mesh, faults));
+    for (const double distance : {-1.0, 0.0, 0.01, 1.1})
+    {
+        faults = {};
+        const bool read = ReadMesh(Scratch("wall.msh", text), mesh, faults, 1,
+                                   {distance >= 0, std::max(distance, 0.0)});
+        EXPECT_EQ(read, distance < 1); // the last one takes both ends of a side
+        const char* warning = "falls into 2 parts that share no nodes, so no water passes between "
+                              "them, but 2 pairs of nodes and 1 pairs of sides";
+        EXPECT_EQ(AllOf(faults).find(warning) != std::string::npos, distance < 0) << AllOf(faults);
+        EXPECT_EQ(mesh.Nodes(), distance < 0 ? 8u : distance < 1 ? 6u : mesh.Nodes());
+    }
+}
+
+TEST(MeshReader, TakesAQuadrilateralWithAStraightCorner)
+{
+    Faults faults;
+    Read(With(kText22, "15 1 1 0", "15 0 2 0"), faults); // above node 14
     EXPECT_EQ(AllOf(faults), "");
 }
 

@@ -11,12 +11,28 @@ namespace percova
 {
 namespace
 {
+/// The state at local coordinates. At a straight corner of a quadrilateral, where there are no
+/// derivatives, they are those halfway to the middle.
+void DerivativesAt(const ElementState& element, double r, double s, PointState& point)
+{
+    constexpr double kStraight = 1e-6;
+    At(element, r, s, point);
+    if (Corners(element.type) == 3)
+        return;
+    PointState inside;
+    At(element, r / 2, s / 2, inside);
+    if (point.area > kStraight * inside.area)
+        return;
+    inside.psi = point.psi;
+    point = inside;
+}
+
 /// Head at local coordinates, with the derivatives there.
 double HeadAt(const ElementState& element, double r, double s, PointState& point)
 {
     double N[8];
     Shape_Function(N, r, s, PlaceFlags(element.type));
-    At(element, r, s, point);
+    DerivativesAt(element, r, s, point);
     return element.head0 + fVxV2C(N, element.head, 8);
 }
 
@@ -120,7 +136,7 @@ void EvaluateNodes(const Solution& s, DataTable& nodal)
             const std::size_t n = std::size_t(mesh.ElementNodes(e)[k]);
             const auto [r, t] = LocalOf(element.type, k);
             PointState point;
-            At(element, r, t, point);
+            DerivativesAt(element, r, t, point);
             const double here = soil.kr.At(psi[n]);
             Include(here, seen[n], kr[n]);
             Include(point.gradient[0], seen[n], ix[n]);

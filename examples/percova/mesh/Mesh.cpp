@@ -9,7 +9,8 @@
 namespace percova
 {
 
-bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, double metres)
+bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, double metres,
+              const NodeJoin& join)
 {
     MshFile file;
     file.name = TextOf(path);
@@ -24,7 +25,7 @@ bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, dou
         MshScanner scanner(text);
         ReadMshFile(scanner, file);
         text = {}; // the mesh needs the room
-        return BuildMesh(file, mesh, faults, metres);
+        return BuildMesh(file, mesh, faults, metres, join);
     }
     catch (const MshError& error)
     {

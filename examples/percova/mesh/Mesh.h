@@ -77,6 +77,7 @@ struct Mesh
     std::vector<MeshGroup> surfaces;
     std::vector<MeshGroup> curves;
     std::vector<Edge> edges; ///< the line elements of the file that belong to a physical curve
+    std::size_t joined = 0;  ///< nodes that another one took the place of, see NodeJoin
 
     std::size_t Nodes() const { return x.size(); }
     std::size_t Elements() const { return type.size(); }
@@ -87,10 +88,18 @@ struct Mesh
     }
 };
 
+/// Whether nodes of different parts of a mesh that lie on each other become one.
+struct NodeJoin
+{
+    bool joins = false;
+    double distance = 0; ///< [m]; 0: a millionth of the sides there
+};
+
 /// Reads a Gmsh mesh: format 2.2 or 4.1, ASCII or binary. Elements given clockwise are turned.
 /// Coordinates are multiplied by @p metres, the length of the file's unit.
 /// @returns false when there is no mesh to go on with; every reason is in @p faults
-bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, double metres = 1);
+bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, double metres = 1,
+              const NodeJoin& join = {});
 
 /// Sides that only one element has: the rim of the mesh, each side once.
 std::vector<Edge> RimOf(const Mesh& mesh);

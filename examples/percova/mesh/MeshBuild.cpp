@@ -1,8 +1,10 @@
 #include "mesh/MeshBuild.h"
 
+#include "mesh/Connectivity.h"
 #include "mesh/HangingNodes.h"
 #include "mesh/MeshGeometry.h"
 #include "mesh/SideTable.h"
+#include "problem/NumberText.h"
 
 #include <algorithm>
 #include <array>
@@ -78,6 +80,7 @@ public:
     void Refuse();
     void AddElements();
     void AddNodes(double metres);
+    void JoinNodes(const NodeJoin& join);
     void AddGroups();
     void CheckElements();
     void CheckSidesAndAddEdges();
@@ -208,6 +211,23 @@ void Builder::AddNodes(double metres)
     }
     for (int& node : mesh_.nodes)
         node = kept_[static_cast<std::size_t>(node)];
+}
+
+void Builder::JoinNodes(const NodeJoin& join)
+{
+    std::vector<int> place;
+    mesh_.joined = JoinParts(mesh_, join.distance, place);
+    for (int& node : kept_)
+        node = node < 0 ? node : place[node];
+    for (std::size_t e = 0; e < mesh_.Elements(); ++e)
+    {
+        const int* const nodes = mesh_.ElementNodes(e);
+        for (int k = 1; k < NodeCount(mesh_.type[e]); ++k)
+            if (std::find(nodes, nodes + k, nodes[k]) != nodes + k)
+                return Error(LineOf(e), Called(e) + " loses a side when nodes are joined over " +
+                                            Short(join.distance) +
+                                            " m; a shorter distance should do");
+    }
 }
 
 int Builder::GroupOf(std::vector<MeshGroup>& groups, std::unordered_map<int, int>& known,
@@ -341,7 +361,7 @@ void Builder::CheckSidesAndAddEdges()
 
 } // namespace
 
-bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres)
+bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres, const NodeJoin& join)
 {
     const std::size_t before = faults.Errors();
     mesh = {};
@@ -360,13 +380,18 @@ bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres)
     if (faults.Errors() != before)
         return false;
     builder.AddNodes(metres);
+    if (join.joins)
+        builder.JoinNodes(join);
     builder.AddGroups();
     if (faults.Errors() != before)
         return false;
     builder.CheckElements();
     builder.CheckSidesAndAddEdges();
     if (faults.Errors() == before)
+    {
         WarnOfHangingNodes(mesh, faults);
+        WarnOfTouchingParts(mesh, faults);
+    }
     return faults.Errors() == before;
 }
 

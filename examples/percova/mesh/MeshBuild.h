@@ -11,6 +11,7 @@ namespace percova
 
 /// Checks everything in @p file and makes @p mesh of it.
 /// @returns false when there is no mesh to go on with; every reason is in @p faults
-bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres);
+bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres,
+               const NodeJoin& join);
 
 } // namespace percova

@@ -29,11 +29,9 @@ std::vector<Point> WatchedPoints(ElementType type)
     {
     case ElementType::T3:
         return {{1.0 / 3, 1.0 / 3}};
-    case ElementType::Q4:
-        return {{1, 1}, {-1, 1}, {-1, -1}, {1, -1}};
     case ElementType::T6:
         return {{1.0 / 6, 1.0 / 6}, {2.0 / 3, 1.0 / 6}, {1.0 / 6, 2.0 / 3}, {1.0 / 3, 1.0 / 3}};
-    default:
+    default: // Q4 and Q8
         return {{-g, -g}, {0, -g}, {g, -g}, {-g, 0}, {0, 0}, {g, 0}, {-g, g}, {0, g}, {g, g}};
     }
 }

@@ -18,8 +18,8 @@ constexpr int PlaceOf(ElementType type, int k)
 /// The eight flags that tell the library's shape functions the element type.
 const int* PlaceFlags(ElementType type);
 
-/// The smallest determinant of the Jacobian at the points where an element is integrated, and at
-/// the corners of a linear one.
+/// The smallest determinant of the Jacobian at the points where an element is integrated. At the
+/// corners of a quadrilateral it may be zero: a corner may be straight.
 double SmallestJacobian(const Mesh& mesh, std::size_t element);
 
 /// Length of a side; that of a curved one by Simpson's rule.

@@ -1,5 +1,6 @@
 #include "output/Summary.h"
 
+#include "mesh/Connectivity.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>
@@ -178,6 +179,16 @@ void PrintMesh(std::ostream& out, const Mesh& mesh)
         << "  " << Grouped(mesh.Nodes()) << " nodes, " << ElementsOf(mesh) << '\n'
         << "  x from " << Number(*left, 8) << " to " << Number(*right, 8) << ", y from "
         << Number(*low, 8) << " to " << Number(*high, 8) << '\n';
+    const MeshParts parts = PartsOf(mesh);
+    const std::vector<std::pair<int, int>> pairs = CoincidentNodes(mesh, 0);
+    const auto cuts = std::count_if(pairs.begin(), pairs.end(), [&](const auto& pair) {
+        return parts.ofNode[pair.first] == parts.ofNode[pair.second];
+    });
+    out << "  " << parts.count << (parts.count == 1 ? " part" : " parts that share no nodes");
+    if (cuts != 0)
+        out << ", cut open along walls where " << Grouped(std::size_t(cuts))
+            << " pairs of nodes lie on each other";
+    out << '\n';
     std::vector<Row> rows{{"physical surface", "elements", "area"}};
     for (const MeshGroup& group : mesh.surfaces)
         rows.push_back({"  " + group.name, Grouped(group.count), Number(group.size, 8)});
@@ -196,7 +207,12 @@ void PrintModel(std::ostream& out, const Model& model)
     out << model.problem.id << (model.problem.title.empty() ? "" : ": ") << model.problem.title
         << '\n'
         << "  mesh " << model.mesh.file << ": " << Grouped(model.mesh.Nodes()) << " nodes, "
-        << ElementsOf(model.mesh) << '\n';
+        << ElementsOf(model.mesh);
+    if (const int parts = PartsOf(model.mesh).count; parts > 1)
+        out << ", " << parts << " parts that share no nodes";
+    if (model.mesh.joined > 0)
+        out << ", " << Grouped(model.mesh.joined) << " nodes joined to others";
+    out << '\n';
 }
 
 void PrintProgress(std::ostream& out, const Units& units, const TimeProgress& progress)

@@ -227,6 +227,8 @@ struct Problem
     Units units;
     std::filesystem::path mesh;
     Place meshPlace;
+    bool joinsParts = false; ///< whether nodes of different parts of the mesh become one node
+    double joinDistance = 0; ///< that lie on each other within this [m]; 0: the default
 
     std::vector<Region> regions;
     std::vector<Material> materials;

@@ -30,6 +30,13 @@ void ReadMeshName(JsonReader& file, Problem& problem)
             problem.mesh = problem.path.parent_path() / PathOf(name);
             problem.meshPlace = mesh.PlaceOf("file");
         }
+        const JsonNode* join = mesh.Find("join");
+        const bool isNumber = join != nullptr && join->kind == JsonNode::Kind::Number;
+        if (join != nullptr && join->kind != JsonNode::Kind::Boolean &&
+            !(isNumber && join->number > 0))
+            mesh.Error("join", "should be true, false or a distance greater than 0");
+        problem.joinsParts = join != nullptr && join->number != 0;
+        problem.joinDistance = isNumber ? join->number * problem.units.metres : 0;
         mesh.IgnoreRest(); // information
     });
 }
