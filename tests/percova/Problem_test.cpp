@@ -219,6 +219,15 @@ $EndElements
     EXPECT_EQ(model.boundaryEdges[1][0].element, 1);
     EXPECT_EQ(model.boundaryEdges[1][0].side, 1);
 
+    Model closed = model;
+    for (percova::Step& step : closed.problem.steps)
+        step.conditions[0].type = step.conditions[1].type = BoundaryType::NoFlow;
+    EXPECT_FALSE(Bind(closed, faults));
+    EXPECT_NE(AllOf(faults).find("steps[0]: step dry: no boundary gives a head or lets water out, "
+                                 "so nothing sets the level of the heads\n"),
+              std::string::npos)
+        << AllOf(faults);
+
     model.problem.regions[0].polygon = {{0, 0}, {1, 0}, {1, 1}};
     model.problem.boundaries[0].line = {{0.5, 0}, {0.5, 1}};
     EXPECT_FALSE(Bind(model, faults));

@@ -150,14 +150,6 @@ bool Analyse(const Model& model, const Watch& watch, Results& results, std::stri
     std::vector<Soil> soils;
     if (!MakeSoils(model.problem, soils, reason))
         return false;
-    for (const Step& step : model.problem.steps)
-        if (!Gather(model, step).HoldsSomewhere())
-        {
-            reason = "step " + step.name +
-                     ": no boundary gives a head or lets water out, so nothing sets the level of "
-                     "the heads";
-            return false;
-        }
     Analysis analysis(model, soils, watch, results);
     for (std::size_t i = results.earlier.size(); i < model.problem.steps.size(); ++i)
     {

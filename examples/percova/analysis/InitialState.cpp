@@ -31,12 +31,6 @@ bool Steady(const Model& model, Assembly& assembly, LinearSystem& system, const 
     if (!model.problem.initial.conditions.empty())
         step.conditions = model.problem.initial.conditions;
     const NodeConditions conditions = Gather(model, step);
-    if (!conditions.HoldsSomewhere())
-    {
-        reason = "the initial state cannot be steady: no boundary gives a head or lets water out, "
-                 "so nothing sets the level of the heads";
-        return false;
-    }
     const NewtonSettings settings = SettingsFor(model.problem.solver);
     Newton newton(model, conditions, assembly, system, settings, [&](const NewtonRound& round) {
         if (watch.iteration)

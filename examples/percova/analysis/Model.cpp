@@ -1,5 +1,7 @@
 #include "analysis/Model.h"
 
+#include "analysis/EarlierRun.h"
+#include "analysis/Levels.h"
 #include "analysis/Sections.h"
 #include "mesh/MeshGeometry.h"
 #include "mesh/SideTable.h"
@@ -252,6 +254,13 @@ bool Bind(Model& model, Faults& faults)
     binder.BindRegions();
     binder.BindBoundaries();
     binder.BindProbes();
+    if (faults.Errors() == before)
+        CheckLevels(model, faults);
+    std::vector<double> head;
+    std::string reason;
+    if (faults.Errors() == before && model.problem.time &&
+        model.problem.initial.type == InitialType::Result && !ReadEarlierHeads(model, head, reason))
+        faults.Error(model.problem.file, model.problem.initial.place, reason);
     return faults.Errors() == before;
 }
 

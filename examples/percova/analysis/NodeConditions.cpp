@@ -13,14 +13,6 @@ bool NodeConditions::HasHead(std::size_t node) const
     return head[node] != MissingValue<double>();
 }
 
-bool NodeConditions::HoldsSomewhere() const
-{
-    for (std::size_t node = 0; node < head.size(); ++node)
-        if (HasHead(node) || seepage[node] >= 0)
-            return true;
-    return false;
-}
-
 void PointsOf(const Mesh& mesh, const Edge& edge, EdgePoint points[kEdgePoints])
 {
     constexpr double kAt[kEdgePoints] = {-0.86113631159405258, -0.33998104358485626,

@@ -28,8 +28,6 @@ struct NodeConditions
     std::vector<double> loadSum; ///< by boundary: its whole load, 0 where it is no flux boundary
 
     bool HasHead(std::size_t node) const;
-    /// Whether something can set the level of the heads.
-    bool HoldsSomewhere() const;
 };
 
 /// Conditions of step @p step of the model's problem.
