@@ -108,15 +108,13 @@ TEST(Sections, CutCurvedElements)
         run.On(type == ElementType::Q8 ? "q8.v41" : "t6.v22", SolverKind::Direct);
         const double flow = std::abs(run.results.steps.front().flowIn);
         for (std::size_t i : {0u, 1u})
-            EXPECT_WITHIN(std::abs(SectionFlow(run, i)), flow, 2e-3);
+            EXPECT_WITHIN(std::abs(SectionFlow(run, i)), flow, 1e-8);
     }
 }
 
 TEST(Sections, CarryTheFlowOfADam)
 {
-    const std::pair<std::string, double> rows[] = {
-        {"q4.v22", 0.004}, {"q8.v41", 0.001}, {"t3.v41", 0.01}, {"t6.v22", 0.002}};
-    for (const auto& [mesh, allowed] : rows)
+    for (const char* mesh : {"q4.v22", "q8.v41", "t3.v41", "t6.v22"})
     {
         SCOPED_TRACE(mesh);
         CaseRun run("U1-dam");
@@ -124,7 +122,7 @@ TEST(Sections, CarryTheFlowOfADam)
             run.model.problem.sections.push_back({"", {{x, 24}, {x + 1, 0}}, {}});
         const StepResult& step = run.On(mesh, SolverKind::Direct);
         for (std::size_t i = 0; i < step.sections.size(); ++i)
-            EXPECT_WITHIN(step.sections[i].flow, -step.flowIn, allowed) << i;
+            EXPECT_WITHIN(step.sections[i].flow, -step.flowIn, 1e-8) << i;
     }
 }
 } // namespace

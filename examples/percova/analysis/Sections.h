@@ -4,6 +4,7 @@
 
 #include "analysis/Flows.h"
 #include "analysis/Results.h"
+#include "analysis/SectionSides.h"
 #include "mesh/ElementFinder.h"
 
 #include <cstddef>
@@ -15,8 +16,11 @@ namespace percova
 
 /// The sections of a problem, cut into pieces at the sides of the elements.
 ///
-/// On each piece the flux is integrated by four Gauss points; along a side between two elements it
-/// is the mean of theirs. What lies outside the mesh counts nothing. Any thread may ask.
+/// In a steady state the flow is that of the nodes on the left of a section to those on its right,
+/// which balances with the boundaries to the tolerance of the solver. Where a way leads around the
+/// section, where water enters or leaves at its ends, or where water is stored, the flux is
+/// integrated instead by four Gauss points on each piece; along a side between two elements it is
+/// the mean of theirs. What lies outside the mesh counts nothing. Any thread may ask.
 class Sections
 {
 public:
@@ -44,9 +48,15 @@ private:
 
     static double Cut(const Mesh& mesh, const std::vector<Polyline>& sides,
                       const ElementFinder& finder, Point a, Point b, Stations& stations);
+    void Divide(const Mesh& mesh, Polyline line, const Stations& stations);
     void WarnOf(std::size_t index, const Section& section, double inside);
 
-    std::vector<Stations> stations_; ///< by section
+    static double Integrated(const Solution& solution, const Stations& stations);
+    static double Undivided(const Solution& solution, const SectionSides& sides);
+    static double NodalFlow(const Solution& solution, const SectionSides& sides);
+
+    std::vector<Stations> stations_; ///< by section, as that which follows
+    std::vector<SectionSides> sides_;
     std::vector<Warning> warnings_;
 };
 
