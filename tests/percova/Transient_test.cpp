@@ -1,9 +1,12 @@
 // Seepage in time: cases with exact references, and what must hold whatever the case.
 #include "CaseRun.h"
+#include "CommandLine.h"
+#include "Scratch.h"
 #include "analysis/Transient.h"
 
 #include <algorithm>
 #include <cmath>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -154,6 +157,89 @@ TEST(SeepageInTime, SwitchesAFluxThatTheSoilCannotTakeOrGive)
     EXPECT_NEAR(dry.dried, 0.1, 1e-9);
     EXPECT_LT(std::abs(dry.flow), 1e-6 * 0.1);
     EXPECT_LE(std::abs(results[2].massBalance), 1e-8);
+}
+
+// Heads a metre above the ground, which drains at once where it may.
+TEST(SeepageInTime, TakesHeadsBeyondALimitAsAJump)
+{
+    for (const double compressibility : {0.0, 1e-5})
+    {
+        CaseRun run("T5-rain");
+        run.Read("q4");
+        run.model.problem.initial.type = InitialType::PressureHead;
+        run.model.problem.initial.table = {{0, 1}};
+        run.model.problem.materials[0].mV = compressibility;
+        for (Condition& side : run.model.problem.steps[0].conditions)
+            if (side.type == BoundaryType::NoFlow) // the base keeps the air's pressure
+                side.type = BoundaryType::Seepage;
+        const StepResult& end = InTime(run, SolverKind::Direct).back();
+        EXPECT_LE(std::abs(end.massBalance), 1e-9);
+        EXPECT_LT(end.cumulativeIn, 1.001 * 5.04e-3); // the rain alone
+    }
+}
+
+TEST(SeepageInTime, TakesALevelInTimeAsAHeadWhereItStandsAbove)
+{
+    CaseRun run("T4-tide");
+    run.Read("q4");
+    const double head = InTime(run, SolverKind::Direct).back().probes[0].head;
+    run.model.problem.steps[0].conditions[1].type = BoundaryType::Seepage;
+    EXPECT_EQ(InTime(run, SolverKind::Direct).back().probes[0].head, head);
+}
+
+/// Runs a problem in @p place; @p mesh is one of T1's.
+nlohmann::json RunT1(const std::filesystem::path& place, const nlohmann::json& problem,
+                     const std::string& mesh, const char* folder, Exit expected)
+{
+    const std::filesystem::path path = place / "t1.problem.json";
+    std::ofstream(path) << problem.dump();
+    std::ostringstream out, err;
+    EXPECT_EQ(RunCommandLine({"run", TextOf(path), "--solver", "direct", "--mesh",
+                              TextOf(Cases() / "mesh" / ("T1-consolidation." + mesh + ".msh")),
+                              "--out", TextOf(place / folder)},
+                             out, err),
+              expected)
+        << err.str();
+    std::string text, reason;
+    (void)ReadWhole(place / folder / "result.json", text, reason);
+    return nlohmann::json::parse(text, nullptr, false);
+}
+
+TEST(SeepageInTime, GoesOnAfterItsLastOutputAndStartsFromAnEarlierRun)
+{
+    std::string text, again, reason;
+    ASSERT_TRUE(ReadWhole(Cases() / "T1-consolidation.problem.json", text, reason));
+    const std::filesystem::path place = ScratchFolder();
+    nlohmann::json problem = nlohmann::json::parse(text);
+    const nlohmann::json whole = RunT1(place, problem, "q4", "whole", Exit::Done);
+    const std::filesystem::path part = place / "part";
+    std::filesystem::create_directories(part / "t1.0002.vtu"); // in the way of the second output
+    RunT1(place, problem, "q4", "part", Exit::NotWritten);
+    std::filesystem::remove(part / "t1.0002.vtu");
+    std::ofstream(part / "t1.0001.svg") << "kept";
+    const nlohmann::json resumed = RunT1(place, problem, "q4", "part", Exit::Done);
+    for (const char* key : {"initial", "times", "steps"})
+        EXPECT_EQ(resumed[key], whole[key]) << key;
+    ASSERT_TRUE(ReadWhole(part / "t1.history.csv", again, reason));
+    ASSERT_TRUE(ReadWhole(place / "whole" / "t1.history.csv", text, reason));
+    EXPECT_EQ(again, text);
+    ASSERT_TRUE(ReadWhole(part / "t1.0001.svg", text, reason));
+    EXPECT_EQ(text, "kept"); // not computed again
+
+    for (const std::string mesh : {"q4", "t6"})
+        for (const bool first : {true, false})
+        {
+            problem["initial"] = {{"type", "result"}, {"file", "whole/result.json"}};
+            if (first)
+                problem["initial"]["time"] = problem["time"]["output"][0];
+            const nlohmann::json start =
+                RunT1(place, problem, mesh, "later", Exit::Done)["initial"];
+            EXPECT_NEAR(start["probes"][1]["head"],
+                        whole["times"][first ? 0 : 3]["probes"][1]["head"],
+                        mesh == "q4" ? 1e-12 : 2e-4); // as another mesh interpolates
+        }
+    problem["initial"]["time"] = 123;
+    RunT1(place, problem, "q4", "later", Exit::WrongInput);
 }
 
 } // namespace

@@ -8,10 +8,12 @@
 #include "analysis/Newton.h"
 #include "analysis/Sections.h"
 #include "analysis/Storage.h"
+#include "analysis/TimeStepper.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <utility>
 
 namespace percova
@@ -19,37 +21,8 @@ namespace percova
 namespace
 {
 
-/// The diagonal of the method: 1 - 1/sqrt(2).
-constexpr double kGamma = 0.29289321881345247560;
-/// The weights of the rates at the start and of the two stages, less those of the third-order
-/// formula on the same rates (of third order for linear problems).
-constexpr double kDefect[3] = {0.47140452079103168, -2.0 / 3, 0.19526214587563499};
-constexpr int kStageIterations = 15;
-constexpr double kStageTolerance = 1e-9; ///< of the nodal balances, relative
-/// The estimate may be low by as much, and the errors of the steps add up.
-constexpr double kDoubt = 2;
 constexpr double kSafety = 0.85, kMostGrowth = 2.5, kLeastShrink = 0.15, kAfterFailure = 0.25;
-
-/// What holds at the end of a stage.
-struct Stage
-{
-    Step step; ///< the boundaries as they are then
-    NodeConditions conditions;
-    std::vector<double> head, water, inflow; ///< by node
-    std::vector<double> rate;                ///< by node: of its water in this stage [m2/s]
-};
-
-/// A step that was tried.
-struct Attempt // NOLINT(bugprone-reserved-identifier): of the copy that the compiler writes
-{
-    double length = 0;
-    Stage stages[2];
-    int iterations = 0;
-    double residual = 0;
-    double error = 0;          ///< of the head, estimated [m]
-    bool isThirdOrder = false; ///< whether the estimate is
-    std::string failure;       ///< why it was not solved
-};
+constexpr double kStageTolerance = 1e-9; ///< of the nodal balances, relative
 
 /// The times in (0, end] at which a step has to end, ascending.
 std::vector<double> EventsOf(const Problem& problem)
@@ -78,16 +51,13 @@ public:
     bool Run();
 
 private:
-    bool Try(double length, Attempt& attempt);
-    bool SolveStage(int index, double time, const std::vector<double>& before, double length,
-                    Attempt& attempt);
-    bool EstimateError(Newton& newton, Attempt& attempt);
     void Accept(Attempt& attempt, double time);
     void CountFlows(const Attempt& attempt);
     void AddHistory(const Solution& solution, double length, int iterations);
     bool Output(const Stage& stage, double length, double residual);
     void MeetEvent();
     void NextStart();
+    bool RatesCanBeStored() const;
     PartOfRun& PartAt(double time);
     void FillTotals(StepResult& result) const;
     double FirstLength();
@@ -97,7 +67,7 @@ private:
     {
         return {model_, stage.step, soils_, stage.conditions, stage.head, stage.inflow};
     }
-    double Stored() const;
+    double Stored() const { return std::accumulate(water_.begin(), water_.end(), 0.0); }
 
     const Model& model_;
     const std::vector<Soil>& soils_;
@@ -109,10 +79,10 @@ private:
     LinearSystem system_;
     Storage storage_;
     TimeState& state_;
-    std::vector<double> water_;     ///< by node, at the present time
-    NodeConditions now_;            ///< just after the present time
-    std::vector<double> startRate_; ///< by node, just after it; empty behind a jump of a head
-    StepResult last_;               ///< the flows at the end of the last step
+    TimeStepper stepper_;
+    std::vector<double> water_; ///< by node, at the present time
+    NodeConditions now_;        ///< just after the present time
+    StepResult last_;           ///< the flows at the end of the last step
     Attempt attempt_;
     double least_ = 1; ///< the least relative conductivity that is taken: 1 where all is saturated
 };
@@ -123,21 +93,14 @@ TimeRun::TimeRun(const Model& model, const std::vector<Soil>& soils, const Watch
       settings_(*model.problem.time), newtonSettings_(SettingsFor(model.problem.solver)),
       assembly_(model, soils),
       system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads),
-      storage_(model, soils), state_(results.state)
+      storage_(model, soils), state_(results.state),
+      stepper_(model, storage_, assembly_, system_, newtonSettings_, results.seconds)
 {
     for (const Soil& soil : soils)
         least_ = std::min(least_, soil.kr.Least());
     least_ = least_ == 1 ? 1 : 0;
     newtonSettings_.tolerance = std::max(newtonSettings_.tolerance, kStageTolerance);
     newtonSettings_.headChange = std::min(newtonSettings_.headChange, 0.01 * settings_.tolerance);
-}
-
-double TimeRun::Stored() const
-{
-    double sum = 0;
-    for (const double water : water_)
-        sum += water;
-    return sum;
 }
 
 bool TimeRun::Start(std::string& reason)
@@ -171,97 +134,60 @@ double TimeRun::FirstLength()
 }
 
 // Looks at what holds from the present time on. A given head that differs from the field is a jump,
-// behind which the rates at the start are of no use; so are those of a load that differs from the
-// load before, but for the length of the step.
+// behind which the rates at the start are of no use, and so is a limit that the field is beyond. A
+// load that differs from the load before only shortens the step, but where nothing is stored the
+// heads jump with it.
 void TimeRun::MeetEvent()
 {
     const NodeConditions before = std::move(now_);
     now_ = Gather(model_, StepAt(model_.problem, state_.time, Side::After));
     bool headJumps = false, loadJumps = before.load.empty();
+    stepper_.isBeyondLimit = false;
     for (std::size_t n = 0; n < state_.head.size(); ++n)
     {
-        headJumps = headJumps || (now_.HasHead(n) && std::abs(now_.head[n] - state_.head[n]) >
-                                                         1e-9 * (1 + std::abs(state_.head[n])));
+        const double head = state_.head[n], slack = 1e-9 * (1 + std::abs(head));
+        headJumps = headJumps || (now_.HasHead(n) && std::abs(now_.head[n] - head) > slack);
+        stepper_.isBeyondLimit = stepper_.isBeyondLimit ||
+                                 (now_.seepage[n] >= 0 &&
+                                  (head > now_.upper[n] + slack || head < now_.lower[n] - slack));
         loadJumps =
             loadJumps || std::abs(now_.load[n] - before.load[n]) > 1e-9 * std::abs(now_.load[n]);
     }
+    headJumps = headJumps || stepper_.isBeyondLimit;
     if (headJumps || (loadJumps && state_.time > 0 && !before.load.empty()))
         state_.nextLength = std::min(state_.nextLength, FirstLength());
-    if (headJumps)
-        startRate_.clear();
-    else
+    if (!headJumps)
         NextStart();
+    if (headJumps || !RatesCanBeStored())
+        stepper_.startRate.clear();
 }
 
 void TimeRun::NextStart()
 {
-    assembly_.Inflow(state_.head, {least_}, startRate_);
-    for (std::size_t n = 0; n < startRate_.size(); ++n)
-        startRate_[n] = now_.load[n] - startRate_[n];
-}
-
-bool TimeRun::SolveStage(int index, double time, const std::vector<double>& before, double length,
-                         Attempt& attempt)
-{
-    Stage& stage = attempt.stages[index];
-    stage.step = StepAt(model_.problem, time, Side::Before);
-    stage.conditions = Gather(model_, stage.step);
-    const StorageTerm term{&storage_, &before, 1 / (kGamma * length)};
-    Newton newton(model_, stage.conditions, assembly_, system_, newtonSettings_, {}, &term);
-    const std::vector<double>& near = index == 0 ? state_.head : attempt.stages[0].head;
-    const NewtonOutcome outcome = newton.SolveNear(near, kStageIterations);
-    results_.seconds.assemble += newton.AssembleSeconds();
-    results_.seconds.solve += newton.SolveSeconds();
-    attempt.iterations += outcome.iterations;
-    attempt.residual = std::max(attempt.residual, outcome.residual);
-    if (!outcome.converged)
+    assembly_.Inflow(state_.head, {least_}, stepper_.startRate);
+    for (std::size_t n = 0; n < stepper_.startRate.size(); ++n)
     {
-        attempt.failure = TroubleOf(model_, outcome, newtonSettings_.tolerance);
-        return false;
+        const bool isHeld = now_.seepage[n] >= 0 &&
+                            (state_.head[n] >= now_.upper[n] || state_.head[n] <= now_.lower[n]);
+        stepper_.startRate[n] = isHeld ? 0 : now_.load[n] - stepper_.startRate[n];
     }
-    stage.head = newton.Head();
-    stage.inflow = newton.Inflow();
-    storage_.Evaluate(stage.head, stage.water);
-    stage.rate.resize(before.size());
-    for (std::size_t n = 0; n < before.size(); ++n)
-        stage.rate[n] = (stage.water[n] - before[n]) * term.rate;
-    return index == 0 || EstimateError(newton, attempt);
 }
 
-bool TimeRun::Try(double length, Attempt& attempt)
+/// False where nodes that store nothing would have to store: their heads are about to jump.
+bool TimeRun::RatesCanBeStored() const
 {
-    attempt = {};
-    attempt.length = length;
-    if (!SolveStage(0, state_.time + kGamma * length, water_, length, attempt))
-        return false;
-    std::vector<double> before = water_;
-    for (std::size_t n = 0; n < before.size(); ++n)
-        before[n] += length * (1 - kGamma) * attempt.stages[0].rate[n];
-    return SolveStage(1, state_.time + length, before, length, attempt);
-}
-
-/// Passed through the matrix of the step, the defect of the rates is the error of the heads.
-bool TimeRun::EstimateError(Newton& newton, Attempt& attempt)
-{
-    const std::vector<double>&first = attempt.stages[0].rate, &second = attempt.stages[1].rate;
-    std::vector<double> defect(first.size()), error;
-    const bool third = !startRate_.empty();
-    for (std::size_t n = 0; n < defect.size(); ++n)
-        defect[n] =
-            (third ? kDefect[0] * startRate_[n] + kDefect[1] * first[n] + kDefect[2] * second[n]
-                   : (1 - kGamma) * (first[n] - second[n])) /
-            kGamma;
-    attempt.isThirdOrder = third;
-    if (!newton.SolveLinearised(defect, error, attempt.failure))
-        return false;
-    for (const double value : error)
-        attempt.error = std::max(attempt.error, kDoubt * std::abs(value));
+    const std::vector<double> capacity = storage_.Coefficients(state_.head);
+    double most = 0;
+    for (const double rate : stepper_.startRate)
+        most = std::max(most, std::abs(rate));
+    for (std::size_t n = 0; n < capacity.size(); ++n)
+        if (capacity[n] == 0 && !now_.HasHead(n) && std::abs(stepper_.startRate[n]) > 1e-6 * most)
+            return false;
     return true;
 }
 
 void TimeRun::CountFlows(const Attempt& attempt)
 {
-    constexpr double kWeights[2] = {1 - kGamma, kGamma};
     for (int k = 0; k < 2; ++k)
     {
         StepResult flows;
@@ -269,7 +195,7 @@ void TimeRun::CountFlows(const Attempt& attempt)
         (void)EvaluateFlows(solution, flows);
         if (model_.sections)
             model_.sections->Evaluate(solution, flows);
-        const double weight = kWeights[k] * attempt.length;
+        const double weight = attempt.weights[k] * attempt.length;
         state_.in += weight * flows.flowIn;
         state_.out += weight * flows.flowOut;
         for (std::size_t b = 0; b < flows.boundaries.size(); ++b)
@@ -371,7 +297,8 @@ void TimeRun::Stop(const std::string& why)
 bool TimeRun::TakeStep(double target)
 {
     const Units& units = model_.problem.units;
-    const double smallest = settings_.smallestStep;
+    // Behind a jump water moves over the smallest elements first.
+    const double smallest = settings_.smallestStep * (stepper_.startRate.empty() ? 1e-3 : 1);
     for (bool again = false;; again = true)
     {
         const double left = target - state_.time;
@@ -383,7 +310,7 @@ bool TimeRun::TakeStep(double target)
             Stop("more than " + std::to_string(settings_.maxSteps) + " steps (max_steps)");
             return false;
         }
-        const bool solved = Try(length, attempt_);
+        const bool solved = stepper_.Try(state_.time, length, state_.head, water_, attempt_);
         const double power = attempt_.isThirdOrder ? 1.0 / 3 : 1.0 / 2;
         const double wanted =
             !solved ? kAfterFailure
@@ -443,6 +370,7 @@ bool TimeRun::Run()
             if (state_.time < event)
             {
                 now_ = attempt_.stages[1].conditions; // no jump here
+                stepper_.isBeyondLimit = false;
                 NextStart();
             }
         }

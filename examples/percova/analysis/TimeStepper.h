@@ -1,0 +1,75 @@
+/// @file
+/// One step through time.
+#pragma once
+
+#include "analysis/Assembly.h"
+#include "analysis/LinearSystem.h"
+#include "analysis/Model.h"
+#include "analysis/Newton.h"
+#include "analysis/NodeConditions.h"
+#include "analysis/Results.h"
+#include "analysis/Storage.h"
+
+#include <string>
+#include <vector>
+
+namespace percova
+{
+
+/// What holds at the end of a stage.
+struct Stage
+{
+    Step step; ///< the boundaries as they are then
+    NodeConditions conditions;
+    std::vector<double> head, water, inflow; ///< by node
+    std::vector<double> rate;                ///< by node: of its water in this stage [m2/s]
+};
+
+/// A step that was tried.
+struct Attempt // NOLINT(bugprone-reserved-identifier): of the copy that the compiler writes
+{
+    double length = 0;
+    Stage stages[2];
+    double weights[2] = {}; ///< of the stages' flows in those of the step
+    int iterations = 0;
+    double residual = 0;
+    double error = 0;          ///< of the head, estimated [m]
+    bool isThirdOrder = false; ///< whether the estimate is
+    std::string failure;       ///< why it was not solved
+};
+
+/// Takes steps by the method of AnalyseInTime.
+class TimeStepper
+{
+public:
+    TimeStepper(const Model& model, const Storage& storage, Assembly& assembly,
+                LinearSystem& system, const NewtonSettings& settings, Seconds& seconds)
+        : model_(model), storage_(storage), assembly_(assembly), system_(system),
+          settings_(settings), seconds_(seconds)
+    {
+    }
+
+    std::vector<double> startRate; ///< by node, at the start; empty behind a jump of a head
+    bool isBeyondLimit = false;    ///< whether heads at the start are, at a boundary with limits
+
+    /// Tries a step from @p time, when the nodes have @p head and @p water.
+    /// @returns false when it could not be solved
+    bool Try(double time, double length, const std::vector<double>& head,
+             const std::vector<double>& water, Attempt& attempt);
+
+private:
+    bool TryEuler(double time, double length, const std::vector<double>& head,
+                  const std::vector<double>& water, Attempt& attempt);
+    bool SolveStage(Stage& stage, double time, const std::vector<double>& before,
+                    const std::vector<double>& near, double length, bool isLast, Attempt& attempt);
+    bool EstimateError(Newton& newton, Attempt& attempt);
+
+    const Model& model_;
+    const Storage& storage_;
+    Assembly& assembly_;
+    LinearSystem& system_;
+    const NewtonSettings& settings_;
+    Seconds& seconds_;
+};
+
+} // namespace percova
