@@ -1,6 +1,7 @@
 #include "analysis/Flows.h"
 
 #include "analysis/Element.h"
+#include "mesh/MeshGeometry.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>
@@ -110,6 +111,10 @@ public:
         result.flowOut = out_;
         result.massBalance = in_ > 0 ? (in_ - out_) / in_ : kMissing;
         WarnOfCoarseSides(result);
+        for (std::size_t b = 0; b < boundaries; ++b)
+            if (s_.step.conditions[b].type == BoundaryType::Flux &&
+                IsMissingValue(s_.step.conditions[b].ponding))
+                WarnOfPressure(b, result);
     }
 
     const std::vector<int>& DrippingNodes() const { return dripping_; }
@@ -162,6 +167,43 @@ private:
                 " the sides there are long for how the gradient changes (the nodes' flows balance" +
                 " on any mesh)");
         }
+    }
+
+    /// Rain that the ground cannot take: a flux from above that presses water into soil which could
+    /// drain. In ground that is saturated throughout a flux may well need a pressure.
+    void WarnOfPressure(std::size_t b, StepResult& result) const
+    {
+        constexpr double kSlope = 0.1, kLeast = 1e-3; // sine of a slope; pressure head [m]
+        const Mesh& mesh = s_.model.mesh;
+        double length = 0, most = kLeast;
+        int worst = -1;
+        for (const Edge& edge : s_.model.boundaryEdges[b])
+        {
+            const auto [first, last, middle] = edge.nodes;
+            const double whole = LengthOf(mesh, edge), left = mesh.x[first] - mesh.x[last];
+            const Soil& soil = s_.soils[s_.model.material[edge.element]];
+            if (left < kSlope * whole || soil.kr.IsSaturated()) // not from above
+                continue;
+            for (const int node : {first, last})
+            {
+                const double psi = s_.head[node] - mesh.y[node];
+                if (s_.conditions.load[node] <= 0 || psi <= kLeast)
+                    continue;
+                length += whole / 2;
+                worst = psi > most ? node : worst;
+                most = std::max(most, psi);
+            }
+        }
+        if (length == 0)
+            return;
+        const Units& units = s_.model.problem.units;
+        const auto shown = [&](double metres) { return Short(metres / units.metres, 4); };
+        result.warnings.push_back(
+            "'" + s_.model.problem.boundaries[b].name +
+            "' brings more water than the ground takes: " + "on " + shown(length) + ' ' +
+            units.length + " of it the pressure head is above 0, most " + "at (" +
+            shown(mesh.x[worst]) + ", " + shown(mesh.y[worst]) + ") with " + shown(most) + ' ' +
+            units.length + "; with \"ponding\": 0 beside its value what cannot enter runs off");
     }
 
     /// How much of boundary @p b is held at its limits.
