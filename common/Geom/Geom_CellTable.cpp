@@ -59,7 +59,7 @@ std::pair<double, double> RangeBetween(const Point2D& left, const Point2D& right
         if (x >= right.x)
             return right.y;
         const double t = (x * 0.5 - left.x * 0.5) / (right.x * 0.5 - left.x * 0.5);
-        return impl::Clamped(left.y * (1 - t) + right.y * t, left.y, right.y);
+        return geom::Clamped(left.y * (1 - t) + right.y * t, left.y, right.y);
     };
     // A steep segment may cover a whole column at one abscissa.
     if (left.x == right.x)
@@ -113,7 +113,7 @@ gtl::status CellTable::Assign(std::uint32_t column, std::uint32_t row, std::uint
 template <class Visit>
 void CellTable::ForCellsOf(const Line2D& line, const Visit& visit) const
 {
-    if (cells_.empty() || !impl::AreUsable({line.first, line.second}))
+    if (cells_.empty() || !geom::AreUsable({line.first, line.second}))
         return;
     const double hx = Precision().halfEpsilon[0], hy = Precision().halfEpsilon[1];
     const bool isForward = line.first.x <= line.second.x;
@@ -164,7 +164,7 @@ void CellTable::FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle,
     ids.clear();
     const Point2D& c = circle.centre;
     const double r = circle.radius;
-    if (cells_.empty() || !impl::IsUsable(c) || !(r >= 0))
+    if (cells_.empty() || !geom::IsUsable(c) || !(r >= 0))
         return;
     const double reachX = Precision().halfEpsilon[0] + std::max(0.0, marginX);
     const double reachY = Precision().halfEpsilon[1] + std::max(0.0, marginY);
@@ -176,8 +176,8 @@ void CellTable::FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle,
             const Extents2D box = GetCell2D(column, row);
             const auto [nearX, farX] = DistancesTo(c.x, box.minX - reachX, box.maxX + reachX);
             const auto [nearY, farY] = DistancesTo(c.y, box.minY - reachY, box.maxY + reachY);
-            if (impl::LengthOf({nearX, nearY}) <= r &&
-                (withInside || impl::LengthOf({farX, farY}) >= r))
+            if (geom::LengthOf({nearX, nearY}) <= r &&
+                (withInside || geom::LengthOf({farX, farY}) >= r))
                 found.Add(At(column, row));
         }
     found.Finish();

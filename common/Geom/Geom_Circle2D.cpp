@@ -11,7 +11,7 @@ namespace
 
 bool IsCircle(const Circle2D& circle)
 {
-    return impl::IsUsable(circle.centre) && circle.radius >= 0;
+    return geom::IsUsable(circle.centre) && circle.radius >= 0;
 }
 
 /// The way to the nearest point of the box of half-epsilons about the end of the way @p d.
@@ -30,15 +30,15 @@ Point2D Lengthened(const Point2D& d, const Precision3D& precision)
 /// Whether the box of half-epsilons about the end of the way @p d from the centre meets the rim.
 bool IsOnRim(double radius, const Point2D& d, const Precision3D& precision)
 {
-    return impl::LengthOf(Shortened(d, precision)) <= radius &&
-           !(impl::LengthOf(Lengthened(d, precision)) < radius);
+    return geom::LengthOf(Shortened(d, precision)) <= radius &&
+           !(geom::LengthOf(Lengthened(d, precision)) < radius);
 }
 
 Point2D UnitDirection(const Line2D& line)
 {
     const Point2D d = line.second * 0.5 - line.first * 0.5; // halves: the difference stays finite
-    const Point2D sized = d * impl::UnitFactor(d);
-    const double length = impl::LengthOf(sized);
+    const Point2D sized = d * geom::UnitFactor(d);
+    const double length = geom::LengthOf(sized);
     return {sized.x / length, sized.y / length};
 }
 
@@ -59,19 +59,19 @@ Chord ChordOf(const Circle2D& circle, const Line2D& line)
     double most = radius;
     for (const Point2D& p : {centre, a, b})
         most = std::max({most, std::fabs(p.x), std::fabs(p.y)});
-    const double factor = impl::UnitFactor({most, 0});
+    const double factor = geom::UnitFactor({most, 0});
     const auto difference = [factor](double u, double v) {
-        return impl::ExactDifference(u * factor, v * factor);
+        return geom::ExactDifference(u * factor, v * factor);
     };
-    const impl::Pair ax = difference(a.x, centre.x), ay = difference(a.y, centre.y);
-    impl::Pair dx = difference(b.x, a.x), dy = difference(b.y, a.y);
-    const double unit = impl::UnitFactor({dx.high, dy.high}); // only the direction counts
+    const geom::Pair ax = difference(a.x, centre.x), ay = difference(a.y, centre.y);
+    geom::Pair dx = difference(b.x, a.x), dy = difference(b.y, a.y);
+    const double unit = geom::UnitFactor({dx.high, dy.high}); // only the direction counts
     dx = {dx.high * unit, dx.low * unit};
     dy = {dy.high * unit, dy.low * unit};
-    const impl::Pair cross = ax * dy + -(ay * dx), square = dx * dx + dy * dy;
-    const impl::Pair r = {radius * factor, 0};
+    const geom::Pair cross = ax * dy + -(ay * dx), square = dx * dx + dy * dy;
+    const geom::Pair r = {radius * factor, 0};
     // What is left of the square of the radius after that of the distance, times square.
-    const impl::Pair rest = r * r * square + -(cross * cross);
+    const geom::Pair rest = r * r * square + -(cross * cross);
     const bool isMet = !(rest.high < 0);
     const double out = cross.high / square.high / factor;
     const double along = isMet ? std::sqrt(rest.high) / square.high / factor : 0;
@@ -82,7 +82,7 @@ Chord ChordOf(const Circle2D& circle, const Line2D& line)
 
 Circle2D CircleGet2D(const Point2D& centre, const Point2D& edgePoint)
 {
-    return {centre, impl::LengthOf(edgePoint - centre)};
+    return {centre, geom::LengthOf(edgePoint - centre)};
 }
 
 double CircleArea2D(const Circle2D& circle)
@@ -98,22 +98,22 @@ double CircleCircumference2D(const Circle2D& circle)
 bool CircleContainsPoint2D(const Circle2D& circle, const Point2D& p, bool excludeRim,
                            const Precision3D& precision)
 {
-    if (!IsCircle(circle) || !impl::IsUsable(p))
+    if (!IsCircle(circle) || !geom::IsUsable(p))
         return false;
     const Point2D d = p - circle.centre;
     if (!excludeRim)
-        return impl::LengthOf(Shortened(d, precision)) <= circle.radius;
-    return impl::LengthOf(Lengthened(d, precision)) < circle.radius;
+        return geom::LengthOf(Shortened(d, precision)) <= circle.radius;
+    return geom::LengthOf(Lengthened(d, precision)) < circle.radius;
 }
 
 Point2D CircleEdgePoint2D(const Circle2D& circle, double angle)
 {
-    return circle.centre + impl::Direction(angle) * circle.radius;
+    return circle.centre + geom::Direction(angle) * circle.radius;
 }
 
 Point2D CircleEdgeClosestPoint2D(const Circle2D& circle, const Point2D& p)
 {
-    if (!impl::AreUsable({circle.centre, p}))
+    if (!geom::AreUsable({circle.centre, p}))
         return MissingValue<Point2D>();
     if (p == circle.centre)
         return {circle.centre.x + circle.radius, circle.centre.y};
@@ -123,17 +123,17 @@ Point2D CircleEdgeClosestPoint2D(const Circle2D& circle, const Point2D& p)
 bool CircleIsCollision2D(const Circle2D& a, const Circle2D& b)
 {
     return IsCircle(a) && IsCircle(b) &&
-           impl::LengthOf(Shortened(b.centre - a.centre, Precision())) <= a.radius + b.radius;
+           geom::LengthOf(Shortened(b.centre - a.centre, Precision())) <= a.radius + b.radius;
 }
 
 int CircleInfLineIntersection2D(CircleLinePoints& out, const Circle2D& circle, const Line2D& line)
 {
     const Precision3D& precision = Precision();
     out.clear();
-    if (!IsCircle(circle) || !impl::AreUsable({line.first, line.second}))
+    if (!IsCircle(circle) || !geom::AreUsable({line.first, line.second}))
         return 0;
     const Point2D& centre = circle.centre;
-    if (impl::IsNear(line.first, line.second, precision))
+    if (geom::IsNear(line.first, line.second, precision))
     {
         if (IsOnRim(circle.radius, line.first - centre, precision))
             out.push_back(line.first);
@@ -141,10 +141,10 @@ int CircleInfLineIntersection2D(CircleLinePoints& out, const Circle2D& circle, c
     }
     const Chord chord = ChordOf(circle, line);
     const Point2D before = chord.foot - chord.half, after = chord.foot + chord.half;
-    const bool isTangent = impl::IsNear(before, after, precision);
+    const bool isTangent = geom::IsNear(before, after, precision);
     if (!chord.isMet ? IsOnRim(circle.radius, chord.foot, precision) : isTangent)
         out.push_back(centre + chord.foot);
-    else if (chord.isMet && impl::AreUsable({centre + before, centre + after}))
+    else if (chord.isMet && geom::AreUsable({centre + before, centre + after}))
     {
         out.push_back(centre + before);
         out.push_back(centre + after);
@@ -161,17 +161,17 @@ int CircleLineIntersection2D(CircleLinePoints& out, const Circle2D& circle, cons
     const Point2D way = line.second * 0.5 - line.first * 0.5;
     for (const Point2D& p : all)
     {
-        const bool isBefore = impl::Dot(p * 0.5 - line.first * 0.5, way) < 0;
-        const bool isBehind = impl::Dot(p * 0.5 - line.second * 0.5, way) > 0;
-        Point2D met = impl::Clamped(p, line.first, line.second);
+        const bool isBefore = geom::Dot(p * 0.5 - line.first * 0.5, way) < 0;
+        const bool isBehind = geom::Dot(p * 0.5 - line.second * 0.5, way) > 0;
+        Point2D met = geom::Clamped(p, line.first, line.second);
         if (isBefore || isBehind)
         {
             met = isBefore ? line.first : line.second;
-            if (!impl::IsNear(p, met, precision) &&
+            if (!geom::IsNear(p, met, precision) &&
                 !IsOnRim(circle.radius, met - circle.centre, precision))
                 continue;
         }
-        if (out.empty() || !impl::IsNear(out.back(), met, precision))
+        if (out.empty() || !geom::IsNear(out.back(), met, precision))
             out.push_back(met);
     }
     return int(out.size());

@@ -13,7 +13,7 @@ bool IsWithin(double a, double b, double halfEpsilon)
 {
     const double high = std::max(a, b), low = std::min(a, b), difference = high - low;
     if (a == b || difference != halfEpsilon)
-        return impl::IsNear(a, b, halfEpsilon);
+        return geom::IsNear(a, b, halfEpsilon);
     const double lowPart = high - difference, highPart = difference + lowPart;
     return !((high - highPart) + (lowPart - low) > 0);
 }
@@ -35,15 +35,15 @@ bool IsWithinRange(double a, double b, double value, double halfEpsilon)
 double FootParameter(const Point2D& p, const Point2D& a, const Point2D& b)
 {
     const Point2D d = b - a;
-    const double factor = impl::UnitFactor(d);
+    const double factor = geom::UnitFactor(d);
     const Point2D unit = d * factor;
-    return impl::Dot(p - a, unit) / impl::Dot(unit, unit) * factor;
+    return geom::Dot(p - a, unit) / geom::Dot(unit, unit) * factor;
 }
 
 /// The point of a usable segment nearest to a usable point.
 Point2D Closest(const Point2D& p, const Point2D& a, const Point2D& b)
 {
-    const double factor = impl::SafeFactor({p, a, b});
+    const double factor = geom::SafeFactor({p, a, b});
     const Point2D from = a * factor, to = b * factor;
     const double t = from == to ? 0 : FootParameter(p * factor, from, to);
     if (t <= 0)
@@ -52,14 +52,14 @@ Point2D Closest(const Point2D& p, const Point2D& a, const Point2D& b)
         return b;
     // From the nearer end, so that the rounding of the way is small beside it.
     const Point2D foot = t < 0.5 ? from + (to - from) * t : to + (from - to) * (1 - t);
-    return impl::Clamped(foot * (1 / factor), a, b);
+    return geom::Clamped(foot * (1 / factor), a, b);
 }
 
 } // namespace
 
 bool PointPrecedes2D(const Point2D& p, const Point2D& q, const Precision3D& precision)
 {
-    return impl::Precedes(p, q, precision.halfEpsilon[0], precision.halfEpsilon[1]);
+    return geom::Precedes(p, q, precision.halfEpsilon[0], precision.halfEpsilon[1]);
 }
 
 Line2D LineGet2D(const Point2D& p1, const Point2D& p2)
@@ -72,9 +72,9 @@ std::pair<double, double> LineGetY2D(const Point2D& a, const Point2D& b, double 
     const double hx = Precision().halfEpsilon[0];
     const double missing = MissingValue<double>();
     const Point2D &left = a.x <= b.x ? a : b, &right = a.x <= b.x ? b : a;
-    if (!impl::AreUsable({a, b}) || !impl::IsBetween(left.x, x, right.x, hx))
+    if (!geom::AreUsable({a, b}) || !geom::IsBetween(left.x, x, right.x, hx))
         return {missing, missing};
-    if (impl::IsNear(a.x, b.x, hx))
+    if (geom::IsNear(a.x, b.x, hx))
         return std::minmax(a.y, b.y);
     if (x <= left.x)
         return {left.y, left.y};
@@ -83,26 +83,26 @@ std::pair<double, double> LineGetY2D(const Point2D& a, const Point2D& b, double 
     const double t = (x * 0.5 - left.x * 0.5) / (right.x * 0.5 - left.x * 0.5);
     const double rise = right.y - left.y;
     const double y = std::isfinite(rise) ? left.y + rise * t : left.y * (1 - t) + right.y * t;
-    const double inside = impl::Clamped(y, left.y, right.y);
+    const double inside = geom::Clamped(y, left.y, right.y);
     return {inside, inside};
 }
 
 bool LineContainsPoint2D(const Point2D& a, const Point2D& b, const Point2D& p,
                          const Precision3D& precision)
 {
-    if (!impl::AreUsable({a, b, p}))
+    if (!geom::AreUsable({a, b, p}))
         return false;
     if (IsWithin(a, p, precision) || IsWithin(b, p, precision))
         return true;
     return IsWithinRange(a.x, b.x, p.x, precision.halfEpsilon[0]) &&
            IsWithinRange(a.y, b.y, p.y, precision.halfEpsilon[1]) &&
-           impl::SideOf(a, b, p, precision) == 0;
+           geom::SideOf(a, b, p, precision) == 0;
 }
 
 bool LineContainsPoint2D(const Point2D& a, const Point2D& b, const Point2D& p, bool excludeEnds)
 {
     const Precision3D& precision = Precision();
-    if (excludeEnds && (impl::IsNear(a, p, precision) || impl::IsNear(b, p, precision)))
+    if (excludeEnds && (geom::IsNear(a, p, precision) || geom::IsNear(b, p, precision)))
         return false;
     return LineContainsPoint2D(a, b, p, precision);
 }
@@ -110,32 +110,32 @@ bool LineContainsPoint2D(const Point2D& a, const Point2D& b, const Point2D& p, b
 Point2D LineClosestPoint2D(const Point2D& p, const Point2D& a, const Point2D& b, bool excludeEnds,
                            const Precision3D& precision)
 {
-    if (!impl::AreUsable({p, a, b}))
+    if (!geom::AreUsable({p, a, b}))
         return MissingValue<Point2D>();
     const Point2D closest = Closest(p, a, b);
-    const bool isEnd = impl::IsNear(closest, a, precision) || impl::IsNear(closest, b, precision);
+    const bool isEnd = geom::IsNear(closest, a, precision) || geom::IsNear(closest, b, precision);
     return excludeEnds && isEnd ? MissingValue<Point2D>() : closest;
 }
 
 Point2D InfLineClosestPoint2D(const Point2D& p, const Point2D& a, const Point2D& b,
                               const Precision3D& precision)
 {
-    if (!impl::AreUsable({p, a, b}))
+    if (!geom::AreUsable({p, a, b}))
         return MissingValue<Point2D>();
-    if (impl::IsNear(a, b, precision))
+    if (geom::IsNear(a, b, precision))
         return a;
-    const double factor = impl::SafeFactor({p, a, b});
+    const double factor = geom::SafeFactor({p, a, b});
     const Point2D from = a * factor, to = b * factor;
     const double t = from == to ? 0 : FootParameter(p * factor, from, to);
     const Point2D foot = (from + (to - from) * t) * (1 / factor);
-    return impl::IsUsable(foot) ? foot : MissingValue<Point2D>();
+    return geom::IsUsable(foot) ? foot : MissingValue<Point2D>();
 }
 
 double LineDistanceToPoint2D(const Point2D& a, const Point2D& b, const Point2D& p, bool excludeEnds,
                              const Precision3D& precision)
 {
     const Point2D closest = LineClosestPoint2D(p, a, b, excludeEnds, precision);
-    return IsMissing2D(closest) ? MissingValue<double>() : impl::LengthOf(p - closest);
+    return IsMissing2D(closest) ? MissingValue<double>() : geom::LengthOf(p - closest);
 }
 
 } // namespace Geom

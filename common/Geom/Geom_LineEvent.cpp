@@ -18,7 +18,7 @@ bool IsOnPiece(const Point2D& p, const Point2D& a, const Point2D& b, const Preci
           p.y >= std::min(a.y, b.y) - hy && p.y <= std::max(a.y, b.y) + hy))
         return false;
     const Point2D closest = LineClosestPoint2D(p, a, b, false, precision);
-    return !IsMissing2D(closest) && impl::IsNear(closest, p, precision);
+    return !IsMissing2D(closest) && geom::IsNear(closest, p, precision);
 }
 
 /// The lines of an event, in the order of their positions.
@@ -44,7 +44,7 @@ bool less_Line2D::operator()(const Line2D& a, const Line2D& b) const
 
 bool EvEqual::ArePointsEqual(const Point2D& a, const Point2D& b) const
 {
-    return impl::IsNear(a.x, b.x, hx_) && impl::IsNear(a.y, b.y, hy_);
+    return geom::IsNear(a.x, b.x, hx_) && geom::IsNear(a.y, b.y, hy_);
 }
 
 bool EvEqual::operator()(const LineEvent2D& a, const LineEvent2D& b) const
@@ -76,7 +76,7 @@ bool EvLess::operator()(const LineEvent2D& a, const LineEvent2D& b) const
     const ESpecialComparison special = GetSpecialComparison(typeA, typeB, a, b);
     if (special != ESpecialComparison::None)
         return special == ESpecialComparison::FirstBefore;
-    return impl::Precedes(a.point, b.point, precision_.halfEpsilon[0], precision_.halfEpsilon[1]);
+    return geom::Precedes(a.point, b.point, precision_.halfEpsilon[0], precision_.halfEpsilon[1]);
 }
 
 EvLess::ESpecialComparison EvLess::GetSpecialComparison(LineEventType typeA, LineEventType typeB,

@@ -37,8 +37,8 @@ bool Coincide(const Line2D& line1, const Line2D& line2, Point2D& point, Point2D&
                            Precision()) < 2)
         return false;
     const auto isEndOf = [&](const Line2D& line) {
-        return impl::IsNear(point2, line.first, Precision()) ||
-               impl::IsNear(point2, line.second, Precision());
+        return geom::IsNear(point2, line.first, Precision()) ||
+               geom::IsNear(point2, line.second, Precision());
     };
     if (isEndOf(line1) && isEndOf(line2))
         point2 = MissingValue<Point2D>();
@@ -53,7 +53,7 @@ bool Collide(const Line2D& line1, const Line2D& line2, Point2D& point, Point2D& 
 }
 
 /// Keeps the pairs that pass the predicate.
-class Collector final : public impl::ILinePairTaker
+class Collector final : public geom::ILinePairTaker
 {
 public:
     Collector(const LineSet2D& lines, Predicate predicate)
@@ -62,14 +62,14 @@ public:
     {
     }
 
-    void Take(const impl::LinePair* pairs, std::size_t count) override
+    void Take(const geom::LinePair* pairs, std::size_t count) override
     {
-        for (const impl::LinePair* pair = pairs; pair != pairs + count; ++pair)
+        for (const geom::LinePair* pair = pairs; pair != pairs + count; ++pair)
         {
             const Line2D &line1 = lines_[pair->first], &line2 = lines_[pair->second];
             Point2D point, point2;
             // Most pairs: every predicate takes a crossing, but the one for overlaps.
-            if (impl::CrossClearly(line1, line2, hx_, hy_, point))
+            if (geom::CrossClearly(line1, line2, hx_, hy_, point))
             {
                 if (predicate_ != Coincide)
                     found.Add({point, pair->first, pair->second});
@@ -81,7 +81,7 @@ public:
         }
     }
 
-    impl::MeetingList found;
+    geom::MeetingList found;
 
 private:
     const LineSet2D& lines_;
@@ -92,8 +92,8 @@ private:
 void FindEvents(std::vector<LineEvent2D>& events, const LineSet2D& lines, Predicate predicate)
 {
     Collector collector(lines, predicate);
-    impl::FindLinePairs(lines, Precision(), collector);
-    impl::MakeEvents(events, std::move(collector.found), lines, Precision());
+    geom::FindLinePairs(lines, Precision(), collector);
+    geom::MakeEvents(events, std::move(collector.found), lines, Precision());
 }
 
 } // namespace

@@ -10,27 +10,27 @@ namespace Geom
 namespace
 {
 
-using impl::AreUsable;
-using impl::Clamped;
-using impl::Cross;
-using impl::IsNear;
-using impl::IsUsable;
-using impl::LengthOf;
-using impl::LexicographicallyLess;
-using impl::SafeFactor;
-using impl::SideOf;
+using geom::AreUsable;
+using geom::Clamped;
+using geom::Cross;
+using geom::IsNear;
+using geom::IsUsable;
+using geom::LengthOf;
+using geom::LexicographicallyLess;
+using geom::SafeFactor;
+using geom::SideOf;
 
 /// Where v crosses u, from 0 at u's first point to 1, without rounding errors before the division.
 double ExactCrossingParameter(const Line2D& u, const Line2D& v)
 {
-    const double factor = impl::ExactFactor({u.first, u.second, v.first, v.second});
+    const double factor = geom::ExactFactor({u.first, u.second, v.first, v.second});
     const auto way = [factor](const Point2D& from, const Point2D& to) {
-        return std::pair{impl::ExactDifference(to.x * factor, from.x * factor),
-                         impl::ExactDifference(to.y * factor, from.y * factor)};
+        return std::pair{geom::ExactDifference(to.x * factor, from.x * factor),
+                         geom::ExactDifference(to.y * factor, from.y * factor)};
     };
     const auto [dvx, dvy] = way(v.first, v.second);
     const auto crossWithV = [&, &dvx = dvx, &dvy = dvy](const auto& d) {
-        impl::ExactSum cross;
+        geom::ExactSum cross;
         cross.AddProduct(d.first, dvy);
         cross.AddProduct(-d.second, dvx);
         return cross.Value();
@@ -42,7 +42,7 @@ double ExactCrossingParameter(const Line2D& u, const Line2D& v)
 /// Missing when the numbers cannot tell it: beyond the range in which products are exact.
 Point2D CrossingPoint(const Line2D& line1, const Line2D& line2)
 {
-    const impl::OrderedLines ordered(line1, line2);
+    const geom::OrderedLines ordered(line1, line2);
     const Line2D &u = ordered.First(), &v = ordered.Second();
     const double factor = SafeFactor({u.first, u.second, v.first, v.second});
     const Point2D a = u.first * factor;
@@ -51,7 +51,7 @@ Point2D CrossingPoint(const Line2D& line1, const Line2D& line2)
     const double cross = Cross(du, dv);
     const double terms = std::fabs(du.x * dv.y) + std::fabs(du.y * dv.x);
     // Nearly parallel: rounding errors may be greater than the cross product.
-    const double t = std::fabs(cross) > terms * 0x1p-40 + impl::kUnderflowError
+    const double t = std::fabs(cross) > terms * 0x1p-40 + geom::kUnderflowError
                          ? Cross(v.first * factor - a, dv) / cross
                          : ExactCrossingParameter(u, v);
     const Point2D p = (a + du * t) * (1 / factor);
@@ -92,7 +92,7 @@ Contact ContactOfEnds(const Point2D* ends, int count, bool isTall, const Precisi
 Contact ContactOf(const Line2D& u, const Line2D& v, const Precision3D& precision)
 {
     const double hx = precision.halfEpsilon[0], hy = precision.halfEpsilon[1];
-    if (Point2D point; impl::CrossClearly(u, v, hx, hy, point))
+    if (Point2D point; geom::CrossClearly(u, v, hx, hy, point))
         return {IntersectionType::Crossing, point, point};
     if (AreApart(u.first.x, u.second.x, v.first.x, v.second.x, hx) ||
         AreApart(u.first.y, u.second.y, v.first.y, v.second.y, hy) ||

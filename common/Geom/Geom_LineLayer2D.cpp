@@ -39,12 +39,12 @@ std::pair<double, double> LineLayer2D::YOf(const Line2D& line, double x) const
     const Point2D& left = isRising ? line.first : line.second;
     const Point2D& right = isRising ? line.second : line.first;
     const double hx = precision_.halfEpsilon[0];
-    if (!impl::AreUsable({left, right}) || !impl::IsBetween(left.x, x, right.x, hx))
+    if (!geom::AreUsable({left, right}) || !geom::IsBetween(left.x, x, right.x, hx))
         return {MissingValue<double>(), MissingValue<double>()};
-    if (impl::IsNear(left.x, right.x, hx))
+    if (geom::IsNear(left.x, right.x, hx))
         return std::minmax(left.y, right.y);
     const double t = std::clamp((x / 2 - left.x / 2) / (right.x / 2 - left.x / 2), 0.0, 1.0);
-    const double y = impl::Clamped(left.y * (1 - t) + right.y * t, left.y, right.y);
+    const double y = geom::Clamped(left.y * (1 - t) + right.y * t, left.y, right.y);
     return {y, y};
 }
 

@@ -15,7 +15,7 @@ namespace
 {
 
 /// Keeps the pairs that have a common point.
-class Meetings final : public impl::ILinePairTaker
+class Meetings final : public geom::ILinePairTaker
 {
 public:
     Meetings(std::vector<LineMeeting2D>& found, const LineSet2D& lines, std::size_t secondFrom,
@@ -24,10 +24,10 @@ public:
     {
     }
 
-    void Take(const impl::LinePair* pairs, std::size_t count) override
+    void Take(const geom::LinePair* pairs, std::size_t count) override
     {
         const double hx = precision_.halfEpsilon[0], hy = precision_.halfEpsilon[1];
-        for (const impl::LinePair* pair = pairs; pair != pairs + count; ++pair)
+        for (const geom::LinePair* pair = pairs; pair != pairs + count; ++pair)
         {
             const Line2D &u = lines_[pair->first], &v = lines_[pair->second];
             LineMeeting2D meeting = {pair->first,
@@ -35,13 +35,13 @@ public:
                                      0,
                                      {},
                                      MissingValue<Point2D>()};
-            if (!impl::CrossClearly(u, v, hx, hy, meeting.point) &&
+            if (!geom::CrossClearly(u, v, hx, hy, meeting.point) &&
                 LineIntersection2D(meeting.point, meeting.point2, u.first, u.second, v.first,
                                    v.second, precision_) == 0)
                 continue;
-            meeting.parameter = impl::ParameterOn(u, meeting.point);
+            meeting.parameter = geom::ParameterOn(u, meeting.point);
             if (!IsMissing2D(meeting.point2))
-                if (const double other = impl::ParameterOn(u, meeting.point2);
+                if (const double other = geom::ParameterOn(u, meeting.point2);
                     other < meeting.parameter)
                 {
                     meeting.parameter = other;
@@ -69,7 +69,7 @@ void LineMeetings2D(std::vector<LineMeeting2D>& meetings, const LineSet2D& first
     lines.insert(lines.end(), second.begin(), second.end());
     meetings.clear();
     Meetings taker(meetings, lines, first.size(), precision);
-    impl::FindLinePairs(lines, first.size(), precision, taker);
+    geom::FindLinePairs(lines, first.size(), precision, taker);
     std::sort(meetings.begin(), meetings.end(), [](const LineMeeting2D& a, const LineMeeting2D& b) {
         return std::tie(a.first, a.parameter, a.second) < std::tie(b.first, b.parameter, b.second);
     });

@@ -141,7 +141,7 @@ private:
     {
         Point2D most;
         LineSet2D lines;
-        std::vector<impl::GridMember> members;
+        std::vector<geom::GridMember> members;
         for (std::uint32_t edge = 0; edge < ends_.size(); ++edge)
         {
             const Line2D& line =
@@ -152,7 +152,7 @@ private:
                 most = {std::max(most.x, std::fabs(p.x)), std::max(most.y, std::fabs(p.y))};
                 greatest = std::max({greatest, std::fabs(p.x), std::fabs(p.y)});
             }
-            if (!impl::AreUsable({line.first, line.second}))
+            if (!geom::AreUsable({line.first, line.second}))
                 continue;
             if (greatest < kGreatest)
                 members.push_back({edge, 0});
@@ -164,7 +164,7 @@ private:
             return;
         // Lines may reach as far again as the mesh, many times over; others are compared with all.
         reach_ = 1024 * std::max({most.x, most.y, hx, hy});
-        tolerance_ = impl::GridTolerance::For({reach_, reach_}, hx, hy);
+        tolerance_ = geom::GridTolerance::For({reach_, reach_}, hx, hy);
         grid_.Lay(lines, members, tolerance_, {-kGreatest, kGreatest, -kGreatest, kGreatest},
                   kGreatest);
         grid_.Enter(lines, members, tolerance_);
@@ -187,14 +187,14 @@ private:
             return;
         }
         edges = longs_;
-        const impl::PairRows rows = grid_.Rows(tolerance_);
-        const impl::PairRow probe = {line.first.x, line.first.y, line.second.x, line.second.y,
+        const geom::PairRows rows = grid_.Rows(tolerance_);
+        const geom::PairRow probe = {line.first.x, line.first.y, line.second.x, line.second.y,
                                      tolerance_.MarginOf(line)};
         std::vector<std::uint32_t> found;
         grid_.ForRowsAlong(line, grid_.CoverOf(line, tolerance_), tolerance_,
                            [&](std::size_t begin, std::size_t end) {
                                found.resize(std::max(found.size(), end - begin));
-                               const std::size_t count = impl::ChosenPairKernels().withLine(
+                               const std::size_t count = geom::ChosenPairKernels().withLine(
                                    rows, probe, begin, end, found.data());
                                for (std::size_t i = 0; i < count; ++i)
                                    edges.push_back(grid_.memberOf[found[i]]);
@@ -206,7 +206,7 @@ private:
     static void AddHit(std::vector<MeshHit2D>& hits, const Line2D& line, const Point2D& point,
                        std::uint32_t node, std::uint32_t edge)
     {
-        hits.push_back({impl::ParameterOn(line, point), point, node, edge, kNone, kNone});
+        hits.push_back({geom::ParameterOn(line, point), point, node, edge, kNone, kNone});
     }
 
     /// The lowest element at a hit that contains a point.
@@ -218,7 +218,7 @@ private:
             for (std::uint32_t i = starts_[element]; i < starts_[element + 1]; ++i)
                 ring.push_back(nodes_[corners_[i]]);
             ring.push_back(ring.front());
-            return impl::LocateInRing(ring.data(), ring.size(), p, precision_) !=
+            return geom::LocateInRing(ring.data(), ring.size(), p, precision_) !=
                    PointLocation::Outside;
         };
         if (hit.node == kNone)
@@ -274,8 +274,8 @@ private:
     std::vector<std::uint32_t> firstEdges_; ///< the first edge of each node that is its lower one
     std::vector<Pair> scratch_;
     Lists atNode_;        ///< the elements at each node
-    impl::LineGrid grid_; ///< of the edges
-    impl::GridTolerance tolerance_;
+    geom::LineGrid grid_; ///< of the edges
+    geom::GridTolerance tolerance_;
     std::vector<std::uint32_t> longs_; ///< edges that are not entered in the grid
     double reach_ = 0;                 ///< the greatest coordinates for which the grid holds
     bool hasGrid_ = false;
@@ -325,7 +325,7 @@ std::pair<std::uint32_t, std::uint32_t> MeshEdges2D::ElementsOf(std::uint32_t ed
 void MeshEdges2D::Cut(std::vector<MeshHit2D>& hits, const Line2D& line) const
 {
     hits.clear();
-    if (impl_ && impl::AreUsable({line.first, line.second}))
+    if (impl_ && geom::AreUsable({line.first, line.second}))
         impl_->Cut(hits, line);
 }
 

@@ -28,14 +28,14 @@ bool IsMissing2D(const Point2D& point)
 
 bool IsEqual2D(const Point2D& a, const Point2D& b, const Precision3D& precision)
 {
-    return impl::IsNear(a, b, precision);
+    return geom::IsNear(a, b, precision);
 }
 
 bool IsEqual3D(const Point3D& a, const Point3D& b, const Precision3D& precision)
 {
-    return impl::IsNear(a.x, b.x, precision.halfEpsilon[0]) &&
-           impl::IsNear(a.y, b.y, precision.halfEpsilon[1]) &&
-           impl::IsNear(a.z, b.z, precision.halfEpsilon[2]);
+    return geom::IsNear(a.x, b.x, precision.halfEpsilon[0]) &&
+           geom::IsNear(a.y, b.y, precision.halfEpsilon[1]) &&
+           geom::IsNear(a.z, b.z, precision.halfEpsilon[2]);
 }
 
 round_Point2D::round_Point2D(const Precision3D& precision)

@@ -45,7 +45,7 @@ bool IsValidRing(const Point2D* points, std::size_t n)
     const double area = DoubleArea(points, n);
     if (!(std::fabs(area) > kNoArea))
         return false;
-    return !impl::HasRepeatedPoint(points, n - 1, Precision());
+    return !geom::HasRepeatedPoint(points, n - 1, Precision());
 }
 
 /// Midpoints of the edges, each with its length; the first point where there is no length.
@@ -54,7 +54,7 @@ Point2D CentreOfOutline(const Point2D* points, std::size_t n)
     double x = 0, y = 0, length = 0;
     for (std::size_t i = 0; i + 1 < n; ++i)
     {
-        const double edge = impl::LengthOf(points[i + 1] - points[i]);
+        const double edge = geom::LengthOf(points[i + 1] - points[i]);
         x += edge * ((points[i].x - points[0].x) + (points[i + 1].x - points[0].x)) / 2;
         y += edge * ((points[i].y - points[0].y) + (points[i + 1].y - points[0].y)) / 2;
         length += edge;
@@ -175,9 +175,9 @@ Point2D PolygonCentreOfMass2D(const Point2D* points, std::size_t n)
 PointLocation PolygonLocatePoint2D(const Point2D* points, std::size_t n, const Point2D& p,
                                    const Precision3D& precision)
 {
-    if (!impl::IsUsable(p) || !std::all_of(points, points + n, impl::IsUsable))
+    if (!geom::IsUsable(p) || !std::all_of(points, points + n, geom::IsUsable))
         return PointLocation::Outside;
-    return impl::LocateInRing(points, n, p, precision);
+    return geom::LocateInRing(points, n, p, precision);
 }
 
 bool PolygonContainsPoint2D(const Point2D* points, std::size_t n, const Point2D& p, bool withEdges,

@@ -12,14 +12,14 @@ namespace Geom
 namespace
 {
 
-using impl::QuadBox;
-using impl::QuadPlaces;
+using geom::QuadBox;
+using geom::QuadPlaces;
 
 constexpr std::uint32_t kNone = CellTable::MissingID();
 
-impl::QuadKernel Kernel()
+geom::QuadKernel Kernel()
 {
-    return platform::SimdLevel() == 0 ? impl::sse2::kQuadKernel : impl::avx2::kQuadKernel;
+    return platform::SimdLevel() == 0 ? geom::sse2::kQuadKernel : geom::avx2::kQuadKernel;
 }
 
 /// The nearest item so far.
@@ -37,7 +37,7 @@ struct Nearest
 
 } // namespace
 
-class QuadTree2D::Impl final : impl::IQuadItems
+class QuadTree2D::Impl final : geom::IQuadItems
 {
 public:
     Impl(const Extents2D& extents, unsigned capacity, const Precision3D& precision)
@@ -107,7 +107,7 @@ public:
     {
         if (!x_.Holds(point.x) || !y_.Holds(point.y))
             return;
-        nodes_.ForNodesAt(x_.At(point.x), y_.At(point.y), [&](const impl::QuadView& node) {
+        nodes_.ForNodesAt(x_.At(point.x), y_.At(point.y), [&](const geom::QuadView& node) {
             for (std::uint32_t first = 0; first <= node.count; first += 32) // the header is mark 0
                 ForHolders(node, first, point, visit);
         });
@@ -133,19 +133,19 @@ public:
     Nearest FindNearest(const Point2D& point) const
     {
         Nearest nearest;
-        if (impl::IsUsable(point))
+        if (geom::IsUsable(point))
             LookForNearest(nearest, 0, point);
         return nearest;
     }
 
-    const impl::QuadNodes& Nodes() const { return nodes_; }
+    const geom::QuadNodes& Nodes() const { return nodes_; }
 
 private:
     template <class Visit>
-    void ForHolders(const impl::QuadView& node, std::uint32_t first, const Point2D& point,
+    void ForHolders(const geom::QuadView& node, std::uint32_t first, const Point2D& point,
                     const Visit& visit) const
     {
-        const impl::QuadMark* const marks = node.block + first;
+        const geom::QuadMark* const marks = node.block + first;
         const std::uint64_t holders =
             kernel_(marks, std::min(node.count - first, 31u), node.point, items_.Points(), point.x,
                     point.y, precision_.halfEpsilon[0], precision_.halfEpsilon[1]);
@@ -186,7 +186,7 @@ private:
     /// Fills the nodes from the items.
     void Build()
     {
-        std::vector<impl::QuadEntry> entries;
+        std::vector<geom::QuadEntry> entries;
         entries.reserve(items_.Count() * 2); // and room for the first quadrants
         reached_ = {};
         items_.ForItems([&](std::uint32_t place) {
@@ -203,13 +203,13 @@ private:
     void AddPlaces(std::vector<std::uint32_t>& places, std::uint32_t number,
                    const QuadBox& box) const
     {
-        const impl::QuadNode& node = nodes_.At(number);
+        const geom::QuadNode& node = nodes_.At(number);
         const auto areApart = [&box](const QuadBox& b) {
             return b.minX > box.maxX || b.maxX < box.minX || b.minY > box.maxY || b.maxY < box.minY;
         };
         if (areApart(node.Box()))
             return;
-        const impl::QuadMark* const marks = nodes_.MarksOf(node);
+        const geom::QuadMark* const marks = nodes_.MarksOf(node);
         for (std::uint32_t i = 0; i < node.count; ++i)
             if (!areApart(node.BoxOf(marks[i])))
                 places.push_back(marks[i].item);
@@ -227,13 +227,13 @@ private:
         const double dx = std::max({0.0, left - p.x, p.x - right});
         const double dy = std::max({0.0, bottom - p.y, p.y - top});
         const double square = dx * dx + dy * dy;
-        return (square < 1e300 ? std::sqrt(square) : impl::LengthOf({dx, dy})) * (1 - 1e-12);
+        return (square < 1e300 ? std::sqrt(square) : geom::LengthOf({dx, dy})) * (1 - 1e-12);
     }
 
     void LookForNearest(Nearest& nearest, std::uint32_t number, const Point2D& p) const
     {
-        const impl::QuadNode& node = nodes_.At(number);
-        const impl::QuadMark* const marks = nodes_.MarksOf(node);
+        const geom::QuadNode& node = nodes_.At(number);
+        const geom::QuadMark* const marks = nodes_.MarksOf(node);
         for (std::uint32_t i = 0; i < node.count; ++i)
             if (LeastDistance(node.BoxOf(marks[i]), p) <= nearest.distance)
                 nearest.Take(items_.DistanceOf(marks[i].item, p),
@@ -255,10 +255,10 @@ private:
     Extents2D reached_; ///< by the items, those outside the tree's box left out
     unsigned capacity_;
     Precision3D precision_;
-    impl::QuadAxis x_, y_;
-    impl::QuadNodes nodes_;
-    impl::QuadItems items_;
-    impl::QuadKernel kernel_;
+    geom::QuadAxis x_, y_;
+    geom::QuadNodes nodes_;
+    geom::QuadItems items_;
+    geom::QuadKernel kernel_;
 };
 
 QuadTree2D::QuadTree2D() : impl_(std::make_unique<Impl>(Extents2D(), 10u, Precision())) {}
@@ -312,7 +312,7 @@ bool QuadTree2D::InsertRegion(std::uint32_t id, const Region2D& region)
     append(region.outline);
     for (const std::vector<Point2D>& hole : region.holes)
         append(hole);
-    if (!std::all_of(rings.begin(), rings.end(), impl::IsUsable))
+    if (!std::all_of(rings.begin(), rings.end(), geom::IsUsable))
         return Insert(id, std::vector<Point2D>());
     rings.clear();
     constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();

@@ -23,7 +23,7 @@ std::vector<const Ring*> RingsOf(const Region2D& region)
 
 bool IsUsableRing(const Ring& ring)
 {
-    return std::all_of(ring.begin(), ring.end(), impl::IsUsable);
+    return std::all_of(ring.begin(), ring.end(), geom::IsUsable);
 }
 
 /// What is wrong with a ring as a list of points.
@@ -33,7 +33,7 @@ RegionFault2D FaultOfPoints(const Ring& ring, std::size_t number, const Precisio
         return RegionFault2D{flaw, number, number, edge, place};
     };
     const Point2D none = MissingValue<Point2D>();
-    if (const auto bad = std::find_if_not(ring.begin(), ring.end(), impl::IsUsable);
+    if (const auto bad = std::find_if_not(ring.begin(), ring.end(), geom::IsUsable);
         bad != ring.end())
         return fault(RegionFlaw::NotFinite, std::size_t(bad - ring.begin()), none);
     if (ring.size() < 4)
@@ -47,7 +47,7 @@ RegionFault2D FaultOfPoints(const Ring& ring, std::size_t number, const Precisio
 }
 
 /// The first contact of edges that should have none.
-class ContactFinder final : public impl::ILinePairTaker
+class ContactFinder final : public geom::ILinePairTaker
 {
 public:
     ContactFinder(const std::vector<const Ring*>& rings, const Precision3D& precision)
@@ -65,12 +65,12 @@ public:
     }
     RegionFault2D Find()
     {
-        impl::FindLinePairs(lines_, precision_, *this);
+        geom::FindLinePairs(lines_, precision_, *this);
         return first_;
     }
-    void Take(const impl::LinePair* pairs, std::size_t count) override
+    void Take(const geom::LinePair* pairs, std::size_t count) override
     {
-        for (const impl::LinePair* pair = pairs; pair != pairs + count; ++pair)
+        for (const geom::LinePair* pair = pairs; pair != pairs + count; ++pair)
             Look(pair->first, pair->second);
     }
 
@@ -114,13 +114,13 @@ private:
 PointLocation RegionLocatePoint2D(const Region2D& region, const Point2D& p,
                                   const Precision3D& precision)
 {
-    if (!impl::IsUsable(p) || !IsUsableRing(region.outline) ||
+    if (!geom::IsUsable(p) || !IsUsableRing(region.outline) ||
         !std::all_of(region.holes.begin(), region.holes.end(), IsUsableRing))
         return PointLocation::Outside;
     bool isInside = false;
     for (const Ring* ring : RingsOf(region))
     {
-        const PointLocation location = impl::LocateInRing(ring->data(), ring->size(), p, precision);
+        const PointLocation location = geom::LocateInRing(ring->data(), ring->size(), p, precision);
         if (location == PointLocation::OnBorder)
             return location;
         isInside ^= location == PointLocation::Inside;
@@ -153,7 +153,7 @@ RegionFault2D RegionCheck2D(const Region2D& region, const Precision3D& precision
         return first;
     // Without a contact one point of a ring tells where the whole of it lies.
     const auto isWithin = [&](const Ring& inner, const Ring& outer) {
-        return impl::LocateInRing(outer.data(), outer.size(), inner[0], precision) ==
+        return geom::LocateInRing(outer.data(), outer.size(), inner[0], precision) ==
                PointLocation::Inside;
     };
     for (std::size_t i = 1; i < rings.size(); ++i)

@@ -6,8 +6,13 @@
 #include <cmath>
 #include <stdexcept>
 
-namespace Geom::impl
+namespace geom
 {
+
+using Geom::EvLess;
+using Geom::Line2D;
+using Geom::LineEvent2D;
+
 namespace
 {
 using Events = std::vector<LineEvent2D>;
@@ -189,4 +194,4 @@ void MakeEvents(std::vector<LineEvent2D>& events, MeetingList found, const LineS
     }
 }
 
-} // namespace Geom::impl
+} // namespace geom

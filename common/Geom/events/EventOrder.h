@@ -9,8 +9,13 @@
 #include <memory>
 #include <vector>
 
-namespace Geom::impl
+namespace geom
 {
+
+using Geom::LineEvent2D;
+using Geom::LineSet2D;
+using Geom::Point2D;
+using Geom::Precision3D;
 
 /// A meeting of two lines by their positions in the set, the lower one first.
 struct Meeting
@@ -55,4 +60,4 @@ private:
 void MakeEvents(std::vector<LineEvent2D>& events, MeetingList found, const LineSet2D& lines,
                 const Precision3D& precision);
 
-} // namespace Geom::impl
+} // namespace geom

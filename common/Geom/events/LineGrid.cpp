@@ -6,7 +6,7 @@
 #include <emmintrin.h>
 #include <stdexcept>
 
-namespace Geom::impl
+namespace geom
 {
 namespace
 {
@@ -207,4 +207,4 @@ PairRows LineGrid::Rows(const GridTolerance& tolerance) const
             margin.data(), flags.data(), tolerance.reachX, tolerance.reachY};
 }
 
-} // namespace Geom::impl
+} // namespace geom

@@ -12,8 +12,13 @@
 #include <cstdint>
 #include <vector>
 
-namespace Geom::impl
+namespace geom
 {
+
+using Geom::Extents2D;
+using Geom::Line2D;
+using Geom::LineSet2D;
+using Geom::Point2D;
 
 /// A line that takes part in a search by its position, with its flags from the cells around.
 struct GridMember
@@ -137,4 +142,4 @@ void LineGrid::ForRowsAlong(const Line2D& line, const GridCover& cover,
     }
 }
 
-} // namespace Geom::impl
+} // namespace geom

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace Geom::impl
+namespace geom
 {
 
 /// Lines in an order of their own, cell after cell, as arrays of equal length with
@@ -84,4 +84,4 @@ namespace avx512
 extern const PairKernels kPairKernels;
 }
 
-} // namespace Geom::impl
+} // namespace geom

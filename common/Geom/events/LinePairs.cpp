@@ -8,7 +8,7 @@
 #include <emmintrin.h>
 #include <stdexcept>
 
-namespace Geom::impl
+namespace geom
 {
 namespace
 {
@@ -313,4 +313,4 @@ void FindLinePairs(const LineSet2D& lines, std::size_t secondFrom, const Precisi
     FindPairs(lines, secondFrom, precision, taker);
 }
 
-} // namespace Geom::impl
+} // namespace geom

@@ -7,8 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace Geom::impl
+namespace geom
 {
+
+using Geom::LineSet2D;
+using Geom::Precision3D;
 
 /// Two lines by their positions in the set, the lower one first.
 struct LinePair
@@ -40,4 +43,4 @@ void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePa
 void FindLinePairs(const LineSet2D& lines, std::size_t secondFrom, const Precision3D& precision,
                    ILinePairTaker& taker);
 
-} // namespace Geom::impl
+} // namespace geom

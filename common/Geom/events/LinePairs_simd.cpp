@@ -1,7 +1,7 @@
 #include "Geom/events/LinePairKernels.h"
 #include "Geom/exact/SimdVector.h"
 
-namespace Geom::impl::KVI_SIMD
+namespace geom::KVI_SIMD
 {
 namespace
 {
@@ -135,4 +135,4 @@ std::size_t WithLine(const PairRows& rows, const PairRow& line, std::size_t begi
 
 const PairKernels kPairKernels = {InCells, WithLine};
 
-} // namespace Geom::impl::KVI_SIMD
+} // namespace geom::KVI_SIMD

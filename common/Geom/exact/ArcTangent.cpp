@@ -2,7 +2,7 @@
 
 #include <limits>
 
-namespace Geom::impl
+namespace geom
 {
 namespace
 {
@@ -69,4 +69,4 @@ double ArcTangent(double y, double x)
     return y < 0 && angle < kPi.high ? -angle : angle;
 }
 
-} // namespace Geom::impl
+} // namespace geom

@@ -9,8 +9,10 @@
 #include <emmintrin.h>
 #include <utility>
 
-namespace Geom::impl
+namespace geom
 {
+
+using Geom::Line2D;
 
 inline bool LexicographicallyLess(const Point2D& a, const Point2D& b)
 {
@@ -84,4 +86,4 @@ inline bool CrossClearly(const Line2D& a, const Line2D& b, double hx, double hy,
     return true;
 }
 
-} // namespace Geom::impl
+} // namespace geom

@@ -2,7 +2,7 @@
 
 #include <numbers>
 
-namespace Geom::impl
+namespace geom
 {
 namespace
 {
@@ -63,4 +63,4 @@ Point2D Direction(double angle)
     }
 }
 
-} // namespace Geom::impl
+} // namespace geom

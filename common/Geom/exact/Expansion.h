@@ -6,7 +6,7 @@
 
 #include "Geom/exact/Plane.h"
 
-namespace Geom::impl
+namespace geom
 {
 
 /// A number as the exact sum of two doubles that do not overlap.
@@ -114,4 +114,4 @@ inline double ExactFactor(std::initializer_list<Point2D> points)
     return std::ldexp(1.0, std::min(300 - exponent, 1000));
 }
 
-} // namespace Geom::impl
+} // namespace geom

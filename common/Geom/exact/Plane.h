@@ -16,8 +16,13 @@ inline Point2D operator*(const Point2D& p, double factor) { return {p.x * factor
 inline Point2D operator+(const Point2D& a, const Point2D& b) { return {a.x + b.x, a.y + b.y}; }
 inline Point2D operator-(const Point2D& a, const Point2D& b) { return {a.x - b.x, a.y - b.y}; }
 
-namespace impl
+} // namespace Geom
+
+namespace geom
 {
+
+using Geom::Point2D;
+using Geom::Precision3D;
 
 /// Exactly equal, or at most @p halfEpsilon apart as doubles; never with NaN.
 inline bool IsNear(double a, double b, double halfEpsilon)
@@ -146,5 +151,4 @@ inline int SideOf(const Point2D& a, const Point2D& b, const Point2D& p,
     return SideOf(a, b, p, precision.halfEpsilon[0], precision.halfEpsilon[1]);
 }
 
-} // namespace impl
-} // namespace Geom
+} // namespace geom

@@ -9,7 +9,7 @@
 #include <emmintrin.h>
 #include <memory>
 
-namespace Geom::impl
+namespace geom
 {
 namespace
 {
@@ -185,4 +185,4 @@ bool HasRepeatedPoint(const Point2D* points, std::size_t n, const Precision3D& p
     return false;
 }
 
-} // namespace Geom::impl
+} // namespace geom

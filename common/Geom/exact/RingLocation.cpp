@@ -2,7 +2,7 @@
 
 #include "Geom/exact/Plane.h"
 
-namespace Geom::impl
+namespace geom
 {
 namespace
 {
@@ -57,4 +57,4 @@ bool LineMeetsBox(const Point2D& a, const Point2D& b, const Extents2D& box,
            side != SideOf(a, b, {box.minX, box.maxY}, precision);
 }
 
-} // namespace Geom::impl
+} // namespace geom

@@ -7,8 +7,13 @@
 
 #include <cstddef>
 
-namespace Geom::impl
+namespace geom
 {
+
+using Geom::Extents2D;
+using Geom::Point2D;
+using Geom::PointLocation;
+using Geom::Precision3D;
 
 /// PolygonLocatePoint2D for usable points.
 PointLocation LocateInRing(const Point2D* points, std::size_t n, const Point2D& p,
@@ -19,4 +24,4 @@ PointLocation LocateInRing(const Point2D* points, std::size_t n, const Point2D& 
 bool LineMeetsBox(const Point2D& a, const Point2D& b, const Extents2D& box,
                   const Precision3D& precision);
 
-} // namespace Geom::impl
+} // namespace geom

@@ -1,6 +1,6 @@
 #include "Geom/exact/Expansion.h"
 
-namespace Geom::impl
+namespace geom
 {
 namespace
 {
@@ -56,4 +56,4 @@ int SideOf(const Point2D& a, const Point2D& b, const Point2D& p, double hx, doub
     return ExactSideOf(a * factor, b * factor, p * factor, hx * factor, hy * factor);
 }
 
-} // namespace Geom::impl
+} // namespace geom

@@ -6,7 +6,7 @@
 
 #include <immintrin.h>
 
-namespace Geom::impl::KVI_SIMD
+namespace geom::KVI_SIMD
 {
 
 using Mask = unsigned; ///< a bit for each element, the first one's the lowest
@@ -58,4 +58,4 @@ inline Mask IsGreater(Vector a, Vector b) { return unsigned(_mm_movemask_pd(_mm_
 
 #endif
 
-} // namespace Geom::impl::KVI_SIMD
+} // namespace geom::KVI_SIMD

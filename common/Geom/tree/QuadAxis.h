@@ -7,7 +7,7 @@
 #include <cmath>
 #include <limits>
 
-namespace Geom::impl
+namespace geom
 {
 
 /// Positions on one axis of the box, as whole numbers that keep their order.
@@ -52,4 +52,4 @@ private:
     double low_, high_, half_, scale_ = 0;
 };
 
-} // namespace Geom::impl
+} // namespace geom

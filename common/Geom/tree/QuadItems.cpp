@@ -6,7 +6,7 @@
 
 #include <stdexcept>
 
-namespace Geom::impl
+namespace geom
 {
 
 void QuadPlaces::Clear()
@@ -195,4 +195,4 @@ double QuadItems::DistanceOf(std::uint32_t place, const Point2D& p) const
     return least;
 }
 
-} // namespace Geom::impl
+} // namespace geom

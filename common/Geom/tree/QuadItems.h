@@ -12,8 +12,11 @@
 #include <unordered_map>
 #include <vector>
 
-namespace Geom::impl
+namespace geom
 {
+
+using Geom::Extents2D;
+using Geom::Precision3D;
 
 /// Where each identifier's item is: by index while the identifiers are dense, else by hash.
 class QuadPlaces
@@ -94,4 +97,4 @@ private:
     QuadPlaces places_;
 };
 
-} // namespace Geom::impl
+} // namespace geom

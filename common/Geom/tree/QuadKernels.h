@@ -7,8 +7,10 @@
 
 #include <cstdint>
 
-namespace Geom::impl
+namespace geom
 {
+
+using Geom::Point2D;
 
 /// The header before an item's ring in the array of all points, in the place of one.
 struct QuadRing
@@ -43,4 +45,4 @@ namespace avx2
 extern const QuadKernel kQuadKernel;
 }
 
-} // namespace Geom::impl
+} // namespace geom

@@ -5,7 +5,7 @@
 // Rings of four edges do not fill 512 bits: AVX2 does for both.
 #if !defined(__AVX512F__)
 
-namespace Geom::impl::KVI_SIMD
+namespace geom::KVI_SIMD
 {
 namespace
 {
@@ -138,6 +138,6 @@ std::uint64_t HoldersAmong(const QuadMark* marks, std::uint32_t last, std::uint3
 
 const QuadKernel kQuadKernel = HoldersAmong;
 
-} // namespace Geom::impl::KVI_SIMD
+} // namespace geom::KVI_SIMD
 
 #endif

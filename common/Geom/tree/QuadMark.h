@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <new>
 
-namespace Geom::impl
+namespace geom
 {
 
 /// What a search reads of an item in a leaf: the part of its box within the leaf, in 128ths of the
@@ -65,4 +65,4 @@ private:
     static constexpr std::align_val_t kLine{64};
 };
 
-} // namespace Geom::impl
+} // namespace geom

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace Geom::impl
+namespace geom
 {
 namespace
 {
@@ -443,4 +443,4 @@ void QuadNodes::SetTable(std::uint32_t node)
                     node);
 }
 
-} // namespace Geom::impl
+} // namespace geom

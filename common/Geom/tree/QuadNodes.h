@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace Geom::impl
+namespace geom
 {
 
 /// Coordinates on each axis: 0 up to kQuadSide - 1. A quadrant is chosen by one bit of each.
@@ -211,4 +211,4 @@ private:
     unsigned depth_ = 0;
 };
 
-} // namespace Geom::impl
+} // namespace geom
