@@ -15,43 +15,38 @@ namespace
 constexpr double kFixedExtent = 1e6;
 constexpr double kResidualShare = 0.003; // of the limit, on purpose no parameter of its own
 
-impl::CurveLoop* ChosenLoop()
+curve::CurveLoop* ChosenLoop()
 {
-    constexpr impl::CurveLoop* kLoops[] = {impl::sse2::Loop, impl::avx2::Loop, impl::avx512::Loop};
+    constexpr curve::CurveLoop* kLoops[] = {curve::sse2::Loop, curve::avx2::Loop,
+                                            curve::avx512::Loop};
     return kLoops[platform::SimdLevel()];
 }
 
 /// Inline, so that the operator reads its fields where it needs them.
-inline double Content(const impl::CurveTerms& c, double pressure)
+inline double Content(const curve::CurveTerms& c, double pressure)
 {
-    using math::impl::Exp2, math::impl::Log2;
+    using curve::Exp2, curve::Log2;
     const double suction = -pressure;
     // Written so that the two logarithms cancel at the limit.
     const double correction = (c.wholeLog2 - Log2(1 + suction * c.overResidual)) * c.overWhole;
     const double exponent = c.n * Log2(suction * c.overA);
-    if (exponent >= impl::kOverflow)
+    if (exponent >= curve::kOverflow)
         return c.saturatedWC * 0.0 * correction;
     // In powers of two: with w = log2(e + (s/a)^n), the shape term (1 / ln(e + (s/a)^n))^m is
     // 2^(-m (log2 w + log2 ln 2)). Above 1000 the logarithm of e + 2^x is x, to the last bit.
     const double w = exponent > 1000 ? exponent : Log2(std::numbers::e + Exp2(exponent));
-    const double logs = Log2(w) + math::impl::kLog2OfLn2;
+    const double logs = Log2(w) + curve::kLog2OfLn2;
     // ln(e + ...) is at least 1: rounding must not raise the content above saturation.
     return c.saturatedWC * Exp2(-c.m * (logs < 0 ? 0 : logs)) * correction;
 }
 
 } // namespace
 
-double impl::ContentAt(const CurveTerms& curve, double pressure)
-{
-    return Content(curve, pressure);
-}
-
 FredXing::FredXing(const double& a, const double& n, const double& m, const double& saturatedWC,
                    const double& limit)
     : a_(a), n_(n), m_(m), saturatedWC_(saturatedWC), limit_(limit),
       overResidual_(1 / (kResidualShare * limit)),
-      wholeLog2_(math::impl::Log2(1 + limit * overResidual_)), overWhole_(1 / wholeLog2_),
-      overA_(1 / a)
+      wholeLog2_(curve::Log2(1 + limit * overResidual_)), overWhole_(1 / wholeLog2_), overA_(1 / a)
 {
 }
 
@@ -71,7 +66,7 @@ void FredXing::Evaluate(const double* pressures, double* contents, std::size_t c
         std::fill_n(contents, count, HasMissing() ? MissingValue<double>() : saturatedWC_);
         return;
     }
-    static impl::CurveLoop* const loop = ChosenLoop();
+    static curve::CurveLoop* const loop = ChosenLoop();
     const double grown = 1 + limit_ * overResidual_;
     loop({overA_, n_, m_, saturatedWC_, overResidual_, grown, wholeLog2_, overWhole_}, pressures,
          contents, count);
@@ -90,3 +85,8 @@ Geom::Extents2D FredXing::Extents() const { return {-kFixedExtent, 0, 0, (*this)
 double FredXing::CalcLimit(const UnitSet& units) { return units.FromKilopascal(kFixedExtent); }
 
 } // namespace math::fn::flow
+
+double curve::ContentAt(const CurveTerms& curve, double pressure)
+{
+    return math::fn::flow::Content(curve, pressure);
+}

@@ -16,9 +16,9 @@ template <class Char>
 bool HasOnly(const std::basic_string<Char>& text, std::string_view allowed)
 {
     auto first = text.begin(), last = text.end();
-    while (first != last && str::impl::IsSpace(*first))
+    while (first != last && foundation::IsSpace(*first))
         ++first;
-    while (first != last && str::impl::IsSpace(last[-1]))
+    while (first != last && foundation::IsSpace(last[-1]))
         --last;
     return std::all_of(first, last, [allowed](Char c) {
         return std::any_of(allowed.begin(), allowed.end(), [c](char a) { return c == Char(a); });

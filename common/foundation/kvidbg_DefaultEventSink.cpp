@@ -13,7 +13,7 @@
 
 namespace kvi::diag
 {
-using impl::Now;
+using foundation::Now;
 
 /// All of it under one lock: lines are made and written one after the other.
 struct DefaultEventSink::State
@@ -27,9 +27,9 @@ struct DefaultEventSink::State
     State* next; // of all sinks
     std::wstring path = L"stderr";
     bool buffered = false;
-    impl::RecordLine lines;
-    impl::Output output = impl::Output::Console(true);
-    impl::Output errors = impl::Output::Console(true); // of "stdoutstderr" only
+    foundation::RecordLine lines;
+    foundation::Output output = foundation::Output::Console(true);
+    foundation::Output errors = foundation::Output::Console(true); // of "stdoutstderr" only
     bool split = false;
     unsigned long long lostBefore = 0; // by targets of earlier paths
 
@@ -38,7 +38,7 @@ struct DefaultEventSink::State
     template <class View>
     void Write(const LogRecord& record, View text)
     {
-        impl::Output& out = split && record.level >= error ? errors : output;
+        foundation::Output& out = split && record.level >= error ? errors : output;
         const std::int64_t now = Now();
         lines.Append(out.Gathered(), record, text, now);
         out.Added();
@@ -147,11 +147,11 @@ void DefaultEventSink::OutputPath(const std::wstring& path)
     state_->lostBefore = state_->Lost();
     state_->path = path;
     state_->split = path == L"stdoutstderr";
-    state_->errors = impl::Output::Console(true);
+    state_->errors = foundation::Output::Console(true);
     if (path == L"stdout" || path == L"stderr" || state_->split)
-        state_->output = impl::Output::Console(path == L"stderr");
+        state_->output = foundation::Output::Console(path == L"stderr");
     else
-        state_->output = impl::Output::File(path);
+        state_->output = foundation::Output::File(path);
 }
 
 void DefaultEventSink::Buffered(bool on)
@@ -180,7 +180,7 @@ void DefaultEventSink::Log(const LogRecord& record, const std::wstring& text)
 
 bool DefaultEventSink::LogPlain(const LogRecord& record, std::string_view text)
 {
-    if (!impl::RecordLine::IsPlain(text))
+    if (!foundation::RecordLine::IsPlain(text))
         return false;
     state_->Log(record, text);
     return true;

@@ -15,9 +15,9 @@ namespace math::impl
 namespace
 {
 
-using str::impl::Decimal;
-using str::impl::Ending;
-using str::impl::IsSpace;
+using foundation::Decimal;
+using foundation::Ending;
+using foundation::IsSpace;
 
 template <class T>
 using EnvGuard = std::conditional_t<std::is_same_v<T, long double>, platform::LongDoubleEnvGuard,
@@ -141,12 +141,12 @@ template <class T>
     const bool isDouble = T(double(value)) == value || !std::isfinite(value);
     if (isDouble && round == RoundType::significant)
     {
-        str::impl::AppendSignificant(text, double(value), count);
+        foundation::AppendSignificant(text, double(value), count);
         return text;
     }
     if (isDouble && (round == RoundType::decimals || !std::isfinite(value)))
     {
-        str::impl::AppendFixed(text, double(value), count);
+        foundation::AppendFixed(text, double(value), count);
         return text;
     }
     const platform::LongDoubleEnvGuard plain;

@@ -13,7 +13,7 @@ namespace math::impl
 namespace
 {
 
-using str::impl::IsSpace;
+using foundation::IsSpace;
 
 // The type whose rules T follows: itself, but 32 bits for the long types on every platform.
 template <class T>

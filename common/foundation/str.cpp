@@ -9,8 +9,8 @@
 namespace str
 {
 
-bool is_space(char c) { return impl::IsSpace(c); }
-bool is_space(wchar_t c) { return impl::IsSpace(c); }
+bool is_space(char c) { return foundation::IsSpace(c); }
+bool is_space(wchar_t c) { return foundation::IsSpace(c); }
 
 template <class text>
 void trim_right(text& s)

@@ -18,9 +18,9 @@ namespace str::fmt::impl
 namespace
 {
 using Kind = Argument::Kind;
-using str::impl::FastFixed;
-using str::impl::FastScientific;
-using str::impl::FastSignificant;
+using foundation::FastFixed;
+using foundation::FastScientific;
+using foundation::FastSignificant;
 
 constexpr int kMaxWidth = 4096;
 // Past 1074 decimals every double has only zeros.
@@ -103,7 +103,7 @@ void AppendInteger(Pieces<C>& out, const Token& token, const Argument& value)
 /// Writes @p magnitude as WriteReal does; null when the fast printers leave it to the exact one.
 char* WriteFast(char* first, const Token& token, double magnitude, int precision)
 {
-    static_assert(kNumberRoom >= str::impl::kFastRoom);
+    static_assert(kNumberRoom >= foundation::kFastRoom);
     if (IsOneOf(token.conversion, "fF"))
         return FastFixed(first, magnitude, precision);
     if (IsOneOf(token.conversion, "eE"))

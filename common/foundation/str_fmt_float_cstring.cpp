@@ -29,11 +29,11 @@ std::string fmt_float_cstring(double value, int decimals, int keep)
     std::string text("***************"); // the most that a string holds by itself
     int size = 0;
     if (keep >= 0)
-        size = impl::ShortFixed(text.data(), value, decimals, std::min(keep, decimals));
+        size = foundation::ShortFixed(text.data(), value, decimals, std::min(keep, decimals));
     text.erase(std::size_t(size));
     if (size == 0)
     {
-        impl::AppendFixed(text, value, decimals);
+        foundation::AppendFixed(text, value, decimals);
         text.erase(Trimmed(text, keep));
     }
     return text;

@@ -142,17 +142,17 @@ gtl::status to_string(std::wstring& text, double value, const ID& id, unsigned i
     switch (how)
     {
     case floatformat::general:
-        impl::AppendSignificant(ascii, value, int(digits));
+        foundation::AppendSignificant(ascii, value, int(digits));
         break;
     case floatformat::fixed:
     case floatformat::grouped:
-        impl::AppendFixed(ascii, value, int(digits));
+        foundation::AppendFixed(ascii, value, int(digits));
         break;
     case floatformat::scientific:
-        impl::AppendScientific(ascii, value, int(digits));
+        foundation::AppendScientific(ascii, value, int(digits));
         break;
     default:
-        impl::AppendSignificant(ascii, value, 17);
+        foundation::AppendSignificant(ascii, value, 17);
         return Convert_error_status::NotSupportedStatus(
             Widened(ascii), Convert_error_status::GetFloatingPointString());
     }

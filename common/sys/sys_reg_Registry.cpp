@@ -40,8 +40,7 @@ ValueName::ValueName(unsigned int number) : text_(Decimal(number)) {}
 Registry::Registry(const RegistryPath& path, REGKEY_ACCESS_VIEW view) : view_(view), path_(path)
 {
     RegistryKey key = nullptr;
-    if (OpenRegistryKey(path_.root, path_.subkey, With(kRegistryRead, view_), impl::Host(), key) !=
-        0)
+    if (OpenRegistryKey(path_.root, path_.subkey, With(kRegistryRead, view_), Host(), key) != 0)
         return;
     CloseRegistryKey(key);
     (void)CreateAndOpenRootPath_(); // the rights tell
@@ -60,7 +59,7 @@ unsigned long Registry::CreateAndOpenRootPath_()
     {
         RegistryKey opened = nullptr;
         const auto create = [&](const std::wstring& key, std::uint32_t access) {
-            return CreateRegistryKey(parent, key, With(access, view_), impl::Host(), opened);
+            return CreateRegistryKey(parent, key, With(access, view_), Host(), opened);
         };
         unsigned long error = create(subkey, kRegistryReadWrite);
         rights_ = REGKEY_ACCESS_RIGHTS::read_write;
@@ -100,8 +99,8 @@ unsigned long Registry::Read(const ValueName& name, std::uint32_t& type, std::st
     RegistryKey key = key_;
     if (key == nullptr)
     {
-        const unsigned long error = OpenRegistryKey(path_.root, path_.subkey,
-                                                    With(kRegistryRead, view_), impl::Host(), key);
+        const unsigned long error =
+            OpenRegistryKey(path_.root, path_.subkey, With(kRegistryRead, view_), Host(), key);
         if (error != 0)
             return error;
     }
@@ -127,11 +126,11 @@ gtl::status Registry::GetNumber(const ValueName& name, const char* format, Numbe
         return Missing(name, KVISysMsg(error));
     if (type == kRegistryNumber && bytes.size() == sizeof(std::uint32_t))
     {
-        value = impl::NumberOf(bytes);
+        value = NumberOf(bytes);
         return {};
     }
     const ScanTarget target[] = {&value};
-    if (type == kRegistryText && Scan(str::as_cstring(impl::TextOf(bytes)), format, target) == 1)
+    if (type == kRegistryText && Scan(str::as_cstring(TextOf(bytes)), format, target) == 1)
         return {};
     return Missing(name, L"is no number.");
 }
@@ -154,7 +153,7 @@ gtl::status Registry::GetString(const ValueName& name, std::wstring& value) cons
         return Missing(name, KVISysMsg(error));
     if (type != kRegistryText)
         return Missing(name, L"is no text.");
-    value = impl::TextOf(bytes);
+    value = TextOf(bytes);
     return {};
 }
 
@@ -199,10 +198,9 @@ gtl::status Registry::WriteInt(const ValueName& name, int value, bool asText)
     if (asText)
         return WriteString(name, Decimal(value));
     if (const unsigned long error = CreateAndOpenRootPath_(); error != 0)
-        return impl::Failure(error, L"RegCreateKeyEx");
-    return impl::Failure(
-        WriteRegistryValue(key_, name.Text(), kRegistryNumber, impl::NumberBytes(value)),
-        L"RegSetValueEx");
+        return Failure(error, L"RegCreateKeyEx");
+    return Failure(WriteRegistryValue(key_, name.Text(), kRegistryNumber, NumberBytes(value)),
+                   L"RegSetValueEx");
 }
 
 gtl::status Registry::WriteBool(const ValueName& name, bool value, bool asText)
@@ -213,10 +211,9 @@ gtl::status Registry::WriteBool(const ValueName& name, bool value, bool asText)
 gtl::status Registry::WriteString(const ValueName& name, const std::wstring& text)
 {
     if (const unsigned long error = CreateAndOpenRootPath_(); error != 0)
-        return impl::Failure(error, L"RegCreateKeyEx");
-    return impl::Failure(
-        WriteRegistryValue(key_, name.Text(), kRegistryText, impl::TextBytes(text)),
-        L"RegSetValueEx");
+        return Failure(error, L"RegCreateKeyEx");
+    return Failure(WriteRegistryValue(key_, name.Text(), kRegistryText, TextBytes(text)),
+                   L"RegSetValueEx");
 }
 
 gtl::status Registry::WriteString(const ValueName& name, const std::string& text)
@@ -230,24 +227,24 @@ gtl::status Registry::ValueExists(const ValueName& name) const
     RegistryKey key = key_;
     if (key == nullptr)
     {
-        const unsigned long error = OpenRegistryKey(path_.root, path_.subkey,
-                                                    With(kRegistryRead, view_), impl::Host(), key);
+        const unsigned long error =
+            OpenRegistryKey(path_.root, path_.subkey, With(kRegistryRead, view_), Host(), key);
         if (error != 0)
-            return impl::Failure(error, L"RegOpenKeyEx");
+            return Failure(error, L"RegOpenKeyEx");
     }
     std::uint32_t type = 0;
     std::string bytes;
     const unsigned long error = ReadRegistryValue(key, name.Text(), type, bytes);
     if (key != key_)
         CloseRegistryKey(key);
-    return impl::Failure(error, L"RegQueryValueEx");
+    return Failure(error, L"RegQueryValueEx");
 }
 
 gtl::status Registry::DeleteValue(const ValueName& name)
 {
     if (key_ == nullptr)
         return {};
-    return impl::Failure(DeleteRegistryValue(key_, name.Text()), L"RegDeleteValue");
+    return Failure(DeleteRegistryValue(key_, name.Text()), L"RegDeleteValue");
 }
 
 std::vector<std::wstring> Registry::GetAllValues() const

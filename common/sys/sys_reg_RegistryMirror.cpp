@@ -70,9 +70,9 @@ void ReadAll(platform::RegistryKey key, std::map<std::wstring, Entry, Blind>& en
         if (platform::ReadRegistryValue(key, name, type, bytes) != 0)
             continue; // gone meanwhile
         if (type == platform::kRegistryText)
-            entries[name] = {impl::TextOf(bytes), false};
+            entries[name] = {TextOf(bytes), false};
         else if (type == platform::kRegistryNumber && bytes.size() == sizeof(std::uint32_t))
-            entries[name] = {static_cast<std::uint32_t>(impl::NumberOf(bytes)), false};
+            entries[name] = {static_cast<std::uint32_t>(NumberOf(bytes)), false};
     }
 }
 } // namespace
@@ -116,7 +116,7 @@ struct RegistryMirror::State
     {
         platform::RegistryKey key = nullptr;
         const auto access = platform::kRegistryRead | static_cast<std::uint32_t>(view);
-        (void)platform::OpenRegistryKey(path.root, path.subkey, access, impl::Host(), key);
+        (void)platform::OpenRegistryKey(path.root, path.subkey, access, Host(), key);
         return key;
     }
 };

@@ -137,7 +137,7 @@ struct Machine
 struct QueueBounded::Rings
 {
     Machine machine;
-    impl::QueueRings<Machine> rings{machine};
+    QueueRings<Machine> rings{machine};
 };
 
 QueueBounded::QueueBounded() : rings_(std::make_unique<Rings>()) {}

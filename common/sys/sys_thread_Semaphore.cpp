@@ -12,28 +12,28 @@ Semaphore::Semaphore(unsigned count)
     : handle_(platform::MakeSemaphore(static_cast<std::int32_t>(count)))
 {
     if (!handle_)
-        impl::ReportFailure(L"CreateSemaphore");
+        ReportFailure(L"CreateSemaphore");
 }
 
 Semaphore::Semaphore(const std::wstring& name, unsigned count)
     : handle_(platform::MakeNamedSemaphore(name, static_cast<std::int32_t>(count)))
 {
     if (!handle_)
-        impl::ReportFailure(L"CreateSemaphore");
+        ReportFailure(L"CreateSemaphore");
 }
 
 bool Semaphore::Acquire(unsigned ms)
 {
-    const int result = platform::WaitAny(&handle_.Object(), 1, impl::Milliseconds(ms));
+    const int result = platform::WaitAny(&handle_.Object(), 1, Milliseconds(ms));
     if (result == platform::kWaitFailed)
-        impl::ReportFailure(L"WaitForSingleObject");
+        ReportFailure(L"WaitForSingleObject");
     return result == 0;
 }
 
 void Semaphore::Release(unsigned count)
 {
     if (handle_ && !platform::ReleaseCount(*handle_.Object(), static_cast<std::int32_t>(count)))
-        impl::ReportFailure(L"ReleaseSemaphore");
+        ReportFailure(L"ReleaseSemaphore");
 }
 
 } // namespace sys::thread

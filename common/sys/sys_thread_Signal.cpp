@@ -9,7 +9,7 @@ namespace sys::thread
 Signal::Signal(Kind kind) : handle_(platform::MakeEvent(kind != autoReset))
 {
     if (!handle_)
-        impl::ReportFailure(L"CreateEvent");
+        ReportFailure(L"CreateEvent");
 }
 
 Signal::~Signal() = default;
@@ -17,22 +17,22 @@ Signal::~Signal() = default;
 void Signal::Set()
 {
     if (handle_ && !platform::SetSignal(*handle_.Object()))
-        impl::ReportFailure(L"SetEvent");
+        ReportFailure(L"SetEvent");
 }
 
 void Signal::Clear()
 {
     if (handle_ && !platform::ClearSignal(*handle_.Object()))
-        impl::ReportFailure(L"ResetEvent");
+        ReportFailure(L"ResetEvent");
 }
 
 void Signal::Wait() { (void)Wait(kInfinite); }
 
 bool Signal::Wait(unsigned long ms)
 {
-    const int result = platform::WaitAny(&handle_.Object(), 1, impl::Milliseconds(ms));
+    const int result = platform::WaitAny(&handle_.Object(), 1, Milliseconds(ms));
     if (result == platform::kWaitFailed)
-        impl::ReportFailure(L"WaitForSingleObject");
+        ReportFailure(L"WaitForSingleObject");
     return result == 0;
 }
 

@@ -35,7 +35,7 @@ thread::Handle NewEvent()
 {
     thread::Handle event(platform::MakeEvent(true));
     if (!event)
-        impl::ReportFailure(L"CreateEvent");
+        ReportFailure(L"CreateEvent");
     return event;
 }
 
@@ -123,7 +123,7 @@ Worker::Handle Worker::RunInstance(Worker* worker, unsigned stackSize)
     const auto thread = platform::Thread::Start(&Worker::ThreadFunc, worker, stackSize);
     if (thread == nullptr)
     {
-        impl::ReportFailure(L"_beginthreadex");
+        ReportFailure(L"_beginthreadex");
         return Handle();
     }
     const Handle handle(registry.lastValue.fetch_add(1) + 1);
@@ -264,7 +264,7 @@ bool Worker::Join(const std::vector<Handle>& handles, unsigned long ms)
     {
         const auto spent =
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
-        const auto left = static_cast<long long>(impl::Milliseconds(ms)) - spent;
+        const auto left = static_cast<long long>(Milliseconds(ms)) - spent;
         const std::uint32_t time =
             ms >= kInfinite ? platform::kForever : static_cast<std::uint32_t>(std::max(left, 0LL));
         const std::size_t count = std::min(platform::kWaitLimit, events.size() - i);
@@ -292,10 +292,10 @@ Worker::WakeupType Worker::Sleep(unsigned long ms)
         add(extra_[k], firstHandle + static_cast<int>(k));
     if (objects.empty())
     {
-        platform::SleepFor(impl::Milliseconds(ms));
+        platform::SleepFor(Milliseconds(ms));
         return timeOut;
     }
-    const int signalled = platform::WaitAny(objects.data(), objects.size(), impl::Milliseconds(ms));
+    const int signalled = platform::WaitAny(objects.data(), objects.size(), Milliseconds(ms));
     if (signalled == platform::kWaitTimeout)
         return timeOut;
     if (signalled < 0)
@@ -313,7 +313,7 @@ Worker::Handle MonitorProcess(int processId, std::function<void()> onExit)
     thread::Handle process(platform::OpenProcessEnd(processId));
     if (!process)
     {
-        impl::ReportFailure(L"OpenProcess");
+        ReportFailure(L"OpenProcess");
         return {};
     }
     auto monitor = std::make_unique<ProcessMonitor>(std::move(process), std::move(onExit));

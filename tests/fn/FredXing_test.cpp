@@ -47,8 +47,7 @@ TEST(FredXing, GivesTheReferenceValuesAndTheSameOverAnArray)
 
 TEST(FredXing, ArraysOfEveryProcessorLevelAgreeWithThePoints)
 {
-    namespace impl = math::fn::flow::impl;
-    impl::CurveLoop* const loops[] = {impl::sse2::Loop, impl::avx2::Loop, impl::avx512::Loop};
+    curve::CurveLoop* const loops[] = {curve::sse2::Loop, curve::avx2::Loop, curve::avx512::Loop};
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> exponent(-320, 20), shape(0.05, 8);
     const double inf = std::numeric_limits<double>::infinity();
@@ -67,9 +66,9 @@ TEST(FredXing, ArraysOfEveryProcessorLevelAgreeWithThePoints)
             p.push_back(-std::pow(10, exponent(random) / (set % 2 == 0 ? 1 : 30)));
         std::vector<double> many(p.size());
         const double overResidual = 1 / (0.003 * limit), whole = 1 + limit * overResidual;
-        const double wholeLog2 = math::impl::Log2(whole);
-        const impl::CurveTerms terms{1 / a,        n,     m,         0.4,
-                                     overResidual, whole, wholeLog2, 1 / wholeLog2};
+        const double wholeLog2 = curve::Log2(whole);
+        const curve::CurveTerms terms{1 / a,        n,     m,         0.4,
+                                      overResidual, whole, wholeLog2, 1 / wholeLog2};
         for (int level = 0; level <= platform::SimdLevel(); ++level)
         {
             loops[level](terms, p.data(), many.data(), p.size());
@@ -106,7 +105,7 @@ TEST(FredXing, KeepsItsErrorBoundForEverySlope)
 
 TEST(FredXing, ElementaryFunctionsKeepTheirBounds)
 {
-    using math::impl::Exp2, math::impl::Log2;
+    using curve::Exp2, curve::Log2;
     std::mt19937_64 random(3);
     std::uniform_real_distribution<double> near(0.5, 2), wide(-1022, 1024);
     const auto ulp = [](long double value) {

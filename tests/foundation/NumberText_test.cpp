@@ -18,7 +18,7 @@
 #include <random>
 
 using str::fmt_float_cstring;
-using namespace str::impl;
+using namespace foundation;
 
 namespace
 {

@@ -26,8 +26,8 @@ protected:
 
 TEST_F(Mirror, KeepsEveryValueAndTypeThroughACycle)
 {
-    Store(L"Text", platform::kRegistryText, impl::TextBytes(L"some text"));
-    Store(L"Number", platform::kRegistryNumber, impl::NumberBytes(-5));
+    Store(L"Text", platform::kRegistryText, TextBytes(L"some text"));
+    Store(L"Number", platform::kRegistryNumber, NumberBytes(-5));
     Store(L"Bytes", platform::kRegistryBinary, "\1\2\3");
     mirror.Populate();
     EXPECT_TRUE(mirror.SetValue(L"number", 6));

@@ -31,7 +31,7 @@ protected:
     {
         platform::RegistryKey key = nullptr;
         ASSERT_EQ(platform::CreateRegistryKey(path.root, path.subkey, platform::kRegistryReadWrite,
-                                              sys::reg::impl::Host(), key),
+                                              sys::reg::Host(), key),
                   0u);
         EXPECT_EQ(platform::WriteRegistryValue(key, name, type, bytes), 0u);
         platform::CloseRegistryKey(key);

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-namespace math::fn::flow::impl
+namespace curve
 {
 
 /// The curve's parameters in the form that its evaluation needs; none is missing and a > 0.
@@ -43,4 +43,4 @@ namespace avx512
 CurveLoop Loop;
 }
 
-} // namespace math::fn::flow::impl
+} // namespace curve

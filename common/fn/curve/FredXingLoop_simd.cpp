@@ -7,7 +7,7 @@
 
 #include <immintrin.h>
 
-namespace math::fn::flow::impl::KVI_SIMD
+namespace curve::KVI_SIMD
 {
 namespace
 {
@@ -20,7 +20,7 @@ constexpr int kWidth = 4;
 constexpr int kWidth = 2;
 #endif
 
-using P = math::impl::Pack<kWidth>;
+using P = curve::Pack<kWidth>;
 using V = P::V;
 using Mask = P::Mask;
 
@@ -92,4 +92,4 @@ void Loop(const CurveTerms& c, const double* pressures, double* contents, std::s
         contents[k] = rest[k - i];
 }
 
-} // namespace math::fn::flow::impl::KVI_SIMD
+} // namespace curve::KVI_SIMD

@@ -1,6 +1,6 @@
 #include "fn/curve/Log2Exp2.h"
 
-namespace math::impl
+namespace curve
 {
 
 // {1/c, log2 c} for c near 1 + (i + 1/2)/64; exactly 1 and 0 for the first.
@@ -134,4 +134,4 @@ const double kExp2Table[64] = {1.0,
                                1.9571441241754002,
                                1.978456026387951};
 
-} // namespace math::impl
+} // namespace curve

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <limits>
 
-namespace math::impl
+namespace curve
 {
 
 constexpr double kLog2OfLn2 = -0.5287663729448977; ///< log2(ln 2)
@@ -71,4 +71,4 @@ inline double Exp2(double x)
     return (power + power * (r * series)) * scale;
 }
 
-} // namespace math::impl
+} // namespace curve

@@ -11,7 +11,7 @@
 #include <immintrin.h>
 #endif
 
-namespace math::impl
+namespace curve
 {
 
 /// A register of N doubles, the integers and the masks of its size, and how to make one.
@@ -155,4 +155,4 @@ private:
 
 #endif
 
-} // namespace math::impl
+} // namespace curve

@@ -9,7 +9,7 @@
 #include <chrono>
 #include <string_view>
 
-namespace kvi::diag::impl
+namespace foundation
 {
 namespace
 {
@@ -68,7 +68,7 @@ void Output::Write(bool gather, std::int64_t now, RecordLine& lines)
             head = "\n";
         if (unreported_ > 0)
             lines.Append(
-                head, {warning, 0, "", 0, ""},
+                head, {kvi::diag::warning, 0, "", 0, ""},
                 str::sprintf(L"%u records before this one could not be written", unreported_), now);
         if (!head.empty())
             gathered_.insert(0, head);
@@ -128,4 +128,4 @@ void Output::ReportReason(unsigned long error)
                                    platform::ToUtf8(text)); // a failure has nowhere to be reported
 }
 
-} // namespace kvi::diag::impl
+} // namespace foundation

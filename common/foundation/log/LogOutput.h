@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-namespace kvi::diag::impl
+namespace foundation
 {
 class RecordLine;
 
@@ -55,4 +55,4 @@ private:
     std::int64_t failedAt_ = 0, restUntil_ = 0; // microseconds
 };
 
-} // namespace kvi::diag::impl
+} // namespace foundation

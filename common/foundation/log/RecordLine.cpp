@@ -13,7 +13,7 @@
 #include <chrono>
 #include <type_traits>
 
-namespace kvi::diag::impl
+namespace foundation
 {
 namespace
 {
@@ -126,9 +126,9 @@ void RecordLine::AppendCategories(std::string& out, int mask)
         out += "- ";
         return;
     }
-    if (generation_ != CategoryGeneration())
+    if (generation_ != kvi::diag::impl::CategoryGeneration())
     {
-        generation_ = CategoryGeneration();
+        generation_ = kvi::diag::impl::CategoryGeneration();
         names_.clear();
     }
     const auto known = std::find_if(names_.begin(), names_.end(),
@@ -138,7 +138,7 @@ void RecordLine::AppendCategories(std::string& out, int mask)
         out += known->second;
         return;
     }
-    std::string names = OneWord(CategoryNames(mask));
+    std::string names = OneWord(kvi::diag::CategoryNames(mask));
     names += names.empty() ? "- " : " ";
     out += names;
     if (names_.size() < kNamesKept)
@@ -149,7 +149,7 @@ void RecordLine::AppendCategories(std::string& out, int mask)
 void RecordLine::AppendHead(std::string& out, const LogRecord& record, std::int64_t now)
 {
     const std::int64_t second = now / kMicroseconds;
-    const unsigned generation = CategoryGeneration();
+    const unsigned generation = kvi::diag::impl::CategoryGeneration();
     const unsigned long thread = platform::ThreadNumber();
     if (second != headSecond_ || record.level != headLevel_ || record.mask != headMask_ ||
         generation != headGeneration_ || thread != headThread_)
@@ -158,10 +158,10 @@ void RecordLine::AppendHead(std::string& out, const LogRecord& record, std::int6
         head_.clear();
         AppendTime(head_, second);
         head_ += "000Z ";
-        if (record.level >= verbose && record.level <= critical)
+        if (record.level >= kvi::diag::verbose && record.level <= kvi::diag::critical)
             head_ += kLevels[record.level];
         else
-            (head_ += LevelName(record.level)) += ' ';
+            (head_ += kvi::diag::LevelName(record.level)) += ' ';
         AppendCategories(head_, record.mask);
         AppendNumber(head_, thread);
         head_ += ' ';
@@ -203,4 +203,4 @@ void RecordLine::Append(std::string& out, const LogRecord& record, std::wstring_
     out += '\n';
 }
 
-} // namespace kvi::diag::impl
+} // namespace foundation

@@ -10,8 +10,10 @@
 #include <utility>
 #include <vector>
 
-namespace kvi::diag::impl
+namespace foundation
 {
+
+using kvi::diag::LogRecord;
 
 /// Makes lines; keeps what the next one is likely to need again. Threads: one at a time.
 class RecordLine
@@ -46,4 +48,4 @@ private:
     std::vector<std::pair<int, std::string>> names_; // by mask, of this generation
 };
 
-} // namespace kvi::diag::impl
+} // namespace foundation

@@ -10,7 +10,7 @@
 #include <limits>
 #include <vector>
 
-namespace str::impl
+namespace foundation
 {
 namespace
 {
@@ -316,4 +316,4 @@ std::string Decimal::General(long most) const
     return text.append(size.size() < 2 ? "0" : "").append(size);
 }
 
-} // namespace str::impl
+} // namespace foundation

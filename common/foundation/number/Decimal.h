@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace str::impl
+namespace foundation
 {
 
 /// What happens to the digits after the last one kept.
@@ -42,4 +42,4 @@ struct Decimal
     std::string General(long most) const;
 };
 
-} // namespace str::impl
+} // namespace foundation

@@ -9,7 +9,7 @@
 #include <emmintrin.h>
 #include <limits>
 
-namespace str::impl
+namespace foundation
 {
 namespace
 {
@@ -335,4 +335,4 @@ void AppendScientific(std::string& text, double value, int decimals)
         AppendExact(text, value, std::chars_format::scientific, decimals);
 }
 
-} // namespace str::impl
+} // namespace foundation

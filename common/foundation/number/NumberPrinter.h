@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-namespace str::impl
+namespace foundation
 {
 
 /// What str::is_space gives, inline for the loops that read numbers: the characters with Unicode's
@@ -51,4 +51,4 @@ void AppendSignificant(std::string& text, double value, int digits);  // "%.*g"
 void AppendScientific(std::string& text, double value, int decimals); // "%.*e"
 /// @}
 
-} // namespace str::impl
+} // namespace foundation

@@ -1,7 +1,7 @@
 #include "platform/platform_file.h"
 
 #include "platform/platform_path.h"
-#include "platform/posix/posix_path_impl.h"
+#include "platform/posix/SystemPath.h"
 
 #include <cerrno>
 #include <cstdlib>

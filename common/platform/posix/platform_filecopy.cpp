@@ -1,6 +1,6 @@
 #include "platform/platform_file.h"
-#include "platform/posix/posix_draft_impl.h"
-#include "platform/posix/posix_path_impl.h"
+#include "platform/posix/Draft.h"
+#include "platform/posix/SystemPath.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "platform/platform_filetree.h"
 
-#include "platform/posix/posix_file_impl.h"
-#include "platform/posix/posix_path_impl.h"
+#include "platform/posix/Descriptor.h"
+#include "platform/posix/SystemPath.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "platform/platform_folders.h"
 
-#include "platform/posix/posix_folders_impl.h"
-#include "platform/posix/posix_path_impl.h"
+#include "platform/posix/ConfigurationFolder.h"
+#include "platform/posix/SystemPath.h"
 
 #include <array>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "platform/platform_inputfile.h"
 
-#include "platform/posix/posix_path_impl.h"
+#include "platform/posix/SystemPath.h"
 
 #include <cerrno>
 

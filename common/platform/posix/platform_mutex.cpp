@@ -13,8 +13,8 @@
 
 #include "platform/platform_park.h"
 #include "platform/platform_unload.h"
-#include "platform/posix/platform_names_impl.h"
-#include "platform/posix/posix_lockfile_impl.h"
+#include "platform/posix/LockFile.h"
+#include "platform/posix/SharedNames.h"
 
 #include <cerrno>
 #include <map>
@@ -93,7 +93,7 @@ void PassOn(State& state)
 
 std::shared_ptr<LockFile> OpenLockFile(uid_t user)
 {
-    const Descriptor folder = impl::UserFolder(user);
+    const Descriptor folder = posix::UserFolder(user);
     if (!folder.IsOpen())
         return nullptr;
     Descriptor file(::openat(folder.Number(), "locks",
@@ -298,14 +298,14 @@ bool RangeMutex::Release()
 std::shared_ptr<NamedMutex> Find(const std::wstring& name, bool mustExist)
 {
     const uid_t user = ::geteuid();
-    const std::string safe = impl::SafeName(name);
+    const std::string safe = posix::SafeName(name);
     const std::lock_guard guard(NamedObjectsLock());
     std::shared_ptr<State>& entry = States()[std::to_string(user) + "-" + safe];
     if (!entry)
     {
         auto state = std::make_shared<State>();
         state->key = std::to_string(user) + "-" + safe;
-        state->base = static_cast<off_t>(impl::NumberOf(safe)) * kBytes;
+        state->base = static_cast<off_t>(posix::NumberOf(safe)) * kBytes;
         state->file = FileOf(user);
         off_t other = 0;
         bool usable = state->file != nullptr;

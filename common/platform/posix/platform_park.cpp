@@ -1,6 +1,6 @@
 #include "platform/platform_park.h"
 
-#include "platform/posix/platform_futex_impl.h"
+#include "platform/posix/Futex.h"
 
 #include <climits>
 #include <linux/futex.h>
@@ -13,7 +13,7 @@
 
 namespace platform
 {
-namespace impl
+namespace posix
 {
 namespace
 {
@@ -75,40 +75,40 @@ void FutexWake(std::atomic<std::uint32_t>& word, int threads)
     ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, threads, nullptr, nullptr, 0);
 }
 
-} // namespace impl
+} // namespace posix
 
 Parking::Parking() = default;
 Parking::~Parking() = default;
 
 bool Parking::Sleep(std::uint32_t milliseconds)
 {
-    const impl::Deadline deadline(milliseconds);
+    const posix::Deadline deadline(milliseconds);
     for (;;)
     {
         if (awake_.exchange(0, std::memory_order_acquire) != 0)
             return true;
         if (deadline.Passed())
             return false;
-        impl::FutexWait(awake_, 0, deadline);
+        posix::FutexWait(awake_, 0, deadline);
     }
 }
 
 void Parking::Wake()
 {
     if (awake_.exchange(1, std::memory_order_release) == 0)
-        impl::FutexWake(awake_);
+        posix::FutexWake(awake_);
 }
 
 bool SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value, std::uint32_t milliseconds)
 {
-    const impl::Deadline deadline(milliseconds);
-    impl::FutexWait(word, value, deadline);
+    const posix::Deadline deadline(milliseconds);
+    posix::FutexWait(word, value, deadline);
     return !deadline.Passed();
 }
 
-void WakeOne(std::atomic<std::uint32_t>& word) { impl::FutexWake(word); }
+void WakeOne(std::atomic<std::uint32_t>& word) { posix::FutexWake(word); }
 
-void WakeAll(std::atomic<std::uint32_t>& word) { impl::FutexWake(word, INT_MAX); }
+void WakeAll(std::atomic<std::uint32_t>& word) { posix::FutexWake(word, INT_MAX); }
 
 bool HasProcessBarrier()
 {

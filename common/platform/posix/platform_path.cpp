@@ -2,7 +2,7 @@
 
 #include "platform/platform_folders.h"
 #include "platform/platform_utf8.h"
-#include "platform/posix/posix_path_impl.h"
+#include "platform/posix/SystemPath.h"
 
 #include <climits>
 

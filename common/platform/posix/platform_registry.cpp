@@ -1,7 +1,7 @@
 #include "platform/platform_registry.h"
 
 #include "platform/platform_utf8.h"
-#include "platform/posix/posix_registry_impl.h"
+#include "platform/posix/RegistryStore.h"
 
 #include <algorithm>
 #include <cerrno>

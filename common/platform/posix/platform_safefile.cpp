@@ -1,7 +1,7 @@
 #include "platform/platform_safefile.h"
 
-#include "platform/posix/posix_draft_impl.h"
-#include "platform/posix/posix_path_impl.h"
+#include "platform/posix/Draft.h"
+#include "platform/posix/SystemPath.h"
 
 #include <cerrno>
 

@@ -1,9 +1,9 @@
 // Named semaphores: a pipe with a name, in which every byte is one count. The kernel gives and
 // takes bytes whole, whoever dies, and the content goes with the last process that has it open.
 
-#include "platform/posix/platform_names_impl.h"
-#include "platform/posix/platform_wait_impl.h"
-#include "platform/posix/posix_lockfile_impl.h"
+#include "platform/posix/LockFile.h"
+#include "platform/posix/SharedNames.h"
+#include "platform/posix/Waitable.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -177,10 +177,10 @@ WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count)
     if (count <= 0 || count > kMostCounts)
         return nullptr;
     const uid_t user = ::geteuid();
-    const posix::Descriptor folder = impl::UserFolder(user);
+    const posix::Descriptor folder = posix::UserFolder(user);
     if (!folder.IsOpen())
         return nullptr;
-    const std::string leaf = "semaphore-" + impl::SafeName(name);
+    const std::string leaf = "semaphore-" + posix::SafeName(name);
     for (;;)
     {
         if (::mkfifoat(folder.Number(), leaf.c_str(), 0600) != 0 && errno != EEXIST)
@@ -197,7 +197,7 @@ WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count)
             return nullptr;
         }
         auto semaphore = std::make_shared<NamedSemaphore>(std::move(file),
-                                                          impl::UserFolderPath(user) + "/" + leaf);
+                                                          posix::UserFolderPath(user) + "/" + leaf);
         if (semaphore->Join(count))
             return semaphore;
         const int error = errno;

@@ -1,6 +1,6 @@
 #include "platform/platform_folders.h"
-#include "platform/posix/posix_file_impl.h"
-#include "platform/posix/posix_path_impl.h"
+#include "platform/posix/Descriptor.h"
+#include "platform/posix/SystemPath.h"
 
 #include <cerrno>
 #include <string>

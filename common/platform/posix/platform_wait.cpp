@@ -2,9 +2,9 @@
 
 #include "platform/platform_fork.h"
 #include "platform/platform_unload.h"
-#include "platform/posix/platform_futex_impl.h"
-#include "platform/posix/platform_wait_impl.h"
-#include "platform/posix/posix_file_impl.h"
+#include "platform/posix/Descriptor.h"
+#include "platform/posix/Futex.h"
+#include "platform/posix/Waitable.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,7 +18,7 @@
 
 namespace platform
 {
-namespace impl
+namespace posix
 {
 
 constexpr std::uint32_t kAsleep = 0;
@@ -34,13 +34,13 @@ struct Waiter
     int wakeDescriptor = -1;                      // where the thread sleeps in a poll
 };
 
-} // namespace impl
+} // namespace posix
 
 namespace
 {
 
-using impl::Deadline;
-using impl::Waiter;
+using posix::Deadline;
+using posix::Waiter;
 
 std::mutex& Lock()
 {
@@ -125,7 +125,7 @@ void Offer(Waitable& object)
     {
         if (object.count == 0)
             return;
-        if (waiter->released.load(std::memory_order_relaxed) != impl::kAsleep)
+        if (waiter->released.load(std::memory_order_relaxed) != posix::kAsleep)
             continue;
         const int taken = TryTake(waiter->objects, waiter->count, waiter->all);
         if (taken < 0)
@@ -133,7 +133,7 @@ void Offer(Waitable& object)
         waiter->released.store(static_cast<std::uint32_t>(taken) + 1, std::memory_order_release);
         // The waiter needs the lock to leave, so it is still there.
         if (waiter->wakeDescriptor < 0)
-            impl::FutexWake(waiter->released);
+            posix::FutexWake(waiter->released);
         else
             (void)::eventfd_write(waiter->wakeDescriptor, 1);
     }
@@ -203,7 +203,7 @@ int Wait(const WaitHandle* objects, std::size_t count, bool all, std::uint32_t m
         if (polls)
             sound = SleepInPoll(waiter, deadline);
         else
-            impl::FutexWait(waiter.released, impl::kAsleep, deadline);
+            posix::FutexWait(waiter.released, posix::kAsleep, deadline);
         lock.lock();
         // Released counts also when the time has run out meanwhile: the signal is used up.
         if (const auto released = waiter.released.load(std::memory_order_acquire))

@@ -1,6 +1,6 @@
 #include "platform/platform_file.h"
-#include "platform/windows/windows_file_impl.h"
-#include "platform/windows/windows_path_impl.h"
+#include "platform/windows/FileHandle.h"
+#include "platform/windows/SystemPath.h"
 
 namespace platform
 {

@@ -1,7 +1,7 @@
 #include "platform/platform_filetree.h"
 
-#include "platform/windows/windows_file_impl.h"
-#include "platform/windows/windows_path_impl.h"
+#include "platform/windows/FileHandle.h"
+#include "platform/windows/SystemPath.h"
 
 #include <vector>
 

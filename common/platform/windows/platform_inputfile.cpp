@@ -1,6 +1,6 @@
 #include "platform/platform_inputfile.h"
 
-#include "platform/windows/windows_path_impl.h"
+#include "platform/windows/SystemPath.h"
 
 #include <algorithm>
 

@@ -2,8 +2,8 @@
 
 #include "platform/platform_file.h"
 #include "platform/platform_path.h"
-#include "platform/windows/windows_file_impl.h"
-#include "platform/windows/windows_path_impl.h"
+#include "platform/windows/FileHandle.h"
+#include "platform/windows/SystemPath.h"
 
 #include <algorithm>
 

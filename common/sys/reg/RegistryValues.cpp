@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace sys::reg::impl
+namespace sys::reg
 {
 namespace
 {
@@ -80,4 +80,4 @@ gtl::status Failure(unsigned long error, std::wstring_view call)
     return error == 0 ? gtl::status() : KviError::err_sysserv(call, KVISysMsg(error));
 }
 
-} // namespace sys::reg::impl
+} // namespace sys::reg

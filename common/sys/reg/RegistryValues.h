@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace sys::reg::impl
+namespace sys::reg
 {
 
 /// Order of names, and who tells of damage.
@@ -26,4 +26,4 @@ std::string NumberBytes(int value);
 /// Ok for 0; an error of the system with the name of its call.
 gtl::status Failure(unsigned long error, std::wstring_view call);
 
-} // namespace sys::reg::impl
+} // namespace sys::reg

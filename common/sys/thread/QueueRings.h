@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-namespace sys::thread::impl
+namespace sys::thread
 {
 
 /// The queue, over a System that gives it words in shared memory, beds and barriers; the tests put
@@ -217,4 +217,4 @@ private:
     alignas(kLine) std::size_t last_ = 0;
 };
 
-} // namespace sys::thread::impl
+} // namespace sys::thread

@@ -12,7 +12,7 @@
 #include <numeric>
 #include <vector>
 
-namespace sys::thread::impl
+namespace sys::thread
 {
 
 /// Slots for the items of one writer, in one block; small items share cache lines. A slot that had
@@ -111,4 +111,4 @@ private:
     unsigned ahead_ = 0;
 };
 
-} // namespace sys::thread::impl
+} // namespace sys::thread

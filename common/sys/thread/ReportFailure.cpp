@@ -3,7 +3,7 @@
 #include "foundation/KviError.h"
 #include "foundation/kvidbg.h"
 
-namespace sys::thread::impl
+namespace sys::thread
 {
 
 void ReportFailure(std::wstring_view function)
@@ -13,4 +13,4 @@ void ReportFailure(std::wstring_view function)
     KVI_LOG(kvi::diag::error, kCategory, failure.as_wstring());
 }
 
-} // namespace sys::thread::impl
+} // namespace sys::thread

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace sys::thread::impl
+namespace sys::thread
 {
 
 /// Logs that the system function @p function failed, with the thread's last system error.
@@ -17,4 +17,4 @@ inline std::uint32_t Milliseconds(unsigned long time)
     return time < 0xffffffff ? static_cast<std::uint32_t>(time) : 0xffffffff;
 }
 
-} // namespace sys::thread::impl
+} // namespace sys::thread

@@ -24,7 +24,7 @@ unsigned Slots(unsigned seed) { return 2 + seed % 7; }
 Outcome Transfer(unsigned seed, int writers, int items, bool barrier = true)
 {
     SimulatedMachine machine(seed, barrier);
-    sys::thread::impl::QueueRings<SimulatedMachine> rings(machine);
+    sys::thread::QueueRings<SimulatedMachine> rings(machine);
     Outcome outcome{false, 0, 0, std::vector<std::vector<int>>(std::size_t(writers))};
     std::vector<std::function<void()>> programs;
     for (int w = 0; w < writers; ++w)
@@ -75,7 +75,7 @@ TEST(QueueRings, LetWritersInWhenTheReaderPopsNoMore)
         for (unsigned pops = 1; pops <= Slots(seed) / 2; ++pops)
         {
             SimulatedMachine machine(seed);
-            sys::thread::impl::QueueRings<SimulatedMachine> rings(machine);
+            sys::thread::QueueRings<SimulatedMachine> rings(machine);
             SimulatedMachine::Word clock(machine);
             rings.AddWriter(Slots(seed), 4);
             const auto writer = [&] {

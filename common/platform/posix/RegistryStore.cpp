@@ -1,12 +1,13 @@
+#include "platform/posix/RegistryStore.h"
+
 #include "platform/platform_env.h"
 #include "platform/platform_fork.h"
 #include "platform/platform_text.h"
 #include "platform/platform_utf8.h"
-#include "platform/posix/posix_draft_impl.h"
-#include "platform/posix/posix_folders_impl.h"
-#include "platform/posix/posix_lockfile_impl.h"
-#include "platform/posix/posix_path_impl.h"
-#include "platform/posix/posix_registry_impl.h"
+#include "platform/posix/ConfigurationFolder.h"
+#include "platform/posix/Draft.h"
+#include "platform/posix/LockFile.h"
+#include "platform/posix/SystemPath.h"
 
 #include <cerrno>
 #include <cstring>

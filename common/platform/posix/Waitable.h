@@ -9,7 +9,7 @@
 namespace platform
 {
 
-namespace impl
+namespace posix
 {
 struct Waiter;
 }
@@ -40,7 +40,7 @@ struct Waitable
     // Of events and semaphores, behind the one lock of all waits:
     std::int32_t count = 0; ///< 0 or 1 for events
     std::int32_t maximum = 1;
-    std::vector<impl::Waiter*> waiters; ///< in the order they came
+    std::vector<posix::Waiter*> waiters; ///< in the order they came
     // Of descriptors:
     int descriptor = -1;
     bool owned = false;

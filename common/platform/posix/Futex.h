@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <time.h>
 
-namespace platform::impl
+namespace platform::posix
 {
 
 /// A moment of the monotonic clock; none is "without limit".
@@ -27,4 +27,4 @@ void FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t value, const Dead
 /// Wakes up to @p threads that sleep on @p word.
 void FutexWake(std::atomic<std::uint32_t>& word, int threads = 1);
 
-} // namespace platform::impl
+} // namespace platform::posix

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "platform/platform_registry.h"
-#include "platform/posix/posix_file_impl.h"
+#include "platform/posix/Descriptor.h"
 
 #include <cstdint>
 #include <memory>

@@ -2,7 +2,7 @@
 /// A new file that gets its name when it is complete.
 #pragma once
 
-#include "platform/posix/posix_file_impl.h"
+#include "platform/posix/Descriptor.h"
 
 #include <string>
 

@@ -2,7 +2,7 @@
 /// Files on whose ranges this process holds locks.
 #pragma once
 
-#include "platform/posix/posix_file_impl.h"
+#include "platform/posix/Descriptor.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "platform/posix/posix_draft_impl.h"
+#include "platform/posix/Draft.h"
 
 #include <cerrno>
 #include <cstdio>

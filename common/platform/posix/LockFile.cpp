@@ -1,7 +1,8 @@
+#include "platform/posix/LockFile.h"
+
 #include "platform/platform_fork.h"
 #include "platform/platform_park.h"
 #include "platform/platform_unload.h"
-#include "platform/posix/posix_lockfile_impl.h"
 
 #include <algorithm>
 #include <cerrno>

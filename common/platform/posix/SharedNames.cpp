@@ -1,5 +1,6 @@
+#include "platform/posix/SharedNames.h"
+
 #include "platform/platform_utf8.h"
-#include "platform/posix/platform_names_impl.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -9,7 +10,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-namespace platform::impl
+namespace platform::posix
 {
 namespace
 {
@@ -95,4 +96,4 @@ posix::Descriptor UserFolder(uid_t user)
     return posix::Descriptor();
 }
 
-} // namespace platform::impl
+} // namespace platform::posix

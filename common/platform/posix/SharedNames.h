@@ -2,14 +2,14 @@
 /// Names that several processes of one user share.
 #pragma once
 
-#include "platform/posix/posix_file_impl.h"
+#include "platform/posix/Descriptor.h"
 
 #include <cstdint>
 #include <string>
 
 #include <sys/types.h>
 
-namespace platform::impl
+namespace platform::posix
 {
 
 /// A text of at most 80 letters, digits and "-_%" for @p name: different for different names, with
@@ -28,4 +28,4 @@ std::string UserFolderPath(uid_t user);
 /// @returns none, and errno, if it is not a folder that this user alone may enter
 posix::Descriptor UserFolder(uid_t user);
 
-} // namespace platform::impl
+} // namespace platform::posix
