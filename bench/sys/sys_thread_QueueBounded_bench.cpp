@@ -248,7 +248,7 @@ public:
     }
 
 private:
-    platform::Parking bed_;
+    platform::Parker bed_;
     T item_{};
 };
 

@@ -5,8 +5,8 @@
 #include "foundation/MissingValue.h"
 #include "foundation/kvi_export.h"
 
-/// Three coordinates in whatever units the function has; a coordinate is missing when it is
-/// exactly the missing value.
+/// Three coordinates in the units of the function; a coordinate is missing when it is exactly the
+/// missing value.
 struct KVI_API FPOINT
 {
     double x; ///< coordinate x
@@ -23,7 +23,7 @@ struct KVI_API FPOINT
 
 /// Exact equality of all three coordinates.
 KVI_API bool operator==(const FPOINT& a, const FPOINT& b);
-/// By x, then by y; z takes no part.
+/// By x, then by y; z is ignored.
 KVI_API bool operator<(const FPOINT& a, const FPOINT& b);
 
 /// The point whose coordinates are all missing.
@@ -40,7 +40,7 @@ namespace gtl
 template <class T>
 struct equalX;
 
-/// Compares x within 8 significant digits, and at least within 5e-8; y and z take no part. A point
+/// Compares x within 8 significant digits, and at least within 5e-8; y and z are ignored. A point
 /// with a missing coordinate equals nothing, and neither does a NaN x.
 template <>
 struct KVI_API equalX<FPOINT>

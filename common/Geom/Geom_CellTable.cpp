@@ -10,7 +10,7 @@ namespace Geom
 namespace
 {
 
-/// Does what may run out of memory, and reports it.
+/// Runs an action that may run out of memory, and reports that.
 template <class Action>
 gtl::status WithMemory(const Action& action)
 {
@@ -25,12 +25,12 @@ gtl::status WithMemory(const Action& action)
     }
 }
 
-/// Gathers identifiers of cells, each once. Several cells may hold one: those found so far are
-/// sorted out whenever they have doubled, so that memory follows the different ones.
-class Gathering
+/// Collects identifiers of cells, each once. Several cells may hold the same one: duplicates are
+/// removed whenever the list has doubled, so that memory is proportional to the distinct ones.
+class IdCollector
 {
 public:
-    explicit Gathering(std::vector<std::uint32_t>& ids) : ids_(ids) {}
+    explicit IdCollector(std::vector<std::uint32_t>& ids) : ids_(ids) {}
     void Add(const Cell& cell)
     {
         cell.Append(ids_);
@@ -68,7 +68,7 @@ std::pair<double, double> RangeBetween(const Point2D& left, const Point2D& right
     return std::minmax(first, last);
 }
 
-/// Room for the rounding of a coordinate worked out from @p a and @p b.
+/// A bound of the rounding of a coordinate computed from @p a and @p b.
 double RoundingOf(double a, double b) { return (std::fabs(a) + std::fabs(b)) * 0x1p-50; }
 
 /// Least and greatest distance from @p v to the points from @p low to @p high.
@@ -109,7 +109,7 @@ gtl::status CellTable::Assign(std::uint32_t column, std::uint32_t row, std::uint
     return WithMemory([&] { At(column, row).Add(id); });
 }
 
-/// Column by column: the ordinates that the line has within the column tell the rows.
+/// Column by column: the line's range of y within the column gives the rows.
 template <class Visit>
 void CellTable::ForCellsOf(const Line2D& line, const Visit& visit) const
 {
@@ -169,7 +169,7 @@ void CellTable::FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle,
     const double reachX = Precision().halfEpsilon[0] + std::max(0.0, marginX);
     const double reachY = Precision().halfEpsilon[1] + std::max(0.0, marginY);
     const std::uint32_t lastX = x_.Clamped(c.x + r + reachX), lastY = y_.Clamped(c.y + r + reachY);
-    Gathering found(ids);
+    IdCollector found(ids);
     for (std::uint32_t row = y_.Clamped(c.y - r - reachY); row <= lastY; ++row)
         for (std::uint32_t column = x_.Clamped(c.x - r - reachX); column <= lastX; ++column)
         {
@@ -186,7 +186,7 @@ void CellTable::FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle,
 void CellTable::FindAll(std::vector<std::uint32_t>& ids, const std::vector<Line2D>& lines) const
 {
     ids.clear();
-    Gathering found(ids);
+    IdCollector found(ids);
     for (const Line2D& line : lines)
         ForCellsOf(line,
                    [&](std::uint32_t column, std::uint32_t row) { found.Add(At(column, row)); });

@@ -16,19 +16,18 @@
 namespace Geom
 {
 
-/// Answers which lines or circles come near a place: candidates by cell, to be judged by the
-/// caller. A cell holds identifiers that the caller chose, such as the positions of lines in a
-/// vector; a cell itself goes by its column and row, or by its number.
+/// Finds the lines or circles near a location: candidates by cell, to be tested by the caller. A
+/// cell holds identifiers that the caller chose, such as the positions of lines in a vector; a cell
+/// itself is identified by column and row, or by its number.
 ///
-/// Every cell reaches out by the process-wide half-epsilons, so what lies on a boundary within the
-/// tolerance belongs to both cells. Cells are numbered by rows from the lower left:
-/// index = column + NumX() * row. Lines and circles with a NaN, infinite or missing coordinate
-/// touch no cell. A box without width (or height) has cells of no width: whatever lies at it is in
-/// column (row) 0.
+/// Every cell is widened by the process-wide half-epsilons, so objects on a boundary within the
+/// tolerance belong to both cells. Cells are numbered by rows from the lower left: index = column +
+/// NumX() * row. Lines and circles with a NaN, infinite or missing coordinate touch no cell. A box
+/// without width (or height) has cells of zero width: objects at it are in column (row) 0.
 ///
 /// Where memory runs out, what returns a status reports it, and the searches throw std::bad_alloc.
 ///
-/// Threads: any number may read at once while none changes the table or the precision.
+/// Threads: any number may read concurrently while none changes the table or the precision.
 class KVI_API CellTable
 {
 public:
@@ -70,13 +69,13 @@ public:
     /// "No identifier": 4294967295, all bits set.
     static constexpr std::uint32_t MissingID() { return 0xffffffff; }
 
-    /// Drops all cells and makes @p columns x @p rows empty ones over @p extents. Memory is taken
-    /// for the cells, about 32 bytes each, and as they are filled: 4 bytes for each of a few
-    /// identifiers, one bit for each up to the greatest where they are many. So 490,000 cells with
-    /// two lines each take 30 MiB on 64-bit Linux.
+    /// Replaces all cells by @p columns x @p rows empty ones over @p extents. Memory: about 32
+    /// bytes a cell, and when filled 4 bytes for each of a few identifiers, one bit for each up to
+    /// the greatest where they are many. So 490,000 cells with two lines each take 30 MiB on 64-bit
+    /// Linux.
     /// @param extents        the box; one that is empty or not finite gives a table without cells
     /// @param columns, rows  none gives a table without cells, too
-    /// @param maximumId      the greatest identifier to be expected; nothing depends on it
+    /// @param maximumId      the greatest identifier expected; has no effect
     /// @returns an error, with a table without cells, for more cells than MissingID() - 1 or memory
     gtl::status Initialize(const Extents2D& extents, std::uint32_t columns, std::uint32_t rows,
                            std::uint32_t maximumId);
@@ -95,7 +94,7 @@ public:
     /// lies outside.
     const Cell* Find(const Point2D& point) const;
     /// Replaces @p ids by the identifiers in the cells that a circle touches, ascending.
-    /// @param marginX, marginY  distances by which each cell reaches out beyond the half-epsilons
+    /// @param marginX, marginY  distances by which each cell is widened beyond the half-epsilons
     /// @param withInside        true: the disc; false: the rim alone
     /// @throws std::bad_alloc when memory runs out; @p ids are then unspecified
     void FindAll(std::vector<std::uint32_t>& ids, const Circle2D& circle, double marginX,
@@ -119,8 +118,8 @@ public:
     std::uint32_t CellIdxX(std::uint32_t index) const;                    ///< column of a cell
     std::uint32_t CellIdxY(std::uint32_t index) const;                    ///< row of a cell
     /// @{
-    /// A cell by column and row, or by number. For one outside the table an empty cell that is no
-    /// part of it: what is added there is lost.
+    /// A cell by column and row, or by number. For one outside the table an empty cell that is not
+    /// part of it: additions to it are lost.
     Cell& At(std::uint32_t column, std::uint32_t row) { return At(NumberOf(column, row)); }
     /// The same of a constant table.
     const Cell& At(std::uint32_t column, std::uint32_t row) const

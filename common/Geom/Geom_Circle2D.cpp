@@ -42,7 +42,7 @@ Point2D UnitDirection(const Line2D& line)
     return {sized.x / length, sized.y / length};
 }
 
-/// How an infinite line passes a circle.
+/// How an infinite line intersects a circle.
 struct Chord
 {
     Point2D foot; ///< of the perpendicular from the centre, as seen from there
@@ -50,8 +50,8 @@ struct Chord
     bool isMet;   ///< whether the line reaches the rim; else half is 0
 };
 
-/// From differences to the centre and with 100 bits, so that neither the place of the circle nor a
-/// line that hardly cuts it costs digits.
+/// From differences to the centre and with 100 bits, so that neither the position of the circle nor
+/// a nearly tangent line costs digits.
 Chord ChordOf(const Circle2D& circle, const Line2D& line)
 {
     const auto& [centre, radius] = circle;
@@ -65,12 +65,12 @@ Chord ChordOf(const Circle2D& circle, const Line2D& line)
     };
     const geom::Pair ax = difference(a.x, centre.x), ay = difference(a.y, centre.y);
     geom::Pair dx = difference(b.x, a.x), dy = difference(b.y, a.y);
-    const double unit = geom::UnitFactor({dx.high, dy.high}); // only the direction counts
+    const double unit = geom::UnitFactor({dx.high, dy.high}); // only the direction matters
     dx = {dx.high * unit, dx.low * unit};
     dy = {dy.high * unit, dy.low * unit};
     const geom::Pair cross = ax * dy + -(ay * dx), square = dx * dx + dy * dy;
     const geom::Pair r = {radius * factor, 0};
-    // What is left of the square of the radius after that of the distance, times square.
+    // The square of the radius less that of the distance, times square.
     const geom::Pair rest = r * r * square + -(cross * cross);
     const bool isMet = !(rest.high < 0);
     const double out = cross.high / square.high / factor;

@@ -25,7 +25,7 @@ struct Circle2D
     friend bool operator==(const Circle2D&, const Circle2D&) = default;
 };
 
-/// Where a line meets a circle: no point, one, or two.
+/// The points where a line meets a circle: none, one, or two.
 using CircleLinePoints = gtl::fixed_vector<Point2D, 2, 8>;
 
 /// The circle about @p centre through @p edgePoint.
@@ -49,14 +49,14 @@ KVI_API bool CircleIsCollision2D(const Circle2D& a, const Circle2D& b);
 
 /// The points where the rim meets the segment @p line, in the order from its first to its second
 /// point, with the process-wide precision. Two points equal within it are one, the foot of the
-/// perpendicular from the centre, and so is a line that passes the rim within it. A meeting point
-/// just beyond an end is that end when they are equal, or when the end lies on the rim.
+/// perpendicular from the centre, and so is a line that comes that close to the rim. A meeting
+/// point just beyond an end is that end when they are equal, or when the end lies on the rim.
 /// @returns the number of points in @p out
 KVI_API int CircleLineIntersection2D(CircleLinePoints& out, const Circle2D& circle,
                                      const Line2D& line);
 /// The points where the rim meets the infinite line through the ends of @p line; otherwise as
 /// CircleLineIntersection2D. Ends equal within the precision are a point, the first one. Whether
-/// the line reaches the rim is judged with 100 bits, and points are right to a few units in the
+/// the line reaches the rim is decided with 100 bits, and points are right to a few units in the
 /// last place of the larger of their coordinates and the radius.
 /// @returns the number of points in @p out
 KVI_API int CircleInfLineIntersection2D(CircleLinePoints& out, const Circle2D& circle,

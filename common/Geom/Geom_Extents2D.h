@@ -25,16 +25,16 @@ struct Extents2D
 /// Grows @p extents so that it holds @p point; a NaN coordinate changes nothing on its axis.
 KVI_API void ExtentsGrow2D(Extents2D& extents, const Point2D& point);
 
-/// Whether two boxes meet, each side reaching out by the half-epsilon of its axis:
-/// false when b.minX > a.maxX + hx or a.minX - hx > b.maxX, or the same on y; else true. The empty
-/// box meets nothing, not even itself; a NaN bound keeps nothing apart.
+/// Whether two boxes meet, each side widened by the half-epsilon of its axis: false when b.minX >
+/// a.maxX + hx or a.minX - hx > b.maxX, or the same on y; else true. The empty box meets nothing,
+/// not even itself; a NaN bound separates nothing.
 KVI_API bool IsExtentsIntersected2D(const Extents2D& a, const Extents2D& b,
                                     const Precision3D& precision);
 /// Of boxes that meet within the process-wide precision, the larger minimums and smaller maximums,
 /// so its width or height may be zero or a little less; of others, the empty box.
 KVI_API Extents2D ExtentsIntersection2D(const Extents2D& a, const Extents2D& b);
-/// Whether @p b lies strictly inside @p a widened by the half-epsilons. Not symmetric, and meant to
-/// be so: the argument that contains comes first. The empty box lies inside every box.
+/// Whether @p b lies strictly inside @p a widened by the half-epsilons. Deliberately not symmetric:
+/// the containing box comes first. The empty box lies inside every box.
 KVI_API bool ExtentsOverlap2D(const Extents2D& a, const Extents2D& b, const Precision3D& precision);
 
 /// Greatest minus least x; minus infinity for the empty box.

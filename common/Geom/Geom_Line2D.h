@@ -1,5 +1,5 @@
 /// @file
-/// Segments of the plane: their order, and how points lie to them.
+/// Segments of the plane: their order, and the position of points relative to them.
 #pragma once
 
 #include "Geom/Geom_Point.h"
@@ -22,13 +22,13 @@ struct Line2D
 };
 
 /// The tolerant point order with the half-epsilons hx, hy: whether @p p lies clearly left of @p q
-/// (q.x - hx > p.x), or in its column or right of it (q.x + hx >= p.x) and clearly below
-/// (q.y - hy > p.y). It runs in circles: never hand it to a sort or a sorted container.
+/// (q.x - hx > p.x), or in its column or right of it (q.x + hx >= p.x) and clearly below (q.y - hy
+/// > p.y). It has cycles: never use it for sorting or in a sorted container.
 KVI_API bool PointPrecedes2D(const Point2D& p, const Point2D& q, const Precision3D& precision);
 
 /// The segment from @p p1 to @p p2 when p1 precedes p2 in the tolerant order of the process-wide
 /// precision, otherwise from p2 to p1. Points equal within the tolerance are therefore swapped;
-/// that is meant.
+/// that is intended.
 KVI_API Line2D LineGet2D(const Point2D& p1, const Point2D& p2);
 
 /// The least and greatest y of the segment @p a - @p b at the abscissa @p x. A segment is vertical
@@ -39,8 +39,8 @@ KVI_API std::pair<double, double> LineGetY2D(const Point2D& a, const Point2D& b,
 
 /// Whether @p p lies on the segment @p a - @p b: whether the segment meets the box of half-epsilons
 /// about p, sides included. The ends count. No point with a NaN, infinite or missing coordinate is
-/// on a segment, and none is on a segment with one. Polygons, regions and the quadtree have this
-/// rule for what lies on a border.
+/// on a segment, and none is on a segment with one. Polygons, regions and the quadtree use this
+/// rule for points on a border.
 ///
 /// The answer is that of exact arithmetic whenever the coordinates and half-epsilons other than 0
 /// are less than a factor of 1e200 apart in size.

@@ -14,10 +14,11 @@
 namespace Geom
 {
 
-/// A set of lines in the caller's hands; a line's position in it tells it from its copies.
+/// A set of lines owned by the caller; a line is identified by its position in it.
 using LineSet2D = std::vector<Line2D>;
 
-/// An event. Its references are iterators of the caller's set of lines, and as good as they.
+/// An event. Its references are iterators of the caller's set of lines, and valid as long as they
+/// are.
 struct LineEvent2D
 {
     Point2D point;                   ///< where it happens
@@ -26,7 +27,7 @@ struct LineEvent2D
     Point2D point2 = MissingValue<Point2D>(); ///< the other end of an overlap; else missing
 };
 
-/// What happens at an event.
+/// The kind of an event.
 enum class LineEventType : int
 {
     Start = -1,  ///< a line starts: line2 is the set's end, point is exactly line1's first point
@@ -38,7 +39,7 @@ enum class LineEventType : int
 KVI_API LineEventType GetLineEventType2D(const LineSet2D& lines, const LineEvent2D& event);
 
 /// Orders lines by the tolerant order (PointPrecedes2D) of their first points, then of their second
-/// points. That order is not transitive: never hand it to a sort or a sorted container.
+/// points. That order is not transitive: never use it for sorting or in a sorted container.
 class KVI_API less_Line2D
 {
 public:
@@ -74,8 +75,8 @@ private:
 /// line of a meeting before or after it as along the line; all others by the tolerant order of
 /// their points (PointPrecedes2D).
 ///
-/// The order may run in circles, and two meetings that lie on lines of each other may both come
-/// first, or neither: never hand it to a sort or a sorted container.
+/// The order may have cycles, and of two meetings that lie on lines of each other both may come
+/// first, or neither: never use it for sorting or in a sorted container.
 class KVI_API EvLess
 {
 public:
@@ -86,7 +87,7 @@ public:
     bool operator()(const LineEvent2D& a, const LineEvent2D& b) const;
 
 protected:
-    /// Which of two events comes first for lying along a line of the other.
+    /// Which of two events comes first because one lies on a line of the other.
     enum class ESpecialComparison : int
     {
         FirstBefore = -1, ///< the first event

@@ -68,7 +68,7 @@ public:
         {
             const Line2D &line1 = lines_[pair->first], &line2 = lines_[pair->second];
             Point2D point, point2;
-            // Most pairs: every predicate takes a crossing, but the one for overlaps.
+            // Most pairs: every predicate accepts a crossing, except the one for overlaps.
             if (geom::CrossClearly(line1, line2, hx_, hy_, point))
             {
                 if (predicate_ != Coincide)

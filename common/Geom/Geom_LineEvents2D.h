@@ -2,15 +2,15 @@
 /// Where the lines of a set meet: crossings, intersections, overlaps, collisions.
 ///
 /// Every finder tests, in effect, each pair of lines with its predicate at the process-wide
-/// precision, the line that is earlier in the set being line1, and reports each pair that
-/// passes by one event; lines whose end points are not in order are taken as given. Events
-/// are unique under EvEqual and in the order of EvLess. Where that order runs in circles, the
-/// events of the circle are adjacent, in an order that depends on the lines alone.
+/// precision, the line that is earlier in the set being line1, and reports each pair that passes by
+/// one event; lines whose end points are not in order are taken as given. Events are unique under
+/// EvEqual and in the order of EvLess. Where that order has a cycle, the events of the cycle are
+/// adjacent, in an order that depends on the lines alone.
 ///
 /// `events` is replaced. Events refer into the caller's set of lines and remain valid while it is
-/// unchanged. About n log n time for n lines and events; pairs are found on a grid, so lines that
-/// lie close together along their whole length cost a short look at each other. Memory beside the
-/// events: half of theirs, and some hundred bytes a line.
+/// unchanged. About n log n time for n lines and events; pairs are found on a grid, so each pair of
+/// lines that lie close together along their whole length costs a short test. Additional memory:
+/// half of that of the events, and some hundred bytes a line.
 /// @throws std::bad_alloc, std::length_error when the events do not fit
 #pragma once
 
@@ -39,7 +39,7 @@ KVI_API void LineIntersectionEvents2D(std::vector<LineEvent2D>& events, const Li
 /// other.
 KVI_API void LineCoincidentEvents2D(std::vector<LineEvent2D>& events, const LineSet2D& lines);
 
-/// Where two lines collide (LineCollision2D): the first point of contact on the way along line1.
+/// Where two lines collide (LineCollision2D): the first point of contact along line1.
 KVI_API void LineCollisionEvents2D(std::vector<LineEvent2D>& events, const LineSet2D& lines);
 
 } // namespace Geom

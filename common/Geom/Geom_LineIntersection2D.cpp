@@ -39,7 +39,7 @@ double ExactCrossingParameter(const Line2D& u, const Line2D& v)
 }
 
 /// The crossing point of segments that cross, the same bits for every order of the arguments.
-/// Missing when the numbers cannot tell it: beyond the range in which products are exact.
+/// Missing when it cannot be computed: beyond the range in which products are exact.
 Point2D CrossingPoint(const Line2D& line1, const Line2D& line2)
 {
     const geom::OrderedLines ordered(line1, line2);
@@ -61,14 +61,14 @@ Point2D CrossingPoint(const Line2D& line1, const Line2D& line2)
 }
 
 /// Further apart on an axis than the half-epsilon.
-bool AreApart(double a1, double b1, double a2, double b2, double halfEpsilon)
+bool AreDisjoint(double a1, double b1, double a2, double b2, double halfEpsilon)
 {
     const auto [low1, high1] = std::minmax(a1, b1);
     const auto [low2, high2] = std::minmax(a2, b2);
     return low2 - high1 > halfEpsilon || low1 - high2 > halfEpsilon;
 }
 
-/// What two segments have in common.
+/// The common points of two segments.
 struct Contact
 {
     IntersectionType type = IntersectionType::Any; ///< Any: nothing
@@ -94,8 +94,8 @@ Contact ContactOf(const Line2D& u, const Line2D& v, const Precision3D& precision
     const double hx = precision.halfEpsilon[0], hy = precision.halfEpsilon[1];
     if (Point2D point; geom::CrossClearly(u, v, hx, hy, point))
         return {IntersectionType::Crossing, point, point};
-    if (AreApart(u.first.x, u.second.x, v.first.x, v.second.x, hx) ||
-        AreApart(u.first.y, u.second.y, v.first.y, v.second.y, hy) ||
+    if (AreDisjoint(u.first.x, u.second.x, v.first.x, v.second.x, hx) ||
+        AreDisjoint(u.first.y, u.second.y, v.first.y, v.second.y, hy) ||
         !AreUsable({u.first, u.second, v.first, v.second}))
         return {};
     const int v1 = SideOf(u.first, u.second, v.first, hx, hy);

@@ -21,21 +21,21 @@ enum class IntersectionType : int
     Any = 0,      ///< every common point
     Crossing = 1, ///< a proper crossing: no end lies on the other segment
     Touching = 2, ///< one point, where an end lies on the other segment
-    Overlap = 3   ///< a stretch
+    Overlap = 3   ///< a common piece
 };
 
 /// The common points of the segments @p a1 - @p b1 and @p a2 - @p b2.
 ///
-/// The ends that lie on the other segment decide: none, and the segments cross or are apart; all
-/// equal within the tolerance, and they touch in one point; otherwise they overlap from one such
-/// end to another. A crossing point is rounded into the box of both segments.
+/// The ends that lie on the other segment decide: if there are none, the segments cross or are
+/// disjoint; if all are equal within the tolerance, they touch in one point; otherwise they overlap
+/// from one such end to another. A crossing point is rounded into the box of both segments.
 /// @param out1  the common point, or the lower-left end of the overlap; missing when there is none
 /// @param out2  the other end of the overlap, or missing
 /// @returns 0 for none, 1 for one point (crossing or touching), 2 for an overlap
 KVI_API int LineIntersection2D(Point2D& out1, Point2D& out2, const Point2D& a1, const Point2D& b1,
                                const Point2D& a2, const Point2D& b2, const Precision3D& precision);
-/// The first point of LineIntersection2D with the process-wide precision, if what the segments have
-/// in common is of @p type; otherwise missing.
+/// The first point of LineIntersection2D with the process-wide precision if the intersection is of
+/// @p type; otherwise missing.
 KVI_API Point2D LineIntersection2D(const Point2D& a1, const Point2D& b1, const Point2D& a2,
                                    const Point2D& b2, IntersectionType type);
 /// The intersection of the infinite lines through @p a1, @p b1 and through @p a2, @p b2. Missing

@@ -1,5 +1,5 @@
 /// @file
-/// The lines that a sweep over x has under its hand, in the order of their y.
+/// The active lines of a sweep over x, in the order of their y.
 #pragma once
 
 #include "Geom/Geom_LineEvent.h"
@@ -13,7 +13,7 @@
 namespace Geom
 {
 
-/// Lines of a caller's set, each at most once, asked for their y at an abscissa.
+/// Lines of a caller's set, each at most once, with queries of their y at an abscissa.
 ///
 /// A line has a y where the abscissa lies between its ends, or up to the half-epsilon beyond one;
 /// a line no wider than the half-epsilon is vertical and has a range of y. The caller's set must
@@ -34,7 +34,7 @@ public:
     /// All of @p lines.
     LineLayer2D(const LineSet2D& lines, const Precision3D& precision);
 
-    /// @returns whether @p line is new to the layer; a line that is not stays as it is
+    /// @returns whether @p line is new to the layer; otherwise nothing changes
     bool Insert(Reference line);
     /// @returns whether @p line was in the layer
     bool Erase(Reference line);
@@ -46,7 +46,7 @@ public:
     std::pair<double, double> GetY(double x) const;
     /// The lines that have a y at the abscissa @p x, from the lowest to the highest: by the middle
     /// of the line's range there, equal ones by position in the set. The order is exact, without
-    /// tolerance, so that it is one.
+    /// tolerance, so that it is a strict weak order.
     std::vector<Reference> GetOrder(double x) const;
 
 private:

@@ -11,7 +11,7 @@
 namespace Geom
 {
 
-/// What a line of the first set and one of the second have in common, by LineIntersection2D.
+/// The intersection of a line of the first set and one of the second, by LineIntersection2D.
 struct LineMeeting2D
 {
     std::uint32_t first;  ///< position of the line in the first set
@@ -23,10 +23,10 @@ struct LineMeeting2D
 };
 
 /// Finds where the lines of @p first meet those of @p second: each pair with a common point once,
-/// as LineIntersection2D with @p precision tells it. Meetings within a set cost nothing.
+/// as determined by LineIntersection2D with @p precision. Meetings within a set cost nothing.
 ///
 /// @p meetings is replaced; it is ordered by the line of the first set, then along that line, then
-/// by the line of the second set. So for a single line it gives what the line passes, in order.
+/// by the line of the second set. So for a single line it gives the lines that it meets, in order.
 /// About n log n time for n lines and meetings; linear where one set has up to 200 lines. Memory:
 /// some hundred bytes a line.
 /// @code

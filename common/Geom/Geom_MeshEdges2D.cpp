@@ -25,7 +25,7 @@ struct Lists
 {
     std::vector<std::uint32_t> starts, items;
 
-    /// @param each  calls add(key, item) for everything, the same things whenever it is called
+    /// @param each  calls add(key, item) for all items, the same ones at every call
     template <class Each>
     void Make(std::size_t keys, const Each& each)
     {
@@ -162,7 +162,7 @@ private:
                    hy < kGreatest;
         if (!hasGrid_ || members.empty())
             return;
-        // Lines may reach as far again as the mesh, many times over; others are compared with all.
+        // Lines may extend many times as far as the mesh; longer ones are compared with all edges.
         reach_ = 1024 * std::max({most.x, most.y, hx, hy});
         tolerance_ = geom::GridTolerance::For({reach_, reach_}, hx, hy);
         grid_.Lay(lines, members, tolerance_, {-kGreatest, kGreatest, -kGreatest, kGreatest},
@@ -244,7 +244,8 @@ private:
         return kNone;
     }
 
-    /// The elements before, between and past the hits: those that hold the middle of each piece.
+    /// The elements before, between and after the hits: those that contain the middle of each
+    /// piece.
     void AddElements(std::vector<MeshHit2D>& hits, const Line2D& line) const
     {
         const auto between = [](const Point2D& a, const Point2D& b) {

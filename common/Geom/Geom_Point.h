@@ -31,12 +31,12 @@ struct Point3D
     friend bool operator==(const Point3D&, const Point3D&) = default;
 };
 
-/// Whether a coordinate is missing: how an operation says that there is no such point.
+/// Whether a coordinate is missing, which operations return for "no such point".
 KVI_API bool IsMissing2D(const Point2D& point);
 
 /// Whether on x and on y the coordinates are exactly equal or differ by at most the axis's
 /// half-epsilon, the difference taken as a double: -1e-5 and 4e-5 are 5e-5 apart. A NaN coordinate
-/// is never equal. Not transitive: no order goes with it.
+/// is never equal. Not transitive: no order is consistent with it.
 KVI_API bool IsEqual2D(const Point2D& a, const Point2D& b, const Precision3D& precision);
 /// IsEqual2D on x, y and z.
 KVI_API bool IsEqual3D(const Point3D& a, const Point3D& b, const Precision3D& precision);
@@ -57,7 +57,7 @@ public:
 class less_Point3D : public gtl::engless_point_3D<Point3D, 1, 2, 3>
 {
 public:
-    /// The grid of the process-wide precision of now.
+    /// The grid of the current process-wide precision.
     less_Point3D() : less_Point3D(Precision()) {}
     /// The grid of @p precision.
     explicit less_Point3D(const Precision3D& precision)

@@ -14,7 +14,7 @@ namespace
 {
 
 // Twice an area that equals 0 to eight significant digits, with 5e-8 as the least tolerance: the
-// digits of a larger number never reach down to 0.
+// tolerance of a larger number never includes 0.
 constexpr double kNoArea = 5e-8;
 
 int TurnOf(const Point2D& a, const Point2D& b, const Point2D& c)
@@ -23,7 +23,8 @@ int TurnOf(const Point2D& a, const Point2D& b, const Point2D& c)
 }
 
 /// Twice the area: the sum of x[i] (y[i+1] - y[i-1]). The y differences of a closed ring sum to 0,
-/// so x may be taken from the first point, which keeps the digits of a small ring far out.
+/// so x may be taken from the first point, which keeps the digits of a small ring far from the
+/// origin.
 double DoubleArea(const Point2D* points, std::size_t n)
 {
     if (n < 2)

@@ -2,10 +2,10 @@
 /// Polygons: closed rings of points, their validity, measures and comparison.
 ///
 /// A ring is closed: its last point repeats its first, so a triangle has four points. Counter-
-/// clockwise is the valid direction. Where no precision is asked for, Geom::Precision() rules.
-/// Nothing here crosses rings with themselves: whether edges cross is for LineCrossingEvents2D.
-/// Where memory runs out, PolygonGetLines2D and the functions that judge validity throw
-/// std::bad_alloc, as RegionCheck2D does.
+/// clockwise is the valid direction. Functions without a precision argument use Geom::Precision().
+/// None of them tests whether edges cross; LineCrossingEvents2D does. Where memory runs out,
+/// PolygonGetLines2D and the functions that judge validity throw std::bad_alloc, as RegionCheck2D
+/// does.
 #pragma once
 
 #include "Geom/Geom_Line2D.h"
@@ -28,19 +28,19 @@ KVI_API void PolygonGetLines2D(std::vector<Line2D>& lines, const std::vector<Poi
 /// False for n < 4.
 ///
 /// One vertex decides, so a dent at the bottom that is hardly deeper than the tolerance can make a
-/// sound counter-clockwise ring count as clockwise, and then PolygonIsValid2D as invalid:
-/// (0,0), (10,-1e-9), (10.1,4e-5), (110,0), (110,50), (0,50), (0,0). For the direction of such a
-/// ring ask the sign of PolygonArea2D, for its soundness RegionCheck2D.
+/// valid counter-clockwise ring count as clockwise, and then PolygonIsValid2D as invalid: (0,0),
+/// (10,-1e-9), (10.1,4e-5), (110,0), (110,50), (0,50), (0,0). For the direction of such a ring use
+/// the sign of PolygonArea2D, for its validity RegionCheck2D.
 KVI_API bool PolygonIsCCW2D(const Point2D* points, std::size_t n);
 
-/// Whether no vertex of a counter-clockwise ring turns right; straight vertices are allowed.
-/// A clockwise ring is never convex, meant so. True for n < 2.
+/// Whether no vertex of a counter-clockwise ring turns right; straight vertices are allowed. A
+/// clockwise ring is never convex, by intention. True for n < 2.
 KVI_API bool PolygonIsConvex2D(const Point2D* points, std::size_t n);
 
 /// Whether a ring is valid: at least four points, closed, counter-clockwise, no two vertices
 /// equal within the half-epsilons, and twice its area more than 5e-8 from 0.
 ///
-/// Every pair of vertices counts as compared, wherever they are in the ring; the time is
+/// All pairs of vertices are compared in effect, wherever they are in the ring; the time is
 /// proportional to n (by hashed cells of a few half-epsilons). A ring with a NaN is invalid.
 /// @param points    n points
 /// @param n         their count
@@ -66,20 +66,20 @@ KVI_API double PolygonArea2D(const Point2D* points, std::size_t n);
 /// its outline, for one point the point itself, for none the missing point.
 KVI_API Point2D PolygonCentreOfMass2D(const Point2D* points, std::size_t n);
 
-/// Where a point lies to an area.
+/// The position of a point relative to an area.
 enum class PointLocation : int
 {
     Outside = -1, ///< not in it, and not on its border
-    OnBorder = 0, ///< on an edge of its border as LineContainsPoint2D has it
+    OnBorder = 0, ///< on an edge of its border by LineContainsPoint2D
     Inside = 1    ///< in it, and not on its border
 };
 
-/// Where @p p lies to a ring, in either direction, by the even-odd rule. The border goes first: the
-/// rule is asked only for points on no edge. Nothing lies in or on a ring of which a coordinate is
-/// NaN, infinite or missing, nor does a point with such a coordinate.
+/// The position of @p p relative to a ring of either direction, by the even-odd rule. The border is
+/// tested first: the rule applies only to points on no edge. Nothing lies in or on a ring of which
+/// a coordinate is NaN, infinite or missing, nor does a point with such a coordinate.
 /// @param points     n points; the ring is not closed if its last point does not repeat its first
 /// @param n          their count
-/// @param p          the point asked for
+/// @param p          the query point
 /// @param precision  whose half-epsilons decide what lies on an edge
 KVI_API PointLocation PolygonLocatePoint2D(const Point2D* points, std::size_t n, const Point2D& p,
                                            const Precision3D& precision);

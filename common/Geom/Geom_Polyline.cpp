@@ -15,7 +15,7 @@ Point2D PointAt(const Point2D& p, const Point2D& q, double x)
     return {x, p.y + (q.y - p.y) * (x - p.x) / (q.x - p.x)};
 }
 
-/// Cuts away what lies left of @p x; nothing when no later point lies right of it.
+/// Removes the part left of @p x; nothing when no later point lies right of it.
 void CutFront(Polyline& line, double x)
 {
     const auto right = std::find_if(line.begin() + 1, line.end(),
@@ -27,7 +27,7 @@ void CutFront(Polyline& line, double x)
     line.erase(line.begin(), left);
 }
 
-/// Cuts away what lies right of @p x; nothing when no earlier point lies left of it.
+/// Removes the part right of @p x; nothing when no earlier point lies left of it.
 void CutBack(Polyline& line, double x)
 {
     const auto left = std::find_if(line.rbegin() + 1, line.rend(),

@@ -13,9 +13,9 @@ namespace Geom
 /// Clips two polylines, in place, to their common range of x, with interpolated end points.
 ///
 /// Both are graphs over x; one given from right to left is reversed. Both become empty when either
-/// has fewer than two points or no width, or when the ranges are disjoint or only touch. Points
-/// that lie above one another at a cut are dropped but for the one next to the kept part.
-/// All comparisons are exact, without tolerance. @p a and @p b may be one object.
+/// has fewer than two points or no width, or when the ranges are disjoint or only touch. Of points
+/// above one another at a cut only the one next to the kept part remains. All comparisons are
+/// exact, without tolerance. @p a and @p b may be one object.
 KVI_API void PolylineOverlapIntersect2D(std::vector<Point2D>& a, std::vector<Point2D>& b);
 
 /// Makes @p results hold one copy of @p reference for each polyline of @p others, and clips each

@@ -28,7 +28,7 @@ void Precision3D::Set(const int newDigits[3])
     for (int axis = 0; axis < 3; ++axis)
     {
         digits[axis] = newDigits[axis];
-        // The least int has no negative; its neighbour's power of ten is as infinite.
+        // The least int has no negation; its neighbour's power of ten is infinite as well.
         const int exponent = -std::max(digits[axis], kLeast + 1);
         epsilon[axis] = math::algorithm::FloatCommon<double>::Pow10(exponent);
         halfEpsilon[axis] = epsilon[axis] * 0.5;

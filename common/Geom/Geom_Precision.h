@@ -1,5 +1,5 @@
 /// @file
-/// The tolerance of a computation, and the one that the whole process shares.
+/// The tolerance of a computation, and the process-wide one.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -8,7 +8,7 @@ namespace Geom
 {
 
 /// The tolerance of one computation on the axes x, y, z. Every tolerant test of the geometry uses
-/// the half-epsilons; the digits are there to be read.
+/// the half-epsilons; the digits are informative.
 struct KVI_API Precision3D
 {
     int digits[3] = {4, 4, 4};                  ///< decimal places that count
@@ -21,7 +21,7 @@ struct KVI_API Precision3D
     /// half-epsilon of each axis.
     void Set(const int newDigits[3]);
     /// Multiplies the epsilons by @p factor. Digits become minus the truncation toward zero of
-    /// (log10(epsilon) + 0.5): 3, not 4, for an epsilon of 1e-4. That is meant: digits are
+    /// (log10(epsilon) + 0.5): 3, not 4, for an epsilon of 1e-4. That is intended: digits are
     /// informative, the epsilons are exact. An epsilon of 0 has 2147483647 digits, an infinite one
     /// -2147483647, a negative or NaN one 0.
     void ScaleEpsilon(double factor);

@@ -56,7 +56,8 @@ public:
 
     void Reserve(unsigned expected)
     {
-        const unsigned count = std::min(expected, 1u << 24); // a guess is no reason to fail
+        const unsigned count =
+            std::min(expected, 1u << 24); // a wrong guess must not cause a failure
         nodes_.Reserve(count / 4, count);
         items_.Reserve(count, std::size_t{count} * kUsualPoints);
     }
@@ -176,7 +177,7 @@ private:
                 y_.At(box.minY - y_.Reach()), y_.At(box.maxY + y_.Reach())};
     }
 
-    /// Grows what all items together may reach.
+    /// Grows the box that all items together may reach.
     void Reach(const Extents2D& box)
     {
         ExtentsGrow2D(reached_, {box.minX, box.minY});
@@ -217,7 +218,7 @@ private:
             AddPlaces(places, node.children + q, box);
     }
 
-    /// No more than the distance of a point from what lies in a box.
+    /// A lower bound of the distance of a point from items in a box.
     double LeastDistance(const QuadBox& box, const Point2D& p) const
     {
         const double left = std::max(x_.From(box.minX), reached_.minX);
@@ -252,7 +253,7 @@ private:
     static constexpr std::size_t kUsualPoints = 6; ///< of a quadrangle, closed, with its header
 
     Extents2D extents_;
-    Extents2D reached_; ///< by the items, those outside the tree's box left out
+    Extents2D reached_; ///< by the items, without those outside the tree's box
     unsigned capacity_;
     Precision3D precision_;
     geom::QuadAxis x_, y_;

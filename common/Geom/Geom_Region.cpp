@@ -26,7 +26,7 @@ bool IsUsableRing(const Ring& ring)
     return std::all_of(ring.begin(), ring.end(), geom::IsUsable);
 }
 
-/// What is wrong with a ring as a list of points.
+/// The fault of a ring as a list of points.
 RegionFault2D FaultOfPoints(const Ring& ring, std::size_t number, const Precision3D& precision)
 {
     const auto fault = [number](RegionFlaw flaw, std::size_t edge, const Point2D& place) {
@@ -151,7 +151,7 @@ RegionFault2D RegionCheck2D(const Region2D& region, const Precision3D& precision
         return first;
     if (first = ContactFinder(rings, precision).Find(); !first.IsSound())
         return first;
-    // Without a contact one point of a ring tells where the whole of it lies.
+    // Without a contact one point of a ring decides the position of the whole ring.
     const auto isWithin = [&](const Ring& inner, const Ring& outer) {
         return geom::LocateInRing(outer.data(), outer.size(), inner[0], precision) ==
                PointLocation::Inside;

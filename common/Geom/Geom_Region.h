@@ -21,8 +21,8 @@ struct Region2D
     std::vector<std::vector<Point2D>> holes; ///< rings within it
 };
 
-/// Where @p p lies to a region. The borders go first: a point on an edge of any ring, as
-/// LineContainsPoint2D has it, is on the border; any other is inside when it lies within an odd
+/// The position of @p p relative to a region. Borders are tested first: a point on an edge of any
+/// ring, by LineContainsPoint2D, is on the border; any other is inside when it lies within an odd
 /// number of rings. Of a region with a NaN, infinite or missing coordinate every point is outside.
 /// Time proportional to the points of the region; for many points put regions into a QuadTree2D.
 /// @code
@@ -35,7 +35,7 @@ struct Region2D
 KVI_API PointLocation RegionLocatePoint2D(const Region2D& region, const Point2D& p,
                                           const Precision3D& precision);
 
-/// The area of the outline less those of the holes, each without its sign: the area of a sound
+/// The area of the outline less those of the holes, each without its sign: the area of a valid
 /// region.
 KVI_API double RegionArea2D(const Region2D& region);
 
@@ -53,16 +53,16 @@ enum class RegionFlaw : int
     HoleInHole     ///< a hole is within another one
 };
 
-/// What RegionCheck2D found, and where. Rings are counted from the outline, 0; hole i is i + 1.
+/// The result of RegionCheck2D. Rings are counted from the outline, 0; hole i is i + 1.
 struct RegionFault2D
 {
     RegionFlaw flaw = RegionFlaw::None;      ///< why the region is not sound
     std::size_t ring = 0;                    ///< the ring at fault
     std::size_t otherRing = 0;               ///< the ring that it meets or lies in; else the same
     std::size_t edge = 0;                    ///< its edge or first point at fault, from 0
-    Point2D place = MissingValue<Point2D>(); ///< where; missing when no place tells it
+    Point2D place = MissingValue<Point2D>(); ///< the location; missing when there is none
 
-    /// Whether nothing is wrong.
+    /// Whether there is no fault.
     bool IsSound() const { return flaw == RegionFlaw::None; }
 };
 
@@ -71,9 +71,9 @@ struct RegionFault2D
 /// so within the half-epsilons), every hole within the outline and none within another.
 ///
 /// That rings touch at single points is a fault too, since within the tolerance a touch cannot be
-/// distinguished from a crossing. The fault that is given is the first in the order of RegionFlaw;
-/// among equals that of the lowest ring and edge. About n log n time for n points, and the product
-/// of holes and points.
+/// distinguished from a crossing. The fault reported is the first in the order of RegionFlaw; among
+/// equals that of the lowest ring and edge. About n log n time for n points, and the product of
+/// holes and points.
 KVI_API RegionFault2D RegionCheck2D(const Region2D& region, const Precision3D& precision);
 
 } // namespace Geom

@@ -64,7 +64,7 @@ Point2D VectorRotate2D(const Point2D& v, double angle)
 double CalcAngleInDegreesFromLineEndPts2D(const Point2D& a, const Point2D& b)
 {
     const Point2D d = b * 0.5 - a * 0.5;
-    // Within the nearest quarter to an axis, where the arc tangent is most exact.
+    // In the octant next to an axis, where the arc tangent is most accurate.
     const bool isSteep = std::fabs(d.y) > std::fabs(d.x);
     const double along = isSteep ? d.y : d.x, across = isSteep ? -d.x : d.y;
     if (along == 0 && across == 0)

@@ -1,6 +1,6 @@
 /// @file
 /// Turns, areas, angles and rotations. Angles are radians, counter-clockwise positive, unless the
-/// name says degrees. Sines, cosines and arc tangents are the geometry's own and give the same bits
+/// name says degrees. Sines, cosines and arc tangents are implemented here and give the same bits
 /// on every platform.
 #pragma once
 
@@ -11,7 +11,7 @@
 namespace Geom
 {
 
-/// Which way a path turns.
+/// The direction in which a path turns.
 enum class TurnOrientation : int
 {
     CounterClockwise = -1, ///< left
@@ -27,8 +27,8 @@ KVI_API TurnOrientation VectorTurn2D(const Point2D& a, const Point2D& b, const P
                                      const Precision3D& precision);
 
 /// Twice the signed area of a triangle, (b.x - a.x)(c.y - a.y) - (b.y - a.y)(c.x - a.x): positive
-/// when @p a, @p b, @p c turn counter-clockwise. In plain doubles, for measuring; VectorTurn2D
-/// judges.
+/// when @p a, @p b, @p c turn counter-clockwise. In plain doubles, for measuring; use VectorTurn2D
+/// for decisions.
 KVI_API double TriArea2x2D(const Point2D& a, const Point2D& b, const Point2D& c);
 /// TriArea2x2D times 0.5.
 KVI_API double TriArea2D(const Point2D& a, const Point2D& b, const Point2D& c);

@@ -1,5 +1,5 @@
 /// @file
-/// Orders of points that forgive small differences and still suit sorted containers.
+/// Orders of points that tolerate small differences and are still strict weak orders.
 #pragma once
 
 #include <cmath>
@@ -32,7 +32,7 @@ public:
         return a < b ? -1 : 1;
     }
 
-    /// Cells on either side of 0: beyond 2^50 the division's own rounding would tell.
+    /// Cells on either side of 0: beyond 2^50 the rounding of the division would matter.
     static constexpr double kCells = 1125899906842624.0;
 
 private:
@@ -57,8 +57,8 @@ double engless_coordinate(const Point& point)
 /// Order of points by one axis, then another (1 is x, 2 is y), within a tolerance for x and y.
 ///
 /// "Equal within the tolerance" is not transitive, so no strict weak order can have it as its
-/// equivalence. This order asks instead whether two coordinates round to the same multiple of
-/// twice the tolerance. Equivalent points are each within the tolerance of the same grid point, so
+/// equivalence. This order instead compares the multiples of twice the tolerance to which
+/// coordinates round. Equivalent points are each within the tolerance of the same grid point, so
 /// they lie at most two tolerances apart; points within the tolerance of each other may still fall
 /// into neighbouring cells. For all input it is a strict weak order: infinities and coordinates of
 /// 2^50 cells and more are compared exactly, NaN comes after everything and equals NaN, and a

@@ -22,7 +22,7 @@ datatable::EvaluatorPtr NoEvaluator()
 }
 
 /// Whether @p params can be columns: members of the catalogue, none twice, not too many.
-bool CanBeColumns(const std::vector<DataParamType>& params)
+bool AreValidColumns(const std::vector<DataParamType>& params)
 {
     if (params.size() > kMostColumns)
         return false;
@@ -121,7 +121,7 @@ void DataTable::Init(DataParamType rowKind, const std::vector<DataParamType>& pa
 bool DataTable::Shape(const std::vector<DataParamType>& params, unsigned int rows)
 {
     const bool same = params == columns_;
-    if (!same && !CanBeColumns(params))
+    if (!same && !AreValidColumns(params))
         return false;
     std::vector<DataParamType> columns(params);
     // The old cells are given up only once the new ones are there.
@@ -190,7 +190,7 @@ bool DataTable::ChangeColumns(const std::vector<DataParamType>& params)
     if (params == columns_)
         return true;
     std::vector<double> cells;
-    if (!CanBeColumns(params) || !Resize(cells, rowCount_, params.size()))
+    if (!AreValidColumns(params) || !Resize(cells, rowCount_, params.size()))
         return false;
     // Positions in a new row and in an old one of each quantity that stays.
     std::vector<std::pair<std::size_t, std::size_t>> kept;

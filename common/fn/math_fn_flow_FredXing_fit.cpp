@@ -19,7 +19,7 @@ namespace
 using Vector3 = std::array<double, 3>; // a, n, m
 using Matrix3 = std::array<Vector3, 3>;
 
-constexpr double kGoodEnough = 1e-4; // for the error and for the gradient's sum
+constexpr double kTolerance = 1e-4; // for the error and for the gradient's sum
 constexpr int kMostIterations = 1500;
 constexpr int kMostSteps = 200; // of one refinement
 constexpr int kMostHalvings = 20;
@@ -120,7 +120,7 @@ Matrix3 StartScaling(const Vector3& p, const Vector3& gradient)
     return scaling;
 }
 
-Vector3 Downhill(const Matrix3& scaling, const Vector3& gradient)
+Vector3 DescentDirection(const Matrix3& scaling, const Vector3& gradient)
 {
     Vector3 direction{};
     for (int i = 0; i < 3; ++i)
@@ -186,10 +186,10 @@ int Minimise(const Error& error, Vector3& p)
     {
         const double sum = std::fabs(p[0] * gradient[0]) + std::fabs(p[1] * gradient[1]) +
                            std::fabs(p[2] * gradient[2]);
-        if (!(sum > kGoodEnough && smallest > kGoodEnough))
+        if (!(sum > kTolerance && smallest > kTolerance))
             return std::isfinite(sum) ? iteration : FredXing::NoImprovement;
         const Vector3 before = p, slope = gradient;
-        if (!Search(error, Downhill(scaling, gradient), p, smallest))
+        if (!Search(error, DescentDirection(scaling, gradient), p, smallest))
         {
             if (fresh)
                 return FredXing::NoImprovement;
@@ -269,7 +269,7 @@ int Refine(const Error& error, Vector3& p)
     for (int iteration = 0; iteration < kMostSteps; ++iteration)
     {
         const double before = smallest;
-        if (!(smallest > kGoodEnough) || !StepInLogarithms(error, p, smallest, damping) ||
+        if (!(smallest > kTolerance) || !StepInLogarithms(error, p, smallest, damping) ||
             smallest > before * (1 - 1e-6))
             return iteration;
     }
@@ -282,7 +282,7 @@ int Fit(const Error& error, Vector3& p)
 {
     const int result = Minimise(error, p);
     double smallest = error(p);
-    if (!(smallest > kGoodEnough) || !std::isfinite(smallest))
+    if (!(smallest > kTolerance) || !std::isfinite(smallest))
         return result;
     const Vector3 atStart = p;
     int steps = Refine(error, p);
@@ -299,7 +299,7 @@ int Fit(const Error& error, Vector3& p)
     }
     for (Vector3 start : {Vector3{a, 1, 1}, {a, 3, 1}, {a, 8, 1}, {2 * a, 2, 3}})
     {
-        if (!(smallest > kGoodEnough) || !IsUsable(start))
+        if (!(smallest > kTolerance) || !IsUsable(start))
             break;
         steps += Refine(error, start);
         if (const double found = error(start); found < smallest)

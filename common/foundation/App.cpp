@@ -8,8 +8,8 @@
 
 namespace
 {
-// A child of a fork finds the application object made: it must not wait for a thread that it does
-// not have.
+// A forked child finds the application object constructed: it must not wait for a thread that it
+// does not have.
 constinit platform::ForkHandler forkHandler{platform::ForkRank::text, [] { (void)App::Instance(); },
                                             nullptr, nullptr};
 const bool forkHandled = platform::AddForkHandler(forkHandler);
@@ -110,7 +110,7 @@ void AppImpl::SetResourceModule(void* module)
 
 AppImpl& App::Instance()
 {
-    // Its memory is never given back: it holds nothing, and late callers still find it.
+    // Never destroyed: it owns nothing, and late callers still find it.
     alignas(AppImpl) static unsigned char memory[sizeof(AppImpl)];
     static AppImpl* const app = new (memory) AppImpl;
     return *app;

@@ -1,5 +1,5 @@
 /// @file
-/// What the library asks of the program that hosts it: message texts.
+/// The library's interface to its host program: message texts.
 #pragma once
 
 #include "foundation/gtl_status.h"
@@ -12,9 +12,8 @@
 /// The hosting application as the library sees it.
 ///
 /// Operations are fixed by their position: MessageText is the seventh. There is no virtual
-/// destructor, which would take two positions with some compilers and one with others; nobody
-/// destroys the application through this interface.
-/// Threads: any.
+/// destructor, which would take two positions with some compilers and one with others; the
+/// application is never destroyed through this interface. Threads: any.
 class KVI_API IApp
 {
 public:
@@ -27,7 +26,7 @@ public:
     virtual void* ResourceModule() const = 0;
     /// Full path of that module's file.
     virtual std::wstring ResourceModulePath() const = 0;
-    /// Whether @p module (null is the executable) carries message texts at all.
+    /// Whether @p module (null is the executable) contains message texts.
     virtual bool HasMessages(void* module) const = 0;
     /// Whether the resource module has a text for @p code.
     virtual bool HasMessageText(unsigned code) const = 0;
@@ -60,8 +59,8 @@ public:
     /// Text @p code of another module than the resource module; empty when there is none.
     virtual std::wstring MessageTextOf(void* module, unsigned code) const;
     /// Loads the library @p path, for good, and takes message texts from it.
-    /// @returns ok, or the library's name and the system's reason (code 20503); the resource
-    ///          module is then what it was
+    /// @returns ok, or the library's name and the system's reason (code 20503); the resource module
+    ///          is then unchanged
     virtual gtl::status LoadResourceModule(const std::wstring& path);
     /// Takes message texts from the process's executable again.
     virtual void ResetResourceModule();
@@ -69,17 +68,18 @@ public:
     /// executable. Statuses that exist keep their texts.
     virtual void SetResourceModule(void* module);
 
-    /// Lets a plug-in's own texts be found as well, for codes that the resource module lacks.
+    /// Adds a plug-in's own texts, for codes that the resource module lacks.
     /// @param address  of a function or object in the plug-in
     /// @returns false when no table is found there, or 16 plug-ins are known already
     bool AddTextsOf(const void* address);
-    /// Ends that; to be called before the plug-in is unloaded.
+    /// Removes them; to be called before the plug-in is unloaded.
     void RemoveTextsOf(const void* address);
 
     /// Gives the text for a code, ended by a zero, or null when it has none. The text lasts as long
     /// as the process. Called from any thread; must not throw.
     using TextFunction = const wchar_t* (*)(unsigned code);
-    /// Asks @p function for texts before any module; null asks the modules alone, as at first.
+    /// Makes @p function the first source of texts; null restores the initial state, the modules
+    /// alone.
     void SetTextFunction(TextFunction function);
 
     /// MessageText without a copy: what the module holds for as long as it is loaded.
@@ -90,7 +90,7 @@ public:
 
 private:
     std::atomic<void*> module_;
-    std::atomic<const void*> table_; // where that module keeps its texts
+    std::atomic<const void*> table_; // the texts of that module
     std::atomic<const void*> others_[16]{};
     std::atomic<TextFunction> function_{nullptr};
 };
@@ -99,7 +99,7 @@ private:
 class KVI_API App
 {
 public:
-    /// Made on the first call, on any thread, also by constructors of static objects; it serves
+    /// Made on the first call, on any thread, also by constructors of static objects; it is usable
     /// until the process has ended, so that destructors of static objects may still report.
     static AppImpl& Instance();
 };

@@ -9,9 +9,9 @@
 struct ReadBufSettings
 {
     char comment;   ///< a comment's first character: it and what follows are dropped; 0: none
-    bool stripLd;   ///< take leading blanks (spaces, tabs) off
-    bool stripTr;   ///< take trailing blanks off
-    bool skipBlank; ///< pass over lines that are empty after all this
+    bool stripLd;   ///< remove leading blanks (spaces, tabs)
+    bool stripTr;   ///< remove trailing blanks
+    bool skipBlank; ///< skip lines that are then empty
 };
 
 /// Lines without their trailing blanks: no comments, no line skipped.

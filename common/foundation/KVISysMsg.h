@@ -1,5 +1,5 @@
 /// @file
-/// The operating system's words for its error numbers.
+/// The operating system's texts for its error numbers.
 #pragma once
 
 #include "foundation/kvi_export.h"

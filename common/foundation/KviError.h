@@ -10,11 +10,11 @@
 #include <string_view>
 #include <vector>
 
-/// Every function makes one error. Texts and paths go into its message as they are.
+/// Every function makes one error. Texts and paths are inserted verbatim into its message.
 namespace KviError
 {
 
-/// An error that nothing is known about.
+/// An unspecified error.
 KVI_API gtl::status Undefined();
 /// A service of the library failed.
 KVI_API gtl::status mngsrv();
@@ -34,7 +34,7 @@ KVI_API gtl::status unexpected_exception(std::wstring_view text);
 /// The system function @p service failed; adds the text of the thread's last system error.
 KVI_API gtl::status err_sysserv(std::wstring_view service);
 /// @{
-/// The system function failed, with the caller's own words.
+/// The system function failed, with a reason given by the caller.
 KVI_API gtl::status err_sysserv(std::wstring_view service, std::wstring_view reason);
 /// The system function failed, with two texts of the caller's.
 KVI_API gtl::status err_sysserv(std::wstring_view service, std::wstring_view reason,
@@ -47,7 +47,7 @@ KVI_API gtl::status dll_load(std::wstring_view name, unsigned long number);
 /// thread's last system error unless its number is 0.
 KVI_API gtl::status internal(std::string_view expression, std::string_view file, std::int32_t line);
 
-/// Both messages, a blank line between them, letter for letter.
+/// Both messages, verbatim, with a blank line between them.
 KVI_API gtl::status join(const gtl::status& first, const gtl::status& second);
 /// The message of @p head with those of @p list as a numbered list.
 KVI_API gtl::status compound(const gtl::status& head, const std::vector<gtl::status>& list);
@@ -78,7 +78,7 @@ KVI_API gtl::status open(std::wstring_view path, std::wstring_view reason);
 KVI_API gtl::status file_path_too_long(std::wstring_view path, unsigned limit);
 /// @p path could not be read.
 KVI_API gtl::status read(std::wstring_view path, std::wstring_view reason);
-/// @p from could not get the name @p to.
+/// @p from could not be renamed to @p to.
 KVI_API gtl::status rename(std::wstring_view from, std::wstring_view to, std::wstring_view reason);
 /// @p path is read-only and was not replaced.
 KVI_API gtl::status save_over_readonly(std::wstring_view path);

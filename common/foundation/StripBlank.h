@@ -1,5 +1,5 @@
 /// @file
-/// Blanks and quotes at the ends of a zero-terminated byte text, taken off in place. A blank is a
+/// Removing blanks and quotes at the ends of a zero-terminated byte text in place. A blank is a
 /// space or a tab. No routine writes past the terminating zero.
 #pragma once
 
@@ -12,6 +12,6 @@ KVI_API void StripLdBlank(char* buffer);
 /// @returns the position of that character; -1 when there is none, and the text is empty then
 KVI_API int StripTrBlank(char* buffer);
 
-/// Takes the blanks around a file name off, then one double quote at each end where there is one:
-/// ` "C:\a b.txt" ` becomes `C:\a b.txt`. Quotes inside stay, and so do blanks inside the quotes.
+/// Removes the blanks around a file name, then one double quote at each end where present: ` "C:\a
+/// b.txt" ` becomes `C:\a b.txt`. Quotes inside stay, and so do blanks inside the quotes.
 KVI_API void StripFileNameQuotes(char* buffer);

@@ -1,5 +1,5 @@
 /// @file
-/// A vector of a few items that lives where it is declared.
+/// A vector of a few items with inline storage.
 #pragma once
 
 #include <cassert>
@@ -8,13 +8,13 @@
 namespace gtl
 {
 
-/// Up to Capacity items of a simple type, without memory of its own; aligned to Alignment bytes.
+/// Up to Capacity items of a simple type, without heap memory; aligned to Alignment bytes.
 template <class T, std::size_t Capacity, std::size_t Alignment = alignof(T)>
 class fixed_vector
 {
 public:
     /// @{
-    /// What the standard library asks of a container.
+    /// The member types required of a container.
     using value_type = T;
     /// Type of sizes and positions.
     using size_type = std::size_t;

@@ -9,9 +9,9 @@
 namespace gtl::impl
 {
 
-/// Whether @p text, white space at both ends aside, has no other characters than
-/// "0123456789-+.Ee". Their order and number do not matter: "1-2" is valid, and so is text with
-/// nothing in it. The second argument takes no part.
+/// Whether @p text, white space at both ends aside, has no other characters than "0123456789-+.Ee".
+/// Their order and number do not matter: "1-2" is valid, and so is text with nothing in it. The
+/// second argument is ignored.
 KVI_API bool is_float_valid_from(const std::string& text, bool);
 /// The same for wide text.
 KVI_API bool is_float_valid_from(const std::wstring& text, bool);

@@ -54,7 +54,7 @@ private:
     }
 };
 
-/// The application's template for telling that something is out of its range (code 24389).
+/// The application's message template for a value out of range (code 24389).
 KVI_API std::wstring RangeStatusFormat();
 
 /// An error with that template and the caller's arguments.

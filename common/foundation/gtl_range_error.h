@@ -12,8 +12,8 @@
 namespace gtl::impl
 {
 
-/// Words for a range, and the error for a value outside it. Bounds come as finished texts; the
-/// text of a bound that is not there is not used.
+/// Words for a range, and the error for a value outside it. Bounds come as finished texts; the text
+/// of an absent bound is not used.
 struct KVI_API range_error
 {
     /// What a value must be, such as "greater than 0", for the two kinds of bounds.

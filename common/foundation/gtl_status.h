@@ -12,7 +12,7 @@
 namespace gtl
 {
 
-// Exported here: not every compiler takes the mark beside [[nodiscard]].
+// Exported here: not every compiler accepts the attribute beside [[nodiscard]].
 class KVI_API status;
 
 /// Success, or one error: a message, five argument texts and the place that raised it.
@@ -21,7 +21,7 @@ class KVI_API status;
 /// that its copies share and that never changes.
 ///
 /// Threads: the share count is plain, so a status and its copies belong to one thread at a time.
-/// Hand a status to another thread and keep no copy, or keep polymorphic::DeepCopy of it.
+/// Pass a status to another thread without keeping a copy, or keep a polymorphic::DeepCopy of it.
 /// @code
 /// if (gtl::status opened = Open(path); opened != gtl::status())
 ///     return opened;
@@ -47,7 +47,7 @@ public:
                            std::string_view file, std::int32_t line);
 
     /// @{
-    /// Copies share the details; nothing is allocated. What was moved from is ok.
+    /// Copies share the details; nothing is allocated. A moved-from status is ok.
     inline status(const status& other) noexcept;
     /// Takes over the details; @p other is ok afterwards.
     status(status&& other) noexcept : detail_(std::exchange(other.detail_, nullptr)) {}
@@ -72,7 +72,7 @@ public:
     inline unsigned code() const noexcept;
     /// The record of the error; null for success.
     const detail* details() const noexcept { return detail_; }
-    /// What polymorphic::DeepCopy gives.
+    /// The result of polymorphic::DeepCopy.
     status Duplicate() const;
     /// The finished message; empty for success.
     std::wstring as_wstring() const;
@@ -80,7 +80,7 @@ public:
     void swap(status& other) noexcept { std::swap(detail_, other.detail_); }
 
     /// Equal when both are success, or both errors have equal templates, arguments and places;
-    /// where the application had no text, the codes stand for the templates.
+    /// where the application had no text, the codes are compared instead of the templates.
     friend bool operator==(const status& a, const status& b) noexcept
     {
         return a.detail_ == b.detail_ || SameContents(a.detail_, b.detail_);

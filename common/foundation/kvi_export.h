@@ -1,5 +1,5 @@
 /// @file
-/// The one macro that marks what leaves the library.
+/// The macro that marks exported names.
 #pragma once
 
 /// @def KVI_API

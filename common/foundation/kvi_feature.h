@@ -1,5 +1,5 @@
 /// @file
-/// Switches that the process's environment turns on.
+/// Switches set by environment variables.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -9,10 +9,10 @@
 namespace kvi::feature
 {
 
-/// The value of STRATIVO_DIAG_MODE or, when that is empty, of KVI_DIAG. Read anew at each call.
+/// The value of STRATIVO_DIAG_MODE or, when that is empty, of KVI_DIAG. Read at each call.
 KVI_API std::wstring DiagnosticMode();
 
-/// Whether either variable is set, be it to the empty text.
+/// Whether either variable is set, even if empty.
 KVI_API bool IsDiagnosticMode();
 
 /// Whether KVI_FPUTRAP is set to anything but the empty text and "0".

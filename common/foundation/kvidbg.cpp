@@ -35,8 +35,8 @@ void Deliver(View format, const str::fmt::impl::Argument* args, std::size_t coun
 }
 } // namespace
 
-/// A call of the current sink. What a sink's own work logs goes to the default sink, so that no
-/// sink calls itself without end.
+/// A call of the current sink. Records logged by a sink itself go to the default sink, so that no
+/// sink calls itself endlessly.
 class impl::SinkCall
 {
 public:
@@ -67,7 +67,7 @@ std::string LevelName(int level)
     return {name.begin(), name.end()};
 }
 
-void LogMacroHandler::Hand(const std::wstring& text) const
+void LogMacroHandler::Forward(const std::wstring& text) const
 {
     const impl::SinkCall call;
     call.Sink().Log(record_, text);
@@ -78,7 +78,7 @@ void LogMacroHandler::Send(std::string_view format, const str::fmt::impl::Argume
 {
     const platform::ErrorNumberGuard guard;
     if (LogFilter::Passes(record_.level, record_.mask) && !SendPlain(format, args, count))
-        Deliver(format, args, count, [this](const std::wstring& text) { Hand(text); });
+        Deliver(format, args, count, [this](const std::wstring& text) { Forward(text); });
 }
 
 bool LogMacroHandler::SendPlain(std::string_view format, const str::fmt::impl::Argument* args,
@@ -97,7 +97,7 @@ bool LogMacroHandler::SendPlain(std::string_view format, const str::fmt::impl::A
         str::fmt::impl::Fill(text, format, args, count);
         return !text.Narrowed() && sink->LogPlain(record_, text.View());
     }
-    catch (...) // no memory for it, but the other way may still count the record
+    catch (...) // out of memory, but the other path may still count the record
     {
         return false;
     }
@@ -108,7 +108,7 @@ void LogMacroHandler::Send(std::wstring_view format, const str::fmt::impl::Argum
 {
     const platform::ErrorNumberGuard guard;
     if (LogFilter::Passes(record_.level, record_.mask))
-        Deliver(format, args, count, [this](const std::wstring& text) { Hand(text); });
+        Deliver(format, args, count, [this](const std::wstring& text) { Forward(text); });
 }
 
 void LogMacroHandler::operator()(const std::string& text) const { (*this)("%s", text); }

@@ -65,7 +65,7 @@ public:
         Send(std::wstring_view(format), list, sizeof...(A));
     }
     /// @{
-    /// Logs a finished text: a "%" in it means nothing.
+    /// Logs a finished text: "%" has no special meaning.
     void operator()(const std::string& text) const;
     /// The same for wide text.
     void operator()(const std::wstring& text) const;
@@ -76,15 +76,16 @@ private:
               std::size_t count) const noexcept;
     void Send(std::wstring_view format, const str::fmt::impl::Argument* args,
               std::size_t count) const noexcept;
-    void Hand(const std::wstring& text) const;
-    /// The short way to the default sink, without wide text between; false when it is not open.
+    void Forward(const std::wstring& text) const;
+    /// The fast path to the default sink, without conversion to wide text; false when it is
+    /// unavailable.
     bool SendPlain(std::string_view format, const str::fmt::impl::Argument* args,
                    std::size_t count) const noexcept;
 
     LogRecord record_;
 };
 
-/// "Function: ...\nLine: file(line)", for a text that is to name its place.
+/// "Function: ...\nLine: file(line)", for a text that names its source location.
 KVI_API std::string FormatContext(const char* file, int line, const char* function);
 
 /// @{

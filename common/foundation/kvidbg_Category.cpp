@@ -62,7 +62,7 @@ struct Registry
         return mask;
     }
 
-    /// @param report  set when the name is the first that got no bit
+    /// @param report  set when the name is the first without a bit
     /// @returns whether the name was new
     bool Register(const std::string& lowered, bool& report)
     {
@@ -83,7 +83,7 @@ void ReportEnd(const std::string& name)
 
 using Guard = std::lock_guard<std::mutex>;
 
-// A child of a fork finds the registry made, and its lock free.
+// A forked child finds the registry constructed and its lock free.
 constinit platform::ForkHandler forkHandler{
     platform::ForkRank::text, [] { Registry::Instance().lock.lock(); },
     [] { Registry::Instance().lock.unlock(); }, [] { Registry::Instance().lock.unlock(); }};
@@ -157,7 +157,7 @@ DeclareCategoryMask::DeclareCategoryMask(const std::string& name)
 
 int DeclareCategoryMask::LookUp() const
 {
-    const platform::ErrorNumberGuard guard; // on the way to a record
+    const platform::ErrorNumberGuard guard; // while a record is logged
     const int mask = diag::CategoryMask(*name_);
     mask_.store(mask, std::memory_order_relaxed);
     return mask;

@@ -11,12 +11,12 @@ namespace kvi::diag
 {
 
 /// Registers @p name if it is new, and gives the bits of every registered name that begins with it,
-/// so "Math" selects "Math" and "Math.Solver". Letter case (A to Z) does not count.
+/// so "Math" selects "Math" and "Math.Solver". Case (A to Z) is ignored.
 ///
-/// Names get the bits 4, 8, 16 ... 2^30 in the order they come; 1 and 2 are never given. The 30th
-/// name and every later one is registered without a bit, and the log says so once: bits are never
+/// Names get the bits 4, 8, 16 ... 2^30 in the order they come; 1 and 2 are never assigned. The
+/// 30th name and every later one is registered without a bit, which is logged once: bits are never
 /// shared, the ones already given stay right, and records of a name without a bit pass or fail by
-/// their level alone. The empty name is not registered; it selects every bit given so far.
+/// their level alone. The empty name is not registered; it selects every bit assigned so far.
 /// Threads: any, also while static objects are made and destroyed.
 KVI_API int CategoryMask(const std::string& name);
 
@@ -49,13 +49,13 @@ private:
     mutable std::atomic<int> mask_{kUnknown};
 };
 
-/// The library's own two categories, the first ones of the registry: bits 4 and 8.
+/// The library's two categories, the first of the registry: bits 4 and 8.
 extern KVI_API const DeclareCategoryMask kMathCategory;    ///< "Math"
 extern KVI_API const DeclareCategoryMask kMessageCategory; ///< "Message"
 
 namespace impl
 {
-/// Grows with every new name: a list of names made earlier may have become longer.
+/// Incremented by every new name: a cached list of names may be out of date.
 unsigned CategoryGeneration();
 } // namespace impl
 

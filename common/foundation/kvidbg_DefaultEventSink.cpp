@@ -15,7 +15,7 @@ namespace kvi::diag
 {
 using foundation::Now;
 
-/// All of it under one lock: lines are made and written one after the other.
+/// All under one lock: lines are formatted and written one at a time.
 struct DefaultEventSink::State
 {
     State();
@@ -62,8 +62,8 @@ struct DefaultEventSink::State
     }
 };
 
-/// All sinks of this kind, and what they do around a fork: their locks are free in the child, and
-/// what they had gathered is written by the parent alone.
+/// All sinks of this kind, and their fork handlers: their locks are free in the child, and buffered
+/// lines are written by the parent alone.
 struct impl::SinkFork
 {
     using State = DefaultEventSink::State;
@@ -79,7 +79,7 @@ struct impl::SinkFork
     {
         try
         {
-            (void)EventSink::Default(); // completed, should another thread be making it
+            (void)EventSink::Default(); // completed if another thread is constructing it
         }
         catch (...) // NOLINT(bugprone-empty-catch): no memory; the child may try
         {
@@ -98,8 +98,8 @@ struct impl::SinkFork
     {
         for (State* state = first; state != nullptr; state = state->next)
         {
-            state->output.LeaveToParent();
-            state->errors.LeaveToParent();
+            state->output.DropForParent();
+            state->errors.DropForParent();
         }
         InParent();
     }

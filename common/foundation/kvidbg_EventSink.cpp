@@ -7,11 +7,11 @@ namespace kvi::diag
 {
 namespace
 {
-// Plain values, so they serve before the first constructor and after the last destructor.
+// Plain values, so they are usable before the first constructor and after the last destructor.
 constinit std::atomic<IEventSink*> currentSink{nullptr};
 constinit std::atomic<bool> safeMode{false};
 
-/// At the process's end, writes what the default sink has gathered; later records are written at
+/// At process exit, writes the lines buffered by the default sink; later records are written at
 /// once.
 struct WriteOutAtExit
 {
@@ -41,7 +41,7 @@ DefaultEventSink* EventSink::CurrentDefault()
 {
     const IEventSink* const sink = currentSink.load(std::memory_order_acquire);
     DefaultEventSink& own = DefaultSink();
-    return sink == nullptr || sink == &own ? &own : nullptr; // it may have been registered again
+    return sink == nullptr || sink == &own ? &own : nullptr; // it may have been replaced meanwhile
 }
 
 void EventSink::RegisterInstance(IEventSink* sink)

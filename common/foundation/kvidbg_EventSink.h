@@ -36,13 +36,13 @@ class KVI_API IEventSink
 {
 public:
     virtual ~IEventSink();
-    /// First: writes out what is gathered.
+    /// First: writes buffered records.
     virtual void Flush() = 0;
     /// Second: where later records go.
     virtual void OutputPath(const std::wstring& path) = 0;
-    /// Third: a check failed that should have held.
+    /// Third: reports a failed check.
     virtual void Assertion(const char* expression, const char* file, int line) = 0;
-    /// Fourth: whether records may be gathered (true) or are written one by one (false).
+    /// Fourth: whether records may be buffered (true) or are written one by one (false).
     virtual void Buffered(bool on) = 0;
     /// Fifth: how many records could not be written so far.
     virtual unsigned long long Lost() const = 0;
@@ -65,19 +65,19 @@ public:
 /// A line is `2026-03-04T05:06:07.089Z warning     math 4711 text`: the time (UTC), the level, the
 /// category names as they are registered, in lower case ("-" for none), the thread's number in the
 /// system, the text. Further lines of a text are indented by four spaces; other control characters,
-/// and blanks in category names, are written as \\xNN or \\uNNNN, so nothing in a record looks
-/// like the beginning of another one.
+/// and blanks in category names, are written as \\xNN or \\uNNNN, so no record can imitate the
+/// beginning of another one.
 ///
 /// A line goes to a file in one append: lines of several threads and processes stay whole. A pipe
 /// keeps lines of up to 4,096 bytes whole. A target that fails never stops or ends the caller: the
-/// reason goes to standard error once for a path, records that come meanwhile are counted, and the
+/// reason goes to standard error once for a path, later records are counted meanwhile, and the
 /// first one that can be written again follows a line that says how many were lost. A target that
 /// fails slowly is not tried again for ten times as long as it took. A file that was removed is
 /// created again, with the record that was written meanwhile.
 ///
-/// Buffered, the lines of a file are gathered to 32 KiB, to the next error or Flush, or to the end
-/// of the process; safe mode switches that off. A forked child logs on to the same target; lines
-/// gathered before the fork are the parent's, which writes them.
+/// Buffered, the lines of a file are collected up to 32 KiB, to the next error or Flush, or to the
+/// end of the process; safe mode disables that. A forked child continues with the same target;
+/// lines buffered before the fork are written by the parent.
 class KVI_API DefaultEventSink : public IEventSink
 {
 public:
@@ -94,7 +94,7 @@ public:
 private:
     friend class LogMacroHandler;
     friend struct impl::SinkFork;
-    /// Log for a text of printable ASCII; false, with nothing done, for any other.
+    /// Log for printable ASCII text; false, without effect, for any other.
     bool LogPlain(const LogRecord& record, std::string_view text);
 
     struct State;
@@ -127,14 +127,14 @@ private:
     static DefaultEventSink* CurrentDefault();
 };
 
-/// Counts what passes through and hands it on unchanged.
+/// Counts events and forwards them unchanged.
 class KVI_API CatchErrorEventSink : public IEventSink
 {
 public:
     /// The one instance. The first call puts it in front of the sink that is current then.
     static CatchErrorEventSink& Instance();
 
-    /// @name What was counted since the last Reset
+    /// @name Counts since the last Reset
     unsigned Criticals() const { return criticals_; }   ///< events of level critical
     unsigned Errors() const { return errors_; }         ///< events of level error
     unsigned Assertions() const { return assertions_; } ///< failed checks

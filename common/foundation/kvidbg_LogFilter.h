@@ -23,7 +23,7 @@ enum Level : int
     critical = 4
 };
 
-/// What an unknown level name reads as.
+/// The level of an unknown level name.
 constexpr int kNoLevel = 2147483647;
 
 /// The level named @p name, in any letter case; kNoLevel for any other text.
@@ -37,9 +37,9 @@ struct FilterWord;
 }
 
 /// The process's filter: a record passes when its level is at least the minimum and its category
-/// mask shares a bit with the filter's; a record without category passes by its level alone.
-/// At first: warnings and above (everything in diagnostic mode, see kvi_feature.h), all
-/// categories. Threads: any. Both numbers are one word, so a reader never sees half of a change.
+/// mask shares a bit with the filter's; a record without category passes by its level alone. At
+/// first: warnings and above (everything in diagnostic mode, see kvi_feature.h), all categories.
+/// Threads: any. Both numbers are in one word, so a reader never sees a partial change.
 class KVI_API LogFilter
 {
 public:

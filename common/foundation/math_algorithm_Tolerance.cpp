@@ -13,7 +13,7 @@ namespace
 
 constexpr int kLeastPower = -323, kMostPower = 308;
 
-// Written as literals: a product of tens would round, the compiler's reader does not.
+// Written as literals: products of tens would be rounded, literals are exact to the nearest double.
 constexpr double kPow10[kMostPower - kLeastPower + 1] = {
     1e-323, 1e-322, 1e-321, 1e-320, 1e-319, 1e-318, 1e-317, 1e-316, 1e-315, 1e-314, 1e-313, 1e-312,
     1e-311, 1e-310, 1e-309, 1e-308, 1e-307, 1e-306, 1e-305, 1e-304, 1e-303, 1e-302, 1e-301, 1e-300,

@@ -53,7 +53,7 @@ template <class T>
     const bool isWord = *first > '9';
     if constexpr (std::is_same_v<T, long double>)
     {
-        // The standard library asks the C library here, which on Windows has no such type.
+        // The standard library calls the C library here, which on Windows has no such type.
         if (!isWord)
         {
             Decimal decimal;
@@ -113,7 +113,7 @@ Decimal Shortest(T value)
     return result;
 }
 
-// For what the fast printers leave out. Goes through long double, whatever T is.
+// For values that the fast printers do not handle. Goes through long double, whatever T is.
 template <class T>
 [[gnu::noinline]] std::string ExactText(T value, int count, RoundType round)
 {

@@ -9,9 +9,9 @@
 namespace math
 {
 
-/// How many digits a floating-point text has, and how the exact binary value is brought to them.
-/// What counts is the value itself: 1.005 is held as 1.00499999999999989..., so it never rounds
-/// up to 1.01.
+/// How many digits a floating-point text has, and how the exact binary value is rounded to them.
+/// The value itself decides: 1.005 is held as 1.00499999999999989..., so it never rounds up to
+/// 1.01.
 enum class RoundType
 {
     /// The fewest digits that read back as the same value; the count of digits is not used.

@@ -15,7 +15,7 @@ namespace
 
 using foundation::IsSpace;
 
-// The type whose rules T follows: itself, but 32 bits for the long types on every platform.
+// The type whose rules T follows: T itself, but a 32-bit type for long on every platform.
 template <class T>
 struct Rules
 {

@@ -27,13 +27,13 @@ struct KVI_API ConvertInt
     /// The same for wide text.
     static void from_string(T& value, const std::wstring& text);
 
-    /// Reads as the C library's strtol and wcstol do with a 32-bit long: white space and a sign
-    /// may lead, base 16 allows "0x", base 0 takes the base from the text, and reading stops
-    /// quietly at the first character that is no digit. What does not fit saturates at the ends
-    /// of the signed range, also for the unsigned types, so that 2147483647 is the most they
-    /// can read; the two long long types saturate at the ends of the signed 64-bit range, and the
-    /// types narrower than 32 bits keep the low bits. Empty text gives the failure value; text
-    /// without digits, or a base outside 0 and 2 to 36, gives 0.
+    /// Reads as the C library's strtol and wcstol do with a 32-bit long: white space and a sign may
+    /// lead, base 16 allows "0x", base 0 takes the base from the text, and reading stops without an
+    /// error at the first character that is no digit. What does not fit saturates at the ends of
+    /// the signed range, also for the unsigned types, so that 2147483647 is the most they can read;
+    /// the two long long types saturate at the ends of the signed 64-bit range, and the types
+    /// narrower than 32 bits keep the low bits. Empty text gives the failure value; text without
+    /// digits, or a base outside 0 and 2 to 36, gives 0.
     static void from_string(T& value, const std::string& text, int base);
     /// The same for wide text.
     static void from_string(T& value, const std::wstring& text, int base);

@@ -10,14 +10,14 @@
 namespace math
 {
 
-/// A random-access iterator over every stride-th element of an array. It counts positions and
-/// makes an address only to read or write, so an end beyond the array is harmless.
+/// A random-access iterator over every stride-th element of an array. It counts positions and forms
+/// an address only to read or write, so an end beyond the array is harmless.
 template <class T>
 class strided_iterator
 {
 public:
     /// @{
-    /// What the standard library asks of an iterator.
+    /// The member types required of an iterator.
     using iterator_category = std::random_access_iterator_tag;
     /// Type of the elements.
     using value_type = std::remove_cv_t<T>;

@@ -1,6 +1,6 @@
 /// @file
 /// Text utilities: trimming, replacing, joining, narrow, wide and UTF-8 text, comparison without
-/// case. Each is there for std::string and std::wstring; none depends on a locale.
+/// case. All for std::string and std::wstring; none depends on a locale.
 ///
 /// There is no str::encrypt: the scheme of the texts that exist is not published, another one could
 /// not read them, and secrets are better left to the system's own store.
@@ -25,8 +25,8 @@ KVI_API bool is_space(wchar_t c);
 /// @}
 
 /// @{
-/// Takes white space off both ends, or off one.
-/// Instances of all templates here: std::string, std::wstring.
+/// Removes white space at both ends, or at one. Instances of all templates here: std::string,
+/// std::wstring.
 template <class text>
 KVI_API void trim(text& s);
 /// Removes white space at the beginning.
@@ -37,14 +37,14 @@ template <class text>
 KVI_API void trim_right(text& s);
 /// @}
 
-/// Takes every occurrence of @p what out of @p s, in one pass from the left; what moves together
-/// is not looked at again. An empty @p what changes nothing.
+/// Removes every occurrence of @p what from @p s, in one pass from the left; text that becomes
+/// adjacent is not searched again. An empty @p what changes nothing.
 template <class text>
 KVI_API void erase_all(text& s, const text& what);
 
-/// Puts @p with in the place of every occurrence of @p what, in one pass from the left; what was
-/// put in is not searched, so @p with may contain @p what. An empty @p what changes nothing. Either
-/// may be @p s itself.
+/// Replaces every occurrence of @p what by @p with, in one pass from the left; inserted text is not
+/// searched, so @p with may contain @p what. An empty @p what changes nothing. Either may be @p s
+/// itself.
 template <class text>
 KVI_API void replace_all(text& s, const text& what, const text& with);
 
@@ -53,9 +53,9 @@ template <class text>
 KVI_API text join(const std::vector<text>& parts, const text& separator);
 
 /// @{
-/// Between narrow text in the system's code page (UTF-8 on Linux) and wide text.
-/// What means nothing becomes the code page's replacement character, in wide text mostly U+FFFD;
-/// its neighbours and zeros are kept.
+/// Between narrow text in the system's code page (UTF-8 on Linux) and wide text. Invalid input
+/// becomes the code page's replacement character, in wide text mostly U+FFFD; its neighbours and
+/// zeros are kept.
 KVI_API std::wstring as_wstring(const std::string& narrow);
 /// @param narrow  may be null when @p n is 0
 KVI_API std::wstring as_wstring(const char* narrow, std::size_t n);
@@ -72,9 +72,9 @@ KVI_API u8string as_u8string(const std::wstring& wide);
 /// @}
 
 /// @{
-/// -1, 0 or 1 as @p a comes before, equals or comes after @p b when the case of letters does not
-/// count: characters are compared by the code of their simple case folding (Unicode), the same in
-/// every locale. Narrow text folds A to Z only.
+/// -1, 0 or 1 as @p a comes before, equals or comes after @p b ignoring case: characters are
+/// compared by the code of their simple case folding (Unicode), the same in every locale. Narrow
+/// text folds A to Z only.
 KVI_API int compare_ignore_case(std::string_view a, std::string_view b);
 /// The same for wide text.
 KVI_API int compare_ignore_case(std::wstring_view a, std::wstring_view b);

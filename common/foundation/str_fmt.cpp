@@ -100,7 +100,7 @@ void AppendInteger(Pieces<C>& out, const Token& token, const Argument& value)
     AppendPadded(out, token, head, body, token.zero && !token.left && token.precision < 0);
 }
 
-/// Writes @p magnitude as WriteReal does; null when the fast printers leave it to the exact one.
+/// Writes @p magnitude as WriteReal does; null when the fast printers do not handle it.
 char* WriteFast(char* first, const Token& token, double magnitude, int precision)
 {
     static_assert(kNumberRoom >= foundation::kFastRoom);
@@ -160,7 +160,7 @@ void AppendReal(Pieces<C>& out, const Token& token, double value)
                  token.zero && !token.left && finite);
 }
 
-/// The text cut to the precision; of UTF-16 no half of a character is left.
+/// The text truncated to the precision, without splitting a surrogate pair of UTF-16.
 template <class C>
 std::basic_string_view<C> CutToPrecision(std::basic_string_view<C> text, const Token& token)
 {
@@ -276,7 +276,7 @@ void AppendLiteral(Pieces<C>& out, std::basic_string_view<F> piece)
     }
     else
     {
-        unsigned all = 0; // no early way out: the loop becomes vector code
+        unsigned all = 0; // no early exit: the loop is vectorised
         for (const char c : piece)
             all |= static_cast<unsigned char>(c);
         if (all < 0x80)

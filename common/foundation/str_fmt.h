@@ -1,12 +1,12 @@
 /// @file
 /// The one formatter: message templates, log lines and str::sprintf all go through it.
 ///
-/// A format is text with conversions in the printf manner:
+/// A format is text with conversions as for printf:
 ///
 ///     %[flags][width][.precision][length]conversion
 ///
-/// flags are any of "- + space # 0"; length is one of hh h l ll L q j z t w I I32 I64 and means
-/// nothing, because every argument brings its own type. The conversions:
+/// flags are any of "- + space # 0"; length is one of hh h l ll L q j z t w I I32 I64 and is
+/// ignored, because every argument carries its own type. The conversions:
 ///
 /// | conversion | writes |
 /// |---|---|
@@ -19,12 +19,12 @@
 /// same value; text as it is | | p | an address: 0x and lower-case hexadecimal digits | | %% | a
 /// percent sign; takes no argument |
 ///
-/// The format is never trusted. Whatever is no conversion ("%n", "%*d", "%1$s", a lone "%") is
+/// The format is never trusted. Anything that is no conversion ("%n", "%*d", "%1$s", a lone "%") is
 /// copied as written and takes no argument; so does a conversion that has no argument left.
-/// Arguments left over are not used. An argument that its conversion does not fit is written in its
-/// own form: "%d" of text gives the text, of 1.5 gives 1.5; "%s" of a number gives the number.
-/// Widths are cut at 4096, the precision of a number at 1100. Zeros inside a format or a text are
-/// characters like others. Nothing depends on a locale, and all targets write the same text.
+/// Arguments left over are not used. An argument that does not match its conversion is written in
+/// its default form: "%d" of text gives the text, of 1.5 gives 1.5; "%s" of a number gives the
+/// number. Widths are cut at 4096, the precision of a number at 1100. Zeros inside a format or a
+/// text are ordinary characters. Nothing depends on a locale, and all targets write the same text.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -49,9 +49,9 @@ enum class arg_type
     pointer           ///< p
 };
 
-/// Cuts up to @p max pieces off the front of @p format, each ending with a conversion; the pieces
+/// Takes up to @p max pieces from the front of @p format, each ending with a conversion; the pieces
 /// keep the plain text before it, with "%%" as written. What follows the last piece stays in
-/// @p format, so pieces and rest together are the format as it was.
+/// @p format, so pieces and rest together are the original format.
 /// @param tokens  receives the pieces; room for @p max
 /// @param types   receives what each piece's conversion asks for; room for @p max
 /// @returns the number of pieces. Instances: std::string, std::wstring.

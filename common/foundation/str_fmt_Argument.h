@@ -1,5 +1,5 @@
 /// @file
-/// The formatter's arguments: each brings its own type.
+/// The formatter's arguments: each carries its own type.
 #pragma once
 
 #include "foundation/str_u8string.h"
@@ -17,7 +17,7 @@ class status;
 namespace str::fmt::impl
 {
 
-/// One argument, by reference: what it refers to outlives the call.
+/// One argument, by reference: the object must outlive the call.
 struct Argument
 {
     /// What an argument is.

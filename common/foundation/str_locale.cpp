@@ -63,7 +63,7 @@ std::mutex& Mutex()
     return mutex;
 }
 
-// Records are made once for each number and live as long as the process.
+// Records are created once for each number and live as long as the process.
 const ID::Record* RecordOf(std::uint32_t identifier)
 {
     const std::lock_guard lock(Mutex());
@@ -76,7 +76,7 @@ constexpr std::uint32_t kFrenchCanadian = 0x0c0c;
 std::atomic<const ID*> applicationDefault = nullptr;
 thread_local const ID* threadDefault = nullptr;
 
-// An ID of the same record that lives as long as the process.
+// An ID of the same record with the lifetime of the process.
 const ID* Lasting(const ID& id)
 {
     const std::lock_guard lock(Mutex());
@@ -88,7 +88,7 @@ void BeforeFork()
 {
     try
     {
-        (void)native(); // completed, should another thread be making them
+        (void)native(); // completed if another thread is constructing them
         (void)invariant();
         (void)french_canadian();
     }
@@ -98,7 +98,7 @@ void BeforeFork()
     Mutex().lock();
 }
 
-// A child of a fork finds the locales made, and their lock free.
+// A forked child finds the locales constructed and their lock free.
 constinit platform::ForkHandler forkHandler{platform::ForkRank::text, BeforeFork,
                                             [] { Mutex().unlock(); }, [] { Mutex().unlock(); }};
 const bool forkHandled = platform::AddForkHandler(forkHandler);

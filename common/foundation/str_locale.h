@@ -16,8 +16,8 @@ namespace str::locale
 {
 
 /// A locale, by the 32-bit number that Windows gives it. Copying one copies a pointer. The
-/// separators are asked of the system once, when the first ID of that number is made; the
-/// process's C locale plays no part.
+/// separators are queried from the system once, for the first ID of that number; the process's C
+/// locale is not used.
 ///
 /// Threads: every function here may be called from any thread.
 class KVI_API ID
@@ -97,7 +97,7 @@ enum Type
 };
 } // namespace floatformat
 
-/// The width that is none: text as long as it comes out.
+/// No width: text of its natural length.
 inline constexpr unsigned int kNoWidth = 0xffffffff;
 
 /// @name Writing
@@ -121,7 +121,7 @@ KVI_API gtl::status to_string(std::wstring& text, double value, const ID& id = n
                               floatformat::Type how = floatformat::general);
 /// "true" or "false", in every locale.
 KVI_API gtl::status to_string(std::wstring& text, bool value, const ID& id = native());
-/// Year first, in digits, in every locale: nothing to translate, no day to take for a month.
+/// Year first, in digits, in every locale: nothing to translate, no confusion of day and month.
 KVI_API gtl::status to_string(std::wstring& text, const std::tm& value, const ID& id = native(),
                               format::Type how = format::plain);
 /// Items with the list separator between them, or ";" where that is the decimal separator too.

@@ -49,7 +49,7 @@ std::string Neutral(const std::wstring& text, const ID& id, bool isFloat)
 {
     const ID::Record& record = id.record();
     std::string neutral;
-    std::size_t digits = 0; // of the group that is read; of the whole part only the first is free
+    std::size_t digits = 0; // of the group being read; only the first group may be shorter
     bool whole = true, grouped = false;
     for (std::size_t i = 0; i < text.size();)
     {
@@ -81,7 +81,7 @@ std::string Neutral(const std::wstring& text, const ID& id, bool isFloat)
     return neutral;
 }
 
-// Whether it is written as C writes hexadecimal numbers.
+// Whether it is a hexadecimal number of the C syntax.
 bool IsHex(const std::string& neutral)
 {
     const std::size_t first = !neutral.empty() && (neutral[0] == '-' || neutral[0] == '+');

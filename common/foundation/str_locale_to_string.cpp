@@ -28,7 +28,7 @@ void Group(std::wstring& text, const std::wstring& separator)
             text.insert(at -= 3, separator);
 }
 
-// Takes the finished number over into @p text.
+// Moves the finished number into @p text.
 gtl::status Place(std::wstring& text, std::wstring number, unsigned width)
 {
     if (width != kNoWidth && width > kMostWidth)

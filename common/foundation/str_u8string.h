@@ -11,7 +11,7 @@
 namespace str
 {
 
-/// Narrow text that holds UTF-8. It turns into no std::string by itself, nor out of one, so it
+/// Narrow text that holds UTF-8. It does not convert implicitly to or from std::string, so it
 /// cannot be mixed up with text in the system's code page; as_u8string and as_wstring convert.
 class u8string
 {

@@ -49,7 +49,7 @@ void Refuse(const wchar_t* operation, const wchar_t* reason)
     KVI_LOG(kvi::diag::error, kMath, L"linear program: %s refused: %s", operation, reason);
 }
 
-/// lp_solve crashes when an allocation fails, so this is tried before.
+/// lp_solve crashes when an allocation fails, so allocation is tested before.
 bool HasRoom(unsigned variables)
 {
     constexpr std::size_t kBytes = 256; // of lp_solve per column, rounded up
@@ -77,7 +77,7 @@ public:
                 return L"there is no such variable";
             if (!std::isfinite(term.coefficient))
                 return L"a coefficient is not finite";
-            // Places left from earlier rows do not matter: the column there is another one.
+            // Stale places of earlier rows do no harm: the column there is another one.
             const int column = int(term.variable) + 1;
             const std::size_t place = place_[term.variable];
             if (place < columns_.size() && columns_[place] == column)
@@ -137,7 +137,7 @@ struct Entries
         columns.resize(size);
         coefficients.resize(size);
     }
-    /// lp_solve takes a null pointer for a dense row, also where there are no entries.
+    /// lp_solve interprets a null pointer as a dense row, even without entries.
     int* ColumnsFrom(std::size_t first)
     {
         static int none = 0;
@@ -330,7 +330,7 @@ void CLPProblem::intVar(unsigned i, bool isInteger)
 }
 
 /// One run of lp_solve on a fresh model. lp_solve would start a further solve of the same model
-/// from the basis of the one before, and then reports optima that are none.
+/// from the previous basis, and then reports false optima.
 /// @returns lp_solve's result, or NOMEMORY
 int CLPProblem::Run(bool isScaled)
 {

@@ -50,15 +50,14 @@ enum class CLPStatus
 /// Every solve runs on a fresh model, so it gives what a new problem with the same objective,
 /// constraints and integers gives, to the bit. Before a problem counts as optimal, the point is
 /// checked against the program as it was stated: with e = 1e-7, every variable is at least -e, an
-/// integer one within e of an integer, and every constraint a x <= b (or >=, =) holds within
-/// e (|b| + sum |a_i| max(1, |x_i|)). A point that fails is computed once more without scaling; if
-/// that fails too, the problem is not solved and the log says why. The check reads every
-/// coefficient once; the problem keeps them, 12 bytes each, beside lp_solve's copy.
+/// integer one within e of an integer, and every constraint a x <= b (or >=, =) holds within e (|b|
+/// + sum |a_i| max(1, |x_i|)). A point that fails is computed once more without scaling; if that
+/// fails too, the problem is not solved and the reason is logged. The check reads every coefficient
+/// once; the problem keeps them, 12 bytes each, beside lp_solve's copy.
 ///
-/// What cannot belong to a program is refused with a log record and changes nothing: a coefficient
-/// or right-hand side that is not finite, a variable or kind of relation that does not exist, more
-/// than memory can hold. Values of 1e30 and beyond mean infinity; lp_solve takes
-/// coefficients up to 1e-12 for zero.
+/// Invalid input is refused with a log record and changes nothing: a coefficient or right-hand side
+/// that is not finite, a variable or kind of relation that does not exist, more than memory can
+/// hold. Values of 1e30 and beyond mean infinity; lp_solve treats coefficients up to 1e-12 as zero.
 ///
 /// Threads: one thread uses linear programs at a time.
 /// @code
@@ -96,8 +95,8 @@ public:
     /// How the last solve ended; NotSolved after a change.
     CLPStatus Status() const;
     /// The value of variable @p i in the best solution of the last solve. Without an optimum it is
-    /// whatever lp_solve left, 0 before the first solve, and NaN when there is no such variable or
-    /// no model.
+    /// the value left by lp_solve, 0 before the first solve, and NaN when there is no such variable
+    /// or no model.
     double var(unsigned i) const;
     unsigned numVar() const;  ///< the variables created
     unsigned numCons() const; ///< the constraints accepted so far

@@ -41,7 +41,7 @@ constexpr auto kSquare3 = Squared(kLine3);
 constexpr auto kSquare4 = Squared(kLine4);
 constexpr auto kSquare5 = Squared(kLine5);
 
-/// Points of a triangle that symmetry makes of one: 1, 3 or 6.
+/// The symmetry orbit of a point of a triangle: 1, 3 or 6 points.
 struct Orbit
 {
     int count;

@@ -25,9 +25,10 @@ struct GaussPoint
     double weight; ///< above zero in every rule
 };
 
-/// The rule with the fewest points here that integrates every polynomial of degree @p degree
-/// exactly, up to rounding: of degree @p degree in each coordinate on lines and quadrilaterals
-/// (Gauss-Legendre, r running fastest), of total degree @p degree on triangles (symmetric rules).
+/// The rule with the fewest points in this table that integrates every polynomial of degree @p
+/// degree exactly, up to rounding: of degree @p degree in each coordinate on lines and
+/// quadrilaterals (Gauss-Legendre, r running fastest), of total degree @p degree on triangles
+/// (symmetric rules).
 ///
 /// | degree        | 0, 1 | 2 | 3 | 4  | 5  | 6  | 7  | 8  | 9  |
 /// |---------------|------|---|---|----|----|----|----|----|----|

@@ -49,7 +49,7 @@ long ISysEqnImpl::Initialize(const tagMultiVectorInt* equations, int count)
         s.Clear();
     }
     s.last = s.refusal;
-    s.Tell(s.refusal);
+    s.Report(s.refusal);
     return 0;
 }
 
@@ -257,5 +257,5 @@ void ISysEqnImpl::State::Drop(std::wstring reason, int equation)
     fault.outcome = SolveOutcome::Failed;
     fault.equation = equation;
     fault.reason = std::move(reason);
-    Tell(fault);
+    Report(fault);
 }

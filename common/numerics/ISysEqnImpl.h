@@ -13,10 +13,10 @@
 /// Every operation returns 0, except a PARDISO solve that failed; LastSolve() and the log report
 /// what went wrong, and in which equation; the log at level verbose also which solver ran. Solved
 /// is a checked fact: a direct solver's x has a row-wise backward error of at most 1e-10 and is not
-/// a motion that only rounding resists; an iterative one's has the residual asked for, and no
-/// equation is left unsolved because its numbers are small. A direct solve that cannot give an
-/// answer leaves NaN in every unknown, so that an older answer is not taken for a new one; an
-/// iterative one leaves the best that it found, the start included. An index outside the system, a
+/// a mode that only rounding resists; an iterative one's has the residual asked for, and no
+/// equation is left unsolved because its coefficients are small. A direct solve that cannot give an
+/// answer leaves NaN in every unknown, so that an older solution is not mistaken for a new one; an
+/// iterative one leaves its best approximation, the start included. An index outside the system, a
 /// coefficient outside the pattern, a matrix that does not fit its list and lists of unequal length
 /// are dropped, and the outcome of solves is Failed until ResetToZero; so it is before the first
 /// Initialize.
@@ -68,16 +68,16 @@ public:
     /// Adds @p m into the rows and columns of the element's list; entries of a repeated equation
     /// add up.
     virtual long InsertIntoSysCoefMtx(int element, const tagMatrixDbl* m);
-    /// Adds the matrices of @p count elements that follow each other from @p first on, stored one
-    /// behind the other, each row-major with the size of its element's list. Uses all threads;
-    /// gives the bits of InsertIntoSysCoefMtx called in ascending order.
+    /// Adds the matrices of @p count elements that follow each other from @p first on, stored
+    /// consecutively, each row-major with the size of its element's list. Uses all threads; gives
+    /// the bits of InsertIntoSysCoefMtx called in ascending order.
     virtual long InsertElementsIntoSysCoefMtx(int first, int count, const double* matrices);
     /// Adds @p m into the rows and columns of @p equations, all of them stored positions.
     virtual long InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
                                                 const tagMatrixDbl* m);
     /// b[equations[k]] += v[k]
     virtual long AddToRHSVector(const tagVectorInt* equations, const tagVectorDbl* v);
-    /// x[equations[k]] = v[k]: where an iterative solve starts. A direct solve overwrites it.
+    /// x[equations[k]] = v[k]: the start of an iterative solve. A direct solve overwrites it.
     virtual long SetUnknownVector(const tagVectorInt* equations, const tagVectorDbl* v);
     /// Prescribes x[equations[k]] = v[k] for every solve until ResetToZero, in any order with the
     /// filling. The solvers see the reduced system, symmetric when A is; A and b stay as filled.
@@ -88,15 +88,16 @@ public:
     /// @{
 
     /// Factorises in the given numbering without pivoting, L D L^T, reading the upper triangle
-    /// only; A need not be definite. Where nothing but rounding resists a motion, an unknown of it
-    /// is set to 0 and the outcome is Singular: right when the loads on such a part balance, as the
-    /// residual shows. ZeroPivot when elimination needs row exchanges, which PARDISO makes.
+    /// only; A need not be definite. Where nothing but rounding resists a mode, one of its unknowns
+    /// is set to 0 and the outcome is Singular: x is correct when the loads on such a part balance,
+    /// as the residual shows. ZeroPivot when elimination needs row exchanges, which PARDISO makes.
     virtual long SolveForUnknownVector_Direct_Sym();
     /// The same, L D U, for a matrix that is not symmetric.
     virtual long SolveForUnknownVector_Direct_NonSym();
-    /// Starts from x as it stands, and ends when ||b - A x|| <= @p tol ||b|| (2-norms) and the
+    /// Starts from the current x, and ends when ||b - A x|| <= @p tol ||b|| (2-norms) and the
     /// row-wise error is at most sqrt(@p tol), after @p maxIter iterations (NotConverged), or when
-    /// the residual gets no smaller (Stagnated), as at the level of rounding when @p tol is below.
+    /// the residual stops decreasing (Stagnated), for example at the level of rounding when @p tol
+    /// is below it.
     virtual long SolveForUnknownVector_Iterative_Sym(double tol, int maxIter);
     /// The same for a matrix that need not be symmetric.
     virtual long SolveForUnknownVector_Iterative_NonSym(double tol, int maxIter);
@@ -104,7 +105,7 @@ public:
     virtual long SolveForUnknownVector_Iterative_Sym(double tol);
     /// Runs the symmetric solver, as SolveForUnknownVector_Iterative_Sym(tol) does.
     virtual long SolveForUnknownVector_Iterative_NonSym(double tol);
-    /// Prepares PARDISO's parameters; releases a factorisation that is held.
+    /// Prepares PARDISO's parameters; releases an existing factorisation.
     virtual long SolveForUnknownVector_PARDISO_SetUp();
     /// Solves with the library's own sparse direct solver, or with MKL's PARDISO where
     /// KVI_SOLVER=vendor asks for it (SparseSolverName says which). The own solver keeps its
@@ -129,16 +130,16 @@ public:
     virtual long GetUnknownVector(tagVectorDbl* out) const;
     /// A copy of b.
     virtual long GetRhsVector(tagVectorDbl* out) const;
-    /// A x - b, equation by equation: at a fixed unknown what its support delivers, at a solved
-    /// one the rounding that is left.
+    /// A x - b, equation by equation: at a fixed unknown the support's reaction, at a solved one
+    /// the remaining rounding.
     virtual long GetReactionVector(tagVectorDbl* out) const;
     /// Iterations and relative residual of the last iterative solve.
     virtual long GetSolverIterTol(int* iterations, double* tolerance) const;
     /// Norm of the residual b - A x: largest absolute value (kind 0), sum of absolute values (1),
-    /// root of the sum of squares (2); other kinds write nothing. NaN in the residual gives NaN.
-    /// At a fixed unknown the residual is what x lacks of the prescribed value.
+    /// root of the sum of squares (2); other kinds write nothing. NaN in the residual gives NaN. At
+    /// a fixed unknown the residual is the prescribed value minus x.
     virtual long GetResidualVecNorm(int kind, double* norm) const;
-    /// The account of the last solve, or of an Initialize that was refused.
+    /// The record of the last solve, or of an Initialize that was refused.
     virtual const math::SolveRecord& LastSolve() const;
 
     /// @}

@@ -42,7 +42,8 @@ const wchar_t* Name(SolveMethod method)
     return L"system of equations";
 }
 
-/// Logs that a direct solver suits a matrix that iterations took long for or did not solve.
+/// Logs a recommendation of a direct solver for a matrix that took many iterations or was not
+/// solved.
 void AdviseDirect(const SolveRecord& record, int equations)
 {
     constexpr int kMany = 300; // iterations
@@ -57,7 +58,7 @@ void AdviseDirect(const SolveRecord& record, int equations)
 
 } // namespace
 
-void ISysEqnImpl::State::Tell(const SolveRecord& record)
+void ISysEqnImpl::State::Report(const SolveRecord& record)
 {
     if (record.outcome == SolveOutcome::Solved)
         return;
@@ -95,7 +96,8 @@ MatrixView ISysEqnImpl::State::Reduce(const double*& rhs)
             const double a = A.values[k];
             if (fixed[row] == 0 && fixed[column] == 0)
                 reducedValues[std::size_t(k)] = a;
-            else if (row == column) // any number will do; this one suits its neighbours
+            else if (row ==
+                     column) // any number is valid; this one has the magnitude of its neighbours
                 reducedValues[std::size_t(k)] = std::isfinite(a) && a != 0 ? a : 1;
             else
             {
@@ -132,7 +134,7 @@ void ISysEqnImpl::State::Finish(SolveRecord record)
         AdviseDirect(record, Size());
     }
     last = std::move(record);
-    Tell(last);
+    Report(last);
     if (last.outcome == SolveOutcome::Solved)
         KVI_LOG(kvi::diag::verbose, kMath, L"%s: %d equations solved, row-wise error %g",
                 last.solver.empty() ? Name(last.method) : last.solver.c_str(), Size(),
@@ -145,7 +147,7 @@ void ISysEqnImpl::State::Solve(Solver solver)
     if (refusal.outcome != SolveOutcome::Solved)
     {
         last = refusal;
-        Tell(last);
+        Report(last);
         return;
     }
     const numerics::TrapsOff guard;
@@ -159,9 +161,10 @@ void ISysEqnImpl::State::Solve(Solver solver)
     }
     catch (const std::bad_alloc&)
     {
-        std::fill(x.begin(), x.end(), std::numeric_limits<double>::quiet_NaN()); // no older answer
+        std::fill(x.begin(), x.end(),
+                  std::numeric_limits<double>::quiet_NaN()); // no stale solution
         last = numerics::RefuseTooLarge(L"memory cannot hold what solving takes");
-        Tell(last);
+        Report(last);
     }
 }
 

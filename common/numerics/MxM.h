@@ -1,11 +1,11 @@
 /// @file
 /// Products of small dense matrices and vectors.
 ///
-/// Matrices are row-major: element (i, j) of an r x c matrix stands at i * c + j. Everything is
-/// the caller's; a result overlaps no operand. Nothing is allocated and no argument checked; a
-/// result of no elements (a size of zero or less) leaves everything as it is. Every result
-/// element is summed from 0.0 in the order of its index, each product rounded before it is added:
-/// the same bits on every processor. Any thread may call.
+/// Matrices are row-major: element (i, j) of an r x c matrix is at i * c + j. All memory is the
+/// caller's; a result overlaps no operand. Nothing is allocated and no argument checked; a result
+/// of no elements (a size of zero or less) changes nothing. Every result element is summed from 0.0
+/// in the order of its index, each product rounded before it is added: the same bits on every
+/// processor. Any thread may call.
 #pragma once
 
 #include "foundation/kvi_export.h"

@@ -1,7 +1,7 @@
 /// @file
 /// Shape functions of triangles and quadrilaterals with straight or curved sides.
 ///
-/// Local coordinates (r, s), eight node places, a place being taken when its flag is > 0:
+/// Local coordinates (r, s), eight node places, a node being present when its flag is > 0:
 /// @verbatim
 ///   quadrilateral, flag of node 3 > 0      triangle, flag of node 2 > 0 and of node 3 = 0
 ///       1 --- 4 --- 0     s                    2          s
@@ -18,7 +18,8 @@
 #include "foundation/kvi_export.h"
 
 /// N[i] = the value of node i's function at (r, s). The corners count as present whatever their
-/// flags; N is 0 for absent mid-side nodes, and everywhere when neither shape's flags are there.
+/// flags; N is 0 for absent mid-side nodes, and everywhere when the flags are those of neither
+/// shape.
 KVI_API void Shape_Function(double N[8], double r, double s, const int nodes[8]);
 /// dN[0][i] = the derivative of node i's function by r, dN[1][i] by s, at (r, s).
 KVI_API void Shape_Derivative(double dN[2][8], double r, double s, const int nodes[8]);
@@ -34,10 +35,10 @@ enum LocalCoords : int
 /// Finds the local coordinates (*r, *s) of the global point (x, y).
 ///
 /// A point of a valid element (the Jacobian has one sign) is found, however the element is
-/// distorted, scaled or displaced; a point outside is found where the extended map reaches it,
-/// which for a distorted element is not everywhere. On the edge means within 1e-9 or the rounding
-/// of the coordinates as given, in local units. Fails also for other node counts, an element
-/// without area and numbers that are not finite.
+/// distorted, scaled or displaced; a point outside is found if the extended map reaches it, which
+/// for a distorted element is not everywhere. On the edge means within 1e-9 or the rounding of the
+/// coordinates as given, in local units. Fails also for other node counts, an element without area
+/// and numbers that are not finite.
 /// @param coords     nodeCount x 2, row-major: the global x and y of each node
 /// @param nodeCount  3, 4, 6 or 8. Rows 0 to 3 of a quadrilateral are its corners, rows 4 to 7
 ///                   its mid-side nodes 4 to 7. Rows 0 to 2 of a triangle are its corners, and

@@ -25,14 +25,14 @@ double Cross(Vec a, Vec b) { return a.x * b.y - a.y * b.x; }
 double Dot(Vec a, Vec b) { return a.x * b.x + a.y * b.y; }
 double Size(Vec a) { return std::fmax(std::fabs(a.x), std::fabs(a.y)); }
 
-/// What is left to the point, F = sum of N_i c_i - p, with the columns of its Jacobian.
+/// The residual F = sum of N_i c_i - p, with the columns of its Jacobian.
 struct Residual
 {
     Vec value, byR, byS;
     Vec rounding; ///< how much of the value may be rounding, of the given coordinates included
 };
 
-/// The element and the point, seen from the first node and scaled by a power of two.
+/// The element and the point, relative to the first node and scaled by a power of two.
 class Element
 {
 public:
@@ -117,16 +117,16 @@ struct Found
     Vec rounding = {};
 };
 
-/// Newton's method, damped by the natural test of Deuflhard (Newton Methods for Nonlinear
-/// Problems, 2004, section 3.3), which neither shear nor scale of the element changes: a step is
-/// taken when the simplified step that would follow it is shorter.
+/// Newton's method, damped by the natural test of Deuflhard (Newton Methods for Nonlinear Problems,
+/// 2004, section 3.3), invariant to shear and scale of the element: a step is accepted when the
+/// simplified step that would follow it is shorter.
 Found Newton(const Element& element, Vec local)
 {
     Residual f = element.At(local);
     for (int iteration = 0; iteration < kMaxIterations; ++iteration)
     {
         const double det = Cross(f.byR, f.byS);
-        // A corner may be folded (two nodes in one place): there the value alone decides.
+        // A corner may be degenerate (two coincident nodes): there the value alone decides.
         if (std::fabs(det) <= 4 * kEpsilon * Size(f.byR) * Size(f.byS))
             return {std::fabs(f.value.x) <= f.rounding.x && std::fabs(f.value.y) <= f.rounding.y,
                     local,
@@ -181,7 +181,7 @@ constexpr Vec kQuadrilateralStarts[] = {{0, 0},       {0.7, 0.7},  {-0.7, 0.7},
                                         {-0.7, -0.7}, {0.7, -0.7}, {0, 0.7},
                                         {-0.7, 0},    {0, -0.7},   {0.7, 0}};
 
-/// The places to start from, the likeliest first.
+/// The starting points, the most likely first.
 class Starts
 {
 public:
@@ -223,7 +223,7 @@ private:
         const Vec b = 0.25 * (c0 - c1 - c2 + c3);
         const Vec c = 0.25 * (c0 + c1 - c2 - c3);
         const Vec d = 0.25 * (c0 - c1 + c2 - c3);
-        // t with p + t q = 0; any t will do when q is zero.
+        // t with p + t q = 0; any t when q is zero.
         const auto along = [](Vec p, Vec q) { return Dot(q, q) > 0 ? -Dot(p, q) / Dot(q, q) : 0; };
 
         double roots[2];

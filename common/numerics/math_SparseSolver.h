@@ -1,6 +1,5 @@
 /// @file
-/// The sparse direct solver behind SolveForUnknownVector_PARDISO: who it is, its threads and
-/// memory.
+/// The sparse direct solver behind SolveForUnknownVector_PARDISO: its name, threads and memory.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -10,17 +9,17 @@
 namespace math
 {
 
-/// Who solves: "pardiso (built in)", the library's own solver, or with the environment variable
-/// KVI_SOLVER=vendor "pardiso (mkl 2020.4)" when Intel MKL is found. MKL is looked for once, at the
-/// first use: in the folder named by the environment variable KVI_MKL, or where the system looks
-/// for libraries; KVI_MKL=off keeps from looking.
+/// The name of the solver: "pardiso (built in)", the library's own solver, or with the environment
+/// variable KVI_SOLVER=vendor "pardiso (mkl 2020.4)" when Intel MKL is found. MKL is searched once,
+/// at the first use: in the folder named by the environment variable KVI_MKL, or in the system's
+/// library path; KVI_MKL=off disables the search.
 KVI_API std::wstring SparseSolverName();
 
 /// Threads that MKL uses from now on in the whole process, at least 1. The built-in solver has one.
 KVI_API void SetSparseSolverThreads(int threads);
 
-/// Gives back the memory that MKL keeps for later calls. Release the systems first; not while any
-/// thread solves.
+/// Frees the memory that MKL keeps for later calls. Release the systems first; not while any thread
+/// solves.
 KVI_API void FreeSparseSolverMemory();
 
 } // namespace math

@@ -1,5 +1,5 @@
 /// @file
-/// Floating-point exceptions of the processor, watched around numeric work.
+/// Monitoring the processor's floating-point exceptions during numeric work.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -7,11 +7,11 @@
 namespace math::fpu
 {
 
-/// Tells whether numeric work divided by zero, overflowed or made a NaN.
+/// Reports whether numeric work divided by zero, overflowed or produced a NaN.
 ///
 /// With the environment variable KVI_FPUTRAP set (not empty, not "0") such an operation also stops
-/// the program where it happens: a debugger then shows the line. Everything here is of the calling
-/// thread: a thread started in between keeps its own state.
+/// the program where it happens: a debugger then shows the line. All state is that of the calling
+/// thread: a thread started in between has its own state.
 /// @code
 /// math::fpu::Exception::On();
 /// Factorise();
@@ -24,7 +24,7 @@ public:
     /// The processor's own bits; to be combined by |.
     enum Mask : unsigned
     {
-        kInvalid = 1,      ///< a NaN was made of numbers, as 0/0
+        kInvalid = 1,      ///< a NaN was produced from numbers, as 0/0
         kDenormal = 2,     ///< an operand was denormal
         kDivideByZero = 4, ///< a finite number divided by zero
         kOverflow = 8,
@@ -32,16 +32,16 @@ public:
         kInexact = 32, ///< nearly every operation
     };
 
-    /// What On and IsError look for unless told: kInvalid, kDivideByZero and kOverflow.
+    /// The default exceptions of On and IsError: kInvalid, kDivideByZero and kOverflow.
     static unsigned DefaultExceptionMask();
-    /// Forgets what was raised so far and, where KVI_FPUTRAP asks for it, makes exactly the
-    /// exceptions of @p mask trap.
+    /// Clears the raised exceptions and, if KVI_FPUTRAP is set, makes exactly the exceptions of @p
+    /// mask trap.
     /// @returns the mask that trapped before, for a second call to restore it
     static unsigned On(unsigned mask = DefaultExceptionMask());
-    /// Nothing traps any more; what was raised is still there for IsError.
+    /// Disables all traps; raised exceptions remain visible to IsError.
     /// @returns the mask that trapped before
     static unsigned Off();
-    /// Forgets what was raised so far.
+    /// Clears the raised exceptions.
     static void Clear();
     /// Whether any exception of @p mask was raised since the last On or Clear.
     static bool IsError(unsigned mask = DefaultExceptionMask());

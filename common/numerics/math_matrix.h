@@ -15,7 +15,7 @@ namespace math::matrix
 
 /// A rows x columns matrix of double or float, row-major and packed.
 ///
-/// Sums and products of shapes that do not fit give the empty matrix, 0 x 0.
+/// Sums and products of incompatible shapes give the empty matrix, 0 x 0.
 /// @code
 /// const Matrix<double> A(2, 2, {2, 1, 1, 3}), b(2, 1, {3, 5});
 /// if (const auto x = Solve(A, b))
@@ -53,7 +53,7 @@ public:
     /// @}
 
     /// @{
-    /// A view of the elements, valid until this matrix is assigned to or ends.
+    /// A view of the elements, valid until this matrix is assigned to or destroyed.
     storage::DenseRef<T> Ref() { return {elements_.data(), rows_, columns_}; }
     /// The same of a constant matrix.
     storage::DenseConstRef<T> Ref() const { return {elements_.data(), rows_, columns_}; }

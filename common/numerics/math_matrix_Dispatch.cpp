@@ -79,7 +79,7 @@ bool MultiplyPacked(const storage::DenseRef<float>&, const storage::DenseConstRe
     return false;
 }
 
-/// From here on MKL's threads pay, multiplications.
+/// Number of multiplications from which MKL's threads are worth it.
 constexpr double kWorthVendor = 8e6;
 
 numerics::BlasProduct<double> VendorProduct(const numerics::Vendor& vendor, double)

@@ -14,8 +14,8 @@ KVI_API bool IsPossibleSize(int rows, int columns, std::size_t bytes);
 
 /// Operations on views; exported because Matrix, a template, is written with them.
 ///
-/// Shapes that do not fit give false and leave the result as it is. A result may be the very view
-/// of an operand, but not overlap one otherwise.
+/// Incompatible shapes give false and leave the result unchanged. A result may be the very view of
+/// an operand, but not overlap one otherwise.
 template <class T>
 struct KVI_API Dispatch
 {
@@ -40,8 +40,8 @@ struct KVI_API Dispatch
     /// with row interchanges. 1 of the empty matrix, NaN of one that is not square.
     static T det(Operand A);
     /// Inv = the inverse of A, by LU with row interchanges. False, with nothing written, when a
-    /// pivot is exactly zero or not finite; a matrix that rounding keeps from being singular
-    /// gives an inverse of huge elements.
+    /// pivot is exactly zero or not finite; a matrix that is singular but for rounding gives an
+    /// inverse of huge elements.
     static bool inv(Result Inv, Operand A);
     /// Solves A X = B for every column of B, under the rules of inv.
     static bool solve(Result X, Operand A, Operand B);

@@ -1,5 +1,5 @@
 /// @file
-/// Views of dense matrices that lie in somebody else's memory.
+/// Views of dense matrices in memory owned by others.
 #pragma once
 
 #include <cstddef>

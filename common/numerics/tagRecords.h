@@ -1,5 +1,5 @@
 /// @file
-/// The records in which vectors, matrices and lists of indices cross the library's edge.
+/// The records for vectors, matrices and lists of indices in the library's interface.
 #pragma once
 
 #include <cstddef>
@@ -17,8 +17,8 @@ struct tagVectorDbl
     std::vector<double> values; ///< one value an equation
 };
 
-/// A dense matrix, row-major: entry (i, j) is values[i * columns + j]. Those who read it check the
-/// size of @c values.
+/// A dense matrix, row-major: entry (i, j) is values[i * columns + j]. Readers check the size of @c
+/// values.
 struct tagMatrixDbl
 {
     int rows = 0;               ///< number of rows
@@ -39,7 +39,7 @@ private:
     }
 };
 
-/// Many lists of integers, one behind the other: list k is values[ends[k - 1]] up to and without
+/// Many lists of integers, stored consecutively: list k is values[ends[k - 1]] up to but excluding
 /// values[ends[k]]; the first list starts at values[0]. Lists may be empty.
 /// @code
 /// tagMultiVectorInt elements;

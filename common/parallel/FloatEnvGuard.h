@@ -1,5 +1,5 @@
 /// @file
-/// The floating-point environment of one thread lent to another.
+/// Running a thread in another thread's floating-point environment.
 #pragma once
 
 #include <cfenv>
@@ -8,7 +8,8 @@ namespace parallel
 {
 
 /// Runs the calling thread in another thread's floating-point environment (rounding, traps, x87
-/// precision) until it goes: Windows starts threads with shorter x87 registers than MinGW's main.
+/// precision) for its lifetime: Windows starts threads with shorter x87 registers than MinGW's
+/// main.
 class FloatEnvGuard
 {
 public:

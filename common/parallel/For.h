@@ -13,10 +13,10 @@ namespace parallel
 /// Calls body(begin, end) for pieces that make up 0 ... count - 1, none smaller than @p grain but
 /// the last, on at most LoopThreads(threads) threads, the calling one among them.
 ///
-/// Which numbers make up a piece, and which thread does it, differs from run to run: for the same
+/// Which numbers form a piece, and which thread runs it, differs from run to run: for the same
 /// bits, results belong to numbers or to fixed blocks of them, not to pieces. A loop that ends
 /// within a few microseconds never leaves its thread. Loops nest. When a body throws, no further
-/// pieces are begun and the exception comes out here, once every thread has left.
+/// pieces are begun and the exception propagates from here once every thread has left.
 template <class Body>
 void For(std::size_t count, std::size_t grain, const Body& body, int threads = 0)
 {
@@ -30,7 +30,7 @@ void For(std::size_t count, std::size_t grain, const Body& body, int threads = 0
 }
 
 /// Calls body(i) for each i of 0 ... count - 1; the rest as For. For numbers whose costs differ:
-/// whoever has nothing to do takes over numbers that another thread had set aside for itself.
+/// idle threads steal numbers assigned to other threads.
 template <class Body>
 void ForEach(std::size_t count, const Body& body, int threads = 0)
 {

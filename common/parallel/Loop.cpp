@@ -17,9 +17,9 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 // Nanoseconds. Waking a sleeper takes the caller some 3 us and the sleeper 25 us and more; joining
-// work that is open takes a spinning thread a few tenths of one.
-constexpr double kAlone = 300;         // before anybody is let in
-constexpr double kWorthCompany = 3000; // what must be left then
+// open work takes a spinning thread a few tenths of one.
+constexpr double kSoloTime = 300;       // before other threads may join
+constexpr double kMinSharedTime = 3000; // minimum of the remaining work then
 constexpr double kBeforeWaking = 3000;
 constexpr double kWorthWaking = 5000;
 constexpr double kLeast = 500, kMost = 50'000; // of a piece
@@ -27,7 +27,7 @@ constexpr double kStride = 400;                // between two looks at whether t
 constexpr unsigned kGrowth = 8;                // of the pieces while their cost is not yet known
 
 // Of the processor's counter, which ticks two to five times a nanosecond.
-constexpr std::uint64_t kAloneTicks = 1000, kCompanyTicks = 10'000, kMostTicks = 300'000;
+constexpr std::uint64_t kSoloTicks = 1000, kSharedTicks = 10'000, kMostTicks = 300'000;
 
 constexpr std::uint32_t kUnits = 0xfffffffe; // the most that lanes hold
 constexpr std::uint64_t kMostStride = 64;
@@ -68,9 +68,10 @@ void Loop::Run()
             piece_(context_, 0, count_, Yield());
         return;
     }
-    // Few numbers are long ones as a rule: help is called at once, before the first has run.
+    // A few numbers are usually expensive ones: helpers are requested at once, before the first has
+    // run.
     const bool few = count_ <= 4 * threads_;
-    const std::uint64_t done = few ? 0 : RunAlone();
+    const std::uint64_t done = few ? 0 : RunSolo();
     if (done == count_)
         return;
     Divide(done);
@@ -84,7 +85,7 @@ void Loop::Run()
         };
         const Closer closer{registration_};
         if (few && count_ > 1)
-            registration_.CallHelp();
+            registration_.RequestHelper();
         do
             Participate(0, !few);
         while (registration_.AwaitMore());
@@ -93,9 +94,9 @@ void Loop::Run()
     Rethrow();
 }
 
-/// Does the first numbers, until it is plain that the rest is worth company.
-/// @returns how many it did
-std::uint64_t Loop::RunAlone()
+/// Runs the first numbers until the rest is known to be worth sharing.
+/// @returns how many it ran
+std::uint64_t Loop::RunSolo()
 {
     const Stopwatch watch;
     const std::uint64_t largest = std::max(grain_, count_ / (kShares * threads_));
@@ -117,17 +118,17 @@ std::uint64_t Loop::RunAlone()
         const double left = perNumber * static_cast<double>(count_ - done);
         before = elapsed;
         perNumber_.store(perNumber, std::memory_order_relaxed);
-        if (elapsed >= kAlone && left >= kWorthCompany)
+        if (elapsed >= kSoloTime && left >= kMinSharedTime)
             return done;
-        ticks = elapsed < kAlone ? kAloneTicks : kCompanyTicks;
+        ticks = elapsed < kSoloTime ? kSoloTicks : kSharedTicks;
         stride = most;
-        const double wanted = elapsed < kAlone ? (kAlone - elapsed) / perNumber : left;
+        const double wanted = elapsed < kSoloTime ? (kSoloTime - elapsed) / perNumber : left;
         size = std::clamp(static_cast<std::uint64_t>(wanted) + 1, grain_, kGrowth * size);
         size = std::min(size, largest);
     }
 }
 
-/// Lays what is left after the first @p done numbers in lanes.
+/// Distributes the numbers after the first @p done over lanes.
 void Loop::Divide(std::uint64_t done)
 {
     first_ = done;
@@ -151,7 +152,7 @@ void Loop::Divide(std::uint64_t done)
 void Loop::TakePart(unsigned slot) { Participate(firstSlot_ + slot, false); }
 
 /// @param slot     which lane is the thread's own, modulo their number
-/// @param mayCall  whether to call for help once the loop has run for a while
+/// @param mayCall  whether to request a helper once the loop has run for a while
 // A thread that ends unwinds without an exception object, which the sanitizer takes for null.
 __attribute__((no_sanitize("null"))) void Loop::Participate(unsigned slot, bool mayCall)
 {
@@ -181,19 +182,19 @@ __attribute__((no_sanitize("null"))) void Loop::Participate(unsigned slot, bool 
         const double now = watch.Read();
         perUnit = std::max((now - before) / done, 0.1);
         before = now;
-        if (!mayCall || now < kBeforeWaking - kAlone)
+        if (!mayCall || now < kBeforeWaking - kSoloTime)
             continue;
         perNumber_.store(perUnit / static_cast<double>(unit_), std::memory_order_relaxed);
         if (!IsWorthWaking())
             continue;
         mayCall = false;
-        registration_.CallHelp();
+        registration_.RequestHelper();
     }
     wanted_.store(true, std::memory_order_relaxed);
 }
 
-/// Does the units of @p piece, or the first of them and gives the others back.
-/// @returns how many it did
+/// Runs the units of @p piece, or the first of them and returns the others to a lane.
+/// @returns how many it ran
 std::uint32_t Loop::DoPiece(Lane& own, Span piece, double perUnit)
 {
     const std::uint64_t first = first_ + piece.begin * unit_;
@@ -214,14 +215,14 @@ std::uint32_t Loop::DoPiece(Lane& own, Span piece, double perUnit)
         if (begin == end)
             return piece.Size();
         const auto done = static_cast<std::uint32_t>((begin - first) / unit_);
-        if (GiveBack(own, Span{piece.begin + done, piece.end}))
+        if (ReturnRest(own, Span{piece.begin + done, piece.end}))
             return done;
     }
 }
 
-/// Lays the rest of a piece in a lane that has room for it.
-/// @returns false when there is none: then others have enough to take
-bool Loop::GiveBack(Lane& own, Span rest)
+/// Puts the rest of a piece into an empty lane.
+/// @returns false when there is none: then other threads have enough work
+bool Loop::ReturnRest(Lane& own, Span rest)
 {
     wanted_.store(false, std::memory_order_relaxed);
     const auto layIn = [rest](Lane& lane) {
@@ -240,13 +241,13 @@ bool Loop::GiveBack(Lane& own, Span rest)
         isLaid = layIn(lanes_[i]);
     if (!isLaid)
         return false;
-    registration_.Announce();
+    registration_.NotifyWork();
     if (IsWorthWaking())
-        registration_.CallHelp();
+        registration_.RequestHelper();
     return true;
 }
 
-/// How many numbers nobody has begun.
+/// How many numbers have not been begun.
 std::uint64_t Loop::Left() const
 {
     std::uint64_t units = 0;
@@ -257,14 +258,14 @@ std::uint64_t Loop::Left() const
 
 bool Loop::HasMore() const { return !failed_.load(std::memory_order_relaxed) && Left() != 0; }
 
-/// Yes while nothing is known.
+/// True while no cost is known.
 bool Loop::IsWorthWaking() const
 {
     const double perNumber = perNumber_.load(std::memory_order_relaxed);
     return perNumber == 0 || perNumber * static_cast<double>(Left()) >= kWorthWaking;
 }
 
-/// The lane with most left, and its @p left as it was seen; null when there is nothing anywhere.
+/// The lane with the most left, and its @p left as read; null when all are empty.
 Loop::Lane* Loop::Fullest(Span& left)
 {
     Lane* fullest = nullptr;
@@ -279,7 +280,7 @@ Loop::Lane* Loop::Fullest(Span& left)
     return fullest;
 }
 
-/// Takes a piece out of the thread's own lane or, when that is empty, of the fullest.
+/// Takes a piece from the thread's own lane or, when that is empty, from the fullest.
 bool Loop::Claim(Lane& own, double perUnit, Span& piece)
 {
     if (failed_.load(std::memory_order_relaxed))
@@ -309,7 +310,7 @@ bool Loop::Claim(Lane& own, double perUnit, Span& piece)
     }
 }
 
-/// Keeps the first exception and lets nobody begin another piece.
+/// Keeps the first exception and stops further pieces.
 void Loop::Fail(std::exception_ptr failure)
 {
     if (!failed_.exchange(true))
@@ -323,7 +324,7 @@ void Loop::Begin(std::shared_ptr<Loop> self)
     Divide(0);
     if (!registration_.Open(*this, static_cast<unsigned>(threads_), std::move(self)))
         throw std::bad_alloc();
-    registration_.CallHelp();
+    registration_.RequestHelper();
 }
 
 void Loop::Wait()

@@ -12,20 +12,21 @@
 namespace parallel
 {
 
-/// Numbers 0 to count - 1, handed out in pieces until none is left.
+/// Numbers 0 to count - 1, distributed in pieces until none is left.
 ///
 /// The thread that starts the loop takes pieces at once. Others may join when the loop has run for
 /// about a microsecond, and a sleeping one is woken when it has run somewhat longer: most loops end
-/// before that would pay. A thread that waits here runs no other work, so it may hold locks.
+/// before that would be worth it. A thread that waits here runs no other work, so it may hold
+/// locks.
 ///
-/// The numbers lie in lanes, one for each thread. A thread goes along its own from the front, so
-/// that a loop that is run again finds its data in the same processor's cache, and then helps at
-/// the end of the lane that has most left. A piece is half of what its lane has, by the times
-/// measured so far at most some tens of microseconds and at least half of one.
+/// The numbers lie in lanes, one for each thread. A thread works through its own from the front, so
+/// that a repeated loop finds its data in the same processor's cache, and then steals from the end
+/// of the lane that has the most left. A piece is half of what its lane has, by the times measured
+/// so far at most some tens of microseconds and at least half of one.
 ///
-/// Times measured so far say little about numbers that cost more than those before them. The piece
-/// of a divisible loop therefore stops when another thread has nothing to do, and its rest goes
-/// back to a lane. A piece of another loop is at most a sixteenth of a thread's even share.
+/// Measured times do not predict numbers that cost more than those before them. The piece of a
+/// divisible loop therefore stops when another thread has nothing to do, and its rest goes back to
+/// a lane. A piece of another loop is at most a sixteenth of a thread's even share.
 class Loop : public Work // NOLINT(clang-analyzer-optin.performance.Padding): counters on own lines
 {
 public:
@@ -42,7 +43,7 @@ public:
         {
         }
 
-        /// Numbers to do before and between calls of IsDue.
+        /// Numbers to run before and between calls of IsDue.
         std::uint64_t Stride() const { return stride_; }
         bool IsDue() const;
 
@@ -53,8 +54,8 @@ public:
         std::uint64_t stride_ = kNever;
     };
 
-    /// Does the numbers from @p begin to @p end - 1; a divisible one may stop after each stride.
-    /// @returns the first number that it did not do
+    /// Runs the numbers from @p begin to @p end - 1; a divisible one may stop after each stride.
+    /// @returns the first number that it did not run
     using Piece = std::uint64_t (*)(void* context, std::uint64_t begin, std::uint64_t end,
                                     const Yield& yield);
 
@@ -70,18 +71,19 @@ public:
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
-    /// Does all of it, with the help there is. When a piece throws, no further ones are begun and
-    /// the exception comes out here once every thread has left. In the child of a fork inside a
-    /// piece: throws std::runtime_error where other threads had joined.
+    /// Runs the whole loop with the helpers available. When a piece throws, no further ones are
+    /// begun and the exception propagates from here once every thread has left. In the child of a
+    /// fork inside a piece: throws std::runtime_error where other threads had joined.
     void Run();
 
-    /// Lets the pool begin, and keeps @p self until it is over. Where there is no memory for that,
-    /// Wait does it all.
+    /// Starts the loop in the pool, keeping @p self until it ends. Without memory for that, Wait
+    /// runs it all.
     void Begin(std::shared_ptr<Loop> self);
-    /// Helps with what Begin began, if there is room, until it is done; throws as Run does.
+    /// Helps with the loop that Begin started, if there is room, until it is done; throws as Run
+    /// does.
     void Wait();
 
-    /// What a piece threw and no Run or Wait has thrown yet; null otherwise.
+    /// The exception of a piece that no Run or Wait has thrown yet; null otherwise.
     std::exception_ptr UnreportedFailure() const;
 
     bool HasMore() const override;
@@ -106,11 +108,11 @@ private:
     };
     static constexpr unsigned kLanes = 16; // more threads than that share them
 
-    std::uint64_t RunAlone();
+    std::uint64_t RunSolo();
     void Divide(std::uint64_t done);
     void Participate(unsigned slot, bool mayCall);
     std::uint32_t DoPiece(Lane& own, Span piece, double perUnit);
-    bool GiveBack(Lane& own, Span rest);
+    bool ReturnRest(Lane& own, Span rest);
     bool Claim(Lane& own, double perUnit, Span& piece);
     Lane* Fullest(Span& left);
     void Fail(std::exception_ptr failure);
@@ -123,13 +125,13 @@ private:
     const std::uint64_t count_, threads_, grain_;
     const bool divisible_;
     unsigned firstSlot_ = 0;             // of helpers; 0 is the caller's where it takes part
-    std::uint64_t first_ = 0, unit_ = 1; // what the lanes count: so many numbers each, from here on
+    std::uint64_t first_ = 0, unit_ = 1; // lanes count units of unit_ numbers, from first_ on
     std::uint32_t largest_ = 0;          // units of a piece
     unsigned lanesUsed_ = 1;
     std::atomic<double> perNumber_{0}; // nanoseconds, as last measured
     std::atomic<bool> failed_{false};
     std::atomic<bool> reported_{false};
-    std::exception_ptr failure_; // of the thread that set failed_ first
+    std::exception_ptr failure_; // of the first thread to set failed_
     ThreadPool::Registration registration_;
     std::array<Lane, kLanes> lanes_;
     alignas(64) std::atomic<bool> wanted_{false}; // some thread found no piece

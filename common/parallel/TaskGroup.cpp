@@ -32,8 +32,8 @@ void TaskGroup::Run(std::function<void()> task)
         if (threads_ > 1 && !isOpen_)
             isOpen_ = registration_.Open(*this, threads_ - 1, nullptr);
     }
-    registration_.Announce();
-    registration_.CallHelp();
+    registration_.NotifyWork();
+    registration_.RequestHelper();
 }
 
 bool TaskGroup::Next(std::function<void()>& task)

@@ -11,8 +11,8 @@
 namespace parallel
 {
 
-/// Tasks that several threads run, each task once; the later ones first, as the walk of a tree from
-/// its leaves wants it (what a task has just added is still in its processor's cache).
+/// Tasks run by several threads, each task once, in last-in-first-out order, which suits a tree
+/// traversal from its leaves (a task just added is still in its processor's cache).
 ///
 /// Threads: Run may be called from any thread while Wait has not returned, by tasks above all; Wait
 /// by the thread that made the group.
@@ -42,7 +42,7 @@ public:
     /// Adds a task. Threads of the pool may begin it at once.
     void Run(std::function<void()> task);
     /// Runs tasks until all are done, those added meanwhile too. When one throws, no further ones
-    /// are begun, and the exception comes out here.
+    /// are begun, and the exception propagates from here.
     void Wait();
 
 private:

@@ -31,8 +31,8 @@ unsigned LeadingNumber(const std::wstring& text)
     return static_cast<unsigned>(number);
 }
 
-/// The value found first. Not a local static: a fork while another thread finds it would leave
-/// its guard locked in the child.
+/// The value computed first. Not a local static: a fork while another thread computes it would
+/// leave its guard locked in the child.
 unsigned FoundOnce(std::atomic<unsigned>& found, unsigned (*find)())
 {
     unsigned value = found.load(std::memory_order_relaxed);

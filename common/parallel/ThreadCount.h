@@ -5,7 +5,7 @@
 namespace parallel
 {
 
-/// Processors that this process may use: those it is bound to, at most its container's share.
+/// Processors that this process may use: those of its affinity mask, at most its container's quota.
 unsigned ProcessorCount();
 /// The number in the environment variable OMP_NUM_THREADS (text that is no number counts as 0),
 /// without it ProcessorCount; at least 1. Read once.
@@ -22,8 +22,8 @@ unsigned JobThreads();
 /// JobThreads or the thread's ThreadLimit, but 1 where LocalThreads is 1.
 unsigned LoopThreads(int most = 0);
 
-/// Until it goes, the loops begun in the calling thread, and in others by what these loops call,
-/// use at most so many threads.
+/// For its lifetime, the loops begun in the calling thread, and in others by functions that these
+/// loops call, use at most so many threads.
 class ThreadLimit
 {
 public:

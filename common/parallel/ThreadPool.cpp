@@ -21,7 +21,7 @@ using Clock = std::chrono::steady_clock;
 constexpr double kSpin = 40'000;                             // nanoseconds
 constexpr std::uint32_t kFirstLook = 50, kLongestLook = 400; // of the monitor, milliseconds
 constexpr std::size_t kMostMembers = 1024;
-constexpr std::uint32_t kAnnouncement = 1 << 16; // in the word of an entry
+constexpr std::uint32_t kNotification = 1 << 16; // in the word of an entry
 
 thread_local bool isMember = false;
 
@@ -35,7 +35,7 @@ constinit std::atomic<bool> isFinished{false};
 
 struct ThreadPool::Entry // NOLINT(clang-analyzer-optin.performance.Padding): counters on own lines
 {
-    unsigned Inside() const { return state.load(std::memory_order_relaxed) % kAnnouncement; }
+    unsigned Inside() const { return state.load(std::memory_order_relaxed) % kNotification; }
     bool MayJoin() const { return work->HasMore() && Inside() < room; }
     /// Nobody is at it, as only the pool's threads will be before somebody waits.
     bool IsStarved() const { return keep != nullptr && Inside() == 0 && work->HasMore(); }
@@ -48,7 +48,7 @@ struct ThreadPool::Entry // NOLINT(clang-analyzer-optin.performance.Padding): co
     Entry *before = nullptr, *after = nullptr;
     std::fenv_t environment{};
     unsigned threadLimit = 0;
-    /// The threads at work, without the one that opened it; and kAnnouncement for each Announce.
+    /// The threads at work, without the one that opened it; and kNotification for each NotifyWork.
     alignas(64) std::atomic<std::uint32_t> state{0};
     std::atomic<std::uint32_t> sleepers{0};
 };
@@ -56,10 +56,10 @@ struct ThreadPool::Entry // NOLINT(clang-analyzer-optin.performance.Padding): co
 struct ThreadPool::Member
 {
     std::shared_ptr<platform::Thread> thread;
-    platform::Parking parking;
+    platform::Parker parker;
 };
 
-/// One thread's stay at a work, which also ends when the thread is.
+/// One thread's lifetime at a work, which also ends when the thread is.
 class ThreadPool::Session
 {
 public:
@@ -131,10 +131,10 @@ void ThreadPool::Finish()
         (void)std::exchange(idle_, std::vector<Member*>());
     }
     for (const auto& member : members)
-        member->parking.Wake();
+        member->parker.Wake();
     if (monitor != nullptr)
     {
-        monitor->parking.Wake();
+        monitor->parker.Wake();
         monitor->thread->Join();
     }
     for (const auto* group : {&members, &retired})
@@ -199,17 +199,17 @@ bool ThreadPool::Registration::Open(Work& work, unsigned room, std::shared_ptr<W
     return true;
 }
 
-void ThreadPool::Registration::CallHelp()
+void ThreadPool::Registration::RequestHelper()
 {
     if (entry_ != nullptr && !IsForked())
-        Instance().CallHelp(*entry_);
+        Instance().RequestHelper(*entry_);
 }
 
-void ThreadPool::Registration::Announce()
+void ThreadPool::Registration::NotifyWork()
 {
     if (entry_ == nullptr || IsForked())
         return;
-    entry_->state.fetch_add(kAnnouncement);
+    entry_->state.fetch_add(kNotification);
     Instance().openings_.fetch_add(1, std::memory_order_release);
     if (entry_->sleepers.load() != 0)
         platform::WakeAll(entry_->state);
@@ -238,7 +238,7 @@ bool ThreadPool::Registration::AwaitMore()
     for (int spins = 0;; ++spins)
     {
         const std::uint32_t state = entry_->state.load(); // before the look at what is left
-        const std::uint32_t inside = state % kAnnouncement;
+        const std::uint32_t inside = state % kNotification;
         const bool hasMore = entry_->work->HasMore();
         if (hasMore && (!entry_->isKept || inside < entry_->room))
             return true;
@@ -265,10 +265,10 @@ void ThreadPool::Registration::Close()
         const std::lock_guard lock(pool.lock_);
         pool.Unlink(*entry);
     }
-    while (const std::uint32_t inside = entry->state.load() % kAnnouncement)
+    while (const std::uint32_t inside = entry->state.load() % kNotification)
     {
         const std::uint32_t state = entry->state.load();
-        if (state % kAnnouncement != inside)
+        if (state % kNotification != inside)
             continue;
         entry->sleepers.fetch_add(1);
         platform::SleepOn(entry->state, state);
@@ -296,7 +296,7 @@ bool ThreadPool::Admit(Entry& entry, unsigned& slot)
 {
     if (!entry.MayJoin())
         return false;
-    slot = entry.state.fetch_add(1, std::memory_order_relaxed) % kAnnouncement;
+    slot = entry.state.fetch_add(1, std::memory_order_relaxed) % kNotification;
     ++joins_;
     return true;
 }
@@ -320,7 +320,7 @@ void ThreadPool::Leave(Entry& entry)
 // ------------------------------------------------------------------------------------------------
 // Threads
 
-void ThreadPool::CallHelp(Entry& entry)
+void ThreadPool::RequestHelper(Entry& entry)
 {
     const std::lock_guard lock(lock_);
     if (!entry.isOpen || !entry.MayJoin())
@@ -341,7 +341,7 @@ bool ThreadPool::WakeOrStart(std::size_t limit)
     {
         Member* const member = idle_.back();
         idle_.pop_back();
-        member->parking.Wake();
+        member->parker.Wake();
         return true;
     }
     if (members_.size() >= std::min(limit, kMostMembers))
@@ -380,7 +380,7 @@ void ThreadPool::StartMonitor()
     if (isFinished || stopping_ || isMonitoring_)
         return;
     if (monitor_ != nullptr)
-        monitor_->parking.Wake();
+        monitor_->parker.Wake();
     else
         try
         {
@@ -402,7 +402,7 @@ void ThreadPool::StartMonitor()
 /// while nothing begins, it starts one thread after the other beyond the pool's size.
 void ThreadPool::Monitor(void* object)
 {
-    platform::Parking& parking = static_cast<Member*>(object)->parking;
+    platform::Parker& parker = static_cast<Member*>(object)->parker;
     ThreadPool& pool = Instance();
     std::uint32_t wait = kFirstLook, joins = 0;
     bool isFirst = true;
@@ -424,7 +424,7 @@ void ThreadPool::Monitor(void* object)
         isFirst = !isNeeded;
         if (isFirst)
             wait = kFirstLook;
-        (void)parking.Sleep(isNeeded ? wait : platform::kForever);
+        (void)parker.Sleep(isNeeded ? wait : platform::kForever);
     }
 }
 
@@ -463,21 +463,21 @@ bool ThreadPool::SpinForWork(unsigned openings) const
 
 void ThreadPool::Run(void* object)
 {
-    struct Stay
+    struct Lifetime
     {
         Member& member;
         const unsigned generation = forks;
         bool isOver = false;
-        ~Stay()
+        ~Lifetime()
         {
             if (!isOver && generation == forks)
                 Instance().Retire(member);
         }
     };
     isMember = true;
-    Stay stay{*static_cast<Member*>(object)};
-    Instance().Serve(stay.member);
-    stay.isOver = true;
+    Lifetime lifetime{*static_cast<Member*>(object)};
+    Instance().Serve(lifetime.member);
+    lifetime.isOver = true;
 }
 
 /// A body ended the thread: it makes room for another, and is joined by Finish.
@@ -502,7 +502,7 @@ void ThreadPool::Serve(Member& member)
         {
             const Session session(*this, *entry);
             if (entry->work->IsWorthWaking())
-                CallHelp(*entry); // who is woken wakes the next
+                RequestHelper(*entry); // who is woken wakes the next
             entry->work->TakePart(slot);
             continue;
         }
@@ -514,7 +514,7 @@ void ThreadPool::Serve(Member& member)
                 continue;
             idle_.push_back(&member);
         }
-        (void)member.parking.Sleep(); // without limit
+        (void)member.parker.Sleep(); // without limit
     }
 }
 

@@ -67,9 +67,9 @@ public:
         /// @returns whether it is open
         bool Open(Work& work, unsigned room, std::shared_ptr<Work> keep);
         /// Gets one more thread to work, if there is room for it.
-        void CallHelp();
+        void RequestHelper();
         /// There is something to begin again: calls back threads that wait, spin or sleep.
-        void Announce();
+        void NotifyWork();
         /// Joins in the calling thread, where there is room for one more.
         void TakePart();
         /// Waits until there is something to begin (true) or nobody is at work any more (false).
@@ -100,7 +100,7 @@ private:
     Entry* Join(unsigned& openings, unsigned& slot);
     bool Admit(Entry& entry, unsigned& slot);
     void Leave(Entry& entry);
-    void CallHelp(Entry& entry);
+    void RequestHelper(Entry& entry);
     bool WakeOrStart(std::size_t limit);
     const Entry* FindStarved() const;
     void StartMonitor();

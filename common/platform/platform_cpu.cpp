@@ -33,7 +33,7 @@ int SimdLevelCappedBy(const std::string& cap)
 int SimdLevel()
 {
     static const int level = [] {
-        // Read before any thread of ours exists. NOLINTNEXTLINE(concurrency-mt-unsafe)
+        // Read before this library starts a thread. NOLINTNEXTLINE(concurrency-mt-unsafe)
         const char* cap = std::getenv("KVI_SIMD_MAX");
         return SimdLevelCappedBy(cap == nullptr ? "" : cap);
     }();

@@ -8,8 +8,8 @@
 namespace platform
 {
 
-/// Value of an environment variable; nothing when it is unset, empty text when it is empty.
-/// Not to be called while another thread changes the environment.
+/// Value of an environment variable; nothing when it is unset, empty text when it is empty. Must
+/// not be called while another thread changes the environment.
 std::optional<std::wstring> Environment(const std::wstring& name);
 
 /// The same for a variable that chooses a file, a folder or a library: nothing while this program

@@ -33,11 +33,11 @@ private:
     const int errno_;
 };
 
-/// The number of "there is no such handle".
+/// The error number for an invalid handle.
 unsigned long InvalidHandleNumber();
 
-/// What the system says about error @p number, with its punctuation (Windows texts end with a
-/// line break); nothing when it has no text.
+/// The system's message for error @p number, with its punctuation (Windows texts end with a line
+/// break); nothing when it has no text.
 std::optional<std::wstring> SystemText(unsigned long number);
 
 } // namespace platform

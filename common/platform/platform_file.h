@@ -1,8 +1,8 @@
 /// @file
-/// Single files and folders: what they are, making, copying, renaming them.
+/// Single files and folders: properties, creation, copying, renaming.
 ///
-/// Functions return 0 or the system's error number. A path is not empty and holds no zero: who
-/// calls has seen to that.
+/// Functions return 0 or the system's error number. Precondition: a path is not empty and contains
+/// no zero.
 #pragma once
 
 #include <cstdint>
@@ -15,14 +15,14 @@ namespace platform
 struct FileInfo
 {
     bool folder = false;
-    bool regular = false; ///< bytes on a disk; not a folder, a pipe, a device
+    bool regular = false; ///< a regular file; not a folder, pipe or device
     bool link = false;
     bool readOnly = false; ///< the attribute, or no permission to write for anyone
     std::uint64_t size = 0;
     std::uint64_t created = 0, accessed = 0, written = 0;
 };
 
-/// The kinds of failure that callers tell apart.
+/// The kinds of failure that callers distinguish.
 enum class FileFault
 {
     other,
@@ -35,24 +35,24 @@ enum class FileFault
 /// The kind of error number @p error.
 FileFault FaultOf(unsigned long error);
 
-/// @param follow  whether a link stands for what it leads to
+/// @param follow  whether a link is followed
 unsigned long GetFileInfo(const std::wstring& path, FileInfo& info, bool follow = true);
 
-/// Makes one folder; its parent exists.
+/// Creates one folder, whose parent exists.
 unsigned long MakeFolder(const std::wstring& path);
 
-/// Sets or takes away the read-only attribute: every permission to write, or the owner's.
+/// Sets or clears the read-only attribute: every permission to write, or the owner's.
 unsigned long SetReadOnlyAttribute(const std::wstring& path, bool readOnly);
 
 /// Copies the file @p from over @p to: bytes, permissions or attributes, time of the last write.
 /// The new file appears whole under its name, or not at all. A read-only target is not replaced
-/// (@p readOnlyTarget tells), nor the file by itself.
+/// (reported in @p readOnlyTarget), nor a file by itself.
 unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& readOnlyTarget);
 
-/// Gives a file or folder a new name that nothing has yet; a file also on another disk.
+/// Renames a file or folder to a name that does not exist yet; moves a file also to another disk.
 unsigned long MoveWhole(const std::wstring& from, const std::wstring& to);
 
-/// Makes an empty file with a name of its own in @p folder, which only this user may open.
+/// Creates an empty file with a unique name in @p folder, which only this user may open.
 unsigned long MakeTemporaryFile(const std::wstring& folder, const std::wstring& prefix,
                                 std::wstring& path);
 

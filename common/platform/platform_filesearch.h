@@ -1,5 +1,5 @@
 /// @file
-/// Listing what a folder holds.
+/// Listing the contents of a folder.
 #pragma once
 
 #include "platform/platform_file.h"
@@ -22,7 +22,7 @@ struct NameRules
 struct FileEntry
 {
     std::wstring name;
-    FileInfo info; ///< of what a link leads to, or of the link when that is nothing
+    FileInfo info; ///< of the target of a link, or of the link itself when it has none
 };
 
 /// A search in one folder.
@@ -32,11 +32,11 @@ public:
     FileSearch();
     ~FileSearch();
 
-    /// Begins anew. @p pattern is a path whose last part may hold "*" and "?"; without those it
-    /// names one entry as the system compares names.
+    /// Starts a new search. @p pattern is a path whose last part may hold "*" and "?"; without
+    /// those it names one entry as the system compares names.
     /// @returns 0 when there may be entries, or the system's error number
     unsigned long Open(const std::wstring& pattern, const NameRules& rules);
-    /// Fetches the next entry; false when none is left. Entries that vanish are passed over.
+    /// Fetches the next entry; false when none is left. Entries that vanish are skipped.
     bool Next(FileEntry& entry);
     void Close();
 

@@ -1,5 +1,5 @@
 /// @file
-/// Deleting many files, without ever going through a link.
+/// Deleting many files without following a link.
 #pragma once
 
 #include <functional>
@@ -18,15 +18,15 @@ struct TreeFault
 /// What to delete below a folder.
 struct TreeDeletion
 {
-    bool below;   ///< go into the folders below, too
-    bool folders; ///< delete those, once they are empty
+    bool below;   ///< also in the folders below
+    bool folders; ///< delete those once they are empty
     /// Whether to delete the file of this name.
     std::function<bool(const std::wstring& name)> wanted;
 };
 
-/// Deletes in @p folder, which has no separator at its end. A link is deleted as a file, never
-/// followed, whatever else changes the folder meanwhile; @p folder itself must not be one. What
-/// vanishes before its turn is no failure; after one the rest is still deleted.
+/// Deletes in @p folder, which has no trailing separator. A link is deleted as a file, never
+/// followed, even if other processes change the folder meanwhile; @p folder itself must not be one.
+/// An entry that vanishes meanwhile is no failure; after a failure the rest is still deleted.
 TreeFault DeleteIn(const std::wstring& folder, const TreeDeletion& what);
 
 /// Deletes one empty folder, or the link that has its name.

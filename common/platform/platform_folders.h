@@ -8,14 +8,14 @@
 namespace platform
 {
 
-/// The folder that relative paths begin at.
+/// The folder to which relative paths refer.
 unsigned long CurrentFolder(std::wstring& path);
 unsigned long SetCurrentFolder(const std::wstring& path);
 
 /// The user's folder for temporary files, ending with a separator; it exists.
 unsigned long TemporaryFolder(std::wstring& path);
 
-/// The 128-bit names that Windows gives to its folders.
+/// The 128-bit identifier of a Windows known folder.
 struct FolderNumber
 {
     std::uint32_t data1;

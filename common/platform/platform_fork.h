@@ -30,12 +30,12 @@ struct ForkHandler
 {
     ForkRank rank;
     /// In the forking thread, before the fork: takes the locks whose data the child needs, and
-    /// completes what is made on first use. By ascending rank.
+    /// completes lazily built objects. By ascending rank.
     void (*before)();
-    /// In the parent's forking thread: gives the locks back. By descending rank.
+    /// In the parent's forking thread: releases the locks. By descending rank.
     void (*inParent)();
-    /// In the child's only thread: gives the locks back and drops what belonged to threads that it
-    /// does not have. By descending rank.
+    /// In the child's only thread: releases the locks and drops the state of threads that do not
+    /// exist in it. By descending rank.
     void (*inChild)();
 
     std::atomic<bool> added{false}; ///< for AddForkHandler, as are the next two

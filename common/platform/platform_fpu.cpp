@@ -7,7 +7,7 @@ namespace platform
 namespace
 {
 
-// The six exceptions stand in this order in every register; a set mask bit means "do not trap".
+// The six exceptions have this order in every register; a set mask bit means "do not trap".
 constexpr unsigned kAll = 0x3f;
 constexpr unsigned kSseMaskShift = 7;
 constexpr unsigned short kX87Plain = 0x37f; // nothing traps, 64 bits of mantissa, to nearest
@@ -60,8 +60,8 @@ X87EnvGuard::~X87EnvGuard()
         __asm__ volatile("fldcw %0" : : "m"(control_));
         return;
     }
-    // Only a whole environment brings the raised exceptions back: this one, with its stack as it
-    // is.
+    // Only loading a whole environment restores the raised exceptions: this one, with its stack
+    // unchanged.
     struct
     {
         unsigned short control, gap, status, rest[11];

@@ -15,8 +15,8 @@ unsigned FpuRaised();
 void FpuClearRaised();
 /// The exceptions that trap: SIGFPE, or the structured exception of Windows.
 unsigned FpuTraps();
-/// Makes exactly those of @p mask trap. Unless that is none, what was raised before is cleared, for
-/// it would trap now.
+/// Makes exactly those of @p mask trap. Unless that is none, exceptions raised before are cleared,
+/// since they would trap now.
 void FpuSetTraps(unsigned mask);
 
 /// Plain arithmetic of the x87 unit while it lives: full precision, no traps. Afterwards the unit

@@ -1,5 +1,5 @@
 /// @file
-/// A file that is read.
+/// A file opened for reading.
 #pragma once
 
 #include <cstddef>
@@ -18,16 +18,15 @@ public:
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
 
-    /// Opens @p path without waiting: what is no regular file is refused.
-    /// @param shared  whether other processes may write meanwhile, where the system would keep them
-    ///                from it
+    /// Opens @p path without waiting; anything but a regular file is refused.
+    /// @param shared  whether other processes may write meanwhile, on systems that would prevent it
     /// @returns 0, or the system's error number
     unsigned long Open(const std::wstring& path, bool shared);
 
     /// Reads up to @p size bytes; fewer only at the end of the file.
-    /// @returns 0, or the system's error number; @p got counts what came before
+    /// @returns 0, or the system's error number; @p got counts the bytes read before it
     unsigned long Read(void* buffer, std::size_t size, std::size_t& got);
-    /// Sets where the next Read begins; behind the end it gets nothing.
+    /// Sets where the next Read begins; past the end it reads nothing.
     void Seek(std::uint64_t position) { position_ = position; }
     std::uint64_t Position() const { return position_; }
     /// Bytes in the file now.

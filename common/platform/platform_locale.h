@@ -1,6 +1,6 @@
 /// @file
-/// What the operating system knows of a locale: its separators, and the name under which the
-/// standard library has it. Nothing here looks at the process's own C locale.
+/// A locale's data in the operating system: its separators, and its name in the standard library.
+/// The process's own C locale is not used.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +26,8 @@ std::uint32_t UserLocale();
 /// Whether the system has the data of locale @p id.
 bool IsLocaleInstalled(std::uint32_t id);
 
-/// A separator of locale @p id in the system's narrow text. For a locale that is not installed a
-/// few are known here; of others the separators of the invariant locale are given.
+/// A separator of locale @p id in the system's narrow text. For locales that are not installed
+/// there is a small built-in table; all others give the separators of the invariant locale.
 std::string LocaleText(std::uint32_t id, LocaleItem item);
 
 /// The name of locale @p id for a std::locale, as "French_Canada" or "fr_CA.UTF-8"; empty when

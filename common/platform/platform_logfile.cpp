@@ -18,7 +18,7 @@ LogFile::~LogFile()
     if (handle_ != -1)
         Leave();
     if (rewrite_ && Open() == 0)
-        (void)WriteToOpen({}); // nobody is left to be told of a failure
+        (void)WriteToOpen({}); // a failure can no longer be reported
     Close();
 }
 
@@ -56,7 +56,7 @@ WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
             unchecked_.clear();
             return result;
         }
-        Leave(); // and with it the bytes
+        Leave(); // discards the bytes, too
     }
 }
 

@@ -7,18 +7,18 @@
 namespace platform
 {
 
-/// Memory on a border of 64 bytes, not set to anything; null when there is none.
+/// Uninitialised memory aligned to 64 bytes; null when there is none.
 ///
-/// From 4 MiB on the system is asked for its large pages, where it has them to give: the first
-/// touch of such memory, and jumping about in it, take a fraction of the time.
+/// From 4 MiB on large pages are requested where the system offers them: first touch of and random
+/// access to such memory take a fraction of the time.
 void* AllocateArray(std::size_t bytes);
 
-/// Gives it back; null is harmless.
+/// Frees it; null is allowed.
 void FreeArray(void* array);
 
-/// Bytes that this process can take now without the system swapping, ending it or refusing: what is
-/// free on the machine or left of the address space, whichever is less. The largest number when the
-/// system does not tell.
+/// Bytes that this process can allocate now without swapping, being killed or being refused: free
+/// memory of the machine or of the address space, whichever is less. The largest number when the
+/// system reports none.
 unsigned long long AvailableMemory();
 
 } // namespace platform

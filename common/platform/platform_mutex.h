@@ -1,5 +1,5 @@
 /// @file
-/// Locks that re-enter in their thread: one within the process, one among processes.
+/// Recursive locks: one within the process, one among processes.
 #pragma once
 
 #include <memory>
@@ -26,23 +26,23 @@ private:
     std::unique_ptr<Section> section_;
 };
 
-/// A mutex that every process of this user knows by its name.
+/// A named mutex shared by all processes of this user.
 ///
 /// It belongs to one thread at a time, which may lock it again, also through another object of that
-/// name. When the thread or its process ends, however it does, the next one gets it. It lasts while
-/// anybody has it open, and no child program inherits it.
+/// name. When the thread or its process ends, in whatever way, the next one gets it. It exists
+/// while any process has it open; child programs do not inherit it.
 ///
 /// Linux: a name is one lock for all processes of a user that see the same /tmp, in whichever
 /// session, container or network they are. Up to eight processes that wait keep their order, and
-/// one that releases and comes back queues behind them; threads of a process get it in the order
-/// they asked. A forked child has open what its parent has, and owns nothing.
+/// one that releases and locks again queues after them; threads of a process get it in the order of
+/// their requests. A forked child has open what its parent has, and owns nothing.
 class NamedMutex
 {
 public:
-    /// The mutex @p name, which need not exist yet.
-    /// @returns null on failure, as Open does; LastErrorNumber tells why
+    /// The mutex @p name, which is created if it does not exist.
+    /// @returns null on failure, as Open does; LastErrorNumber has the reason
     static std::shared_ptr<NamedMutex> Create(const std::wstring& name);
-    /// The mutex @p name, which somebody has open.
+    /// The mutex @p name, which must be open somewhere.
     static std::shared_ptr<NamedMutex> Open(const std::wstring& name);
     NamedMutex() = default;
     virtual ~NamedMutex() = default;

@@ -1,5 +1,5 @@
 /// @file
-/// Sleeping threads and those who wake them; the barrier that makes cheap waking right.
+/// Putting threads to sleep and waking them; the process-wide barrier for cheap wake-ups.
 #pragma once
 
 #include <atomic>
@@ -8,39 +8,39 @@
 namespace platform
 {
 
-/// "Without limit" where a time in milliseconds is asked for.
+/// No time limit, for arguments in milliseconds.
 inline constexpr std::uint32_t kForever = 0xffffffff;
 
-/// A bed for one thread. A Wake before the Sleep is kept, several count as one.
+/// Parks one thread. A Wake before the Sleep is remembered; several count as one.
 ///
 /// Threads: one may sleep at a time, any may wake.
-class Parking
+class Parker
 {
 public:
-    Parking();
-    ~Parking(); // NOLINT(performance-trivially-destructible): not on Windows
-    Parking(const Parking&) = delete;
-    Parking& operator=(const Parking&) = delete;
+    Parker();
+    ~Parker(); // NOLINT(performance-trivially-destructible): not on Windows
+    Parker(const Parker&) = delete;
+    Parker& operator=(const Parker&) = delete;
 
-    /// Sleeps until there is a Wake, and uses it up.
+    /// Sleeps until there is a Wake, and consumes it.
     /// @returns false when @p milliseconds went by first
     bool Sleep(std::uint32_t milliseconds = kForever);
     void Wake();
 
 private:
     std::atomic<std::uint32_t> awake_{0};
-    /// Windows: instead of the word, if there is a handle for it.
+    /// Windows: used instead of the word if an event could be created.
     [[maybe_unused]] void* event_ = nullptr;
 };
 
-/// Sleeps while @p word is @p value, and may return early: look again.
+/// Sleeps while @p word is @p value; may return early, so check the word again.
 /// @returns false when @p milliseconds went by first
 ///
-/// Whoever changes the word wakes those who sleep on it. (The standard's own wait on an atomic
-/// loses a wake-up now and then in GCC 12 for Windows: it looks before it takes its lock.)
+/// A thread that changes the word wakes the threads sleeping on it. (The standard's own wait on an
+/// atomic occasionally loses a wake-up in GCC 12 for Windows: it checks before it takes its lock.)
 bool SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value,
              std::uint32_t milliseconds = kForever);
-/// Wakes one of those who sleep on @p word, or more.
+/// Wakes at least one of the threads sleeping on @p word.
 void WakeOne(std::atomic<std::uint32_t>& word);
 void WakeAll(std::atomic<std::uint32_t>& word);
 
@@ -48,8 +48,8 @@ void WakeAll(std::atomic<std::uint32_t>& word);
 ///
 /// Two threads that each store one word and then load the other's must not both miss the other's
 /// store. With this call on the side that does so rarely, the frequent side needs no fence: its
-/// store and load only have to stand in this order in the code (CompilerBarrier).
-/// Call it only where HasProcessBarrier.
+/// store and load only have to be in this order in the code (CompilerBarrier). Call it only where
+/// HasProcessBarrier.
 void ProcessBarrier();
 
 /// Whether the system has such a barrier; without it both sides need a fence of their own.
@@ -65,10 +65,10 @@ inline void FullBarrier()
     word.exchange(1, std::memory_order_seq_cst);
 }
 
-/// Tells the processor that this is a loop that waits.
+/// Tells the processor that this is a spin loop.
 void SpinPause();
 
-/// Lets another thread have the processor.
-void GiveWay();
+/// Yields the processor to another thread.
+void YieldThread();
 
 } // namespace platform

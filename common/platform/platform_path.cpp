@@ -8,8 +8,8 @@ namespace
 {
 bool IsLetter(wchar_t c) { return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z'); }
 
-/// The end of the part that begins at @p at, and of the separators behind it.
-std::size_t BehindPart(std::wstring_view path, std::size_t at)
+/// The end of the part that begins at @p at and of the separators after it.
+std::size_t EndOfPart(std::wstring_view path, std::size_t at)
 {
     while (at < path.size() && !IsSeparator(path[at]))
         ++at;
@@ -29,7 +29,7 @@ PathRoot RootOf(std::wstring_view path)
         return {0, false, false};
     if (size < 3 || !IsSeparator(path[1]) || IsSeparator(path[2]))
         return {1, true, false};
-    std::size_t end = BehindPart(path, 2);
+    std::size_t end = EndOfPart(path, 2);
     const std::wstring_view server = path.substr(2, end - 2);
     // "\\?\UNC\server\share\", "\\?\C:\", "\\.\pipe\", "\\server\share\"
     const bool device = server.size() == 2 && (server[0] == L'?' || server[0] == L'.');
@@ -38,8 +38,8 @@ PathRoot RootOf(std::wstring_view path)
     };
     if (device && path.size() > end + 3 && is(0, L'U') && is(1, L'N') && is(2, L'C') &&
         IsSeparator(path[end + 3]))
-        end = BehindPart(path, end + 4);
-    return {BehindPart(path, end), true, true};
+        end = EndOfPart(path, end + 4);
+    return {EndOfPart(path, end), true, true};
 }
 
 std::vector<std::wstring_view> PartsOf(std::wstring_view path)

@@ -12,7 +12,7 @@
 namespace platform
 {
 
-/// The beginning of a path that no ".." leaves: "C:", "C:\", "\", "\\server\share\", "\\?\C:\".
+/// The beginning of a path that ".." cannot leave: "C:", "C:\", "\", "\\server\share\", "\\?\C:\".
 struct PathRoot
 {
     std::size_t length; ///< characters of the path that belong to it; 0 for a relative path
@@ -20,7 +20,7 @@ struct PathRoot
     bool whole;         ///< names the drive or server too; "\" alone does not
 };
 
-/// Whether @p c parts folders.
+/// Whether @p c is a separator.
 constexpr bool IsSeparator(wchar_t c) { return c == L'\\' || c == L'/'; }
 
 /// The root of @p path.
@@ -30,7 +30,7 @@ PathRoot RootOf(std::wstring_view path);
 std::vector<std::wstring_view> PartsOf(std::wstring_view path);
 
 /// @p path with backslashes, without "." and "..", each ".." taking the part before it; a separator
-/// at the end stays. What would lead above a fixed root is dropped, above any other kept.
+/// at the end stays. ".." above a fixed root is dropped, above any other kept.
 /// @param[out] above  when not null: whether something was dropped
 std::wstring Normalised(std::wstring_view path, bool* above = nullptr);
 
@@ -45,7 +45,7 @@ std::wstring Joined(std::wstring_view folder, std::wstring_view name);
 /// @returns 0, or the system's error number
 unsigned long AbsolutePath(const std::wstring& path, std::wstring& absolute);
 
-/// Whether the system takes "A" and "a" for one file.
+/// Whether the file system ignores case.
 bool NamesIgnoreCase();
 
 /// The most characters that a path may have.

@@ -34,19 +34,19 @@ inline constexpr std::uint32_t kRegistryReadWrite = 0x2001F;
 inline constexpr std::uint32_t kRegistryView64 = 0x0100;
 inline constexpr std::uint32_t kRegistryView32 = 0x0200;
 
-/// What the SQLite store asks of those above it.
+/// Services that the SQLite store needs from higher layers.
 struct RegistryHost
 {
     /// The order of names: 0 for names that differ in case only.
     int (*compare)(std::wstring_view a, std::wstring_view b);
-    /// Told of a store that is damaged: its path, and its new one (empty: it could not be renamed).
+    /// Called for a damaged store: its path, and its new one (empty: it could not be renamed).
     void (*damaged)(const std::wstring& path, const std::wstring& aside);
 };
 
-/// Opens a key that is there. @p key is written on success only.
+/// Opens an existing key. @p key is written on success only.
 unsigned long OpenRegistryKey(RegistryKey parent, const std::wstring& subkey, std::uint32_t access,
                               const RegistryHost& host, RegistryKey& key);
-/// Opens a key, making it when it is not there.
+/// Opens a key, creating it if it does not exist.
 unsigned long CreateRegistryKey(RegistryKey parent, const std::wstring& subkey,
                                 std::uint32_t access, const RegistryHost& host, RegistryKey& key);
 /// Closes a key; roots and null stay.
@@ -58,7 +58,7 @@ unsigned long ReadRegistryValue(RegistryKey key, const std::wstring& name, std::
 unsigned long WriteRegistryValue(RegistryKey key, const std::wstring& name, std::uint32_t type,
                                  std::string_view bytes);
 unsigned long DeleteRegistryValue(RegistryKey key, const std::wstring& name);
-/// The names of all values, in the system's order; what was read before a failure stays.
+/// The names of all values, in the system's order; names read before a failure are kept.
 std::vector<std::wstring> RegistryValueNames(RegistryKey key);
 
 /// Whether @p error is a refused access.

@@ -1,5 +1,5 @@
 /// @file
-/// A file that appears under its name once it is complete.
+/// A file that appears under its name only when complete.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,12 @@
 namespace platform
 {
 
-/// A file being written. Until Commit nothing is seen of it, and a file that has its name stays.
+/// A file being written. Until Commit it is invisible, and an existing file of its name is
+/// unchanged.
 ///
 /// The folder is opened once and everything happens relative to it. The bytes go to a new file that
-/// nobody else can have made or linked: one without a name or, where there is no such file, one
-/// with a random name, created exclusively. A link that has the target's name is replaced, not
+/// no other user can have created or linked: one without a name or, where there is no such file,
+/// one with a random name, created exclusively. A link with the target's name is replaced, not
 /// followed. Functions return 0 or the system's error number. Threads: one at a time.
 class SafeFile
 {
@@ -23,8 +24,8 @@ public:
     SafeFile(const SafeFile&) = delete;
     SafeFile& operator=(const SafeFile&) = delete;
 
-    /// Begins the file @p path. A file that is there keeps its permissions if it belongs to this
-    /// user; one that is read-only, or not a regular file, is refused.
+    /// Begins the file @p path. An existing file keeps its permissions if it belongs to this user;
+    /// one that is read-only, or not a regular file, is refused.
     /// @param[out] readOnlyTarget  whether it was refused because it is read-only
     unsigned long Open(const std::wstring& path, bool& readOnlyTarget);
     bool IsOpen() const { return state_ != nullptr; }

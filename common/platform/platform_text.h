@@ -8,12 +8,12 @@
 namespace platform
 {
 
-/// The narrow text of @p text. What the code page cannot hold becomes its replacement character
+/// The narrow text of @p text. Characters that the code page lacks become its replacement character
 /// ("?", or U+FFFD where the code page is UTF-8). Zeros are kept.
 std::string Narrow(std::wstring_view text);
 
-/// The wide text of @p text. Bytes that mean nothing in the code page become U+FFFD or what the
-/// code page sets in their place; their neighbours and zeros are kept.
+/// The wide text of @p text. Bytes invalid in the code page become U+FFFD or the code page's
+/// substitute; their neighbours and zeros are kept.
 std::wstring Wide(std::string_view text);
 
 } // namespace platform

@@ -22,7 +22,8 @@ void BeginUnload();
 } // namespace impl
 
 /// Makes an object that is never destroyed when the process ends, since threads may use it after
-/// the statics; where the library is unloaded before, it is destroyed then, the last made first.
+/// the statics; if the library is unloaded before that, it is destroyed then, in reverse order of
+/// construction.
 template <class T, class... Arguments>
 T& UntilUnload(Arguments&&... arguments)
 {

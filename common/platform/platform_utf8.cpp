@@ -11,7 +11,7 @@ constexpr char32_t kReplacement = 0xFFFD;
 
 constexpr bool IsCharacter(char32_t c) { return c < 0xD800 || (c > 0xDFFF && c <= 0x10FFFF); }
 
-/// How many leading bytes of @p bytes are ASCII, looked at eight at a time.
+/// How many leading bytes of @p bytes are ASCII, tested eight at a time.
 std::size_t AsciiPrefix(std::string_view bytes)
 {
     std::size_t n = 0;
@@ -27,7 +27,7 @@ std::size_t AsciiPrefix(std::string_view bytes)
     return n;
 }
 
-/// What may follow a lead byte: how many bytes, and the bounds of the first of them.
+/// The continuation of a lead byte: the number of bytes, and the bounds of the first.
 struct Lead
 {
     int following;
@@ -49,8 +49,8 @@ Lead LeadOf(unsigned char byte)
             static_cast<unsigned char>(byte == 0xF4 ? 0x8F : 0xBF)};
 }
 
-/// The character at bytes[at], which is not ASCII; moves @p at behind it or behind the piece of
-/// one.
+/// The character at bytes[at], which is not ASCII; moves @p at past it or past the incomplete
+/// sequence.
 char32_t NextMultibyte(std::string_view bytes, std::size_t& at)
 {
     const auto first = static_cast<unsigned char>(bytes[at++]);

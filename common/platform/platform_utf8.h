@@ -12,14 +12,14 @@ namespace platform
 /// surrogate, or a value that is no character, becomes U+FFFD. Zeros are kept.
 std::string ToUtf8(std::wstring_view text);
 
-/// The wide text of UTF-8 bytes. Each longest piece that begins a character but does not finish it,
-/// and each byte that begins none, becomes one U+FFFD; what stands beside it is kept.
+/// The wide text of UTF-8 bytes. Each maximal incomplete sequence, and each byte that begins none,
+/// becomes one U+FFFD; neighbouring characters are kept.
 std::wstring FromUtf8(std::string_view bytes);
 
 /// Appends what ToUtf8 gives to @p bytes.
 void AppendUtf8(std::string& bytes, std::wstring_view text);
 
-/// Reads the character at @p at and moves @p at behind it (at least by one); U+FFFD for an invalid
+/// Reads the character at @p at and moves @p at past it (at least by one); U+FFFD for an invalid
 /// one. @p at is less than the text's size.
 char32_t NextCharacter(std::wstring_view text, std::size_t& at);
 

@@ -12,34 +12,36 @@
 namespace platform
 {
 
-/// One such object. Whoever holds a share may use it; the last share closes it.
+/// One such object with shared ownership; the last owner closes it.
 struct Waitable;
 using WaitHandle = std::shared_ptr<Waitable>;
 
-/// The makers give null on failure; LastErrorNumber tells why. No child program inherits anything.
+/// The factory functions return null on failure; LastErrorNumber has the reason. Child programs
+/// inherit nothing.
 WaitHandle MakeEvent(bool manualReset);
-/// A counter that a wait takes one from, and waits for while it is 0.
-/// @param count  what it starts with, and the most it takes
+/// A counter that a wait decrements, blocking while it is 0.
+/// @param count  the initial value and the maximum
 WaitHandle MakeSemaphore(std::int32_t count);
-/// The semaphore that every process of this user knows as @p name. It lives as long as somebody
-/// holds it; whoever makes it sets the count, which later ones leave as it is.
-/// Linux: at most 500000 (the system's limit for a pipe).
+/// The named semaphore @p name, shared by all processes of this user. It exists while any process
+/// holds it; the process that creates it sets the count. Linux: at most 500000 (the system's limit
+/// for a pipe).
 WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count);
 /// Signalled once the process with number @p id has ended; at once when there is none.
 WaitHandle OpenProcessEnd(int id);
-/// Somebody else's handle (Linux: a file descriptor, signalled when it can be read), not closed.
+/// A handle owned by the caller (Linux: a file descriptor, signalled when it can be read), not
+/// closed.
 WaitHandle BorrowHandle(std::intptr_t systemHandle);
 /// The HANDLE of Windows; elsewhere the descriptor, or -1 for what has none.
 std::intptr_t SystemHandle(const Waitable& object);
 
 /// @{
-/// Of events. A manual-reset event releases everyone who waits, even when it is cleared at once;
-/// an auto-reset event releases one and is clear again.
+/// Of events. A manual-reset event releases all waiting threads, even when it is cleared at once;
+/// an auto-reset event releases one and clears itself.
 bool SetSignal(Waitable& event);
 bool ClearSignal(Waitable& event);
 /// @}
-/// Gives @p count back to a semaphore.
-/// @returns false, and nothing is given, beyond what it takes
+/// Adds @p count to a semaphore.
+/// @returns false, and changes nothing, if that exceeds its maximum
 bool ReleaseCount(Waitable& semaphore, std::int32_t count);
 
 /// Results of Wait beside the number of an object.
@@ -55,7 +57,7 @@ int WaitAny(const WaitHandle* objects, std::size_t count, std::uint32_t millisec
 /// @returns 0 or one of the results above
 int WaitAll(const WaitHandle* objects, std::size_t count, std::uint32_t milliseconds);
 
-/// Does nothing for a time.
+/// Sleeps for a time.
 void SleepFor(std::uint32_t milliseconds);
 
 } // namespace platform

@@ -16,34 +16,34 @@ namespace sys::thread
 namespace
 {
 
-/// The mutex that takes turns opening and closing @p name.
-std::wstring TurnName(const std::wstring& name) { return name + L" (opening)"; }
+/// The mutex that serialises opening and closing @p name.
+std::wstring OpeningLockName(const std::wstring& name) { return name + L" (opening)"; }
 
 /// Holds that mutex.
-class Turn
+class OpeningLock
 {
 public:
-    explicit Turn(const std::wstring& name) : made_(mutex_.Create(TurnName(name)))
+    explicit OpeningLock(const std::wstring& name) : state_(mutex_.Create(OpeningLockName(name)))
     {
-        if (!made_.ok())
+        if (!state_.ok())
             return;
         mutex_.Lock();
         if (mutex_.Depth() == 0)
-            made_ = KviError::err_sysserv(L"WaitForSingleObject");
+            state_ = KviError::err_sysserv(L"WaitForSingleObject");
     }
-    ~Turn()
+    ~OpeningLock()
     {
         if (mutex_.Depth() > 0)
             mutex_.Unlock();
     }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
+    OpeningLock(const OpeningLock&) = delete;
+    OpeningLock& operator=(const OpeningLock&) = delete;
     /// Ok while the mutex is held; otherwise why not.
-    const gtl::status& State() const { return made_; }
+    const gtl::status& State() const { return state_; }
 
 private:
     impl::SystemExclusiveAccess mutex_;
-    gtl::status made_;
+    gtl::status state_;
 };
 
 bool ExistsAnywhere(const std::wstring& name)
@@ -59,7 +59,7 @@ gtl::status OpenError(std::wstring_view reason)
 
 } // namespace
 
-/// What this process has open, by name.
+/// The resources that this process has open, by name.
 class SharedResourceManager
 {
 public:
@@ -103,10 +103,10 @@ public:
             found->second = {resource, false, {}}; // this thread's until it is erased
         }
         const Erasure erasure(*this, *resource, name);
-        const Turn turn(name);
+        const OpeningLock turn(name);
         gtl::status closed = Run(*resource, &SharedResource::OnClose);
         (void)resource->mutex_.Close(); // cannot fail
-        // Without a turn nobody knows whether another process is opening it.
+        // Without the opening lock another process may be opening it.
         gtl::status last = turn.State();
         if (last.ok() && !ExistsAnywhere(name))
             last = Run(*resource, &SharedResource::OnDestroy);
@@ -186,7 +186,7 @@ private:
 
     static gtl::status OpenAmongProcesses(SharedResource& resource)
     {
-        const Turn turn(resource.name_);
+        const OpeningLock turn(resource.name_);
         if (!turn.State().ok())
             return OpenError(turn.State().as_wstring());
         const bool first = !ExistsAnywhere(resource.name_);

@@ -1,5 +1,5 @@
 /// @file
-/// Resources that are known by a name, in this process and among processes.
+/// Named resources, within this process and among processes.
 #pragma once
 
 #include "foundation/gtl_status.h"
@@ -19,11 +19,11 @@ namespace sys::thread
 /// OnOpen; closing runs OnClose, and OnDestroy where nobody else has it open any more. Among
 /// processes these four run one after the other; when one fails at opening, the name is not open.
 /// An exception out of a hook is an error like one that it returns. A process that dies closes
-/// everything, without the hooks: whoever opens the name next finds what it left behind. A forked
-/// child has open what its parent has.
+/// everything, without the hooks: the next process to open the name finds the state it left. A
+/// forked child has the same resources open as its parent.
 ///
 /// Threads: the static functions are for any; while one thread opens or closes a name, it counts as
-/// taken for another Open and as not open for everything else. The object must live until it is
+/// in use for another Open and as not open for everything else. The object must live until it is
 /// closed.
 class KVI_API SharedResource
 {
@@ -40,16 +40,15 @@ public:
     /// returned
     static gtl::status Open(const std::wstring& name, SharedResource* resource,
                             unsigned long flags);
-    /// Closes what this process has open under @p name. While somebody still has it locked it
-    /// counts as open, and OnDestroy does not run.
+    /// Closes the resource that this process has open under @p name. While it is still locked
+    /// anywhere it counts as open, and OnDestroy does not run.
     /// @returns ok, an error when it has nothing open, or what a hook returned (it is closed then).
-    /// Where the turn among processes could not be had, that error: it is closed, OnDestroy did not
-    /// run.
+    /// If the opening lock could not be obtained, that error: it is closed, OnDestroy did not run.
     static gtl::status Close(const std::wstring& name);
     /// Whether any process has @p name open.
     static bool IsOpenAnywhere(const std::wstring& name);
 
-    /// Holds a resource locked; the last copy unlocks it, on the thread that got it.
+    /// Holds a resource locked; the last copy unlocks it, on the thread that locked it.
     class ExclusiveAccess
     {
     public:
@@ -62,8 +61,8 @@ public:
         struct Hold;
         std::shared_ptr<Hold> hold_;
     };
-    /// Locks what this process has open under @p name.
-    /// @param wait  whether to wait for others who have it locked
+    /// Locks the resource that this process has open under @p name.
+    /// @param wait  whether to wait while others have it locked
     /// @returns an empty handle when it is not open here, or somebody else has it
     static ExclusiveAccess GetExclusiveAccess(const std::wstring& name, bool wait);
 
@@ -71,7 +70,7 @@ public:
     const std::wstring& Name() const { return name_; }
 
 protected:
-    /// @name Hooks, in this order behind the destructor; success as they stand here
+    /// @name Hooks, in this order after the destructor; the defaults return success
     /// @{
     virtual gtl::status OnCreate();  ///< the first one anywhere has opened the name
     virtual gtl::status OnOpen();    ///< others have it open already

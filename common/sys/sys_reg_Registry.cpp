@@ -43,12 +43,12 @@ Registry::Registry(const RegistryPath& path, REGKEY_ACCESS_VIEW view) : view_(vi
     if (OpenRegistryKey(path_.root, path_.subkey, With(kRegistryRead, view_), Host(), key) != 0)
         return;
     CloseRegistryKey(key);
-    (void)CreateAndOpenRootPath_(); // the rights tell
+    (void)CreateAndOpenRootPath_(); // the rights report failure
 }
 
 Registry::~Registry() { CloseRegistryKey(key_); }
 
-/// Opens the key, making what is missing; part by part when the system refuses to do it at once.
+/// Opens the key, creating missing ones; part by part when the system refuses to do it in one call.
 unsigned long Registry::CreateAndOpenRootPath_()
 {
     if (key_ != nullptr)

@@ -57,13 +57,13 @@ private:
 
 /// One key of the registry.
 ///
-/// Reading never fails: what is absent, of another type or refused gives the default; the Get
-/// functions say which. Reading never waits for a writer and finds the old value or the new one.
+/// Reading never fails: an absent, mistyped or inaccessible value gives the default; the Get
+/// functions report which. Reading never waits for a writer and finds the old value or the new one.
 /// Making the object and reading create nothing; the first write creates the key and those above
 /// it. On Linux the registry is one file for the user and one for the machine in their
 /// configuration folders, or in the folder that the environment variable KVI_REGISTRY names: an
 /// SQLite file, which the command sqlite3 shows ("SELECT path, name, data FROM entries"). It is
-/// used only if no other user than root can exchange it.
+/// used only if no user other than root can replace it.
 ///
 /// Threads: one at a time; any number of objects and processes may use one key.
 /// @code
@@ -74,7 +74,7 @@ private:
 class KVI_API Registry
 {
 public:
-    /// Opens the key when it is there, for writing when that is allowed.
+    /// Opens the key if it exists, for writing if that is allowed.
     Registry(const RegistryPath& path, REGKEY_ACCESS_VIEW view);
     virtual ~Registry();
     Registry(const Registry&) = delete;
@@ -89,8 +89,9 @@ public:
     /// A number in decimal text, whatever the locale, or a 32-bit number.
     double ReadDouble(const ValueName& name, double defaultValue) const;
     /// @{
-    /// What the Read function of that type would give, or why there is nothing to give: an absent
-    /// key or value, another type, a refusal. Tells a stored value from a default.
+    /// The value that the Read function of that type would give, or the reason why there is none:
+    /// an absent key or value, another type, denied access. Distinguishes a stored value from a
+    /// default.
     /// @param[out] value  written on success
     /// @returns ok, or "RegQueryValueEx" with key, value and the reason
     gtl::status GetInt(const ValueName& name, int& value) const;
@@ -130,7 +131,7 @@ public:
     gtl::status WriteString(const ValueName& name, const std::string& text);
     /// @}
 
-    /// Success when the value is there.
+    /// Success when the value exists.
     gtl::status ValueExists(const ValueName& name) const;
     /// Deletes the value; of a key that is not open, success.
     gtl::status DeleteValue(const ValueName& name);

@@ -25,7 +25,7 @@ struct Entry
     bool changed; // since it was read or written
 };
 
-struct Blind
+struct IgnoringCase
 {
     bool operator()(const std::wstring& a, const std::wstring& b) const
     {
@@ -61,7 +61,7 @@ std::wstring Written(T number)
     return {buffer, end.ptr};
 }
 
-void ReadAll(platform::RegistryKey key, std::map<std::wstring, Entry, Blind>& entries)
+void ReadAll(platform::RegistryKey key, std::map<std::wstring, Entry, IgnoringCase>& entries)
 {
     for (const std::wstring& name : platform::RegistryValueNames(key))
     {
@@ -81,7 +81,7 @@ struct RegistryMirror::State
 {
     RegistryPath path = StrativoCurrentUserPath(L"General");
     REGKEY_ACCESS_VIEW view = REGKEY_ACCESS_VIEW::view_32;
-    std::map<std::wstring, Entry, Blind> entries;
+    std::map<std::wstring, Entry, IgnoringCase> entries;
     mutable std::mutex mutex;
 
     /// The value of @p name; null when there is none. The mutex is held.

@@ -30,7 +30,7 @@ public:
     gtl::status Persist();
 
     /// @{
-    /// The value as far as it can be one of that type, a text that reads as a number included.
+    /// The value, if it can be converted to that type; text that reads as a number can.
     /// @returns false, with @p value as it was, when there is none
     bool GetValue(const std::wstring& name, unsigned char& value) const;
     /// The same for another type.
@@ -65,7 +65,7 @@ public:
     bool SetValue(const std::wstring& name, bool value);
     /// @}
 
-    /// Whether the registry itself has the value now.
+    /// Whether the registry itself contains the value now.
     bool IsValueInRegistry(const std::wstring& name) const;
 
 private:

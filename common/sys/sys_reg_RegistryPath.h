@@ -17,7 +17,7 @@ KVI_API RootKey CurrentUser();
 /// The settings of the machine, HKEY_LOCAL_MACHINE.
 KVI_API RootKey LocalMachine();
 
-/// A root and the path of a key below it, parts between backslashes, none in front.
+/// A root and the path of a key below it, parts separated by backslashes, none leading.
 struct RegistryPath
 {
     RootKey root = nullptr; ///< CurrentUser() or LocalMachine()
@@ -51,9 +51,9 @@ KVI_API RegistryPath StrativoLocalMachinePath();
 /// The key @p sub below it.
 KVI_API RegistryPath StrativoLocalMachinePath(const std::wstring& sub);
 /// @}
-/// Where the suite's resources are noted.
+/// The key of the suite's resources.
 KVI_API RegistryPath StrativoResourcesPath();
-/// Where the web services are noted.
+/// The key of the web services.
 KVI_API RegistryPath WebServicesPath();
 
 } // namespace sys::reg

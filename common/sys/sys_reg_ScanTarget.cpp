@@ -21,7 +21,7 @@ void SkipSpace(std::string_view& text)
         text.remove_prefix(1);
 }
 
-/// Takes a sign off; true for minus.
+/// Removes a sign; true for minus.
 bool TakeSign(std::string_view& text)
 {
     const bool minus = text.starts_with('-');
@@ -30,7 +30,7 @@ bool TakeSign(std::string_view& text)
     return minus;
 }
 
-/// The base that a conversion reads in; takes the mark of a hexadecimal number off.
+/// The base that a conversion reads in; removes the prefix of a hexadecimal number.
 int TakeBase(std::string_view& text, char conversion)
 {
     const bool hexMark = text.size() > 2 && text[0] == '0' && (text[1] | 0x20) == 'x' &&
@@ -81,7 +81,7 @@ bool IsBelowOne(std::string_view digits)
     std::string_view rest = digits.substr(std::min(mark + 1, digits.size()));
     ReadWhole(rest, 'd', exponent);
     const auto places = static_cast<long long>(point) - static_cast<long long>(first);
-    // The first digit stands for 10 to the power of places - 1, or of places behind the point.
+    // The first digit stands for 10 to the power of places - 1, or of places after the point.
     return exponent < (places > 0 ? 1 - places : -places);
 }
 
@@ -116,7 +116,7 @@ struct Field
     bool inverted = false;
 };
 
-/// Reads what stands behind "%"; conversion 0 when the format breaks off.
+/// Reads what follows "%"; conversion 0 when the format is incomplete.
 Field ReadField(std::string_view& format)
 {
     Field field;
@@ -139,7 +139,7 @@ Field ReadField(std::string_view& format)
         return field;
     field.inverted = format.starts_with('^');
     format.remove_prefix(field.inverted ? 1 : 0);
-    const std::size_t end = format.find(']', 1); // a bracket at once belongs to the set
+    const std::size_t end = format.find(']', 1); // a leading bracket belongs to the set
     if (end == std::string_view::npos)
         return {};
     field.set = format.substr(0, end);

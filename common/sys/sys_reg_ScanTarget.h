@@ -14,7 +14,7 @@ namespace sys::reg
 {
 
 /// Where one field of a scanned text goes: a pointer to a number or a string, or an array of
-/// characters. A plain "char*" is none: nobody would know its size.
+/// characters. A plain "char*" is not accepted, since its size is unknown.
 class KVI_API ScanTarget
 {
 public:
@@ -35,7 +35,7 @@ public:
     ScanTarget(double* number) : place_(number) {} // NOLINT(google-explicit-constructor)
     /// A text.
     ScanTarget(std::string* text) : place_(text) {} // NOLINT(google-explicit-constructor)
-    /// Text in an array, cut to fit and closed with a zero.
+    /// Text in an array, truncated to fit and zero-terminated.
     template <std::size_t N>
     ScanTarget(char (&text)[N]) // NOLINT(google-explicit-constructor)
         : place_(std::span<char>(text, N))
@@ -50,9 +50,10 @@ public:
     /// @}
 
     /// @cond  for Scan
-    /// Reads a number from the front of @p text; false when there is none or it has no place here.
+    /// Reads a number from the front of @p text; false when there is none or the target is no
+    /// number.
     bool Take(std::string_view& text, char conversion) const;
-    /// Takes @p text, cut to what there is room for.
+    /// Stores @p text, truncated to the capacity.
     bool Set(std::string_view text) const;
     /// Characters that Set has room for.
     std::size_t Room() const;
@@ -66,12 +67,12 @@ private:
         place_;
 };
 
-/// Reads @p text in the manner of sscanf: white space matches any, other characters themselves;
-/// %d %i %u %x %o and %e %f %g read a number in the type of its destination, whatever the locale,
-/// %s a word, %c characters, %[...] a set; "*" skips a field, a width bounds it, %n stores how far
-/// the scan came, "h", "l", "L" are passed over. An array of N characters bounds its field to
-/// N - 1 and the zero. A number beyond its type becomes the nearest one. The scan ends where text
-/// or destination do not fit.
+/// Reads @p text as sscanf does: white space matches any, other characters themselves; %d %i %u %x
+/// %o and %e %f %g read a number in the type of its destination, whatever the locale, %s a word, %c
+/// characters, %[...] a set; "*" skips a field, a width bounds it, %n stores how far the scan came,
+/// "h", "l", "L" are ignored. An array of N characters bounds its field to N - 1 and the zero. A
+/// number beyond its type becomes the nearest one. The scan stops where text or destination do not
+/// match.
 /// @returns how many fields were stored, 0 also for an empty text
 KVI_API int Scan(std::string_view text, const char* format, std::span<const ScanTarget> targets);
 

@@ -1,5 +1,5 @@
 /// @file
-/// What is to be done once in the life of the process.
+/// Actions performed once per process.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -26,8 +26,8 @@ private:
     std::atomic<std::uint32_t> state_{0};
 };
 
-/// Calls @p function unless a call with this flag has returned. Whoever comes meanwhile waits for
-/// it; when it throws, the exception passes on and the next one tries. It must not use its own
+/// Calls @p function unless a call with this flag has returned. Concurrent callers wait for it;
+/// when it throws, the exception propagates and the next caller tries. It must not use its own
 /// flag.
 KVI_API void CallOnce(OnceFlag& flag, const std::function<void()>& function);
 

@@ -13,7 +13,7 @@ namespace task
 namespace
 {
 constexpr std::uint32_t kFree = 0, kHeld = 1, kWaitedFor = 2;
-constexpr int kSpins = 100; // a lock held for a few instructions is worth no sleep
+constexpr int kSpins = 100; // a lock held for a few instructions is not worth a sleep
 } // namespace
 
 void ExclusiveAccess::Lock()
@@ -107,7 +107,7 @@ gtl::status SystemExclusiveAccess::Open(const std::wstring& name)
 {
     auto mutex = platform::NamedMutex::Open(name);
     if (mutex == nullptr)
-        return KviError::err_sysserv(L"CreateMutex"); // meant: both calls report this name
+        return KviError::err_sysserv(L"CreateMutex"); // intended: both calls report this name
     mutex_ = std::move(mutex);
     depth_ = 0;
     return {};

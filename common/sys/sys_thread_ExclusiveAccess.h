@@ -1,5 +1,5 @@
 /// @file
-/// The three kinds of locks, and data that is kept with its lock.
+/// The three kinds of locks, and data with the lock that guards it.
 #pragma once
 
 #include "foundation/gtl_status.h"
@@ -25,8 +25,8 @@ namespace task
 /// The lock for tasks of the pool and bodies of its loops. Not re-entrant: a second Lock by its
 /// owner waits for ever, a TryLock gives false.
 ///
-/// A thread that waits for a loop runs nothing but that loop's body, so a loop may be run, and a
-/// job waited for, with the lock held.
+/// A thread that waits for a loop runs only that loop's body, so running a loop or waiting for a
+/// job is allowed with the lock held.
 class KVI_API ExclusiveAccess
 {
 public:
@@ -35,7 +35,7 @@ public:
     ExclusiveAccess& operator=(const ExclusiveAccess&) = delete;
 
     void Lock();    ///< waits until it is free
-    void Unlock();  ///< only for who locked it
+    void Unlock();  ///< only by the thread that locked it
     bool TryLock(); ///< false when it is not free
 
 private:
@@ -47,7 +47,8 @@ private:
 namespace impl
 {
 
-/// The lock for plain threads of one process. Its owner may lock it again and unlocks as often.
+/// The lock for plain threads of one process. Its owner may lock it again and must unlock it as
+/// often.
 class KVI_API ProcessExclusiveAccess
 {
 public:
@@ -59,7 +60,7 @@ public:
     void Lock();    ///< waits until the calling thread has the lock
     void Unlock();  ///< undoes one Lock or TryLock of the calling thread
     bool TryLock(); ///< locks without waiting; whether the calling thread has the lock now
-    /// How often the owner has locked it; only the owner may ask.
+    /// How often the owner has locked it; to be called only by the owner.
     int Depth() const { return depth_; }
 
 private:
@@ -70,8 +71,8 @@ private:
 /// The lock among processes: a mutex with a name, which the processes of one user share.
 ///
 /// Its owner, a thread, may lock it again, also through another object with that name. When the
-/// owner dies holding it, the next one gets it; what it protects may then be half changed. Any name
-/// will do on Linux; Windows takes a backslash only behind "Local" or "Global" in front.
+/// owner dies holding it, the next one gets it; the protected data may then be inconsistent. Any
+/// name will do on Linux; Windows accepts a backslash only after a leading "Local" or "Global".
 ///
 /// Copies share the mutex, each with a depth of its own. Without Create or Open nothing is locked,
 /// and that is reported. Failures of Lock, Unlock and TryLock go to the log.
@@ -82,23 +83,23 @@ public:
     ~SystemExclusiveAccess();
     /// Shares the mutex of @p other, unlocked through this object.
     SystemExclusiveAccess(const SystemExclusiveAccess& other);
-    /// Gives up the mutex of this object and shares that of @p other.
+    /// Releases the mutex of this object and shares that of @p other.
     SystemExclusiveAccess& operator=(const SystemExclusiveAccess& other);
 
-    /// The mutex @p name; it is made when nobody has it.
+    /// The mutex @p name, created if it does not exist.
     /// @returns ok, or "CreateMutex" with the system's reason; the object is as before then
     gtl::status Create(const std::wstring& name);
-    /// The mutex @p name, which somebody must have open.
+    /// The mutex @p name, which must be open somewhere.
     /// @returns ok, or "CreateMutex" (as for Create) with the system's reason
     gtl::status Open(const std::wstring& name);
     bool IsReady() const { return mutex_ != nullptr; } ///< whether it has a mutex
-    /// Gives the mutex up without unlocking it. @returns ok; there is no way to fail
+    /// Detaches the mutex without unlocking it. @returns ok always
     gtl::status Close();
 
     void Lock();    ///< waits until the calling thread has the lock
     void Unlock();  ///< undoes one Lock or TryLock of the calling thread
     bool TryLock(); ///< locks without waiting; whether the calling thread has the lock now
-    /// Locks through this object that have not been undone.
+    /// Locks through this object not yet undone.
     int Depth() const { return depth_.load(std::memory_order_relaxed); }
 
 private:
@@ -123,7 +124,7 @@ public:
     /// Guards @p value.
     explicit ExclusiveAccessOf(Data value) : data(std::move(value)) {}
 
-    /// The way to the value; the lock is held as long as this lives.
+    /// Access to the value; holds the lock for its lifetime.
     class Guard
     {
     public:
@@ -143,7 +144,7 @@ public:
     Guard Access() { return Guard(*this); }
 
     Data data{};   ///< to be touched only with the lock held
-    LockKind lock; ///< for whoever locks by hand
+    LockKind lock; ///< for explicit locking
 };
 
 } // namespace sys::thread

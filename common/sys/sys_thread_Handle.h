@@ -1,5 +1,5 @@
 /// @file
-/// A share of an object of the system that threads wait for.
+/// Shared ownership of a system object that threads wait for.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -15,7 +15,7 @@ struct Waitable;
 namespace sys::thread
 {
 
-/// "Without limit" where a time in milliseconds is asked for, as Windows has it.
+/// No time limit, for arguments in milliseconds; the value of Windows.
 inline constexpr unsigned long kInfinite = 0xffffffff;
 
 /// Shares an event, a semaphore or another object of the system with whoever made it; the last
@@ -26,13 +26,13 @@ public:
     Handle() = default;
     /// A share of @p object; empty without one.
     explicit Handle(std::shared_ptr<platform::Waitable> object) : object_(std::move(object)) {}
-    /// Somebody else's handle: a HANDLE of Windows, or a file descriptor, which counts as signalled
-    /// while it can be read. It is not closed here.
+    /// A handle owned by the caller: a HANDLE of Windows, or a file descriptor, which counts as
+    /// signalled while it can be read. It is not closed here.
     static Handle Borrow(std::intptr_t systemHandle);
 
     explicit operator bool() const { return object_ != nullptr; } ///< whether it is not empty
     /// The HANDLE on Windows. Elsewhere the file descriptor; -1 for an event or an unnamed
-    /// semaphore, which have none there.
+    /// semaphore, which have none.
     std::intptr_t SystemHandle() const;
 
     /// For the library's own waits.

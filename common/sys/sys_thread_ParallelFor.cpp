@@ -32,7 +32,7 @@ struct Loop
         while (begin != end)
         {
             const std::uint64_t count = std::min(end - begin, yield.Stride());
-            // The number after the last one may wrap, but is not used.
+            // The number after the last one may wrap around, but is not used.
             for (std::uint64_t left = count; left != 0; --left, number += step)
                 all &= static_cast<unsigned>(body(number));
             begin += count;

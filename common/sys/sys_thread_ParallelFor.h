@@ -1,5 +1,5 @@
 /// @file
-/// Loops whose passes run on several threads.
+/// Loops whose iterations run on several threads.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -14,11 +14,11 @@ namespace sys::thread::task
 /// Calls @p body once with every number of @p range, on up to pool::Workers() threads, the calling
 /// one among them; on that one alone when pool::LocalThreads() is 1.
 ///
-/// A loop that is over in a few microseconds never leaves its thread. Loops nest, and may run with
-/// locks held. Every pass computes in the floating-point environment of the calling thread. When a
-/// pass throws, no further ones are begun (but those other threads are at) and the exception comes
-/// out here.
-/// @returns whether every call returned true; a false one stops nothing
+/// A loop that ends within a few microseconds never leaves its thread. Loops nest, and may run with
+/// locks held. Every iteration computes in the floating-point environment of the calling thread.
+/// When one throws, no further ones are begun (those in progress on other threads finish) and the
+/// exception propagates from here.
+/// @returns whether every call returned true; a false result stops nothing
 KVI_API bool ParallelFor(const Range& range, const std::function<bool(unsigned)>& body);
 
 namespace impl

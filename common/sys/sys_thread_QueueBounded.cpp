@@ -14,43 +14,44 @@ namespace sys::thread
 namespace
 {
 
-/// Whether the processors are taken by others, as the yields of all queues find it.
+/// Whether the processors are oversubscribed, measured by the yields of all queues.
 ///
-/// On a crowded machine a yield costs milliseconds, while a sleeper gets the processor soon after
-/// it is woken. After some long yields in a row nobody yields for a while.
-class Crowd
+/// On an oversubscribed machine a yield costs milliseconds, while a sleeping thread gets the
+/// processor soon after it is woken. After several consecutive long yields no queue yields for a
+/// while.
+class Contention
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    bool IsThere(Clock::time_point now) const
+    bool IsHigh(Clock::time_point now) const
     {
         return now.time_since_epoch().count() < until_.load(std::memory_order_relaxed);
     }
     void Yielded(Clock::time_point before, Clock::time_point now)
     {
-        if (now - before < kLong)
+        if (now - before < kLongYield)
         {
-            if (inARow_.load(std::memory_order_relaxed) != 0)
-                inARow_.store(0, std::memory_order_relaxed);
+            if (consecutive_.load(std::memory_order_relaxed) != 0)
+                consecutive_.store(0, std::memory_order_relaxed);
         }
-        else if (inARow_.fetch_add(1, std::memory_order_relaxed) + 1 >= kEvidence)
+        else if (consecutive_.fetch_add(1, std::memory_order_relaxed) + 1 >= kThreshold)
         {
-            until_.store((now + kWhile).time_since_epoch().count(), std::memory_order_relaxed);
-            inARow_.store(0, std::memory_order_relaxed);
+            until_.store((now + kAvoidYield).time_since_epoch().count(), std::memory_order_relaxed);
+            consecutive_.store(0, std::memory_order_relaxed);
         }
     }
 
 private:
-    static constexpr std::chrono::milliseconds kLong{1}, kWhile{500};
-    static constexpr int kEvidence = 3;
-    std::atomic<int> inARow_{0};
+    static constexpr std::chrono::milliseconds kLongYield{1}, kAvoidYield{500};
+    static constexpr int kThreshold = 3;
+    std::atomic<int> consecutive_{0};
     std::atomic<Clock::rep> until_{std::numeric_limits<Clock::rep>::min()};
 };
 
-Crowd crowd;
+Contention contention;
 
-/// This machine, for the rings.
+/// The system interface of the rings on the real machine.
 struct Machine
 {
     class Word
@@ -65,27 +66,26 @@ struct Machine
         std::atomic<unsigned> value_{0};
     };
 
-    class Bed
+    class ParkingSpot
     {
     public:
-        explicit Bed(Machine&) {}
-        void Sleep() { (void)parking_.Sleep(); } // without limit, so it ends with a Wake
-        /// @returns false when it ended by itself
-        bool Nap() { return parking_.Sleep(1); }
-        void Wake() { parking_.Wake(); }
+        explicit ParkingSpot(Machine&) {}
+        void Sleep() { (void)parker_.Sleep(); } // without limit, so it ends with a Wake
+        /// @returns false on timeout
+        bool SleepBriefly() { return parker_.Sleep(1); }
+        void Wake() { parker_.Wake(); }
 
     private:
-        platform::Parking parking_;
+        platform::Parker parker_;
     };
 
-    /// Spins for about a microsecond, then lets others run for some hundred, then has none left.
-    /// (The other side may have been woken on this very processor.) It looks no more often than a
-    /// few times in a microsecond: each look takes a cache line away from the other side, which
-    /// meanwhile adds more items.
-    class Patience
+    /// Spins for about a microsecond, then yields for some hundred, then ends. (The other side may
+    /// have been woken on this very processor.) It polls at most a few times per microsecond: each
+    /// poll takes a cache line away from the other side, which meanwhile adds more items.
+    class Backoff
     {
     public:
-        explicit Patience(Machine&) {}
+        explicit Backoff(Machine&) {}
         bool Wait()
         {
             if (++round_ <= kSpins)
@@ -95,15 +95,15 @@ struct Machine
                 return true;
             }
             if (round_ == kSpins + 1)
-                start_ = last_ = Crowd::Clock::now();
-            if (last_ - start_ >= kYielding || crowd.IsThere(last_))
+                start_ = last_ = Contention::Clock::now();
+            if (last_ - start_ >= kYielding || contention.IsHigh(last_))
             {
-                round_ = 0; // after a sleep from the start
+                round_ = 0; // start again after a sleep
                 return false;
             }
-            platform::GiveWay();
-            const auto before = std::exchange(last_, Crowd::Clock::now());
-            crowd.Yielded(before, last_);
+            platform::YieldThread();
+            const auto before = std::exchange(last_, Contention::Clock::now());
+            contention.Yielded(before, last_);
             return true;
         }
 
@@ -111,7 +111,7 @@ struct Machine
         static constexpr int kPauses = 16, kSpins = 2;
         static constexpr std::chrono::microseconds kYielding{200};
         int round_ = 0;
-        Crowd::Clock::time_point start_, last_;
+        Contention::Clock::time_point start_, last_;
     };
 
     void LightBarrier() const

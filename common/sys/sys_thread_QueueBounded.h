@@ -14,10 +14,10 @@ namespace sys::thread
 ///
 /// Every writer owns a ring, so writers never contend; items keep their order within a writer, and
 /// the reader takes from the writers in turn. A ring of capacity C holds C - 1 items: the free slot
-/// is what tells a full ring from an empty one. A side that has to wait spins, then yields (some
-/// hundred microseconds in all, and not on a crowded machine), then sleeps until the other side
-/// wakes it. A writer that found its ring full goes on when half of it is free; when the reader
-/// stops short of that, it takes what room there is after about a millisecond.
+/// distinguishes a full ring from an empty one. A side that has to wait spins, then yields (some
+/// hundred microseconds in all, and not on an oversubscribed machine), then sleeps until the other
+/// side wakes it. A writer that found its ring full continues when half of it is free; if the
+/// reader stops before that, it uses any free slot after about a millisecond.
 ///
 /// Threads: one thread at a time per writer number, one reader; IsEmpty and IsFull are for any
 /// thread. Add writers before either side starts, and destroy the queue after both have left it.
@@ -44,9 +44,9 @@ public:
     /// Copies @p size bytes in; waits without limit while that writer's ring is full.
     void Push(unsigned writer, const void* data, std::size_t size);
     /// Copies the next item out, of its slot up to @p size bytes; waits while every ring is empty.
-    /// A queue without writers gives nothing, at once, and the log says so.
+    /// A queue without writers returns at once without an item, which is logged.
     void Pop(void* out, std::size_t size);
-    bool IsEmpty() const;               ///< whether Pop would wait, as it is at this moment
+    bool IsEmpty() const;               ///< whether Pop would wait at this moment
     bool IsFull(unsigned writer) const; ///< whether that writer's Push would
 
 private:

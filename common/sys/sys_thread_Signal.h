@@ -31,12 +31,12 @@ public:
     Signal& operator=(const Signal&) = delete;
 
     void Set();   ///< signals the event
-    void Clear(); ///< it is signalled no more
+    void Clear(); ///< clears the event
     void Wait();  ///< until it is signalled
     /// @returns whether the event was signalled before @p ms milliseconds went by
     bool Wait(unsigned long ms);
 
-    /// Shares the event; it lives on in the share.
+    /// Shares the event; it lives as long as the handle.
     Handle SharedHandle() const { return handle_; }
 
 private:

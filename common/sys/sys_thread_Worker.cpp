@@ -142,11 +142,11 @@ Worker::Handle Worker::RunInstance(std::function<void()> body, unsigned stackSiz
     auto worker = std::make_unique<FunctionWorker>(std::move(body));
     const Handle handle = RunInstance(worker.get(), stackSize);
     if (handle.IsValid())
-        (void)worker.release(); // its thread's now
+        (void)worker.release(); // owned by its thread now
     return handle;
 }
 
-/// A thread's way out: it joins the one that ended before it, so that one is left for JoinEnded.
+/// The end of a thread: it joins the one that ended before it, so that one is left for JoinEnded.
 struct Worker::End
 {
     Worker& worker;
@@ -226,9 +226,9 @@ bool Worker::IsRunning(Handle handle)
     return worker != nullptr && worker->thread_->IsActive();
 }
 
-/// An event that is set when the worker is deleted, an empty one when it could not be made; nothing
-/// when there is nothing to wait for. The worker has a share of it, so it may be set long after the
-/// one who waited has gone. What a wait has left behind serves the next one.
+/// An event that is set when the worker is deleted, an empty one when it could not be created;
+/// nothing when there is nothing to wait for. The worker shares it, so it may be set long after the
+/// waiting thread has gone. An event left by one wait is reused by the next.
 std::optional<thread::Handle> Worker::JoinEvent(Handle handle)
 {
     Registry& registry = TheRegistry();
@@ -259,7 +259,7 @@ bool Worker::Join(const std::vector<Handle>& handles, unsigned long ms)
             events.push_back(event->Object());
         }
     const auto start = Clock::now();
-    // One wait takes 64 of them; the groups share the time.
+    // One wait handles 64 of them; the groups share the time limit.
     for (std::size_t i = 0; i < events.size(); i += platform::kWaitLimit)
     {
         const auto spent =
@@ -319,7 +319,7 @@ Worker::Handle MonitorProcess(int processId, std::function<void()> onExit)
     auto monitor = std::make_unique<ProcessMonitor>(std::move(process), std::move(onExit));
     const Worker::Handle handle = Worker::RunInstance(monitor.get(), 0);
     if (handle.IsValid())
-        (void)monitor.release(); // its thread's now
+        (void)monitor.release(); // owned by its thread now
     return handle;
 }
 

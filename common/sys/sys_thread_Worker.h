@@ -22,8 +22,8 @@ namespace sys::thread
 ///
 /// A started worker belongs to its thread, which deletes it when Run returns. Others keep only its
 /// handle; with the handle of a worker that has ended every call does nothing. The destructor runs
-/// under the lock of the registry of workers, which its thread may take again: it may call whatever
-/// stands here, but must not wait for another worker.
+/// under the lock of the registry of workers, which its thread may take again: it may call the
+/// functions here, but must not wait for another worker.
 ///
 /// Threads: the static functions are for any thread, Sleep is for the worker's own body. An
 /// exception out of Run ends the worker and goes to the log.
@@ -74,8 +74,8 @@ public:
 
     /// Starts a thread that runs @p worker and then deletes it.
     /// @param stackSize  in bytes; 0 for the system's usual one
-    /// @returns its handle, also when it has already ended; -1 when there could be no thread, and
-    /// @p worker stays the caller's
+    /// @returns its handle, even if it has already ended; -1 when no thread could be started, and
+    /// @p worker stays with the caller
     static Handle RunInstance(Worker* worker, unsigned stackSize);
     /// Starts a thread that calls @p body.
     static Handle RunInstance(std::function<void()> body, unsigned stackSize);
@@ -87,8 +87,8 @@ public:
     /// Whether the worker's thread runs.
     static bool IsRunning(Handle handle);
     /// Waits until the worker has been deleted; not when it is the calling thread's own.
-    /// @returns whether there is nothing left to wait for; false when @p ms ran out or there could
-    /// be no wait
+    /// @returns whether there is nothing left to wait for; false on timeout or when waiting was
+    /// impossible
     static bool Join(Handle handle, unsigned long ms);
     /// Waits for all of them, any number, no longer than @p ms altogether.
     static bool Join(const std::vector<Handle>& handles, unsigned long ms);
@@ -107,7 +107,7 @@ protected:
     virtual void Run() = 0;
 
     /// Waits up to @p ms milliseconds: for a request to exit, before a wake, before the extra
-    /// handles in their order. A wake is used up by the Sleep that reports it, an exit never.
+    /// handles in their order. A wake is consumed by the Sleep that reports it, an exit never.
     WakeupType Sleep(unsigned long ms);
     /// Lets Sleep wait for @p handle too; at most 62 of them.
     void AddWaitHandle(thread::Handle handle);

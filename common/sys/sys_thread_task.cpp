@@ -96,7 +96,7 @@ struct JobRun : parallel::Loop
         return end;
     }
 
-    /// Nobody waited for the job; what it threw is not lost.
+    /// No thread waited for the job; its exception is logged.
     static void LogFailure(const std::exception_ptr& failure)
     {
         try

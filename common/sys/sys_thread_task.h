@@ -1,5 +1,5 @@
 /// @file
-/// The task pool: jobs over ranges of numbers, and how many threads work at them.
+/// The task pool: jobs over ranges of numbers, and their thread counts.
 #pragma once
 
 #include "foundation/kvi_export.h"
@@ -27,19 +27,19 @@ KVI_API std::uint64_t TotalRuns(const Range& range);
 KVI_API bool IsValid(const Range& range);
 } // namespace range
 
-/// Takes the pool into use again after a Finalize. The first loop or job takes it into use as well.
+/// Restarts the pool after a Finalize. The first loop or job does so as well.
 KVI_API void Initialize();
-/// Ends every thread of the pool, after what it is doing, and waits for those of workers that have
-/// been deleted; then the library may be unloaded, once no worker runs. Loops and jobs go on, in
-/// their callers alone. Not to be called by a task.
+/// Ends every thread of the pool after its current work, and waits for those of deleted workers;
+/// then the library may be unloaded, once no worker runs. Loops and jobs then run in their callers
+/// alone. Not to be called by a task.
 KVI_API void Finalize();
 
 /// How many threads the pool uses.
 namespace pool
 {
-/// Processors that this process may use: those it is bound to, no more than its container's share.
+/// Processors that this process may use: those of its affinity mask, at most its container's quota.
 KVI_API unsigned TotalSystemWorkers();
-/// The number in the environment variable OMP_NUM_THREADS (something else there is 0), without it
+/// The number in the environment variable OMP_NUM_THREADS (other text counts as 0), without it
 /// TotalSystemWorkers; at least 1. Found once.
 KVI_API unsigned LocalThreads();
 /// Jobs and loops begun from now on use @p workers threads, at least 1.
@@ -49,7 +49,7 @@ KVI_API void SetDynamicWorkers();
 /// How many jobs and loops begun now would use.
 KVI_API unsigned Workers();
 /// @{
-/// Does nothing; stands here for programs that call it.
+/// Does nothing; kept for programs that call it.
 KVI_API void SetLocalThreads(unsigned threads);
 /// Does nothing.
 KVI_API void BookkeepLocalThreads();
@@ -63,12 +63,12 @@ class KVI_API ITask
 {
 public:
     virtual ~ITask();
-    /// Does the numbers of @p part, which has the job's step. Several parts run at once, each
+    /// Processes the numbers of @p part, which has the job's step. Several parts run at once, each
     /// number is in one of them.
     virtual void Run(const Range& part) = 0;
 };
 
-/// A share of a task; the last one deletes it.
+/// Shared ownership of a task.
 using TaskHandle = std::shared_ptr<ITask>;
 
 namespace impl
@@ -85,22 +85,22 @@ struct Job;
 namespace job
 {
 
-/// A share of a job.
+/// Shared ownership of a job.
 using Handle = std::shared_ptr<impl::Job>;
 
 /// @param workers  the most threads at once; 0 for pool::Workers()
 KVI_API Handle Create(TaskHandle task, const Range& range, unsigned workers);
 /// For the next Run; not while the job runs.
 KVI_API void SetRange(const Handle& job, const Range& range);
-/// Does the job, the caller taking part, and returns when it is done. A range without numbers is
-/// done at once. What the task throws comes out here; the parts not yet begun are left out then.
+/// Runs the job with the caller taking part, and returns when it is done. An empty range is done at
+/// once. Exceptions of the task propagate from here; parts not yet begun are then skipped.
 KVI_API void Run(const Handle& job);
-/// Begins the job in the pool, and returns. Where the pool has no thread, Wait does it.
+/// Starts the job in the pool and returns. If the pool has no thread, Wait runs it.
 KVI_API void RunAsync(const Handle& job);
 /// Takes part in what RunAsync began, where the job may have one more thread, and returns when it
 /// is done; throws as Run does. At once for a job that was not begun.
 KVI_API void Wait(const Handle& job);
-/// Gives the share up; a job that is running goes on.
+/// Releases the handle; a running job continues.
 KVI_API void Release(Handle& job);
 
 } // namespace job

@@ -1,6 +1,6 @@
 // A machine whose every step a seed decides: one thread runs at a time, and stores wait in a buffer
-// of their thread before the others see them, as on x86. Time passes, so that naps end, at any
-// moment or only when nobody else can run, as the seed has it.
+// of their thread before the others see them, as on x86. Time passes, so that sleepsBriefly end, at
+// any moment or only when nobody else can run, as the seed has it.
 #pragma once
 
 #include <algorithm>
@@ -38,7 +38,7 @@ public:
     }
 
     unsigned long Steps() const { return steps_; }
-    /// Whether naps may end while somebody else can run.
+    /// Whether sleepsBriefly may end while somebody else can run.
     bool Hurries() const { return hurries_; }
     /// How many ended because nobody else could run.
     unsigned long NapsToTheirEnd() const { return napsToTheirEnd_; }
@@ -82,7 +82,7 @@ public:
         unsigned value_ = 0;
     };
 
-    class Bed : public Part
+    class ParkingSpot : public Part
     {
     public:
         using Part::Part;
@@ -92,22 +92,22 @@ public:
             machine_.Mine().Drain();
             while (!std::exchange(kept_, false))
             {
-                machine_.Mine().bed = this;
+                machine_.Mine().spot = this;
                 machine_.Step();
             }
         }
-        bool Nap()
+        bool SleepBriefly()
         {
             machine_.Step();
             Thread& mine = machine_.Mine();
             mine.Drain();
             if (!kept_)
             {
-                mine.bed = this;
-                mine.naps = true;
+                mine.spot = this;
+                mine.sleepsBriefly = true;
                 machine_.Step();
-                mine.naps = false;
-                mine.bed = nullptr;
+                mine.sleepsBriefly = false;
+                mine.spot = nullptr;
             }
             return std::exchange(kept_, false);
         }
@@ -116,15 +116,15 @@ public:
             machine_.Step();
             kept_ = true;
             for (Thread& thread : machine_.threads_)
-                if (thread.bed == this)
-                    thread.bed = nullptr;
+                if (thread.spot == this)
+                    thread.spot = nullptr;
         }
 
     private:
         bool kept_ = false;
     };
 
-    struct Patience : Part
+    struct Backoff : Part
     {
         using Part::Part;
         bool Wait() { return machine_.random_() % 2 == 0; }
@@ -147,8 +147,8 @@ private:
     struct Thread
     {
         std::deque<std::pair<Word*, unsigned>> stores; // not yet seen by others
-        Bed* bed = nullptr;                            // where it sleeps
-        bool naps = false;                             // there
+        ParkingSpot* spot = nullptr;                   // where it sleeps
+        bool sleepsBriefly = false;                    // there
         bool ended = false;
         std::condition_variable turn;
 
@@ -185,9 +185,9 @@ private:
     {
         std::vector<std::size_t> ready, napping;
         for (std::size_t i = 0; i < threads_.size(); ++i)
-            if (!threads_[i].ended && threads_[i].bed == nullptr)
+            if (!threads_[i].ended && threads_[i].spot == nullptr)
                 ready.push_back(i);
-            else if (!threads_[i].ended && threads_[i].naps)
+            else if (!threads_[i].ended && threads_[i].sleepsBriefly)
                 napping.push_back(i);
         if (ready.empty() || hurries_)
         {

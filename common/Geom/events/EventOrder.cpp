@@ -28,7 +28,7 @@ bool IsBefore(const LineEvent2D& a, const LineEvent2D& b)
     return a.line1 != b.line1 ? a.line1 < b.line1 : a.line2 < b.line2;
 }
 
-/// Sorts by insertion: each element moves to before those that it is less than, without a gap.
+/// Sorts by insertion: each element moves before the run of elements that it is less than.
 template <class Iterator, class Less>
 void InsertionSort(Iterator begin, Iterator end, const Less& less)
 {
@@ -94,8 +94,8 @@ void MakeSortedExactly(Events& events, MeetingList found, const LineSet2D& lines
         SortExactly(events.data() + begin, events.data() + ends[i]);
 }
 
-/// The order of EvLess, where it does not say that each of two comes before the other, with the
-/// shortcut that beyond a distance it is that of x.
+/// The order of EvLess, except where each of two events would come before the other, with the
+/// shortcut that beyond a certain distance it is that of x.
 class Order
 {
 public:
@@ -111,9 +111,9 @@ public:
             areInOrder = areInOrder && !Precedes(line.second, line.first, hx, hy);
             most = std::max({most, std::fabs(line.first.x), std::fabs(line.second.x)});
         }
-        // Lines whose points are in order lean left by a half-epsilon at the most, and what lies
-        // on them or meets there strays by as much again; a line against the order may carry
-        // events from one end of the plane to the other.
+        // Lines whose points are in order lean left by at most a half-epsilon, and points on them
+        // or meetings deviate by as much again; a line against the order may move events across the
+        // whole plane.
         if (areInOrder)
             far_ = 8 * hx + most * 0x1p-44;
     }
@@ -140,7 +140,7 @@ private:
 void Merge(LineEvent2D* begin, LineEvent2D* middle, LineEvent2D* end, const Order& less,
            Events& room)
 {
-    // Events too far left for the right run to come before them stay.
+    // Events too far left to be preceded by the right run stay.
     while (begin != middle && less.IsFar(*begin, *middle))
         ++begin;
     room.assign(begin, middle);

@@ -50,13 +50,13 @@ private:
 };
 
 /// Replaces @p events by those of the meetings, in the order of EvLess with @p precision; those on
-/// a circle of that order are adjacent.
+/// a cycle of that order are adjacent.
 ///
 /// They are sorted exactly, by point, then by lines; then neighbours that EvLess orders the other
 /// way round are corrected by merging. A merge never puts an event before one that must precede it
-/// by whatever chain, unless a chain leads back: of two runs in which no such chain is broken, the
-/// head that is taken is the earlier of the two, or on a circle with the other. Two events of which
-/// EvLess says that each comes before the other, or neither, are a circle of two.
+/// by any chain, unless a chain leads back: of two runs in which no such chain is broken, the head
+/// taken is the earlier of the two, or on a cycle with the other. Two events for which EvLess puts
+/// each before the other, or neither, are a cycle of two.
 void MakeEvents(std::vector<LineEvent2D>& events, MeetingList found, const LineSet2D& lines,
                 const Precision3D& precision);
 

@@ -13,8 +13,9 @@ namespace
 constexpr double kCellsPerLine = 1; // at most
 constexpr double kBoxesPerCell = 3; // lengths of a line's box along a cell, on average
 
-/// Cells along an axis of which the boxes take the share @p share on average; one where more would
-/// not pay. Long cells mean more tested pairs, short ones more entries; tests are cheaper.
+/// Number of cells along an axis of which the boxes cover the fraction @p share on average; one
+/// where more would not be worth it. Long cells mean more tested pairs, short ones more entries;
+/// tests are cheaper.
 double CellsFor(double share, double most)
 {
     return share > 0.16 ? 1 : share * kBoxesPerCell * most > 1 ? 1 / (share * kBoxesPerCell) : most;
@@ -158,7 +159,7 @@ void LineGrid::Enter(const LineSet2D& lines, const std::vector<GridMember>& memb
     }
     for (std::vector<double>* array : {&ax, &ay, &bx, &by, &margin})
         array->resize(rows + kPairPadding);
-    for (std::size_t row = 0; row < rows; ++row) // one after another, which the cache likes
+    for (std::size_t row = 0; row < rows; ++row) // one after another, which is cache-friendly
     {
         const Line2D& line = lines[members[memberOf[row]].line];
         const bool isToRight = line.first.x <= line.second.x;

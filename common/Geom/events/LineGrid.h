@@ -20,13 +20,13 @@ using Geom::Line2D;
 using Geom::LineSet2D;
 using Geom::Point2D;
 
-/// A line that takes part in a search by its position, with its flags from the cells around.
+/// A line of a search by its position, with its flags from the enclosing cells.
 struct GridMember
 {
     std::uint32_t line, flags;
 };
 
-/// How near is near enough to look closer.
+/// Distances within which a pair of lines is tested exactly.
 struct GridTolerance
 {
     double reachX = 0, reachY = 0; ///< between boxes: half-epsilons and the rounding of coordinates
@@ -34,7 +34,7 @@ struct GridTolerance
 
     /// For lines of which no coordinate exceeds @p most in size.
     static GridTolerance For(const Point2D& most, double hx, double hy);
-    /// How far from 0 a cross product with @p line must be to tell the side for certain.
+    /// How far from 0 a cross product with @p line must be for a certain side.
     double MarginOf(const Line2D& line) const;
 };
 
@@ -43,8 +43,8 @@ struct GridCover
 {
     std::uint32_t x0, y0, x1, y1;
 
-    /// Whether the line stretches over so many cells both ways that it is not entered in them. With
-    /// cells longer than the average box few of all lines do.
+    /// Whether the line covers so many cells in both directions that it is not entered in them.
+    /// With cells longer than the average box this holds for few lines.
     bool IsLong() const
     {
         return x1 - x0 > 2 && y1 - y0 > 2 && std::size_t(x1 - x0 + 1) * (y1 - y0 + 1) > 48;
@@ -66,8 +66,8 @@ struct GridAxis
 
 /// Lines entered in every cell that their boxes reach, as rows in the order of the cells.
 ///
-/// Two lines share the cells that both their boxes reach. Of these the one in whose column one of
-/// the boxes begins, and in whose row, is unique: there the flags of the two together are complete.
+/// Two lines share the cells that both their boxes reach. Exactly one of these has one of the boxes
+/// beginning in its column and one in its row: there the flags of the two together are complete.
 struct LineGrid
 {
     static constexpr std::uint32_t kBeginsInColumn = 1, kBeginsInRow = 2;
@@ -76,11 +76,11 @@ struct LineGrid
     /// @param lines      the set
     /// @param members    lines of it
     /// @param tolerance  by which boxes are widened
-    /// @param region     what counts of the boxes
+    /// @param region     the part of the boxes that counts
     /// @param mostCells  no more cells than these
     void Lay(const LineSet2D& lines, const std::vector<GridMember>& members,
              const GridTolerance& tolerance, const Extents2D& region, double mostCells);
-    /// Enters the members that are not long; in a cell they go by number.
+    /// Enters the members that are not long, in a cell in ascending order.
     /// @throws std::length_error for more than 2^32 - 1 rows
     void Enter(const LineSet2D& lines, const std::vector<GridMember>& members,
                const GridTolerance& tolerance);
@@ -125,7 +125,7 @@ void LineGrid::ForRowsAlong(const Line2D& line, const GridCover& cover,
     const Point2D& low = isRising ? line.first : line.second;
     const Point2D& high = isRising ? line.second : line.first;
     const double height = 1 / y.perUnit;
-    const bool isSteep = high.y - low.y > height; // else it is the tolerance that spans the rows
+    const bool isSteep = high.y - low.y > height; // else the tolerance spans the rows
     const double perY = isSteep ? (high.x - low.x) / (high.y - low.y) : 0;
     const double reachX = tolerance.reachX + std::fabs(perY) * (tolerance.reachY + 1e-6 * height);
     const auto abscissaAt = [&](double at) {

@@ -1,5 +1,5 @@
 /// @file
-/// @internal Tests of one line against many, one set for each processor level.
+/// @internal Kernels testing one line against many, one set for each processor level.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 namespace geom
 {
 
-/// Lines in an order of their own, cell after cell, as arrays of equal length with
-/// kPairPadding readable elements past the last.
+/// Lines ordered by cell, as arrays of equal length with kPairPadding readable elements past the
+/// last.
 struct PairRows
 {
     const double *ax, *ay; ///< the one end, no further right
@@ -35,7 +35,7 @@ struct RowPair
     std::uint32_t first, second;
 };
 
-/// How far the tests within cells have come: the next row, in this cell.
+/// The progress of the tests within cells: the next row, in this cell.
 struct PairCursor
 {
     std::size_t cell, row;
@@ -62,7 +62,7 @@ struct PairKernels
     std::size_t (*inCells)(const PairRows& rows, const std::size_t* starts,
                            const std::size_t* splits, std::size_t cells, PairCursor& cursor,
                            std::uint32_t allFlags, RowPair* out, std::size_t room);
-    /// The rows from @p begin to @p end that may meet @p line; flags take no part.
+    /// The rows from @p begin to @p end that may meet @p line; flags are ignored.
     /// @returns row numbers written
     std::size_t (*withLine)(const PairRows& rows, const PairRow& line, std::size_t begin,
                             std::size_t end, std::uint32_t* out);

@@ -12,11 +12,11 @@ namespace geom
 {
 namespace
 {
-constexpr std::size_t kCrowded = 160;  // lines in a cell that gets a grid of its own
-constexpr int kLevels = 12;            // of grids within cells: two flags for each
-constexpr std::size_t kPortion = 512;  // pairs handed over at once, about
-constexpr double kGreatest = 0x1p400;  // coordinates whose products of two stay finite
-constexpr std::size_t kFewLines = 200; // of one set: no grid is worth it
+constexpr std::size_t kDenseCell = 160; // lines in a cell that gets a grid of its own
+constexpr int kLevels = 12;             // of grids within cells: two flags for each
+constexpr std::size_t kPortion = 512;   // pairs delivered at once, about
+constexpr double kGreatest = 0x1p400;   // coordinates whose products of two stay finite
+constexpr std::size_t kFewLines = 200;  // of one set: no grid is worth it
 constexpr std::size_t kOneSet = std::size_t(-1);
 
 const PairKernels& Kernels()
@@ -30,7 +30,7 @@ const PairKernels& Kernels()
 /// The bits of @p level levels of flags.
 std::uint32_t FlagsOf(int level) { return (std::uint32_t(1) << 2 * level) - 1; }
 
-/// Every pair that is found passes through here.
+/// Delivers the pairs found, in portions.
 class Portions
 {
 public:
@@ -112,7 +112,7 @@ void Search::Among(const std::vector<GridMember>& members, const Extents2D& regi
     const bool mayDivide = grid.Cells() > 1 && level + 1 < kLevels;
     std::size_t tested = 0;
     for (std::size_t cell = 0; mayDivide && cell < grid.Cells(); ++cell)
-        if (grid.starts[cell + 1] - grid.starts[cell] > kCrowded)
+        if (grid.starts[cell + 1] - grid.starts[cell] > kDenseCell)
         {
             WithinCells(grid, members, tested, cell, level + 1);
             WithinCrowdedCell(grid, members, cell, level + 1);

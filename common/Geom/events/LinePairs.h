@@ -28,17 +28,17 @@ public:
     virtual void Take(const LinePair* pairs, std::size_t count) = 0;
 };
 
-/// Hands each pair of @p lines that may have a common point within @p precision to @p taker, once,
-/// and few others. Lines with a coordinate that is NaN, infinite or missing meet nothing.
+/// Delivers each pair of @p lines that may have a common point within @p precision to @p taker
+/// once, and few others. Lines with a coordinate that is NaN, infinite or missing meet nothing.
 ///
-/// A flat grid with about as many cells as lines, its proportions those of the lines' boxes. A cell
-/// that is crowded gets a grid of its own, and so do the lines that reach over many cells. About
-/// linear in lines and pairs; where boxes do not separate lines, all are compared.
+/// A flat grid with about as many cells as lines, its proportions those of the lines' boxes. A
+/// dense cell gets its own grid, and so do the lines that extend over many cells. About linear in
+/// lines and pairs; where boxes do not separate lines, all are compared.
 /// @throws std::length_error beyond 2^31 lines
 void FindLinePairs(const LineSet2D& lines, const Precision3D& precision, ILinePairTaker& taker);
 
 /// The same for pairs of which one line is before @p secondFrom and the other is not: two sets in
-/// one vector. Lines beyond the box of the other set cost a look; where one set has a few lines
+/// one vector. Lines beyond the box of the other set cost one test; where one set has a few lines
 /// only, they are compared with all others.
 void FindLinePairs(const LineSet2D& lines, std::size_t secondFrom, const Precision3D& precision,
                    ILinePairTaker& taker);

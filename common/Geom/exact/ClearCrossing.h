@@ -20,8 +20,8 @@ inline bool LexicographicallyLess(const Point2D& a, const Point2D& b)
 }
 
 /// Two lines in an order that does not depend on how they are given: the lesser point of each line
-/// first, and first the line with the lesser points. Without a branch on which line that is, since
-/// it cannot be predicted.
+/// first, and first the line with the lesser points. Branch-free, since the order of the lines
+/// cannot be predicted.
 class OrderedLines
 {
 public:
@@ -54,7 +54,7 @@ inline bool CrossClearly(const Line2D& a, const Line2D& b, double hx, double hy,
     const __m128d u1 = _mm_loadu_pd(&u.first.x), u2 = _mm_loadu_pd(&u.second.x);
     const __m128d v1 = _mm_loadu_pd(&v.first.x), v2 = _mm_loadu_pd(&v.second.x);
     const __m128d du = _mm_sub_pd(u2, u1), dv = _mm_sub_pd(v2, v1), e = _mm_sub_pd(v1, u1);
-    // From here on two lines at a time: how v's ends lie to u, how u's lie to v.
+    // From here on two lines at a time: v's ends relative to u, u's ends relative to v.
     const __m128d dx = _mm_unpacklo_pd(du, dv), dy = _mm_unpackhi_pd(du, dv);
     const __m128d left = _mm_mul_pd(dx, _mm_unpackhi_pd(e, e));
     const __m128d right = _mm_mul_pd(dy, _mm_unpacklo_pd(e, e));
@@ -62,7 +62,7 @@ inline bool CrossClearly(const Line2D& a, const Line2D& b, double hx, double hy,
     const __m128d turn = _mm_sub_pd(_mm_unpacklo_pd(turns, turns), _mm_unpackhi_pd(turns, turns));
     const __m128d ends1 = _mm_sub_pd(left, right), ends2 = _mm_add_pd(ends1, turn);
 
-    // What the tolerance makes of each, and at most a dozen roundings.
+    // The contribution of the tolerance to each, and at most a dozen roundings.
     const __m128d minus = _mm_set1_pd(-0.0);
     const auto sizeOf = [minus](__m128d w) { return _mm_andnot_pd(minus, w); };
     const __m128d both = _mm_add_pd(sizeOf(left), sizeOf(right)), third = sizeOf(turns);

@@ -102,7 +102,7 @@ private:
 };
 
 /// A power of two by which points are multiplied before exact products of them are formed: the
-/// greatest coordinate becomes about 2^300, or as great as a finite factor makes it. Then products
+/// greatest coordinate becomes about 2^300, or as large as a finite factor makes it. Then products
 /// are exact as long as no coordinate but 0 is 1e200 times smaller than the greatest.
 inline double ExactFactor(std::initializer_list<Point2D> points)
 {

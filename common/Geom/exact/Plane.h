@@ -1,5 +1,6 @@
 /// @file
-/// @internal What the sources of the geometry share: nearness, ranges of numbers, exact signs.
+/// @internal Helpers shared by the sources of the geometry: nearness, ranges of numbers, exact
+/// signs.
 #pragma once
 
 #include "Geom/Geom_Point.h"
@@ -49,7 +50,7 @@ inline bool Precedes(const Point2D& p, const Point2D& q, double hx, double hy)
     return q.x - hx > p.x || (q.x + hx >= p.x && q.y - hy > p.y);
 }
 
-/// A point that an operation can work with: finite, not missing.
+/// Whether a point is usable: finite and not missing.
 inline bool IsUsable(const Point2D& p)
 {
     return std::fabs(p.x) < MissingValue<double>() && std::fabs(p.y) < MissingValue<double>();
@@ -64,8 +65,8 @@ inline bool AreUsable(std::initializer_list<Point2D> points)
 inline double Dot(const Point2D& a, const Point2D& b) { return a.x * b.x + a.y * b.y; }
 inline double Cross(const Point2D& a, const Point2D& b) { return a.x * b.y - a.y * b.x; }
 
-/// A power of two by which points are multiplied before products of two coordinates are formed:
-/// 1, or what keeps the products of very great coordinates finite.
+/// A power of two by which points are multiplied before products of two coordinates are formed: 1,
+/// or less so that the products of very large coordinates stay finite.
 inline double SafeFactor(std::initializer_list<Point2D> points)
 {
     double most = 0;
@@ -134,14 +135,14 @@ constexpr double kUnderflowError = 0x1p-1000;
 /// for (0, 0), NaN when a coordinate is not finite.
 double ArcTangent(double y, double x);
 
-/// What SideOf says when a coordinate is NaN or infinite.
+/// The result of SideOf when a coordinate is NaN or infinite.
 constexpr int kNoSide = 2;
 
 /// On which side of the infinite line a-b the point p lies: 1 left, -1 right, 0 when the line meets
 /// the box of half-sides hx, hy about p, that is when
 ///     |(b - a) x (p - a)| <= hx |b.y - a.y| + hy |b.x - a.x|
 /// and kNoSide for numbers that are not finite. The answer is that of exact arithmetic (within the
-/// range of ExactFactor), so it does not depend on the order in which a caller looks at things.
+/// range of ExactFactor), so it does not depend on the order of evaluation.
 int SideOf(const Point2D& a, const Point2D& b, const Point2D& p, double hx, double hy);
 
 /// SideOf with the half-epsilons of @p precision.

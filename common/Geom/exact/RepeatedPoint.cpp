@@ -20,8 +20,8 @@ constexpr double kNarrowCell = 3;     // holds few points that are not near each
 constexpr std::size_t kCrowd = 4;     // comparisons per point that make cells narrow
 constexpr double kReach = 1 + 1e-9;   // a half-epsilon and the rounding of a difference
 
-/// Whether all points are certainly apart; computed without a branch, false for infinite ones.
-bool AreClearlyApart(const Point2D* points, std::size_t n, const Precision3D& precision)
+/// Whether all points are certainly distinct; computed without a branch, false for infinite ones.
+bool AreClearlyDistinct(const Point2D* points, std::size_t n, const Precision3D& precision)
 {
     const __m128d halfEpsilons = _mm_loadu_pd(precision.halfEpsilon), minus = _mm_set1_pd(-0.0);
     const auto areNear = [&](__m128d a, __m128d b) { // on x, on y
@@ -64,8 +64,8 @@ public:
     {
     }
 
-    /// Bits that tell the cell of @p v, whole cells about multiples of the edge. Where cells are
-    /// finer than the coordinates themselves, those of v: there only equal ones are near.
+    /// Bits that identify the cell of @p v, whole cells about multiples of the edge. Where cells
+    /// are finer than the coordinates themselves, those of v: there only equal ones are near.
     std::uint64_t CellOf(double v) const
     {
         const double cells = v * perUnit_;
@@ -122,7 +122,7 @@ public:
         return false;
     }
 
-    /// Comparisons so far that found points apart.
+    /// Comparisons so far of distinct points.
     std::size_t Misses() const { return misses_; }
 
 private:
@@ -160,7 +160,7 @@ private:
 bool HasRepeatedPoint(const Point2D* points, std::size_t n, const Precision3D& precision)
 {
     const auto isOrdinary = [](double h) { return h == 0 || (h > 1e-300 && h < 1e300); };
-    if (n <= kFew && AreClearlyApart(points, n, precision))
+    if (n <= kFew && AreClearlyDistinct(points, n, precision))
         return false;
     if (n <= kFew || !isOrdinary(precision.halfEpsilon[0]) || !isOrdinary(precision.halfEpsilon[1]))
         return HasEqualPair(points, n, precision);

@@ -50,7 +50,7 @@ bool LineMeetsBox(const Point2D& a, const Point2D& b, const Extents2D& box,
     if (IsAbove(std::min(a.x, b.x), box.maxX, hx) || IsAbove(box.minX, std::max(a.x, b.x), hx) ||
         IsAbove(std::min(a.y, b.y), box.maxY, hy) || IsAbove(box.minY, std::max(a.y, b.y), hy))
         return false;
-    // Apart only if all corners lie on one side of the line, none within the tolerance.
+    // Disjoint only if all corners lie on one side of the line, none within the tolerance.
     const int side = SideOf(a, b, {box.minX, box.minY}, precision);
     return side == 0 || side != SideOf(a, b, {box.maxX, box.minY}, precision) ||
            side != SideOf(a, b, {box.maxX, box.maxY}, precision) ||

@@ -1,5 +1,5 @@
 /// @file
-/// @internal Where points and boxes lie to a ring of usable points.
+/// @internal The position of points and boxes relative to a ring of usable points.
 #pragma once
 
 #include "Geom/Geom_Extents2D.h"

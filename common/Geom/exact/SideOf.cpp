@@ -14,7 +14,7 @@ int ExactSideOf(const Point2D& a, const Point2D& b, const Point2D& p, double hx,
     cross.AddProduct(-dy, qx);
     const int side = cross.Sign();
 
-    // What |cross| exceeds the tolerance by.
+    // The excess of |cross| over the tolerance.
     ExactSum excess;
     excess.AddProduct(side < 0 ? -dx : dx, qy);
     excess.AddProduct(side < 0 ? dy : -dy, qx);
@@ -36,8 +36,8 @@ int SideOf(const Point2D& a, const Point2D& b, const Point2D& p, double hx, doub
     const double left = dx * (p.y - a.y), right = dy * (p.x - a.x);
     const double cross = left - right;
     const double tolerance = hx * std::fabs(dy) + hy * std::fabs(dx);
-    // Eight roundings at the most touch each of the terms; 16 units in the last place are safe. The
-    // constant covers products that underflow.
+    // Each term has at most eight roundings; 16 units in the last place are safe. The constant
+    // covers products that underflow.
     const double error =
         (std::fabs(left) + std::fabs(right) + tolerance) * 0x1p-49 + kUnderflowError;
     if (cross - tolerance > error)

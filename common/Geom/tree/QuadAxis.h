@@ -1,5 +1,6 @@
 /// @file
-/// @internal Positions on one axis of a quadtree's box.
+/// @internal
+/// Positions on one axis of a quadtree's box.
 #pragma once
 
 #include "Geom/tree/QuadNodes.h"
@@ -26,15 +27,15 @@ public:
         const double position = (v - low_) * scale_;
         return position > 0 ? static_cast<std::uint32_t>(std::min(position, kLast)) : 0;
     }
-    /// No less than this are the coordinates of the positions from @p position on.
+    /// Lower bound of the coordinates of the positions from @p position on.
     double From(std::uint32_t position) const
     {
-        return position == 0 ? -kEndless : low_ + (position - 1.0) / scale_;
+        return position == 0 ? -kInfinite : low_ + (position - 1.0) / scale_;
     }
-    /// No more than this are the coordinates of the positions up to @p position.
+    /// Upper bound of the coordinates of the positions up to @p position.
     double UpTo(std::uint32_t position) const
     {
-        return position >= kQuadSide - 1 || scale_ == 0 ? kEndless
+        return position >= kQuadSide - 1 || scale_ == 0 ? kInfinite
                                                         : low_ + (position + 2.0) / scale_;
     }
     bool Holds(double v) const { return v >= low_ - half_ && v <= high_ + half_; }
@@ -42,12 +43,12 @@ public:
     {
         return high >= low_ - half_ && low <= high_ + half_;
     }
-    /// What a point and an item may be apart and still meet; with room for rounding.
+    /// The distance at which a point and an item may still meet, with a margin for rounding.
     double Reach() const { return 2 * half_; }
 
 private:
     static constexpr double kLast = kQuadSide - 1;
-    static constexpr double kEndless = std::numeric_limits<double>::infinity();
+    static constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
     double low_, high_, half_, scale_ = 0;
 };

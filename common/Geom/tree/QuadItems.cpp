@@ -149,7 +149,7 @@ Extents2D QuadItems::BoxOf(std::uint32_t place) const
     {
         const Point2D& p = ring[i];
         const bool isUsable = IsUsable(p);
-        // A region was looked at before; the points between its rings are none of it.
+        // A region was checked before; the separators between its rings are not part of it.
         areUsable = areUsable && (isUsable || header.isRegion != 0);
         if (isUsable)
             box = {std::min(box.minX, p.x), std::max(box.maxX, p.x), std::min(box.minY, p.y),

@@ -18,7 +18,7 @@ namespace geom
 using Geom::Extents2D;
 using Geom::Precision3D;
 
-/// Where each identifier's item is: by index while the identifiers are dense, else by hash.
+/// The position of each identifier's item: by index while the identifiers are dense, else by hash.
 class QuadPlaces
 {
 public:
@@ -35,8 +35,7 @@ private:
 };
 
 /// Rings one after another, each after its header (QuadRing); an item is the place of the header.
-/// The rings of a region are separated by points that are NaN, which the kernels leave to
-/// Contains().
+/// The rings of a region are separated by NaN points; the kernels leave regions to Contains().
 class QuadItems
 {
 public:
@@ -58,9 +57,9 @@ public:
     /// @throws std::length_error beyond 2^32 - 2 places
     void StoreAll(const Point2D* points, const std::uint32_t* corners, const std::uint32_t* starts,
                   std::uint32_t count);
-    /// Whether the rings that were moved take too much room.
+    /// Whether the space of moved rings is too large.
     bool IsLoose() const { return unused_ > points_.size() / 2 + 1024; }
-    /// Leaves out the rooms of rings that were moved; all places change.
+    /// Removes the space of moved rings; all places change.
     void Compact();
 
     QuadRing HeaderAt(std::uint32_t place) const { return std::bit_cast<QuadRing>(points_[place]); }

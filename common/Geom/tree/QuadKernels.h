@@ -12,7 +12,7 @@ namespace geom
 
 using Geom::Point2D;
 
-/// The header before an item's ring in the array of all points, in the place of one.
+/// The header before an item's ring in the array of all points, of the size of one point.
 struct QuadRing
 {
     std::uint32_t id;
@@ -23,14 +23,14 @@ struct QuadRing
 static_assert(sizeof(QuadRing) == sizeof(Point2D));
 
 /// Which of some marks hold a point: by their boxes, then by the even-odd rule. A bit for each
-/// mark, the first one's the lowest: in the low half of the answer those that hold it for certain,
-/// in the high half those with an edge on whose line the point may lie, of which the low half says
-/// nothing.
-/// @param marks     on a border of cache lines; the memory goes on to the next one
+/// mark, the first one's the lowest: in the low half of the result those that contain it for
+/// certain, in the high half those with an edge on whose line the point may lie, for which the low
+/// half is undefined.
+/// @param marks     aligned to a cache line; the memory extends to the next one
 /// @param last      the number of the last mark, at most 31
 /// @param position  the point's, as QuadMark::PointOf gives it
 /// @param points    the rings, each after its header; a mark's item is the place of the header
-/// @param x, y      the point; as plain numbers, that they may go in registers
+/// @param x, y      the point; as plain numbers, so that they are passed in registers
 /// @param hx, hy    the half-epsilons
 using QuadKernel = std::uint64_t (*)(const QuadMark* marks, std::uint32_t last,
                                      std::uint32_t position, const Point2D* points, double x,

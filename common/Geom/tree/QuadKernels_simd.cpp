@@ -2,7 +2,7 @@
 #include "Geom/exact/SimdVector.h"
 #include "Geom/tree/QuadKernels.h"
 
-// Rings of four edges do not fill 512 bits: AVX2 does for both.
+// Rings of four edges do not fill 512 bits: AVX2 serves both levels.
 #if !defined(__AVX512F__)
 
 namespace geom::KVI_SIMD
@@ -17,7 +17,7 @@ constexpr std::uint32_t kPoints = kWidth / 2; // that a vector holds
 inline Vector AllOf(double x, double y) { return _mm256_setr_pd(x, y, x, y); }
 inline Vector AllX(Vector a, Vector b) { return _mm256_unpacklo_pd(a, b); }
 inline Vector AllY(Vector a, Vector b) { return _mm256_unpackhi_pd(a, b); }
-/// The elements of a step that belong to an edge of their own when so many edges are left.
+/// The elements of a step that belong to distinct edges when so many edges are left.
 constexpr Mask kOwn[] = {0, 4, 5, 13, 15};
 
 #else
@@ -61,7 +61,7 @@ inline Edges Look(const Point2D* i, const Point2D* j, const Probe& probe)
     const Vector reachI = Times(Size(Minus(i1, i0)), probe.halves);
     const Vector reachJ = Times(Size(Minus(j1, j0)), probe.halves);
     const Vector tolerance = Plus(AllX(reachI, reachJ), AllY(reachI, reachJ));
-    // Eight roundings at the most touch each of the terms.
+    // Each term has at most eight roundings.
     const Vector terms = Plus(Plus(Size(left), Size(right)), tolerance);
     const Vector doubt = Plus(tolerance, Plus(Times(terms, All(0x1p-49)), All(kUnderflowError)));
 
@@ -124,8 +124,8 @@ std::uint64_t HoldersAmong(const QuadMark* marks, std::uint32_t last, std::uint3
     std::uint64_t holders = 0;
     while (boxes != 0)
     {
-        // The first and the last of them, without asking whether they are one: most points lie in
-        // one box or two, which cannot be predicted.
+        // The first and the last of them, without a branch on whether they are the same: most
+        // points lie in one box or two, which cannot be predicted.
         const int first = __builtin_ctz(boxes), final = 31 - __builtin_clz(boxes);
         holders |= Ask(points + marks[first].item, probe) << first;
         holders |= Ask(points + marks[final].item, probe) << final;

@@ -1,5 +1,5 @@
 /// @file
-/// @internal What the leaves of a quadtree hold: marks, in blocks of whole cache lines.
+/// @internal The contents of a quadtree's leaves: marks, in blocks of whole cache lines.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,9 @@
 namespace geom
 {
 
-/// What a search reads of an item in a leaf: the part of its box within the leaf, in 128ths of the
-/// leaf's side (or whole positions), so that most items are passed over without a look.
+/// The data of an item in a leaf that a search reads: the part of its box within the leaf, in
+/// 128ths of the leaf's side (or whole positions), so that most items are skipped without reading
+/// them.
 ///
 /// The box is four numbers of a byte: 128 - minX, maxX, 128 - minY, maxY. To these a search adds x,
 /// 128 - x, y, 128 - y; the box holds (x, y) when every sum is at least 128.
@@ -32,8 +33,9 @@ struct QuadMark
     }
 };
 
-/// The header before the marks of a node, in the place of one. As a mark it holds no point: only
-/// x = 0 is not beyond its maxX of 0, and that is short of its minX, for a shift is less than 128.
+/// The header before the marks of a node, of the size of one mark. As a mark it holds no point:
+/// only x = 0 is not beyond its maxX of 0, and that is short of its minX, for a shift is less than
+/// 128.
 struct QuadHeader
 {
     std::uint32_t count; ///< marks that follow
@@ -51,7 +53,7 @@ struct QuadLines
 
     QuadLines() = default;
     template <class U>
-    QuadLines(const QuadLines<U>&) // NOLINT(google-explicit-constructor): as allocators have it
+    QuadLines(const QuadLines<U>&) // NOLINT(google-explicit-constructor): as required of allocators
     {
     }
     T* allocate(std::size_t count)

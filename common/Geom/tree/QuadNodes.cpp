@@ -172,7 +172,7 @@ void QuadNodes::ForHolders(const QuadBox& box, const Visit& visit)
 {
     const unsigned squareBits = kQuadBits - tableBits_;
     const std::uint32_t least = LeastBitsOf(box);
-    if (least > squareBits) // perhaps in a node above the squares
+    if (least > squareBits) // it may be in a node above the squares
         return ForHoldersBelow(0, least, box, visit);
     const std::uint32_t x0 = box.minX >> squareBits, x1 = box.maxX >> squareBits;
     const std::uint32_t y0 = box.minY >> squareBits, y1 = box.maxY >> squareBits;
@@ -336,8 +336,8 @@ void QuadNodes::BuildNode(std::uint32_t number, std::size_t begin, std::size_t e
     splitting_.resize(std::max(splitting_.size(), starts[4] + 1));
     for (std::uint32_t q = 0; q < 4; ++q)
     {
-        // Written without a branch: what is not kept is overwritten, which costs less than a
-        // quarter of wrong guesses.
+        // Branch-free: entries not kept are overwritten, which costs less than mispredicting a
+        // quarter of the branches.
         QuadEntry* to = splitting_.data() + starts[q];
         for (std::size_t i = begin; i < end; ++i)
         {
@@ -348,7 +348,7 @@ void QuadNodes::BuildNode(std::uint32_t number, std::size_t begin, std::size_t e
     for (std::size_t i = begin; small < end - begin && i < end; ++i)
         if (quadrants_[i - begin] == 0)
             AddTo(number, splitting_[i]);
-    for (std::uint32_t q = 4; q-- > 0;) // the last first: its room may be used again
+    for (std::uint32_t q = 4; q-- > 0;) // in reverse: its space may be reused
         BuildNode(children + q, starts[q], starts[q + 1]);
 }
 
@@ -401,8 +401,8 @@ bool QuadNodes::BuildLevels(std::uint32_t number, std::size_t begin, std::size_t
     return true;
 }
 
-/// Makes @p levels levels of children below a leaf, and tells the nodes of the last one by rows of
-/// cells of the square @p whole.
+/// Makes @p levels levels of children below a leaf, and returns the nodes of the last one by rows
+/// of cells of the square @p whole.
 void QuadNodes::MakeLevels(std::uint32_t number, const QuadNode& whole, unsigned levels,
                            std::uint32_t* cells)
 {

@@ -1,5 +1,5 @@
 /// @file
-/// @internal The nodes of a quadtree over whole-number boxes, and what its leaves hold.
+/// @internal The nodes of a quadtree over integer boxes, and the contents of its leaves.
 #pragma once
 
 #include "Geom/tree/QuadMark.h"
@@ -32,8 +32,8 @@ struct QuadEntry
 };
 
 /// The level of an item: the smallest nodes that hold it have a side of 2^bits, which is more than
-/// the shorter side of its box and more than a quarter of the longer one. So an item is in 10 nodes
-/// at the most, a square one in 4, whatever lies about it.
+/// the shorter side of its box and more than a quarter of the longer one. So an item is in at most
+/// 10 nodes, a square one in 4, whatever the other items are.
 inline std::uint32_t LeastBitsOf(const QuadBox& box)
 {
     const auto [shorter, longer] = std::minmax({box.maxX - box.minX, box.maxY - box.minY});
@@ -98,9 +98,9 @@ public:
     void Add(QuadNode& node, const QuadEntry& entry);
     /// Adds @p count items to a node without a block.
     void Fill(QuadNode& node, const QuadEntry* entries, std::uint32_t count);
-    /// Takes an item out of a node. @returns whether it was there
+    /// Removes an item from a node. @returns whether it was there
     bool Remove(QuadNode& node, std::uint32_t item);
-    /// Takes the block of a node away.
+    /// Frees the block of a node.
     void Free(QuadNode& node);
 
 private:
@@ -112,7 +112,7 @@ private:
     std::array<std::vector<std::uint32_t>, 32> free_; ///< starts of free blocks by log2 of size
 };
 
-/// A node as a search sees it: its block, and the position as QuadMark::PointOf gives it.
+/// A node in a search: its block, and the position as given by QuadMark::PointOf.
 struct QuadView
 {
     const QuadMark* block;
@@ -122,8 +122,8 @@ struct QuadView
 
 /// The tree. Every position of the grid lies in one leaf. An item is in the nodes that its box
 /// meets and that are of its level, or leaves above it. A leaf splits when it holds more small
-/// items than its capacity; the others stay. So large items cost small ones nothing but a look at
-/// each node on the way up that holds some, and the nodes do not depend on the order of insertion.
+/// items than its capacity; the others stay. So large items cost small ones only a test at each
+/// ancestor node that holds some, and the nodes do not depend on the order of insertion.
 class QuadNodes
 {
 public:
@@ -133,11 +133,11 @@ public:
     void Clear();
     void Reserve(std::size_t nodes, std::size_t items);
     /// @param entry  an item and its box
-    /// @param items  the boxes of those that are there already
+    /// @param items  the boxes of the existing items
     void Add(const QuadEntry& entry, const IQuadItems& items);
     /// Replaces everything by @p entries, about as adding them one by one would.
     void Build(std::vector<QuadEntry>&& entries);
-    /// Takes out what Add with the same entry put in.
+    /// Undoes Add with the same entry.
     void Remove(const QuadEntry& entry);
     /// Calls @p visit with the views of the nodes that hold a position and may have items, from the
     /// leaf upwards.
@@ -196,7 +196,8 @@ private:
     static constexpr std::uint32_t kParent = 1u << 31;
 
     std::vector<QuadNode> nodes_;
-    /// All that a search reads of the nodes: the block of a leaf, or the first child + kParent.
+    /// The only data of nodes that a search reads: the block of a leaf, or the first child +
+    /// kParent.
     std::vector<std::uint32_t> links_;
     /// For each node the nearest one above it that has a block, or kNone.
     std::vector<std::uint32_t> above_;

@@ -14,8 +14,8 @@ namespace foundation
 namespace
 {
 constexpr std::size_t kGather = 32768;
-constexpr std::int64_t kSlow = 10'000;   // microseconds
-constexpr std::int64_t kRestFactor = 10; // so a slow target takes a tenth of the time at most
+constexpr std::int64_t kSlowWrite = 10'000; // microseconds
+constexpr std::int64_t kRestFactor = 10;    // so a slow target uses at most a tenth of the time
 
 /// How many records end in @p bytes: only continuation lines begin with a blank.
 unsigned RecordEnds(std::string_view bytes)
@@ -55,7 +55,7 @@ void Output::Write(bool gather, std::int64_t now, RecordLine& lines)
 {
     if (records_ == 0 || (gather && file_ != nullptr && gathered_.size() < kGather))
         return;
-    const bool resting = now >= failedAt_ && now < restUntil_;
+    const bool resting = now >= failedAt_ && now < retryAt_;
     if (!dropped_ && resting)
     {
         lost_ += records_;
@@ -64,7 +64,7 @@ void Output::Write(bool gather, std::int64_t now, RecordLine& lines)
     else if (!dropped_)
     {
         std::string head;
-        if (torn_)
+        if (endsMidLine_)
             head = "\n";
         if (unreported_ > 0)
             lines.Append(
@@ -81,7 +81,7 @@ void Output::Write(bool gather, std::int64_t now, RecordLine& lines)
         }
         else
         {
-            torn_ = false;
+            endsMidLine_ = false;
             unreported_ = 0;
         }
     }
@@ -89,13 +89,13 @@ void Output::Write(bool gather, std::int64_t now, RecordLine& lines)
     records_ = 0;
 }
 
-void Output::LeaveToParent()
+void Output::DropForParent()
 {
     gathered_.clear();
     records_ = 0;
     unreported_ = 0;
     if (file_ != nullptr)
-        file_->LeaveToParent();
+        file_->DropForParent();
 }
 
 void Output::Fail(const platform::WriteResult& result, std::size_t head, std::int64_t started)
@@ -107,9 +107,10 @@ void Output::Fail(const platform::WriteResult& result, std::size_t head, std::in
     lost_ += records_ - whole;
     unreported_ += records_ - whole;
     if (result.written > 0)
-        torn_ = gathered_[result.written - 1] != '\n';
+        endsMidLine_ = gathered_[result.written - 1] != '\n';
     failedAt_ = Now();
-    restUntil_ = failedAt_ - started > kSlow ? failedAt_ + kRestFactor * (failedAt_ - started) : 0;
+    retryAt_ =
+        failedAt_ - started > kSlowWrite ? failedAt_ + kRestFactor * (failedAt_ - started) : 0;
     ReportReason(result.error);
 }
 

@@ -1,5 +1,5 @@
 /// @file
-/// One target of the default sink, with what it does while it fails.
+/// One target of the default sink, with its failure handling.
 #pragma once
 
 #include "platform/platform_logfile.h"
@@ -15,8 +15,8 @@ class RecordLine;
 /// The time in microseconds since 1970 (UTC).
 std::int64_t Now();
 
-/// Gathers lines and appends them to a file or the console; counts what cannot be written.
-/// Threads: one at a time.
+/// Buffers lines and appends them to a file or the console; counts what cannot be written. Threads:
+/// one at a time.
 class Output
 {
 public:
@@ -35,7 +35,7 @@ public:
     unsigned long long Lost() const { return lost_; }
 
     /// In a forked child: forgets the lines, and the losses, that the parent will write.
-    void LeaveToParent();
+    void DropForParent();
 
 private:
     void Fail(const platform::WriteResult& result, std::size_t head, std::int64_t started);
@@ -50,9 +50,9 @@ private:
 
     unsigned long long lost_ = 0;
     unsigned long long unreported_ = 0; // of lost_, not yet reported in the target itself
-    bool torn_ = false;                 // the target ends in the middle of a line
+    bool endsMidLine_ = false;          // the target ends in the middle of a line
     bool reasonReported_ = false;
-    std::int64_t failedAt_ = 0, restUntil_ = 0; // microseconds
+    std::int64_t failedAt_ = 0, retryAt_ = 0; // microseconds
 };
 
 } // namespace foundation

@@ -37,7 +37,7 @@ bool IsControl(wchar_t c)
     return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029;
 }
 
-/// Whether @p text is printable ASCII all through. (No early way out: it becomes vector code.)
+/// Whether @p text is printable ASCII all through. (No early exit: the loop is vectorised.)
 template <class C>
 bool IsPrintable(std::basic_string_view<C> text)
 {
@@ -63,7 +63,7 @@ void AppendEscaped(std::wstring& out, wchar_t c)
 }
 
 /// @p text in one record: further lines indented, other control characters spelled out.
-std::wstring Spelled(std::wstring_view text)
+std::wstring Escaped(std::wstring_view text)
 {
     std::wstring out;
     for (std::size_t i = 0; i < text.size(); ++i)
@@ -81,8 +81,7 @@ std::wstring Spelled(std::wstring_view text)
     return out;
 }
 
-/// @p names as one word: nothing in a category name can end the line, or pass for the columns that
-/// follow it.
+/// @p names as one word: a category name cannot end the line or imitate the columns that follow it.
 std::string OneWord(const std::string& names)
 {
     if (IsPrintable(std::string_view(names)) && names.find(' ') == names.npos)
@@ -154,7 +153,7 @@ void RecordLine::AppendHead(std::string& out, const LogRecord& record, std::int6
     if (second != headSecond_ || record.level != headLevel_ || record.mask != headMask_ ||
         generation != headGeneration_ || thread != headThread_)
     {
-        headSecond_ = -1; // in case that no memory is left on the way
+        headSecond_ = -1; // in case memory runs out on the way
         head_.clear();
         AppendTime(head_, second);
         head_ += "000Z ";
@@ -197,7 +196,7 @@ void RecordLine::Append(std::string& out, const LogRecord& record, std::wstring_
     if (IsPrintable(text))
         AppendPlain(out, text);
     else if (std::any_of(text.begin(), text.end(), IsControl))
-        platform::AppendUtf8(out, Spelled(text));
+        platform::AppendUtf8(out, Escaped(text));
     else
         platform::AppendUtf8(out, text);
     out += '\n';

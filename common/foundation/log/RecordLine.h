@@ -15,7 +15,7 @@ namespace foundation
 
 using kvi::diag::LogRecord;
 
-/// Makes lines; keeps what the next one is likely to need again. Threads: one at a time.
+/// Formats lines; caches parts that the next one is likely to need again. Threads: one at a time.
 class RecordLine
 {
 public:

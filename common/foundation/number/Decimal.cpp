@@ -273,7 +273,7 @@ long double Decimal::Nearest() const
     if (point > Limits::max_exponent10 + 1)
         return Limits::infinity();
     // A value halfway between two long doubles has fewer digits than this, so one digit can
-    // stand for all that follow.
+    // represent all that follow.
     constexpr std::size_t kMostDigits = (Limits::max_exponent + Limits::digits) * 7 / 10 + 20;
     std::string used = digits.substr(0, kMostDigits);
     if (digits.size() > kMostDigits)

@@ -1,6 +1,6 @@
 /// @file
 /// Decimal numbers of any length: exact, for the values and rounding rules that the fast printers
-/// leave out. Hidden: used by the sources of foundation, never installed.
+/// do not handle. Hidden: used by the sources of foundation, never installed.
 #pragma once
 
 #include <string>

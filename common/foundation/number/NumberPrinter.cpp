@@ -123,9 +123,9 @@ bool Round(Rounded& rounded, double magnitude, int digits)
     rounded = {0, 0};
     if (digits < 1 || digits > 12 || !(magnitude >= kLeast && magnitude <= kMost))
         return magnitude == 0 && digits >= 1 && digits <= 12;
-    // Reading exponent and mantissa as one number gives log2 with an error of -0.09 to 0, hence
-    // the decimal exponent or, rarely, one less. The factor is log10(2) * 2^30, cut; taking off
-    // what that adds to a negative product keeps the exponent from being one more.
+    // Reading exponent and mantissa as one number gives log2 with an error of -0.09 to 0, hence the
+    // decimal exponent or, rarely, one less. The factor is log10(2) * 2^30, cut; taking off what
+    // that adds to a negative product prevents an exponent too large by one.
     const auto bits = std::int64_t(std::bit_cast<std::uint64_t>(magnitude) >> 32);
     const std::int64_t log2 = bits - (std::int64_t(1023) << 20);
     int exponent = int((log2 * 323228496 - (std::int64_t(1) << 30)) >> 50);
@@ -198,7 +198,7 @@ char* WriteGeneral(char* out, const char* digits, int count, int kept, int expon
     return out + kept + 1;
 }
 
-// The C library's text when the fast printers cannot give it.
+// The C library's text, for values that the fast printers do not handle.
 void AppendExact(std::string& text, double value, std::chars_format format, int places)
 {
     // No double has more digits than this that are not zero.
@@ -238,8 +238,8 @@ int ShortFixed(char* out, double value, int decimals, int keep)
         fraction = 0;
     }
     const SixteenDigits digits{std::uint32_t(whole), std::uint32_t(fraction)};
-    // All in registers and stored at once: to read back what overlapping stores wrote takes longer
-    // than to make it.
+    // All in registers and stored at once: reading back overlapping stores takes longer than
+    // computing the digits.
     const bool negative = std::signbit(value);
     const int leadingZeros = std::countr_zero(digits.front | std::uint64_t(1) << 56) / 8;
     const int point = negative + 8 - leadingZeros; // 1 to 8

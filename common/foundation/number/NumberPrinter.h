@@ -21,7 +21,7 @@ constexpr bool IsSpace(wchar_t c)
            c == 0x2029 || c == 0x202f || c == 0x205f || c == 0x3000;
 }
 
-/// Room that the fast printers may write to, more than the text they leave.
+/// Buffer size that the fast printers may write to, larger than their text.
 constexpr int kFastRoom = 64;
 
 /// Writes @p value as printf's "%.*f" with @p decimals places, when that can be done in a few

@@ -1,4 +1,4 @@
-// The English texts of host/, compiled in as the last resort of hosts that bring none.
+// The English texts of host/, compiled in as a fallback for hosts without texts.
 
 #include "foundation/App.h"
 

@@ -1,5 +1,5 @@
 /// @file
-/// What the formatter's sources share, and the entry for message templates.
+/// Helpers shared by the formatter's sources, and the entry point for message templates.
 #pragma once
 
 #include "foundation/str_fmt.h"
@@ -27,8 +27,9 @@ struct Token
 template <class C>
 std::size_t ParseToken(std::basic_string_view<C> format, std::size_t at, Token& token);
 
-/// Gathers text on the stack on its way to a string: growing that for each piece costs more than
-/// the pieces. Callers that want the string call Flush at the end; View gives the text either way.
+/// Collects text on the stack before it goes to a string: growing the string for each piece costs
+/// more than the pieces. Callers that want the string call Flush at the end; View gives the text
+/// either way.
 template <class C>
 class Pieces
 {
@@ -78,7 +79,7 @@ public:
 private:
     static constexpr std::size_t kRoom = 256;
 
-    /// Where @p count units go; null, with nothing left gathered, when there are too many.
+    /// Where to write @p count units; null, after flushing the buffer, when there are too many.
     C* Room(std::size_t count)
     {
         if (count > kRoom - size_)

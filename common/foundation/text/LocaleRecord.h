@@ -1,5 +1,5 @@
 /// @file
-/// The separators of a locale, held for its readers and writers. Hidden, never installed.
+/// The separators of a locale, held for its readers and writers. Not installed.
 #pragma once
 
 #include "foundation/str_locale.h"

@@ -9,7 +9,7 @@
 namespace numerics
 {
 
-/// Doubles on a cache-line border, not set to anything. Growing loses the contents.
+/// Uninitialised doubles aligned to a cache line. Growing loses the contents.
 class AlignedBuffer
 {
 public:
@@ -18,7 +18,7 @@ public:
     AlignedBuffer(const AlignedBuffer&) = delete;
     AlignedBuffer& operator=(const AlignedBuffer&) = delete;
 
-    /// Makes room for @p size doubles; throws std::bad_alloc, and holds nothing then.
+    /// Reserves @p size doubles; throws std::bad_alloc, and is then empty.
     double* Reserve(std::size_t size)
     {
         if (size > size_)

@@ -5,7 +5,7 @@
 namespace numerics
 {
 
-/// One processor level's bodies of the exported kernels, each named as its export.
+/// The implementations of the exported kernels for one processor level, named as the exports.
 struct Kernels
 {
     using General = void (*)(double* C, const double* A, const double* B, int m, int n, int p);
@@ -55,7 +55,7 @@ extern const Kernels kKernels;
 }
 
 /// The kernels in use: the baseline's until the library is loaded, then the processor's own. The
-/// results are the same bits, so a static constructor may call at any time.
+/// results are the same bits, so a static constructor may call them at any time.
 extern constinit const Kernels* activeKernels;
 
 } // namespace numerics

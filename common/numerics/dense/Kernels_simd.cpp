@@ -155,7 +155,7 @@ struct Multiply<M, N, 3>
 };
 #endif
 
-/// One column: each lane sums one row, so columns of A are put together from pieces of its rows.
+/// One column: each lane sums one row, so columns of A are assembled from pieces of its rows.
 template <int M, int N>
 struct Multiply<M, N, 1>
 {
@@ -209,7 +209,7 @@ void Scale(double (*A)[C], double k)
         a[i] *= k;
 }
 
-/// Columns j ... j + Regs * Width - 1 of R rows of C, with B standing at column j of its first row.
+/// Columns j ... j + Regs * Width - 1 of R rows of C, with B pointing to column j of its first row.
 template <int Width, int Regs, int R>
 [[gnu::always_inline]] inline void Block(double* __restrict C, const double* __restrict A,
                                          const double* __restrict B, int n, int p)
@@ -264,7 +264,7 @@ void MultiplyFlat(double* C, const double* A, const double* B)
                             reinterpret_cast<const double(*)[P]>(B));
 }
 
-/// The fifteen sizes, each in a slot of its own, so that the general product finds them at once.
+/// The fifteen sizes, each in its own slot, for direct look-up by the general product.
 struct FixedSizes
 {
     struct Slot

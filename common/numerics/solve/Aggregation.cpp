@@ -12,12 +12,12 @@ namespace
 // A row whose other entries sum to less than this part of its diagonal needs no coarse level.
 constexpr double kDominated = 0.1;
 // Damping of the interpolation's Jacobi step over the row's bound 1 + sum |f_ij| / f_ii of the
-// eigenvalues of D^-1 F. The theory's 4/3 belongs to the largest eigenvalue itself; the bound lies
-// a quarter above it for bilinear elements. Measured best from 1.6 to 1.9 over many meshes.
+// eigenvalues of D^-1 F. The theoretical 4/3 refers to the largest eigenvalue itself; the bound is
+// a quarter above it for bilinear elements. Values from 1.6 to 1.9 measured best over many meshes.
 constexpr double kDamping = 1.7;
 
 /// True when rows come in groups of @p size with the same columns, which are whole groups too.
-bool ComesInGroups(const MatrixView& A, int size)
+bool HasUniformGroups(const MatrixView& A, int size)
 {
     if (A.n % size != 0)
         return false;
@@ -92,8 +92,8 @@ private:
     Vec scale_;
 };
 
-/// Marks the couplings that are strong for both their nodes, so that a node lying between strong
-/// regions glues nothing together. @returns for each node whether it has any
+/// Marks the couplings that are strong for both their nodes, so that a node between strong regions
+/// does not connect them. @returns for each node whether it has any
 std::vector<char> MarkStrong(const Couplings& couplings, double threshold, Aggregates& result)
 {
     const int nodes = couplings.Nodes();
@@ -130,8 +130,8 @@ std::vector<char> MarkStrong(const Couplings& couplings, double threshold, Aggre
     return takesPart;
 }
 
-/// Takes nodes whose rows are dominated by their diagonal out.
-void LeaveOutDominated(const MatrixView& A, int unknowns, std::vector<char>& takesPart)
+/// Excludes nodes whose rows are dominated by their diagonal.
+void ExcludeDominantRows(const MatrixView& A, int unknowns, std::vector<char>& takesPart)
 {
     for (std::size_t node = 0; node < takesPart.size(); ++node)
     {
@@ -153,7 +153,7 @@ void LeaveOutDominated(const MatrixView& A, int unknowns, std::vector<char>& tak
 int UnknownsPerNode(const MatrixView& A)
 {
     for (const int size : {3, 2})
-        if (ComesInGroups(A, size))
+        if (HasUniformGroups(A, size))
             return size;
     return 1;
 }
@@ -164,7 +164,7 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
     result.unknowns = unknowns;
     const Couplings couplings(A, unknowns);
     std::vector<char> takesPart = MarkStrong(couplings, threshold, result);
-    LeaveOutDominated(A, unknowns, takesPart);
+    ExcludeDominantRows(A, unknowns, takesPart);
     constexpr int kFree = -2, kLeftOut = -1;
     const int nodes = couplings.Nodes();
     result.of.resize(std::size_t(nodes));
@@ -192,7 +192,8 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
         });
         ++result.count;
     }
-    // Then every node left goes to the neighbour it is coupled to most; not in a chain.
+    // Then every remaining node joins the aggregate of its most strongly coupled neighbour, without
+    // chains.
     std::vector<int> joined(result.of);
     for (int i = 0; i < nodes; ++i)
     {
@@ -208,7 +209,7 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
             });
     }
     result.of.swap(joined);
-    // What is still free forms aggregates among itself.
+    // The remaining free nodes form aggregates among themselves.
     for (int i = 0; i < nodes; ++i)
     {
         if (result.of[std::size_t(i)] != kFree)
@@ -280,7 +281,7 @@ void Interpolation::AddRow(int i)
     for (int k = begin; k < end; ++k)
         if (A_.columns[k] != i)
             largest = std::max(largest, -sign * A_.values[k]);
-    // In this row's own measure: a node beside a much stiffer region does follow that region.
+    // Relative to this row: a node beside a much stiffer region follows that region.
     auto isKept = [&](double a) { return unknowns_ > 1 || -sign * a >= threshold_ * largest; };
     const bool isOwned = AggregateOf(i) >= 0;
     if (diagonal != 0 && (isOwned || sum > kDominated * std::abs(diagonal)))
@@ -296,10 +297,11 @@ void Interpolation::AddRow(int i)
             else
                 lumped += a;
         }
-        // Weak couplings on the diagonal keep the constant; not where they would eat it up.
+        // Weak couplings are lumped on the diagonal, which preserves constants; not where that
+        // would cancel the diagonal.
         if (std::abs(diagonal + lumped) > 0.25 * std::abs(diagonal))
             diagonal += lumped;
-        // A node outside the aggregates lies wholly between its neighbours.
+        // A node outside the aggregates is interpolated entirely from its neighbours.
         const double omega = isOwned ? kDamping / (1 + others / std::abs(diagonal)) : 1.0;
         if (isOwned)
             Add(rowBegin, i, 1 - omega);

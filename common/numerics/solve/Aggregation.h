@@ -14,7 +14,7 @@ namespace numerics
 /// Unknowns of a node: 3, 2, or 1 when the rows do not come in groups of equal pattern.
 int UnknownsPerNode(const MatrixView& A);
 
-/// Which couplings count, and the aggregates they form.
+/// The strong couplings, and the aggregates they form.
 struct Aggregates
 {
     int unknowns = 1;           ///< of a node

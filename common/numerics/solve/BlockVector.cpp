@@ -9,7 +9,7 @@ namespace numerics
 namespace
 {
 
-/// Four running sums: the additions of one do not wait for those of another.
+/// Four independent running sums.
 double DotPiece(const double* u, const double* v, int begin, int end)
 {
     double sums[4] = {};
@@ -34,7 +34,7 @@ double Norm2(int n, const double* v)
     const double square = Dot(n, v, v);
     if (square > 1e-280 && square < 1e300)
         return std::sqrt(square);
-    // Out of the safe range: once more with the entries brought near 1.
+    // Out of the safe range: again with the entries scaled to near 1.
     const double largest = MaxNorm(v, std::size_t(n));
     if (largest == 0 || !std::isfinite(largest))
         return largest;

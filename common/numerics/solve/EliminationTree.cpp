@@ -8,7 +8,7 @@ namespace numerics
 namespace
 {
 
-/// Puts the graph in the tree's order: for each step the earlier ones that it is connected with.
+/// Puts the graph into the tree's order: for each step the earlier steps connected to it.
 void FillEarlier(const AdjacencyGraph& graph, EliminationTree& tree)
 {
     const std::size_t n = std::size_t(graph.Size());
@@ -51,8 +51,8 @@ void FindParents(EliminationTree& tree)
         }
 }
 
-/// Adds the weight of each row to the columns of its subtree: at its leaves, less at the places
-/// where paths from two leaves meet, so that sums over subtrees give the counts.
+/// Adds the weight of each row to the columns of its subtree: added at its leaves, subtracted where
+/// paths from two leaves meet, so that sums over subtrees give the counts.
 void CountColumns(const AdjacencyGraph& graph, EliminationTree& tree)
 {
     const std::size_t n = tree.order.size();

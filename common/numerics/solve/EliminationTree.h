@@ -10,7 +10,7 @@ namespace numerics
 {
 
 /// The tree of an order of elimination, renumbered so that every subtree is consecutive
-/// (postorder): the parent of a step is the first step that it changes.
+/// (postorder): the parent of a step is the first later step that it updates.
 struct EliminationTree
 {
     std::vector<int> order;   ///< vertex eliminated at each step

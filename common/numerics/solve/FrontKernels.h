@@ -9,7 +9,7 @@
 namespace numerics
 {
 
-/// A pivot tile while it is factorised: at most kPanel columns, eliminated in an order of its own.
+/// A pivot tile while it is factorised: at most kPanel columns, eliminated in its own order.
 struct PivotTile
 {
     double* C;          ///< height x height, by columns: the lower triangle on entry, L on return
@@ -23,22 +23,22 @@ struct PivotTile
 };
 
 /// Panels are stored by columns, @p height (8, 16 or 24) rows each. Rows of M are panels as well,
-/// mHeight rows each. Results do not depend on how panels are dealt out to threads.
+/// mHeight rows each. Results do not depend on the assignment of panels to threads.
 struct FrontKernels
 {
     /// C -= W M^T over the first @p steps columns; @p columns is a multiple of 8.
     void (*update)(double* C, const double* W, int height, const double* M, int mHeight,
                    int columns, std::ptrdiff_t steps);
     /// Columns steps ... steps + width of a panel A, by the tile with the rows M: W = (A - W M^T)
-    /// over the first @p steps columns, divided by the unit lower triangle that stands in M behind
-    /// them. A becomes W times @p inverse by columns, where @p inverse is not null.
+    /// over the first @p steps columns, divided by the unit lower triangle that follows them in M.
+    /// A becomes W times @p inverse by columns, where @p inverse is not null.
     void (*eliminate)(double* A, double* W, int height, const double* M, int mHeight, int width,
                       std::ptrdiff_t steps, const double* inverse);
     /// The columns of A from those of W by D^-1 with 2 x 2 pivots.
     void (*scale)(double* A, const double* W, int height, int width, const double* inverse,
                   const double* coupling);
     /// C = L D L^T with pivots from the tile's diagonal, single and in pairs.
-    /// @returns pivots that were replaced, for nothing but rounding was left of the column
+    /// @returns number of pivots replaced because only rounding was left of the column
     int (*factorise)(const PivotTile& tile);
     /// C = L D U with pivots from the rows of the tile; all of C is read. @p upper receives U^T.
     int (*factoriseGeneral)(const PivotTile& tile, double* upper);

@@ -139,7 +139,7 @@ void Scale(double* A, const double* W, int height, int width, const double* inve
         for (int half = 0; half < (isPair ? 2 : 1); ++half)
         {
             const int own = k + half, other = isPair ? k + 1 - half : k;
-            // Less subtracts, so the partner comes with the sign turned.
+            // Less subtracts, so the partner has its sign reversed.
             const Vector a = All(inverse[own]), b = All(isPair ? -coupling[own] : 0);
             for (int i = 0; i < height; i += kWidth)
                 Store(A + own * height + i,
@@ -198,7 +198,7 @@ struct TileElimination
         return largest;
     }
 
-    /// Rank-one update of what is right of column @p k by column k, which becomes L.
+    /// Rank-one update of the columns right of @p k by column k, which becomes L.
     void EliminateOne(int k) const
     {
         double* const column = C + k * height;
@@ -313,7 +313,7 @@ int Factorise(const PivotTile& tile)
         if (done > 0)
         {
             k += done;
-            end = width; // what was put off may have a pivot now
+            end = width; // postponed columns may have a pivot now
             continue;
         }
         if (--end > k)
@@ -321,7 +321,7 @@ int Factorise(const PivotTile& tile)
             work.Exchange(k, end);
             continue;
         }
-        // A pivot of the size that leaves half of the digits to the others.
+        // The size of a replaced pivot, which leaves half of the digits to the others.
         constexpr double kReplacement = 1e-8;
         double& pivot = tile.C[k * height + k];
         const double size = kReplacement * (tile.subtracted[k] > 1 ? tile.subtracted[k] : 1);
@@ -399,7 +399,7 @@ int FactoriseGeneral(const PivotTile& tile, double* upper)
                 Store(target + i, Less(Load(target + i), Load(column + i), factor));
         }
         for (int i = 0; i < height; ++i)
-            column[i] = l[i]; // rows above hold what went to upper
+            column[i] = l[i]; // rows above hold the values moved to upper
     }
     for (int j = width; j < height; ++j)
         for (int i = 0; i < height; ++i)

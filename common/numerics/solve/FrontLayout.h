@@ -1,5 +1,5 @@
 /// @file
-/// @internal Where the parts of a front lie: panels of rows, each stored by columns.
+/// @internal The storage layout of a front: panels of rows, each stored by columns.
 #pragma once
 
 #include "numerics/solve/Symbolic.h"
@@ -9,7 +9,7 @@
 namespace numerics
 {
 
-/// Where a row keeps its column 0, and the way to its next column.
+/// The address of a row's column 0, and the distance to its next column.
 struct RowPlace
 {
     std::ptrdiff_t start = 0, height = 0;
@@ -43,7 +43,7 @@ inline RowPlace PlaceBelow(int row, int rows, int pivots)
             PanelHeight(rows, first)};
 }
 
-/// The same in a contribution block, behind its magnitudes.
+/// The same in a contribution block, after its magnitudes.
 inline RowPlace PlaceInContribution(int row, int rows)
 {
     const std::ptrdiff_t first = row / kPanel * kPanel;

@@ -13,7 +13,7 @@ namespace
 
 using Sides = std::vector<signed char>;
 
-constexpr int kCoarsest = 80;        // vertices at which a separator is sought afresh
+constexpr int kCoarsest = 80;        // number of vertices at which a separator is computed directly
 constexpr double kLargestSide = 0.6; // of the weight
 
 /// One of the graphs between the given one and the coarsest.
@@ -25,7 +25,7 @@ struct Level
     long long total = 0;
 };
 
-/// Joins each vertex with the neighbour that it has most edges to. @returns the number of pairs
+/// Matches each vertex with the neighbour to which it has most edges. @returns the number of pairs
 /// and single vertices
 int Match(Level& level, std::mt19937& random)
 {
@@ -35,7 +35,8 @@ int Match(Level& level, std::mt19937& random)
     std::vector<int> order(n);
     for (std::size_t v = 0; v < n; ++v)
         order[v] = int(v);
-    // Nearly in the given order, which keeps neighbours together, but without its patterns.
+    // Nearly in the given order, which keeps neighbours together, but randomised to avoid its
+    // patterns.
     for (std::size_t v = 0; v + 8 < n; ++v)
         std::swap(order[v], order[v + random() % 8]);
     level.coarse.assign(n, -1);
@@ -113,7 +114,7 @@ Level Coarsen(const Level& fine, int count)
     return level;
 }
 
-/// A separator while vertices move out of it.
+/// Improves a separator by moving vertices out of it.
 class Refinement
 {
 public:
@@ -131,7 +132,7 @@ public:
         {
         }
     }
-    /// Less is better: the separator, and a little for sides of different weight.
+    /// To be minimised: the separator's weight, and a small penalty for unbalanced sides.
     double Cost() const
     {
         const double heavier = double(std::max(weight_[0], weight_[1]));
@@ -290,7 +291,7 @@ Sides Grow(const Level& level, int seed, int sweeps)
             }
         start = queue.back();
     }
-    for (std::size_t v = 0; v < n; ++v) // other components behind
+    for (std::size_t v = 0; v < n; ++v) // other components last
         if (!seen[v])
             queue.push_back(int(v));
     long long grown = 0;
@@ -310,7 +311,7 @@ Sides Grow(const Level& level, int seed, int sweeps)
     return sides;
 }
 
-/// One separator, by way of coarser and coarser graphs. @p cost receives what it costs.
+/// One separator by multilevel coarsening. @p cost receives its cost.
 Sides TrySeparator(std::vector<Level>& levels, std::mt19937& random, double& cost)
 {
     levels.resize(1);
@@ -358,7 +359,7 @@ Sides FindSeparator(const AdjacencyGraph& graph)
     levels[0].edgeWeight.assign(graph.neighbours.size(), 1);
     for (const int weight : graph.weight)
         levels[0].total += weight;
-    // The large separators decide over the work: they are worth several attempts.
+    // The large separators determine the work: they are worth several attempts.
     const int attempts = graph.Size() > 20000 ? 4 : graph.Size() > 1500 ? 3 : 1;
     Sides best;
     double least = 0;

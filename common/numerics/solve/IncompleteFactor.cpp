@@ -7,14 +7,14 @@
 namespace numerics
 {
 
-/// The row that is being eliminated.
+/// The row being eliminated.
 struct IncompleteFactor::Row
 {
     Vec values;               ///< of every column, 0 where the row has no entry
     std::vector<int> lastRow; ///< for every column the last row with an entry there
     std::vector<int> lower;   ///< columns before the diagonal still to come, a heap
     std::vector<int> done;    ///< those eliminated
-    std::vector<int> upper;   ///< columns behind the diagonal
+    std::vector<int> upper;   ///< columns after the diagonal
 
     explicit Row(std::size_t n) : values(n), lastRow(n, -1) {}
     void Add(int i, int column, double value)

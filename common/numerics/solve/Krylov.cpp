@@ -40,9 +40,9 @@ KrylovCache::Storage& KrylovCache::Get()
 namespace
 {
 
-/// 1 / d for the diagonal matrix that brings the largest entries of D^-1/2 A D^-1/2 near 1: for a
-/// definite A about its diagonal.
-/// Source: Ruiz (2001), Rutherford Appleton Laboratory, RAL-TR-2001-034.
+/// 1 / d for the diagonal matrix that makes the largest entries of D^-1/2 A D^-1/2 near 1: for a
+/// definite A approximately its diagonal. Source: Ruiz (2001), Rutherford Appleton Laboratory,
+/// RAL-TR-2001-034.
 class Diagonal : public Preconditioner
 {
 public:
@@ -77,10 +77,10 @@ private:
     Vec inverse_;
 };
 
-/// What a look over the rows finds before anything is computed.
+/// The result of examining the rows before anything is computed.
 struct Findings
 {
-    int unsolvable = -1; ///< first all-zero row under a right side that is not zero
+    int unsolvable = -1; ///< first all-zero row with a nonzero right side
     int noPivot = -1;    ///< first row with entries but without a diagonal
 };
 
@@ -151,7 +151,7 @@ struct Method
     int patience;
 };
 
-/// What is tried, in this order, until one does not break down or stagnate.
+/// The methods tried, in this order, until one neither breaks down nor stagnates.
 using Methods = const Method (&)[2];
 constexpr Method kSymmetric[] = {
     {L"conjugate gradients with multigrid", RunConjugateGradients, MakeMultigrid, 200},
@@ -163,8 +163,8 @@ constexpr Method kNonSymmetric[] = {
 };
 constexpr Method kCarried[] = {kNonSymmetric[1], kNonSymmetric[0]};
 
-/// Does the skew part of A outweigh its symmetric part beside the diagonal, as where flow carries
-/// more than spreads? Coarse levels lose such a part.
+/// Does the skew part of A outweigh its symmetric off-diagonal part, as where advection dominates
+/// diffusion? Coarse levels lose such a part.
 bool IsCarried(const MatrixView& A)
 {
     constexpr double kSkew = 0.35;
@@ -200,30 +200,30 @@ const wchar_t* ReasonText(IterationEnd end)
     }
 }
 
-/// The system brought to a right side near 1, and what counts as solved.
+/// The system scaled to a right side near 1, and its convergence criteria.
 struct Task
 {
     const MatrixView& A;
     const double* b;
     double* x;
     double target;       ///< 2-norm of the residual
-    double floor;        ///< below it the residual that an iteration carries along says nothing
+    double floor;        ///< below it the recursive residual of an iteration is meaningless
     double cancelled;    ///< of the row-wise error
     double rowWiseLimit; ///< row-wise error that a solution may have
     int allowed;
     Storage& storage;
 };
 
-/// Is every equation solved to some digits? The norm of the residual hides those whose numbers are
-/// small beside the others'.
+/// Is every equation solved to some digits? The norm of the residual hides equations with much
+/// smaller coefficients than the others.
 bool IsSolvedRowWise(const Task& task)
 {
     return MeasureErrors(task.A, task.b, task.x, task.storage.r.data(), task.cancelled).rowWise <=
            task.rowWiseLimit;
 }
 
-/// Repeats an iteration until the residual computed from x itself fulfils the target. x ends at
-/// the best that was found, the start included.
+/// Repeats an iteration until the residual computed from x itself fulfils the target. x becomes the
+/// best approximation found, the start included.
 /// @returns how the last run ended
 IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
 {
@@ -249,7 +249,7 @@ IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
         record.outcome = SolveOutcome::NotConverged;
         if (record.iterations >= task.allowed)
             return end;
-        // A new start pays while it brings down what rounding has left.
+        // A restart is worth it while it reduces the error left by rounding.
         const bool isBroken = end == IterationEnd::NotDefinite || end == IterationEnd::ZeroProduct;
         record.outcome = isBroken ? SolveOutcome::Breakdown : SolveOutcome::Stagnated;
         if (end != IterationEnd::OutOfSteps && !(norm < 0.5 * before))
@@ -284,7 +284,7 @@ void Iterate(const Task& task, Methods methods, int noPivot, SolveRecord& record
             return;
         record.reason = ReasonText(end);
         if (end == IterationEnd::Reached)
-            return; // no other method has more digits
+            return; // no other method would be more accurate
     }
     record.equation = noPivot;
     if (noPivot >= 0)

@@ -14,8 +14,8 @@ using math::SolveOutcome;
 using math::SolveRecord;
 
 /// Storage that iterative solves keep from one to the next: the levels of the multigrid
-/// preconditioner and the work vectors. The contents are made anew for every matrix; keeping
-/// the object saves the allocations.
+/// preconditioner and the work vectors. The contents are recomputed for every matrix; keeping the
+/// object saves the allocations.
 class KrylovCache
 {
 public:
@@ -24,7 +24,7 @@ public:
     KrylovCache(KrylovCache&&) noexcept;
     KrylovCache& operator=(KrylovCache&&) noexcept;
 
-    /// Gives the memory back, as after a change of the pattern.
+    /// Frees the memory, as after a change of the pattern.
     void Clear();
 
     struct Storage;
@@ -38,18 +38,18 @@ private:
 /// multigrid as the preconditioner.
 ///
 /// @param x        start values on entry (those that are not finite count as 0), solution on exit
-/// @param tol      converged when ||b - A x|| <= tol ||b|| in the 2-norm. It is the residual
-///                 recomputed from x that counts, not the one carried along by the iteration.
-/// @param maxIter  iterations allowed; 0 or less leaves x as it came and tells its residual
+/// @param tol      converged when ||b - A x|| <= tol ||b|| in the 2-norm. The residual recomputed
+/// from x counts, not the recursive one of the iteration.
+/// @param maxIter  iterations allowed; 0 or less leaves x unchanged and reports its residual
 ///
 /// The outcome is Solved when also the row-wise error is at most sqrt(tol), so that no equation is
-/// left unsolved because its numbers are small; the iteration goes on until that holds. Stagnated
-/// when the error gets no smaller before; NotConverged after maxIter iterations; Breakdown when the
-/// matrix shows itself not definite (with the equation, if any, that has no diagonal); NotFinite
-/// with the equation whose row or right side holds NaN or infinity, x untouched; Singular with the
-/// equation whose row is all zero under a right side that is not. An all-zero row with a zero right
-/// side leaves its unknown at the start value. Unless the outcome is NotFinite, x is the best
-/// approximation found, the start included.
+/// left unsolved because its coefficients are small; the iteration continues until that holds.
+/// Stagnated when the error stops decreasing before; NotConverged after maxIter iterations;
+/// Breakdown when the matrix proves not to be definite (with the equation, if any, that has no
+/// diagonal); NotFinite with the equation whose row or right side holds NaN or infinity, x
+/// untouched; Singular with the equation whose row is all zero with a nonzero right side. An
+/// all-zero row with a zero right side leaves its unknown at the start value. Unless the outcome is
+/// NotFinite, x is the best approximation found, the start included.
 ///
 /// The same bits come from every run and every number of threads.
 SolveRecord SolveKrylovSymmetric(const MatrixView& A, const double* b, double* x, double tol,

@@ -10,14 +10,14 @@ namespace numerics
 namespace
 {
 
-/// Watches the residual: tells when the run is over.
-class Watch
+/// Monitors the residual and detects stagnation.
+class StagnationCheck
 {
 public:
-    Watch(double norm, int patience) : smallest_(norm), patience_(patience) {}
+    StagnationCheck(double norm, int patience) : smallest_(norm), patience_(patience) {}
 
-    /// @returns true when nothing was gained for too long or the numbers left their range
-    bool IsHopeless(double norm)
+    /// @returns true when there was no progress for too long or the numbers left their range
+    bool HasStagnated(double norm)
     {
         if (!std::isfinite(norm))
             return true;
@@ -54,7 +54,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
     double* best = work[3].data();
     double rz = 0, norm = Norm2(n, run.r), smallest = norm;
     bool isBestKept = false;
-    Watch watch(norm, run.patience);
+    StagnationCheck stagnation(norm, run.patience);
     IterationEnd end = IterationEnd::OutOfSteps;
     while (run.steps < run.stepsAllowed)
     {
@@ -68,7 +68,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
         });
         Product(run.A, p, q);
         const double pq = Dot(n, p, q);
-        // Of a definite matrix and preconditioner both are of one sign, and neither is zero.
+        // For a definite matrix and preconditioner both have one sign, and neither is zero.
         const bool isFinite = std::isfinite(rz) && std::isfinite(pq);
         if (!isFinite || (!(rz > 0 && pq > 0) && !(rz < 0 && pq < 0)))
         {
@@ -87,7 +87,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
             smallest = norm;
             isBestKept = false;
         }
-        else if (!isBestKept) // x was best before this step, the first that makes it worse
+        else if (!isBestKept) // x was best before this step, the first to increase the residual
         {
             ForBlocks(n, [=, x = run.x](int, int begin, int blockEnd) {
                 for (int i = begin; i < blockEnd; ++i)
@@ -95,7 +95,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
             });
             isBestKept = true;
         }
-        if (watch.IsHopeless(norm))
+        if (stagnation.HasStagnated(norm))
         {
             end = IterationEnd::Stalled;
             break;
@@ -108,13 +108,13 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
 
 IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work)
 {
-    constexpr int kLookEvery = 10; // steps; only then the residual itself is known
+    constexpr int kLookEvery = 10; // steps; the residual itself is computed only then
     const int n = run.A.n;
     const auto size = std::size_t(n);
     Resize(work, 6, n);
     double *v = work[0].data(), *vBefore = work[1].data(), *z = work[2].data();
     double *w = work[3].data(), *wBefore = work[4].data(), *q = work[5].data();
-    const Vec b = [&] { // the run knows x and the residual only
+    const Vec b = [&] { // the run has x and the residual only
         Vec right(size);
         Product(run.A, run.x, right.data());
         AddScaled(n, 1, run.r, right.data());
@@ -126,7 +126,7 @@ IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work)
     run.M.Apply(v, z);
     double gammaBefore = 1, gamma = std::sqrt(Dot(n, z, v)), eta = gamma;
     double sBefore = 0, s = 0, cBefore = 1, c = 1;
-    Watch watch(Norm2(n, run.r), run.patience / kLookEvery);
+    StagnationCheck stagnation(Norm2(n, run.r), run.patience / kLookEvery);
     while (run.steps < run.stepsAllowed && gamma > 0 && std::isfinite(gamma))
     {
         for (std::size_t i = 0; i < size; ++i)
@@ -171,7 +171,7 @@ IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work)
         const double norm = Norm2(n, run.r);
         if (norm <= run.target)
             return IterationEnd::Reached;
-        if (watch.IsHopeless(norm))
+        if (stagnation.HasStagnated(norm))
             return IterationEnd::Stalled;
     }
     return run.steps < run.stepsAllowed ? IterationEnd::Reached : IterationEnd::OutOfSteps;
@@ -249,7 +249,7 @@ struct BiCgStab
 IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work)
 {
     BiCgStab state(run, work);
-    Watch watch(state.smallest, run.patience);
+    StagnationCheck stagnation(state.smallest, run.patience);
     IterationEnd end = IterationEnd::OutOfSteps;
     double norm = state.smallest;
     while (run.steps < run.stepsAllowed)
@@ -257,12 +257,12 @@ IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work)
         norm = state.Step();
         if (norm <= run.target)
             return IterationEnd::Reached;
-        if (std::isnan(norm) || watch.IsHopeless(norm))
+        if (std::isnan(norm) || stagnation.HasStagnated(norm))
         {
             end = std::isnan(norm) ? IterationEnd::ZeroProduct : IterationEnd::Stalled;
             break;
         }
-        // The residual jumps about, so the best x is kept, but copied only for a clear gain.
+        // The residual oscillates, so the best x is kept, but copied only for a clear improvement.
         if (norm < 0.5 * state.smallest)
         {
             state.smallest = norm;

@@ -19,8 +19,8 @@ public:
 /// Why an iteration stopped.
 enum class IterationEnd
 {
-    Reached,     ///< the residual carried along fulfils the target
-    OutOfSteps,  ///< as many steps as were allowed
+    Reached,     ///< the recursive residual meets the target
+    OutOfSteps,  ///< the allowed steps were used up
     Stalled,     ///< hundreds of steps without a smaller residual, or too large numbers
     NotDefinite, ///< conjugate gradients met a direction of zero or changing sign of energy
     ZeroProduct  ///< BiCGSTAB divided by a zero product
@@ -34,13 +34,13 @@ struct IterationRun
     double target;    ///< absolute 2-norm of the residual to be reached
     int stepsAllowed; ///< for this run
     double* x;        ///< the approximation, improved in place
-    double* r;        ///< its residual b - A x on entry; carried along
+    double* r;        ///< its residual b - A x on entry; then updated recursively
     int patience;     ///< steps without a smaller residual, after which the run gives up
     int steps = 0;    ///< out: steps made
 };
 
-/// Conjugate gradients; x ends at the smallest residual met. @p work keeps the vectors from one run
-/// to the next.
+/// Conjugate gradients; x ends at the smallest residual seen. @p work keeps the vectors from one
+/// run to the next.
 IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work);
 
 /// MINRES, for a symmetric A of any definiteness; M is definite. The norm of the residual in M^-1
@@ -49,7 +49,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work);
 /// Elman, Silvester and Wathen (2014), Finite Elements and Fast Iterative Solvers, 4.1.
 IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work);
 
-/// BiCGSTAB, preconditioned from the right. x ends at most twice the smallest residual met.
+/// BiCGSTAB, preconditioned from the right. x ends at most at twice the smallest residual seen.
 IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work);
 
 } // namespace numerics

@@ -11,8 +11,8 @@ namespace
 {
 
 /// The quotient graph during the elimination. A vertex is a variable until it is eliminated, then
-/// an element: the clique of the variables that are left of its neighbours. The list of a variable
-/// holds its elements first, then the variables next to it that share no element with it.
+/// an element: the clique of its remaining neighbour variables. The list of a variable holds its
+/// elements first, then the variables next to it that share no element with it.
 class QuotientGraph
 {
 public:
@@ -210,8 +210,9 @@ void QuotientGraph::MeasureOverlaps()
     }
 }
 
-/// Drops what the new element makes needless from a variable's list, and puts the element first.
-/// @returns the weight of its neighbours outside the new element, from above
+/// Removes the entries of a variable's list that the new element makes redundant, and puts the
+/// element first.
+/// @returns the weight of its neighbours outside the new element, an upper bound
 int QuotientGraph::UpdateList(int variable, int pivot, unsigned& hash)
 {
     const std::size_t v = std::size_t(variable);
@@ -237,12 +238,12 @@ int QuotientGraph::UpdateList(int variable, int pivot, unsigned& hash)
     {
         const int j = space_[std::size_t(k)];
         if (weight_[std::size_t(j)] <= 0)
-            continue; // gone, or in the new element
+            continue; // eliminated, or in the new element
         degree += weight_[std::size_t(j)];
         hash += unsigned(j);
         space_[std::size_t(kept++)] = j;
     }
-    // There is room: the list held the pivot, or an element that the pivot has absorbed.
+    // There is space: the list held the pivot, or an element that the pivot has absorbed.
     if (kept > first + keptElements)
         space_[std::size_t(kept)] = space_[std::size_t(first + keptElements)];
     if (keptElements > 0)
@@ -262,7 +263,7 @@ void QuotientGraph::UpdateVariables(int pivot)
         const int degree = UpdateList(i, pivot, hash);
         if (degree == 0 && size_[v] == 1)
         {
-            // Nothing but the new element: eliminated together with the pivot.
+            // Only the new element is left: eliminated together with the pivot.
             absorber_[v] = pivot;
             pivotWeight_ -= weight_[v];
             left_ += weight_[v];
@@ -366,7 +367,7 @@ std::vector<int> QuotientGraph::Eliminate()
     return Order();
 }
 
-/// The pivots, each followed by the variables that went with it; then the dense rows.
+/// The pivots, each followed by the variables eliminated with it; then the dense rows.
 std::vector<int> QuotientGraph::Order() const
 {
     const std::size_t n = std::size_t(n_);

@@ -14,8 +14,8 @@ namespace
 constexpr int kMostLevels = 40;
 constexpr int kDense = 120; ///< largest coarsest matrix that is factorised
 /// Of strong couplings, against the strongest of the node. With one unknown a node, 0.3 leaves out
-/// the diagonal couplings of stretched bilinear elements; blocks of several unknowns have no such
-/// plain meaning, and need more of their couplings.
+/// the diagonal couplings of stretched bilinear elements; couplings of several unknowns are less
+/// clear-cut, and more of them are needed.
 constexpr double kThreshold = 0.3, kThresholdOfBlocks = 0.1;
 
 } // namespace
@@ -92,8 +92,8 @@ void Multigrid::Level::Prepare()
     }
 }
 
-/// One sweep from zero, and the residual after it, which is minus the upper triangle's part.
-/// The entry next to the diagonal comes last: it alone waits for the row before.
+/// One sweep from zero, and the residual after it, which is minus the upper triangle's part. The
+/// entry next to the diagonal comes last: only it depends on the previous row.
 void Multigrid::Level::ForwardFromZero(const double* right, double* unknowns)
 {
     const int* rowStart = A.rowStart;

@@ -10,8 +10,8 @@
 namespace numerics
 {
 
-/// Dense factorisation of the coarsest matrix, L U with row exchanges. A pivot that is zero but
-/// for rounding gives its unknown the value 0.
+/// Dense factorisation of the coarsest matrix, L U with row exchanges. A pivot that is zero up to
+/// rounding gives its unknown the value 0.
 class CoarseFactor
 {
 public:
@@ -25,7 +25,7 @@ private:
     std::vector<int> row_;
 };
 
-/// A hierarchy of ever coarser matrices. Symmetric for a symmetric A: a forward Gauss-Seidel sweep
+/// A hierarchy of coarser matrices. Symmetric for a symmetric A: a forward Gauss-Seidel sweep
 /// before and a backward one after each coarse correction.
 class Multigrid : public Preconditioner
 {
@@ -41,7 +41,7 @@ public:
 private:
     struct Level
     {
-        SparseRows owned; ///< the matrix but on the first level
+        SparseRows owned; ///< the matrix, except on the first level
         MatrixView A;
         std::vector<int> lower; ///< by row, where the part left of the diagonal ends
         std::vector<int> upper; ///< by row, where the part right of the diagonal begins

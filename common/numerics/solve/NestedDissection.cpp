@@ -11,7 +11,7 @@ namespace numerics
 namespace
 {
 
-constexpr int kLeaf = 200; // vertices that minimum degree orders as well
+constexpr int kLeaf = 200; // number of vertices that minimum degree orders as well
 
 /// A part of the graph with the numbers of its vertices in the whole.
 struct Part
@@ -81,7 +81,7 @@ std::vector<int> NestedDissectionOrder(const AdjacencyGraph& graph)
                 parts.push_back(std::move(second));
                 continue;
             }
-            end += inSeparator; // no way to part it
+            end += inSeparator; // it cannot be separated
         }
         const std::vector<int> own = MinimumDegreeOrder(part.graph);
         for (std::size_t k = n; k-- > 0;)

@@ -10,9 +10,9 @@ namespace numerics
 {
 
 /// The order of elimination by nested dissection: a small set of vertices that separates the graph
-/// into two parts of about equal weight comes last, behind both parts ordered likewise; parts of a
-/// few hundred vertices are ordered by minimum degree. Better than minimum degree for solids and
-/// large plane meshes, and it leaves parts that can be eliminated side by side.
+/// into two parts of about equal weight comes last, after both parts ordered recursively; parts of
+/// a few hundred vertices are ordered by minimum degree. Better than minimum degree for solids and
+/// large plane meshes, and it gives parts that can be eliminated in parallel.
 ///
 /// Separators are found on a coarse graph and improved on every finer one, by moving single
 /// vertices out of them.

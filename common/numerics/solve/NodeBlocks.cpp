@@ -43,7 +43,7 @@ Groups EqualRows(const MatrixView& A)
     for (int i = 0; i < A.n; ++i)
     {
         int& group = groups.of[std::size_t(i)];
-        // Rows that are equal name each other, since each names itself.
+        // Equal rows contain each other's columns, since each contains its own.
         for (int k = A.rowStart[i]; k < A.rowStart[i + 1] && A.columns[k] < i && group < 0; ++k)
             if (areEqual(i, A.columns[k]))
                 group = groups.of[std::size_t(A.columns[k])];
@@ -69,7 +69,7 @@ int PrevailingSize(const Groups& groups)
 
 /// The nodes of at most @p unknowns unknowns. Nodes that belong to one element only, as at the
 /// corners of a mesh, have equal rows: such a group is divided in the order of the numbers, by
-/// neighbours where these follow each other, else with one unknown of each stretch.
+/// neighbours where these are consecutive, else with one unknown of each section.
 std::vector<std::vector<int>> Nodes(const Groups& groups, int unknowns)
 {
     const auto size = std::size_t(unknowns);
@@ -97,7 +97,7 @@ std::vector<std::vector<int>> Nodes(const Groups& groups, int unknowns)
     return nodes;
 }
 
-/// Walks the nodes and gives every unknown its component.
+/// Visits the nodes and assigns a component to every unknown.
 class Walk
 {
 public:
@@ -153,7 +153,7 @@ private:
     {
         return !isMet_[std::size_t(node)] && (isLast || isWhole_[std::size_t(node)]);
     }
-    /// Has the node every component, each coupled to other nodes?
+    /// Is the node complete, with every component coupled to other nodes?
     bool IsWhole(const std::vector<int>& members) const
     {
         return int(members.size()) == unknowns_ &&
@@ -180,7 +180,8 @@ private:
     /// The components that couple the members most to those of the same component around.
     void Assign(const std::vector<int>& members)
     {
-        // Nodes that are not whole weigh little: they couple to what is there, not to their like.
+        // Incomplete nodes get a small weight: they couple to the components present, not to equal
+        // ones.
         constexpr double kDoubtful = 1e-3;
         double weight[kMost][kMost] = {}; // member, component
         for (std::size_t m = 0; m < members.size(); ++m)
@@ -256,7 +257,7 @@ void NodeBlocks::Build(const MatrixView& A)
             neighbours.push_back(rank[std::size_t(walk.NodeOf(A.columns[at]))]);
         std::sort(neighbours.begin(), neighbours.end());
         neighbours.erase(std::unique(neighbours.begin(), neighbours.end()), neighbours.end());
-        // As stiff as its node: a component left out is mostly one that a support holds.
+        // As stiff as its node: an absent component is usually held by a support.
         const double missing = std::fabs(Diagonal(A, first));
         for (int c = 0; c < size; ++c)
         {

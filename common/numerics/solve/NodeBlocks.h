@@ -14,9 +14,9 @@ namespace numerics
 /// each component, as does every node. A component that a node lacks has a row with a diagonal
 /// only.
 ///
-/// Unknowns belong to one node when their rows have the same columns, whatever their numbers. Which
-/// component an unknown is follows from its couplings to neighbours, walked breadth first: those
-/// of equal components are the larger ones in sum.
+/// Unknowns belong to one node when their rows have the same columns, whatever their numbers. The
+/// component of an unknown follows from its couplings to neighbours, visited breadth first:
+/// couplings of equal components have the larger sum.
 struct NodeBlocks
 {
     int unknowns = 1; ///< of a node; 1 when the unknowns do not come in nodes of 2 or 3

@@ -11,7 +11,7 @@ namespace numerics
 namespace
 {
 
-/// Parameters that differ from zero, by zero-based place.
+/// Nonzero parameters by zero-based index.
 constexpr std::pair<int, int> kParameters[] = {
     {0, 1},   // the values below are supplied
     {1, 3},   // ordering: parallel nested dissection
@@ -120,7 +120,7 @@ void Pardiso::Call(int n, const double* a, const int* ia, const int* ja, double*
                         iparm_, &msglvl_, b, x, &error_);
 }
 
-/// Puts the error and the equation that it seems to come from into words.
+/// Describes the error and the equation that seems to cause it.
 void Pardiso::Explain(SolveRecord& record) const
 {
     constexpr int kZeroPivot = -4, kSingularDiagonal = -7;
@@ -158,7 +158,7 @@ SolveRecord Pardiso::Solve(const MatrixView& A, const double* b, double* x)
 {
     SolveRecord record;
     record.method = SolveMethod::Pardiso;
-    // A factorisation of another size belongs to a system that is gone.
+    // A factorisation of another size belongs to a system that no longer exists.
     if (maxfct_ == 0 || (held_ && heldEquations_ != A.n))
         SetUp();
     if (!held_)
@@ -167,7 +167,7 @@ SolveRecord Pardiso::Solve(const MatrixView& A, const double* b, double* x)
     mtype_ = kRealNonSymmetric;
     phase_ = kAnalyseFactoriseSolve;
     error_ = 0;
-    // What a failed solve does not write is no answer, least of all the last one.
+    // Entries that a failed solve does not write must not keep an earlier solution.
     std::fill(x, x + A.n, std::numeric_limits<double>::quiet_NaN());
     if (const int bad = FirstNotFinite(A, b); bad >= 0)
     {
@@ -177,7 +177,7 @@ SolveRecord Pardiso::Solve(const MatrixView& A, const double* b, double* x)
     if (functions_->pardiso == nullptr)
         return SolveOwn(A, b, x);
     Convert(A);
-    if (A.n == 0) // the vendor refuses what needs no solving
+    if (A.n == 0) // the vendor refuses an empty system
         return record;
     // The vendor's prototype is not const, but the right-hand side is only read.
     Call(A.n, a_.data(), ia_.data(), ja_.data(), const_cast<double*>(b), x);

@@ -21,10 +21,10 @@ using PardisoFunction = void (*)(void* pt, const int* maxfct, const int* mnum, c
                                  const int* ja, int* perm, const int* nrhs, int* iparm,
                                  const int* msglvl, void* b, void* x, int* error);
 
-/// Who solves: the vendor's library, the library's own solver or a test's stand-in.
+/// The solver in use: the vendor's library, the built-in solver or a test double.
 struct PardisoFunctions
 {
-    PardisoFunction pardiso = nullptr; ///< null for the library's own
+    PardisoFunction pardiso = nullptr; ///< null for the built-in solver
     void (*setThreads)(int) = nullptr; ///< null where there is nothing to set
     void (*freeBuffers)() = nullptr;   ///< null where no memory is kept between calls
     std::wstring name;                 ///< such as "mkl 2020.4"
@@ -34,8 +34,8 @@ struct PardisoFunctions
 /// KVI_SOLVER=vendor when one is found at the first call (KVI_MKL says where, or "off").
 const PardisoFunctions& ActivePardiso();
 
-/// Puts @p functions in the place of the table in use; null brings the found one back. They must
-/// outlive every Pardiso that solved with them. Not while another thread solves.
+/// Replaces the table in use by @p functions; null restores the found one. They must outlive every
+/// Pardiso that solved with them. Not while another thread solves.
 void ReplacePardiso(const PardisoFunctions* functions);
 
 /// The library's own solver: no function, for it takes the matrix as it is stored.
@@ -53,8 +53,8 @@ public:
     /// Puts every parameter to its prescribed value; releases a held factorisation first.
     void SetUp();
     /// The library's own solver takes A as it is; it keeps the analysis while the pattern stays and
-    /// the factor while the values do, and its errors are numbered as PARDISO's. To another solver
-    /// hands A over in one-based compressed rows without its explicit zeros and solves (phase 13:
+    /// the factor while the values do, and its errors are numbered as PARDISO's. Other solvers
+    /// receive A in one-based compressed rows without its explicit zeros and solves (phase 13:
     /// analysis, factorisation, solution, refinement), then judges x. A first call without SetUp
     /// sets up. PARDISO is not called for NaN or infinity, which counts as its error -1.
     /// @returns the outcome: NotFinite; with PARDISO's error in the reason Singular (with the
@@ -80,7 +80,7 @@ private:
     int msglvl_ = 0, error_ = 0;
     bool held_ = false;
     int heldEquations_ = 0;
-    const PardisoFunctions* functions_ = nullptr; ///< who holds the factorisation
+    const PardisoFunctions* functions_ = nullptr; ///< owner of the factorisation
     std::vector<double> a_;
     std::vector<int> ja_, ia_;
     SparseDirect own_;

@@ -1,5 +1,5 @@
 /// @file
-/// @internal Elimination with pivots from whole columns, for the matrices that need it.
+/// @internal Elimination with partial pivoting, for matrices that need it.
 #pragma once
 
 #include "numerics/solve/Verdict.h"
@@ -8,8 +8,8 @@
 namespace numerics
 {
 
-/// Solves A x = b by L U with partial pivoting, on one thread and without a structure that is known
-/// beforehand: several times the time and memory of SparseDirect.
+/// Solves A x = b by L U with partial pivoting, on one thread and without a precomputed structure:
+/// several times the time and memory of SparseDirect.
 /// @param scale   S for which S A S is factorised
 /// @param errors  of x; set when there is a factor
 /// @returns false when a column is left without a pivot: A is singular

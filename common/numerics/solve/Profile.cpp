@@ -29,9 +29,9 @@ const TileKernels& Kernels()
     return *kernels[platform::SimdLevel()];
 }
 
-/// A pivot below this part of the magnitudes that it is made of has no correct digit left.
+/// A pivot below this fraction of the magnitudes of its terms has no correct digit.
 constexpr double kNoDigits = 16 * std::numeric_limits<double>::epsilon();
-/// One below this part may be rounding only: large models add up more of it.
+/// One below this fraction may be rounding only: large models accumulate more of it.
 constexpr double kSuspect = 1e-11;
 
 bool IsEmptyRow(const MatrixView& A, int i) { return A.rowStart[i] == A.rowStart[i + 1]; }
@@ -102,8 +102,8 @@ struct ProfileSolver::Run
     {
     }
 
-    /// The values of A in the row of tiles: W the lower triangle, Z the upper one transposed; the
-    /// diagonal tile stands in W whole.
+    /// The values of A in the row of tiles: W the lower triangle, Z the upper one transposed; W
+    /// holds the whole diagonal tile.
     void Fill(std::size_t I, double* W, double* Z)
     {
         const std::size_t size = (solver.Width(I) + 1) * kTileSize;
@@ -115,7 +115,7 @@ struct ProfileSolver::Run
         for (int r = 0; r < kTile; ++r)
         {
             const int i = firstRow + r;
-            if (i >= A.n) // behind the last equation: a unit matrix
+            if (i >= A.n) // past the last equation: a unit matrix
             {
                 W[(i - firstColumn) * kTile + r] = 1;
                 continue;
@@ -144,7 +144,7 @@ struct ProfileSolver::Run
 
     void Await(std::size_t J) const
     {
-        // A row takes microseconds, a yield on a busy machine the time slice of another program.
+        // A row takes microseconds, a yield on a busy machine another program's time slice.
         constexpr int kSpins = 1000; // some tens of microseconds
         for (int spins = 0; !done[J].load(std::memory_order_acquire); ++spins)
             if (spins < kSpins)
@@ -189,7 +189,7 @@ struct ProfileSolver::Run
         done[I].store(true, std::memory_order_release);
     }
 
-    /// Completes the diagonal tile, and finds what its pivots are made of up to here.
+    /// Completes the diagonal tile, and finds the magnitudes of its pivots' terms so far.
     void UpdateDiagonal(double* W, const double* U, std::ptrdiff_t steps, std::size_t I)
     {
         double* const size = sizes.data() + I * kTile;
@@ -197,7 +197,7 @@ struct ProfileSolver::Run
         double before[kTile];
         for (int r = 0; r < kTile; ++r)
             size[r] = std::fabs(before[r] = tile[r * (kTile + 1)]);
-        // Pivots of one sign all subtract: their sum is what the diagonal loses.
+        // Pivots of one sign all subtract: their sum is the reduction of the diagonal.
         const double* const inverse = solver.inversePivots_.data() + I * kTile;
         const bool areAllPositive =
             symmetric && std::all_of(inverse - steps, inverse, [](double p) { return p >= 0; });
@@ -217,8 +217,7 @@ struct ProfileSolver::Run
     }
 
     /// The part of one thread: the next row of tiles, until there is none. A row waits only for
-    /// rows before it, which somebody has already begun, so the work goes on however few threads
-    /// there are.
+    /// earlier rows, which are already begun, so the work progresses with any number of threads.
     void Work(std::size_t widest)
     {
         AlignedBuffer work;
@@ -228,7 +227,7 @@ struct ProfileSolver::Run
     }
 };
 
-/// x = A^-1 x with the factors as they stand; x has whole tiles.
+/// x = A^-1 x with the current factors; x has whole tiles.
 void ProfileSolver::Substitute(bool symmetric, double* x)
 {
     const TileKernels& kernels = Kernels();
@@ -250,7 +249,7 @@ void ProfileSolver::SubstituteBack(bool symmetric, double* x)
                          x + std::size_t(firstTile_[I]) * kTile, x + I * kTile);
 }
 
-/// Factorises on the threads that are worth it; y becomes L^-1 b.
+/// Factorises on as many threads as are worth it; y becomes L^-1 b.
 void ProfileSolver::Factorise(Run& run, int threads)
 {
     std::size_t widest = 0;
@@ -267,8 +266,8 @@ void ProfileSolver::Factorise(Run& run, int threads)
         std::size_t(most), [&](std::size_t) { run.Work(widest); }, most);
 }
 
-/// Is the motion in which this unknown goes 1 and those behind it 0 resisted by rounding only? It
-/// is improved by one step of inverse iteration, then checked against A itself.
+/// Is the mode in which this unknown is 1 and later ones are 0 resisted by rounding only? It is
+/// improved by one step of inverse iteration, then checked against A itself.
 bool ProfileSolver::IsLoose(const MatrixView& A, bool symmetric, std::size_t equation)
 {
     constexpr double kRounding = 64 * std::numeric_limits<double>::epsilon();
@@ -292,12 +291,12 @@ bool ProfileSolver::IsLoose(const MatrixView& A, bool symmetric, std::size_t equ
     return isFree();
 }
 
-/// Looks at the pivots that are held at 0 or at most @p limit of what they are made of: tells
-/// Singular with the number of motions that nothing resists, ZeroPivot where a pivot is zero
-/// although the matrix is not singular there.
+/// Examines the pivots that are held at 0 or at most @p limit of their terms' magnitudes: reports
+/// Singular with the number of unconstrained modes, ZeroPivot where a pivot is zero although the
+/// matrix is not singular there.
 void ProfileSolver::FindLooseModes(const Run& run, double limit, SolveRecord& record)
 {
-    constexpr int kMostModes = 16; // looked for; each costs two substitutions
+    constexpr int kMostModes = 16; // searched at most; each costs two substitutions
     for (std::size_t i = 0; i < std::size_t(run.A.n) && record.looseModes < kMostModes; ++i)
     {
         const double inverse = inversePivots_[i];
@@ -342,7 +341,7 @@ SolveRecord ProfileSolver::Compute(const MatrixView& A, bool symmetric, const do
     FindLooseModes(run, kSuspect, record);
     if (record.outcome == SolveOutcome::Singular)
     {
-        // Once more with the loose unknowns held at 0: right where their loads balance.
+        // Again with the loose unknowns held at 0: correct where their loads balance.
         Run held(*this, A, symmetric, y.data());
         held.pivotLimit = kSuspect;
         factorise(held);

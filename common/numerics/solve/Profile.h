@@ -19,9 +19,9 @@ using math::SolveRecord;
 /// first stored column to the diagonal, and for U the mirror image.
 ///
 /// The profile is covered with square tiles, row of tiles by row of tiles, so that the work is
-/// products of small dense matrices. Rows are handed to threads in ascending order; each entry
-/// is computed by the same operations whichever thread has it. Storage is kept for the next
-/// solve of the same pattern.
+/// products of small dense matrices. Rows are assigned to threads in ascending order; each entry is
+/// computed by the same operations on any thread. Storage is kept for the next solve of the same
+/// pattern.
 class ProfileSolver
 {
 public:

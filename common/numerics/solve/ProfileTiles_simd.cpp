@@ -184,7 +184,7 @@ void Backward(const double* L, std::ptrdiff_t steps, double* x, double* xRow)
     for (int k = kTile; k-- > 0;)
         for (int i = k + 1; i < kTile; ++i)
             xRow[k] -= triangle[k * kTile + i] * xRow[i];
-    // Less subtracts, so all but the first product of a dot are taken with the sign turned.
+    // Less subtracts, so all but the first product of a dot have the sign reversed.
     Vector rows[kVectors];
     for (int r = 0; r < kVectors; ++r)
         rows[r] = Times(Load(xRow + r * kWidth), All(r == 0 ? 1 : -1));

@@ -62,7 +62,7 @@ void SparseDirect::Analyse(const MatrixView& A, bool isSymmetric)
     factor_.SetStructure(symbolic_, A);
     columns_.assign(A.columns, A.columns + A.rowStart[A.n]);
     rowStart_.assign(A.rowStart, A.rowStart + A.n + 1);
-    account_.hasAnalysed = true;
+    cost_.hasAnalysed = true;
 }
 
 /// @returns false when the factors will not fit; nothing is touched then
@@ -75,15 +75,15 @@ bool SparseDirect::Factorise(const MatrixView& A, bool isSymmetric)
     if (needed_ > double(platform::AvailableMemory()) + held)
         return false;
     scale_ = Equilibrate(A);
-    account_.pivots = factor_.Factorise(A, scale_.data(), isSymmetric);
-    account_.isSymmetric = isSymmetric;
-    account_.hasFactorised = true;
-    account_.flops = sides * symbolic_.flops;
-    account_.bytes = factor_.Bytes() + (columns_.size() + symbolic_.rows.size()) * sizeof(int);
+    cost_.pivots = factor_.Factorise(A, scale_.data(), isSymmetric);
+    cost_.isSymmetric = isSymmetric;
+    cost_.hasFactorised = true;
+    cost_.flops = sides * symbolic_.flops;
+    cost_.bytes = factor_.Bytes() + (columns_.size() + symbolic_.rows.size()) * sizeof(int);
     return isFactorised_ = true;
 }
 
-/// r = A^-1 r by the factor at hand.
+/// r = A^-1 r by the current factor.
 void SparseDirect::Substitute(double* r)
 {
     const std::size_t n = symbolic_.order.size();
@@ -111,8 +111,8 @@ SolutionErrors SolveRefined(const MatrixView& A, const double* b, double* x, Cor
 {
     std::copy(b, b + A.n, x);
     correct(x);
-    // Replaced pivots are made up for by steps that gain about eight digits each; where a pivot has
-    // lost many, the last bits of the residual decide over the first ones of x.
+    // Replaced pivots are compensated by steps that gain about eight digits each; where a pivot has
+    // lost many, the last bits of the residual determine the leading ones of x.
     const int steps = pivots.replaced > 0 ? 20 : 5;
     const double enough = pivots.smallest > 1e-8 ? 1e-14 : 1e-16;
     return Refine(A, b, x, correct, steps, enough);
@@ -162,8 +162,8 @@ bool SparseDirect::SolveAsItIs(const MatrixView& A, bool isSymmetric, const doub
     if (!isFactorised_ && !Factorise(A, isSymmetric))
         return false;
     const auto correct = [this](double* r) { Substitute(r); };
-    to.errors = SolveRefined(A, b, to.x, correct, account_.pivots);
-    to.isSingular = IsSingular(A, correct, account_.pivots, account_.pivots.equation, to.record);
+    to.errors = SolveRefined(A, b, to.x, correct, cost_.pivots);
+    to.isSingular = IsSingular(A, correct, cost_.pivots, cost_.pivots.equation, to.record);
     return true;
 }
 
@@ -239,11 +239,11 @@ void SparseDirect::SolveMatched(const MatrixView& A, const double* b, Attempt& t
             throw std::bad_alloc();
         }
         matched_ = std::move(matched);
-        account_.hasAnalysed = account_.hasFactorised = true;
+        cost_.hasAnalysed = cost_.hasFactorised = true;
     }
-    const Account& account = matched_->direct.account_;
-    account_.isSymmetric = false;
-    account_.pivots = account.pivots;
+    const Cost& account = matched_->direct.cost_;
+    cost_.isSymmetric = false;
+    cost_.pivots = account.pivots;
     std::vector<double> x(std::size_t(A.n));
     const auto correct = [this](double* r) { matched_->Substitute(r); };
     const SolutionErrors errors = SolveRefined(A, b, x.data(), correct, account.pivots);
@@ -282,9 +282,9 @@ SolveRecord SparseDirect::TrySolve(const MatrixView& A, const double* b, double*
     {
         if (!SolveAsItIs(A, symmetry.ofValues && !needsGeneral_, b, attempt))
             return RefuseSize();
-        if (account_.isSymmetric && !isDone())
+        if (cost_.isSymmetric && !isDone())
         {
-            // Other pivots may do better: those of a matrix that is not symmetric come from rows.
+            // Other pivots may be better: those of a nonsymmetric matrix are chosen from rows.
             needsGeneral_ = true;
             isFactorised_ = false;
             if (!SolveAsItIs(A, false, b, attempt))
@@ -324,7 +324,7 @@ SolveRecord SparseDirect::RefuseSize() const
 SolveRecord SparseDirect::Solve(const MatrixView& A, const double* b, double* x)
 {
     SolveRecord record;
-    account_.hasAnalysed = account_.hasFactorised = false;
+    cost_.hasAnalysed = cost_.hasFactorised = false;
     needed_ = 0;
     try
     {

@@ -16,11 +16,11 @@
 namespace numerics
 {
 
-/// Solves sparse systems by elimination in an order of its own.
+/// Solves sparse systems by elimination in a fill-reducing order.
 ///
 /// The analysis is kept while the pattern is the same, the factor while the values are the same
 /// too: then a right-hand side costs a substitution and the check of its solution. Both are
-/// recognised by comparison, so that nobody needs to say what has changed.
+/// recognised by comparison, so that callers need not report changes.
 class SparseDirect
 {
 public:
@@ -31,22 +31,22 @@ public:
 
     /// Solves A x = b: by L D L^T where the halves of A are equal but for the rounding of sums,
     /// else, and where that leaves too large an error, by L D U; then with rows exchanged by a
-    /// weighted matching, and at last with pivots from whole columns.
+    /// weighted matching, and finally with partial pivoting.
     /// @returns Solved when the row-wise error of x says so; NotFinite and TooLarge, x NaN then;
-    ///          Singular with the loosest unknown, Stagnated or Breakdown as Judge has them
+    ///          Singular with the loosest unknown, Stagnated or Breakdown as determined by Judge
     SolveRecord Solve(const MatrixView& A, const double* b, double* x);
-    /// Gives back all memory.
+    /// Frees all memory.
     void Clear();
 
-    /// What the last solve did.
-    struct Account
+    /// The cost of the last solve.
+    struct Cost
     {
         bool hasAnalysed = false, hasFactorised = false, isSymmetric = false;
         PivotReport pivots;
         double flops = 0;      ///< of a factorisation
         std::size_t bytes = 0; ///< of the factors and the analysis
     };
-    const Account& LastAccount() const { return account_; }
+    const Cost& LastCost() const { return cost_; }
 
 private:
     void Analyse(const MatrixView& A, bool isSymmetric);
@@ -76,7 +76,7 @@ private:
     struct Matched;
     std::unique_ptr<Matched> matched_; ///< nor was L D U; kept while the values stand
     double needed_ = 0;                ///< bytes of the factors, once they are known
-    Account account_;
+    Cost cost_;
 };
 
 } // namespace numerics

@@ -32,7 +32,7 @@ struct SparseFactor::TileState
     bool isPermuted = false, hasPairs = false;
 };
 
-/// A contribution that its parent has not taken up yet.
+/// A contribution not yet assembled into its parent.
 struct SparseFactor::Waiting
 {
     int supernode;
@@ -61,7 +61,7 @@ struct SparseFactor::Workspace
     RawVector<double> panel[2]; ///< L D of the panel at work, and U^T D
     RawVector<int> local;       ///< row of each position in the front
     std::vector<RowPlace> places, contributionPlaces;
-    std::vector<Waiting> waiting; ///< contributions that no parent has taken up yet
+    std::vector<Waiting> waiting; ///< contributions not yet assembled
     std::vector<TileState> tiles;
 };
 
@@ -397,7 +397,7 @@ void SparseFactor::EliminateRows(const Front& front, Workspace& work, int thread
         parallel::ForEach(
             panels,
             [&](std::size_t k) {
-                const std::size_t r = panels - 1 - k; // the longest go first
+                const std::size_t r = panels - 1 - k; // the longest first
                 double* const own = all.data() + r * size * std::size_t(front.sides);
                 double* const W[] = {own, front.sides == 2 ? own + size : nullptr};
                 f(int(r) * kPanel, W);
@@ -452,8 +452,8 @@ void SparseFactor::EliminateFront(std::size_t s, const MatrixView& A, const doub
         work.waiting.push_back({int(s), start, true});
 }
 
-/// Subtrees that threads can eliminate side by side, each by its last supernode: none with more
-/// than a share of the work, so that the threads end at about the same time.
+/// Subtrees that threads can eliminate in parallel, each given by its last supernode: none with
+/// more than a share of the work, so that the threads end at about the same time.
 std::vector<SparseFactor::Subtree> SparseFactor::FindSubtrees(int threads) const
 {
     constexpr double kWorthThreads = 2e7; // operations, about a millisecond
@@ -469,7 +469,7 @@ std::vector<SparseFactor::Subtree> SparseFactor::FindSubtrees(int threads) const
     for (std::size_t s = 0; s < nodes.size(); ++s)
     {
         const double pivots = nodes[s].pivots, size = pivots + nodes[s].rows;
-        work[s] += pivots * size * size + 100 * size; // and what assembling it takes
+        work[s] += pivots * size * size + 100 * size; // and the cost of assembling it
         if (nodes[s].parent < 0)
             continue;
         const std::size_t up = std::size_t(nodes[s].parent);
@@ -480,7 +480,7 @@ std::vector<SparseFactor::Subtree> SparseFactor::FindSubtrees(int threads) const
     for (std::size_t s = 0; s < nodes.size(); ++s)
         all += nodes[s].parent < 0 ? work[s] : 0;
     const double most = all / (kShares * threads);
-    const double least = most / 50; // smaller ones are left to the thread that does the rest
+    const double least = most / 50; // smaller ones are left to the remaining sequential part
     for (std::size_t s = 0; s < nodes.size(); ++s)
     {
         const bool isRoot = nodes[s].parent < 0 || work[std::size_t(nodes[s].parent)] > most;
@@ -490,7 +490,7 @@ std::vector<SparseFactor::Subtree> SparseFactor::FindSubtrees(int threads) const
     return subtrees;
 }
 
-/// Eliminates whole subtrees, each with a stack of its own, and keeps what their roots contribute.
+/// Eliminates whole subtrees, each with its own stack, and keeps the contributions of their roots.
 void SparseFactor::EliminateSubtrees(std::vector<Subtree>& subtrees, const MatrixView& A,
                                      const double* scale, int threads)
 {

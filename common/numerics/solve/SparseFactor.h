@@ -14,13 +14,13 @@ namespace numerics
 
 struct FrontKernels;
 
-/// What the pivots of a factorisation were like.
+/// Quality of a factorisation's pivots.
 struct PivotReport
 {
-    int replaced = 0;     ///< pivots that were nothing but rounding, replaced by small ones
+    int replaced = 0;     ///< pivots that were only rounding, replaced by small ones
     int doubtful = 0;     ///< pivots that keep less than about five digits, the replaced included
     int equation = -1;    ///< of the smallest ratio
-    double smallest = 1;  ///< smallest ratio of a pivot to the magnitudes that it is the sum of
+    double smallest = 1;  ///< smallest ratio of a pivot to the sum of magnitudes of its terms
     bool isFinite = true; ///< no pivot overflowed
 };
 
@@ -28,13 +28,13 @@ struct PivotReport
 /// supernode and the rows that they reach, whose contributions to later pivots pass up the tree.
 ///
 /// Pivots are chosen within a tile of kPanel columns, singly or in pairs (symmetric), or from its
-/// rows; a column whose tile has none left is given a small pivot. Nothing else departs from the
-/// structure, so that time and memory are known beforehand. The same bits for any number of
+/// rows; a column whose tile has none left gets a small pivot. So elimination stays within the
+/// symbolic structure, and time and memory are known beforehand. The same bits for any number of
 /// threads.
 class SparseFactor
 {
 public:
-    /// Takes the structure for matrices with the pattern of @p A; nothing is factorised yet.
+    /// Sets the structure for matrices with the pattern of @p A, without factorising.
     void SetStructure(const Symbolic& symbolic, const MatrixView& A);
     /// @param scale        0 for an equation without coefficients, whose unknown becomes 0
     /// @param isSymmetric  only the entries right of the diagonal in the order of elimination are
@@ -43,7 +43,7 @@ public:
     /// x = (S A S)^-1 x for @p count vectors, each in the order of elimination and @p stride apart.
     void Solve(double* x, int count, std::ptrdiff_t stride) const;
     bool IsSymmetric() const { return isSymmetric_; }
-    /// Bytes that are held between solves.
+    /// Bytes held between solves.
     std::size_t Bytes() const;
 
 private:
@@ -69,7 +69,7 @@ private:
     void EliminateRows(const Front& front, Workspace& work, int threads) const;
     void EliminateFront(std::size_t s, const MatrixView& A, const double* scale, Workspace& work,
                         int threads);
-    /// Supernodes that are eliminated without the others, and what the last one contributes.
+    /// Supernodes that are eliminated independently, and the contribution of the last one.
     struct Subtree
     {
         std::size_t first, last;

@@ -13,7 +13,7 @@ namespace
 /// Entries of @p pivots columns of a lower triangle of @p size rows.
 double Trapezoid(double pivots, double size) { return pivots * size - pivots * (pivots - 1) / 2; }
 
-/// Supernodes while they are put together, named by their last step.
+/// Supernodes under construction, identified by their last step.
 struct Draft
 {
     std::vector<int> pivots;     ///< equations; 0 when merged into another
@@ -201,8 +201,8 @@ std::vector<Supernode> MakeSupernodes(const AdjacencyGraph& graph, const Elimina
     return sorted;
 }
 
-/// Rows below each supernode: every row is taken up by the supernodes on its way from the entries
-/// of the matrix to its own, ascending because the rows come in order.
+/// Rows below each supernode: every row is added to the supernodes on the path from the entries of
+/// the matrix to its own, ascending because the rows come in order.
 void FillRows(const CompressedGraph& compressed, const EliminationTree& tree,
               const std::vector<int>& stepOrder, const std::vector<int>& nodeOfStep,
               Symbolic& symbolic)

@@ -1,5 +1,5 @@
 /// @file
-/// @internal What a sparse factorisation does, known before a value is seen.
+/// @internal The structure of a sparse factorisation, independent of values.
 #pragma once
 
 #include "numerics/solve/AdjacencyGraph.h"
@@ -27,7 +27,7 @@ struct Supernode
     int first = 0;               ///< its first position
     int pivots = 0;              ///< positions eliminated here
     int rows = 0;                ///< positions below that these reach
-    int parent = -1;             ///< the supernode that takes up its contribution, -1 for none
+    int parent = -1;             ///< the supernode that assembles its contribution, -1 for none
     std::size_t rowStart = 0;    ///< where its rows begin in Symbolic::rows
     std::size_t factorStart = 0; ///< where its part of a factor begins, in doubles
 

@@ -1,5 +1,5 @@
 /// @file
-/// @internal How many threads a computation runs on.
+/// @internal The number of threads of a computation.
 #pragma once
 
 #include "parallel/ThreadCount.h"

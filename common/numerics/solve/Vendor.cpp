@@ -26,8 +26,8 @@ struct Version
     const char *productStatus, *build, *processor, *platform;
 };
 
-/// One way in which MKL is installed. A processor-specific library must be there beside the core,
-/// for without it the vendor's code ends the process at its first use.
+/// One way in which MKL is installed. A processor-specific library must exist beside the core:
+/// without it the vendor's code terminates the process at its first use.
 struct Installation
 {
     const wchar_t* runtimes[2]; ///< OpenMP, the first found; none when MKL finds it itself
@@ -63,7 +63,7 @@ constexpr int kSequentialLayer = 1, kGnuLayer = 3, kLp64 = 0;
 
 const kvi::diag::DeclareCategoryMask kCategory("Math");
 
-/// The functions of the vendor's library that was taken.
+/// The functions of the loaded vendor library.
 struct Entries
 {
     PardisoFunction pardiso;
@@ -74,8 +74,8 @@ struct Entries
 };
 Entries entries{};
 
-/// Before the vendor starts threads for the calling one: whether they can be had. It ends the
-/// process when they cannot, so then it gets one.
+/// Checks whether the vendor can start its threads. It terminates the process when it cannot, so it
+/// is then limited to one.
 void SecureThreads()
 {
     thread_local int secured = 1;
@@ -119,8 +119,8 @@ F Function(Module module, const char* name)
     return reinterpret_cast<F>(Symbol(module, name));
 }
 
-/// The dispatching library would end the process when its threading library does not load, so it
-/// is told beforehand which one is there.
+/// The dispatching library terminates the process when its threading library does not load, so the
+/// available one is selected beforehand.
 void ChooseLayers(Module module, const std::wstring& folder)
 {
     const auto setThreading = Function<int (*)(int)>(module, "MKL_Set_Threading_Layer");

@@ -16,7 +16,7 @@ template <class T>
 using BlasProduct = void (*)(int layout, int transA, int transB, int m, int n, int k, T alpha,
                              const T* A, int lda, const T* B, int ldb, T beta, T* C, int ldc);
 
-/// What the library uses of MKL.
+/// The functions of MKL that the library uses.
 struct Vendor
 {
     PardisoFunctions solver;
@@ -25,14 +25,15 @@ struct Vendor
 };
 
 /// Loads Intel MKL: one library with everything (mkl_custom), the dispatching one (mkl_rt), or the
-/// separate ones. @p folder is where to look, empty for the system's own places. The libraries
-/// stay loaded, for their threads cannot be stopped from outside.
-/// @returns nothing when there is no MKL that can be used
+/// separate ones. @p folder is searched, or the system's library path if it is empty. The libraries
+/// stay loaded, since their threads cannot be stopped from outside.
+/// @returns nothing when no usable MKL is found
 std::optional<Vendor> LoadVendor(const std::wstring& folder);
 
-/// What the first call found: looks in the folder whose absolute path the environment variable
-/// KVI_MKL has, or in the folders of the program and the system, never in the current one; nothing
-/// with KVI_MKL=off. A program that runs with more rights than its caller ignores the variable.
+/// The result of the first call, which searches the folder whose absolute path is in the
+/// environment variable KVI_MKL, or in the folders of the program and the system, never in the
+/// current one; nothing with KVI_MKL=off. A program that runs with more rights than its caller
+/// ignores the variable.
 const std::optional<Vendor>& FoundVendor();
 
 } // namespace numerics

@@ -25,7 +25,7 @@ bool Raise(double& largest, double ratio)
     return isLarger;
 }
 
-/// What the rows of one block contribute.
+/// The contribution of the rows of one block.
 struct BlockErrors
 {
     double rowWise = 0;
@@ -46,7 +46,7 @@ struct BlockErrors
     }
     void Add(int i, double r, double b, const RowSizes& row, double largestX, double cancelled)
     {
-        constexpr double kFar = 1e-6; // of the most that the row's products can be
+        constexpr double kFar = 1e-6; // of the bound of the row's products
         const double most = row.norm * largestX, load = std::fabs(b), error = std::fabs(r);
         double terms = row.products + load;
         if (terms <= cancelled * (most + load))

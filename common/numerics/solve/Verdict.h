@@ -45,12 +45,12 @@ struct SolutionErrors
 constexpr double kCancelled = 1e-12;
 /// Row-wise error up to which a direct solver's x is a solution.
 constexpr double kSolvedRowWise = 1e-10;
-/// Row-wise error at which refinement has nothing left to gain for the outcome.
+/// Row-wise error at which further refinement cannot change the outcome.
 constexpr double kRefinedRowWise = 1e-13;
 
 /// Measures x in one pass over A, about 1.3 products with it.
 /// @param r          receives b - A x
-/// @param cancelled  what counts as cancelled; an iteration takes its own tolerance
+/// @param cancelled  relative size that counts as cancelled; an iteration uses its own tolerance
 SolutionErrors MeasureErrors(const MatrixView& A, const double* b, const double* x, double* r,
                              double cancelled = kCancelled);
 
@@ -65,21 +65,20 @@ SolveRecord RefuseNotFinite(int equation, SolveRecord record);
 /// The record of a system that memory or 32-bit indices cannot hold; its errors are NaN.
 SolveRecord RefuseTooLarge(const wchar_t* reason, SolveRecord record = {});
 
-/// Is A singular along x but for rounding, so that rounding alone decides how far x goes?
-/// Tells parts of a structure that nothing holds, whichever factor or iteration gave x.
+/// Is A singular along x up to rounding, so that rounding alone determines the magnitude of x?
+/// Detects unsupported parts of a structure, whichever factor or iteration computed x.
 bool IsSingularAlong(const SolutionErrors& errors);
 
 /// Completes @p record with the errors of x and, when it is Solved so far, with the outcome that
-/// they call for: Solved, Singular, Stagnated, or Breakdown when x is not finite. Other outcomes
-/// stay.
+/// they imply: Solved, Singular, Stagnated, or Breakdown when x is not finite. Other outcomes stay.
 /// @param limit  largest row-wise error of a solution
 void Judge(const MatrixView& A, const SolutionErrors& errors, SolveRecord& record,
            double limit = kSolvedRowWise);
 
 /// Refines x while its row-wise error is above @p enough and a step halves it, at most @p steps
-/// times; a step that does not make the error smaller is taken back.
-/// @param correct  correct(r): r = A^-1 r with the factor at hand, in place
-/// @returns the errors of the x that is left
+/// times; a step that does not reduce the error is undone.
+/// @param correct  correct(r): r = A^-1 r with the current factor, in place
+/// @returns the errors of the resulting x
 template <class Correct>
 SolutionErrors Refine(const MatrixView& A, const double* b, double* x, Correct correct,
                       int steps = 5, double enough = kRefinedRowWise)

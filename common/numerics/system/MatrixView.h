@@ -1,5 +1,5 @@
 /// @file
-/// @internal The stored system matrix as the solver families see it.
+/// @internal A read-only view of the stored system matrix for the solvers.
 #pragma once
 
 namespace numerics

@@ -27,7 +27,7 @@ SolveRecord Refused(SolveOutcome outcome, std::wstring reason, int equation = -1
     return record;
 }
 
-/// Finds the number of equations and the sizes of the elements, refusing what cannot be right.
+/// Finds the number of equations and the sizes of the elements, refusing invalid input.
 SolveRecord Measure(const tagMultiVectorInt& elements, int count, Pattern& pattern)
 {
     if (elements.values.size() > kMaxIndex || elements.Count() > kMaxIndex)
@@ -52,8 +52,8 @@ SolveRecord Measure(const tagMultiVectorInt& elements, int count, Pattern& patte
                            equation);
         largest = std::max(largest, equation);
     }
-    // Sparse numbering is legal; but unasked, with a thousand times more equations than the lists
-    // can touch and gigabytes for them, an index is taken for damaged.
+    // Sparse numbering is legal; but an index that requires a thousand times more equations than
+    // the lists can touch, and gigabytes for them, counts as corrupted unless the count was given.
     if (largest >= count && largest > 50'000'000 &&
         std::size_t(largest) / 1000 > elements.values.size())
         return Refused(SolveOutcome::Failed, L"an element names an equation far beyond all others",
@@ -102,7 +102,7 @@ bool CountEntries(Pattern& pattern)
     return true;
 }
 
-/// Do the rows of elements that follow each other lie far apart, for the most part?
+/// Are the rows of consecutive elements mostly far apart?
 bool IsScattered(const Pattern& pattern)
 {
     constexpr int kNear = 64; // rows

@@ -1,5 +1,5 @@
 /// @file
-/// @internal Where the entries of element matrices land in the compressed rows.
+/// @internal The positions of element matrix entries in the compressed rows.
 #pragma once
 
 #include "numerics/SolveRecord.h"
@@ -25,15 +25,15 @@ struct Pattern
     RawVector<int> columns;    ///< ascending within a row
     tagMultiVectorInt elements;
 
-    /// For element e and its entry (i, j), row-major from offsetStart[e] on: how far behind the
-    /// start of its row the entry is stored; 1, 2 or 4 bytes each, as the longest row needs.
+    /// For element e and its entry (i, j), row-major from offsetStart[e] on: the offset of the
+    /// entry from the start of its row; 1, 2 or 4 bytes each, as the longest row needs.
     std::vector<std::size_t> offsetStart;
     RawVector<std::uint8_t> offsets;
     int offsetBytes = 1;
 
     std::vector<int> firstElement; ///< of each equation: the first element that touches it, or 0
     double span = 0;               ///< elements from the first to the last of an equation, mean
-    bool isScattered = false; ///< elements that follow each other touch rows that lie far apart
+    bool isScattered = false;      ///< consecutive elements touch rows that are far apart
 
     int ElementSize(std::size_t element) const
     {
@@ -48,21 +48,21 @@ struct Pattern
 };
 
 /// Builds @p pattern for at least @p count equations, in time proportional to the entries of all
-/// element matrices, on @p threads (0: all). On failure the record says why, and the pattern is
-/// empty.
+/// element matrices, on @p threads (0: all). On failure the record has the reason, and the pattern
+/// is empty.
 SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& pattern,
                          int threads = 0);
 
-/// Empties @p pattern. @returns the record that tells why
+/// Empties @p pattern. @returns the record with the reason
 SolveRecord EmptyPattern(Pattern& pattern, SolveOutcome outcome, std::wstring reason,
                          int equation = -1);
 
 /// values (at the pattern's positions) += the element's matrix @p m, row-major
 void AddElement(const Pattern& pattern, std::size_t element, const double* m, double* values);
 
-/// The same for the matrices of @p count elements from @p first on,
-/// one behind the other. Every position receives its additions in the order of
-/// the elements, on any number of @p threads (0: all).
+/// The same for the matrices of @p count elements from @p first on, stored consecutively. Every
+/// position receives its additions in the order of the elements, on any number of @p threads (0:
+/// all).
 void AddElements(const Pattern& pattern, std::size_t first, std::size_t count, const double* m,
                  double* values, int threads);
 

@@ -12,9 +12,9 @@ namespace numerics
 namespace
 {
 
-/// Where the entries of one element go.
+/// The destination of one element's entries.
 template <class Offset>
-struct Landing
+struct Target
 {
     const int* list;
     int size;
@@ -23,8 +23,8 @@ struct Landing
     double* values;
 };
 
-/// Fetches what follows a row of a small element's matrix a few elements on: callers mostly keep
-/// their matrices in a sequence, with gaps that the processor's own prefetching stumbles over.
+/// Prefetches the matrix rows of a few elements ahead: callers mostly store their matrices
+/// consecutively, with gaps that defeat the hardware prefetcher.
 template <int kSize>
 inline void FetchAhead(const double* m)
 {
@@ -33,7 +33,7 @@ inline void FetchAhead(const double* m)
         __builtin_prefetch(m + kAhead);
 }
 
-/// Fetches a row of the matrix: [row, end).
+/// Prefetches a row of the matrix: [row, end).
 inline void FetchRow(const double* row, const double* end)
 {
     constexpr int kLine = 8; // doubles
@@ -41,8 +41,8 @@ inline void FetchRow(const double* row, const double* end)
         __builtin_prefetch(row, 1);
 }
 
-/// Do the equations come in pairs that follow each other, as two unknowns of a node do? Then the
-/// entries of each pair are neighbours in every row.
+/// Do the equations come in consecutive pairs, as the two unknowns of a node? Then the entries of
+/// each pair are neighbours in every row.
 template <int kSize>
 inline bool IsPaired(const int* list, int size)
 {
@@ -52,8 +52,8 @@ inline bool IsPaired(const int* list, int size)
     return isPaired;
 }
 
-/// Are the two sides of a 4-node element neighbours in a row-wise numbering? Its corners run
-/// round, so that the second pair runs backwards.
+/// Are the two sides of a 4-node element neighbours in a row-wise numbering? Its corners go round,
+/// so the second pair is reversed.
 inline bool IsRound(const int* list) { return (list[0] + 1 == list[1]) & (list[3] + 1 == list[2]); }
 
 /// The same two entries at @p to += those of @p m
@@ -63,7 +63,7 @@ inline void AddPair(double* to, __m128d m) { _mm_storeu_pd(to, _mm_add_pd(_mm_lo
 template <bool kPaired, class Offset>
 inline void AddRow(double* row, const Offset* offset, const double* m, std::ptrdiff_t size)
 {
-    // Left to itself, the compiler adds the row's start to each offset anew.
+    // Otherwise the compiler adds the row's start to each offset again.
     asm("" : "+r"(row));
     if constexpr (kPaired)
         for (std::ptrdiff_t j = 0; j < size; j += 2)
@@ -77,7 +77,7 @@ inline void AddRow(double* row, const Offset* offset, const double* m, std::ptrd
 /// is common, so that no loop has an end to test; otherwise 0. With kFetch the rows of the list
 /// @p soon are fetched meanwhile.
 template <int kSize, bool kPaired, bool kFetch, class Offset, class Takes>
-inline void AddRows(const Landing<Offset>& to, const double* m, const int* soon, Takes takes)
+inline void AddRows(const Target<Offset>& to, const double* m, const int* soon, Takes takes)
 {
     const std::ptrdiff_t size = kSize > 0 ? kSize : to.size;
     const auto addRow = [&](std::ptrdiff_t i) {
@@ -103,7 +103,7 @@ inline void AddRows(const Landing<Offset>& to, const double* m, const int* soon,
 
 /// The same for the four rows of such an element.
 template <class Offset, class Takes>
-inline void AddRound(const Landing<Offset>& to, const double* m, Takes takes)
+inline void AddRound(const Target<Offset>& to, const double* m, Takes takes)
 {
     for (std::ptrdiff_t i = 0; i < 4; ++i, m += 4)
     {
@@ -118,7 +118,7 @@ inline void AddRound(const Landing<Offset>& to, const double* m, Takes takes)
 }
 
 template <int kSize, class Offset, class Takes>
-inline void AddSized(const Landing<Offset>& to, const double* m, const int* soon, Takes takes)
+inline void AddSized(const Target<Offset>& to, const double* m, const int* soon, Takes takes)
 {
     const auto add = [&](auto isPaired) {
         if (soon)
@@ -135,8 +135,8 @@ inline void AddSized(const Landing<Offset>& to, const double* m, const int* soon
     add(std::false_type());
 }
 
-/// The list of an element a little further on where rows lie far apart, which halves the time
-/// there; otherwise null.
+/// The list of an element a few positions ahead if rows are far apart, where prefetching halves the
+/// time; otherwise null.
 inline const int* ListToFetch(const Pattern& p, std::size_t at, std::size_t size)
 {
     constexpr std::size_t kAhead = 4; // elements
@@ -151,7 +151,7 @@ inline void AddOne(const Pattern& p, std::size_t element, const double* m, doubl
 {
     const std::size_t at = p.ElementStart(element);
     const void* const offsets = p.offsets.data();
-    const Landing<Offset> to = {
+    const Target<Offset> to = {
         p.elements.values.data() + at, int(p.elements.ends[element] - at), p.rowStart.data(),
         static_cast<const Offset*>(offsets) + p.offsetStart[element], values};
     const int* const soon = ListToFetch(p, at, std::size_t(to.size));
@@ -183,8 +183,8 @@ void AddMany(const Pattern& p, std::size_t first, std::size_t count, const doubl
         AddOne<Offset>(p, e, m + (p.offsetStart[e] - start), values, kTakeAll);
 }
 
-/// Each part of the elements is one thread's own, and so are the rows that no earlier part
-/// touches. What it has for other rows is added at the end, part after part.
+/// Each thread owns a part of the elements and the rows that no earlier part touches. Its
+/// contributions to other rows are added at the end, in the order of the parts.
 template <class Offset>
 void AddInParts(const Pattern& p, std::size_t first, std::size_t count, const double* m,
                 double* values, int parts)
@@ -237,7 +237,7 @@ void AddElements(const Pattern& pattern, std::size_t first, std::size_t count, c
         return;
     const std::size_t entries = pattern.offsetStart[first + count] - pattern.offsetStart[first];
     constexpr std::size_t kWorthThreads = 400'000; // about 0.2 ms
-    // Twice as many parts as threads, but few enough that most rows are a part's own.
+    // Twice as many parts as threads, but few enough that most rows belong to one part.
     const double most = double(count) / (4 * pattern.span + 1);
     const int parts = threads == 1 || entries < kWorthThreads
                           ? 1

@@ -20,7 +20,7 @@ namespace
 
 constexpr std::size_t kMaxIndex = std::size_t(std::numeric_limits<int>::max());
 
-/// One place of an equation in an element's list.
+/// One occurrence of an equation in an element's list.
 struct Touch
 {
     int element;
@@ -28,11 +28,11 @@ struct Touch
 };
 
 /// For each equation its places in element lists, by a counting sort: ascending elements.
-class Touches
+class Adjacency
 {
 public:
-    explicit Touches(const Pattern& pattern)
-        : start_(std::size_t(pattern.n) + 1), touches_(pattern.elements.values.size()),
+    explicit Adjacency(const Pattern& pattern)
+        : start_(std::size_t(pattern.n) + 1), adjacency_(pattern.elements.values.size()),
           order_(std::size_t(pattern.n))
     {
         std::size_t met = 0;
@@ -47,27 +47,27 @@ public:
         {
             const int* list = pattern.elements.values.data() + pattern.ElementStart(e);
             for (int place = pattern.ElementSize(e); place-- > 0;)
-                touches_[std::size_t(--start_[std::size_t(list[place])])] = {int(e), place};
+                adjacency_[std::size_t(--start_[std::size_t(list[place])])] = {int(e), place};
         }
     }
 
-    const Touch* begin(int row) const { return touches_.data() + start_[std::size_t(row)]; }
-    const Touch* end(int row) const { return touches_.data() + start_[std::size_t(row) + 1]; }
-    /// Fetches what a row wanted soon has.
+    const Touch* begin(int row) const { return adjacency_.data() + start_[std::size_t(row)]; }
+    const Touch* end(int row) const { return adjacency_.data() + start_[std::size_t(row) + 1]; }
+    /// Prefetches a row that is needed shortly.
     void Fetch(int row) const { __builtin_prefetch(begin(row)); }
     /// Do two rows belong to the same elements, and so have the same columns?
-    bool Twins(int a, int b) const
+    bool HaveEqualRows(int a, int b) const
     {
         return std::equal(begin(a), end(a), begin(b), end(b),
                           [](Touch x, Touch y) { return x.element == y.element; });
     }
-    /// The rows that elements touch, in the order in which the lists name them first. Rows that
-    /// follow each other here share elements, however the equations are numbered.
+    /// The rows that elements touch, in the order of their first occurrence in the lists.
+    /// Consecutive rows here share elements, however the equations are numbered.
     const std::vector<int>& Order() const { return order_; }
 
 private:
     std::vector<int> start_;
-    RawVector<Touch> touches_;
+    RawVector<Touch> adjacency_;
     std::vector<int> order_;
 };
 
@@ -104,8 +104,8 @@ template <class Offset>
 class RowBuilder
 {
 public:
-    RowBuilder(Pattern& pattern, const Touches& touches)
-        : touches_(touches), lists_(pattern.elements.values.data()),
+    RowBuilder(Pattern& pattern, const Adjacency& touches)
+        : adjacency_(touches), lists_(pattern.elements.values.data()),
           ends_(pattern.elements.ends.data()), offsetStart_(pattern.offsetStart.data()),
           offsets_(static_cast<Offset*>(static_cast<void*>(pattern.offsets.data()))),
           lengths_(pattern.rowStart.data() + 1), equations_(std::size_t(pattern.n))
@@ -125,8 +125,8 @@ public:
         {
             const int row = rows[k];
             if (k + 8 < count)
-                touches_.Fetch(rows[k + 8]);
-            const bool isTwin = k > 0 && touches_.Twins(row, rows[k - 1]);
+                adjacency_.Fetch(rows[k + 8]);
+            const bool isTwin = k > 0 && adjacency_.HaveEqualRows(row, rows[k - 1]);
             if (!isTwin)
             {
                 Reserve(row);
@@ -148,11 +148,12 @@ public:
         return true;
     }
 
-    /// The columns of the rows built, one row behind the other.
+    /// The columns of the rows built, row after row.
     const RawVector<int>& Columns() const { return columns_; }
 
 private:
-    /// Where a column was met last: in which row (upper half), as the how manieth of its columns.
+    /// The last occurrence of a column: its row (upper half) and its ordinal among the row's
+    /// columns.
     using Mark = std::uint64_t;
 
     const int* List(std::size_t e) const { return lists_ + (e == 0 ? 0 : ends_[e - 1]); }
@@ -162,12 +163,12 @@ private:
     /// those elements which column it is.
     void CollectColumns(int row)
     {
-        const Touch* const end = touches_.end(row);
+        const Touch* const end = adjacency_.end(row);
         Mark* const marks = marks_.data();
         int* const unsorted = unsorted_.data();
         int* slots = slots_.data();
         Mark length = 0;
-        for (const Touch* t = touches_.begin(row); t != end; ++t)
+        for (const Touch* t = adjacency_.begin(row); t != end; ++t)
         {
             const int* const list = List(std::size_t(t->element));
             const std::size_t size = Size(std::size_t(t->element));
@@ -190,13 +191,13 @@ private:
     /// Room for what CollectColumns finds.
     void Reserve(int row)
     {
-        const auto touches = std::uint64_t(touches_.end(row) - touches_.begin(row));
+        const auto touches = std::uint64_t(adjacency_.end(row) - adjacency_.begin(row));
         const std::uint64_t most = touches * widest_ + kRankMargin;
         if (slots_.size() >= most)
             return;
-        // One long list must not count for every element of the row.
+        // One long list must not be counted for every element of the row.
         std::uint64_t entries = kRankMargin;
-        for (const Touch* t = touches_.begin(row); t != touches_.end(row); ++t)
+        for (const Touch* t = adjacency_.begin(row); t != adjacency_.end(row); ++t)
             entries += Size(std::size_t(t->element));
         if (slots_.size() >= entries)
             return;
@@ -229,11 +230,11 @@ private:
 
     void StoreOffsets(int row) const
     {
-        // Copies, since the compiler takes it that bytes stored may change members.
+        // Copies, since the compiler assumes that stored bytes may alias members.
         const int* const rank = rank_.data();
         const int* slot = slots_.data();
-        const Touch* const end = touches_.end(row);
-        for (const Touch* t = touches_.begin(row); t != end; ++t)
+        const Touch* const end = adjacency_.end(row);
+        for (const Touch* t = adjacency_.begin(row); t != end; ++t)
         {
             const std::size_t e = std::size_t(t->element), size = Size(e);
             Offset* const out = offsets_ + offsetStart_[e] + std::size_t(t->place) * size;
@@ -243,7 +244,7 @@ private:
         }
     }
 
-    const Touches& touches_;
+    const Adjacency& adjacency_;
     const int* lists_;
     const std::size_t* ends_;
     const std::size_t* offsetStart_;
@@ -262,7 +263,7 @@ private:
     std::vector<int> slots_;    ///< which column each entry of its elements is
 };
 
-/// Adds the lengths in rowStart up; false when the sum is more than an int can count.
+/// Accumulates the lengths in rowStart; false when the sum is more than an int can count.
 bool SumLengths(std::vector<int>& rowStart)
 {
     std::size_t sum = 0;
@@ -276,10 +277,10 @@ bool SumLengths(std::vector<int>& rowStart)
     return true;
 }
 
-/// Builds all rows with offsets of one type, in parts that each thread finds on its own and lays
-/// down behind each other once all lengths are known.
+/// Builds all rows with offsets of one type, in parts that threads build independently and
+/// concatenate once all lengths are known.
 template <class Offset>
-bool BuildAs(Pattern& pattern, const Touches& touches, int parts, int threads)
+bool BuildAs(Pattern& pattern, const Adjacency& touches, int parts, int threads)
 {
     pattern.offsetBytes = int(sizeof(Offset));
     const std::size_t entries = pattern.offsetStart.back();
@@ -324,7 +325,7 @@ bool BuildAs(Pattern& pattern, const Touches& touches, int parts, int threads)
 
 bool BuildRows(Pattern& pattern, int threads)
 {
-    const Touches touches(pattern);
+    const Adjacency touches(pattern);
     pattern.firstElement.resize(std::size_t(pattern.n));
     double span = 0;
     for (int row = 0; row < pattern.n; ++row)
@@ -336,7 +337,7 @@ bool BuildRows(Pattern& pattern, int threads)
     pattern.span = touches.Order().empty() ? 0 : span / double(touches.Order().size());
 
     constexpr std::size_t kWorthThreads = 100'000; // entries, about 0.4 ms
-    constexpr int kMostParts = 8;                  // each remembers where it met every column
+    constexpr int kMostParts = 8; // each stores the last occurrence of every column
     const int parts = threads == 1 || pattern.offsetStart.back() < kWorthThreads
                           ? 1
                           : std::min(ThreadCount(threads), kMostParts);

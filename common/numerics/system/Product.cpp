@@ -58,7 +58,7 @@ double MaxNorm(const double* v, std::size_t n)
 {
     double largest = 0;
     for (std::size_t i = 0; i < n; ++i)
-        if (!(std::fabs(v[i]) <= largest)) // taken by NaN, which nothing replaces
+        if (!(std::fabs(v[i]) <= largest)) // true for NaN, which then stays
             largest = std::isnan(largest) ? largest : std::fabs(v[i]);
     return largest;
 }

@@ -7,7 +7,7 @@
 namespace numerics
 {
 
-/// What bounds a row's product: sum |a_ij x_j| and sum |a_ij|.
+/// Bounds of a row's product: sum |a_ij x_j| and sum |a_ij|.
 struct RowSizes
 {
     double products;

@@ -15,8 +15,8 @@ inline double Add(double sum, double a, double x)
 #endif
 }
 
-/// Fetches what a row's loads want some rows later: values and columns come straight from memory,
-/// and the processor's own prefetching lags behind rows this short.
+/// Prefetches the data of a few rows ahead: values and columns come straight from memory, and the
+/// hardware prefetcher lags for rows this short.
 inline void FetchAhead(const double* a, const int* column, int length)
 {
     constexpr int kAhead = 256; // entries
@@ -27,8 +27,8 @@ inline void FetchAhead(const double* a, const int* column, int length)
         __builtin_prefetch(column + kAhead + k);
 }
 
-/// Row i of A times x. Four running sums, of which none waits for another; fetching x with the
-/// processor's own gather was slower on every machine tried.
+/// Row i of A times x. Four independent running sums; the gather instruction was slower for x on
+/// every machine tried.
 inline double RowProduct(const MatrixView& A, const double* x, int i)
 {
     const double* a = A.values + A.rowStart[i];

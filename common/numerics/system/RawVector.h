@@ -1,5 +1,5 @@
 /// @file
-/// @internal Vectors for large data that is about to be written.
+/// @internal Vectors without initialisation, for large data that is then written.
 #pragma once
 
 #include "platform/platform_memory.h"
@@ -13,7 +13,7 @@
 namespace numerics
 {
 
-/// Takes memory for large arrays, and leaves entries that are made without a value as it was.
+/// Allocates large arrays, and leaves default-inserted entries uninitialised.
 template <class T>
 struct RawAllocator
 {

@@ -47,7 +47,7 @@ SparseRows Times(const MatrixView& A, const SparseRows& B)
     C.Clear(A.n, B.cols);
     C.columns.reserve(B.columns.size() * 3);
     C.values.reserve(B.columns.size() * 3);
-    // Where a column of the current row stands in C; outdated places are below the row's start.
+    // Position of a column of the current row in C; stale positions are below the row's start.
     std::vector<int> place(std::size_t(B.cols), -1);
     const int* bStart = B.start.data();
     const int* bColumns = B.columns.data();

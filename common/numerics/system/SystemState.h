@@ -1,5 +1,6 @@
 /// @file
-/// @internal What a system of equations holds.
+/// @internal
+/// The state of a system of equations.
 #pragma once
 
 #include "numerics/ISysEqnImpl.h"
@@ -33,25 +34,24 @@ struct ISysEqnImpl::State
     int iterations = 0;
     double tolerance = 0;
 
-    numerics::RawVector<double>
-        reducedValues; ///< with the fixed unknowns taken out, while there are any
+    numerics::RawVector<double> reducedValues; ///< without the fixed unknowns, while there are any
     std::vector<double> reducedB;
 
-    /// Sets everything beside the pattern to 0 and to the size of the pattern.
+    /// Sets everything except the pattern to 0 and to the size of the pattern.
     void Clear();
     numerics::MatrixView Matrix() const;
-    /// The system as the solvers see it: with d at its diagonal and 0 beside it for each fixed
-    /// unknown, whose known part moves to the right-hand side; x becomes the start.
+    /// The reduced system for the solvers: for each fixed unknown d on the diagonal and 0 elsewhere
+    /// in its row and column, its known part moved to the right-hand side; x becomes the start.
     numerics::MatrixView Reduce(const double*& rhs);
     /// Runs solver(A, b, x), which returns a record, on the reduced system, with floating-point
-    /// traps off: what is not finite is reported in the record.
+    /// traps off: non-finite values are reported in the record.
     template <class Solver>
     void Solve(Solver solver);
     /// Puts the prescribed values into x and completes the record.
     void Finish(math::SolveRecord record);
     /// Logs a record that is not Solved.
-    static void Tell(const math::SolveRecord& record);
-    /// Notes and logs that a contribution was dropped, the first since ResetToZero only.
+    static void Report(const math::SolveRecord& record);
+    /// Records and logs that a contribution was dropped, only the first since ResetToZero.
     void Drop(std::wstring reason, int equation = -1);
     int Size() const { return pattern.n; }
     bool Has(int equation) const { return unsigned(equation) < unsigned(pattern.n); }

@@ -1,5 +1,5 @@
 /// @file
-/// @internal Floating-point traps switched off where NaN and overflow are looked for.
+/// @internal Disabling floating-point traps where NaN and overflow are checked for.
 #pragma once
 
 #include "platform/platform_fpu.h"
@@ -7,7 +7,7 @@
 namespace numerics
 {
 
-/// No floating-point exception of the calling thread traps while this lives.
+/// Disables all floating-point traps of the calling thread for its lifetime.
 class TrapsOff
 {
 public:
@@ -19,7 +19,7 @@ public:
     ~TrapsOff()
     {
         if (before_ != 0)
-            platform::FpuSetTraps(before_); // clears what was raised, for it would trap now
+            platform::FpuSetTraps(before_); // clears raised exceptions, which would trap now
     }
     TrapsOff(const TrapsOff&) = delete;
     TrapsOff& operator=(const TrapsOff&) = delete;

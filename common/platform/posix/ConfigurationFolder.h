@@ -1,5 +1,5 @@
 /// @file
-/// Folders of the user that several sources ask for.
+/// Folders of the user that several sources need.
 #pragma once
 
 #include <string>

@@ -9,12 +9,12 @@
 namespace platform::posix
 {
 
-/// Closes the descriptor that it holds; below 0 is none.
+/// Owns a descriptor and closes it; negative means none.
 class Descriptor
 {
 public:
     explicit Descriptor(int number = -1) : number_(number) {}
-    ~Descriptor() { (void)Close(); } // what it reports came too late for anyone
+    ~Descriptor() { (void)Close(); } // its failure cannot be reported any more
     Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
     Descriptor& operator=(Descriptor&& other) noexcept
     {

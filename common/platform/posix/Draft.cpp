@@ -105,7 +105,7 @@ unsigned long Draft::Replace()
         if (const unsigned long error = Link(leaf_); error != EEXIST)
             return error;
     }
-    // No call replaces a file by one without a name, so it gets a hidden one first.
+    // No system call replaces a file by an unnamed one, so it gets a hidden name first.
     for (int tries = 0; name_.empty(); ++tries)
     {
         const std::string hidden = HiddenName();
@@ -140,7 +140,7 @@ unsigned long Draft::SyncFolder() const
 {
     if (::fsync(folder_.Number()) == 0)
         return 0;
-    // A folder that may not be read, or a file system that writes folders by itself.
+    // A folder without read permission, or a file system that syncs folders itself.
     return errno == EBADF || errno == EINVAL || errno == EROFS ? 0 : Number();
 }
 
@@ -151,7 +151,8 @@ unsigned long RenameNew(int fromFolder, const std::string& from, int toFolder,
         return 0;
     if (errno != EINVAL && errno != ENOSYS)
         return Number();
-    // A file system without that operation: a second name never replaces, but folders have none.
+    // A file system without that operation: creating a hard link never replaces, but folders cannot
+    // have one.
     if (::linkat(fromFolder, from.c_str(), toFolder, to.c_str(), 0) == 0)
     {
         if (::unlinkat(fromFolder, from.c_str(), 0) == 0)

@@ -1,5 +1,5 @@
 /// @file
-/// A new file that gets its name when it is complete.
+/// A new file that gets its name when complete.
 #pragma once
 
 #include "platform/posix/Descriptor.h"
@@ -28,12 +28,12 @@ public:
     /// 0, or the error number of a failed construction.
     unsigned long Error() const { return error_; }
     int File() const { return file_.Number(); }
-    /// What has the target's name now, links not followed. @returns 0, or an error number
+    /// Status of the file at the target's name, links not followed. @returns 0, or an error number
     unsigned long TargetStatus(struct stat& about) const;
 
-    /// Gives the file the target's name, replacing what has it.
+    /// Gives the file the target's name, replacing an existing file.
     unsigned long Replace();
-    /// Gives the file the target's name, which nothing may have.
+    /// Gives the file the target's name, which must not exist.
     unsigned long Place();
     /// Deletes the target.
     void Withdraw() const;
@@ -53,7 +53,7 @@ private:
     unsigned long error_ = 0;
 };
 
-/// Gives @p from of the folder @p fromFolder the name @p to, which nothing may have.
+/// Renames @p from of the folder @p fromFolder to @p to, which must not exist.
 unsigned long RenameNew(int fromFolder, const std::string& from, int toFolder,
                         const std::string& to);
 

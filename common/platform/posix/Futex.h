@@ -1,5 +1,5 @@
 /// @file
-/// Waiting on a word of memory, up to a time that no change of the clock moves.
+/// Waiting on a word of memory, with a deadline unaffected by clock changes.
 #pragma once
 
 #include <atomic>
@@ -9,7 +9,7 @@
 namespace platform::posix
 {
 
-/// A moment of the monotonic clock; none is "without limit".
+/// A time of the monotonic clock; none means no limit.
 struct Deadline
 {
     explicit Deadline(std::uint32_t milliseconds);
@@ -18,7 +18,7 @@ struct Deadline
     timespec at{};
 
     bool Passed() const;
-    /// What is left, never below zero.
+    /// The remaining time, never negative.
     timespec Left() const;
 };
 

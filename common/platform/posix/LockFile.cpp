@@ -15,7 +15,7 @@ namespace platform::posix
 {
 namespace
 {
-/// All lock files of this process, the first of a list. Needs no destruction: objects may outlive
+/// All lock files of this process, the first of a list. Never destroyed, since objects may outlive
 /// the statics.
 struct Files
 {
@@ -68,7 +68,7 @@ bool Set(int file, int command, int type, off_t start, off_t length)
         result = ::fcntl(file, command, &range);
     while (result != 0 && errno == EINTR);
     if (result != 0 && errno == EACCES)
-        errno = EAGAIN; // both words mean that others hold it
+        errno = EAGAIN; // both errors mean that another process holds it
     return result == 0;
 }
 } // namespace
@@ -170,7 +170,7 @@ void LockFile::Renew()
         own.IsOpen() && std::all_of(shared_.begin(), shared_.end(), [&](const auto& range) {
             return Set(own.Number(), F_OFD_SETLK, F_RDLCK, range.first, range.second);
         });
-    // Without a file of its own the child has none at all, so that every call on it fails.
+    // If the child cannot reopen the file it has none, so every call on it fails.
     if (!shares)
         own = Descriptor(::open("/", O_PATH | O_CLOEXEC));
     ::dup3(own.Number(), Number(), O_CLOEXEC);

@@ -1,5 +1,5 @@
 /// @file
-/// Files on whose ranges this process holds locks.
+/// Files with range locks held by this process.
 #pragma once
 
 #include "platform/posix/Descriptor.h"
@@ -15,22 +15,22 @@
 namespace platform::posix
 {
 
-/// Guards what the named objects of this process have in common. Held across a fork; nobody waits
-/// for another process while holding it.
+/// Guards the state shared by this process's named objects. Held across a fork; never held while
+/// waiting for another process.
 std::mutex& NamedObjectsLock();
 
-/// How many forks lie between this process and the one that loaded the library: what an object
-/// noted of threads is void when the number has changed.
+/// How many forks lie between this process and the one that loaded the library: data about threads
+/// is invalid when the number has changed.
 unsigned ForkGeneration();
 
 /// An open file with locks of its open file description: the kernel releases them when the process
-/// ends, however it does.
+/// ends in any way.
 ///
-/// A forked child shares the description at first. Before its other code runs it gets one of its
-/// own under the same number, with the shared locks and without the exclusive ones: it holds none
-/// of its parent's locks, and the parent's Unlock really unlocks.
+/// A forked child shares the description at first. Before its other code runs it gets its own under
+/// the same number, with the shared locks and without the exclusive ones: it holds none of its
+/// parent's locks, and the parent's Unlock really unlocks.
 ///
-/// Threads: any, but for construction and destruction.
+/// Threads: any, except for construction and destruction.
 class LockFile
 {
 public:
@@ -40,17 +40,18 @@ public:
     LockFile& operator=(const LockFile&) = delete;
 
     int Number() const { return file_.Number(); }
-    /// Whether the file has lost its name, so that others cannot meet here.
+    /// Whether the file has lost its name, so that other processes cannot find it.
     bool IsRemoved() const;
 
-    /// Locks @p length bytes at @p start for this process alone; threads of one process do not
-    /// exclude each other. @returns false with errno; without waiting, EAGAIN when others hold it
+    /// Locks @p length bytes at @p start exclusively for this process; threads of one process do
+    /// not exclude each other. @returns false with errno; without waiting, EAGAIN when others hold
+    /// it
     bool Lock(off_t start, off_t length, bool wait) const;
-    /// Gives up an exclusive or shared lock.
+    /// Releases an exclusive or shared lock.
     bool Unlock(off_t start, off_t length) const;
     /// Locks the range together with other processes that do the same.
     bool Share(off_t start, off_t length);
-    /// Gives up what Share took.
+    /// Releases the lock of Share.
     void Unshare(off_t start, off_t length);
     /// Length of the range that another process has locked from @p start on, at most @p length (0:
     /// without limit); 0 for none. @returns false with errno

@@ -22,14 +22,14 @@ namespace platform::posix
 {
 namespace
 {
-constexpr int kPatience = 10'000;           // milliseconds that a writer waits for others
+constexpr int kTimeout = 10'000;            // milliseconds that a writer waits for others
 constexpr off_t kLargest = off_t{64} << 20; // of a store's file
 constexpr int kLinks = 40;                  // on the way to it
 constexpr mode_t kOthersWrite = S_IWOTH;
 
 unsigned long Number() { return static_cast<unsigned long>(errno); }
 
-// After the locks of settings above, before those of the log, which hears of damage.
+// After the locks of settings above, before those of the log, to which damage is reported.
 constinit ForkHandler forkHandler{ForkRank::pool, [] { StoreLock().lock(); },
                                   [] { StoreLock().unlock(); }, [] { StoreLock().unlock(); }};
 
@@ -41,16 +41,16 @@ std::string StorePath(bool machine)
     return (machine ? "/etc" : ConfigurationFolder()) + "/kvi/registry.sqlite";
 }
 
-/// Whether nobody but this user and the system's may exchange what is in @p folder.
+/// Whether only this user and root can replace entries of @p folder.
 bool IsSafe(const struct stat& folder)
 {
     const bool ours = folder.st_uid == ::geteuid() || folder.st_uid == 0;
     return ours && ((folder.st_mode & kOthersWrite) == 0 || (folder.st_mode & S_ISVTX) != 0);
 }
 
-/// Opens the folder of the absolute path @p path step by step, so that what was looked at is what
-/// is used. A link counts when this user or the system's has made it. @p make makes missing folders
-/// in those of this user.
+/// Opens the folder of the absolute path @p path step by step, so that the checked folder is the
+/// one used. A link is followed if this user or root owns it. With @p make missing folders are
+/// created in folders of this user.
 unsigned long OpenFolder(std::string path, bool machine, bool make, Descriptor& folder)
 {
     Descriptor at(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -209,7 +209,7 @@ unsigned long RegistryStore::Load(const Descriptor& file)
         else
             got += static_cast<std::size_t>(n);
     }
-    if (got == 0) // as empty as a new one
+    if (got == 0) // an empty file counts as a new store
     {
         ::sqlite3_free(image);
         return 0;
@@ -266,7 +266,7 @@ RegistryWriter::RegistryWriter(bool machine) : machine_(machine), path_(StorePat
 unsigned long RegistryWriter::WaitForTurn()
 {
     struct stat about;
-    // A folder of another user's is not written in, even by those who may.
+    // Never write into another user's folder, even with permission.
     if (::fstat(folder_.Number(), &about) != 0 || about.st_uid != ::geteuid())
         return EACCES;
     Descriptor file(::openat(folder_.Number(), (LeafOf(path_) + ".lock").c_str(),
@@ -277,7 +277,7 @@ unsigned long RegistryWriter::WaitForTurn()
     constexpr timespec kMoment{0, 2'000'000};
     for (int waited = 0; !turn_->Lock(0, 1, false); waited += 2)
     {
-        if (errno != EAGAIN || waited >= kPatience)
+        if (errno != EAGAIN || waited >= kTimeout)
             return errno == EAGAIN ? EBUSY : Number();
         ::nanosleep(&kMoment, nullptr);
     }
@@ -295,8 +295,8 @@ unsigned long RegistryWriter::Replace(std::string_view image)
     Draft draft(folder_, LeafOf(path_), 0600);
     if (draft.Error() != 0)
         return draft.Error();
-    // The machine's settings are for all to read, whatever the umask; a file that is there keeps
-    // who may read it.
+    // The machine's settings are readable by all, whatever the umask; an existing file keeps its
+    // read permissions.
     mode_t mode = machine_ ? 0644 : 0600;
     if (struct stat there; draft.TargetStatus(there) == 0 && S_ISREG(there.st_mode))
         mode = there.st_mode & 0775;

@@ -44,10 +44,10 @@ private:
 
 /// The content of a store's file, in memory.
 ///
-/// Nobody changes a file: a writer writes a whole new one, which takes the place of the old one at
-/// once. So a reader neither waits nor writes, and finds the old values or the new ones, whatever
-/// becomes of the writer. Only a file, and folders on the way to it, that no other user may
-/// exchange are used: those of this user and of the system's. All functions under StoreLock.
+/// A file is never modified: a writer writes a complete new one, which atomically replaces the old
+/// one. So a reader neither waits nor writes, and finds the old values or the new ones, even if the
+/// writer dies. A file is used only if no user other than this one and root can replace it or a
+/// folder on its path. All functions under StoreLock.
 class RegistryStore
 {
 public:
@@ -76,10 +76,10 @@ private:
     }; // as it was read
 };
 
-/// Keeps the calls into SQLite of this process apart from its forks.
+/// Excludes this process's SQLite calls during a fork.
 std::mutex& StoreLock();
 
-/// The turn of one writer among processes, and the folder it writes in.
+/// The writer lock among processes, and the folder it writes in.
 class RegistryWriter
 {
 public:
@@ -93,9 +93,9 @@ public:
     static unsigned long Try(bool machine);
     /// The library's path of the file.
     std::wstring Path() const;
-    /// 0, or the reason why there is no turn.
+    /// 0, or the reason why the lock is not held.
     unsigned long Error() const { return error_; }
-    /// Puts a file of these bytes in the store's place.
+    /// Replaces the store by a file of these bytes.
     unsigned long Replace(std::string_view image);
     /// Renames the damaged file and reports that.
     /// @returns false when it could not be renamed

@@ -15,7 +15,7 @@ namespace platform::posix
 namespace
 {
 
-constexpr std::size_t kReadable = 32; // letters of a name that are kept as they are
+constexpr std::size_t kReadable = 32; // characters of a name that are kept unchanged
 constexpr char kHex[] = "0123456789abcdef";
 
 /// The 128-bit FNV-1a hash of @p bytes, upper and lower half.
@@ -69,7 +69,7 @@ std::string SafeName(const std::wstring& name)
         else
             safe.append({'%', kHex[value >> 4], kHex[value & 15]});
     }
-    // "%h" begins no escaped byte, so a shortened name is no other name.
+    // "%h" begins no escaped byte, so a shortened name never equals another name.
     return safe.size() <= kReadable ? safe : safe.substr(0, kReadable) + "%h" + Hash(bytes);
 }
 

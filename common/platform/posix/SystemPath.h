@@ -1,5 +1,5 @@
 /// @file
-/// Between paths with backslashes and the system's names of files.
+/// Conversion between paths with backslashes and the system's file names.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
 /// @file
-/// What is behind a wait on Linux.
+/// The objects behind a wait on Linux.
 #pragma once
 
 #include "platform/platform_wait.h"
@@ -15,8 +15,7 @@ struct Waiter;
 }
 
 /// Events and unnamed semaphores are memory of this process: a file descriptor that is set and
-/// cleared at once would leave those asleep who were waiting. What other processes take part in is
-/// a descriptor.
+/// cleared at once would not wake its waiters. Objects shared with other processes are descriptors.
 struct Waitable
 {
     enum class Kind
@@ -37,11 +36,11 @@ struct Waitable
     virtual bool Release(std::int32_t n);
 
     const Kind kind;
-    // Of events and semaphores, behind the one lock of all waits:
+    // Events and semaphores; guarded by the one lock of all waits:
     std::int32_t count = 0; ///< 0 or 1 for events
     std::int32_t maximum = 1;
-    std::vector<posix::Waiter*> waiters; ///< in the order they came
-    // Of descriptors:
+    std::vector<posix::Waiter*> waiters; ///< in order of arrival
+    // Descriptors:
     int descriptor = -1;
     bool owned = false;
 };

@@ -27,8 +27,8 @@ using FileStatus = struct stat;
 
 unsigned long Number() { return static_cast<unsigned long>(errno); }
 
-/// Copies bytes from @p at up to @p end inside the kernel, which shares them where the file system
-/// can; what it cannot is left to the caller. @p at is then where the rest begins.
+/// Copies bytes from @p at up to @p end in the kernel, which shares extents where the file system
+/// can. Whatever remains is left to the caller and begins at @p at.
 unsigned long CopyInKernel(int from, int to, off_t& at, off_t end)
 {
     off_t target = at;
@@ -46,7 +46,7 @@ unsigned long CopyInKernel(int from, int to, off_t& at, off_t end)
     return 0;
 }
 
-/// Copies bytes from @p at up to @p end, or to the end of the file when that comes first.
+/// Copies bytes from @p at up to @p end, or to the end of the file, whichever comes first.
 unsigned long CopyByHand(int from, int to, off_t at, off_t end)
 {
     const auto buffer = std::make_unique<std::array<char, std::size_t{1} << 18>>();
@@ -79,7 +79,7 @@ unsigned long CopyBytes(int from, int to, off_t size)
                 return Number();
             break;
         }
-        begin = std::max(begin, at); // below 0 where holes are not known
+        begin = std::max(begin, at); // below 0 where holes are not supported
         const off_t hole = ::lseek(from, begin, SEEK_HOLE);
         at = hole > begin ? hole : size;
         if (const unsigned long error = CopyInKernel(from, to, begin, at); error != 0)
@@ -87,7 +87,7 @@ unsigned long CopyBytes(int from, int to, off_t size)
         if (const unsigned long error = CopyByHand(from, to, begin, at); error != 0)
             return error;
     }
-    // Bytes that came meanwhile, or all of a file that does not know its size.
+    // Bytes appended meanwhile, or all of a file that reports no size.
     return CopyByHand(from, to, size, std::numeric_limits<off_t>::max());
 }
 
@@ -109,8 +109,8 @@ unsigned long SetWriteTime(int file, const FileStatus& about)
     return ::futimens(file, times) == 0 ? 0 : Number();
 }
 
-/// The permissions of a copy of @p from that replaces @p there: those that are there, without the
-/// right to write if the source is read-only.
+/// The permissions of a copy of @p from that replaces @p there: those of @p there, without write
+/// permission if the source is read-only.
 mode_t ModeOver(const FileStatus& from, const FileStatus& there)
 {
     const mode_t mask = (from.st_mode & 0222) == 0 ? 0555 : 0777;
@@ -149,7 +149,7 @@ unsigned long MoveAcross(const std::string& from, const std::string& to)
     Draft draft(to, 0600);
     if (draft.Error() != 0)
         return draft.Error();
-    (void)!::fchown(draft.File(), about.st_uid, about.st_gid); // root keeps whose file it is
+    (void)!::fchown(draft.File(), about.st_uid, about.st_gid); // root preserves the owner
     if (const auto error = CopyBytes(source.Number(), draft.File(), about.st_size); error != 0)
         return error;
     if (::fchmod(draft.File(), about.st_mode & 0777) != 0)
@@ -181,7 +181,7 @@ unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& 
     const bool replaces = ::lstat(target.c_str(), &there) == 0;
     if (replaces)
     {
-        // What a link leads to is replaced, not the link.
+        // The target of a link is replaced, not the link.
         const std::unique_ptr<char, decltype(&std::free)> real(::realpath(target.c_str(), nullptr),
                                                                &std::free);
         if (real == nullptr || ::stat(real.get(), &there) != 0)
@@ -202,7 +202,8 @@ unsigned long CopyWhole(const std::wstring& from, const std::wstring& to, bool& 
     if (begun == 0 && replaces && ::fchown(draft.File(), there.st_uid, there.st_gid) != 0)
         begun = Number();
     if (replaces && (begun == EPERM || begun == EACCES))
-        return CopyInPlace(source, about, target, there); // which this user may write perhaps
+        return CopyInPlace(source, about, target,
+                           there); // which this user may have permission to write
     if (begun != 0)
         return begun;
     if (const auto error = CopyBytes(source.Number(), draft.File(), about.st_size); error != 0)

@@ -24,8 +24,8 @@ constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 unsigned long Number() { return static_cast<unsigned long>(errno); }
 
-/// Walks a tree with one descriptor, however deep it is: down by names that must not be links, up
-/// by ".." that must lead to the folder it came from.
+/// Walks a tree of any depth with one descriptor: down by names that must not be links, up by ".."
+/// that must lead to the folder it came from.
 class Walk
 {
 public:
@@ -59,8 +59,8 @@ private:
     {
         dev_t device = 0;
         ino_t number = 0;
-        std::vector<std::string> folders; // still to go into
-        std::string current;              // where the walk is, below
+        std::vector<std::string> folders; // not yet visited
+        std::string current;              // current position below it
     };
 
     void Note(unsigned long error, const std::string& name = {})
@@ -92,7 +92,8 @@ private:
         return true;
     }
 
-    /// Goes back up, and deletes the folder just left. False when the way up is not the way down.
+    /// Goes back up and deletes the folder just left. False when ".." is not the folder that was
+    /// entered from.
     bool Leave()
     {
         levels_.pop_back();

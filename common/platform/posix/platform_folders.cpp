@@ -23,12 +23,12 @@ namespace
 {
 std::string Variable(const char* name)
 {
-    // A program with more rights than its caller obeys none of the caller's folders.
+    // A program with more rights than its caller ignores the caller's folders.
     const char* const value = ::secure_getenv(name);
     return value == nullptr ? std::string() : std::string(value);
 }
 
-/// A folder that the desktop's rules accept from the environment: it must be absolute.
+/// A folder from the environment, accepted by the desktop's rules only if absolute.
 std::string VariableFolder(const char* name, const std::string& otherwise)
 {
     const std::string value = Variable(name);

@@ -58,7 +58,7 @@ Module OpenByName(const std::string& name, int mode)
     const auto absolute = [](const std::string& folder) { return folder.starts_with('/'); };
     if (std::all_of(folders.begin(), folders.end(), absolute))
         return ::dlopen(name.c_str(), mode);
-    // The linker would look in the current folder, too.
+    // The linker would also search the current folder.
     Module module = nullptr;
     for (const std::string& folder : folders)
         if (module == nullptr && absolute(folder))
@@ -69,7 +69,8 @@ Module OpenByName(const std::string& name, int mode)
 
 Module LoadModule(const std::wstring& path, SymbolScope scope, std::wstring* error)
 {
-    // Libraries that share may need one another: what one lacks, the next one loaded brings.
+    // Libraries with shared symbols may depend on one another: symbols missing in one are provided
+    // by the next.
     const int mode = scope == SymbolScope::shared ? RTLD_LAZY | RTLD_GLOBAL : RTLD_NOW | RTLD_LOCAL;
     const std::string name = Narrow(path);
     const bool hasFolder = name.find('/') != std::string::npos;

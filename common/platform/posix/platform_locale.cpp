@@ -104,7 +104,7 @@ std::string LocaleText(std::uint32_t id, LocaleItem item)
         return decimal;
     case LocaleItem::thousands:
         return thousands;
-    default: // the system has none: the one that cannot be taken for the decimal separator
+    default: // the system has none: one that cannot be mistaken for the decimal separator
         return decimal == "," ? ";" : ",";
     }
 }

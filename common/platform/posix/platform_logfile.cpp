@@ -31,13 +31,13 @@ namespace
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kLongestWait = std::chrono::milliseconds(200);
-// Without a write that never waits: a pipe that polls as writable takes this much (POSIX's least
-// PIPE_BUF is less, Linux has 4096).
+// Where non-blocking writes are unavailable: a pipe that polls as writable accepts this much
+// (POSIX's minimum PIPE_BUF is less, Linux has 4096).
 constexpr std::size_t kPiece = 4096;
 
 unsigned long ErrorNumber() { return static_cast<unsigned long>(errno); }
 
-/// Keeps a write from ending the process by @p signal: holds it back in this thread and takes away
+/// Keeps a write from terminating the process by @p signal: blocks it in this thread and consumes
 /// the one that the write raised.
 class SignalGuard
 {
@@ -48,13 +48,13 @@ public:
         ::sigaddset(&signals_, signal);
         sigset_t pending;
         ::sigpending(&pending);
-        mine_ = ::sigismember(&pending, signal) == 0;
+        raisedHere_ = ::sigismember(&pending, signal) == 0;
         ::pthread_sigmask(SIG_BLOCK, &signals_, &before_);
     }
     ~SignalGuard()
     {
         const timespec noWait{};
-        while (mine_ && ::sigtimedwait(&signals_, nullptr, &noWait) < 0 && errno == EINTR)
+        while (raisedHere_ && ::sigtimedwait(&signals_, nullptr, &noWait) < 0 && errno == EINTR)
         {
         }
         ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
@@ -64,7 +64,7 @@ public:
 
 private:
     sigset_t signals_, before_;
-    bool mine_; // no other one was waiting before
+    bool raisedHere_; // none was pending before
 };
 
 /// Whether a write past the end of the largest file allowed raises SIGXFSZ.
@@ -93,8 +93,8 @@ WriteResult WriteRegular(int file, std::string_view bytes, bool limited)
     return {0, written};
 }
 
-/// Writes through an open file of its own, which alone is not blocking: to set the flag of the one
-/// that other processes share would make their writes fail.
+/// Writes through a separate, non-blocking open file: setting the flag on the one that other
+/// processes share would make their writes fail.
 ssize_t WriteReopened(int file, std::string_view bytes)
 {
     char path[32];
@@ -109,8 +109,8 @@ ssize_t WriteReopened(int file, std::string_view bytes)
     return n;
 }
 
-/// A write that never waits, though others write to the same pipe and the descriptor is one that
-/// waits: looking for room first does not do, for another process may take it.
+/// A non-blocking write to a blocking descriptor of a shared pipe. Checking for room first is not
+/// enough, since another process may fill it.
 ssize_t WriteWithoutWaiting(int file, std::string_view bytes)
 {
     const iovec all{const_cast<char*>(bytes.data()), bytes.size()};
@@ -154,9 +154,10 @@ bool IsRegular(int file)
     return ::fstat(file, &about) == 0 && S_ISREG(about.st_mode);
 }
 
-/// Lets what the host has printed to @p stream, whose descriptor is @p file, go first. What the
-/// target does not take now stays with the stream: a flush by the C library would wait, or drop it.
-/// @returns 0, or the error number of the write that did not take it all
+/// Writes the host's buffered output of @p stream, whose descriptor is @p file, first. Bytes that
+/// the target does not accept now stay in the stream: a flush by the C library would block or drop
+/// them.
+/// @returns 0, or the error number of the incomplete write
 unsigned long WriteHostText(std::FILE* stream, int file, bool regular)
 {
     if (::fileno(stream) != file || ::ftrylockfile(stream) != 0)
@@ -190,7 +191,7 @@ std::string SystemPath(const std::wstring& path)
     return narrow;
 }
 
-// Plain data, so it serves before and after every constructor and destructor of a thread.
+// Plain data, so it is usable before the constructors and after the destructors of a thread.
 thread_local unsigned long threadNumber = 0;
 
 // After a fork the one thread of the child has a number of its own.
@@ -199,7 +200,7 @@ constinit ForkHandler forkHandler{ForkRank::platform, nullptr, nullptr, [] { thr
 
 unsigned long LogFile::Open()
 {
-    // Not blocking: a named pipe without a reader refuses instead of waiting for one.
+    // Non-blocking: opening a named pipe without a reader fails instead of waiting for one.
     const int file =
         ::open(SystemPath(path_).c_str(),
                O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);

@@ -1,13 +1,12 @@
 // Named mutexes are ranges of one file of the user, locked by its open file description: the kernel
-// releases them at the moment the owner's process ends, no file has to be removed, and no name in
-// the file is another user's to take. Each mutex has these bytes:
-//   queue     eight of them: a process that waits enters at the last one and moves up, locking the
-//             next one before it gives up its own
-//   owner     held by the owner
-//   presence  shared by all processes that have the mutex open
-// The kernel lets those who wait for one byte race for it. In the queue nobody waits for a byte but
-// the holder of the one behind, so up to eight processes that wait keep their order, and an owner
-// that comes back queues behind them.
+// releases them at the moment the owner's process ends, no file has to be removed, and no other
+// user can claim a name in the file. Each mutex has these bytes:
+//   queue     eight bytes: a waiting process enters at the last one and moves up, locking the next
+//   one before releasing its own owner     held by the owner presence  shared by all processes that
+//   have the mutex open
+// The kernel lets processes waiting for one byte race for it. In the queue only the holder of the
+// next byte waits for a byte, so up to eight waiting processes keep their order, and an owner that
+// locks again queues after them.
 
 #include "platform/platform_mutex.h"
 
@@ -48,7 +47,8 @@ using posix::NamedObjectsLock;
 constexpr off_t kQueue = 8; // bytes of the queue, the first one next to the owner
 constexpr off_t kOwner = kQueue, kPresence = kOwner + 1, kBytes = 16; // of one mutex
 
-/// A mutex as this process knows it. Everything but the calls on the file under NamedObjectsLock.
+/// The state of a mutex in this process, guarded by NamedObjectsLock except for the calls on the
+/// file.
 struct State
 {
     std::string key;
@@ -56,7 +56,7 @@ struct State
     std::shared_ptr<LockFile> file;
     int handles = 0; // objects of this process with that name
     unsigned generation = posix::ForkGeneration();
-    // Threads of this process come one after the other.
+    // Threads of this process take turns.
     std::uint32_t lastTicket = 0;
     std::atomic<std::uint32_t> serving{0};
     std::thread::id owner; // none while waiting for another process
@@ -106,7 +106,7 @@ std::shared_ptr<LockFile> OpenLockFile(uid_t user)
         errno = EACCES;
         return nullptr;
     }
-    ::futimens(file.Number(), nullptr); // what removes old temporary files sees that it is in use
+    ::futimens(file.Number(), nullptr); // cleaners of old temporary files see that it is in use
     return std::make_shared<LockFile>(std::move(file));
 }
 
@@ -134,7 +134,8 @@ NamedMutex::Outcome TakeFromOthers(const LockFile& file, off_t base, bool wait)
     }
     if (errno != EAGAIN || !wait)
         return errno == EAGAIN ? Outcome::busy : Outcome::failed;
-    // From the end of the queue to the owner's byte, each before the one behind it is given up.
+    // From the end of the queue to the owner's byte, locking each before the previous one is
+    // released.
     for (off_t place = kQueue - 1; place >= -1; --place)
     {
         const bool locked = file.Lock(base + (place < 0 ? kOwner : place), 1, true);
@@ -148,7 +149,7 @@ NamedMutex::Outcome TakeFromOthers(const LockFile& file, off_t base, bool wait)
     return Outcome::owned;
 }
 
-/// Gives up what a thread holds when it ends.
+/// Releases the mutexes of a thread when it ends.
 class HeldByThread
 {
 public:
@@ -213,7 +214,7 @@ RangeMutex::~RangeMutex()
     Forget(*state_);
 }
 
-/// Waits for the threads of this process that came before. @returns false when it must not wait
+/// Waits for earlier threads of this process. @returns false when it must not wait
 bool RangeMutex::WaitForTurn(std::unique_lock<std::mutex>& lock, bool wait)
 {
     State& state = *state_;
@@ -243,7 +244,7 @@ NamedMutex::Outcome RangeMutex::TakeInTurn(std::unique_lock<std::mutex>& lock, b
         errno = error;
         if (!removed)
             return outcome;
-        // Others cannot find this file any more: a lock on it excludes nobody.
+        // Other processes cannot find this file any more, so a lock on it excludes nobody.
         auto fresh = FileOf(::geteuid());
         if (!fresh || !fresh->Share(state.base + kPresence, 1))
             return Outcome::failed;

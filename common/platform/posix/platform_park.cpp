@@ -65,7 +65,7 @@ bool Deadline::Passed() const
 
 void FutexWait(std::atomic<std::uint32_t>& word, std::uint32_t value, const Deadline& deadline)
 {
-    // The bitset form takes a moment of the monotonic clock instead of a length.
+    // The bitset form takes an absolute time of the monotonic clock instead of a duration.
     ::syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, value,
               deadline.limited ? &deadline.at : nullptr, nullptr, FUTEX_BITSET_MATCH_ANY);
 }
@@ -77,10 +77,10 @@ void FutexWake(std::atomic<std::uint32_t>& word, int threads)
 
 } // namespace posix
 
-Parking::Parking() = default;
-Parking::~Parking() = default;
+Parker::Parker() = default;
+Parker::~Parker() = default;
 
-bool Parking::Sleep(std::uint32_t milliseconds)
+bool Parker::Sleep(std::uint32_t milliseconds)
 {
     const posix::Deadline deadline(milliseconds);
     for (;;)
@@ -93,7 +93,7 @@ bool Parking::Sleep(std::uint32_t milliseconds)
     }
 }
 
-void Parking::Wake()
+void Parker::Wake()
 {
     if (awake_.exchange(1, std::memory_order_release) == 0)
         posix::FutexWake(awake_);
@@ -121,6 +121,6 @@ void ProcessBarrier() { ::syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDIT
 
 void SpinPause() { _mm_pause(); }
 
-void GiveWay() { ::sched_yield(); }
+void YieldThread() { ::sched_yield(); }
 
 } // namespace platform

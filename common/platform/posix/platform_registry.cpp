@@ -35,7 +35,7 @@ RegistryKey Root(std::int32_t number)
     return reinterpret_cast<RegistryKey>(static_cast<std::intptr_t>(number));
 }
 
-/// What a handle stands for: a place, and the store as it was last read.
+/// The object behind a handle: a location, and the store as last read.
 struct Key
 {
     bool machine;
@@ -94,7 +94,7 @@ int Execute(RegistryStore& store, const char* text)
     return ::sqlite3_exec(store.Get(), text, nullptr, nullptr, nullptr);
 }
 
-/// Sees to it that the key's store is the one that its path leads to.
+/// Makes sure that the key's store is the one at its path.
 unsigned long Reach(Key& key)
 {
     if (key.store && key.store->IsCurrent(key.machine))
@@ -103,7 +103,7 @@ unsigned long Reach(Key& key)
     return RegistryStore::Open(key.machine, key.host, key.store);
 }
 
-/// Sets a damaged store aside, unless another process has. @returns whether another try is worth it
+/// Renames a damaged store, unless another process has done so. @returns whether to try again
 bool SetAside(Key& key, const std::function<int(RegistryStore&)>& query)
 {
     RegistryWriter writer(key.machine);
@@ -113,12 +113,12 @@ bool SetAside(Key& key, const std::function<int(RegistryStore&)>& query)
         return false;
     }
     const std::lock_guard guard(StoreLock());
-    key.store.reset(); // the writer before may have set it aside
+    key.store.reset(); // the previous writer may have renamed it
     return Reach(key) != 0 || !IsDamage(query(*key.store)) || writer.SetAside(key.host);
 }
 
-/// Runs @p query in the key's store, making none; one that turns out damaged is set aside and
-/// counts as none.
+/// Runs @p query in the key's store without creating one; a damaged store is renamed and counts as
+/// missing.
 unsigned long Reading(Key& key, const std::function<int(RegistryStore&)>& query)
 {
     for (bool damaged = false;; damaged = true)
@@ -140,8 +140,8 @@ unsigned long Reading(Key& key, const std::function<int(RegistryStore&)>& query)
     }
 }
 
-/// Makes @p change in a store that takes the place of the old one; after a damaged one was set
-/// aside, in a new one.
+/// Applies @p change in a store that replaces the old one; after a damaged one was renamed, in a
+/// new one.
 unsigned long Writing(Key& key, const std::function<int(RegistryStore&)>& change)
 {
     if (!key.writable)
@@ -153,7 +153,7 @@ unsigned long Writing(Key& key, const std::function<int(RegistryStore&)>& change
     for (bool damaged = false; image.empty(); damaged = true)
     {
         const std::lock_guard guard(StoreLock());
-        key.store.reset(); // what was read before the turn may be old
+        key.store.reset(); // data read before this writer's turn may be stale
         const unsigned long error = Reach(key);
         if (error == ENOENT)
             key.store = std::make_unique<RegistryStore>(key.host);
@@ -223,13 +223,13 @@ unsigned long CreateRegistryKey(RegistryKey parent, const std::wstring& subkey,
     {
         const unsigned long error = FindKey(*opened);
         if (error != 0)
-            return error == ENOENT ? EACCES : error; // it would have to be made
+            return error == ENOENT ? EACCES : error; // it would have to be created
     }
     else
     {
         if (const unsigned long error = RegistryWriter::Try(opened->machine); error != 0)
             return error;
-        // Most keys are there; asking needs no turn among the writers.
+        // Most keys exist; the query needs no writer's turn.
         if (FindKey(*opened) != 0)
         {
             const auto error = Writing(
@@ -274,7 +274,7 @@ unsigned long WriteRegistryValue(RegistryKey key, const std::wstring& name, std:
         const int result = InsertKey(store, place.path);
         if (result != SQLITE_DONE)
             return result;
-        // A value that is there keeps its name as first written, and its place in the order.
+        // An existing value keeps its name as first written, and its position in the order.
         return Query(store.Get(), "INSERT INTO entries(path, name, type, data) VALUES (?, ?, ?, ?)"
                                   " ON CONFLICT(path, name) DO UPDATE SET type = excluded.type,"
                                   " data = excluded.data")

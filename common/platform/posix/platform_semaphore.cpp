@@ -1,5 +1,6 @@
-// Named semaphores: a pipe with a name, in which every byte is one count. The kernel gives and
-// takes bytes whole, whoever dies, and the content goes with the last process that has it open.
+// Named semaphores: a pipe with a name, in which every byte is one count. The kernel transfers
+// bytes atomically even if a process dies, and the content disappears with the last process that
+// has it open.
 
 #include "platform/posix/LockFile.h"
 #include "platform/posix/SharedNames.h"
@@ -21,13 +22,14 @@ namespace
 {
 
 // Ranges of the file that are locked; the locks go with the descriptor, also when a process dies.
-constexpr off_t kDoor = 0;    // held while opening and closing
-constexpr off_t kGiving = 1;  // held while giving counts back
-constexpr off_t kMaximum = 2; // shared by all holders; its length is the semaphore's maximum
+constexpr off_t kOpenClose = 0; // held while opening and closing
+constexpr off_t kRelease = 1;   // held while releasing counts
+constexpr off_t kMaximum = 2;   // shared by all holders; its length is the semaphore's maximum
 constexpr std::int32_t kPage = 4096;
 
-/// The pipe that takes @p count bytes however they come and go. A gift that does not fit into the
-/// last page begins a new one, so pages may be half empty; of the first some are taken already.
+/// The pipe capacity that holds @p count bytes in any sequence of reads and writes. A write that
+/// does not fit into the last page begins a new one, so pages may be half empty; some bytes of the
+/// first are already consumed.
 constexpr std::int32_t RoomFor(std::int32_t count) { return (2 * count / kPage + 2) * kPage; }
 
 constexpr std::int32_t kMostCounts = 500'000;
@@ -64,7 +66,7 @@ bool IsPipe(int file)
     return ::fstat(file, &open) == 0 && S_ISFIFO(open.st_mode);
 }
 
-bool StillNamed(int file, const std::string& path)
+bool IsStillNamed(int file, const std::string& path)
 {
     struct stat open
     {
@@ -90,7 +92,7 @@ bool PutCounts(int file, std::int32_t count)
 bool StartCounts(int file, std::int32_t count)
 {
     char left[4096];
-    while (::read(file, left, sizeof left) > 0) // of holders that are dead
+    while (::read(file, left, sizeof left) > 0) // of processes that died
     {
     }
     const std::int32_t room = RoomFor(count);
@@ -107,32 +109,32 @@ struct NamedSemaphore : Waitable
     }
     ~NamedSemaphore() override
     {
-        const Locked door(file_, kDoor);
+        const Locked openClose(file_, kOpenClose);
         if (maximum_ != 0)
             file_.Unshare(kMaximum, maximum_);
         off_t others = 0;
-        if (file_.FindOther(kMaximum, 0, others) && others == 0 && StillNamed(descriptor, path))
+        if (file_.FindOther(kMaximum, 0, others) && others == 0 && IsStillNamed(descriptor, path))
             ::unlink(path.c_str());
         errno = 0;
     }
 
     bool Release(std::int32_t n) override
     {
-        // The test and the gift belong together, for other threads and for other processes.
+        // Test and release are one atomic step for other threads and processes.
         file_.EnterThread();
-        const bool given = Give(n);
+        const bool given = ReleaseCounts(n);
         file_.LeaveThread();
         return given;
     }
 
-    /// Becomes one of the holders, the first one with @p count.
+    /// Joins the holders; the first one sets @p count.
     /// @returns false with errno 0 when the file has lost its name meanwhile
     bool Join(std::int32_t wanted)
     {
-        const Locked door(file_, kDoor);
-        if (!door.Held())
+        const Locked openClose(file_, kOpenClose);
+        if (!openClose.Held())
             return false;
-        if (!StillNamed(descriptor, path))
+        if (!IsStillNamed(descriptor, path))
         {
             errno = 0;
             return false;
@@ -151,11 +153,11 @@ struct NamedSemaphore : Waitable
     const std::string path;
 
 private:
-    bool Give(std::int32_t n)
+    bool ReleaseCounts(std::int32_t n)
     {
-        const Locked giving(file_, kGiving);
+        const Locked release(file_, kRelease);
         int there = 0;
-        if (!giving.Held() || ::ioctl(descriptor, FIONREAD, &there) != 0)
+        if (!release.Held() || ::ioctl(descriptor, FIONREAD, &there) != 0)
             return false;
         if (n <= 0 || n > maximum_ - there)
         {
@@ -165,7 +167,7 @@ private:
         return PutCounts(descriptor, n);
     }
 
-    posix::LockFile file_; // a forked child gets one of its own, under the same number
+    posix::LockFile file_; // a forked child gets its own under the same number
     std::int32_t maximum_ = 0;
 };
 
@@ -188,12 +190,12 @@ WaitHandle MakeNamedSemaphore(const std::wstring& name, std::int32_t count)
         posix::Descriptor file(
             ::openat(folder.Number(), leaf.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW));
         if (!file.IsOpen() && errno == ENOENT)
-            continue; // its last holder has just taken it away
+            continue; // its last holder has just removed it
         if (!file.IsOpen())
             return nullptr;
         if (!IsPipe(file.Number()))
         {
-            errno = EEXIST; // somebody else's file
+            errno = EEXIST; // another user's file
             return nullptr;
         }
         auto semaphore = std::make_shared<NamedSemaphore>(std::move(file),

@@ -17,22 +17,22 @@ namespace
 {
 using posix::Descriptor;
 
-constexpr int kPatience = 1000; // milliseconds
+constexpr int kTimeout = 1000; // milliseconds
 constexpr char kOpener[] = "xdg-open";
 
-/// What the watcher tells: one number, written at once.
+/// The watcher's message, written in one piece.
 struct Answer
 {
     int error; ///< of starting the opener, or 0
-    int exit;  ///< what the opener said when it ended
+    int exit;  ///< exit code of the opener
 };
 
 unsigned long Number() { return static_cast<unsigned long>(errno); }
 
-/// Runs the opener in the process that watches it. Only calls that are safe after a fork.
+/// Runs the opener in the process that watches it. Only async-signal-safe calls.
 [[noreturn]] void Watch(int answers, const char* path)
 {
-    // Nothing of the program's stays open in the opener, which may run for hours.
+    // No descriptor of the program stays open in the opener, which may run for hours.
     ::dup2(answers, 3);
     ::close_range(4, ~0u, 0);
     ::fcntl(3, F_SETFD, FD_CLOEXEC);
@@ -44,7 +44,7 @@ unsigned long Number() { return static_cast<unsigned long>(errno); }
     const pid_t opener = ::fork();
     if (opener == 0)
     {
-        // What it says is not for the program's console.
+        // Its output does not go to the program's console.
         const int nowhere = ::open("/dev/null", O_RDWR);
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             ::dup2(nowhere, stream);
@@ -53,7 +53,7 @@ unsigned long Number() { return static_cast<unsigned long>(errno); }
         else
             ::execlp(kOpener, kOpener, path, static_cast<char*>(nullptr));
         const int error = errno;
-        (void)!::write(failed[1], &error, sizeof error); // the reader takes silence for success
+        (void)!::write(failed[1], &error, sizeof error); // no message means success
         ::_exit(127);
     }
     ::close(failed[1]);
@@ -66,7 +66,7 @@ unsigned long Number() { return static_cast<unsigned long>(errno); }
     {
     }
     answer.exit = WIFEXITED(state) ? WEXITSTATUS(state) : 1;
-    (void)!::write(3, &answer, sizeof answer); // nobody may be listening any more
+    (void)!::write(3, &answer, sizeof answer); // the reader may be gone
     ::_exit(0);
 }
 } // namespace
@@ -79,7 +79,7 @@ unsigned long OpenWithProgram(const std::wstring& path, void* /*window: the desk
         return Number();
     const Descriptor reading(ends[0]);
     Descriptor writing(ends[1]);
-    // Two forks: the watcher belongs to nobody, so no ended process is left for the program.
+    // Double fork: the watcher is orphaned, so it leaves no zombie in the program.
     const pid_t child = ::fork();
     if (child < 0)
         return Number();
@@ -94,7 +94,7 @@ unsigned long OpenWithProgram(const std::wstring& path, void* /*window: the desk
     {
     }
     pollfd ready{reading.Number(), POLLIN, 0};
-    if (::poll(&ready, 1, kPatience) <= 0)
+    if (::poll(&ready, 1, kTimeout) <= 0)
         return 0; // it runs
     Answer answer{0, 0};
     if (::read(reading.Number(), &answer, sizeof answer) != sizeof answer)

@@ -36,7 +36,7 @@ public:
         const std::size_t wanted = std::max<std::size_t>(stackSize, least);
         if (stackSize != 0)
             ::pthread_attr_setstacksize(&attributes, (wanted + page - 1) / page * page);
-        self_ = shared_from_this(); // the thread's own share
+        self_ = shared_from_this(); // the thread's own reference
         const int error = ::pthread_create(&thread_, &attributes, &PosixThread::Run, this);
         ::pthread_attr_destroy(&attributes);
         started_ = error == 0;
@@ -53,7 +53,7 @@ public:
     }
     unsigned long Number() override
     {
-        number_.wait(0, std::memory_order_acquire); // comes in the thread's first instructions
+        number_.wait(0, std::memory_order_acquire); // set in the thread's first instructions
         return number_.load(std::memory_order_relaxed);
     }
     bool IsActive() override { return !ended_.load(std::memory_order_acquire); }
@@ -85,7 +85,7 @@ private:
     std::atomic<bool> resumed_{false}, ended_{false};
 };
 
-/// The processors that a container's quota pays for; 0 without one.
+/// The processors allowed by a container's quota; 0 without one.
 unsigned QuotaIn(const std::string& folder)
 {
     // Version 2: "max 100000" or "150000 100000" microseconds; version 1 has a file for each.
@@ -110,7 +110,7 @@ unsigned Quota()
     };
     consider("/sys/fs/cgroup");
     consider("/sys/fs/cgroup/cpu");
-    // Lines such as "0::/user.slice/a" and "4:cpu,cpuacct:/b"; every folder on the way may limit.
+    // Lines such as "0::/user.slice/a" and "4:cpu,cpuacct:/b"; every level may set a limit.
     std::ifstream groups("/proc/self/cgroup");
     for (std::string line; std::getline(groups, line);)
     {

@@ -23,8 +23,9 @@ namespace posix
 
 constexpr std::uint32_t kAsleep = 0;
 
-/// A thread in a wait. Whoever signals an object decides under the lock who is released and takes
-/// the signal for them, so a released thread stays so whatever happens to the object afterwards.
+/// A waiting thread. The signalling thread decides under the lock which thread is released and
+/// consumes the signal on its behalf, so a released thread stays released whatever happens to the
+/// object afterwards.
 struct Waiter
 {
     const WaitHandle* objects;
@@ -55,8 +56,8 @@ std::vector<Waiter*>& Waiters()
     return waiters;
 }
 
-/// Takes the threads that a forked child does not have off the objects' lists: a signal handed to
-/// them would be lost.
+/// Removes the threads that do not exist in a forked child from the objects' lists: a signal given
+/// to them would be lost.
 void ForgetWaiters()
 {
     for (const Waiter* const waiter : Waiters())
@@ -82,8 +83,8 @@ int Readable(int descriptor)
     return ready == 1 ? 1 : 0;
 }
 
-/// Takes what a wait takes from a signalled object.
-/// @returns 1, 0 when it is not signalled, below 0 with errno when that cannot be known
+/// Consumes the signal of an object.
+/// @returns 1, 0 when it is not signalled, below 0 with errno on failure
 int Take(Waitable& object)
 {
     if (object.kind == Waitable::Kind::tokens)
@@ -118,7 +119,7 @@ int TryTake(const WaitHandle* objects, std::size_t count, bool all)
     return 0;
 }
 
-/// Hands what @p object has to those who wait for it, in the order they came.
+/// Gives the signals of @p object to its waiters, in order of arrival.
 void Offer(Waitable& object)
 {
     for (Waiter* const waiter : object.waiters)
@@ -139,7 +140,7 @@ void Offer(Waitable& object)
     }
 }
 
-/// Puts a waiter on its objects' lists and takes it off.
+/// Adds a waiter to its objects' lists for its lifetime.
 class Queued
 {
 public:
@@ -205,7 +206,7 @@ int Wait(const WaitHandle* objects, std::size_t count, bool all, std::uint32_t m
         else
             posix::FutexWait(waiter.released, posix::kAsleep, deadline);
         lock.lock();
-        // Released counts also when the time has run out meanwhile: the signal is used up.
+        // A release counts even after a timeout: the signal has been consumed.
         if (const auto released = waiter.released.load(std::memory_order_acquire))
             return static_cast<int>(released) - 1;
         if (!sound)

@@ -47,11 +47,10 @@ inline std::uint64_t Ticks(const FILETIME& time)
 /// Opens @p path for asking about it; a folder as well.
 Handle OpenToAsk(const std::wstring& path);
 
-/// Gives the file @p to the access rights of the file @p from, as far as there is one and this user
-/// may.
+/// Copies the access rights of @p from to @p to, if @p from exists and this user may.
 void CopyAccessRights(const std::wstring& from, const std::wstring& to);
 
-/// Letters and digits that nobody can guess.
+/// Random letters and digits, unpredictable.
 std::wstring RandomName();
 
 } // namespace platform::windows

@@ -8,8 +8,8 @@ namespace platform
 std::optional<std::wstring> Environment(const std::wstring& name)
 {
     std::wstring value;
-    // A variable that is set but empty gives length 0 as well; only the error number tells.
-    // Another thread may lengthen the variable between two calls, so ask until it fits.
+    // A variable that is set but empty gives length 0 as well; only the error number distinguishes
+    // them. Another thread may lengthen the variable between two calls, so repeat until it fits.
     for (DWORD room = 1;;)
     {
         value.resize(room);
@@ -28,7 +28,7 @@ std::optional<std::wstring> Environment(const std::wstring& name)
 
 std::optional<std::wstring> TrustedEnvironment(const std::wstring& name)
 {
-    return Environment(name); // no program gets more rights than its caller without being asked
+    return Environment(name); // programs get more rights than their caller only by consent
 }
 
 void SetEnvironment(const std::wstring& name, const std::wstring& value)

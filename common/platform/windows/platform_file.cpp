@@ -121,7 +121,7 @@ unsigned long SetReadOnlyAttribute(const std::wstring& path, bool readOnly)
 unsigned long MakeTemporaryFile(const std::wstring& folder, const std::wstring& prefix,
                                 std::wstring& path)
 {
-    // Its access rights are those of the folder, which is the user's own.
+    // It inherits the access rights of the user's own folder.
     DWORD error = ERROR_FILE_EXISTS;
     for (int tries = 0; tries < 100 && error == ERROR_FILE_EXISTS; ++tries)
     {

@@ -32,8 +32,8 @@ unsigned long Flush(const std::wstring& path)
     return error;
 }
 
-/// Copies @p from under a name of its own first, so that a full disk leaves what is there, then
-/// renames it. @param replace  whether a file @p to makes room
+/// Copies @p from under a temporary name first, so that a full disk leaves the target unchanged,
+/// then renames it. @param replace whether an existing file @p to is replaced
 unsigned long CopyByDraft(const std::wstring& from, const std::wstring& to, bool replace)
 {
     const std::wstring draft = ToSystemPath(to.substr(0, to.find_last_of(L"\\/:") + 1) + L"~kvi" +

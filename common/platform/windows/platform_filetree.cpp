@@ -12,13 +12,13 @@ using windows::ToSystemPath;
 
 namespace
 {
-/// A folder on the way down. Its handle shares no deletion: while it is open, neither the folder
-/// nor one above it can be renamed or replaced by a link.
+/// A folder on the way down. Its handle denies deletion: while it is open, neither the folder nor
+/// one above it can be renamed or replaced by a link.
 struct Level
 {
     Handle pin;
     std::wstring path;
-    std::vector<std::wstring> folders; // still to go into
+    std::vector<std::wstring> folders; // not yet visited
 };
 
 class Walk
@@ -106,7 +106,7 @@ private:
     {
         const std::wstring path = levels_.back().path;
         levels_.pop_back();
-        // Takes an empty folder, or the link that came in its place, and nothing else.
+        // Removes only an empty folder, or a link that has replaced it.
         if (!levels_.empty() && what_.folders && !::RemoveDirectoryW(ToSystemPath(path).c_str()))
             Note(::GetLastError(), path);
     }

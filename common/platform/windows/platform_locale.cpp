@@ -22,7 +22,7 @@ bool IsLocaleInstalled(std::uint32_t id) { return ::IsValidLocale(id, LCID_INSTA
 
 std::string LocaleText(std::uint32_t id, LocaleItem item)
 {
-    // No locale is without a decimal separator: nothing means that the number is unknown.
+    // Every locale has a decimal separator: an empty one means that the number is unknown.
     const bool known = !Info(id, LCTYPE(LocaleItem::decimal)).empty();
     return Info(known ? id : kInvariantLocale, LCTYPE(item));
 }

@@ -13,7 +13,7 @@ namespace platform
 {
 namespace
 {
-// The lock below is waited for this long at most, then the write goes on without it.
+// Attempts to get the lock below; then the write proceeds without it.
 constexpr int kLockTries = 100;
 
 HANDLE Handle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
@@ -35,8 +35,8 @@ WriteResult WriteAll(HANDLE file, std::string_view bytes)
     return {0, written};
 }
 
-/// One process at a time, where the system does not make each append one step (Wine, some network
-/// drives): a byte far behind the end of the file is locked meanwhile.
+/// Serialises processes where appends are not atomic (Wine, some network drives), by locking a byte
+/// far past the end of the file.
 class AppendLock
 {
 public:
@@ -75,7 +75,7 @@ private:
 
 HANDLE OpenPath(const std::wstring& path, DWORD access, DWORD creation)
 {
-    // Everything shared, so that others may read, rename and remove a log that is in use.
+    // Full sharing, so that others may read, rename and remove a log in use.
     return ::CreateFileW(path.c_str(), access,
                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, creation,
                          FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -91,7 +91,7 @@ bool Identify(HANDLE file, std::uint64_t& device, std::uint64_t& number)
     return true;
 }
 
-bool IsAboutToGo(HANDLE file)
+bool IsDeletePending(HANDLE file)
 {
     FILE_STANDARD_INFO about;
     return ::GetFileInformationByHandleEx(file, FileStandardInfo, &about, sizeof about) &&
@@ -121,7 +121,7 @@ bool LogFile::IsCurrent() const
 {
     if (!regular_)
         return true;
-    if (IsAboutToGo(Handle(handle_)))
+    if (IsDeletePending(Handle(handle_)))
         return false;
     const HANDLE named = OpenPath(path_, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
     if (named == INVALID_HANDLE_VALUE)
@@ -132,7 +132,7 @@ bool LogFile::IsCurrent() const
     return known && device == device_ && number == number_;
 }
 
-bool LogFile::IsRemoved() const { return regular_ && IsAboutToGo(Handle(handle_)); }
+bool LogFile::IsRemoved() const { return regular_ && IsDeletePending(Handle(handle_)); }
 
 void LogFile::FindSizeLimit() {} // the system has none
 

@@ -7,35 +7,35 @@ namespace platform
 namespace
 {
 
-/// Where threads sleep on a word: a few places for all words.
-struct Lot
+/// Where threads sleep on a word: a few buckets for all words.
+struct WaitBucket
 {
     SRWLOCK lock = SRWLOCK_INIT;
     CONDITION_VARIABLE changed = CONDITION_VARIABLE_INIT;
 };
 
-Lot& LotOf(const void* word)
+WaitBucket& BucketOf(const void* word)
 {
-    constexpr std::size_t kLots = 64;
-    static Lot lots[kLots];
-    return lots[reinterpret_cast<std::uintptr_t>(word) / 16 % kLots];
+    constexpr std::size_t kBuckets = 64;
+    static WaitBucket buckets[kBuckets];
+    return buckets[reinterpret_cast<std::uintptr_t>(word) / 16 % kBuckets];
 }
 
 } // namespace
 
-Parking::Parking() : event_(::CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+Parker::Parker() : event_(::CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
 
-Parking::~Parking()
+Parker::~Parker()
 {
     if (event_ != nullptr)
         ::CloseHandle(event_);
 }
 
-bool Parking::Sleep(std::uint32_t milliseconds)
+bool Parker::Sleep(std::uint32_t milliseconds)
 {
     if (event_ != nullptr)
         return ::WaitForSingleObject(event_, milliseconds) == WAIT_OBJECT_0;
-    // There was no handle for an event: a bed must hold all the same.
+    // No event could be created: parking must work all the same.
     const ULONGLONG start = ::GetTickCount64();
     while (awake_.exchange(0, std::memory_order_acquire) == 0)
     {
@@ -46,7 +46,7 @@ bool Parking::Sleep(std::uint32_t milliseconds)
     return true;
 }
 
-void Parking::Wake()
+void Parker::Wake()
 {
     if (event_ != nullptr)
         ::SetEvent(event_);
@@ -56,21 +56,22 @@ void Parking::Wake()
 
 bool SleepOn(std::atomic<std::uint32_t>& word, std::uint32_t value, std::uint32_t milliseconds)
 {
-    Lot& lot = LotOf(&word);
-    ::AcquireSRWLockExclusive(&lot.lock);
-    const bool inTime = word.load() != value ||
-                        ::SleepConditionVariableSRW(&lot.changed, &lot.lock, milliseconds, 0) != 0;
-    ::ReleaseSRWLockExclusive(&lot.lock);
+    WaitBucket& bucket = BucketOf(&word);
+    ::AcquireSRWLockExclusive(&bucket.lock);
+    const bool inTime =
+        word.load() != value ||
+        ::SleepConditionVariableSRW(&bucket.changed, &bucket.lock, milliseconds, 0) != 0;
+    ::ReleaseSRWLockExclusive(&bucket.lock);
     return inTime;
 }
 
 void WakeAll(std::atomic<std::uint32_t>& word)
 {
-    Lot& lot = LotOf(&word);
-    // Who has seen the old value is asleep when the lock is free.
-    ::AcquireSRWLockExclusive(&lot.lock);
-    ::ReleaseSRWLockExclusive(&lot.lock);
-    ::WakeAllConditionVariable(&lot.changed);
+    WaitBucket& bucket = BucketOf(&word);
+    // A thread that has seen the old value is asleep when the lock is free.
+    ::AcquireSRWLockExclusive(&bucket.lock);
+    ::ReleaseSRWLockExclusive(&bucket.lock);
+    ::WakeAllConditionVariable(&bucket.changed);
 }
 
 void WakeOne(std::atomic<std::uint32_t>& word) { WakeAll(word); } // others may sleep there too
@@ -87,6 +88,6 @@ void ProcessBarrier() { ::FlushProcessWriteBuffers(); }
 
 void SpinPause() { YieldProcessor(); }
 
-void GiveWay() { ::SwitchToThread(); }
+void YieldThread() { ::SwitchToThread(); }
 
 } // namespace platform

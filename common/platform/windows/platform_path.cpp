@@ -37,7 +37,7 @@ unsigned long AbsolutePath(const std::wstring& path, std::wstring& absolute)
         return 0;
     }
     std::wstring full;
-    // Another thread may change the current folder between two calls, so ask until it fits.
+    // Another thread may change the current folder between two calls, so repeat until it fits.
     for (DWORD room = MAX_PATH;;)
     {
         full.resize(room);

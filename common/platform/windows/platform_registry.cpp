@@ -49,7 +49,7 @@ void CloseRegistryKey(RegistryKey key)
 unsigned long ReadRegistryValue(RegistryKey key, const std::wstring& name, std::uint32_t& type,
                                 std::string& bytes)
 {
-    // Another process may lengthen the value between two calls, so ask until it fits.
+    // Another process may lengthen the value between two calls, so repeat until it fits.
     std::string room;
     for (;;)
     {

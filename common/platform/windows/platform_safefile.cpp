@@ -29,7 +29,7 @@ struct SafeFile::State
 
 namespace
 {
-/// The folder of @p path, held so that nobody gives it another name meanwhile.
+/// The folder of @p path, held open so that it cannot be renamed meanwhile.
 Handle OpenFolder(const std::wstring& path)
 {
     const std::size_t end = path.find_last_of(L"\\/:") + 1; // npos + 1 is 0

@@ -24,11 +24,11 @@ const void* FindStringTableAt(const void* address)
 
 std::wstring_view StringTableText(const void* table, unsigned code)
 {
-    // The system looks at the low 16 bits only and would find another text.
+    // The system uses the low 16 bits only and would find another text.
     if (table == nullptr || code > 0xFFFF)
         return {};
     const auto module = static_cast<HINSTANCE>(const_cast<void*>(table));
-    // Asked with room for nothing, the system stores the address of the text itself.
+    // For a buffer of size 0 the system stores the address of the text itself.
     const wchar_t* text = nullptr;
     const int length = ::LoadStringW(module, code, reinterpret_cast<wchar_t*>(&text), 0);
     return {text, std::min<std::size_t>(static_cast<std::size_t>(length), kTextLimit)};

@@ -54,7 +54,7 @@ std::shared_ptr<Thread> Thread::Start(Entry entry, void* argument, unsigned stac
         ::_beginthreadex(nullptr, stackSize, &Run, start.get(), CREATE_SUSPENDED, &number);
     if (handle == 0)
         return nullptr;
-    (void)start.release(); // Run has it now
+    (void)start.release(); // Run owns it now
     return std::make_shared<WindowsThread>(reinterpret_cast<HANDLE>(handle), number);
 }
 

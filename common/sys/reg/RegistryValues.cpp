@@ -16,11 +16,11 @@ namespace
 {
 int Compare(std::wstring_view a, std::wstring_view b) { return str::compare_ignore_case(a, b); }
 
-void TellDamage(const std::wstring& path, const std::wstring& aside)
+void ReportDamage(const std::wstring& path, const std::wstring& aside)
 {
     static const kvi::diag::DeclareCategoryMask kCategory("Registry");
     if (static std::atomic<bool> kept{false}; aside.empty() && kept.exchange(true))
-        return; // as every read meets it again
+        return; // every read reports it again
     const std::wstring what = L"The registry's store " + path + L" is damaged. ";
     KVI_LOG(kvi::diag::error, kCategory,
             aside.empty() ? what + L"It could not be renamed; defaults serve."
@@ -30,7 +30,7 @@ void TellDamage(const std::wstring& path, const std::wstring& aside)
 
 const platform::RegistryHost& Host()
 {
-    static constexpr platform::RegistryHost kHost = {&Compare, &TellDamage};
+    static constexpr platform::RegistryHost kHost = {&Compare, &ReportDamage};
     return kHost;
 }
 

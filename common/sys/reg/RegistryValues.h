@@ -1,5 +1,5 @@
 /// @file
-/// What the sources of sys::reg share.
+/// Helpers shared by the sources of sys::reg.
 #pragma once
 
 #include "foundation/gtl_status.h"
@@ -11,7 +11,7 @@
 namespace sys::reg
 {
 
-/// Order of names, and who tells of damage.
+/// Order of names, and reporting of damage.
 const platform::RegistryHost& Host();
 
 /// The bytes of @p text as a value: UTF-16 and a zero.

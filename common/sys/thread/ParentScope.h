@@ -5,7 +5,7 @@
 namespace sys::thread
 {
 
-/// The thread that it was made in.
+/// The thread that constructed it.
 struct Origin
 {
     Origin();

@@ -1,5 +1,5 @@
 /// @file
-/// The rings behind QueueBounded, over the few things they need of the machine.
+/// The rings of QueueBounded, generic over the system operations that they need.
 #pragma once
 
 #include "sys/thread/QueueSlots.h"
@@ -12,41 +12,42 @@
 namespace sys::thread
 {
 
-/// The queue, over a System that gives it words in shared memory, beds and barriers; the tests put
-/// a machine in its place whose every step they choose.
+/// The queue, generic over a System that provides words in shared memory, parking and barriers; the
+/// tests substitute a simulated machine whose every step they choose.
 ///
-/// Why no wake-up is lost. A side that sleeps and the side that is to wake it use two words: the
-/// ring's index, which the one advances, and the flag "asleep" of the other.
+/// Why no wake-up is lost. A sleeping side and the side that wakes it use two words: the ring's
+/// index, advanced by the latter, and the flag "asleep" of the former.
 ///
 ///     Push (or Pop)                     the waiting side
 ///     P1  index = next                  W1  asleep = 1
 ///         (order in the code)               process-wide barrier
 ///     P2  read asleep: 1? wake          W2  read index: unchanged? sleep
 ///
-/// A wake-up would be lost only if P2 read 0 and W2 read the old index. The barrier happens at one
-/// moment of every thread. If P2 of the other thread ran before that moment, then so did P1, and
-/// the barrier has made P1 visible to W2, which stays awake. If P2 ran after that moment, it sees
-/// W1, which was made visible by the same barrier, and wakes. So one of the two always sees the
-/// other. P1 and P2 need no fence for this, only their order in the code. Where there is no
+/// A wake-up would be lost only if P2 read 0 and W2 read the old index. The barrier takes effect at
+/// one moment of every thread. If P2 of the other thread ran before that moment, then so did P1,
+/// and the barrier has made P1 visible to W2, which stays awake. If P2 ran after that moment, it
+/// sees W1, which was made visible by the same barrier, and wakes. So one of the two always sees
+/// the other. P1 and P2 need no fence for this, only their order in the code. Where there is no
 /// process-wide barrier, LightBarrier and HeavyBarrier are both a full fence, and the same holds by
 /// the order of the two fences.
 ///
-/// Who finds the flag takes it (an exchange), so one sleep is woken once. A Wake that comes when
-/// the other side has just decided to stay awake is kept by the bed: its next sleep returns at
-/// once, and the loop around it looks at the indices again.
+/// A side that finds the flag clears it (an exchange), so one sleep is woken once. A Wake that
+/// arrives when the other side has just decided to stay awake is remembered by the parking spot:
+/// its next sleep returns at once, and the loop around it checks the indices again.
 ///
 /// A writer first waits for half of its ring: woken for every free slot, it would push one item and
-/// sleep again. But the reader may pop a few items and then never another, so this sleep is a nap,
-/// which ends by itself after about a millisecond; then any free slot will do, and only a writer
-/// without one sleeps as above, until the next Pop. A nap needs no barrier. Every Pop that leaves
-/// the ring half free or more looks at the flag, and a reader that goes to sleep itself looks at
-/// all flags, behind its barrier: by then it sees the flag, or the writer has seen the free slots.
-/// So only the naps of those whose reader pops no more and does not wait either last to their end.
+/// sleep again. But the reader may pop a few items and then never another, so this sleep has a
+/// timeout of about a millisecond; then any free slot will do, and only a writer without one sleeps
+/// as above, until the next Pop. The timed sleep needs no barrier. Every Pop that leaves the ring
+/// half free or more reads the flag, and a reader that goes to sleep itself reads all flags, after
+/// its barrier: by then it sees the flag, or the writer has seen the free slots. So only writers
+/// whose reader neither pops nor waits any more time out.
 template <class System>
-class QueueRings // NOLINT(clang-analyzer-optin.performance.Padding): sides have lines of their own
+class QueueRings // NOLINT(clang-analyzer-optin.performance.Padding): sides have their own lines
 {
 public:
-    explicit QueueRings(System& system) : system_(system), readerAsleep_(system), readerBed_(system)
+    explicit QueueRings(System& system)
+        : system_(system), readerAsleep_(system), readerSpot_(system)
     {
     }
 
@@ -70,7 +71,7 @@ public:
         ring.writeNext = next;
         ring.write.Store(next); // P1
         system_.LightBarrier();
-        WakeIfAsleep(readerAsleep_, readerBed_); // P2
+        WakeIfAsleep(readerAsleep_, readerSpot_); // P2
     }
 
     void Pop(void* out, std::size_t size)
@@ -84,7 +85,7 @@ public:
         system_.LightBarrier();
         if (const unsigned until = ring->writerAsleep.Load(); until != kAwake) [[unlikely]]
             if (until == kUntilAny || ring->IsHalfFree(ring->write.Load(), ring->readNext))
-                WakeIfAsleep(ring->writerAsleep, ring->writerBed);
+                WakeIfAsleep(ring->writerAsleep, ring->writerSpot);
     }
 
     bool IsEmpty() const
@@ -102,18 +103,18 @@ public:
 
 private:
     using Word = typename System::Word;
-    using Bed = typename System::Bed;
+    using ParkingSpot = typename System::ParkingSpot;
     static constexpr std::size_t kLine = 128; // two cache lines, which processors fetch together
     /// Values of the words "asleep": what the sleeper waits for.
     static constexpr unsigned kAwake = 0, kUntilAny = 1, kUntilHalf = 2;
 
-    /// Each side has a line of its own with the index it advances and what it last saw of the
-    /// other's: it looks there again only when the ring seems full (or empty).
+    /// Each side has its own cache line with the index it advances and its last view of the other's
+    /// index, which it re-reads only when the ring seems full (or empty).
     struct Ring // NOLINT(clang-analyzer-optin.performance.Padding): as above
     {
         Ring(System& system, unsigned capacity, std::size_t itemSize)
             : slots(capacity, itemSize), count(slots.Count()), writerAsleep(system),
-              writerBed(system), write(system), read(system)
+              writerSpot(system), write(system), read(system)
         {
         }
         unsigned After(unsigned index, unsigned steps = 1) const
@@ -132,7 +133,7 @@ private:
         Slots slots;
         const unsigned count;
         Word writerAsleep; // written only around a sleep
-        Bed writerBed;
+        ParkingSpot writerSpot;
         alignas(kLine) Word write;
         unsigned writeNext = 0, readSeen = 0; // the writer's own
         alignas(kLine) Word read;
@@ -159,7 +160,7 @@ private:
 
     Ring* AwaitItem()
     {
-        typename System::Patience patience(system_);
+        typename System::Backoff patience(system_);
         for (;;)
         {
             if (Ring* const ring = NextWithItem())
@@ -170,18 +171,18 @@ private:
             system_.HeavyBarrier();
             if (Ring* const ring = NextWithItem()) // W2
             {
-                (void)readerAsleep_.Exchange(kAwake); // who was faster has left a kept Wake
+                (void)readerAsleep_.Exchange(kAwake); // a concurrent Wake is remembered
                 return ring;
             }
             for (const auto& ring : rings_)
-                WakeIfAsleep(ring->writerAsleep, ring->writerBed);
-            readerBed_.Sleep();
+                WakeIfAsleep(ring->writerAsleep, ring->writerSpot);
+            readerSpot_.Sleep();
         }
     }
 
     void AwaitRoom(Ring& ring, unsigned next)
     {
-        typename System::Patience patience(system_);
+        typename System::Backoff patience(system_);
         const auto room = [&] { return ring.Steps(next, ring.readSeen = ring.read.Load()); };
         while (room() < ring.count / 2)
         {
@@ -189,13 +190,13 @@ private:
                 continue;
             ring.writerAsleep.Store(kUntilHalf);
             const bool enough = room() >= ring.count / 2;
-            const bool woken = !enough && ring.writerBed.Nap();
+            const bool woken = !enough && ring.writerSpot.SleepBriefly();
             if (!enough && !woken)
             {
                 ring.writerAsleep.Store(kUntilAny); // W1
                 system_.HeavyBarrier();
                 if (room() == 0) // W2
-                    ring.writerBed.Sleep();
+                    ring.writerSpot.Sleep();
             }
             (void)ring.writerAsleep.Exchange(kAwake); // as above
             if (!woken && room() != 0)
@@ -203,7 +204,7 @@ private:
         }
     }
 
-    static void WakeIfAsleep(Word& asleep, Bed& bed)
+    static void WakeIfAsleep(Word& asleep, ParkingSpot& bed)
     {
         if (asleep.Load() != kAwake && asleep.Exchange(kAwake) != kAwake) [[unlikely]]
             bed.Wake();
@@ -212,8 +213,8 @@ private:
     System& system_; // all threads read these two, at every call
     std::vector<std::unique_ptr<Ring>> rings_;
     alignas(kLine) Word readerAsleep_; // all writers read it
-    Bed readerBed_;
-    // The reader's own: the ring popped last; the first Pop starts behind number 0.
+    ParkingSpot readerSpot_;
+    // The reader's own: the ring popped last; the first Pop starts after number 0.
     alignas(kLine) std::size_t last_ = 0;
 };
 

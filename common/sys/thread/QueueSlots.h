@@ -1,5 +1,5 @@
 /// @file
-/// Where QueueBounded keeps the items of one writer.
+/// Storage of QueueBounded for the items of one writer.
 #pragma once
 
 #include <algorithm>
@@ -16,12 +16,12 @@ namespace sys::thread
 {
 
 /// Slots for the items of one writer, in one block; small items share cache lines. A slot that had
-/// to grow has a block of its own, which begins with its size.
+/// to grow has its own block, which begins with its size.
 ///
-/// Lines that are used one after the other lie far apart. In a row they would tempt the processor
-/// to fetch them for the reader while the writer is about to fill them. The writer's processor is
-/// told of its lines early enough to have them by then. (Two processors that share no cache, items
-/// of 64 bytes: 75 to 170 ns an item, and 190 without either.)
+/// Lines used consecutively lie far apart. Adjacent ones would be prefetched for the reader while
+/// the writer is about to fill them. The writer prefetches its lines early enough to own them by
+/// then. (Two processors that share no cache, items of 64 bytes: 75 to 170 ns an item, and 190
+/// without either.)
 class Slots
 {
 public:
@@ -38,7 +38,7 @@ public:
         void* start = block_.get();
         first_ = static_cast<std::byte*>(std::align(kLine, space - kLine, start, space));
         end_ = first_ + length * lines;
-        std::size_t stride = lines * 382 / 1000 + 1; // the golden section keeps neighbours away
+        std::size_t stride = lines * 382 / 1000 + 1; // the golden section separates neighbours
         while (std::gcd(stride, lines) != 1)
             ++stride;
         std::size_t line = 0;
@@ -52,9 +52,9 @@ public:
     }
 
     unsigned Count() const { return static_cast<unsigned>(slots_.size()); }
-    /// How many slots before its turn one is worth an Expect.
+    /// How many slots ahead to call Expect.
     unsigned Ahead() const { return ahead_; }
-    /// Tells the processor that the slot will be written.
+    /// Prefetches the slot for writing.
     void Expect(unsigned index) const { __builtin_prefetch(slots_[index], 1); }
 
     void Write(unsigned index, const void* data, std::size_t size)

@@ -1,5 +1,5 @@
 /// @file
-/// How failures of system calls that have no status to return are told.
+/// Reporting failures of system calls in functions that return no status.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace sys::thread
 /// Logs that the system function @p function failed, with the thread's last system error.
 void ReportFailure(std::wstring_view function);
 
-/// A time in milliseconds as the platform takes it; whatever does not fit is "without limit".
+/// A time in milliseconds as the platform takes it; values that do not fit mean no limit.
 inline std::uint32_t Milliseconds(unsigned long time)
 {
     return time < 0xffffffff ? static_cast<std::uint32_t>(time) : 0xffffffff;

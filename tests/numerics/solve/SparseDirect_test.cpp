@@ -257,7 +257,7 @@ TEST(SparseDirect, SolvesTheZooToItsRounding)
         EXPECT_EQ(record.outcome, SolveOutcome::Solved);
         EXPECT_LE(record.rowWiseError, 1e-13);
         EXPECT_LE(error, row.error);
-        EXPECT_EQ(solver.LastAccount().isSymmetric, row.name[0] != 'P');
+        EXPECT_EQ(solver.LastCost().isSymmetric, row.name[0] != 'P');
     }
 }
 
@@ -316,7 +316,7 @@ TEST(SparseDirect, KeepsTheAnalysisWhileThePatternStaysAndTheFactorWhileTheValue
     const auto solve = [&](const System& which) {
         EXPECT_EQ(solver.Solve(which.View(), which.b.data(), x.data()).outcome,
                   SolveOutcome::Solved);
-        return std::pair(solver.LastAccount().hasAnalysed, solver.LastAccount().hasFactorised);
+        return std::pair(solver.LastCost().hasAnalysed, solver.LastCost().hasFactorised);
     };
     using Pair = std::pair<bool, bool>;
     EXPECT_EQ(solve(system), Pair(true, true));
@@ -326,7 +326,7 @@ TEST(SparseDirect, KeepsTheAnalysisWhileThePatternStaysAndTheFactorWhileTheValue
     EXPECT_EQ(solve(system), Pair(false, true)) << "another value";
     system.At(4, 5) *= 3;
     EXPECT_EQ(solve(system), Pair(false, true)) << "no longer symmetric";
-    EXPECT_FALSE(solver.LastAccount().isSymmetric);
+    EXPECT_FALSE(solver.LastCost().isSymmetric);
     EXPECT_EQ(solve(wider), Pair(true, true)) << "another pattern";
     solver.Clear();
     EXPECT_EQ(solve(wider), Pair(true, true));
