@@ -234,7 +234,7 @@ void Build(benchmark::State& state, int side)
     }
 }
 
-/// On a common edge two answers are right.
+/// On a common edge two results are right.
 bool IsOnEdge(const std::vector<Point2D>& ring, const Point2D& p)
 {
     for (std::size_t i = 1; i < ring.size(); ++i)

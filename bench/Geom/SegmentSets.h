@@ -1,4 +1,4 @@
-// The sets of segments of the races, and what every finder delivers: points with their pairs,
+// The segment sets of the benchmarks, and the result of every finder: points with their pairs,
 // sorted by x, then y.
 #pragma once
 

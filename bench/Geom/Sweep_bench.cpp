@@ -1,4 +1,5 @@
-// The crossings of a set beside the one textbook sweep among the peers, with its exact numbers.
+// The crossings of a set, compared with the one textbook sweep among the peers, with exact
+// arithmetic.
 #include "Geom/SegmentSets.h"
 
 #include <benchmark/benchmark.h>

@@ -1,4 +1,4 @@
-// A table beside a plain vector with the same layout, 1e7 cells in 10 columns.
+// A table compared with a plain vector of the same layout, 1e7 cells in 10 columns.
 #include "data/DataTable.h"
 #include "data/datatable_calculators.h"
 #include "data/datatable_copy.h"

@@ -110,8 +110,9 @@ void KviLine(benchmark::State& state, bool buffered)
     }
 }
 
-// As it is, spdlog writes local time, the logger's name, the level and the text, through a printer
-// made for just that. With @p sameColumns its lines look like KVI's: UTC and the thread's number.
+// By default spdlog writes local time, the logger's name, the level and the text, through a
+// specialised formatter. With @p sameColumns its lines look like KVI's: UTC and the thread's
+// number.
 void SpdLine(benchmark::State& state, bool buffered, bool sameColumns)
 {
     SpdLog log;

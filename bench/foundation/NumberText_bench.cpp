@@ -86,7 +86,7 @@ void TimeWrite(benchmark::State& state, int digits, const char* format, bool tri
     }
 }
 
-// The peers trim as simply as can be.
+// The simplest trimming, for the peers.
 void Trim(std::string& text)
 {
     while (text.back() == '0')

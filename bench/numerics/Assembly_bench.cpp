@@ -20,7 +20,7 @@ using fe_mesh::FromTriplets;
 using fe_mesh::MeshOf;
 using fe_mesh::RowMajor;
 
-/// Is x -> A x of the system that of Eigen's matrix? The reaction to x = 1, 2, 3, ... tells.
+/// Does A x of the system equal that of Eigen's matrix? Tested by the reaction to x = 1, 2, 3, ...
 bool IsRight(ISysEqnImpl& system, const Case& given)
 {
     static std::map<Case, Eigen::VectorXd> expected;

@@ -1,5 +1,5 @@
 /// @file
-/// Finite-element meshes and their systems, as the benchmarks of the solvers take them.
+/// Finite-element meshes and their systems for the benchmarks of the solvers.
 #pragma once
 
 #include "numerics/FeElement.h"
@@ -26,7 +26,7 @@ namespace fe_mesh
 struct FeMesh
 {
     tagMultiVectorInt elements;
-    std::vector<double> matrices; ///< row-major, one behind the other
+    std::vector<double> matrices; ///< row-major, stored consecutively
     std::vector<std::size_t> matrixStart;
     int n = 0;
 
@@ -127,7 +127,7 @@ struct Case
 /// Are cases of a million equations wanted? They take minutes and gigabytes.
 inline bool WantsLarge() { return std::getenv("KVI_BENCH_LARGE") != nullptr; }
 
-/// The case's mesh, made when first asked for.
+/// The case's mesh, created at the first use.
 inline const FeMesh& MeshOf(const Case& given)
 {
     static std::map<Case, FeMesh> kept;
@@ -147,7 +147,7 @@ void ForEachElement(const FeMesh& mesh, F f)
 
 using RowMajor = Eigen::SparseMatrix<double, Eigen::RowMajor, int>;
 
-/// The mesh's matrix, the way Eigen puts it together.
+/// The mesh's matrix, assembled by Eigen.
 inline RowMajor FromTriplets(const FeMesh& mesh)
 {
     std::vector<Eigen::Triplet<double>> triplets;
@@ -181,7 +181,7 @@ struct System
     }
 };
 
-/// The system of the case's mesh, made when first asked for.
+/// The system of the case's mesh, created at the first use.
 inline const System& SystemOf(const Case& given)
 {
     static std::map<Case, System> kept;

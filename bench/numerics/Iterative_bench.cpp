@@ -83,7 +83,7 @@ void EigenDiagonal(benchmark::State& state, const Case& given)
     });
 }
 
-/// The matrix and vectors as hypre holds them; made outside the time taken.
+/// The matrix and vectors in hypre's storage; created outside the timed section.
 class Hypre
 {
 public:

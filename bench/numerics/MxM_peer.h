@@ -1,5 +1,5 @@
 /// @file
-/// Eigen's fixed maps as the rivals of MxM_m_n_p, built once for each processor level.
+/// Eigen's fixed maps as peers of MxM_m_n_p, built once for each processor level.
 #pragma once
 
 namespace peer

@@ -60,7 +60,7 @@ const fe_mesh::System& BrickOf(const char* name, int side, int perNode)
     return system;
 }
 
-/// The same pattern with a wind: values that are not symmetric.
+/// The same pattern with advection: nonsymmetric values.
 fe_mesh::System Skewed(const fe_mesh::System& symmetric)
 {
     fe_mesh::System system = symmetric;
@@ -154,7 +154,7 @@ const PardisoFunctions* Mkl() { return FoundVendor() ? &FoundVendor()->solver : 
 
 using Run = void (*)(benchmark::State&, fe_mesh::System&, const PardisoFunctions&, bool);
 
-/// Makes its system when it is first run.
+/// Creates its system at the first run.
 using Make = std::function<fe_mesh::System()>;
 
 void Add(const std::string& name, const Make& make, Run run, const PardisoFunctions& who,

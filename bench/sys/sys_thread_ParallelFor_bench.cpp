@@ -1,8 +1,8 @@
 // Loops of short and of heavier bodies beside TBB and OpenMP. Every loop calls the same
 // std::function for every number.
 //
-// OpenMP takes part only with OMP_WAIT_POLICY=passive in the environment: its threads would spin on
-// after their loop and take a processor from whoever is timed next.
+// OpenMP takes part only with OMP_WAIT_POLICY=passive in the environment: its threads would
+// continue to spin after their loop and take a processor from the next measurement.
 
 #include "sys/sys_thread_ParallelFor.h"
 

@@ -192,7 +192,7 @@ void Throughput(benchmark::State& state)
     }
 }
 
-/// Time there and back, when both sides have waited @p state.range(0) microseconds in between.
+/// Round-trip time, when both sides have waited @p state.range(0) microseconds in between.
 template <class Queue>
 void RoundTrip(benchmark::State& state)
 {

@@ -1,5 +1,5 @@
 /// @file
-/// How tables answer for quantities that they do not store.
+/// Calculators for quantities that tables do not store.
 #pragma once
 
 #include "data/DataParamType.h"
@@ -15,9 +15,8 @@
 
 /// Computes one quantity of a row from other quantities of the same row.
 ///
-/// A handle: copies share the function. The function must depend on its inputs alone, since
-/// evaluators may keep its results, and must not throw.
-/// Threads: any, when the function allows it.
+/// Copies share the function. The function must depend on its inputs alone, since evaluators may
+/// keep its results, and must not throw. Threads: any, when the function allows it.
 /// @code
 /// const auto pressure = DataParamCalculator::FromFormula(
 ///     {dataparam::PressureHead, dataparam::UnitWeightOfWater},
@@ -40,8 +39,8 @@ public:
     /// columns are read. Without a function it computes nothing.
     DataParamCalculator(std::vector<DataParamType> inputs, Function function,
                         ColumnFunction columnFunction = {});
-    /// Both functions from one formula of as many numbers as there are inputs. A sweep over the
-    /// column then costs about twice the formula's arithmetic on plain arrays.
+    /// Both functions from one formula of as many numbers as there are inputs. Evaluating a column
+    /// then costs about twice the formula's arithmetic on plain arrays.
     template <std::size_t N, class Formula>
     static DataParamCalculator FromFormula(const DataParamType (&inputs)[N], Formula formula)
     {
@@ -83,9 +82,9 @@ private:
 namespace datatable
 {
 
-/// Where tables look up calculators.
-/// An implementation must return the same calculators as long as tables use it, or
-/// DataTable::Invalidate must be called, and may be called by several threads at once.
+/// The source of a table's calculators. An implementation must return the same calculators as long
+/// as tables use it, or DataTable::Invalidate must be called, and may be called by several threads
+/// at once.
 class KVI_API ICalculators
 {
 public:

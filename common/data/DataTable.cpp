@@ -13,7 +13,7 @@ namespace
 {
 constexpr double kMissing = MissingValue<double>();
 constexpr std::size_t kMostColumns = std::numeric_limits<std::int16_t>::max();
-// Systems that promise more memory than they have would grant such a table and then fall over.
+// Systems that overcommit memory would grant such a table and then fail.
 constexpr std::uint64_t kMostCells = std::uint64_t{1} << 36;
 
 datatable::EvaluatorPtr NoEvaluator()
@@ -124,7 +124,7 @@ bool DataTable::Shape(const std::vector<DataParamType>& params, unsigned int row
     if (!same && !AreValidColumns(params))
         return false;
     std::vector<DataParamType> columns(params);
-    // The old cells are given up only once the new ones are there.
+    // The old cells are released only once the new ones exist.
     std::vector<double> cells;
     if (std::uint64_t{rows} * params.size() <= values_.capacity())
         cells.swap(values_);
@@ -291,7 +291,7 @@ void DataTable::Invalidate()
         ~Running() { flag = false; }
         bool& flag;
     };
-    // An evaluator that resizes the table from here would be called again without end.
+    // An evaluator that resizes the table from here would be called recursively without end.
     const Running running(isInvalidating_);
     evaluator_->Invalidate(*this);
 }

@@ -25,16 +25,16 @@ KVI_API void SwapCalculators(DataTable& a, DataTable& b);
 struct TableCalculators; // what it needs of a table
 } // namespace datatable::impl
 
-/// A dense rectangle of numbers that also answers for quantities it can compute.
+/// A dense table of numbers that can also compute further quantities.
 ///
 /// Rows are numbered from 1. A new cell holds the missing value. A quantity without a column is
 /// computed on demand by the table's evaluator, from the columns and the table's calculators.
 /// Memory: 8 bytes a cell and about 1.3 KB a table, besides what its evaluator keeps.
 ///
-/// Nothing here reports errors. An impossible shape is refused as a whole and leaves the table as
-/// it was, a new table empty: more than 32767 columns, a quantity twice or outside the catalogue,
-/// more than 2^36 cells or than memory can hold. Check RowCount and ColumnCount where sizes come
-/// from outside.
+/// Nothing here reports errors. An impossible shape is refused as a whole and leaves the table
+/// unchanged, a new table empty: more than 32767 columns, a quantity twice or outside the
+/// catalogue, more than 2^36 cells or than memory can hold. Check RowCount and ColumnCount for
+/// sizes from untrusted input.
 ///
 /// Threads: any number may read at once (the evaluators of datatable::eval allow it); none may
 /// while another changes the table.
@@ -67,7 +67,7 @@ public:
     DataTable(DataTable&& other) noexcept;
     /// As Assign: the evaluator stays.
     DataTable& operator=(const DataTable& other);
-    /// As the constructor from a table that is moved.
+    /// As the move constructor.
     DataTable& operator=(DataTable&& other) noexcept;
     ~DataTable();
     void swap(DataTable& other) noexcept; ///< exchanges everything; nothing is copied
@@ -141,7 +141,7 @@ public:
 
     /// The calculator of @p param, or DataParamCalculator::InvalidCalculator().
     DataParamCalculator GetCalculator(DataParamType param) const;
-    /// Calls the evaluator's Invalidate, unless the evaluator is what calls this from there.
+    /// Calls the evaluator's Invalidate, unless called from within it.
     void Invalidate();
     /// Replaces the evaluator; null is the default evaluator. Here and in Init, an evaluator cannot
     /// be replaced from within its own Invalidate.

@@ -1,5 +1,5 @@
 /// @file
-/// Which quantities a kind of table stores, computes and keeps in documents.
+/// The quantities that a kind of table stores, computes and persists.
 #pragma once
 
 #include "data/DataParamCalculator.h"

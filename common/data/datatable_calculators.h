@@ -17,15 +17,15 @@ namespace datatable
 /// twice the cost of the same arithmetic on plain arrays for a calculator with a column function.
 KVI_API void ReadColumn(const DataTable& table, DataParamType param, std::span<double> values);
 
-/// Stores what the table computes: each of @p params that it can compute gets a column, after the
-/// others, with the values that GetValue returned. From then on these are read, and no longer
-/// follow the cells that they came from. Stored quantities, and those that cannot be computed, stay
-/// as they are.
+/// Stores computed quantities: each of @p params that it can compute gets a column, after the
+/// others, with the values that GetValue returned. From then on these stored values are read and no
+/// longer depend on their inputs. Stored quantities, and those that cannot be computed, stay as
+/// they are.
 KVI_API void CacheComputedValues(DataTable& table, const std::vector<DataParamType>& params);
 
-/// What a table must store to answer for @p params: each quantity that @p table computes is
-/// replaced by the inputs of its calculator, recursively, down to stored ones and those that have
-/// no calculator or need themselves. Each once, in the order in which they occur.
+/// The quantities that a table must store to provide @p params: each quantity that @p table
+/// computes is replaced by the inputs of its calculator, recursively, down to stored ones and those
+/// that have no calculator or need themselves. Each once, in the order in which they occur.
 KVI_API std::vector<DataParamType> ExpandComputedParams(const DataTable& table,
                                                         const std::vector<DataParamType>& params);
 

@@ -1,5 +1,5 @@
 /// @file
-/// Fills, empties and enlarges tables.
+/// Filling, clearing and enlarging tables.
 #pragma once
 
 #include "data/DataTable.h"
@@ -24,7 +24,7 @@ KVI_API void SetMissingColumns(DataTable& table, std::vector<DataParamType> para
 
 /// Sets every cell of @p row to @p value; a table with fewer rows first grows to that many.
 KVI_API void FillRow(DataTable& table, const GID& row, const double& value);
-/// FillRow with the missing value; the table grows as there.
+/// FillRow with the missing value; the table grows likewise.
 KVI_API void SetMissingRow(DataTable& table, unsigned int row);
 /// Sets every cell to the missing value; rows and columns stay.
 KVI_API void SetMissingAll(DataTable& table);

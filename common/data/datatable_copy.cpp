@@ -38,7 +38,7 @@ struct Taken
     data::ColumnReader read;
 };
 
-/// Those of @p params that @p to stores and @p from can answer for.
+/// Those of @p params that @p to stores and @p from can provide.
 std::vector<Taken> ListTaken(const DataTable& to, const DataTable& from, const Params& params)
 {
     std::vector<Taken> taken;
@@ -91,7 +91,7 @@ void Copy(DataTable& to, const DataTable& from)
 
 void CopyRow(DataTable& to, const GID& toRow, const DataTable& from, const GID& fromRow)
 {
-    // Either may be the caller's record of something that changes here.
+    // Copies: either may refer to a value that changes here.
     const GID target = toRow, source = fromRow;
     if (source.value == 0 || source.value > from.RowCount() || !Grow(to, target.value))
         return;
@@ -157,7 +157,8 @@ void Merge(DataTable& to, const DataTable& from, const std::vector<DataParamType
 {
     if (&to == &from || !Grow(to, from.RowCount()))
         return;
-    // As in MergeRow, also what the source's evaluator knows without a calculator.
+    // As in MergeRow, including quantities that the source's evaluator provides without a
+    // calculator.
     std::vector<Taken> taken;
     for (const DataParamType param : params)
     {

@@ -1,5 +1,5 @@
 /// @file
-/// Takes values from one table into another.
+/// Copying and merging values between tables.
 #pragma once
 
 #include "data/DataTable.h"
@@ -11,8 +11,8 @@
 // Copying makes cells equal, missing ones too. Merging never replaces a value by the missing value.
 // Except in Copy, columns are matched by quantity, whatever their order, and the source answers as
 // GetValue does, from its column or by its evaluator. Quantities without a column in the target are
-// skipped. Copying also skips what the source cannot answer for (HasParam). A table may be its own
-// source.
+// skipped. Copying also skips quantities that the source cannot provide (HasParam). A table may be
+// its own source.
 namespace datatable
 {
 

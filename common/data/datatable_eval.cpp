@@ -41,10 +41,10 @@ double Run(const EvaluationPlan& plan, const DataTable& table, GID row)
     return plan.Compute(stored.data());
 }
 
-/// The reads of one row that a table's own evaluator delegates to the simple one. A read asks the
-/// table for its inputs, the table its evaluator, and that delegates again; so what one read has
-/// computed is kept until the outermost read of the row returns. Otherwise quantities that share
-/// their inputs would be computed once for every path to them.
+/// The reads of one row that a table's own evaluator delegates to the simple one. A read requests
+/// its inputs from the table, the table from its evaluator, and that delegates again; so values
+/// computed by one read are kept until the outermost read of the row returns. Otherwise quantities
+/// that share their inputs would be computed once for every path to them.
 class Delegation
 {
 public:
@@ -114,7 +114,7 @@ public:
         }
         auto made = std::make_shared<const EvaluationPlan>(table, param);
         const std::unique_lock writing(lock_);
-        // Another reader may have been first: one plan for all, so that values stay kept.
+        // Another reader may have been first: one plan for all, so that cached values stay valid.
         if (plans_[index] == nullptr || !plans_[index]->IsFor(table))
             plans_[index] = std::move(made);
         return plans_[index];
@@ -176,7 +176,7 @@ public:
                 SameBits(found->second.stored, stored))
                 return found->second.value;
         }
-        // Outside the lock: a calculator takes its time, and may read the table itself.
+        // Outside the lock: a calculator may take long, and may read the table itself.
         const double value = plan->Compute(stored.data());
         const std::lock_guard locked(part.lock);
         part.values[key] = {std::move(plan), std::move(stored), value};
@@ -190,7 +190,7 @@ private:
         std::vector<double> stored;                 // from these cells
         double value = 0;
     };
-    // Readers of different rows rarely meet.
+    // Partitioned, so that readers of different rows rarely contend.
     struct Part
     {
         std::mutex lock;

@@ -1,5 +1,5 @@
 /// @file
-/// Evaluators: how a table gets the values that it cannot read directly.
+/// Evaluators: how a table computes values that it does not store.
 #pragma once
 
 #include "data/DataParamType.h"
@@ -39,7 +39,7 @@ protected:
 /// IParamEvaluator's address.
 using EvaluatorPtr = std::unique_ptr<IParamEvaluator, void (*)(void*)>;
 
-/// The evaluators differ in what they keep, not in their answers:
+/// The evaluators differ in what they cache, not in their results:
 ///
 /// - A row outside the table, a quantity without calculator, and one that needs itself, directly
 ///   or through others, have the missing value. So do such inputs of a calculator, which is
@@ -51,7 +51,7 @@ using EvaluatorPtr = std::unique_ptr<IParamEvaluator, void (*)(void*)>;
 namespace eval
 {
 
-/// Keeps nothing: looks up the calculators and computes with each call. One object serves every
+/// Caches nothing: looks up the calculators and computes at each call. One object serves every
 /// table.
 ///
 /// An evaluator of the host may delegate to it: Evaluate reads each input through the table's own
@@ -69,8 +69,8 @@ public:
 /// The shared SimpleParamEvaluator; releasing it does nothing.
 KVI_API EvaluatorPtr MakeSimpleEvaluator();
 
-/// Keeps the calculators that a quantity needs and the order to call them in, and computes each
-/// value afresh: for values that are read once.
+/// Keeps the calculators that a quantity needs and the order to call them in, and recomputes each
+/// value: for values that are read once.
 KVI_API EvaluatorPtr MakeCachedCalculatorEvaluator();
 
 /// Keeps the calculators and, from the first read on, each value with the cells it came from: for

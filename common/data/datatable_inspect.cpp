@@ -37,7 +37,7 @@ void ForEachValue(const DataTable& table, DataParamType param, Visit visit)
     }
 }
 
-/// The first value that no other is better than.
+/// The first value that is not exceeded by any other.
 template <class Better>
 struct Extreme
 {

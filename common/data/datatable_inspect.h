@@ -11,8 +11,8 @@
 namespace datatable
 {
 
-/// Whether @p table cannot answer for one of @p params (DataTable::HasParam). An empty list
-/// counts as unsatisfied: true.
+/// Whether @p table cannot provide one of @p params (DataTable::HasParam). An empty list counts as
+/// unsatisfied: true.
 KVI_API bool IsTableMissingParam(const DataTable& table, const std::vector<DataParamType>& params);
 /// Those of @p params that have no column, as often as they are listed.
 KVI_API std::vector<DataParamType> ListUnstoredParams(const DataTable& table,

@@ -1,5 +1,5 @@
 /// @file
-/// The number that names an item: a row of a table, or something inside a container.
+/// The number that identifies an item: a row of a table, or an item inside a container.
 #pragma once
 
 #include "foundation/kvi_export.h"

@@ -18,7 +18,7 @@ std::wstring NumberText(auto value)
 {
     std::wstring text;
     (void)str::locale::to_string(text,
-                                 value); // cannot fail: neither width nor digits are asked for
+                                 value); // cannot fail: neither width nor digits are given
     return text;
 }
 } // namespace

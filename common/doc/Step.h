@@ -70,8 +70,8 @@ constexpr bool IsSpecialStep(const Step& step)
            step == deprecated::Init();
 }
 
-/// @p step in the application's words: "step 3 (time 12.5)". The time stands behind a blank, with 8
-/// digits in the user's locale; a missing value leaves it out, and so does a step without a number.
+/// @p step in the application's language: "step 3 (time 12.5)". The time follows a blank, with 8
+/// digits in the user's locale; it is omitted for a missing value and for a step without a number.
 /// Values that no step has are written as the unset step.
 KVI_API std::wstring PrettyPrint(const Step& step, double time);
 

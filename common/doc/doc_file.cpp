@@ -18,7 +18,7 @@ using sys::file::ValidFileNameToString;
 // No text becomes a name with "&r" in it, so what follows can only be a run.
 constexpr wchar_t kRunMark[] = L"&r";
 
-/// Whether @p text as a name would stay in its folder.
+/// Whether @p text as a name stays inside its folder.
 bool StaysInside(const std::wstring& text)
 {
     constexpr wchar_t separators[] = {L'\\', L'/', L'\0'};
@@ -29,7 +29,8 @@ bool StaysInside(const std::wstring& text)
 /// @p text as the name of a file or folder on every system; undone by ValidFileNameToString.
 std::wstring EntryName(const std::wstring& text)
 {
-    // A device is one also with an extension, so what stands before the first dot goes by itself.
+    // A name is a device even with an extension, so the part before the first dot is encoded
+    // separately.
     const std::size_t dot = std::min(text.find(L'.'), text.size());
     std::wstring name = StringToValidFileName(text.substr(0, dot));
     if (sys::file::IsDeviceName(name))

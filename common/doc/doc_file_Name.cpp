@@ -51,7 +51,7 @@ int CompareValues(Number a, Number b)
 
 bool IsSameText(wstring_view a, wstring_view b) { return compare_ignore_case(a, b) == 0; }
 
-/// Whether @p text is @p pattern with some letters, or none, in the place of each "*".
+/// Whether @p text matches @p pattern, with any letters, or none, for each "*".
 bool IsLike(wstring_view text, wstring_view pattern)
 {
     const std::size_t star = pattern.find(L'*');
@@ -206,7 +206,7 @@ bool Name::Selects(const Name& name) const
         (step_.AsStepNumber().value >= 0 && step_.AsStepNumber() == name.step_.AsStepNumber());
     if (IsMultiSelectStep() ? name.step_ == ::Step() : !sameStep)
         return false;
-    // The same text may be parted differently: "a" and ".b.c", "a.b" and ".c".
+    // The same text may be split differently: "a" and ".b.c", "a.b" and ".c".
     if (IsMultiSelectAllFiles() || IsSameText(FNameExt(), name.FNameExt()))
         return true;
     return (fname_ == L"*" || IsSameText(fname_, name.fname_)) && IsExtensionLike(name.ext_, ext_);

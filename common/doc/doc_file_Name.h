@@ -14,8 +14,8 @@ namespace doc::file
 /// One data file of a project document: the project, an analysis of it, a run and a step of that,
 /// and the file. Also a pattern that selects several: every analysis, every step, every file.
 ///
-/// A plain value with an order, fit as a key of a map. It does not know whether the file is there;
-/// doc_file.h finds and makes files.
+/// A plain value with an order, usable as a key of a map. It does not refer to the disk; doc_file.h
+/// finds and creates files.
 /// @code
 /// Name heads;
 /// heads.ProjectPath(L"C:\\dams\\north.kvi").Analysis(L"seepage").Step(::Step::CreateFromInt(3));
@@ -81,8 +81,8 @@ public:
     std::wstring FNameExt() const { return fname_ + ext_; }
     /// @}
 
-    /// For people: the project path, the analysis with its run and step, and the file, parted by
-    /// backslashes: "C:\dams\north.kvi\seepage (2)\3\heads.csv".
+    /// Human-readable: the project path, the analysis with its run and step, and the file,
+    /// separated by backslashes: "C:\dams\north.kvi\seepage (2)\3\heads.csv".
     std::wstring Description() const;
     /// The step's part of it: "3\", "*\" for all steps; empty without analysis, for other reserved
     /// steps, and for a step by number when the extension holds a "*".
@@ -94,8 +94,8 @@ public:
     /// Whether every file is meant: the name "*" and no extension.
     bool IsMultiSelectAllFiles() const { return fname_ == L"*" && ext_.empty(); }
 
-    /// Whether @p name is one of those that this name stands for; a name that is no pattern stands
-    /// for the one file of the same texts. Case does not count.
+    /// Whether this name, as a pattern, matches @p name; a name that is no pattern matches the one
+    /// file of the same texts. Case is ignored.
     /// - Analysis "*": every analysis, and every run of it where this name has none.
     /// - All steps: every step that is set. 0 and -1 are the same step.
     /// - All files: every file. File name "*": every name with the extension. Extension ".*": every
@@ -105,9 +105,9 @@ public:
     /// Negative, 0 or positive, by project path, analysis, run, step, file name and extension, the
     /// texts without regard to case.
     ///
-    /// Extensions count where both have their first digit at the same place behind equal letters:
-    /// ".r2" comes before ".r10" and equals ".r02", and what stands behind the number does not
-    /// count. A strict weak order, for numbers of any length.
+    /// Extensions with their first digit at the same position after equal letters are compared by
+    /// number: ".r2" comes before ".r10" and equals ".r02", and text after the number is ignored. A
+    /// strict weak order, for numbers of any length.
     int Compare(const Name& other) const;
     /// @{
     /// By Compare.

@@ -1,5 +1,5 @@
 /// @file
-/// Up to which step results exist.
+/// The last step with results.
 #pragma once
 
 #include "doc/Step.h"
@@ -50,9 +50,9 @@ constexpr MarkStep AllResults() { return MarkStep::CreateFromInt(0x7FFFFFFF); }
 /// results, 0 for no results.
 KVI_API StepNumber ConvertToStepNumber(const MarkStep& mark, unsigned int lastStep);
 
-/// Whether results that are there up to @p mark satisfy one who wants them up to @p available.
-/// All results satisfy everyone, even one who wants none; otherwise who wants all or none is not
-/// satisfied, and no results satisfy nobody.
+/// Whether results up to @p mark satisfy a request for results up to @p available. All results
+/// satisfy every request, even one for none; otherwise a request for all or none is not satisfied,
+/// and no results satisfy no request.
 KVI_API bool IsResultsAvailable(MarkStep mark, const MarkStep& available);
 
 inline void MarkStep::AssignStepNumber_(unsigned int number)

@@ -30,7 +30,7 @@ int Keep(double root, double (&roots)[2])
 int QuadraticEqn::Solve(double (&roots)[2], const double& limit,
                         const algorithm::Tolerance<double>& tol) const
 {
-    const double bound = limit; // the limit may be one of the roots' own places
+    const double bound = limit; // the limit may alias one of the roots
     roots[0] = roots[1] = kMissing;
     const double discriminant = b_ * b_ - a_ * 4 * c_;
     if (discriminant > 0 && std::isfinite(discriminant) && !IsMissingValue(discriminant))

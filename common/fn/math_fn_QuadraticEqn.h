@@ -1,5 +1,5 @@
 /// @file
-/// Real roots of a quadratic equation, with every division guarded.
+/// Real roots of a quadratic equation, with guarded divisions.
 #pragma once
 
 #include "foundation/kvi_export.h"

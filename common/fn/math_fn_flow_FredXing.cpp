@@ -13,7 +13,7 @@ namespace
 {
 
 constexpr double kFixedExtent = 1e6;
-constexpr double kResidualShare = 0.003; // of the limit, on purpose no parameter of its own
+constexpr double kResidualShare = 0.003; // of the limit, deliberately not a parameter
 
 curve::CurveLoop* ChosenLoop()
 {

@@ -46,12 +46,12 @@ public:
 
     /// The same at @p count pressures: contents[i] has the error bound of (*this)(pressures[i])
     /// (near the limit 4e-15 theta_s F, where F is the shape term), is exactly 0 at the limit and
-    /// never above saturation. The two arrays may be one and the same. Several times as fast as
+    /// never above saturation. The two arrays may be one and the same. Several times faster than
     /// point by point.
     void Evaluate(const double* pressures, double* contents, std::size_t count) const;
 
     /// True when a, n, m and the limit are not missing, and a, n, m and the saturated content are
-    /// above zero. The limit's sign is not looked at.
+    /// above zero. The limit's sign is not checked.
     bool IsValid() const;
 
     /// (-limit, 0).
@@ -66,7 +66,7 @@ public:
 
     /// Fits a, n and m to measured points by least squares in theta / theta_s.
     ///
-    /// Ends when the sum E of squared residuals falls to 1e-4. Otherwise it goes on from several
+    /// Ends when the sum E of squared residuals falls to 1e-4. Otherwise it continues from several
     /// starts until E changes by less than a millionth, and keeps the best: usually, not always,
     /// the global minimum. Results do not depend on the pressure unit. Points that are missing or
     /// not finite are left out; starting values that are not finite or not above zero are replaced
@@ -107,7 +107,7 @@ private:
     double m_;
     double saturatedWC_;
     double limit_;
-    // What the operator would divide by or take the logarithm of each time; r = 0.003 L.
+    // Precomputed reciprocals and logarithms; r = 0.003 L.
     double overResidual_; // 1/r
     double wholeLog2_;    // log2(1 + L/r)
     double overWhole_;

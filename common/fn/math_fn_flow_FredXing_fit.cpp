@@ -193,7 +193,7 @@ int Minimise(const Error& error, Vector3& p)
         {
             if (fresh)
                 return FredXing::NoImprovement;
-            scaling = StartScaling(p, gradient); // forget the curvature and go down the slope
+            scaling = StartScaling(p, gradient); // restart with the direction of steepest descent
             fresh = true;
             continue;
         }
@@ -332,7 +332,7 @@ std::vector<Point> UsablePoints(double satWC, const FPOINT* points, int count, d
 int FredXing::EstimateParam(const double& satWC, FPOINT* points, int count, const UnitSet& units,
                             double& a, double& n, double& m, double& rmsError)
 {
-    const double saturated = satWC, limit = CalcLimit(units); // satWC may be one of the results
+    const double saturated = satWC, limit = CalcLimit(units); // satWC may alias one of the results
     const Vector3 standIn{units.FromKilopascal(10), 1, 1};
     Vector3 p{a, n, m};
     for (int i = 0; i < 3; ++i)

@@ -1,5 +1,5 @@
 /// @file
-/// Reads one quantity of a table row after row.
+/// Reading one quantity of a table row by row.
 #pragma once
 
 #include "data/DataTable.h"
@@ -12,10 +12,10 @@
 namespace data
 {
 
-/// Answers as GetValue does, fastest for ascending rows. With an evaluator that keeps no values,
-/// the calculators are looked up once and run on blocks of rows ahead; so a caller that writes to
-/// the table meanwhile may change rows that it has read, and no others. The table's columns must
-/// stay.
+/// Gives the values of GetValue, fastest for ascending rows. With an evaluator that keeps no
+/// values, the calculators are looked up once and run on blocks of rows ahead; so a caller that
+/// writes to the table meanwhile may change only rows that it has read. The table's columns must
+/// stay unchanged.
 class ColumnReader
 {
 public:

@@ -9,9 +9,9 @@
 namespace data
 {
 
-/// Depth-first search for what a quantity needs. Cycles are the strongly connected sets with more
-/// than one member or with a member that needs itself.
-/// Source: Tarjan (1972), SIAM J. Comput. 1(2), 146-160.
+/// Depth-first search for the dependencies of a quantity. Cycles are the strongly connected sets
+/// with more than one member or with a member that needs itself. Source: Tarjan (1972), SIAM J.
+/// Comput. 1(2), 146-160.
 struct EvaluationPlan::Search
 {
     Search(EvaluationPlan& made, const DataTable& asked) : plan(made), table(asked)

@@ -14,8 +14,8 @@ class DataTable;
 namespace data
 {
 
-/// Everything that one quantity of a table needs, each once, in the order to compute it. It is
-/// valid for all rows, as long as the table's columns, row kind and calculators stay.
+/// The dependencies of one quantity of a table, each once, in evaluation order. Valid for all rows,
+/// as long as the table's columns, row kind and calculators are unchanged.
 ///
 /// A quantity that needs itself, directly or through others, is never computed: it is missing.
 class EvaluationPlan

@@ -7,7 +7,7 @@
 namespace curve
 {
 
-/// The curve's parameters in the form that its evaluation needs; none is missing and a > 0.
+/// The curve's parameters prepared for evaluation; none is missing and a > 0.
 struct CurveTerms
 {
     double overA; ///< 1/a

@@ -1,4 +1,4 @@
-// Fused multiply-add is on for this source: its results carry an error bound, not a promise of
+// Fused multiply-add is on for this source: its results have an error bound, but not guaranteed
 // bits.
 #include "fn/curve/FredXingLoop.h"
 #include "fn/curve/SimdLog2Exp2.h"
@@ -38,8 +38,8 @@ bool Any(Mask mask)
 #endif
 }
 
-/// What the logarithms below cannot handle, element by element: NaN, an infinite suction, s/a that
-/// is not a normal number, a negative limit.
+/// Inputs that the logarithms below cannot handle, element by element: NaN, an infinite suction,
+/// s/a that is not a normal number, a negative limit.
 [[gnu::noinline, gnu::cold]] V ContentsOneByOne(const CurveTerms& c, V p)
 {
     double each[kWidth];

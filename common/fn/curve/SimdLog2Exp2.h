@@ -14,7 +14,7 @@
 namespace curve
 {
 
-/// A register of N doubles, the integers and the masks of its size, and how to make one.
+/// A register of N doubles, the integers and the masks of its size, and their operations.
 template <int N>
 struct PackTypes
 {
@@ -79,7 +79,7 @@ struct Pack : PackTypes<N>
 
 #ifdef __AVX512F__
 
-/// Tables of 16 numbers in registers take the place of the division and of half the polynomial.
+/// Tables of 16 numbers in registers replace the division and half of the polynomial.
 template <>
 struct Pack<8> : PackTypes<8>
 {
