@@ -1,4 +1,4 @@
-// Runs one of this program's own DISABLED_ tests as a process of its own.
+// Runs one of this program's DISABLED_ tests in a separate process.
 #pragma once
 
 #include "foundation/App.h"
@@ -17,7 +17,7 @@ namespace child
 inline bool IsWindows() { return App::Instance().ProgramPath()[2] == L'\\'; }
 
 /// Waits for `suite.DISABLED_role` with @p number (below 99999) for its Number().
-/// @param prefix, tail  stand in front of the command and behind it
+/// @param prefix, tail  text before and after the command
 /// @returns whether it passed
 inline bool Run(const std::string& suite, const std::string& role, int number = 0,
                 const std::string& prefix = "", const std::string& tail = "")
@@ -30,7 +30,7 @@ inline bool Run(const std::string& suite, const std::string& role, int number = 
     return std::system((IsWindows() ? '"' + command + '"' : command).c_str()) == 0;
 }
 
-/// @p name for the processes of this build alone: others may be tested on the machine meanwhile.
+/// @p name made unique to this build, since others may be tested on the machine concurrently.
 inline std::wstring Name(const std::wstring& name)
 {
     return name + L' ' + std::to_wstring(std::hash<std::string_view>()(KVI_TEST_TEMP));

@@ -1,10 +1,10 @@
-// Where virtual operations stand, for classes whose tables other programs know.
+// Positions of virtual operations, for classes whose tables other programs rely on.
 #pragma once
 
 #include <cstddef>
 #include <cstring>
 
-/// The place of a virtual operation in its class's table, behind the destructor's two (0 and 1).
+/// The index of a virtual operation in its class's table, after the destructor's two (0 and 1).
 template <class Operation>
 std::size_t VirtualSlot(Operation operation)
 {

@@ -1,6 +1,6 @@
 /// @file
-/// Numbers without rounding, against which predicates are judged: doubles from 2^-250 to 2^60 by
-/// size, sums of them, products of two such, and sums of products.
+/// Exact numbers as the reference of predicates: doubles of magnitudes from 2^-250 to 2^60, sums of
+/// them, products of two such, and sums of products.
 #pragma once
 
 #include <algorithm>
@@ -73,7 +73,7 @@ public:
     friend bool operator>(const ExactNumber& a, const ExactNumber& b) { return (a - b).Sign() > 0; }
 
 private:
-    /// The lower half, which @p carry loses.
+    /// Removes and returns the lower half of @p carry.
     static std::uint32_t Take(std::uint64_t& carry)
     {
         const auto low = static_cast<std::uint32_t>(carry);

@@ -1,4 +1,4 @@
-// The inputs that a fuzz target ever failed on, or that lead it far, kept as files.
+// Inputs on which a fuzz target failed or that give high coverage, kept as files.
 #include "fuzz/FuzzInput.h"
 
 #include <gtest/gtest.h>

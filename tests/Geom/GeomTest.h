@@ -1,4 +1,4 @@
-// What the tests of the geometry share: numbers that are none, and how long an oracle goes on.
+// Helpers of the geometry tests: special numbers, and the number of oracle rounds.
 #pragma once
 
 #include "Geom/Geom_Point.h"

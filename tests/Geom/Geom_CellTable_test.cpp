@@ -16,7 +16,7 @@ using Range = CellTable::RangeIdx;
 
 constexpr std::uint32_t kNone = CellTable::MissingID();
 
-/// With the protected operations open.
+/// Exposes the protected operations.
 struct Table : CellTable
 {
     Table(const Extents2D& box, std::uint32_t columns, std::uint32_t rows)
@@ -174,7 +174,7 @@ TEST(CellTable, AssignsLinesToTheCellsThatTheyMeetAndNoOthers)
             met += has;
             if (has && table.At(cell).Contains(7))
                 besideSeven.insert(id);
-            // Within a rounding of the tolerance either answer is right.
+            // Within a rounding of the tolerance either result is right.
             ASSERT_TRUE(has || !Meets(lines[id], box, 5e-5 - 1e-12)) << cell << ' ' << id;
             ASSERT_TRUE(!has || Meets(lines[id], box, 5e-5 + 1e-12)) << cell << ' ' << id;
         }

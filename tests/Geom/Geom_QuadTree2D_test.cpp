@@ -227,7 +227,7 @@ TEST(QuadTree2D, ForgetsWhatItemsWereBefore)
         const Point2D centre = {shapes.Uniform(0, 100), shapes.Uniform(0, 100)};
         Ring& ring = items[id];
         ring.clear();
-        // More points every time: the rings move, and the room that they leave is taken back.
+        // More points every time: the rings move, and their old space is reclaimed.
         for (int i = 0; i <= round; ++i)
             ring.push_back(CalcPtFromAngle2D(centre, i * 6.28 / round, 20));
         tree.Insert(id, ring);

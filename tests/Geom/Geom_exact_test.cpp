@@ -1,4 +1,4 @@
-// The tolerant predicates beside exact arithmetic, right at the edge of their tolerance.
+// The tolerant predicates compared with exact arithmetic at the limit of their tolerance.
 #include "Geom/ExactNumber.h"
 #include "Geom/GeomTest.h"
 #include "Geom/Geom_Line2D.h"
@@ -48,8 +48,8 @@ bool AreSeparate(double a1, double a2, double b1, double b2, double halfEpsilon)
     return Number(low) - otherHigh > halfEpsilon || Number(otherLow) - high > halfEpsilon;
 }
 
-/// Separating axes: two segments, the one grown by the box, are apart when x, y, or the normal of
-/// one of them tells them apart.
+/// Separating axes: two segments, the one grown by the box, are disjoint when x, y, or the normal
+/// of one of them separates them.
 bool ExactMeet(const Line2D& u, const Line2D& v, const Precision3D& precision)
 {
     const auto isBeside = [&](const Line2D& line, const Line2D& other) {
@@ -61,7 +61,7 @@ bool ExactMeet(const Line2D& u, const Line2D& v, const Precision3D& precision)
            !isBeside(u, v) && !isBeside(v, u);
 }
 
-/// Segments of all sizes, with points a hair within or beyond the tolerance of each other.
+/// Segments of all sizes, with points just within or beyond the tolerance of each other.
 class EdgeCases
 {
 public:

@@ -17,7 +17,7 @@ using namespace Geom;
 using namespace geomtest;
 using Events = std::vector<LineEvent2D>;
 
-/// The finders beside all pairs; in the end it says how much was compared.
+/// Compares the finders with all pairs, and reports the number of comparisons.
 class AllPairs
 {
 public:

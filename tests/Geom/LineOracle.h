@@ -1,4 +1,4 @@
-// What the finders must give: every pair tested with the finder's own predicate, and an order in
+// The reference of the finders: every pair tested with the finder's own predicate, and an order in
 // which no event comes after one that must follow it. Used by the tests and by the fuzz targets.
 #pragma once
 
@@ -76,7 +76,7 @@ struct Tally
 };
 
 /// Whether no event comes after one that must follow it by a chain of EvLess, with no chain that
-/// leads back. Looked at for up to 64 events; in larger lists, whether none must precede the one
+/// leads back. Checked for up to 64 events; in larger lists, whether none must precede the one
 /// before it.
 inline bool IsInOrder(const std::vector<Geom::LineEvent2D>& events, const Geom::LineSet2D& lines,
                       Tally& tally)

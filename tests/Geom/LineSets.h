@@ -1,4 +1,4 @@
-// Sets of lines that are hard on a finder of meetings, each drawn from a generator of its own.
+// Sets of lines that are difficult for intersection finders, each from its own generator.
 #pragma once
 
 #include "Geom/Geom_LineEvents2D.h"

@@ -251,7 +251,7 @@ TEST(PolygonContainsPoint2D, DecidesAtVerticesAndEdges)
             EXPECT_FALSE(PolygonContainsPoint2D(ring.data(), 4, {0.1, 0.1}, true, Precision()));
             EXPECT_FALSE(PolygonContainsPoint2D(ring.data(), 4, p, true, Precision()));
         }
-    // Where the products of coordinates have no digits left for the distance.
+    // Where the products of coordinates are too large to resolve the distance.
     const Ring far = {{0, 0}, {3e15, 1e15}, {0, 1e15}, {0, 0}};
     const auto isInFar = [&](Point2D p) {
         return PolygonContainsPoint2D(far.data(), far.size(), p, false, Precision());

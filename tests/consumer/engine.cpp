@@ -6,7 +6,7 @@
 
 namespace
 {
-const kvi::diag::DeclareCategoryMask kSlice("Slice"); // what the log calls this engine
+const kvi::diag::DeclareCategoryMask kSlice("Slice"); // the engine's log category
 
 constexpr int kAcross = 10, kUp = 20, kNodesAcross = kAcross + 1; // squares of 1 m
 constexpr unsigned kSand = 1, kClay = 2;                          // rows of the table of materials
@@ -102,6 +102,6 @@ int main()
     result.FNameExt(L"heads.csv");
     std::printf("%.4g m3/s per m; heads belong in %s\n", flow,
                 str::as_cstring(result.Description()).c_str());
-    sys::thread::task::Finalize(); // before the library may be unloaded
+    sys::thread::task::Finalize(); // required before the library is unloaded
     return std::fabs(flow / (kAcross / (10 / 1e-4 + 10 / 1e-6)) - 1) < 1e-10 ? 0 : 1;
 }

@@ -5,7 +5,7 @@
 
 int main()
 {
-    const double k = -1e-6; // [m/s], a slip of the pen
+    const double k = -1e-6; // [m/s], a wrong sign
     const gtl::status legal = dataparamtype::IsRangeValid(dataparam::SaturatedConductivity, k);
     if (!legal.ok())
         std::printf("%s\n", str::as_cstring(legal.as_wstring()).c_str());

@@ -74,7 +74,7 @@ TEST(DataTable, RefusesWhatIsImpossibleAndStaysAsItWas)
     EXPECT_EQ(wide.ColumnCount(), 604u);
     wide.ResizeRows(0xFFFFFFFFu);
     EXPECT_EQ(wide.RowCount(), 1u);
-    wide.ResizeRows(0x80000001u); // times 604 wraps to a small number in 32 bits
+    wide.ResizeRows(0x80000001u); // times 604 wraps around to a small number in 32 bits
     EXPECT_EQ(wide.RowCount(), 1u);
 }
 

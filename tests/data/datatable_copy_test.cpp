@@ -150,7 +150,7 @@ TEST(TableUnion, HoldsTheQuantitiesAndRowsOfBoth)
     EXPECT_EQ(both->RowKind(), kKind);
     EXPECT_EQ(Cells(*CreateUnion(kFrom, kTo)),
               (Rows{{7, 1, 2}, {kMissing, 9, 4}, {kMissing, 5, 6}}));
-    // A computed quantity becomes a column; a table is asked for its own list only.
+    // A computed quantity becomes a column; each table contributes its own list only.
     EXPECT_EQ(Cells(*CreateUnion(kFrom, {kC}, kTo, {kB})),
               (Rows{{70, 1}, {10 * kMissing, 3}, {kMissing, 5}}));
     EXPECT_TRUE(CreateUnion(DataTable(), {Param(604)}, kTo, {kB})->Columns().empty());

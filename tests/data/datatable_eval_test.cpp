@@ -67,7 +67,7 @@ TEST_P(EveryEvaluator, ComputesThroughOtherComputedQuantities)
     EXPECT_EQ(table.GetValue({0}, kC), kMissing);
     EXPECT_EQ(table.GetValue({3}, kC), kMissing);
     EXPECT_EQ(table.GetValue({3}, kA), kMissing);
-    EXPECT_EQ(table.GetValue({1}, Param(33)), kMissing + 13); // a missing input is handed over
+    EXPECT_EQ(table.GetValue({1}, Param(33)), kMissing + 13); // a missing input is passed on
     for (const DataParamType param : {kA, kC, Param(31), Param(32)})
         EXPECT_TRUE(table.HasParam(param));
     for (const DataParamType param : {Param(33), Param(404), Param(-1)})

@@ -1,5 +1,5 @@
 /// @file
-/// What the tests of tables share: short names, quantities, calculators.
+/// Helpers of the table tests: short names, quantities, calculators.
 #pragma once
 
 #include "data/DataTable.h"

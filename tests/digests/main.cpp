@@ -13,7 +13,7 @@
 namespace
 {
 
-/// FNV-1a over the bits of what it is given. All NaNs count as one.
+/// FNV-1a over the bits of its input. All NaNs count as one.
 class Digest
 {
 public:
@@ -185,7 +185,8 @@ void Fits()
     digest.Print("fitted curves");
 }
 
-/// What gives one double: powers, tolerances, dot products, determinants, statistics, optima.
+/// Functions returning one double: powers, tolerances, dot products, determinants, statistics,
+/// optima.
 void Scalars()
 {
     Digest digest;

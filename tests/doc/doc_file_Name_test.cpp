@@ -82,7 +82,7 @@ TEST(Name, DescribesItselfAndItsStep)
 
 TEST(Name, OrdersFieldByField)
 {
-    // Each before the next, though later fields say the opposite.
+    // Each before the next, although later fields are in the opposite order.
     const Name last = Name().ProjectPath(L"B").Analysis(L"B").Run(0xFFFFFFFE);
     const Name rows[] = {
         Name().ProjectPath(L"A").Analysis(L"z"),

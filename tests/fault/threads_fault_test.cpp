@@ -49,7 +49,7 @@ TEST(NamedMutex, WakesTheOneWhoWaitsAtOnce)
     const auto limit = std::chrono::steady_clock::now() + 30s;
     while (lock.TryLock() && std::chrono::steady_clock::now() < limit)
     {
-        lock.Unlock(); // the child has not come so far
+        lock.Unlock(); // the child has not got that far
         std::this_thread::sleep_for(1ms);
     }
     lock.Lock(); // sleeps until the child has died
@@ -193,7 +193,7 @@ TEST(Lives, LeaveNothing)
         }
     }
     for (int i = 0; i < 1000 && Entries("/proc/self/task") > threads; ++i)
-        std::this_thread::sleep_for(1ms); // the last worker has told its end before it ends
+        std::this_thread::sleep_for(1ms); // the last worker signals its end before its thread ends
     EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
     EXPECT_LE(Entries("/proc/self/task"), threads);
     EXPECT_LT(Pages() - pages, 8192) << "32 MiB: 32 bytes of each of a million lives";

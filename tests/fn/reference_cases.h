@@ -1,4 +1,4 @@
-// The verification cases that lie beside the example engine, read for the functions' own tests.
+// The verification cases of the example engine, read for the tests of the functions.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -69,7 +69,7 @@ TEST(BufLine, ReadsLinesByItsSettings)
     EXPECT_EQ(Lines("", 4, rbfDefault), V{});
     char line[4];
     const char* at = "abcdef";
-    EXPECT_EQ(ReadBufLine(line, 4, &at, at + 6), 6); // tells of the cut
+    EXPECT_EQ(ReadBufLine(line, 4, &at, at + 6), 6); // reports the truncation
 }
 
 TEST(BufLine, WritesLinesThatFitWhole)

@@ -205,7 +205,7 @@ TEST(NumberText, IsTheSameInEveryFloatingPointEnvironmentAndLeavesItAlone)
         platform::FpuSetTraps(0);
         _mm_setcsr(before);
         EXPECT_EQ(after, control);
-        // A 32-bit function returns a double in the x87 unit, which notes a subnormal one.
+        // A 32-bit function returns a double in the x87 unit, which flags a subnormal one.
         EXPECT_EQ(raised & ~(sizeof(void*) == 4 ? 2u : 0u), 0u) << std::hex << control;
         EXPECT_EQ(texts, expected) << std::hex << control;
     }

@@ -148,7 +148,7 @@ TEST(LogProcesses, SurviveAClosedPipe)
 TEST(LogProcesses, KeepTheBitsGivenWhenNoneAreLeft)
 {
     const auto lines = LinesOf("UsesUpTheCategoryBits", "bits.txt");
-    ASSERT_EQ(lines.size(), 2u); // told once
+    ASSERT_EQ(lines.size(), 2u); // reported once
     EXPECT_THAT(lines[0], testing::HasSubstr("no bit is left for log category"));
     EXPECT_TRUE(lines[1].ends_with("a record without a bit"));
 }

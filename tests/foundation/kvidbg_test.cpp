@@ -93,7 +93,7 @@ TEST_F(Log, AFilteredCallEvaluatesNothing)
     EXPECT_EQ(sink.Calls(), "777");
 }
 
-/// Logs on its part, and fails.
+/// A sink that itself logs, and fails.
 class LoggingSink : public RecordingSink
 {
 public:

@@ -17,7 +17,7 @@ public:
     Input(const std::uint8_t* data, std::size_t size) : at_(data), end_(data + size) {}
 
     bool IsEmpty() const { return at_ == end_; }
-    /// The next byte; 0 behind the last.
+    /// The next byte; 0 past the last.
     int Byte() { return IsEmpty() ? 0 : *at_++; }
 
     /// The process-wide precision, the place and the scale of the coordinates to come.

@@ -186,7 +186,7 @@ TEST(CLPProblem, EverySolveEqualsThatOfAFreshProblem)
 
 TEST(CLPProblem, APointThatViolatesTheProgramIsNotOptimal)
 {
-    // lp_solve takes the small coefficient for zero and answers 1e6.
+    // lp_solve treats the small coefficient as zero and returns 1e6.
     Program p;
     p.variables = 1;
     p.objective = {true, {{1, 0}}};

@@ -1,4 +1,4 @@
-// Systems of equations where memory ends: every allocation of every step fails once.
+// Systems of equations when memory runs out: every allocation of every step fails once.
 #include "FilledSystem.h"
 #include "numerics/solve/Pardiso.h"
 #include "support/FailingMemory.h"

@@ -143,7 +143,7 @@ TEST(ISysEqnImpl, RunsTheSymmetricIterationInBothShortForms)
     EXPECT_EQ(second.system.LastSolve().method, math::SolveMethod::IterativeSymmetric);
     int iterations = -1;
     double tolerance = -1;
-    second.system.SolveForUnknownVector_Direct_Sym(); // leaves what the iteration told
+    second.system.SolveForUnknownVector_Direct_Sym(); // leaves the iteration's record
     EXPECT_EQ(second.system.GetSolverIterTol(&iterations, &tolerance), 0);
     EXPECT_EQ(iterations, first.system.LastSolve().iterations);
     EXPECT_GT(iterations, 0);

@@ -62,7 +62,7 @@ void ExpectSameBits(const Vec& actual, const Vec& expected)
             << "element " << i << ": " << actual[i] << " for " << expected[i];
 }
 
-constexpr double kGuard = -99.0; // stands behind each result
+constexpr double kGuard = -99.0; // guard value after each result
 
 template <int M, int N, int P>
 void ExpectProduct(Kernels::Fixed<M, N, P> exported, Kernels::Fixed<M, N, P> Kernels::*kernel)

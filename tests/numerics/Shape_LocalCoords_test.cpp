@@ -180,7 +180,7 @@ TEST(LocalCoords, FailureLeavesTheResultAlone)
     double r = 7, s = 8;
     EXPECT_EQ(iGlobal_To_Local_Coords(&r, &s, NAN, 0, kElements[0].coords.data(), 3),
               kLocalCoordsFailed);
-    // Beyond the fold of a quadrilateral its map has no inverse.
+    // Beyond the line where a quadrilateral's map folds it has no inverse.
     EXPECT_EQ(iGlobal_To_Local_Coords(&r, &s, 2, -1, kElements[6].coords.data(), 4),
               kLocalCoordsFailed);
     EXPECT_EQ(r, 7);

@@ -1,4 +1,4 @@
-// What every solver says of every kind of system: one table, case by solver.
+// The outcome of every solver for every kind of system: one table, case by solver.
 #include "numerics/FilledSystem.h"
 #include "numerics/Shape.h"
 #include "numerics/math_fpu_Exception.h"
@@ -18,7 +18,7 @@ namespace
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kOld = 12345; // an unknown of an older answer
+constexpr double kOld = 12345; // an unknown of an older solution
 
 struct Made
 {
@@ -46,7 +46,7 @@ struct Made
                 f(std::size_t(list[k / size]), std::size_t(list[k % size]), matrices[e][k]);
         }
     }
-    /// Loads that x answers.
+    /// Sets the loads for which x is the solution.
     Made& Answering(const Numbers& x)
     {
         truth = x;
@@ -57,7 +57,7 @@ struct Made
         b.assign(sums.begin(), sums.end());
         return *this;
     }
-    /// Row-wise backward error, without mercy for rows that cancel.
+    /// Row-wise backward error, without an allowance for rows that cancel.
     double RowWiseError(const Numbers& x) const
     {
         std::vector<long double> r(b.begin(), b.end()), terms(b.size());
@@ -181,7 +181,8 @@ Made UnheldFlow(int side)
     return made;
 }
 
-/// One upstream and one downstream unknown an element, carried @p wind times faster than spread.
+/// One upstream and one downstream unknown an element, with advection @p wind times faster than
+/// diffusion.
 Made Convection(int side, double wind)
 {
     Made made = UnheldFlow(side);

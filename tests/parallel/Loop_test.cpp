@@ -57,8 +57,8 @@ TEST_F(PoolTest, LoopsAndGroupsDoEachNumberOnce)
         }
 }
 
-/// Whatever the first passes cost, no thread keeps most of the long ones. Shares are not even where
-/// other programs take the processors.
+/// Whatever the first iterations cost, no thread gets most of the long ones. Shares are uneven when
+/// other programs use the processors.
 TEST_F(PoolTest, SharesLongPassesAfterCheapOnes)
 {
     constexpr std::size_t kCount = 1000, kLong = 128;

@@ -19,7 +19,7 @@ TEST(ProcessorFeatures, TheLevelIsCappedNeverRaised)
 TEST(ProcessorFeatures, TheNameHasNoBlanksAround)
 {
     const std::string name = platform::ProcessorName();
-    ASSERT_FALSE(name.empty()); // every processor of the last twenty years tells
+    ASSERT_FALSE(name.empty()); // every processor of the last twenty years reports one
     EXPECT_NE(name.front(), ' ');
     EXPECT_NE(name.back(), ' ');
 }

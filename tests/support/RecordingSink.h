@@ -1,5 +1,5 @@
 /// @file
-/// A log sink that keeps what it is given.
+/// A log sink that records its input.
 #pragma once
 
 #include "foundation/kvidbg.h"
@@ -12,7 +12,7 @@
 namespace support
 {
 
-/// The current sink while it lives. Threads: any.
+/// The current sink for its lifetime. Threads: any.
 class RecordingSink : public kvi::diag::IEventSink
 {
 public:

@@ -12,7 +12,7 @@ using namespace sys::thread;
 namespace
 {
 
-/// Notes which hooks ran; one of them fails.
+/// Records which hooks ran; one of them fails.
 struct Noted : SharedResource
 {
     gtl::status OnCreate() override { return Note('c'); }

@@ -40,10 +40,10 @@ public:
     unsigned long Steps() const { return steps_; }
     /// Whether sleepsBriefly may end while somebody else can run.
     bool Hurries() const { return hurries_; }
-    /// How many ended because nobody else could run.
+    /// How many timed sleeps ended because no other thread could run.
     unsigned long NapsToTheirEnd() const { return napsToTheirEnd_; }
 
-    /// What belongs to a machine.
+    /// A part of a machine.
     class Part
     {
     public:
@@ -166,7 +166,7 @@ private:
 
     Thread& Mine() { return threads_[running_]; }
 
-    /// Before each operation: a store or none comes out of a buffer, and somebody goes on.
+    /// Before each operation: drains a store of some buffer or none, and schedules a thread.
     void Step()
     {
         std::unique_lock lock(lock_);

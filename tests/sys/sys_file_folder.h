@@ -1,5 +1,5 @@
 /// @file
-/// A folder of its own for each test of files.
+/// A separate folder for each test of files.
 #pragma once
 
 #include "foundation/str.h"

@@ -1,5 +1,5 @@
 /// @file
-/// A key of its own for each test of the registry.
+/// A separate key for each test of the registry.
 #pragma once
 
 #include "platform/platform_env.h"

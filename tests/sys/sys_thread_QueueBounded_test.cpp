@@ -66,7 +66,7 @@ TEST(QueueBounded, HoldsAMillion)
 
 TEST(QueueBounded, ServesWritersInTurn)
 {
-    QueueBounded queue(8, 4, 3); // the first turn is the one behind writer 0
+    QueueBounded queue(8, 4, 3); // the first turn is the one after writer 0
     for (const int item : {0, 10, 20, 1, 21, 2})
         queue.Push(unsigned(item / 10), &item, sizeof item);
     for (const int expected : {10, 20, 0, 21, 1, 2})
@@ -142,7 +142,7 @@ TEST(QueueBounded, ReaderAndWriterSleepWhenIdle)
     Popped(queue);
 }
 
-/// Items of 3 to 40 words: writer, number, count of words, then words that tell where they belong.
+/// Items of 3 to 40 words: writer, number, count of words, then words that identify their position.
 struct Item
 {
     static constexpr unsigned kMost = 40;
@@ -165,7 +165,8 @@ struct Item
 void Pause(std::mt19937& random)
 {
     if (const unsigned dice = random() % 4096; dice == 0)
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 400)); // beyond patience
+        std::this_thread::sleep_for(
+            std::chrono::microseconds(random() % 400)); // longer than the back-off
     else if (dice < 8)
         std::this_thread::yield();
 }

@@ -97,7 +97,7 @@ TEST(Signal, SetThatRacesATimeOutIsNotLost)
         signal.Set();
         waiter.join();
         inTime += released ? 1 : 0;
-        // Either the waiter used the signal up, or it is still there.
+        // Either the waiter consumed the signal, or it is still set.
         EXPECT_NE(released, signal.Wait(0)) << round;
     }
     RecordProperty("in time", inTime);

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// Notes what its Sleep returns, one call for each length in @p lengths.
+/// Records the results of Sleep, one call for each length in @p lengths.
 class Sleeper : public Worker
 {
 public:
@@ -164,7 +164,7 @@ TEST(MonitorProcess, StopsWhenAsked)
 {
     bool called = false;
     const auto handle = MonitorProcess(::getpid(), [&] { called = true; });
-    Worker::NotifyWake(handle); // nothing to it
+    Worker::NotifyWake(handle); // ignored
     EXPECT_FALSE(Worker::Join(handle, 20));
     Worker::NotifyExit(handle);
     EXPECT_TRUE(Worker::Join(handle, kInfinite));

@@ -1,4 +1,4 @@
-// What the running process holds, and modules that it loads.
+// Resources of the running process, and modules that it loads.
 #pragma once
 
 #include <string>

@@ -7,7 +7,7 @@
 
 namespace
 {
-// What splitting freed blocks comes to; a lost object of a few bytes shows in fifty rounds.
+// Allowance for split free blocks; a leaked object of a few bytes shows in fifty rounds.
 constexpr long kRemainders = 256;
 } // namespace
 

@@ -46,7 +46,7 @@ TEST_F(ForkedChild, OwnsNoLockAndTakesThemAll)
     ASSERT_TRUE(semaphore.Acquire(0));
     EXPECT_EQ(InChild([&] {
                   const bool kept = lock.TryLock() || semaphore.Acquire(0);
-                  lock.Unlock(); // which is not the child's
+                  lock.Unlock(); // not owned by the child
                   SystemExclusiveAccess same;
                   return !kept && same.Open(kName).ok() && !same.TryLock();
               }),
@@ -118,7 +118,8 @@ TEST_F(ForkedChild, MeetsNoLockOfAThreadItDoesNotHave)
     EXPECT_EQ(key.ReadInt(L"child", -1), rounds - 1);
 }
 
-/// Starting programs, which share descriptors for a moment, neither keeps a mutex nor refuses it.
+/// Starting programs, which briefly share descriptors, neither keeps a mutex locked nor makes
+/// locking fail.
 TEST_F(ForkedChild, StartingProgramsDoesNotDisturbAMutex)
 {
     SystemExclusiveAccess lock;

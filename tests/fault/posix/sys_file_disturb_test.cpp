@@ -28,8 +28,8 @@ protected:
         InMemory::TearDown();
     }
 
-    /// Kills and fails @p work, which makes target out of @p source: there is then all of it or
-    /// what was there before, and nothing else but @p most files that killed processes have left.
+    /// Kills and fails @p work, which creates target from @p source: the target is then complete or
+    /// unchanged, and at most @p most files of killed processes are left.
     template <class Work>
     void ExpectWhole(const fs::path& source, bool replaces, bool moves, int most, Work work,
                      bool syncsLast = false)

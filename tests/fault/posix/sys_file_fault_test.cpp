@@ -1,4 +1,4 @@
-// Links, permissions, descriptors, names: what else can go wrong with files.
+// Other faults of files: links, permissions, descriptors, names.
 
 #include "fault/posix/tests_fault_posix.h"
 #include "foundation/KviError.h"
@@ -142,7 +142,7 @@ TEST_F(FileFaults, WhatTheUserMayNotDoIsRefusedWithAReason)
     EXPECT_EQ(Read(folder / "closed" / "a"), "a");
 }
 
-/// Whatever stands in the folder under whichever name, no other file is written.
+/// Whatever the folder contains, no other file is written.
 TEST_F(FileFaults, ASafeWriterGoesThroughNoLink)
 {
     Write(folder / "precious", "precious");

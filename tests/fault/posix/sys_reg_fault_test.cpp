@@ -54,7 +54,7 @@ protected:
     }
 
     /// Kills and fails @p work at each of its calls, beginning with a store of the bytes @p store.
-    /// The value v is then as before or as after, and after when the work said that it is done.
+    /// The value v is then the old or the new one, and the new one if the work reported success.
     template <class Work>
     void Disturb(const std::string& store, const std::wstring& before, const std::wstring& after,
                  Work work)
@@ -165,7 +165,7 @@ TEST_F(RegistryFaults, ADamagedStoreIsSetAsideAndTold)
     const std::string sound = Read(StoreFile());
     const std::string ruins[] = {
         "this is no store at all, but some other text that is long enough", // no header
-        sound.substr(0, 512) + std::string(sound.size() - 512, '\xA5'),     // pages of nonsense
+        sound.substr(0, 512) + std::string(sound.size() - 512, '\xA5'),     // invalid pages
         sound.substr(0, sound.size() / 2)};                                 // cut off
     int told = 0;
     for (const std::string& ruin : ruins)

@@ -1,5 +1,5 @@
 /// @file
-/// Child processes that something befalls at a chosen system call.
+/// Child processes disturbed at a chosen system call.
 #pragma once
 
 #include "fault/posix/tests_fault_posix.h"
@@ -68,16 +68,16 @@ inline bool StopAtCalls(bool looksToo)
            ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
-/// What became of a child.
+/// The outcome of a child process.
 struct Outcome
 {
-    bool reached = false; ///< it came to that call
+    bool reached = false; ///< it reached that call
     int result = -1;      ///< 0 when its work gave true, 1 for false; below 0 when it did not end
     bool allowed = true;  ///< a process may be watched here
 };
 
 /// Runs @p work in a child. At the entry of call number @p call, counted from 1, of those that
-/// change files it is killed: between two of them nothing else can be seen of its end. Or, with an
+/// change files it is killed: between two of them its end has no other visible effect. Or, with an
 /// @p error, call number @p call of those that change or look at files is not made and fails.
 template <class Work>
 Outcome Disturb(int call, int error, Work work)

@@ -1,5 +1,5 @@
 /// @file
-/// Child processes for tests of what goes wrong.
+/// Child processes for fault tests.
 #pragma once
 
 #include "sys/sys_file_folder.h"
@@ -29,7 +29,7 @@ int InChild(Check check)
     return WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + state;
 }
 
-/// Gives up root's rights, which pass every permission.
+/// Drops root's privileges, which bypass every permission.
 inline void BecomeOrdinary()
 {
     constexpr int kNobody = 65534;

@@ -33,7 +33,7 @@ namespace
 const std::wstring kName = child::Name(L"kvi fault killed");
 constexpr unsigned kCounts = 1 << 14;
 
-/// What the processes tell each other, in memory that all of them see.
+/// Data shared by the processes.
 struct Board
 {
     std::atomic<int> started;
@@ -56,7 +56,7 @@ Board& TheBoard(bool fresh)
     return *static_cast<Board*>(board);
 }
 
-/// A process that takes and gives for ever.
+/// A process that acquires and releases endlessly.
 class Taker
 {
 public:
@@ -147,7 +147,7 @@ TEST(NamedMutex, PassesOnFromWhoeverIsKilled)
     EXPECT_LE(overtaken[overtaken.size() / 2], 20)
         << "who comes back waits for who was there first";
     RecordProperty("killed as owners and first seen by the parent", owners);
-    // A count that was out when its taker died stays out, everything else is there.
+    // A count held by a process that died is lost, all others are available.
     int granted = 0;
     while (semaphore->Acquire(0))
         ++granted;

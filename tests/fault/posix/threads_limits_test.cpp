@@ -1,5 +1,4 @@
-// Threads and what they wait for where the system has nothing left to give, or something in the
-// way.
+// Threads and waitable objects when system resources are exhausted or names are occupied.
 
 #include "RunChild.h"
 #include "fault/posix/tests_fault_posix.h"
@@ -176,8 +175,8 @@ TEST_F(ThreadLimits, NamesLeadNowhereElse)
     });
 }
 
-/// Whoever makes the user's folder first, or leads it elsewhere, makes the names unusable: an
-/// error, and nobody goes on without the lock.
+/// Another user who creates the user's folder first, or links it elsewhere, makes the names
+/// unusable: an error, and no thread continues without the lock.
 TEST_F(ThreadLimits, AFolderOfNamesThatAnotherUserHasIsRefused)
 {
     ExpectWithTemporary(folder, [&] {

@@ -34,7 +34,7 @@ Solution Solve(Solver solver, const System& system, double tol = 1e-9, int maxIt
     return s;
 }
 
-/// ||b - A x|| over ||b||, or over ||b| + |A||x|| as the measure of what rounding allows.
+/// ||b - A x|| over ||b||, or over ||b| + |A||x|| as the bound set by rounding.
 double RelativeResidual(const System& system, const std::vector<double>& x, bool ofRounding = false)
 {
     double error = 0, size = 0;
@@ -54,7 +54,7 @@ double RelativeResidual(const System& system, const std::vector<double>& x, bool
     return std::sqrt(error / size);
 }
 
-/// Solved to @p tol, or Stagnated as far as rounding lets it.
+/// Solved to @p tol, or Stagnated at the level of rounding.
 void ExpectSolved(const System& system, const Solution& solution, double tol)
 {
     const bool isSolved = solution.record.residual <= tol;
@@ -118,7 +118,7 @@ TEST(Krylov, SolvesSystemsThatAreNotSymmetric)
         ExpectSolved(system, solution, 1e-9);
         EXPECT_LE(solution.record.iterations, 100);
     }
-    // Too much wind for the coarse levels: the incomplete factors take over.
+    // Too much advection for the coarse levels: the incomplete factors take over.
     const System stormy = systems::Flow(60, Uniform, 1, 4.0);
     const Solution solution = Solve(&SolveKrylovNonSymmetric, stormy);
     ExpectSolved(stormy, solution, 1e-9);
@@ -216,7 +216,7 @@ TEST(Krylov, SolvesSmallAndOddSystems)
         diagonal.AddRow({{i, i % 2 ? 1e-9 : 1e9}}, 1.0);
     for (double& value : negative.values)
         value = -value;
-    for (int i = 0; i < 900; ++i) // three times 300 unknowns that know nothing of each other
+    for (int i = 0; i < 900; ++i) // three uncoupled blocks of 300 unknowns
     {
         std::map<int, double> row{{i, 2.0}};
         if (i % 300 > 0)

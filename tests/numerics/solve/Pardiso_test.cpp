@@ -52,7 +52,7 @@ void StandIn(void* pt, const int* maxfct, const int* mnum, const int* mtype, con
     calls.push_back(call);
 }
 
-/// Puts the stand-in in the vendor's place while it lives.
+/// Replaces the vendor's solver by the test double for its lifetime.
 class PardisoCall : public testing::Test
 {
 protected:
@@ -165,7 +165,7 @@ SolveRecord Solve(const systems::System& system)
     return Pardiso().Solve(system.View(), system.b.data(), x.data());
 }
 
-/// The built-in counterpart in the vendor's place.
+/// The built-in solver in place of the vendor's.
 class PardisoBuiltIn : public testing::Test
 {
 protected:

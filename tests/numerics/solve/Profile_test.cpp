@@ -61,7 +61,7 @@ TEST(ProfileSolver, TellsWhatItCouldNotSolve)
         // Untouched equations have no pivot to be zero, unless they are to carry a load.
         {{{1}}, {{2}}, {0, 4, 0}, SolveOutcome::Solved, -1, {0, 2, 0}},
         {{{1}}, {{2}}, {0, 4, 1}, SolveOutcome::Singular, 2, {0, 2, 0}},
-        // Nothing holds these springs; the last unknown is held at 0, and the loads balance.
+        // Unsupported springs; the last unknown is held at 0, and the loads balance.
         {{{0, 1}, {1, 2}}, {kSpring, kSpring}, {-1, 0, 1}, SolveOutcome::Singular, 2, {-2, -1, 0}},
         // Two parts of which only the first is held.
         {{{0, 1}, {0}, {2, 3}},

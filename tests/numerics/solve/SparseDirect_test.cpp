@@ -246,7 +246,8 @@ TEST(SparseDirect, SolvesTheZooToItsRounding)
     {
         SCOPED_TRACE(row.name);
         std::vector<double> made = Make(row.system), x(made.size());
-        for (std::size_t i = 0; i < made.size(); ++i) // nothing is known of an empty equation
+        for (std::size_t i = 0; i < made.size();
+             ++i) // the unknown of an empty equation is undetermined
             if (row.system.rowStart[i] == row.system.rowStart[i + 1])
                 made[i] = 0;
         SparseDirect solver;

@@ -21,7 +21,7 @@ tagMultiVectorInt Star(int points)
     return elements;
 }
 
-/// Compares rows and landing places with additions made pair by pair.
+/// Compares rows and target positions with additions made pair by pair.
 void ExpectRight(const tagMultiVectorInt& elements, int count)
 {
     Pattern pattern;

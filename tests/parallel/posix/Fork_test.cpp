@@ -1,4 +1,4 @@
-// Threads that leave, and processes that lose them.
+// Threads that end, and forked processes without them.
 #include "parallel/For.h"
 #include "parallel/TaskGroup.h"
 

@@ -83,7 +83,7 @@ TEST(QueueRings, LetWritersInWhenTheReaderPopsNoMore)
                     rings.Push(0, &i, sizeof i);
             };
             const auto reader = [&] {
-                for (int i = 0; i < 400; ++i) // until the writer has gone to bed
+                for (int i = 0; i < 400; ++i) // until the writer is asleep
                     (void)clock.Load();
                 for (unsigned i = 0, item = 0; i < pops; ++i)
                     rings.Pop(&item, sizeof item);
