@@ -15,8 +15,6 @@
 namespace
 {
 
-const kvi::diag::DeclareCategoryMask kMath("Math");
-
 /// The one model of the process, and its owner.
 struct Model
 {
@@ -37,7 +35,7 @@ bool HasModel(const CLPProblem& problem, const wchar_t* operation)
 {
     if (theModel.owner == &problem && theModel.lp)
         return true;
-    KVI_LOG(kvi::diag::error, kMath,
+    KVI_LOG(kvi::diag::error, kvi::diag::kMathCategory,
             L"linear program: %s without a model: it was too large, another problem took it, or "
             L"it ended with one",
             operation);
@@ -46,7 +44,8 @@ bool HasModel(const CLPProblem& problem, const wchar_t* operation)
 
 void Refuse(const wchar_t* operation, const wchar_t* reason)
 {
-    KVI_LOG(kvi::diag::error, kMath, L"linear program: %s refused: %s", operation, reason);
+    KVI_LOG(kvi::diag::error, kvi::diag::kMathCategory, L"linear program: %s refused: %s",
+            operation, reason);
 }
 
 /// lp_solve crashes when an allocation fails, so allocation is tested before.
@@ -360,7 +359,7 @@ void CLPProblem::solve()
     if (result == INFEASIBLE || result == UNBOUNDED)
         s.status = result == INFEASIBLE ? CLPStatus::Infeasible : CLPStatus::Unbounded;
     else if (result != OPTIMAL)
-        KVI_LOG(kvi::diag::warning, kMath,
+        KVI_LOG(kvi::diag::warning, kvi::diag::kMathCategory,
                 L"linear program: no definite outcome, lp_solve returns %d", result);
     else if (std::any_of(s.solution.begin(), s.solution.end(),
                          [](double x) { return std::fabs(x) >= kInfinity; }))
@@ -370,7 +369,7 @@ void CLPProblem::solve()
     else
     {
         s.status = CLPStatus::NotSolved;
-        KVI_LOG(kvi::diag::warning, kMath,
+        KVI_LOG(kvi::diag::warning, kvi::diag::kMathCategory,
                 L"linear program: the optimum of lp_solve violates the constraints");
     }
 }

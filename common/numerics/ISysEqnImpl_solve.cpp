@@ -20,8 +20,6 @@ using numerics::MatrixView;
 namespace
 {
 
-const kvi::diag::DeclareCategoryMask kMath("Math");
-
 const wchar_t* Name(SolveMethod method)
 {
     switch (method)
@@ -51,7 +49,7 @@ void AdviseDirect(const SolveRecord& record, int equations)
                             record.outcome == SolveOutcome::Breakdown ||
                             record.outcome == SolveOutcome::NotConverged;
     if (isUnsolved || record.iterations > kMany)
-        KVI_LOG(kvi::diag::information, kMath,
+        KVI_LOG(kvi::diag::information, kvi::diag::kMathCategory,
                 L"%s: %d iterations for %d equations; a direct solver suits this matrix better",
                 Name(record.method), record.iterations, equations);
 }
@@ -70,10 +68,10 @@ void ISysEqnImpl::State::Report(const SolveRecord& record)
     if (record.equation >= 0)
         what += L"; equation " + std::to_wstring(record.equation) + L", counted from 0";
     if (record.method == SolveMethod::None)
-        KVI_LOG(level, kMath, L"%s: %s", Name(record.method), what);
+        KVI_LOG(level, kvi::diag::kMathCategory, L"%s: %s", Name(record.method), what);
     else
-        KVI_LOG(level, kMath, L"%s: %s; residual %g, row-wise error %g", Name(record.method), what,
-                record.residual, record.rowWiseError);
+        KVI_LOG(level, kvi::diag::kMathCategory, L"%s: %s; residual %g, row-wise error %g",
+                Name(record.method), what, record.residual, record.rowWiseError);
 }
 
 MatrixView ISysEqnImpl::State::Reduce(const double*& rhs)
@@ -136,7 +134,8 @@ void ISysEqnImpl::State::Finish(SolveRecord record)
     last = std::move(record);
     Report(last);
     if (last.outcome == SolveOutcome::Solved)
-        KVI_LOG(kvi::diag::verbose, kMath, L"%s: %d equations solved, row-wise error %g",
+        KVI_LOG(kvi::diag::verbose, kvi::diag::kMathCategory,
+                L"%s: %d equations solved, row-wise error %g",
                 last.solver.empty() ? Name(last.method) : last.solver.c_str(), Size(),
                 last.rowWiseError);
 }

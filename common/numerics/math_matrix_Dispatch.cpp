@@ -131,8 +131,6 @@ private:
     bool isRegular_ = true;
 };
 
-const kvi::diag::DeclareCategoryMask kMath("Math");
-
 } // namespace
 
 bool IsPossibleSize(int rows, int columns, std::size_t bytes)
@@ -140,7 +138,8 @@ bool IsPossibleSize(int rows, int columns, std::size_t bytes)
     constexpr std::uint64_t kMost = std::numeric_limits<std::ptrdiff_t>::max();
     if (rows >= 0 && columns >= 0 && std::uint64_t(rows) * unsigned(columns) <= kMost / bytes)
         return true;
-    KVI_LOG(kvi::diag::error, kMath, "a matrix of %d x %d elements is impossible", rows, columns);
+    KVI_LOG(kvi::diag::error, kvi::diag::kMathCategory,
+            "a matrix of %d x %d elements is impossible", rows, columns);
     return false;
 }
 

@@ -1,6 +1,6 @@
 // A machine whose every step a seed decides: one thread runs at a time, and stores wait in a buffer
-// of their thread before the others see them, as on x86. Time passes, so that sleepsBriefly end, at
-// any moment or only when nobody else can run, as the seed has it.
+// of their thread before the others see them, as on x86. Timed sleeps
+// end at any moment or only when no other thread can run, depending on the seed.
 #pragma once
 
 #include <algorithm>
@@ -38,10 +38,10 @@ public:
     }
 
     unsigned long Steps() const { return steps_; }
-    /// Whether sleepsBriefly may end while somebody else can run.
+    /// Whether timed sleeps may end while another thread can run.
     bool Hurries() const { return hurries_; }
     /// How many timed sleeps ended because no other thread could run.
-    unsigned long NapsToTheirEnd() const { return napsToTheirEnd_; }
+    unsigned long Timeouts() const { return timeouts_; }
 
     /// A part of a machine.
     class Part
@@ -183,16 +183,16 @@ private:
 
     void PassOn()
     {
-        std::vector<std::size_t> ready, napping;
+        std::vector<std::size_t> ready, timedSleepers;
         for (std::size_t i = 0; i < threads_.size(); ++i)
             if (!threads_[i].ended && threads_[i].spot == nullptr)
                 ready.push_back(i);
             else if (!threads_[i].ended && threads_[i].sleepsBriefly)
-                napping.push_back(i);
+                timedSleepers.push_back(i);
         if (ready.empty() || hurries_)
         {
-            napsToTheirEnd_ += ready.empty() && !napping.empty() ? 1 : 0;
-            ready.insert(ready.end(), napping.begin(), napping.end());
+            timeouts_ += ready.empty() && !timedSleepers.empty() ? 1 : 0;
+            ready.insert(ready.end(), timedSleepers.begin(), timedSleepers.end());
         }
         const bool over = std::all_of(threads_.begin(), threads_.end(),
                                       [](const Thread& thread) { return thread.ended; });
@@ -229,5 +229,5 @@ private:
     std::vector<Thread> threads_;
     std::size_t running_ = SIZE_MAX;
     bool stuck_ = false;
-    unsigned long steps_ = 0, napsToTheirEnd_ = 0;
+    unsigned long steps_ = 0, timeouts_ = 0;
 };

@@ -14,7 +14,7 @@ namespace
 struct Outcome
 {
     bool ended;
-    unsigned long steps, naps;              // those to their end
+    unsigned long steps, timeouts;          // those to their end
     std::vector<std::vector<int>> received; // of each writer
 };
 
@@ -48,7 +48,7 @@ Outcome Transfer(unsigned seed, int writers, int items, bool barrier = true)
     });
     outcome.ended = machine.Run(programs);
     outcome.steps = machine.Steps();
-    outcome.naps = machine.NapsToTheirEnd();
+    outcome.timeouts = machine.Timeouts();
     return outcome;
 }
 
@@ -65,7 +65,7 @@ TEST(QueueRings, LoseNothingUnderAnySchedule)
         ASSERT_TRUE(outcome.ended) << "a wake-up was lost; replay with seed " << seed;
         for (const auto& received : outcome.received)
             ASSERT_EQ(received, inOrder) << "seed " << seed;
-        ASSERT_EQ(outcome.naps, 0u) << "a writer overslept; replay with seed " << seed;
+        ASSERT_EQ(outcome.timeouts, 0u) << "a writer overslept; replay with seed " << seed;
     }
 }
 
@@ -89,8 +89,8 @@ TEST(QueueRings, LetWritersInWhenTheReaderPopsNoMore)
                     rings.Pop(&item, sizeof item);
             };
             ASSERT_TRUE(machine.Run({writer, reader})) << "replay with seed " << seed;
-            const bool naps = !machine.Hurries() && pops < Slots(seed) / 2;
-            ASSERT_EQ(machine.NapsToTheirEnd(), naps ? 1u : 0u) << "seed " << seed;
+            const bool timesOut = !machine.Hurries() && pops < Slots(seed) / 2;
+            ASSERT_EQ(machine.Timeouts(), timesOut ? 1u : 0u) << "seed " << seed;
         }
 }
 
