@@ -162,7 +162,7 @@ const Claim kClaims[] = {
          const int solver = kvi::diag::CategoryMask("Math.Solver");
          return kvi::diag::CategoryMask("math") == (kvi::diag::kMathCategory | solver);
      }},
-    {"foundation/kvidbg_Category.h", "the first ones of the registry: bits 4 and 8",
+    {"foundation/kvidbg_Category.h", "the first of the registry: bits 4 and 8",
      [] { return (kvi::diag::kMathCategory & 4) != 0 && kvi::diag::kMessageCategory == 8; }},
     {"foundation/math_impl_ConvertFloat.h",
      "1.005 is held as 1.00499999999999989..., so it never rounds up to 1.01",
@@ -423,7 +423,7 @@ const Claim kClaims[] = {
          queue.Push(0, "b", 1);
          return hasRoom && queue.IsFull(0);
      }},
-    {"sys/sys_thread_affinity.h", "Always true: the check is switched off, on purpose",
+    {"sys/sys_thread_affinity.h", "Always true: the check is disabled on purpose",
      [] { return sys::thread::affinity::TestThreadSafeModify({5}, 7); }},
 };
 
