@@ -76,11 +76,12 @@ long ISysEqnImpl::InsertIntoSysCoefMtx(int element, const tagMatrixDbl* m)
     const numerics::Pattern& p = s.pattern;
     const std::size_t e = std::size_t(element);
     if (element < 0 || e >= p.elements.Count())
-        s.Drop(L"there is no element " + std::to_wstring(element));
+        s.Drop(L"InsertIntoSysCoefMtx: there is no element " + std::to_wstring(element));
     else if (const std::size_t size = p.offsetStart[e + 1] - p.offsetStart[e];
              m->values.size() != size)
-        s.Drop(L"the matrix of element " + std::to_wstring(element) + L" has " +
-               std::to_wstring(m->values.size()) + L" entries instead of " + std::to_wstring(size));
+        s.Drop(L"InsertIntoSysCoefMtx: the matrix of element " + std::to_wstring(element) +
+               L" has " + std::to_wstring(m->values.size()) + L" entries instead of " +
+               std::to_wstring(size));
     else
         AddElement(p, e, m->values.data(), s.values.data());
     return 0;
@@ -91,7 +92,7 @@ long ISysEqnImpl::InsertElementsIntoSysCoefMtx(int first, int count, const doubl
     State& s = *state_;
     if (first < 0 || count < 0 ||
         std::size_t(first) + std::size_t(count) > s.pattern.elements.Count())
-        s.Drop(L"element matrices reach past the last element");
+        s.Drop(L"InsertElementsIntoSysCoefMtx: element matrices reach past the last element");
     else
         AddElements(s.pattern, std::size_t(first), std::size_t(count), matrices, s.values.data(),
                     s.threads);
@@ -106,7 +107,7 @@ long ISysEqnImpl::InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
     const std::size_t size = list.size();
     if (m->values.size() != std::uint64_t{size} * size)
     {
-        s.Drop(L"a matrix does not fit its list of equations");
+        s.Drop(L"InsertIntoSysCoefMtxByEqnIndxs: the matrix does not fit its list of equations");
         return 0;
     }
     const double* entry = m->values.data();
@@ -117,8 +118,9 @@ long ISysEqnImpl::InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
             if (at >= 0)
                 s.values[std::size_t(at)] += *entry;
             else
-                s.Drop(L"a coefficient lies outside the pattern, row " + std::to_wstring(list[i]) +
-                           L", column " + std::to_wstring(list[j]),
+                s.Drop(L"InsertIntoSysCoefMtxByEqnIndxs: a coefficient lies outside the pattern, "
+                       L"row " +
+                           std::to_wstring(list[i]) + L", column " + std::to_wstring(list[j]),
                        list[i]);
         }
     return 0;
@@ -128,20 +130,20 @@ namespace
 {
 
 /// Calls f(equation, value) for each pair. Drops a whole contribution with unequal counts, and of
-/// others the pairs outside the system; @p what names it.
+/// others the pairs outside the system; @p call names the operation.
 template <class State, class F>
-void ForEach(State& s, const wchar_t* what, const tagVectorInt& equations, const tagVectorDbl& v,
+void ForEach(State& s, const wchar_t* call, const tagVectorInt& equations, const tagVectorDbl& v,
              F f)
 {
     const std::size_t count = equations.values.size();
     if (count != v.values.size())
-        return s.Drop(what + (L": " + std::to_wstring(count)) + L" equations, but " +
+        return s.Drop(call + (L": " + std::to_wstring(count)) + L" equations, but " +
                       std::to_wstring(v.values.size()) + L" values");
     for (std::size_t k = 0; k < count; ++k)
         if (const int i = equations.values[k]; s.Has(i))
             f(std::size_t(i), v.values[k]);
         else
-            s.Drop(what + (L": there is no equation " + std::to_wstring(i)), i);
+            s.Drop(call + (L": there is no equation " + std::to_wstring(i)), i);
 }
 
 } // namespace
@@ -149,21 +151,23 @@ void ForEach(State& s, const wchar_t* what, const tagVectorInt& equations, const
 long ISysEqnImpl::AddToRHSVector(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(s, L"loads", *equations, *v, [&](std::size_t i, double value) { s.b[i] += value; });
+    ForEach(s, L"AddToRHSVector", *equations, *v,
+            [&](std::size_t i, double value) { s.b[i] += value; });
     return 0;
 }
 
 long ISysEqnImpl::SetUnknownVector(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(s, L"unknowns", *equations, *v, [&](std::size_t i, double value) { s.x[i] = value; });
+    ForEach(s, L"SetUnknownVector", *equations, *v,
+            [&](std::size_t i, double value) { s.x[i] = value; });
     return 0;
 }
 
 long ISysEqnImpl::FixUnknowns(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(s, L"fixed unknowns", *equations, *v, [&](std::size_t i, double value) {
+    ForEach(s, L"FixUnknowns", *equations, *v, [&](std::size_t i, double value) {
         s.fixedCount += 1 - s.fixed[i];
         s.fixed[i] = 1;
         s.prescribed[i] = value;

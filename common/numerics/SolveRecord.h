@@ -52,7 +52,9 @@ struct SolveRecord
     int worstEquation = -1;   ///< zero-based equation of rowWiseError, -1 when that is 0
     int looseModes =
         0; ///< when Singular, number of independent unconstrained modes found, a lower bound
-    std::wstring reason; ///< a sentence for the log, empty when solved
+    /// A sentence for the log, empty when solved; of an operation that was refused its name comes
+    /// first.
+    std::wstring reason;
     std::wstring solver; ///< the solver used, such as "pardiso (mkl 2020.4)"
 };
 

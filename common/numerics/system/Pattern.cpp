@@ -145,12 +145,13 @@ int Pattern::Find(int row, int column) const
     return found == last || *found != column ? -1 : int(found - columns.data());
 }
 
-SolveRecord EmptyPattern(Pattern& pattern, SolveOutcome outcome, std::wstring reason, int equation)
+SolveRecord EmptyPattern(Pattern& pattern, SolveOutcome outcome, const std::wstring& reason,
+                         int equation)
 {
     pattern = {};
     pattern.rowStart = {0};
     pattern.offsetStart = {0};
-    return Refused(outcome, std::move(reason), equation);
+    return Refused(outcome, L"Initialize: " + reason, equation);
 }
 
 SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& pattern,

@@ -54,7 +54,7 @@ SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& 
                          int threads = 0);
 
 /// Empties @p pattern. @returns the record with the reason
-SolveRecord EmptyPattern(Pattern& pattern, SolveOutcome outcome, std::wstring reason,
+SolveRecord EmptyPattern(Pattern& pattern, SolveOutcome outcome, const std::wstring& reason,
                          int equation = -1);
 
 /// values (at the pattern's positions) += the element's matrix @p m, row-major
