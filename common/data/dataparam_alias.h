@@ -1,5 +1,5 @@
 /// @file
-/// Descriptive names for the quantities that seepage analysis uses.
+/// Descriptive names for the quantities that analyses use.
 #pragma once
 
 #include "data/DataParamType.h"
@@ -42,6 +42,9 @@ inline constexpr DataParamType ConductivityPower = DataParamType::Param0272;
 /// The suction up to which the integral law of relative conductivity gives 1.
 inline constexpr DataParamType ConductivityStart = DataParamType::Param0283;
 inline constexpr DataParamType Area = DataParamType::Param0205; ///< length squared
+
+/// @name From 0 to 0.49
+inline constexpr DataParamType PoissonRatio = DataParamType::Param0078; ///< a plain number
 
 /// @name From 0 to 1
 inline constexpr DataParamType SaturatedWaterContent =

@@ -37,6 +37,7 @@ constexpr Named kNamed[] = {
     NAMED(ConductivityPower, "1"),
     NAMED(ConductivityStart, "pressure"),
     NAMED(Area, "length^2"),
+    NAMED(PoissonRatio, "1"),
     NAMED(SaturatedWaterContent, "1"),
     NAMED(WaterContent, "1"),
     NAMED(RelativeConductivity, "1"),
