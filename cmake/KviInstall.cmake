@@ -70,5 +70,5 @@ if(TARGET percova)
   install(FILES "${cases}/U1-dam.problem.json" "${cases}/mesh/U1-dam.geo" "${cases}/mesh/U1-dam.q8.v41.msh"
           DESTINATION ${CMAKE_INSTALL_DATADIR}/kvi/dam COMPONENT tools)
 endif()
-install(FILES README.md CHANGELOG.md NOTICE.md SECURITY.md docs/engine-authors.md
+install(FILES README.md CHANGELOG.md NOTICE.md SECURITY.md docs/guide.md docs/engine-authors.md docs/python.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
