@@ -13,9 +13,8 @@ namespace sys::file
 {
 namespace
 {
-using impl::IsUsable;
 
-/// @p path without separators behind its last part.
+/// @p path without trailing separators.
 std::wstring WithoutEnd(std::wstring path)
 {
     while (path.size() > platform::RootOf(path).length && platform::IsSeparator(path.back()))
@@ -23,7 +22,7 @@ std::wstring WithoutEnd(std::wstring path)
     return path;
 }
 
-/// Makes the folder @p path, and those above it as far as they are missing.
+/// Creates the folder @p path and missing parents.
 unsigned long MakeFolders(const std::wstring& path)
 {
     const auto make = [&] {
@@ -45,8 +44,8 @@ unsigned long MakeFolders(const std::wstring& path)
     return above != 0 ? above : make();
 }
 
-/// The folder that a deletion means, as the system reads the path: what was compared with the roots
-/// is what is deleted. "link\\." and "link\\.." are resolved as text, as everywhere in these paths,
+/// The folder of a deletion, as the system interprets the path: the path compared with the roots is
+/// the path deleted. "link\\." and "link\\.." are resolved as text, as everywhere in these paths,
 /// not by what a link leads to.
 std::wstring DeletionFolder(const std::wstring& dir) { return WithoutEnd(GetAbsolutePath(dir)); }
 
@@ -66,7 +65,7 @@ gtl::status DeleteFilesThat(const std::wstring& dir, int recurse,
     if (!IsUsable(dir) || (recurse != 0 && IsRoot(DeletionFolder(dir))))
         return KviError::File::invalid_path(dir);
     const auto fault = platform::DeleteIn(DeletionFolder(dir), {recurse != 0, false, wanted});
-    return impl::Failure(fault.error, fault.path, &KviError::File::del);
+    return Failure(fault.error, fault.path, &KviError::File::del);
 }
 } // namespace
 
@@ -92,8 +91,8 @@ gtl::status SetReadOnly(const std::wstring& path, bool readOnly)
 {
     if (!IsUsable(path))
         return KviError::File::invalid_path(path);
-    return impl::FailureOfExisting(platform::SetReadOnlyAttribute(path, readOnly), path,
-                                   &KviError::File::set_attrib);
+    return FailureOfExisting(platform::SetReadOnlyAttribute(path, readOnly), path,
+                             &KviError::File::set_attrib);
 }
 
 gtl::status GetLastWriteTime(Time& time, const std::wstring& path)
@@ -104,7 +103,7 @@ gtl::status GetLastWriteTime(Time& time, const std::wstring& path)
     const unsigned long error = platform::GetFileInfo(path, info);
     if (error == 0)
         time.ticks = info.written;
-    return impl::FailureOfExisting(error, path, &KviError::File::open);
+    return FailureOfExisting(error, path, &KviError::File::open);
 }
 
 gtl::status Copy(const std::wstring& from, const std::wstring& to)
@@ -150,9 +149,9 @@ gtl::status DeleteDirectory(const std::wstring& dir, int recurse)
         const auto fault =
             platform::DeleteIn(folder, {true, true, [](const std::wstring&) { return true; }});
         if (fault.error != 0)
-            return impl::Failure(fault.error, fault.path, &KviError::File::del);
+            return Failure(fault.error, fault.path, &KviError::File::del);
     }
-    return impl::Failure(platform::DeleteEmptyFolder(folder), dir, &KviError::File::del);
+    return Failure(platform::DeleteEmptyFolder(folder), dir, &KviError::File::del);
 }
 
 gtl::status CreateDirectory(const std::wstring& path)
@@ -161,7 +160,7 @@ gtl::status CreateDirectory(const std::wstring& path)
         return KviError::File::invalid_path(path);
     if (path.size() > platform::PathLimit())
         return KviError::File::file_path_too_long(path, platform::PathLimit());
-    return impl::Failure(MakeFolders(WithoutEnd(path)), path, &KviError::File::create_dir);
+    return Failure(MakeFolders(WithoutEnd(path)), path, &KviError::File::create_dir);
 }
 
 } // namespace sys::file

@@ -1,10 +1,10 @@
 /// @file
 /// Files, folders and paths.
 ///
-/// A path is wide text whose parts are parted by backslashes, on every platform; on Linux
-/// "\home\ann" is /home/ann, and a slash is read as a backslash. A path that is empty or holds a
-/// zero is refused as invalid. Every failure is one of KviError::File with the path and the
-/// system's reason. Threads: any, but the current folder is one for the whole process.
+/// A path is wide text with backslash separators on every platform; on Linux "\home\ann" is
+/// /home/ann, and a slash is read as a backslash. A path that is empty or contains a zero is
+/// refused as invalid. Every failure is one of KviError::File with the path and the system's
+/// reason. Threads: any, but the current folder is shared by the whole process.
 #pragma once
 
 #include "foundation/gtl_status.h"
@@ -18,7 +18,7 @@
 #include <string>
 #include <type_traits>
 
-// Windows' headers make macros of some names; here they are names.
+// Windows' headers define some of these names as macros.
 #pragma push_macro("CreateDirectory")
 #pragma push_macro("GetCurrentDirectory")
 #pragma push_macro("SetCurrentDirectory")
@@ -32,50 +32,50 @@ namespace sys::file
 /// @name Files
 /// @{
 
-/// Whether there is a file or folder @p path; a link to nothing is none.
+/// Whether a file or folder @p path exists; a dangling link does not count.
 KVI_API bool Exists(const std::wstring& path);
 /// Bytes in the file; 0 when there is none.
 KVI_API std::uint64_t FileSize(const std::wstring& path);
 /// Whether the file has the read-only attribute: on Linux, nobody's permission to write.
 KVI_API bool IsReadOnly(const std::wstring& path);
-/// Sets or takes away that attribute; on Linux taking it away lets the owner write.
+/// Sets or clears that attribute; on Linux clearing it lets the owner write.
 KVI_API gtl::status SetReadOnly(const std::wstring& path, bool readOnly);
 /// When the file was last written.
 KVI_API gtl::status GetLastWriteTime(Time& time, const std::wstring& path);
 
 /// Copies the file @p from to @p to: bytes, read-only attribute and time of the last write; to a
-/// new file also the permissions. A file that is there keeps its owner and access rights. Either
-/// the whole copy appears or nothing changes, also when the process is killed (on Windows a file
-/// "~kvi*.tmp" beside @p to may then stay); except that on Linux a file with several names, or one
-/// that this user may write but not replace with its owner kept, is overwritten in place. A
+/// new file also the permissions. An existing file keeps its owner and access rights. Either the
+/// whole copy appears or nothing changes, also when the process is killed (on Windows a file
+/// "~kvi*.tmp" beside @p to may then remain); except that on Linux a file with several names, or
+/// one that this user may write but not replace with its owner kept, is overwritten in place. A
 /// read-only file is not replaced, nor a file by itself, nor a folder. A link is followed.
 KVI_API gtl::status Copy(const std::wstring& from, const std::wstring& to);
-/// Gives a file or folder a new name, which nothing may have yet; a file also on another disk,
-/// where it is written to the disk before the old one goes. Either it has the new name or the old
+/// Renames a file or folder to a name that does not exist yet; a file also to another disk, where
+/// it is written to the disk before the old one is deleted. It has either the new name or the old
 /// one.
 KVI_API gtl::status Rename(const std::wstring& from, const std::wstring& to);
 
 /// Deletes the files in @p dir; with @p recurse other than 0, also those in all folders below,
-/// which stay. Read-only files stay and are a failure; after a failure the others are still
-/// deleted and the first one is told. A link is deleted, not followed; @p dir must not be one, nor
+/// which stay. Read-only files stay and are a failure; after a failure the others are still deleted
+/// and the first failure is returned. A link is deleted, not followed; @p dir must not be one, nor
 /// with @p recurse a root.
 KVI_API gtl::status DeleteFiles(const std::wstring& dir, int recurse);
-/// The same for files whose extensions @p filter wants.
+/// The same for files whose extensions @p filter accepts.
 KVI_API gtl::status DeleteFiles(const std::wstring& dir, const Finder::Filter& filter, int recurse);
 /// Deletes the folder: an empty one, or with @p recurse other than 0 with all that is in it.
 /// Of a link, the link alone. A root is refused.
 KVI_API gtl::status DeleteDirectory(const std::wstring& dir, int recurse);
 
-/// Looks for a file in the folders of @p dir, parted by ";" (empty: the current one).
+/// Looks for a file in the folders of @p dir, separated by ";" (empty: the current one).
 /// @param name  the file, also as an absolute path
 /// @param ext   appended to a name without extension
 /// @param[out] found  the absolute path of the first one; not written on failure
 KVI_API gtl::status Find(std::wstring& found, const std::wstring& dir, const std::wstring& name,
                          const std::wstring& ext);
 
-/// The text of a file in UTF-8 or, with a byte-order mark, UTF-16, line ends as they are; the mark
-/// is left out, what is invalid becomes U+FFFD. Empty when the file cannot be read; what is no
-/// regular file is not waited for.
+/// The text of a file in UTF-8 or, with a byte-order mark, UTF-16, line ends unchanged; the mark is
+/// removed, invalid input becomes U+FFFD. Empty when the file cannot be read; only regular files
+/// are read.
 KVI_API std::wstring ReadTextFile(const std::wstring& path);
 /// Writes @p text in UTF-8 as the whole of the file @p path, by a SafeWriter: the file has the new
 /// text or what it had before.
@@ -85,7 +85,7 @@ KVI_API gtl::status WriteTextFile(const std::wstring& path, const std::wstring& 
 /// @name Folders
 /// @{
 
-/// Makes a folder and those above it; one that is there is right.
+/// Creates a folder and its parents; an existing one is no failure.
 KVI_API gtl::status CreateDirectory(const std::wstring& path);
 /// The folder for temporary files, with "\" at its end.
 KVI_API gtl::status GetTempDirectory(std::wstring& path);
@@ -95,7 +95,7 @@ KVI_API gtl::status GetTempFilename(std::wstring& path);
 /// @param prefix  what the name begins with; no separators
 KVI_API gtl::status GetTempFilename(std::wstring& path, const std::wstring& prefix);
 /// @}
-/// The folder at which relative paths begin; empty when it is gone.
+/// The folder to which relative paths refer; empty when it no longer exists.
 KVI_API std::wstring GetCurrentDirectory();
 /// Makes @p path that folder.
 KVI_API gtl::status SetCurrentDirectory(const std::wstring& path);
@@ -131,8 +131,7 @@ requires(sizeof(Guid) == sizeof(FolderNumber) && std::is_trivially_copyable_v<Gu
 /// @name Paths
 /// @{
 
-/// What the system's own functions and streams take as a path: wide text on Windows, bytes on
-/// Linux.
+/// The path type of the system's own functions and streams: wide text on Windows, bytes on Linux.
 using NativeString = std::conditional_t<sizeof(wchar_t) == 2, std::wstring, std::string>;
 /// @p path for the host's own streams, whatever characters it has and however long it is.
 /// @code
@@ -140,7 +139,8 @@ using NativeString = std::conditional_t<sizeof(wchar_t) == 2, std::wstring, std:
 /// @endcode
 KVI_API NativeString NativePath(const std::wstring& path);
 
-/// @p path from its root on, without "." and ".."; the empty one stays empty. Nothing has to exist.
+/// @p path from its root on, without "." and ".."; the empty one stays empty. The path need not
+/// exist.
 KVI_API std::wstring GetAbsolutePath(const std::wstring& path);
 /// @p path as seen from the folder @p base: "..\b.x" or, for the folder itself, ".". Paths on
 /// different drives or servers give the absolute path.

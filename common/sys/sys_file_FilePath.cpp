@@ -30,12 +30,12 @@ FilePath::FilePath(const std::wstring& text)
     if (text.find(L';') == std::wstring::npos)
         abs_ = text;
     else
-        (void)SetDelimPath(text); // both paths empty tell
+        (void)SetDelimPath(text); // failure leaves both paths empty
 }
 
 void FilePath::SetPath(const std::wstring& abs, const std::wstring& rel)
 {
-    std::wstring newRel = rel; // either may be one of ours
+    std::wstring newRel = rel; // either may alias a member
     abs_ = abs;
     rel_ = std::move(newRel);
 }

@@ -25,8 +25,8 @@ public:
     void SetPath(const std::wstring& abs, const std::wstring& rel);
     /// Reads what FullPath writes.
     ///
-    /// ";" parts fields, quotation marks hold a field with ";" in it, "&" takes the next character
-    /// as it is. Text without exactly two fields clears both paths and gives invalid_path.
+    /// ";" separates fields, quotation marks enclose a field containing ";", "&" escapes the next
+    /// character. Text without exactly two fields clears both paths and gives invalid_path.
     gtl::status SetDelimPath(const std::wstring& text);
     /// Empties both paths.
     void Clear();
@@ -36,7 +36,7 @@ public:
     const std::wstring& AbsFilePath() const { return abs_; } ///< the absolute path
     const std::wstring& RelFilePath() const { return rel_; } ///< the relative path
     /// Both in one text: each in quotation marks unless it is empty, ";" between them. A path with
-    /// a quotation mark in it, which Windows has none of, cannot be read back.
+    /// a quotation mark, which Windows does not allow, cannot be read back.
     std::wstring FullPath() const;
 
     /// Both texts equal, case too.

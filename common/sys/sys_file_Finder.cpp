@@ -59,12 +59,12 @@ bool Finder::FindFile(const std::wstring& pattern)
     if (foldersOnly)
         path.pop_back();
     const std::size_t nameBegin = path.find_last_of(L"\\/:") + 1; // npos + 1 is 0
-    if (!impl::IsUsable(path) || nameBegin == path.size())
+    if (!IsUsable(path) || nameBegin == path.size())
         return false;
     const bool dotted = path.find(L'.', nameBegin) != std::wstring::npos;
     state_->mode = foldersOnly ? kFolders : dotted ? kFiles : kFiles | kFolders;
     state_->folder = path.substr(0, nameBegin);
-    if (state_->search.Open(path, {&impl::MatchesPattern, &Before}) != 0)
+    if (state_->search.Open(path, {&MatchesPattern, &Before}) != 0)
         return false;
     return Settle();
 }

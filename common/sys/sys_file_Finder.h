@@ -12,7 +12,7 @@
 #include <string>
 #include <type_traits>
 
-// Windows' headers make macros of some names; here they are names.
+// Windows' headers define some of these names as macros.
 #pragma push_macro("FindNextFile")
 #undef FindNextFile
 
@@ -21,10 +21,10 @@ namespace sys::file
 
 /// A search in one folder, entry by entry.
 ///
-/// Entries that vanish during the search are passed over. A link counts as what it leads to, or as
-/// a file when that is nothing (Linux), or as the kind of entry it is (Windows). On Linux "*" and
-/// "?" match without regard to case and entries come in alphabetical order, as Windows has it;
-/// a pattern without them names one entry exactly.
+/// Entries that vanish during the search are skipped. A link counts as its target, or as a file
+/// when it is dangling (Linux), or as the kind of entry it is (Windows). On Linux "*" and "?" match
+/// ignoring case and entries are in alphabetical order, as on Windows; a pattern without them names
+/// one entry exactly.
 /// @code
 /// Finder finder{Finder::ExtensionFilter(L".res")};
 /// for (bool found = finder.FindFile(folder + L"*.*"); found; found = finder.FindNextFile())
@@ -65,7 +65,7 @@ public:
         : Finder(std::shared_ptr<const Filter>(new F(filter)))
     {
     }
-    /// Known only as a Filter it cannot be copied: @p filter must outlive the search.
+    /// Not copied: @p filter must outlive the search.
     explicit Finder(const Filter& filter);
     virtual ~Finder();
     Finder(const Finder&) = delete;
@@ -77,7 +77,7 @@ public:
     bool FindFile(const std::wstring& pattern);
     /// Goes to the next entry. @returns whether there is one
     bool FindNextFile();
-    /// Ends the search; the destructor does it, too.
+    /// Ends the search, as does the destructor.
     void Close();
 
     /// The entry: a file in three parts, or a folder as the part dir alone. Empty when there is
@@ -97,7 +97,7 @@ public:
     /// @}
 
 protected:
-    /// Whether the entry that the system has found is passed over.
+    /// Whether the entry found by the system is skipped.
     bool IsFiltered() const;
 
 private:

@@ -18,7 +18,7 @@ class FileInputStream : public IInputStream
 {
 public:
     FileInputStream(const std::wstring& path, bool shared)
-        : path_(path), usable_(impl::IsUsable(path)), error_(usable_ ? file_.Open(path, shared) : 0)
+        : path_(path), usable_(IsUsable(path)), error_(usable_ ? file_.Open(path, shared) : 0)
     {
     }
 
@@ -26,7 +26,7 @@ public:
     {
         if (!usable_)
             return KviError::File::invalid_path(path_);
-        return impl::FailureOfExisting(error_, path_, &KviError::File::open);
+        return FailureOfExisting(error_, path_, &KviError::File::open);
     }
 
     gtl::status Read(void* buffer, unsigned long size, unsigned long& got) override
@@ -39,11 +39,11 @@ public:
         {
             if (next_ == buffer_.size())
             {
-                // What fills the buffer anyway goes where it is wanted.
+                // Reads of at least the buffer's size bypass it.
                 if (size - got >= kBuffer)
                     return ReadDirectly(out + got, size - got, got);
                 if (const unsigned long error = Fill(); error != 0)
-                    return impl::Failure(error, path_, &KviError::File::read);
+                    return Failure(error, path_, &KviError::File::read);
                 if (buffer_.empty())
                     return {};
             }
@@ -68,7 +68,7 @@ public:
     {
         if (!usable_ || error_ != 0)
             return State();
-        return impl::Failure(file_.Size(size), path_, &KviError::File::read);
+        return Failure(file_.Size(size), path_, &KviError::File::read);
     }
 
     const std::wstring& Name() const override { return path_; }
@@ -81,7 +81,7 @@ private:
         const unsigned long error = file_.Read(buffer_.data(), kBuffer, n);
         buffer_.resize(n);
         next_ = 0;
-        return n > 0 ? 0 : error; // bytes first: the next fill meets the error again
+        return n > 0 ? 0 : error; // return the bytes first: the next fill meets the error again
     }
 
     gtl::status ReadDirectly(char* out, unsigned long size, unsigned long& got)
@@ -89,7 +89,7 @@ private:
         std::size_t n = 0;
         const unsigned long error = file_.Read(out, size, n);
         got += static_cast<unsigned long>(n);
-        return impl::Failure(error, path_, &KviError::File::read);
+        return Failure(error, path_, &KviError::File::read);
     }
 
     std::wstring path_;

@@ -27,7 +27,7 @@ public:
     /// Reads up to @p size bytes; fewer only at the end.
     /// @param[out] got  the bytes read, also before a failure
     virtual gtl::status Read(void* buffer, unsigned long size, unsigned long& got) = 0;
-    /// Sets where the next Read begins; behind the end it gets nothing.
+    /// Sets where the next Read begins; past the end it reads nothing.
     virtual void Seek(std::uint64_t position) = 0;
     /// Where the next Read begins.
     virtual std::uint64_t Position() const = 0;
@@ -94,14 +94,14 @@ private:
 };
 
 /// @{
-/// The file @p path, through a buffer. Never waits: what is no regular file cannot be opened. The
-/// second lets other processes write the file meanwhile; the first keeps them from it on Windows.
+/// The file @p path, through a buffer. Never waits: only regular files can be opened. The second
+/// lets other processes write the file meanwhile; the first prevents that on Windows.
 KVI_API InputStream MakeFileInputStream(const std::wstring& path);
 /// The same, while other processes may write the file.
 KVI_API InputStream MakeSharedFileInputStream(const std::wstring& path);
 /// @}
 /// The @p size bytes at @p data, which must outlive the stream.
-/// @param name  what messages call it
+/// @param name  its name in messages
 KVI_API InputStream MakeMemoryInputStream(const std::wstring& name, const void* data,
                                           unsigned long size);
 

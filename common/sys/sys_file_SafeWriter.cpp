@@ -23,12 +23,12 @@ gtl::status SafeWriter::Open(const std::wstring& path)
 {
     state_->file.Close();
     state_->path = path;
-    if (!impl::IsUsable(path))
+    if (!IsUsable(path))
         return KviError::File::invalid_path(path);
     bool readOnly = false;
     const unsigned long error = state_->file.Open(path, readOnly);
     return readOnly ? KviError::File::save_over_readonly(path)
-                    : impl::Failure(error, path, &KviError::File::write);
+                    : Failure(error, path, &KviError::File::write);
 }
 
 gtl::status SafeWriter::Write(std::string_view bytes)
@@ -36,12 +36,12 @@ gtl::status SafeWriter::Write(std::string_view bytes)
     const unsigned long error = state_->file.Write(bytes.data(), bytes.size());
     if (error != 0)
         state_->file.Close();
-    return impl::Failure(error, state_->path, &KviError::File::write);
+    return Failure(error, state_->path, &KviError::File::write);
 }
 
 gtl::status SafeWriter::Commit()
 {
-    return impl::Failure(state_->file.Commit(), state_->path, &KviError::File::write);
+    return Failure(state_->file.Commit(), state_->path, &KviError::File::write);
 }
 
 gtl::status WriteTextFile(const std::wstring& path, const std::wstring& text)

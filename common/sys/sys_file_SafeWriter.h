@@ -1,5 +1,5 @@
 /// @file
-/// Writing a file whole or not at all.
+/// Writing a file completely or not at all.
 #pragma once
 
 #include "foundation/gtl_status.h"
@@ -13,11 +13,11 @@ namespace sys::file
 {
 
 /// Writes a file that appears under its name when it is complete; until then, and after a failure
-/// or a kill, the name has what it had before.
+/// or a kill, the old file, if any, is unchanged.
 ///
 /// The bytes go to a new file in the same folder, which is opened once: a file without a name or,
-/// where the system has none, one with a random name that is created exclusively. Nobody can put a
-/// link in its way. A link that has the final name is replaced, not followed. A file that is there
+/// where the system has none, one with a random name that is created exclusively. It cannot be
+/// redirected by a link. A link with the final name is replaced, not followed. An existing file
 /// keeps its permissions (on Linux if it belongs to this user); a read-only one, a folder, a pipe
 /// or a device is not replaced. A killed process may leave a file ".kvi*" ("~kvi*.tmp" on Windows).
 ///

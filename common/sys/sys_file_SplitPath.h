@@ -9,8 +9,7 @@
 namespace sys::file
 {
 
-/// A path as folder, file name and extension. Backslash and colon part its parts, nothing else
-/// does.
+/// A path as folder, file name and extension. Only backslash and colon are separators.
 /// @code
 /// SplitPath path(projectFile); // its folder, name, extension
 /// Open(path.FNameExt(L"transient.res").Path()); // another file in that folder
@@ -32,8 +31,8 @@ public:
         Assign(newDir, newFName, newExt);
     }
 
-    /// Splits @p path: the folder ends at the last "\" or ":", the extension begins at the last
-    /// dot behind that.
+    /// Splits @p path: the folder ends at the last "\" or ":", the extension begins at the last dot
+    /// after that.
     void Assign(const std::wstring& path);
     /// Takes the parts as they are.
     void Assign(const std::wstring& newDir, const std::wstring& newFName,
@@ -45,7 +44,7 @@ public:
     std::wstring Path() const { return dir + fname + ext; }
     /// Negative, 0 or positive by folder, then name, then extension, without regard to case.
     int Compare(const SplitPath& other) const;
-    /// Whether the parts are what Windows takes: none of / " < > |, no blank at an end, separators
+    /// Whether the parts are valid on Windows: none of / " < > |, no blank at an end, separators
     /// and dots only where they belong. Wildcards pass: a path may be a pattern.
     bool IsValid() const;
 

@@ -11,7 +11,7 @@ namespace sys::file
 
 /// A file name that stands for @p s: the characters " & * / : < > ? \ | become "&0" to "&9", a
 /// blank at the end becomes "&_", and a name that is a device ("CON", in any case) gets "&" in
-/// front. The ending of a longer name is not looked at: "CON.txt" stays as it is.
+/// front. The extension is not examined: "CON.txt" stays as it is.
 KVI_API std::wstring StringToValidFileName(const std::wstring& s);
 /// The text that StringToValidFileName made @p s from.
 KVI_API std::wstring ValidFileNameToString(const std::wstring& s);

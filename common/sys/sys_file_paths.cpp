@@ -12,7 +12,6 @@ namespace sys::file
 {
 namespace
 {
-using impl::IsUsable;
 
 std::wstring_view WithoutEnd(std::wstring_view root)
 {
@@ -40,11 +39,11 @@ gtl::status Open(const std::wstring& path, void* window)
         return KviError::File::file_not_found(path);
     const unsigned long error = platform::OpenWithProgram(GetAbsolutePath(path), window);
     const platform::FileFault fault = platform::FaultOf(error);
-    // The file is there, so what is missing is the program.
+    // The file exists, so the program is missing.
     if (error != 0 &&
         (fault == platform::FileFault::noProgram || fault == platform::FileFault::missing))
         return KviError::File::shell_missing_association(path, KVISysMsg(error));
-    return impl::Failure(error, path, &KviError::File::open);
+    return Failure(error, path, &KviError::File::open);
 }
 } // namespace
 
@@ -131,7 +130,7 @@ gtl::status Find(std::wstring& found, const std::wstring& dir, const std::wstrin
         platform::FileInfo info;
         const unsigned long error = IsUsable(path) ? platform::GetFileInfo(path, info) : 0;
         if (error != 0 && platform::FaultOf(error) != platform::FileFault::missing)
-            return impl::Failure(error, path, &KviError::File::find);
+            return Failure(error, path, &KviError::File::find);
         if (error != 0 || !IsUsable(path) || info.folder)
             continue;
         found = GetAbsolutePath(path);
@@ -158,7 +157,7 @@ gtl::status GetTempFilename(std::wstring& path, const std::wstring& prefix)
     const unsigned long error = platform::MakeTemporaryFile(folder, prefix, file);
     if (error == 0)
         path = platform::Normalised(file);
-    return impl::Failure(error, folder + prefix, &KviError::File::write);
+    return Failure(error, folder + prefix, &KviError::File::write);
 }
 
 std::wstring GetCurrentDirectory()
@@ -171,7 +170,7 @@ gtl::status SetCurrentDirectory(const std::wstring& path)
 {
     if (!IsUsable(path))
         return KviError::File::invalid_path(path);
-    return impl::FailureOfExisting(platform::SetCurrentFolder(path), path, &KviError::File::open);
+    return FailureOfExisting(platform::SetCurrentFolder(path), path, &KviError::File::open);
 }
 
 std::wstring GetKnownFolderPath(const FolderNumber& folder)

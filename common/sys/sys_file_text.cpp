@@ -13,12 +13,12 @@ namespace
 {
 constexpr std::size_t kPiece = std::size_t{1} << 20;
 
-/// All bytes of a file; also of one that does not know its size, or grows.
+/// All bytes of a file; also of one that reports no size, or grows.
 std::string Bytes(const std::wstring& path)
 {
     platform::InputFile file;
     std::string bytes;
-    if (!impl::IsUsable(path) || file.Open(path, true) != 0)
+    if (!IsUsable(path) || file.Open(path, true) != 0)
         return bytes;
     for (std::size_t got = 1; got > 0;)
     {

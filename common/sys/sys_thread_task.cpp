@@ -105,11 +105,11 @@ struct JobRun : parallel::Loop
         }
         catch (const std::exception& thrown)
         {
-            KVI_LOG(kvi::diag::error, 0, "a job that nobody waited for threw: %s", thrown.what());
+            KVI_LOG(kvi::diag::error, 0, "a job without a waiting thread threw: %s", thrown.what());
         }
         catch (...)
         {
-            KVI_LOG(kvi::diag::error, 0, "a job that nobody waited for threw an exception");
+            KVI_LOG(kvi::diag::error, 0, "a job without a waiting thread threw an exception");
         }
     }
 

@@ -44,7 +44,7 @@ bool ReadProbe(const std::string& text, double metres, Probe& probe)
     return second == std::errc() && stop == end;
 }
 
-/// The same for what a run in time has.
+/// The same for the settings of a transient run.
 void ApplyTime(const Options& options, Problem& problem, Faults& faults)
 {
     if (options.until == 0 && options.outputs.empty() && options.timeTolerance == 0)
@@ -76,7 +76,7 @@ void ApplyTime(const Options& options, Problem& problem, Faults& faults)
     }
 }
 
-/// Lets the command line's settings take the place of the problem file's.
+/// Overrides the problem file's settings by those of the command line.
 void Apply(const Options& options, Problem& problem, Faults& faults)
 {
     if (!options.mesh.empty())
@@ -99,7 +99,7 @@ void Apply(const Options& options, Problem& problem, Faults& faults)
     }
 }
 
-/// Reads everything, going on behind a fault so that all of them are told.
+/// Reads everything, continuing after a fault so that all of them are reported.
 bool ReadModel(const Options& options, Model& model, Faults& faults)
 {
     bool right = ReadProblem(PathOf(options.problem), model.problem, faults);
@@ -153,7 +153,7 @@ std::filesystem::path FolderOf(const Options& options, const Problem& problem)
     return problem.path.parent_path() / PathOf(BaseName(problem));
 }
 
-/// What the results depend on besides the problem and the mesh.
+/// The settings that the results depend on besides the problem and the mesh.
 std::string SettingsOf(const Options& options, const Model& model)
 {
     const SolverSettings& solver = model.problem.solver;

@@ -35,7 +35,7 @@ Exit Runner::Run(Results& results)
                                                : mark_.Set(doc::file::mark::NoResults(), reason)))
         return NotWritten(reason);
     if (!quiet_ && !results.earlier.empty())
-        out_ << "  goes on after "
+        out_ << "  continues after "
              << (isInTime_
                      ? "the time " + Short(results.state.time / units.seconds) + ' ' + units.time
                      : "step " + std::to_string(results.earlier.size()))
@@ -63,7 +63,7 @@ Exit Runner::Run(Results& results)
     return Outcome(results);
 }
 
-/// What a run in time got stuck with is written, and may be tried again from there.
+/// A transient run that fails writes its last state, from which it may be continued.
 bool Runner::Finish(const Results& results, std::string& reason)
 {
     if (!isInTime_)
@@ -72,7 +72,7 @@ bool Runner::Finish(const Results& results, std::string& reason)
         return false;
     if (!results.stopped.empty())
         return true;
-    std::error_code ignored; // heads that are left over do no harm
+    std::error_code ignored; // leftover heads do no harm
     std::filesystem::remove(
         files_.OfOutput(results.earlier.size() + results.steps.size() - 1, ".heads"), ignored);
     return mark_.SetState(0, results.state, reason);
@@ -101,7 +101,7 @@ bool Runner::TakeStep(StepResult& step, Results& results)
     step.nodal.Clear(); // written, and large
     step.capacity = {};
     if (!quiet_ && !isInTime_)
-        TellTimeLeft(step, results);
+        ReportTimeLeft(step, results);
     return true;
 }
 
@@ -120,7 +120,7 @@ bool Runner::Write(const StepResult& step, const std::vector<double>& head, Resu
                       : mark_.Set(mark, writeFault_));
 }
 
-void Runner::TellTimeLeft(const StepResult& step, const Results& results)
+void Runner::ReportTimeLeft(const StepResult& step, const Results& results)
 {
     const std::size_t left = model_.problem.steps.size() - step.number;
     if (left == 0)

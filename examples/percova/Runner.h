@@ -31,18 +31,18 @@ private:
 class Runner
 {
 public:
-    /// @param settings  what the results depend on besides the problem and the mesh
+    /// @param settings  the settings that the results depend on besides the problem and the mesh
     /// @param total     running since the program began
     Runner(const Model& model, const std::filesystem::path& folder, const std::string& settings,
            const Stopwatch& total, bool quiet, std::ostream& out, std::ostream& err);
 
-    /// Goes on behind the last whole step of a run that was interrupted.
+    /// Continues after the last complete step of an interrupted run.
     Exit Run(Results& results);
 
 private:
     bool TakeStep(StepResult& step, Results& results);
     bool Write(const StepResult& step, const std::vector<double>& head, Results& results);
-    void TellTimeLeft(const StepResult& step, const Results& results);
+    void ReportTimeLeft(const StepResult& step, const Results& results);
     bool Finish(const Results& results, std::string& reason);
     Exit NotWritten(const std::string& reason);
     Exit Outcome(const Results& results);

@@ -40,7 +40,7 @@ struct CaseRun
     explicit CaseRun(const std::string& name);
 
     void AddProbe(const std::string& name, double x, double y);
-    /// One probe for each reference value that says where it holds, under the value's name.
+    /// One probe for each reference value with a position, under the value's name.
     void AddProbesOfReferences();
     /// Reads "cases/mesh/NAME.VARIANT.msh", as "q4.v22".
     void Read(const std::string& variant);
@@ -59,7 +59,7 @@ private:
     std::string name_;
 };
 
-/// The solver families in turn, so that a table of cases tries each on many.
+/// The solver families in turn, so that a table of cases tests each on many.
 SolverKind KindInTurn();
 
 /// False where code is slow: without optimisation and under sanitizers. There the large meshes

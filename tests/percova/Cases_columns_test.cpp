@@ -60,7 +60,7 @@ TEST(UnsaturatedColumns, FollowTheirProfilesOnTheStatedMeshes)
             run.AddProbesOfReferences();
             run.On(Rectangle(type, 1, IsQuadratic(type) ? 200 : 400, 0, 0, 1, column.height),
                    KindInTurn());
-            // asked of quadrilaterals; triangles 100 times as wide as high lose more
+            // required of quadrilaterals; triangles 100 times as wide as high are less accurate
             ExpectProfile(run, (IsQuadratic(type) ? column.quadratic : column.linear) *
                                    (Corners(type) == 3 ? 2.5 : 1));
         }
@@ -113,7 +113,7 @@ TEST(UnsaturatedBox, HasTheExactPressuresAndFlows)
     }
 }
 
-// The identity holds for the discrete solution too, so it sees any fault of quadrature.
+// The identity also holds for the discrete solution, so it detects any quadrature error.
 TEST(BlockBetweenHydrostaticSides, CarriesTheFlowOfItsIdentity)
 {
     const auto expect = [](CaseRun& run, const StepResult& step) {

@@ -152,7 +152,7 @@ TEST(ConfinedFlow, PileAndWeirMeetTheirFormFactorsOnTheStatedMeshes)
         }
         for (const double* error : {pile, weir})
         {
-            EXPECT_GE(error[0], 0); // a conforming solution lets too much through
+            EXPECT_GE(error[0], 0); // a conforming solution overestimates the flow
             EXPECT_LE(error[0], 0.006);
             EXPECT_LE(std::abs(2 * error[0] - error[1]), 3e-4);
         }

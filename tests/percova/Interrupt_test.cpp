@@ -52,7 +52,7 @@ void RunInto(const std::filesystem::path& folder)
         << err.str();
 }
 
-// After as many milliseconds as the parent says, without any goodbye.
+// Exits abruptly after a number of milliseconds given by the parent.
 TEST(InterruptChild, DISABLED_DiesWhileRunning)
 {
     const std::jthread end([] {
@@ -70,7 +70,7 @@ int MarkedStep()
     if (text.empty())
         return 0;
     const auto mark = nlohmann::json::parse(text, nullptr, false);
-    EXPECT_TRUE(mark.is_object()) << text; // it is whole itself
+    EXPECT_TRUE(mark.is_object()) << text; // it is complete itself
     const int step = mark.value("mark", -1);
     return step == 0x7FFFFFFF ? kSteps : std::max(step, 0);
 }

@@ -1,4 +1,4 @@
-// Problems harder than the cases: the iteration must come through, or say where it did not.
+// Problems harder than the cases: the iteration must converge, or report where it did not.
 #include "CaseRun.h"
 #include "analysis/Analysis.h"
 
@@ -152,7 +152,8 @@ TEST(Newton, TellsWhereItDidNotConverge)
     EXPECT_NE(run.results.steps.front().trouble.find("node"), std::string::npos);
     EXPECT_NE(run.results.steps.front().trouble.find(" at ("), std::string::npos);
 
-    // Twice what the soil can lift from the water table: no number of iterations helps.
+    // Twice the evaporation that the soil can supply from the water table: no number of iterations
+    // helps.
     model.problem.solver.maxIterations = 0;
     model.problem.steps.front().conditions[1].values = {-1.1e-7};
     run.results = {};

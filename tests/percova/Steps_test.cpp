@@ -56,8 +56,7 @@ protected:
     {
         return folder_ / "dam" / "seepage" / std::to_string(step) / (std::string("dam") + ending);
     }
-    /// As if the run had been killed behind step 1: the mark names it, the file after it is
-    /// partial.
+    /// As if the run had been killed after step 1: the mark names it, the file after it is partial.
     void Interrupt() const
     {
         nlohmann::json mark = nlohmann::json::parse(Text(folder_ / "dam" / "dam.mark"));
@@ -99,7 +98,7 @@ TEST_F(Reservoir, GoesOnBehindTheLastWholeStep)
     Run();
     const nlohmann::json before = Steps();
     Interrupt();
-    EXPECT_NE(Run().find("goes on after step 1"), std::string::npos);
+    EXPECT_NE(Run().find("continues after step 1"), std::string::npos);
     EXPECT_EQ(Text(OfStep(1, ".vtu")), "whole"); // not computed again
     EXPECT_NE(Text(OfStep(2, ".vtu")), "half");
     const nlohmann::json after = Steps();
@@ -113,17 +112,17 @@ TEST_F(Reservoir, GoesOnBehindTheLastWholeStep)
 
     Interrupt();
     problem_["materials"][0]["k_sat"] = 2e-6; // another problem: nothing of it is done
-    EXPECT_EQ(Run().find("goes on after"), std::string::npos);
+    EXPECT_EQ(Run().find("continues after"), std::string::npos);
     EXPECT_NE(Text(OfStep(1, ".vtu")), "whole");
 
     Interrupt();
-    std::ofstream(OfStep(1, ".json")) << "{\"converged\": tr"; // nobody but a fault of the disk
-    EXPECT_EQ(Run().find("goes on after"), std::string::npos);
+    std::ofstream(OfStep(1, ".json")) << "{\"converged\": tr"; // only a disk fault could cause this
+    EXPECT_EQ(Run().find("continues after"), std::string::npos);
     EXPECT_EQ(Steps().size(), 3u);
     for (const char* mark : {"[3]", "{\"of\": 1, \"mark\": {}}"})
     {
         std::ofstream(folder_ / "dam" / "dam.mark") << mark;
-        EXPECT_EQ(Run().find("goes on after"), std::string::npos) << mark;
+        EXPECT_EQ(Run().find("continues after"), std::string::npos) << mark;
     }
 }
 

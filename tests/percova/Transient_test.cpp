@@ -1,4 +1,4 @@
-// Seepage in time: cases with exact references, and what must hold whatever the case.
+// Transient seepage: cases with exact references, and properties that hold in every case.
 #include "CaseRun.h"
 #include "CommandLine.h"
 #include "Scratch.h"
@@ -151,7 +151,7 @@ TEST(SeepageInTime, SwitchesAFluxThatTheSoilCannotTakeOrGive)
     const std::vector<StepResult>& results = InTime(run, SolverKind::Direct);
     const BoundaryFlow &rain = results[1].boundaries[3], &dry = results[2].boundaries[3];
     EXPECT_NEAR(rain.ponded, 0.1, 1e-9);
-    EXPECT_GT(rain.flow, 2e-5 * 0.1); // gravity alone draws as much, the dry soil below more
+    EXPECT_GT(rain.flow, 2e-5 * 0.1); // gravity alone gives as much, the dry soil below more
     EXPECT_LT(rain.flow, 3e-5 * 0.1);
     EXPECT_LT(rain.cumulative, 0.99 * 4e-5 * 0.1 * 7200);
     EXPECT_NEAR(dry.dried, 0.1, 1e-9);

@@ -213,7 +213,7 @@ TEST(job, LogsWhatItThrewWhenNobodyWaited)
     task::job::Release(job);
     while (marks.use_count() > 1)
         std::this_thread::sleep_for(1ms);
-    EXPECT_EQ(sink.TakeText(), L"a job that nobody waited for threw: bad\n");
+    EXPECT_EQ(sink.TakeText(), L"a job without a waiting thread threw: bad\n");
 }
 
 TEST(job, IsDoneByWaitWhereThePoolHasNoThread)

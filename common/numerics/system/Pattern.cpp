@@ -43,7 +43,7 @@ SolveRecord Measure(const tagMultiVectorInt& elements, int count, Pattern& patte
         last = end;
     }
     if (last != elements.values.size())
-        return Refused(SolveOutcome::Failed, L"indices stand behind the last element list");
+        return Refused(SolveOutcome::Failed, L"indices follow the last element list");
     int largest = std::max(count, 0) - 1;
     for (const int equation : elements.values)
     {

@@ -6,7 +6,7 @@
 #include "platform/platform_file.h"
 #include "platform/platform_path.h"
 
-namespace sys::file::impl
+namespace sys::file
 {
 namespace
 {
@@ -84,4 +84,4 @@ gtl::status FailureOfExisting(unsigned long error, const std::wstring& path, Pat
     return Failure(error, path, otherwise);
 }
 
-} // namespace sys::file::impl
+} // namespace sys::file

@@ -15,9 +15,9 @@ namespace percova
 {
 namespace
 {
-/// Soil drier than the water-content curve ends holds no water that could leave: the boundaries
-/// ask for more than the soil can give. Empty when all is well.
-std::string TooDry(const Model& model, const std::vector<double>& head)
+/// Soil beyond the dry end of the water-content curve has no water to release: the boundaries draw
+/// more than the soil can give. Empty when this does not occur.
+std::string DrySoilText(const Model& model, const std::vector<double>& head)
 {
     constexpr double kMostSuction = 1e6; // [kPa]
     for (std::size_t n = 0; n < head.size(); ++n)
@@ -32,7 +32,7 @@ std::string TooDry(const Model& model, const std::vector<double>& head)
     return {};
 }
 
-/// The steps of one model, one after the other.
+/// The steps of one model in sequence.
 class Analysis
 {
 public:
@@ -79,9 +79,9 @@ StepResult Analysis::Run(std::size_t index)
     result.iterations = outcome.iterations;
     result.residual = outcome.residual;
     if (outcome.converged)
-        result.trouble = TooDry(model_, newton.Head());
+        result.trouble = DrySoilText(model_, newton.Head());
     else
-        result.trouble = TroubleOf(model_, outcome, settings_.tolerance);
+        result.trouble = DescribeFailure(model_, outcome, settings_.tolerance);
     result.converged = result.trouble.empty();
     if (outcome.converged && outcome.drawnOut > 0)
         result.warnings.push_back(
@@ -106,7 +106,7 @@ NewtonSettings SettingsFor(const SolverSettings& given)
     return settings;
 }
 
-std::string TroubleOf(const Model& model, const NewtonOutcome& outcome, double tolerance)
+std::string DescribeFailure(const Model& model, const NewtonOutcome& outcome, double tolerance)
 {
     std::string text;
     if (outcome.worst >= 0)

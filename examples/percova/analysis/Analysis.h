@@ -13,14 +13,14 @@
 namespace percova
 {
 
-/// One round of the non-linear iteration, for whoever watches.
+/// One non-linear iteration, for progress reports.
 struct Progress
 {
     std::string step;
     NewtonRound round;
 };
 
-/// A time step that was taken, for whoever watches.
+/// An accepted time step, for progress reports.
 struct TimeProgress
 {
     double time, end, length; ///< [s]
@@ -28,28 +28,28 @@ struct TimeProgress
     int iterations;
 };
 
-/// Whom an analysis tells how it goes, on the calling thread. Either may be empty.
+/// Callbacks for the progress of an analysis, on the calling thread. Each may be empty.
 struct Watch
 {
     std::function<void(const Progress&)> iteration; ///< called after each
     std::function<void(const TimeProgress&)> time;  ///< called after each time step
     /// Called with each step's result, the last one of the results so far, which it may change.
-    /// @returns whether to go on
+    /// @returns whether to continue
     std::function<bool(StepResult&)> step;
 };
 
-/// Computes the steps of @p model, but for as many as @p results has of an earlier run. Each starts
-/// from the heads of the one before. Adds to the assemble and solve times of @p results.
-/// @returns false when nothing could be computed, with the reason in @p reason, or when the watch
-///          wants no more. A step that did not converge is a result like any other: see
+/// Computes the steps of @p model, except those that @p results has from an earlier run. Each
+/// starts from the heads of the one before. Adds to the assemble and solve times of @p results.
+/// @returns false when nothing could be computed, with the reason in @p reason, or when a callback
+///          stops the run. A step that did not converge is a result like any other: see
 ///          StepResult::converged.
 bool Analyse(const Model& model, const Watch& watch, Results& results, std::string& reason);
 
-/// @name For the kinds of analysis
+/// @name Shared by the kinds of analysis
 /// @{
 NewtonSettings SettingsFor(const SolverSettings& given);
-/// Where the equations did not converge and by how much.
-std::string TroubleOf(const Model& model, const NewtonOutcome& outcome, double tolerance);
+/// Describes where the equations did not converge and by how much.
+std::string DescribeFailure(const Model& model, const NewtonOutcome& outcome, double tolerance);
 /// Flows, stored water, nodal values, surface, probes and sections of a solution.
 void EvaluateAll(const Solution& solution, StepResult& result);
 

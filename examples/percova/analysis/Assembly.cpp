@@ -102,7 +102,7 @@ void Assembly::AddStorage(std::size_t e, const std::vector<double>& head,
     for (int k = 0; k < n; ++k)
     {
         const int place = model_.mesh.start[e] + k, node = model_.mesh.nodes[place];
-        if (nodePlaces_[nodeStart_[node]] == place) // a node's first element takes its lumped part
+        if (nodePlaces_[nodeStart_[node]] == place) // a node's first element adds its lumped part
             matrix[k * n + k] += (*storage.lumped)[node];
     }
     if (storage.term->storage->IsConsistent(e))

@@ -29,16 +29,16 @@ public:
     Assembly(const Model& model, const std::vector<Soil>& soils);
     const std::vector<Soil>& Soils() const { return soils_; }
 
-    /// The greatest SharpnessOf an element; looks at all of them, as DrawnOut does.
+    /// The greatest SharpnessOf an element; visits all of them, as does DrawnOut.
     double Sharpness() const;
-    /// How far a sharpness draws the curves out, at most [m].
+    /// The largest widening of the curves by a sharpness [m].
     double DrawnOut(double sharpness) const;
 
     /// Flow that must enter every node from outside to keep the heads as they are [m3/s per m].
     void Inflow(const std::vector<double>& head, const Easing& easing, std::vector<double>& inflow);
     /// The same, and its derivative by the heads in @p system, which is cleared first.
     /// @param damping   the diagonal of the Picard matrix is added this many times
-    /// @param storage   what storage adds to the matrix
+    /// @param storage   the storage term of the matrix
     void Inflow(const std::vector<double>& head, const Easing& easing, Tangent tangent,
                 double damping, const StorageTangent& storage, LinearSystem& system,
                 std::vector<double>& inflow);

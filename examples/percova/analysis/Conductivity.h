@@ -11,8 +11,8 @@
 namespace percova
 {
 
-/// The least relative conductivity computed with. A drier soil conducts nothing that could be
-/// seen in a water balance, but without it dry ground has no equations.
+/// The least relative conductivity used. The flow through drier soil is invisible in a water
+/// balance, but without a minimum dry ground has no equations.
 constexpr double kLeastKr = 1e-12;
 
 /// kr(psi) and its derivative, by the rule of the material. Immutable once set; any thread may ask.
@@ -27,10 +27,10 @@ public:
     /// kr[i] and slope[i] = d kr / d psi [1/m] at the pressure heads psi[i] [m].
     void Evaluate(const double* psi, int count, double* kr, double* slope) const;
     double At(double psi) const;
-    /// The pressure head at which kr comes down to @p share, by bisection [m].
+    /// The pressure head at which kr falls to @p share, by bisection [m].
     double HeadAt(double share) const;
-    /// Where kr has fallen to 1/e, the pressure head, and how far it takes there to fall e times
-    /// [m].
+    /// The pressure head at which kr is 1/e, and the distance over which it then falls by a factor
+    /// of e [m].
     double Knee() const { return knee_; }
     double Width() const { return width_; }
     /// The smallest relative conductivity there can be: 1 for a saturated material.

@@ -142,7 +142,7 @@ std::filesystem::path VtuOf(const Problem& problem)
     return FileInCollection(path.parent_path() / PathOf(std::string(json["collection"])), wanted);
 }
 
-/// The mesh of a VTU, as far as finding places in it needs.
+/// The mesh of a VTU, as far as needed for point location.
 Mesh MeshOf(const Vtu& file, double metres)
 {
     Mesh mesh;

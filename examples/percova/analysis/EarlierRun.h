@@ -1,5 +1,5 @@
 /// @file
-/// Heads of an earlier run, out of its files.
+/// Heads of an earlier run, read from its files.
 #pragma once
 
 #include "analysis/Model.h"

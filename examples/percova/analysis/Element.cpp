@@ -122,7 +122,7 @@ void At(const ElementState& element, double r, double s, PointState& point)
 
 double SharpnessOf(const ElementState& element, const Soil& soil)
 {
-    double low[2] = {}, high[2] = {}; // the first node is at (0, 0), and so are free places
+    double low[2] = {}, high[2] = {}; // the first node is at (0, 0), as are unused places
     for (const double(&at)[2] : element.at)
         for (int i = 0; i < 2; ++i)
         {
@@ -166,7 +166,7 @@ void Evaluate(const ElementState& element, const ElementRule& rule, const Soil& 
     }
 }
 
-/// A saturated element, or one as dry as can be everywhere.
+/// An element that is saturated, or at the least conductivity, everywhere.
 void Scale(const ElementState& element, const double* saturated, double kr, Tangent tangent,
            double damping, ElementResult& result)
 {

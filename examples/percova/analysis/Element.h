@@ -40,7 +40,7 @@ struct ElementState
     void Load(const Mesh& mesh, std::size_t e, const double* heads);
 };
 
-/// What holds at one point of an element.
+/// The state at one point of an element.
 struct PointState
 {
     double B[2][8] = {}; ///< derivatives of the shape functions by x and y
@@ -58,7 +58,7 @@ void At(const ElementState& element, double r, double s, PointState& point);
 enum class Tangent
 {
     None,   ///< no matrix
-    Picard, ///< conductivities held fast: symmetric, positive
+    Picard, ///< conductivities held constant: symmetric, positive
     Newton  ///< the true derivative by the heads
 };
 
@@ -69,18 +69,19 @@ struct ElementResult
     double matrix[64]; ///< its derivative by the heads, n x n row-major
 };
 
-/// An easier problem than the true one: conductivities that fall less steeply and less far.
+/// A regularised problem: conductivities that fall less steeply and less far.
 struct Easing
 {
     double leastKr = 0; ///< a relative conductivity below this is taken as this; 1 is saturated
-    /// Within an element kr falls e^sharpness times at most: where it would fall more, its curve is
-    /// drawn out on both sides of its knee, so that as much flows through the element in all.
+    /// Within an element kr falls by at most a factor of e^sharpness: where it would fall more, its
+    /// curve is stretched on both sides of its knee, so that the total flow through the element is
+    /// preserved.
     double sharpness = std::numeric_limits<double>::infinity();
     bool IsNone() const { return leastKr == 0 && std::isinf(sharpness); }
 };
 
-/// How many times kr of @p soil falls e times from side to side of the element: the sharpness from
-/// which on nothing is drawn out.
+/// By how many factors of e the kr of @p soil falls across the element: the sharpness from which on
+/// nothing is stretched.
 double SharpnessOf(const ElementState& element, const Soil& soil);
 
 /// The n x n matrix of an element whose relative conductivity is 1 everywhere.

@@ -1,5 +1,5 @@
 /// @file
-/// Values at points: the probes, and the means at the nodes that pictures show.
+/// Values at points: the probes, and the nodal means shown in pictures.
 #pragma once
 
 #include "analysis/Flows.h"
@@ -12,7 +12,7 @@ namespace percova
 /// between elements of one material gradient and flux are the mean of theirs.
 void EvaluateProbes(const Solution& solution, StepResult& result);
 
-/// Fills a table as NodalTable makes it.
+/// Fills a table created by NodalTable.
 void EvaluateNodes(const Solution& solution, DataTable& nodal);
 
 } // namespace percova

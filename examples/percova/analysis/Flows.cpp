@@ -65,17 +65,17 @@ void InflowOver(const Solution& s, const Edge& edge, int e, const EdgePoint poin
     }
 }
 
-/// What comes out above the exit of a seepage face is at most this share of the model's outflow.
+/// The outflow above the exit of a seepage face is at most this share of the model's outflow.
 constexpr double kExitShare = 1e-3;
 
-/// What the sides of one boundary bring to a node.
+/// The contribution of the sides of one boundary to a node.
 struct Share
 {
     double flux = 0;
     double length = 0; ///< of the sides that have the node
     double extent = 0; ///< the node's share of that
-    double flow = 0;   ///< the boundary's part of what enters there
-    double weight = 0; ///< what its own weight draws out of saturated soil at zero pressure
+    double flow = 0;   ///< the boundary's part of the inflow there
+    double weight = 0; ///< outflow from saturated soil at zero pressure by gravity
 };
 using Shares = std::vector<Share>; // by node
 
@@ -158,7 +158,7 @@ private:
         for (const BoundaryFlow& boundary : result.boundaries)
         {
             const double apart = std::abs(boundary.integrated - boundary.flow);
-            if (apart <= kFar * through || through <= Still())
+            if (apart <= kFar * through || through <= RoundingFlow())
                 continue;
             result.warnings.push_back(
                 "the flux integrated along '" + boundary.name + "' is apart from the flow of its " +
@@ -222,7 +222,7 @@ private:
 
     void Count(double flow) { (flow > 0 ? in_ : out_) += std::abs(flow); }
 
-    /// Flux that the sides of boundary @p b bring to a node; on a seepage face it can only leave.
+    /// Flux of the sides of boundary @p b to a node; on a seepage face it can only be outflow.
     double FluxOf(std::size_t b, std::size_t node) const
     {
         const double flux = shares_[b][node].flux;
@@ -234,7 +234,7 @@ private:
         const int limited = s_.conditions.seepage[node];
         const bool isCapped = limited >= 0 && !IsSeepage(std::size_t(limited));
         const double load = s_.conditions.load[node];
-        Count(isCapped ? s_.inflow[node] : load); // a limited flux is what the soil takes of it
+        Count(isCapped ? s_.inflow[node] : load); // a limited flux is the part accepted by the soil
         double rest = s_.inflow[node] - s_.conditions.load[node], length = 0;
         bool given = false; // a head; the seepage faces then get no part of the rest
         for (std::size_t b = 0; b < shares_.size(); ++b)
@@ -273,15 +273,15 @@ private:
         return holds && !shares_[b].empty() && shares_[b][node].length > 0;
     }
 
-    // Goes down the face until more than kExitShare of the model's outflow has come out.
+    // Goes down the face until more than kExitShare of the model's outflow has accumulated.
     //
-    // Over a drain the outflow of a sharp free surface stops at once, from what the water's weight
-    // draws through the soil to nothing; the fringe smears that, and half of it marks the place.
-    // Nodes that give less drip, and count only where there are no others.
+    // Over a drain the outflow of a sharp free surface drops abruptly from the gravity flow through
+    // the soil to zero; the capillary fringe smears that, and half of it marks the position. Nodes
+    // with less outflow drip, and count only where there are no others.
     Point Exit(std::size_t b)
     {
         const Mesh& mesh = s_.model.mesh;
-        const std::vector<std::size_t> nodes = DownTheFace(b);
+        const std::vector<std::size_t> nodes = NodesFromTop(b);
         for (const bool all : {false, true})
         {
             double above = 0;
@@ -290,7 +290,7 @@ private:
                 const Share& share = shares_[b][node];
                 if (share.flow < 0 && (all || -share.flow > share.weight / 2))
                     above -= share.flow;
-                if (above > std::max(kExitShare * out_, Still()))
+                if (above > std::max(kExitShare * out_, RoundingFlow()))
                     return {mesh.x[node], mesh.y[node]};
                 if (!all && share.weight > 0)
                     dripping_.push_back(int(node));
@@ -301,7 +301,7 @@ private:
 
     /// The nodes of a seepage face from the highest to the lowest; those of one height from the end
     /// that is farther from the middle of the outflow.
-    std::vector<std::size_t> DownTheFace(std::size_t b) const
+    std::vector<std::size_t> NodesFromTop(std::size_t b) const
     {
         const Mesh& mesh = s_.model.mesh;
         const Shares& shares = shares_[b];
@@ -317,7 +317,7 @@ private:
                 right = std::max(right, mesh.x[node]);
             }
         const double from = 2 * middle > (left + right) * outflow ? left : right;
-        // Heights are compared in steps, so that a level side stays level in spite of rounding.
+        // Heights are compared in steps, so that rounding does not make a level side inclined.
         const auto [lowest, highest] = std::minmax_element(mesh.y.begin(), mesh.y.end());
         const auto place = [&, low = *lowest, step = 1e-9 * (*highest - *lowest)](std::size_t n) {
             return std::pair(-std::round((mesh.y[n] - low) / step), std::abs(mesh.x[n] - from));
@@ -327,8 +327,8 @@ private:
         return nodes;
     }
 
-    /// The flow that rounding makes of still water: conductivity times height.
-    double Still() const
+    /// The scale of flow caused by rounding in hydrostatic water: conductivity times height.
+    double RoundingFlow() const
     {
         const std::vector<double>& y = s_.model.mesh.y;
         const auto [low, high] = std::minmax_element(y.begin(), y.end());

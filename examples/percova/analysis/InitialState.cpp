@@ -42,7 +42,7 @@ bool Steady(const Model& model, Assembly& assembly, LinearSystem& system, const 
     if (outcome.converged)
         return true;
     reason = "the steady initial state did not converge: " +
-             TroubleOf(model, outcome, settings.tolerance);
+             DescribeFailure(model, outcome, settings.tolerance);
     return false;
 }
 

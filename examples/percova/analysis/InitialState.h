@@ -1,5 +1,5 @@
 /// @file
-/// The heads from which a run in time starts.
+/// The initial heads of a transient run.
 #pragma once
 
 #include "analysis/Analysis.h"
@@ -20,7 +20,7 @@ struct InitialState
 };
 
 /// Finds the heads at t = 0 as the problem's "initial" says.
-/// @returns false with the reason when they cannot be had
+/// @returns false with the reason when they cannot be determined
 bool FindInitialState(const Model& model, Assembly& assembly, LinearSystem& system,
                       const Watch& watch, InitialState& state, std::string& reason);
 

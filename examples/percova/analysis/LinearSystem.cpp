@@ -111,7 +111,7 @@ LinearSystem::LinearSystem(const Mesh& mesh, SolverKind kind, int threads)
             lists.values.push_back(equation_[mesh.nodes[k]]);
         lists.ends.push_back(lists.values.size());
     }
-    (void)system_.Initialize(&lists, int(mesh.Nodes())); // a refusal is told by every solve
+    (void)system_.Initialize(&lists, int(mesh.Nodes())); // a refusal is reported by every solve
     (void)system_.SetThreads(threads);
     if (kind_ == SolverKind::Pardiso)
         (void)system_.SolveForUnknownVector_PARDISO_SetUp();

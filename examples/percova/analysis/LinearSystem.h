@@ -29,12 +29,12 @@ public:
     LinearSystem& operator=(const LinearSystem&) = delete;
 
     void Clear();
-    /// Adds the matrices of @p count elements from @p first on, one behind the other.
+    /// Adds the matrices of @p count elements from @p first on, stored consecutively.
     void Add(std::size_t first, std::size_t count, const double* matrices);
     /// Solves for @p x with @p rightSide, both by node; x stays 0 at the nodes held.
-    /// @param symmetric  whether the matrix is; then a cheaper solver may be taken
-    /// @param tolerance  for the iterative solver: what is enough, relative
-    /// @returns false with the reason when there is no usable answer
+    /// @param symmetric  whether the matrix is; a cheaper solver may then be used
+    /// @param tolerance  for the iterative solver: required relative residual
+    /// @returns false with the reason when there is no usable solution
     bool Solve(const std::vector<char>& held, const std::vector<double>& rightSide, bool symmetric,
                double tolerance, std::vector<double>& x, std::string& reason);
 
@@ -44,7 +44,7 @@ public:
 
     std::size_t Equations() const { return equation_.size(); }
     std::size_t Nonzeros() const { return nonzeros_; }
-    /// Who solved last, such as "pardiso (mkl 2020.4)".
+    /// The last solver used, such as "pardiso (mkl 2020.4)".
     const std::string& Solver() const { return solver_; }
 
 private:

@@ -21,8 +21,6 @@ namespace percova
 namespace
 {
 
-using impl::NamesOf;
-
 class Binder
 {
 public:
@@ -42,7 +40,7 @@ private:
         faults_.Error(problem_.file, place, text);
     }
     void GatherPolygons();
-    void TellHomeless(const std::map<int, std::pair<std::size_t, std::size_t>>& homeless);
+    void ReportUnassigned(const std::map<int, std::pair<std::size_t, std::size_t>>& unassigned);
     std::vector<Edge> EdgesNamed(const std::string& name) const;
     std::vector<Edge> EdgesOn(const Polyline& line);
     bool LiesOn(const Edge& edge, const Polyline& line) const;
@@ -94,7 +92,7 @@ void Binder::BindRegions()
                                     " has no physical surfaces");
     }
     // By group: how many elements have no region, and the first of them.
-    std::map<int, std::pair<std::size_t, std::size_t>> homeless;
+    std::map<int, std::pair<std::size_t, std::size_t>> unassigned;
     std::vector<std::size_t> count(problem_.regions.size());
     model_.material.assign(mesh_.Elements(), -1);
     GatherPolygons();
@@ -105,13 +103,13 @@ void Binder::BindRegions()
                                       : static_cast<int>(polygons_.Find(CentreOf(mesh_, e)));
         if (region < 0)
         {
-            ++homeless.try_emplace(group, 0, e).first->second.first;
+            ++unassigned.try_emplace(group, 0, e).first->second.first;
             continue;
         }
         ++count[static_cast<std::size_t>(region)];
         model_.material[e] = problem_.regions[static_cast<std::size_t>(region)].material;
     }
-    TellHomeless(homeless);
+    ReportUnassigned(unassigned);
     for (std::size_t i = 0; i < count.size(); ++i)
         if (count[i] == 0 && mesh_.surfaces.empty() && !problem_.regions[i].polygon.empty())
             Error(problem_.regions[i].place, "no element of " + mesh_.file +
@@ -119,9 +117,9 @@ void Binder::BindRegions()
                                                  problem_.regions[i].name + "'");
 }
 
-void Binder::TellHomeless(const std::map<int, std::pair<std::size_t, std::size_t>>& homeless)
+void Binder::ReportUnassigned(const std::map<int, std::pair<std::size_t, std::size_t>>& unassigned)
 {
-    for (const auto& [group, elements] : homeless)
+    for (const auto& [group, elements] : unassigned)
     {
         const auto& [number, first] = elements;
         const Point centre = CentreOf(mesh_, first);
@@ -172,7 +170,7 @@ std::vector<Edge> Binder::EdgesOn(const Polyline& line)
     return rim.empty() ? inner : rim;
 }
 
-/// Where a line ends between two nodes, the rest of that side is left out: worth knowing.
+/// Warns where a line ends between two nodes, since the rest of that side is ignored.
 void Binder::WarnOfLooseEnds(const Boundary& boundary, const std::vector<Edge>& edges)
 {
     for (const Point& end : {boundary.line.front(), boundary.line.back()})

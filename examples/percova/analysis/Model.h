@@ -1,5 +1,5 @@
 /// @file
-/// A problem brought together with its mesh: what the analysis computes on.
+/// A problem bound to its mesh: the input of the analysis.
 #pragma once
 
 #include "mesh/ElementFinder.h"
@@ -20,13 +20,13 @@ struct Model
     Mesh mesh;
     std::vector<int> material;                    ///< by element: index into problem.materials
     std::vector<std::vector<Edge>> boundaryEdges; ///< by boundary of the problem, in mesh order
-    std::shared_ptr<const ElementFinder> finder;  ///< null when no probe or section asks
+    std::shared_ptr<const ElementFinder> finder;  ///< null when there is no probe or section
     std::shared_ptr<const Sections> sections;     ///< null when there are none
 };
 
 /// Gives every element its material and every boundary its sides, by the groups of the mesh or,
-/// where it has none, by polygon and line. Fills the members of @p model behind the mesh.
-/// @returns false when a name or a place fits nothing; every reason is in @p faults
+/// where it has none, by polygon and line. Fills the members of @p model after the mesh.
+/// @returns false when a name or a position matches nothing; every reason is in @p faults
 bool Bind(Model& model, Faults& faults);
 
 } // namespace percova

@@ -11,16 +11,16 @@ namespace percova
 {
 namespace
 {
-constexpr double kSettled = 1e-2; ///< residual at which the seepage faces are trusted
-constexpr double kFine = 1e-9;    ///< residual that is good enough for any problem on the way
+constexpr double kSettled = 1e-2; ///< residual at which the seepage faces are reliable
+constexpr double kFine = 1e-9;    ///< residual that is sufficient for any intermediate problem
 constexpr double kLeastRelaxation = 0.02;
 constexpr double kMostDamping = 100;
 constexpr int kPolish = 10;      ///< iterations spent on heads once the flows fit
-constexpr int kShort = 100;      ///< iterations of a way that is short or none
+constexpr int kShort = 100;      ///< iterations of a short continuation or none
 constexpr int kNear = 20;        ///< iterations tried from heads that may be near
 constexpr double kMoist = 0.3;   ///< relative conductivity of moist soil
-constexpr double kGentle = 0.25; ///< sharpness at which any curve is followed easily
-constexpr double kCoarse = 1;    ///< sharpness that is accepted where there is no more
+constexpr double kGentle = 0.25; ///< sharpness at which any curve is resolved easily
+constexpr double kCoarse = 1;    ///< sharpness that is accepted where no greater one converges
 constexpr double kRough = 1e-8;  ///< tolerance there
 constexpr std::size_t kKept = 4; ///< states kept to find one that is near such a solution
 constexpr int kFinish = 100;     ///< iterations kept for that
@@ -50,7 +50,7 @@ Newton::Newton(const Model& model, const NodeConditions& conditions, Assembly& a
 {
 }
 
-/// Given heads where there are any, the limits of held nodes, elsewhere the highest of these.
+/// Given heads where prescribed, the limits of held nodes, elsewhere the highest of these.
 void Newton::ColdStart()
 {
     faces_ = SeepageFaces(conditions_);
@@ -92,7 +92,7 @@ bool Newton::SolveLinearised(const std::vector<double>& rightSide, std::vector<d
     return system_.SolveAgain(held_, rightSide, LeastKr() == 1, 1e-4, x, reason);
 }
 
-/// Starts from @p near with what the boundaries give.
+/// Starts from @p near with the boundary values.
 bool Newton::FromHeadsNear(const std::vector<double>& near, int maxIterations)
 {
     for (std::size_t n = 0; n < head_.size(); ++n)
@@ -135,7 +135,7 @@ bool Newton::InTurn(double least)
     const std::function<bool()> sharpen = [&] { return Sharpen(least); };
     const std::vector<std::function<bool()>> ways =
         fed ? std::vector{moist, descend, sharpen} : std::vector{descend, sharpen};
-    // The first ways are short or none; the last one has all iterations that are left.
+    // The first continuations are short or none; the last one has all remaining iterations.
     const int most = settings_.maxIterations;
     for (std::size_t way = 0; way < ways.size(); ++way)
     {
@@ -147,7 +147,7 @@ bool Newton::InTurn(double least)
         outcome_.failure.clear();
         Restore(saturated);
     }
-    Evaluate({{}, settings_.tolerance, 0}); // how far from the true problem's solution
+    Evaluate({{}, settings_.tolerance, 0}); // distance from the true problem's solution
     return false;
 }
 
@@ -167,7 +167,8 @@ bool Newton::Descend(double from, double least, const Easing& easing, bool toThe
     while (stride > 1e-2)
     {
         const double next = std::min(whole, done + stride), leastKr = std::exp(-next);
-        // Dry soil shows in the residual by its conductivity, so that sets what is good enough.
+        // The conductivity of dry soil determines its effect on the residual, so it sets the
+        // tolerance.
         const double onTheWay = std::clamp(0.1 * leastKr, kFine, kSettled);
         const bool last = next == whole, end = last && toTheEnd;
         if (Reach({{end ? 0 : leastKr, easing.sharpness},
@@ -183,7 +184,7 @@ bool Newton::Descend(double from, double least, const Easing& easing, bool toThe
         else
         {
             Restore(reached);
-            if (!MayGoOn() || done >= whole)
+            if (!MayContinue() || done >= whole)
                 return false;
             stride /= 3;
         }
@@ -191,10 +192,13 @@ bool Newton::Descend(double from, double least, const Easing& easing, bool toThe
     return false;
 }
 
-bool Newton::MayGoOn() const { return outcome_.failure.empty() && outcome_.iterations < limit_; }
+bool Newton::MayContinue() const
+{
+    return outcome_.failure.empty() && outcome_.iterations < limit_;
+}
 
-/// From curves so gentle that soils dry out over many elements to the true ones, or as near to
-/// them as can be.
+/// From curves so gentle that soils dry out over many elements to the true ones, or as near to them
+/// as possible.
 bool Newton::Sharpen(double least)
 {
     const double whole = assembly_.Sharpness(), onTheWay = std::max(0.1 * least, 1e-7);
@@ -204,7 +208,7 @@ bool Newton::Sharpen(double least)
     if (!Descend(1, least, {0, sharpness}, false))
         return false;
     std::vector<std::pair<double, State>> reached{{sharpness, {head_, faces_}}};
-    for (double stride = 2; sharpness < whole && stride > 1.03 && MayGoOn();)
+    for (double stride = 2; sharpness < whole && stride > 1.03 && MayContinue();)
     {
         const double next = std::min(whole, sharpness * stride);
         if (Reach({{least, next}, onTheWay, 15}))
@@ -217,14 +221,14 @@ bool Newton::Sharpen(double least)
         }
         else
         {
-            outcome_.failure.clear(); // a shorter stride may have an answer
+            outcome_.failure.clear(); // a shorter increment may converge
             Restore(reached.back().second);
             stride = std::cbrt(stride);
         }
     }
     limit_ = most;
     const State sharpest = reached.back().second;
-    for (; !reached.empty() && reached.back().first >= std::min(kCoarse, whole) && MayGoOn();
+    for (; !reached.empty() && reached.back().first >= std::min(kCoarse, whole) && MayContinue();
          reached.pop_back())
     {
         Restore(reached.back().second);
@@ -276,7 +280,7 @@ void Newton::AddStorage(const std::vector<double>& head, std::vector<double>& in
         inflow[n] += (water_[n] - (*storage_->before)[n]) * storage_->rate;
 }
 
-/// What measures the residual where water is stored: the rates of storage, and their rounding.
+/// The scale of the residual where water is stored: the rates of storage, and their rounding.
 double Newton::StorageScale() const
 {
     if (storage_ == nullptr)
@@ -311,7 +315,7 @@ void Newton::Measure()
     }
     for (const Soil& soil : assembly_.Soils())
         conductivity = std::max({conductivity, soil.kx, soil.ky});
-    // Without any flow there is still the rounding of heads times conductivities.
+    // Without flow there is still the rounding of heads times conductivities.
     const auto [low, high] = std::minmax_element(model_.mesh.y.begin(), model_.mesh.y.end());
     const double rounding = 1e-14 * conductivity * (*high - *low);
     scale_ = std::max({in, out, rounding / settings_.tolerance, StorageScale()});
@@ -350,8 +354,8 @@ bool Newton::Reach(const Goal& goal)
     }
 }
 
-// One iteration; where no length of the Newton step lowers the imbalance, steps that are more and
-// more damped towards a small move of every node by its own imbalance.
+// One iteration; if no length of the Newton step lowers the imbalance, increasingly damped steps
+// towards a small move of every node by its own imbalance.
 bool Newton::Step(const Goal& goal)
 {
     const bool linear = goal.easing.leastKr >= 1;

@@ -1,5 +1,5 @@
 /// @file
-/// The non-linear flow equations: heads whose nodal flows fit the boundaries.
+/// The non-linear flow equations: heads whose nodal flows satisfy the boundaries.
 #pragma once
 
 #include "analysis/Assembly.h"
@@ -21,22 +21,22 @@ struct NewtonSettings
 {
     double tolerance = 1e-10; ///< of the residual, see NewtonOutcome
     int maxIterations = 800;
-    double headChange = 1e-5; ///< heads that move no more in an iteration are found [m]
+    double headChange = 1e-5; ///< convergence: the largest head change in an iteration [m]
 };
 
 struct NewtonOutcome
 {
     bool converged = false;
     int iterations = 0;  ///< linear systems solved
-    double residual = 0; ///< imbalance of the worst node, or of all together if that is more, over
+    double residual = 0; ///< imbalance of the worst node, or of all nodes if that is more, over
                          ///< the flow through the model
     int worst = -1;      ///< the node of it
     double change = 0;   ///< largest change of a head in the last iteration [m]
-    double drawnOut = 0; ///< how far the curves had to be drawn out in the end, see Easing [m]
-    std::string failure; ///< why the linear solver gave up, empty when it did not
+    double drawnOut = 0; ///< final widening of the curves, see Easing [m]
+    std::string failure; ///< why the linear solver failed, empty when it did not
 };
 
-/// One iteration, for whoever watches.
+/// One iteration, for progress reports.
 struct NewtonRound
 {
     int iteration = 0;
@@ -48,13 +48,13 @@ struct NewtonRound
 
 /// Newton's method with a line search, on nested problems that grow stiffer.
 ///
-/// With a least conductivity of 1 the soil is saturated and the equations linear, but for the
-/// seepage faces; they settle there. Then the least conductivity is lowered in strides, each
-/// problem starting from the heads of the one before, down to the soils' own. Where water is fed
-/// in, soil that starts too dry to take it is the trouble, so there Newton first tries the whole
-/// way at once from moist soil. Where that is no way the curves start gentle, drawn out over many
-/// elements, and sharpen in strides. Where no solution is found for the true ones even so, they
-/// end as steep as one is, if they then fall within an element: see NewtonOutcome::drawnOut.
+/// With a least conductivity of 1 the soil is saturated and the equations linear, except for the
+/// seepage faces; they settle there. Then the least conductivity is lowered in increments, each
+/// problem starting from the heads of the previous one, down to the soils' own. With inflow, soil
+/// that starts too dry to accept it is the difficulty, so Newton first tries the true problem at
+/// once from moist soil. If that fails, the curves start gentle, stretched over many elements, and
+/// are sharpened in increments. If no solution is found for the true ones even so, the steepest
+/// solved curves are accepted if they fall within an element: see NewtonOutcome::drawnOut.
 class Newton
 {
 public:
@@ -66,8 +66,8 @@ public:
            const StorageTerm* storage = nullptr);
 
     /// Finds the heads.
-    /// @param near  heads that may be near, as those of the step before; empty for a cold start,
-    ///              which also follows when they were of no use
+    /// @param near  heads that may be near, such as those of the previous step; empty for a cold
+    ///              start, which also follows when they fail
     NewtonOutcome Solve(const std::vector<double>& near = {});
 
     /// The same, but gives up after @p maxIterations from @p near.
@@ -83,7 +83,7 @@ public:
     double SolveSeconds() const { return solveSeconds_; }
 
 private:
-    /// A problem on the way to the true one, and how well and long it is worked on.
+    /// An intermediate problem of the continuation, with its tolerance and iteration limit.
     struct Goal
     {
         Easing easing;
@@ -94,7 +94,7 @@ private:
     void ColdStart();
     bool FromHeadsNear(const std::vector<double>& near, int maxIterations);
     bool InTurn(double least);
-    /// What a problem on the way left behind. The faces belong to the heads: wet nodes stand at
+    /// The state after an intermediate problem. The faces belong to the heads: wet nodes are at
     /// zero pressure.
     struct State
     {
@@ -102,7 +102,7 @@ private:
         SeepageFaces faces;
     };
     void Restore(const State& state);
-    bool MayGoOn() const;
+    bool MayContinue() const;
     bool Descend(double from, double least, const Easing& easing, bool toTheEnd);
     bool Sharpen(double least);
     bool FromMoistSoil();
@@ -129,14 +129,14 @@ private:
 
     SeepageFaces faces_;
     std::vector<double> head_, inflow_; ///< by node, as all that follow
-    std::vector<double> residual_;      ///< what must still enter; 0 where a head is held
+    std::vector<double> residual_;      ///< remaining inflow; 0 where a head is held
     std::vector<double> step_, trial_, trialInflow_, outflow_;
     std::vector<double> water_, capacity_; ///< of the storage term; empty without one
     std::vector<char> held_;
     NewtonOutcome outcome_;
     double scale_ = 1;   ///< flow that residuals are measured by [m3/s per m]
     double damping_ = 0; ///< see Compute
-    int limit_ = 0;      ///< of the iterations, for the way taken at present
+    int limit_ = 0;      ///< of the iterations of the current continuation
     double relaxation_ = 1;
     double assembleSeconds_ = 0, solveSeconds_ = 0;
 };

@@ -1,5 +1,5 @@
 /// @file
-/// What the boundaries demand of the nodes.
+/// The conditions of the boundaries at the nodes.
 #pragma once
 
 #include "analysis/Model.h"
@@ -12,12 +12,12 @@ namespace percova
 {
 
 /// A node with a limit is held at it while that lets less water in, or out, than its boundary
-/// brings: on a seepage face the limit is zero pressure and the boundary brings nothing; on a flux
-/// boundary it is the ponding head, or the least pressure head.
+/// supplies: on a seepage face the limit is zero pressure and the boundary supplies nothing; on a
+/// flux boundary it is the ponding head, or the least pressure head.
 ///
 /// Of several boundaries that meet in a node a given head comes before a seepage face, and that
-/// before an inflow (which then counts all the same); of several given heads the one that stands
-/// first in the problem file holds.
+/// before an inflow (which then counts all the same); of several given heads the first in the
+/// problem file holds.
 struct NodeConditions
 {
     std::vector<double> head;    ///< by node: the given head, missing where none is given

@@ -1,5 +1,5 @@
 /// @file
-/// What an analysis finds. A value that does not exist is the missing value.
+/// The results of an analysis. A value that does not exist is the missing value.
 #pragma once
 
 #include "KVI.h"
@@ -24,7 +24,7 @@ struct BoundaryFlow
     std::string name;
     double flow = kMissing;       ///< [m3/s per m], positive into the domain
     double integrated = kMissing; ///< the same by integrating the flux over the boundary
-    double cumulative = kMissing; ///< since t = 0, in a run in time [m3/m]
+    double cumulative = kMissing; ///< since t = 0, in a transient run [m3/m]
     /// Of a flux boundary with limits: the length on which it is held at the ponding head, and at
     /// the least pressure head [m].
     double ponded = kMissing, dried = kMissing;
@@ -51,7 +51,7 @@ struct SectionFlow
 {
     std::string name;
     double flow = kMissing;       ///< positive from the left of the line to its right
-    double cumulative = kMissing; ///< since t = 0, in a run in time [m3/m]
+    double cumulative = kMissing; ///< since t = 0, in a transient run [m3/m]
 };
 
 struct StepResult
@@ -60,14 +60,15 @@ struct StepResult
     std::string name;
     bool converged = false;
     int iterations = 0;
-    double residual = kMissing;        ///< relative, of the non-linear equations
-    std::string trouble;               ///< where and by how much it did not converge, for a person
-    std::vector<std::string> warnings; ///< what to know about the figures, for a person
+    double residual = kMissing; ///< relative, of the non-linear equations
+    std::string trouble;        ///< where and by how much it did not converge, human-readable
+    std::vector<std::string> warnings;            ///< remarks on the figures, human-readable
     double flowIn = kMissing, flowOut = kMissing; ///< from nodal reactions; both positive
     double massBalance = kMissing;                ///< (in - out) / in
     double flowInIntegrated = kMissing, flowOutIntegrated = kMissing;
     double storedWater = kMissing; ///< [m3/m]
-    /// @name In a run in time; the mass balance is then over all that went in and out since t = 0
+    /// @name In a transient run; the mass balance is then over the total inflow and outflow since t
+    /// = 0
     /// @{
     double time = kMissing, stepLength = kMissing; ///< [s]
     std::size_t taken = 0, rejected = 0;           ///< time steps so far
@@ -78,8 +79,9 @@ struct StepResult
     std::vector<Polyline> surface; ///< zero-pressure lines
     std::vector<ProbeValue> probes;
     std::vector<SectionFlow> sections;
-    std::vector<double> capacity; ///< by node, in a run in time: storage coefficient dW/dpsi [1/m]
-    DataTable nodal;              ///< see NodalTable; empty once it is written
+    std::vector<double>
+        capacity;    ///< by node, in a transient run: storage coefficient dW/dpsi [1/m]
+    DataTable nodal; ///< see NodalTable; empty once it is written
 };
 
 struct Seconds
@@ -87,7 +89,7 @@ struct Seconds
     double read = 0, assemble = 0, solve = 0, write = 0, total = 0;
 };
 
-/// The time steps between two starts of a run in time.
+/// The time steps between two starts of a transient run.
 struct PartOfRun
 {
     std::string name;
@@ -96,7 +98,7 @@ struct PartOfRun
     double shortest = kMissing, longest = kMissing; ///< [s]
 };
 
-/// From where a run in time goes on.
+/// The state from which a transient run continues.
 struct TimeState
 {
     std::vector<double> head; ///< by node [m]; empty at the beginning
@@ -112,18 +114,18 @@ struct Results
 {
     std::size_t equations = 0;
     std::size_t nonzeros = 0;
-    std::string solver; ///< who solved, such as "pardiso (mkl 2020.4)"
+    std::string solver; ///< the solver used, such as "pardiso (mkl 2020.4)"
     int threads = 0;
     Seconds seconds;
     std::vector<std::string> earlier; ///< steps of an interrupted run that this one continues, JSON
     std::vector<double> lastHead;     ///< by node, of the last of them [m]; may be empty
     std::vector<StepResult> steps;
-    /// @name Of a run in time, whose outputs are the steps; the first is the initial state
+    /// @name Of a transient run, whose outputs are the steps; the first is the initial state
     /// @{
     TimeState state;
     std::string earlierHistory;      ///< of an interrupted run, as it was written
     std::vector<StepResult> history; ///< one for every time step, without pictures and fields
-    std::string stopped;             ///< when and why it got stuck; empty when it did not
+    std::string stopped;             ///< when and why it failed; empty when it did not
     /// @}
     bool Converged() const
     {

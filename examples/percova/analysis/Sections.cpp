@@ -19,8 +19,8 @@ constexpr double kAt[4] = {0.06943184420297371, 0.33000947820757187, 0.669990521
                            0.93056815579702629};
 constexpr double kWeight[4] = {0.17392742256872693, 0.32607257743127307, 0.32607257743127307,
                                0.17392742256872693};
-constexpr double kShortest = 1e-9; ///< a piece below this share of its segment is none
-constexpr double kAside = 1e-3;    ///< a share of a line outside the mesh that is told
+constexpr double kShortest = 1e-9; ///< a piece below this share of its segment is ignored
+constexpr double kAside = 1e-3;    ///< a share of a line outside the mesh that is reported
 
 double LengthOf(const Polyline& line)
 {

@@ -20,7 +20,7 @@ namespace percova
 /// which balances with the boundaries to the tolerance of the solver. Where a way leads around the
 /// section, where water enters or leaves at its ends, or where water is stored, the flux is
 /// integrated instead by four Gauss points on each piece; along a side between two elements it is
-/// the mean of theirs. What lies outside the mesh counts nothing. Any thread may ask.
+/// the mean of theirs. Parts outside the mesh contribute nothing. Any thread may query.
 class Sections
 {
 public:

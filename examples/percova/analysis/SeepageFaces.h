@@ -1,5 +1,5 @@
 /// @file
-/// Which nodes are held at a limit of their boundary.
+/// The nodes held at a limit of their boundary.
 #pragma once
 
 #include "analysis/NodeConditions.h"
@@ -11,24 +11,24 @@ namespace percova
 {
 
 /// The nodes whose boundaries have limits, see NodeConditions. Such a node is either free or held
-/// at a limit; one whose state breaks its rule is switched over. A node that keeps coming back has
-/// to wait for the others to settle, and in the end the nodes are switched one at a time, least
-/// index first, which cannot go round in circles (Murty 1974, for the linear problem).
+/// at a limit; one whose state breaks its rule is switched over. A node that switches repeatedly
+/// has to wait for the others to settle, and finally the nodes are switched one at a time, least
+/// index first, which cannot cycle (Murty 1974, for the linear problem).
 class SeepageFaces
 {
 public:
-    /// All nodes with an upper limit held at it, which is the safe side: nothing floats.
+    /// All nodes with an upper limit held at it, the safe choice: no part is unconstrained.
     explicit SeepageFaces(const NodeConditions& conditions);
 
     /// Switches nodes over and puts those that become held at their limits.
-    /// @param outflow    by node: what its boundary brings less what enters [m3/s per m]
+    /// @param outflow    by node: the boundary's supply less the inflow [m3/s per m]
     /// @param tolerance  a flow up to this is none
     /// @param settled    whether the flow equations hold for the present states
     /// @returns how many nodes changed
     std::size_t Switch(const std::vector<double>& outflow, double tolerance, bool settled,
                        std::vector<double>& head);
 
-    /// Takes the states over from @p head.
+    /// Derives the states from @p head.
     void Follow(const std::vector<double>& head);
 
     /// Every node may switch freely again, for another problem.

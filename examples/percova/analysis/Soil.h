@@ -1,5 +1,5 @@
 /// @file
-/// A material as the element loops need it.
+/// A material prepared for the element loops.
 #pragma once
 
 #include "analysis/Conductivity.h"

@@ -1,5 +1,5 @@
 /// @file
-/// The water that the nodes hold.
+/// The water stored at the nodes.
 #pragma once
 
 #include "analysis/Model.h"
@@ -11,17 +11,17 @@
 namespace percova
 {
 
-/// Shares out the water of the elements among their nodes.
+/// Distributes the water of the elements over their nodes.
 ///
 /// Lumped, a node holds the water of its share of the area at its own pressure head. Consistent, it
 /// holds the integral of its shape function times the water in the element; the matrix then couples
 /// the nodes.
 ///
-/// Lumping keeps sharp fronts free of oscillations. On linear elements it costs next to nothing,
-/// and it is the default there. On quadratic ones, whose area is divided by the diagonal of the
-/// mass matrix (Hinton, Rock and Zienkiewicz 1976), it costs an order: errors of 3 to 40 times
-/// those of the consistent form were seen, so that is the default there, and heads may swing beside
-/// a jump.
+/// Lumping keeps sharp fronts free of oscillations. On linear elements it costs almost nothing, and
+/// it is the default there. On quadratic ones, whose area is divided by the diagonal of the mass
+/// matrix (Hinton, Rock and Zienkiewicz 1976), it costs an order: errors of 3 to 40 times those of
+/// the consistent form were measured, so the consistent form is the default there, and heads may
+/// oscillate beside a jump.
 class Storage
 {
 public:
@@ -60,8 +60,8 @@ private:
     mutable std::vector<double> elementWater_; ///< by place in Mesh::nodes
 };
 
-/// What storage adds to the flow equations in one stage of a time step: a node takes in at the rate
-/// (water(head) - before) * rate.
+/// The storage term of the flow equations in one stage of a time step: the rate of storage of a
+/// node is (water(head) - before) * rate.
 struct StorageTerm
 {
     const Storage* storage;

@@ -61,7 +61,7 @@ public:
             low = std::min(low, psi_[nodes[k]]);
             high = std::max(high, psi_[nodes[k]]);
         }
-        // Between its nodes a quadratic element may reach beyond their values.
+        // Between its nodes a quadratic element may exceed their values.
         const double spare = IsQuadratic(mesh_.type[e]) ? (high - low) / 2 : 0;
         if (IsWet(low - spare) == IsWet(high + spare))
             return;
@@ -176,9 +176,8 @@ private:
         pieces_.push_back({ends[0], ends[1], betweenNodes_});
     }
 
-    /// @param isReal  set when the line parts wet nodes from dry ones somewhere: the islands that
-    /// an
-    ///                element's interpolation makes between nodes of one kind are none
+    /// @param isReal  set when the line separates wet nodes from dry ones somewhere: islands that
+    /// an element's interpolation creates between nodes of one kind are not real
     Polyline Follow(CrossingName name, int piece, std::vector<char>& used, bool& isReal)
     {
         Polyline line;

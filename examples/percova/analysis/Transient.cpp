@@ -293,7 +293,7 @@ void TimeRun::Stop(const std::string& why)
                        " after " + std::to_string(state_.taken) + " steps: " + why;
 }
 
-/// One step that ends at @p target at the latest, taken again until it is good.
+/// One step that ends at @p target at the latest, repeated until it is accepted.
 bool TimeRun::TakeStep(double target)
 {
     const Units& units = model_.problem.units;
@@ -304,7 +304,7 @@ bool TimeRun::TakeStep(double target)
         const double left = target - state_.time;
         double length = std::min({state_.nextLength, settings_.largestStep, left});
         if (length < left && 2 * length > left)
-            length = left / 2; // two steps alike instead of a long and a short one
+            length = left / 2; // two equal steps instead of a long and a short one
         if (state_.taken + state_.rejected >= settings_.maxSteps)
         {
             Stop("more than " + std::to_string(settings_.maxSteps) + " steps (max_steps)");
@@ -320,7 +320,7 @@ bool TimeRun::TakeStep(double target)
                           kLeastShrink, again ? 1.0 : kMostGrowth);
         if (solved && attempt_.error <= settings_.tolerance)
         {
-            // A step cut to meet an event says little about the next one's length.
+            // A step shortened to meet an event says little about the next one's length.
             state_.nextLength = std::max(
                 length * wanted, length < state_.nextLength && wanted >= 1 ? state_.nextLength : 0);
             Accept(attempt_, length == left ? target : state_.time + length);
@@ -366,7 +366,7 @@ bool TimeRun::Run()
         while (state_.time < event)
         {
             if (!TakeStep(event))
-                return true; // what there is has been written
+                return true; // completed outputs have been written
             if (state_.time < event)
             {
                 now_ = attempt_.stages[1].conditions; // no jump here

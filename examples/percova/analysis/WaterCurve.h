@@ -19,7 +19,7 @@ public:
     bool Set(const WaterContent& water, double gammaW, std::string& reason);
 
     double Saturated() const { return saturated_; }
-    /// How much more sharply it bends over the logarithm of the suction than its fellow with n = 1.
+    /// How much more sharply it bends over the logarithm of the suction than the curve with n = 1.
     double Steepness() const;
     double Limit() const { return limit_; }
 

@@ -11,7 +11,7 @@ namespace
 {
 
 /// A ring around an element. A curved side, which has the shape of a parabola, lies within the
-/// triangle of its ends and the point where the tangents in them meet: where it bulges, the ring
+/// triangle of its ends and the point where the tangents in them meet: where it is convex, the ring
 /// goes through that point.
 std::vector<Point> RingAround(const Mesh& mesh, std::size_t e)
 {
@@ -55,7 +55,7 @@ ElementFinder::ElementFinder(const Mesh& mesh)
 std::vector<ElementPlace> ElementFinder::At(const Mesh& mesh, Point at) const
 {
     std::vector<std::uint32_t> near;
-    (void)tree_.FindAll(near, at); // near tells
+    (void)tree_.FindAll(near, at); // the result is in near
     std::vector<ElementPlace> places;
     for (const std::uint32_t e : near)
         if (ElementPlace place; FindInElement(mesh, e, at, place) == kLocalCoordsInside)

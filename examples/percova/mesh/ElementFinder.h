@@ -1,5 +1,5 @@
 /// @file
-/// Which elements hold a point.
+/// The elements that contain a point.
 #pragma once
 
 #include "KVI.h"
@@ -18,13 +18,13 @@ struct ElementPlace
     double r = 0, s = 0;
 };
 
-/// Finds the elements around points, through the library's quadtree. Any thread may ask.
+/// Finds the elements around points, through the library's quadtree. Any thread may query.
 class ElementFinder
 {
 public:
     explicit ElementFinder(const Mesh& mesh);
 
-    /// Every element that holds @p at, in the order of the mesh: several on their common side.
+    /// Every element that contains @p at, in the order of the mesh: several on a common side.
     /// @param mesh  the same as before, or a copy
     std::vector<ElementPlace> At(const Mesh& mesh, Point at) const;
 

@@ -14,7 +14,7 @@ namespace percova
 namespace
 {
 
-constexpr std::size_t kTold = 10; ///< nodes told one by one
+constexpr std::size_t kReported = 10; ///< nodes reported individually
 
 /// How far from the chords of a side of the rim a node may be and still lie on it.
 double ToleranceOf(const Mesh& mesh, const Edge& edge)
@@ -25,7 +25,7 @@ double ToleranceOf(const Mesh& mesh, const Edge& edge)
     const auto [a, b, m] = edge.nodes;
     const double bend = std::hypot(mesh.x[m] - (mesh.x[a] + mesh.x[b]) / 2,
                                    mesh.y[m] - (mesh.y[a] + mesh.y[b]) / 2);
-    return rounding + bend / (kChords * kChords); // what the chords cut off
+    return rounding + bend / (kChords * kChords); // the distance of the chords from the curve
 }
 
 /// The nodes of the rim, by their x.
@@ -47,7 +47,7 @@ std::vector<int> RimNodes(const Mesh& mesh, const std::vector<Edge>& rim)
 
 void WarnOfHangingNodes(const Mesh& mesh, Faults& faults)
 {
-    // Elements that do not hang together leave their sides on the rim, so only that is searched.
+    // Disconnected elements have their sides on the rim, so only that is searched.
     const std::vector<Edge> rim = RimOf(mesh);
     const std::vector<int> nodes = RimNodes(mesh, rim);
     std::size_t found = 0;
@@ -67,7 +67,7 @@ void WarnOfHangingNodes(const Mesh& mesh, Faults& faults)
                        std::hypot(mesh.x[other] - node.x, mesh.y[other] - node.y) <= 2 * tolerance;
             };
             if (std::any_of(edge.nodes.begin(), edge.nodes.end(), isAt) ||
-                NearestOn(line, node).distance > tolerance || ++found > kTold)
+                NearestOn(line, node).distance > tolerance || ++found > kReported)
                 continue;
             faults.Warning(mesh.file, {},
                            "node " + std::to_string(mesh.number[*at]) + " at (" + Short(node.x) +
@@ -76,9 +76,9 @@ void WarnOfHangingNodes(const Mesh& mesh, Faults& faults)
                                " which does not have it: no water passes there");
         }
     }
-    if (found > kTold)
+    if (found > kReported)
         faults.Warning(mesh.file, {},
-                       std::to_string(found - kTold) +
+                       std::to_string(found - kReported) +
                            " more nodes lie on sides of elements which do not have them");
 }
 

@@ -8,9 +8,9 @@
 namespace percova
 {
 
-/// Warns of every such node with its place: the elements on both sides of it do not hang together,
-/// and no water passes between them. Doubled nodes, by which a mesh is cut open along a wall, are
-/// no such nodes.
+/// Warns of every such node with its position: the elements on both sides of it are disconnected,
+/// and no water passes between them. Duplicated nodes, by which a mesh is split along a wall, are
+/// not reported.
 void WarnOfHangingNodes(const Mesh& mesh, Faults& faults);
 
 } // namespace percova

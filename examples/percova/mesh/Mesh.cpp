@@ -24,7 +24,7 @@ bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, dou
     {
         MshScanner scanner(text);
         ReadMshFile(scanner, file);
-        text = {}; // the mesh needs the room
+        text = {}; // the mesh needs the memory
         return BuildMesh(file, mesh, faults, metres, join);
     }
     catch (const MshError& error)

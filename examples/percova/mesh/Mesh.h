@@ -97,7 +97,7 @@ struct NodeJoin
 
 /// Reads a Gmsh mesh: format 2.2 or 4.1, ASCII or binary. Elements given clockwise are turned.
 /// Coordinates are multiplied by @p metres, the length of the file's unit.
-/// @returns false when there is no mesh to go on with; every reason is in @p faults
+/// @returns false when there is no usable mesh; every reason is in @p faults
 bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, double metres = 1,
               const NodeJoin& join = {});
 

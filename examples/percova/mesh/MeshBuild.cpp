@@ -20,7 +20,7 @@ namespace percova
 namespace
 {
 
-constexpr double kFarthest = 1e9; // a coordinate beyond it is no site on this planet [m]
+constexpr double kFarthest = 1e9; // larger coordinates are not plausible [m]
 constexpr double kFlat = 1e-6;    // nodes of a plane differ by no more in z [m]
 
 /// Finds a node's index by its number: by a table where the numbers are dense, else by search.
@@ -112,7 +112,7 @@ private:
     std::unordered_map<int, int> surfaceOf_, curveOf_; ///< group by tag
 };
 
-/// One fault for each kind of element that is not computed with, and how to get another mesh.
+/// One fault for each unsupported kind of element, with advice on the mesh.
 void Builder::Refuse()
 {
     for (const auto& [type, count] : file_.refused)

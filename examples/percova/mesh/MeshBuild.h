@@ -1,5 +1,5 @@
 /// @file
-/// From what a mesh file holds to a mesh that can be computed on.
+/// From the contents of a mesh file to a mesh for computation.
 #pragma once
 
 #include "mesh/Mesh.h"
@@ -10,7 +10,7 @@ namespace percova
 {
 
 /// Checks everything in @p file and makes @p mesh of it.
-/// @returns false when there is no mesh to go on with; every reason is in @p faults
+/// @returns false when there is no usable mesh; every reason is in @p faults
 bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres,
                const NodeJoin& join);
 

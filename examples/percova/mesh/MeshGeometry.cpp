@@ -21,7 +21,7 @@ struct Derivative
     double dN[2][8];
 };
 
-/// Local points where an element of @p type is watched.
+/// Local points where the Jacobian of an element of @p type is checked.
 std::vector<Point> WatchedPoints(ElementType type)
 {
     const double g = std::sqrt(0.6); // the outer Gauss point of three

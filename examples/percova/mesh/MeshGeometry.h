@@ -10,12 +10,12 @@ namespace percova
 {
 
 /// Place of node @p k of an element among the eight that the library's kernels work on. A triangle
-/// leaves places free: place 3 always, for its middle nodes are at places 4 to 6.
+/// leaves places unused: place 3 always, for its middle nodes are at places 4 to 6.
 constexpr int PlaceOf(ElementType type, int k)
 {
     return type == ElementType::T6 && k > 2 ? k + 1 : k;
 }
-/// The eight flags that tell the library's shape functions the element type.
+/// The eight flags that select the element type in the library's shape functions.
 const int* PlaceFlags(ElementType type);
 
 /// The smallest determinant of the Jacobian at the points where an element is integrated. At the
@@ -35,7 +35,7 @@ Polyline RingOf(const Mesh& mesh, std::size_t element);
 /// Centre of mass of an element, within the chords of its sides.
 Point CentreOf(const Mesh& mesh, std::size_t element);
 
-/// The tolerance for places in a model: 1e-9 of its size.
+/// The tolerance for positions in a model: 1e-9 of its size.
 Geom::Precision3D PrecisionFor(const Geom::Extents2D& box);
 Geom::Precision3D PrecisionFor(const Mesh& mesh);
 

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace percova::impl
+namespace percova
 {
 namespace
 {
@@ -59,7 +59,7 @@ void ReadTextElements(MshScanner& scanner, MshFile& file, std::size_t count)
     }
 }
 
-/// Elements stand in blocks of one type and one number of tags.
+/// Elements are in blocks of one type and one number of tags.
 void ReadBinaryElements(MshScanner& scanner, MshFile& file, std::size_t count)
 {
     while (count > 0)
@@ -116,4 +116,4 @@ void ReadElements22(MshScanner& scanner, MshFile& file)
         ReadTextElements(scanner, file, count);
 }
 
-} // namespace percova::impl
+} // namespace percova

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace percova::impl
+namespace percova
 {
 namespace
 {
@@ -29,12 +29,12 @@ void ReadEntity(MshScanner& scanner, MshFile& file, int dimension)
     const int tag = scanner.Next<int>(kEntity);
     // A point has its place, everything else the corners of its box and the parts of its rim.
     for (int i = 0; i < (dimension == 0 ? 3 : 6); ++i)
-        (void)scanner.Next<double>(kCoordinate); // the nodes say where everything is
+        (void)scanner.Next<double>(kCoordinate); // positions follow from the nodes
     const std::size_t tags = scanner.Count("the number of physical tags", 2);
     if (tags > kMostGroups)
         scanner.Fail("an entity is in " + std::to_string(tags) + " physical groups");
     std::vector<int> physical(tags);
-    for (int& each : physical) // negative: the group turns the entity round
+    for (int& each : physical) // negative: the group reverses the entity
         each = std::abs(scanner.Next<int>("a physical tag"));
     if (!physical.empty())
         file.entities[{dimension, tag}] = std::move(physical);
@@ -42,7 +42,7 @@ void ReadEntity(MshScanner& scanner, MshFile& file, int dimension)
         return;
     const std::size_t bounding = scanner.Count("the number of bounding entities", 2);
     for (std::size_t i = 0; i < bounding; ++i)
-        (void)scanner.Next<int>(kEntity); // nothing here needs to know
+        (void)scanner.Next<int>(kEntity); // not needed
 }
 
 /// Adds a block's elements: once for each physical group of its entity if they are lines, so that
@@ -143,4 +143,4 @@ void ReadElements41(MshScanner& scanner, MshFile& file)
     }
 }
 
-} // namespace percova::impl
+} // namespace percova

@@ -41,7 +41,7 @@ void ReadPhysicalNames(MshScanner& scanner, MshFile& file)
         const std::size_t open = rest.find('"');
         const std::size_t close = rest.rfind('"');
         if (open == close)
-            throw MshError{line, "a physical name should stand between quotation marks"};
+            throw MshError{line, "a physical name must be in quotation marks"};
         file.names[{dimension, tag}] = rest.substr(open + 1, close - open - 1);
     }
 }
@@ -55,14 +55,14 @@ struct Section
 
 constexpr Section k22[] = {
     {"PhysicalNames", false, ReadPhysicalNames},
-    {"Nodes", false, impl::ReadNodes22}, // counts are text; the reader itself turns to bytes
-    {"Elements", false, impl::ReadElements22},
+    {"Nodes", false, ReadNodes22}, // counts are text; the reader itself turns to bytes
+    {"Elements", false, ReadElements22},
 };
 constexpr Section k41[] = {
     {"PhysicalNames", false, ReadPhysicalNames},
-    {"Entities", true, impl::ReadEntities41},
-    {"Nodes", true, impl::ReadNodes41},
-    {"Elements", true, impl::ReadElements41},
+    {"Entities", true, ReadEntities41},
+    {"Nodes", true, ReadNodes41},
+    {"Elements", true, ReadElements41},
 };
 
 const Section* Find(const std::string& version, std::string_view name)
@@ -179,7 +179,7 @@ void ReadMshFile(MshScanner& scanner, MshFile& file)
         const int line = scanner.LineNumber();
         const std::string tag(scanner.Word());
         if (tag.size() < 2 || tag[0] != '$' || tag.starts_with("$End"))
-            throw MshError{line, "a section beginning with $ should stand here"};
+            throw MshError{line, "a section beginning with $ is expected here"};
         if (tag == "$PartitionedEntities")
             throw MshError{line, "the mesh is partitioned" + Converted(file) +
                                      " -string \"UnpartitionMesh;\""};
@@ -198,7 +198,7 @@ void ReadMshFile(MshScanner& scanner, MshFile& file)
         scanner.binary = false;
         const int endLine = scanner.LineNumber();
         if (scanner.Word() != end)
-            throw MshError{endLine, end + " should stand here: there is more in the section " +
+            throw MshError{endLine, end + " is expected here: there is more in the section " +
                                         "than its counts say, or less"};
     }
 }

@@ -1,5 +1,5 @@
 /// @file
-/// What a mesh file holds, before it is a mesh.
+/// The contents of a mesh file, before a mesh is built.
 #pragma once
 
 #include "mesh/MshScanner.h"
@@ -43,7 +43,7 @@ struct MshFile
     std::map<std::pair<int, int>, std::vector<int>> entities;
     std::map<int, std::size_t> refused; ///< elements of other types, by type
 
-    /// Where elements of a type go; null for a type that is left aside (points) or refused.
+    /// Where elements of a type go; null for a type that is ignored (points) or refused.
     Elements* ListOf(int elementType, std::size_t count);
     /// Adds the place of the next node that has none.
     void AddPlace(double placeX, double placeY, double placeZ, int line);
@@ -58,16 +58,11 @@ std::string MshTypeName(int type);
 /// @throws MshError
 void ReadMshFile(MshScanner& scanner, MshFile& file);
 
-namespace impl
-{
-
 /// @name One section of a version, without its first and its last line. Throw MshError.
 void ReadNodes22(MshScanner& scanner, MshFile& file);
 void ReadElements22(MshScanner& scanner, MshFile& file);
 void ReadEntities41(MshScanner& scanner, MshFile& file);
 void ReadNodes41(MshScanner& scanner, MshFile& file);
 void ReadElements41(MshScanner& scanner, MshFile& file);
-
-} // namespace impl
 
 } // namespace percova

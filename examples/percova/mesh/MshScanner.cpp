@@ -6,7 +6,7 @@ namespace percova
 {
 namespace
 {
-/// At most 30 characters of @p word, none of which disturbs a terminal.
+/// At most 30 printable characters of @p word.
 std::string Shown(std::string_view word)
 {
     std::string shown(word.substr(0, 30));
@@ -63,18 +63,18 @@ bool MshScanner::SkipPast(std::string_view tag)
 void MshScanner::Skip(std::size_t bytes, const char* what)
 {
     if (BytesLeft() < bytes)
-        Fail(std::string("the file ends where ") + what + " should stand");
+        Fail(std::string("the file ends where ") + what + " is expected");
     at_ += bytes;
 }
 
-void MshScanner::Misread(const char* what, bool tooLarge)
+void MshScanner::ThrowMisread(const char* what, bool tooLarge)
 {
     const int line = line_;
     const std::string_view word = Word();
     if (word.empty())
-        throw MshError{line, std::string("the file ends where ") + what + " should stand"};
-    throw MshError{line, '"' + Shown(word) + "\" stands where " + what +
-                             (tooLarge ? " should stand, and is too large" : " should stand")};
+        throw MshError{line, std::string("the file ends where ") + what + " is expected"};
+    throw MshError{line, '"' + Shown(word) + "\" is found where " + what +
+                             (tooLarge ? " is expected, and is too large" : " is expected")};
 }
 
 std::size_t MshScanner::CheckedCount(long long count, const char* what, std::size_t bytes) const

@@ -1,5 +1,5 @@
 /// @file
-/// The numbers of a mesh file one after the other, whether they stand there as text or as bytes.
+/// Sequential reading of the numbers of a mesh file, in text or binary form.
 #pragma once
 
 #include <charconv>
@@ -20,8 +20,8 @@ struct MshError
     std::string text;
 };
 
-/// Walks over the whole text of a mesh file. Numbers are read the same way whatever the locale.
-/// Everything that finds no number where one belongs throws MshError; nothing reads past the end.
+/// Walks over the whole text of a mesh file. Numbers are read the same way whatever the locale. A
+/// missing number throws MshError; nothing reads past the end.
 class MshScanner
 {
 public:
@@ -36,8 +36,8 @@ public:
     int LineNumber() const { return binary ? 0 : line_; }
     std::size_t BytesLeft() const { return static_cast<std::size_t>(end_ - at_); }
 
-    /// The next number, whose kind is told by @p what should it be missing. A std::size_t takes
-    /// eight bytes in a binary part, on 32-bit machines too.
+    /// The next number; @p what names it in the error if it is missing. A std::size_t takes eight
+    /// bytes in a binary part, on 32-bit machines too.
     template <class Number>
     Number Next(const char* what)
     {
@@ -47,19 +47,19 @@ public:
             {
                 const std::uint64_t wide = Bytes<std::uint64_t>(what);
                 if (wide > SIZE_MAX)
-                    Misread(what, true);
+                    ThrowMisread(what, true);
                 return static_cast<Number>(wide);
             }
         }
         return binary ? Bytes<Number>(what) : Text<Number>(what);
     }
-    /// A count of things, each of which takes at least @p bytes: no more than the file can hold.
+    /// A count of items of at least @p bytes each: no more than the file can hold.
     template <class Number = std::size_t>
     std::size_t Count(const char* what, std::size_t bytes)
     {
         return CheckedCount(static_cast<long long>(Next<Number>(what)), what, bytes);
     }
-    /// The next word of a text part: what stands up to the next blank.
+    /// The next word of a text part, up to the next blank.
     std::string_view Word();
     /// What is left of the line, without its end.
     std::string_view RestOfLine();
@@ -87,7 +87,7 @@ private:
             ++at_;
         const auto [stop, error] = std::from_chars(at_, end_, value);
         if (error != std::errc() || (stop != end_ && static_cast<unsigned char>(*stop) > ' '))
-            Misread(what, error == std::errc::result_out_of_range);
+            ThrowMisread(what, error == std::errc::result_out_of_range);
         at_ = stop;
         return value;
     }
@@ -98,13 +98,13 @@ private:
         static_assert(std::is_arithmetic_v<Number>);
         Number value{};
         if (BytesLeft() < sizeof value)
-            Fail(std::string("the file ends where ") + what + " should stand");
+            Fail(std::string("the file ends where ") + what + " is expected");
         std::memcpy(&value, at_, sizeof value);
         at_ += sizeof value;
         return value;
     }
 
-    [[noreturn]] void Misread(const char* what, bool tooLarge);
+    [[noreturn]] void ThrowMisread(const char* what, bool tooLarge);
     std::size_t CheckedCount(long long count, const char* what, std::size_t bytes) const;
 
     const char* at_;

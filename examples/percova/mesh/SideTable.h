@@ -1,5 +1,5 @@
 /// @file
-/// Which elements have a side between two given corners.
+/// Look-up of element sides by their two corners.
 #pragma once
 
 #include "mesh/Mesh.h"
@@ -10,7 +10,7 @@
 namespace percova
 {
 
-/// The sides of all elements of a mesh, each filed under the smaller of its two corners.
+/// The sides of all elements of a mesh, each stored at the smaller of its two corners.
 class SideTable
 {
 public:

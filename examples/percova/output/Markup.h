@@ -7,8 +7,8 @@
 namespace percova
 {
 
-/// @p text with the signs that mean something in XML replaced; what is no character of XML or no
-/// UTF-8 becomes U+FFFD.
+/// @p text with XML's special characters escaped; invalid XML characters and invalid UTF-8 become
+/// U+FFFD.
 std::string Escaped(const std::string& text);
 
 } // namespace percova

@@ -124,7 +124,7 @@ std::string BaseName(const Problem& problem)
     std::string name = file.substr(0, file.rfind('.'));
     if (name.ends_with(".problem"))
         name.resize(name.rfind('.'));
-    // Nothing but dots would be this folder or the one above.
+    // A name of dots only would be this folder or its parent.
     return name.find_first_not_of('.') == std::string::npos ? "results" : name;
 }
 
@@ -162,7 +162,7 @@ std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nod
 
 namespace
 {
-/// A field of a CSV file. A name that a spreadsheet would take for a formula is marked as text.
+/// A field of a CSV file. A name that a spreadsheet would interpret as a formula is marked as text.
 std::string CsvField(std::string text)
 {
     if (!text.empty() && std::string_view("=+-@").find(text[0]) != std::string_view::npos)

@@ -1,5 +1,5 @@
 /// @file
-/// What an analysis leaves behind: result.json, a .vtu and a picture for each step, and a .pvd.
+/// The output files of an analysis: result.json, a .vtu and a picture for each step, and a .pvd.
 #pragma once
 
 #include "analysis/Model.h"
@@ -14,12 +14,12 @@
 namespace percova
 {
 
-/// Turns metres into the unit of the problem file, in which everything is written. What
-/// materials, regions and probes say stays as it is.
+/// Turns metres into the unit of the problem file, in which everything is written. The definitions
+/// of materials, regions and probes are not converted.
 void ConvertToFileUnits(Model& model);
 void ConvertToFileUnits(const Units& units, StepResult& step);
 
-/// The problem file's name without its endings: what the results are named after.
+/// The problem file's name without its endings: the base name of the results.
 std::string BaseName(const Problem& problem);
 
 void WriteResultJson(std::ostream& out, const Model& model, const Results& results);
@@ -31,18 +31,18 @@ void WriteVtu(std::ostream& out, const Model& model, const StepResult& step);
 /// @param times  of each; empty: numbered from 1
 void WritePvd(std::ostream& out, const std::vector<std::string>& names,
               const std::vector<double>& times);
-/// One line for every time step of a run in time, behind a header with names and units.
+/// One line for every time step of a transient run, after a header with names and units.
 void WriteHistory(std::ostream& out, const Model& model, const Results& results);
 /// A drawing of one step: soil, head contours, phreatic line, boundaries.
 void WritePicture(std::ostream& out, const Model& model, const StepResult& step);
 
 /// Writes the files of one step: .vtu and .svg, and where there are several steps also .json and
-/// .heads, which let an interrupted run go on.
+/// .heads, which allow an interrupted run to continue.
 /// @param head  by node [m]
 /// @returns false with @p reason, the file's name in it, when one could not be written
 bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& step,
                const std::vector<double>& head, std::string& reason);
-/// Heads as WriteStep wrote them; empty when they cannot be read or are not @p nodes.
+/// Heads written by WriteStep; empty when they cannot be read or their number is not @p nodes.
 std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nodes);
 /// Writes what covers all steps so far: .pvd and result.json.
 bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,

@@ -54,7 +54,7 @@ Json ProbeJson(const ProbeValue& probe)
             {"flux", Pair(probe.flux)}};
 }
 
-/// What a run in time has more.
+/// Additional values of a transient run.
 void AddTime(Json& json, const StepResult& step)
 {
     if (IsMissingValue(step.time))
@@ -123,7 +123,7 @@ void WriteStepJson(std::ostream& out, const StepResult& step)
 
 namespace
 {
-/// The outputs of a run in time, and how its steps went.
+/// The outputs of a transient run, and the statistics of its steps.
 void AddOutputs(Json& json, const Model& model, const Results& results)
 {
     Json outputs = Json::array();

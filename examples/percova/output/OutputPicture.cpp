@@ -22,7 +22,7 @@ using picture::OutlineOf;
 using picture::Page;
 using picture::PathData;
 using picture::RoundLevels;
-using picture::Thinned;
+using picture::Simplified;
 using picture::Triangles;
 using picture::TrianglesOf;
 using picture::WetZone;
@@ -131,7 +131,7 @@ void Picture::Contours(const Triangles& triangles)
     const auto ends = std::minmax_element(head.begin(), head.end());
     const double least = *ends.first, greatest = *ends.second;
     Levels levels = RoundLevels(least, greatest, 16);
-    // The least and the greatest head hold along whole boundaries: no line of their own there.
+    // The least and the greatest head occur along whole boundaries, so they get no contour.
     const double margin = 1e-6 * (greatest - least);
     std::erase_if(levels.values, [&](double level) {
         return level < least + margin || level > greatest - margin;
@@ -178,7 +178,7 @@ void Picture::Surface()
         Polyline page;
         for (const Point& point : line)
             page.push_back(frame_.At(point));
-        page_.Path(PathData(Thinned(page, 0.2)), "class=\"surface\"");
+        page_.Path(PathData(Simplified(page, 0.2)), "class=\"surface\"");
         if (any)
             continue;
         any = true;
@@ -193,8 +193,8 @@ void Picture::Surface()
         page_.LegendLine("<path class=\"surface\" d=\"M0 7H22\"/>", "phreatic line");
 }
 
-/// What holds on a boundary: "head 24 m", "flux 1e-07 m/s", "seepage face".
-std::string Told(const Condition& condition, const Units& units)
+/// The condition of a boundary: "head 24 m", "flux 1e-07 m/s", "seepage face".
+std::string Description(const Condition& condition, const Units& units)
 {
     if (condition.type == BoundaryType::Seepage)
         return "seepage face";
@@ -250,7 +250,7 @@ void Picture::Boundaries()
         page_.Badge(at, i + 1, colour);
         page_.LegendBadge(i + 1, colour,
                           model_.problem.boundaries[i].name + ": " +
-                              Told(conditions[i], model_.problem.units));
+                              Description(conditions[i], model_.problem.units));
     }
 }
 

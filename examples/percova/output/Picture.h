@@ -22,7 +22,7 @@ struct Frame
     double X(double x) const { return left + (x - minX) / (maxX - minX) * width; }
     double Y(double y) const { return top + (maxY - y) / (maxY - minY) * height; }
     Point At(Point p) const { return {X(p.x), Y(p.y)}; }
-    /// How much taller than wide the same length is drawn: 1 when nothing is stretched.
+    /// The vertical exaggeration: 1 for none.
     double Stretch() const { return (height / (maxY - minY)) / (width / (maxX - minX)); }
 };
 
@@ -55,8 +55,8 @@ std::string WetZone(const Triangles& triangles, const Frame& frame);
 /// Path data of the outline of a material; curved sides are curves.
 std::string OutlineOf(const Model& model, int material, const Frame& frame);
 
-/// Leaves out the points that are within @p tolerance of the line between their neighbours.
-Polyline Thinned(const Polyline& line, double tolerance);
+/// Removes points within @p tolerance of the line between their neighbours.
+Polyline Simplified(const Polyline& line, double tolerance);
 
 /// "12.3 4.5": a page point in path data.
 std::string Coordinates(Point point);

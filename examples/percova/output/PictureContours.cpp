@@ -143,7 +143,7 @@ std::vector<Polyline> ContourOf(const Triangles& triangles, double level)
         Follow(pieces, meeting, static_cast<int>(i), 0, used, back);
         Follow(pieces, meeting, static_cast<int>(i), 1, used, line);
         line.insert(line.begin(), back.rbegin(), back.rend());
-        lines.push_back(Thinned(line, 0.2));
+        lines.push_back(Simplified(line, 0.2));
     }
     return lines;
 }

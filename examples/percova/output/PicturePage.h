@@ -1,5 +1,5 @@
 /// @file
-/// @internal The page a picture is drawn on: texts, lines, badges, the legend, what is taken.
+/// @internal The page a picture is drawn on: texts, lines, badges, the legend, occupied space.
 #pragma once
 
 #include "output/Picture.h"
@@ -13,8 +13,8 @@
 namespace percova::picture
 {
 
-/// Writes the parts of an SVG picture. All lengths are pixels; the legend stands on the right of
-/// the drawing and grows downward.
+/// Writes the parts of an SVG picture. All lengths are pixels; the legend is on the right of the
+/// drawing and grows downward.
 class Page
 {
 public:
@@ -30,7 +30,7 @@ public:
 
     /// @param kind  a class of the style sheet, empty for none
     void Text(double x, double y, const std::string& text, const char* kind = "");
-    /// A text with a white rim, which can be read on any ground.
+    /// A text with a white outline, readable on any background.
     void TextOnDrawing(double x, double y, const std::string& text);
     /// A text in the middle of @p at, turned by @p degrees, with a white rim.
     void Turned(Point at, double degrees, const std::string& text);
@@ -46,7 +46,7 @@ public:
     bool IsFree(Point at, double radius);
     /// Takes a small circle, even where something is written.
     void Take(Point at) { taken_.emplace_back(at, 3); }
-    /// What is taken so far; Forget gives the first @p count of it free again.
+    /// The number of occupied circles; Forget keeps the first @p count and frees the others.
     std::size_t Taken() const { return taken_.size(); }
     void Forget(std::size_t count);
 

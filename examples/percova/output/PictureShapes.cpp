@@ -144,7 +144,7 @@ std::string OutlineOf(const Model& model, int material, const Frame& frame)
         path += 'M' + Coordinates(at(begin));
         Polyline straight{at(begin)}; // since the last curve
         const auto flush = [&] {
-            const Polyline thin = Thinned(straight, 0.05);
+            const Polyline thin = Simplified(straight, 0.05);
             for (std::size_t i = 1; i < thin.size(); ++i)
                 path += 'L' + Coordinates(thin[i]);
         };
@@ -172,7 +172,7 @@ std::string OutlineOf(const Model& model, int material, const Frame& frame)
     return path;
 }
 
-Polyline Thinned(const Polyline& line, double tolerance)
+Polyline Simplified(const Polyline& line, double tolerance)
 {
     if (line.size() < 3)
         return line;

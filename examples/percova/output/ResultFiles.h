@@ -1,5 +1,5 @@
 /// @file
-/// What the files of a run are called, and where they stand.
+/// Names and locations of the files of a run.
 #pragma once
 
 #include "KVI.h"
@@ -14,9 +14,9 @@ namespace percova
 
 /// Names the result files of a problem by the library's document names.
 ///
-/// The results' folder is the data folder of a document. The files of the whole run stand in it,
-/// and so do those of the step when there is one alone; the files of several steps stand in
-/// folders of their own, "seepage\1", "seepage\2" and so on.
+/// The results' folder is the data folder of a document. The files of the whole run are in it, as
+/// are those of a single step; the files of several steps are in separate folders, "seepage\1",
+/// "seepage\2" and so on.
 class ResultFiles
 {
 public:

@@ -30,7 +30,7 @@ nlohmann::ordered_json ReadJson(const std::filesystem::path& path)
     return nlohmann::json::parse(text, nullptr, false);
 }
 
-/// What @p object has as @p key; null where it has none or is no object.
+/// The value of @p key in @p object; null where it has none or is no object.
 nlohmann::ordered_json Field(const nlohmann::ordered_json& object, const char* key)
 {
     return object.is_object() && object.contains(key) ? object[key] : nlohmann::ordered_json();
@@ -165,7 +165,7 @@ try
 }
 catch (const nlohmann::json::exception&)
 {
-    // Not what this program wrote: the run starts afresh.
+    // Not written by this program: the run starts from the beginning.
 }
 
 bool RunMark::SetState(std::size_t outputs, const TimeState& state, std::string& reason) const
@@ -175,7 +175,7 @@ bool RunMark::SetState(std::size_t outputs, const TimeState& state, std::string&
                     {"state", outputs > 0 ? JsonOf(state) : Json()}};
     const bool written = WriteWhole(
         files_.OfRun(".mark"), [&](std::ostream& out) { out << json.dump() << '\n'; }, reason);
-    std::error_code ignored; // heads that are left over do no harm
+    std::error_code ignored; // leftover heads do no harm
     if (written && outputs > 1)
         std::filesystem::remove(files_.OfOutput(outputs - 2, ".heads"), ignored);
     return written;

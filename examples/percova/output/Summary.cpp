@@ -224,7 +224,7 @@ void PrintProgress(std::ostream& out, const Units& units, const TimeProgress& pr
         << units.time << ", " << progress.iterations << " iterations";
     if (left >= 1)
         out << "; about " << Short(std::ceil(left), 2) << " more at this length";
-    out << std::endl; // at once: somebody is watching
+    out << std::endl; // flush at once for interactive use
 }
 
 void PrintProgress(std::ostream& out, const Progress& progress)
@@ -240,7 +240,8 @@ void PrintProgress(std::ostream& out, const Progress& progress)
             << " elements: ";
     else if (round.easing.leastKr > 0)
         out << "as if kr were at least " << Short(round.easing.leastKr, 2) << ": ";
-    // In between the flows fit, but not the sides of the seepage faces: the residual says nothing.
+    // In between the flows balance, but the seepage faces have not settled: the residual is not
+    // meaningful.
     if (round.switched > 0)
         out << "seepage faces settle, " << Grouped(round.switched)
             << (round.switched == 1 ? " node changes" : " nodes change");
@@ -248,7 +249,7 @@ void PrintProgress(std::ostream& out, const Progress& progress)
         out << "residual " << Short(round.residual, 3);
     if (round.relaxation != 1)
         out << " (step of " << Short(round.relaxation, 3) << ')';
-    out << std::endl; // at once: somebody is watching
+    out << std::endl; // flush at once for interactive use
 }
 
 void PrintSolver(std::ostream& out, const Results& results)

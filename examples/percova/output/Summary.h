@@ -1,5 +1,5 @@
 /// @file
-/// What percova prints for a person.
+/// Human-readable output of percova.
 #pragma once
 
 #include "analysis/Analysis.h"
@@ -11,18 +11,18 @@
 namespace percova
 {
 
-/// Every fault on a line of its own, and how many were left out.
+/// Every fault on its own line, and the number omitted.
 void PrintFaults(std::ostream& out, const Faults& faults);
-/// What a mesh holds: elements by type, groups by name with counts and sizes.
+/// The contents of a mesh: elements by type, groups by name with counts and sizes.
 void PrintMesh(std::ostream& out, const Mesh& mesh);
-/// What is about to be computed.
+/// The model to be computed.
 void PrintModel(std::ostream& out, const Model& model);
 void PrintProgress(std::ostream& out, const Progress& progress);
 void PrintProgress(std::ostream& out, const Units& units, const TimeProgress& progress);
 /// "step 3, high water"
 std::string TitleOf(const StepResult& step);
 void PrintSolver(std::ostream& out, const Results& results);
-/// What was found, in the units of the problem file.
+/// The results of a step, in the units of the problem file.
 void PrintStep(std::ostream& out, const Units& units, const StepResult& step);
 void PrintSeconds(std::ostream& out, const Seconds& seconds);
 

@@ -36,7 +36,7 @@ std::string Line(const Fault& fault)
     if (!fault.place.key.empty())
         line += fault.place.key + ": ";
     line += fault.text;
-    for (char& c : line) // a name out of a hostile file should not reach the terminal's controls
+    for (char& c : line) // names from untrusted files must not contain terminal control characters
         if (static_cast<unsigned char>(c) < ' ' || c == 127)
             c = '?';
     return line;

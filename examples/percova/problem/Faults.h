@@ -1,5 +1,5 @@
 /// @file
-/// What is wrong with the input: every fault with its file and place.
+/// Faults of the input, each with its file and position.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 namespace percova
 {
 
-/// Where a thing stands in its file.
+/// The position of an item in its file.
 struct Place
 {
     std::string
@@ -20,7 +20,7 @@ struct Place
 enum class Severity
 {
     Error,  ///< nothing can be computed
-    Warning ///< something is odd and was left aside
+    Warning ///< something is unusual and was ignored
 };
 
 struct Fault
@@ -31,7 +31,7 @@ struct Fault
     std::string text; ///< UTF-8, a sentence
 };
 
-/// Gathers faults. A file that is wrong everywhere keeps its first hundred and counts the others.
+/// Collects faults: the first hundred are kept, the others counted.
 class Faults
 {
 public:
@@ -41,7 +41,7 @@ public:
     const std::vector<Fault>& List() const { return list_; }
     std::size_t Errors() const { return errors_; }
     std::size_t Warnings() const { return warnings_; }
-    /// How many more there are than List() holds.
+    /// The number of faults not in List().
     std::size_t LeftOut() const { return errors_ + warnings_ - list_.size(); }
     bool Any() const { return errors_ != 0; }
 

@@ -1,5 +1,5 @@
 /// @file
-/// Takes values out of a JSON object, telling what is missing, of the wrong kind or unknown.
+/// Reads values from a JSON object, reporting missing, mistyped and unknown ones.
 #pragma once
 
 #include "problem/Faults.h"
@@ -22,7 +22,7 @@ enum class Need
 };
 
 /// One object of a problem file. Every Get... marks its key as known, writes only on success and
-/// puts what is wrong into the faults.
+/// reports problems as faults.
 class JsonReader
 {
 public:
@@ -45,12 +45,12 @@ public:
     /// Calls @p read with every object of this one and its name.
     void ForEachMember(const std::function<void(const std::string&, JsonReader&)>& read);
 
-    /// Marks @p key as known. @returns its value, null when it is not there
+    /// Marks @p key as known. @returns its value, null when it is absent
     const JsonNode* Find(const char* key);
     void Ignore(std::initializer_list<const char*> keys);
     /// Every key is known.
     void IgnoreRest() { used_.assign(used_.size(), true); }
-    /// Warns of every key that nobody asked for, but for those that begin with "note".
+    /// Warns of every key that was not read, except those that begin with "note".
     void WarnOfUnknown();
 
     Place PlaceOf(const char* key) const;

@@ -14,7 +14,7 @@ namespace
 constexpr std::size_t kDeepest = 64;
 constexpr std::size_t kMostKeys = 1000; // of one object
 
-/// Walks over a text and lets others see how far it has come.
+/// Iterates over a text and exposes its position.
 class Walker
 {
 public:
@@ -85,7 +85,7 @@ public:
     {
         std::vector<std::string>& names = open_.back()->names;
         if (std::find(names.begin(), names.end(), value) != names.end())
-            faults_.Error(file_, {value, Line(0)}, "stands twice in one object");
+            faults_.Error(file_, {value, Line(0)}, "occurs twice in one object");
         if (names.size() == kMostKeys)
         {
             faults_.Error(file_, {"", Line(0)},

@@ -32,7 +32,7 @@ struct JsonNode
 /// "a number", "a list" and the like.
 const char* Described(JsonNode::Kind kind);
 
-/// Parses the whole of @p text. A name that stands twice in one object is a fault.
+/// Parses the whole of @p text. A duplicate name in one object is a fault.
 /// @returns false when @p text is no JSON; the reason is in @p faults
 bool ParseJson(const std::string& text, const std::string& file, JsonNode& root, Faults& faults);
 

@@ -15,7 +15,7 @@ void GetLegal(JsonReader& reader, const char* key, DataParamType parameter, doub
               Need need)
 {
     if (reader.GetNumber(key, value, need))
-        (void)CheckLegal(reader, key, parameter, value); // told there
+        (void)CheckLegal(reader, key, parameter, value); // reported there
 }
 
 void CheckNotZero(const JsonReader& reader, const char* key, double value)

@@ -1,5 +1,5 @@
 /// @file
-/// The legal range of a parameter, as the library's catalogue has it.
+/// The legal range of a parameter in the library's catalogue.
 #pragma once
 
 #include "KVI.h"
@@ -8,7 +8,7 @@
 namespace percova
 {
 
-/// Tells when @p value, which stands under @p key, is not legal, in the catalogue's own words.
+/// Reports when @p value of @p key is not legal, with the catalogue's message.
 /// @returns whether it is legal
 bool CheckLegal(const JsonReader& reader, const char* key, DataParamType parameter, double value);
 
@@ -16,7 +16,7 @@ bool CheckLegal(const JsonReader& reader, const char* key, DataParamType paramet
 void GetLegal(JsonReader& reader, const char* key, DataParamType parameter, double& value,
               Need need = Need::Required);
 
-/// For a number that the catalogue lets be zero and that is divided by.
+/// For a divisor that the catalogue allows to be zero.
 void CheckNotZero(const JsonReader& reader, const char* key, double value);
 
 } // namespace percova

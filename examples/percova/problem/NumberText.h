@@ -1,5 +1,5 @@
 /// @file
-/// Numbers as text, the same whatever the locale.
+/// Numbers as text, independent of the locale.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 namespace percova
 {
 
-/// At most @p digits significant digits, for a person.
+/// At most @p digits significant digits, for display.
 std::string Short(double value, int digits = 6);
 /// The shortest text that reads back as the same number.
 std::string Exact(double value);

@@ -14,8 +14,8 @@
 namespace percova
 {
 
-/// The units of the problem file, of its mesh and of what is written. Inside, everything is in
-/// metres, seconds and kPa.
+/// The units of the problem file, of its mesh and of the output. Inside, everything is in metres,
+/// seconds and kPa.
 struct Units
 {
     std::string length = "m";
@@ -105,16 +105,16 @@ struct TimedValues
     std::vector<double> values;
 };
 
-/// What holds on a boundary in one step.
+/// The condition of a boundary in one step.
 struct Condition
 {
     BoundaryType type = BoundaryType::NoFlow;
     std::vector<double> values; ///< none, one, or one for each point of the boundary's line
-    /// In time instead, ascending: linear between, constant outside; of two entries at one time the
-    /// later holds from then on.
+    /// Instead over time, ascending: linear between, constant outside; of two entries at one time
+    /// the later holds from then on.
     std::vector<TimedValues> series;
-    /// A flux boundary takes no more water than keeps the pressure head at the first of these, and
-    /// gives no more than keeps it at the second; missing for no limit [m].
+    /// Inflow of a flux boundary is limited so that the pressure head does not exceed the first of
+    /// these, outflow so that it does not fall below the second; missing for no limit [m].
     double ponding = MissingValue<double>(), leastPressureHead = MissingValue<double>();
     Place place;
 
@@ -140,7 +140,7 @@ struct Step
 {
     std::string name;
     std::vector<Condition> conditions; ///< by boundary, changes of earlier steps included
-    double start = 0;                  ///< from when on it holds, in a run in time [s]
+    double start = 0;                  ///< from when on it applies, in a transient run [s]
     Place place;
 };
 
@@ -151,7 +151,7 @@ enum class StorageKind
     Consistent
 };
 
-/// How a run goes through time. Times in seconds.
+/// The time settings of a transient run. Times in seconds.
 struct TimeSettings
 {
     std::vector<double> outputs; ///< ascending; the last one ends the run
@@ -241,7 +241,7 @@ struct Problem
     Initial initial;
 };
 
-/// Which side of a jump counts.
+/// The side of a jump that applies.
 enum class Side
 {
     Before,
@@ -250,7 +250,7 @@ enum class Side
 /// The step that holds at time @p t, with the boundary values of that time.
 Step StepAt(const Problem& problem, double t, Side side);
 
-/// Reads a problem file. Values out of their legal range are told in the catalogue's words.
+/// Reads a problem file. Values out of their legal range are reported with the catalogue's message.
 /// @returns false when it cannot be used; every reason is in @p faults
 bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& faults);
 

@@ -142,9 +142,6 @@ double ValueAt(const Boundary& boundary, const Condition& condition, Point at)
     return first + (second - first) * place.fraction;
 }
 
-namespace impl
-{
-
 void ReadBoundaries(JsonReader& file, Problem& problem)
 {
     Step first;
@@ -211,10 +208,9 @@ void ReadSteps(JsonReader& file, Problem& problem)
     if (steps.empty())
         return;
     if (!isInTime || steps.front().start == 0)
-        problem.steps.clear(); // else the boundaries' own conditions hold before
+        problem.steps.clear(); // otherwise the boundaries' own conditions apply before
     for (Step& step : steps)
         problem.steps.push_back(std::move(step));
 }
 
-} // namespace impl
 } // namespace percova

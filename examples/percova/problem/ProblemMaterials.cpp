@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace percova::impl
+namespace percova
 {
 namespace
 {
@@ -134,4 +134,4 @@ void ReadMaterials(JsonReader& file, Problem& problem)
                  [&](JsonReader& reader) { ReadMaterial(reader, problem); });
 }
 
-} // namespace percova::impl
+} // namespace percova

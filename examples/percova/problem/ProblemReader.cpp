@@ -10,10 +10,6 @@ namespace percova
 namespace
 {
 
-using impl::IndexOf;
-using impl::NamesOf;
-using impl::ReadName;
-
 void Scale(std::vector<Point>& line, double metres)
 {
     for (Point& point : line)
@@ -145,15 +141,15 @@ bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& fa
     file.GetText("id", problem.id);
     file.GetText("title", problem.title);
     file.Ignore({"convention", "wanted", "dimensions", "x_axis"});
-    impl::ReadUnits(file, problem.units);
+    ReadUnits(file, problem.units);
     GetLegal(file, "gamma_w", dataparam::UnitWeightOfWater, problem.gammaW);
     ReadMeshName(file, problem);
-    impl::ReadMaterials(file, problem);
+    ReadMaterials(file, problem);
     ReadRegions(file, problem);
-    impl::ReadBoundaries(file, problem);
-    impl::ReadSteps(file, problem);
+    ReadBoundaries(file, problem);
+    ReadSteps(file, problem);
     if (file.Find("time") != nullptr)
-        impl::ReadTimeBlock(file, problem);
+        ReadTimeBlock(file, problem);
     else
         for (const Step& step : problem.steps)
             for (const Condition& condition : step.conditions)
@@ -164,7 +160,7 @@ bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& fa
     ReadSections(file, problem);
     ReadSolver(file, problem.solver);
     file.WarnOfUnknown();
-    impl::CheckShapes(problem, faults);
+    CheckShapes(problem, faults);
     return faults.Errors() == before;
 }
 

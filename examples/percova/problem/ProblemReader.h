@@ -1,5 +1,5 @@
 /// @file
-/// The parts of a problem file, each read by a function of its own.
+/// The parts of a problem file, each read by its own function.
 #pragma once
 
 #include "problem/JsonReader.h"
@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-namespace percova::impl
+namespace percova
 {
 
-/// Index of the thing called @p name, -1 for none.
+/// Index of the item called @p name, -1 for none.
 template <class Thing>
 int IndexOf(const std::vector<Thing>& things, const std::string& name)
 {
@@ -35,7 +35,7 @@ std::string NamesOf(const std::vector<Thing>& things)
     return names.empty() ? "none" : names;
 }
 
-/// Reads the key "name" and tells when one of @p things has it already.
+/// Reads the key "name" and reports when one of @p things has it already.
 template <class Thing>
 std::string ReadName(JsonReader& reader, const std::vector<Thing>& things)
 {
@@ -53,7 +53,7 @@ void ReadSteps(JsonReader& file, Problem& problem);
 void ReadChanges(JsonReader& reader, const Problem& problem, std::vector<Condition>& conditions);
 /// Reads "time" and "initial".
 void ReadTimeBlock(JsonReader& file, Problem& problem);
-/// Tells polygons that are no rings, and polygons and lines whose edges cross.
+/// Reports polygons that are no rings, and polygons and lines whose edges cross.
 void CheckShapes(const Problem& problem, Faults& faults);
 
-} // namespace percova::impl
+} // namespace percova

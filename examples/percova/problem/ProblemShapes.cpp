@@ -1,4 +1,4 @@
-// Whether the polygons and lines of a problem can be: valid rings, and edges that do not cross.
+// Validity of the polygons and lines of a problem: valid rings, and edges that do not cross.
 #include "problem/NumberText.h"
 #include "problem/ProblemReader.h"
 
@@ -7,14 +7,14 @@
 #include <iterator>
 #include <utility>
 
-namespace percova::impl
+namespace percova
 {
 namespace
 {
 
-// The library's finders and rings compare within 5e-5 of a unit. Drawn at a size of 1e4, that is
-// 5e-9 of the problem: no more than rounding. Shapes that meet are drawn at a size of 5, so that
-// what lies within 1e-5 of another edge, as a corner typed with some digits, does not cross it.
+// The library's finders and rings compare within 5e-5 of a unit. Scaled to a size of 1e4, that is
+// 5e-9 of the problem: no more than rounding. Shapes that meet are scaled to a size of 5, so that a
+// corner within 1e-5 of another edge, typed with few digits, does not cross it.
 constexpr double kOwnSize = 1e4, kSharedSize = 5;
 
 /// A polygon or line of the problem, for the messages.
@@ -36,7 +36,7 @@ Shape ShapeOf(std::string what, const Place& place, const Polyline& line, bool i
     return shape;
 }
 
-/// Brings shapes to the size at which the library's tolerance suits them.
+/// Scales shapes to a size that suits the library's tolerance.
 class Drawing
 {
 public:
@@ -65,7 +65,7 @@ private:
     double factor_ = 1;
 };
 
-/// Either direction will do; the library's valid one is counter-clockwise.
+/// Either direction is accepted; the library's valid one is counter-clockwise.
 bool IsRing(Polyline ring)
 {
     if (Geom::PolygonArea2D(ring.data(), ring.size()) < 0)
@@ -73,7 +73,7 @@ bool IsRing(Polyline ring)
     return Geom::PolygonIsValid2D(ring.data(), ring.size(), false);
 }
 
-/// Tells the faults of shapes; places are told in the units of the file.
+/// Reports the faults of shapes; positions are given in the units of the file.
 class ShapeCheck
 {
 public:
@@ -152,7 +152,7 @@ std::string ShapeCheck::FaultOfEdges(const Shape& shape, const Polyline& drawn,
         const auto edge = [&](std::size_t k) {
             return Told(shape.points[k]) + " - " + Told(shape.points[k + 1]);
         };
-        return std::string(overlap ? "goes back over itself" : "crosses itself") + ": its edges " +
+        return std::string(overlap ? "overlaps itself" : "crosses itself") + ": its edges " +
                edge(i) + " and " + edge(j) +
                (overlap ? " lie on one another" : " meet at " + Told(drawing.Given(event.point)));
     }
@@ -211,4 +211,4 @@ void CheckShapes(const Problem& problem, Faults& faults)
     }
 }
 
-} // namespace percova::impl
+} // namespace percova

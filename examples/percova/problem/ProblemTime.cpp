@@ -55,8 +55,6 @@ Step StepAt(const Problem& problem, double t, Side side)
     return step;
 }
 
-namespace impl
-{
 namespace
 {
 
@@ -204,5 +202,4 @@ void ReadTimeBlock(JsonReader& file, Problem& problem)
         file.Error("time", "nothing can store water: no material has an m_v or a water_content");
 }
 
-} // namespace impl
 } // namespace percova

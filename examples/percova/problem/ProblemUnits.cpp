@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace percova::impl
+namespace percova
 {
 namespace
 {
@@ -48,7 +48,7 @@ void ReadUnit(JsonReader& units, const char* key, const Unit (&known)[count], st
     units.Error(key, "'" + given + "' is not known, only " + names);
 }
 
-/// A unit that follows from the others: it may be left out, but not be another one.
+/// A unit that follows from the others: it may be omitted, but not differ.
 void Expect(JsonReader& units, const char* key, const std::string& expected)
 {
     std::string given;
@@ -62,7 +62,7 @@ void ReadUnits(JsonReader& file, Units& units)
 {
     if (const JsonNode* node = file.Find("units");
         node == nullptr || node->kind == JsonNode::Kind::Text)
-        return; // a text is a remark
+        return; // a text is a comment
     file.GetObject("units", Need::Optional, [&](JsonReader& reader) {
         ReadUnit(reader, "length", kLengths, units.length, units.metres);
         ReadUnit(reader, "pressure", kPressures, units.pressure, units.kPa);
@@ -74,4 +74,4 @@ void ReadUnits(JsonReader& file, Units& units)
     });
 }
 
-} // namespace percova::impl
+} // namespace percova

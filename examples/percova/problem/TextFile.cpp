@@ -12,7 +12,7 @@ namespace percova
 {
 namespace
 {
-/// The system's words for what has just failed.
+/// The system's message for the last failure.
 std::string SystemReason(int number, const std::string& instead)
 {
     return number == 0 ? instead : std::generic_category().message(number);
@@ -46,13 +46,13 @@ std::filesystem::path PathOf(std::wstring libraryPath)
 
 bool ReadWhole(const std::filesystem::path& path, std::string& text, std::string& reason)
 {
-    std::error_code ignored; // a file that is not there is told by opening it
+    std::error_code ignored; // a missing file is reported when it is opened
     if (std::filesystem::is_directory(path, ignored))
     {
         reason = "cannot be read: it is a folder";
         return false;
     }
-    // A device may never end, and nobody may ever write to a pipe.
+    // A device may never end, and a pipe may never be written to.
     const std::filesystem::file_status status = std::filesystem::status(path, ignored);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
     {

@@ -1,5 +1,5 @@
 /// @file
-/// Whole files: read at once, written under another name first.
+/// Reading and writing whole files; written under another name first.
 #pragma once
 
 #include <filesystem>
@@ -13,8 +13,8 @@ namespace percova
 /// @returns false with @p reason when @p path cannot be read
 bool ReadWhole(const std::filesystem::path& path, std::string& text, std::string& reason);
 
-/// Lets @p write fill a file beside @p path and then gives it the name @p path. On failure nothing
-/// is left and a file that was there before is as it was.
+/// Lets @p write fill a file beside @p path and then renames it to @p path. On failure nothing is
+/// left and an existing file is unchanged.
 /// @returns false with @p reason, the file's name in it, when that failed
 bool WriteWhole(const std::filesystem::path& path, const std::function<void(std::ostream&)>& write,
                 std::string& reason);
@@ -22,7 +22,7 @@ bool WriteWhole(const std::filesystem::path& path, const std::function<void(std:
 /// A file name as UTF-8, and back.
 std::string TextOf(const std::filesystem::path& path);
 std::filesystem::path PathOf(const std::string& text);
-/// A path in the library's manner, parted by backslashes, and back.
+/// Conversion to and from the library's paths with backslash separators.
 std::wstring LibraryPath(const std::filesystem::path& path);
 std::filesystem::path PathOf(std::wstring libraryPath);
 

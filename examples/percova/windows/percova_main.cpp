@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// The wide form of main: file names outside the code page would be lost on the way to the other.
+// The wide form of main: the narrow form would lose file names outside the code page.
 extern "C" int wmain(int argc, wchar_t** argv)
 {
     std::vector<std::string> arguments;
