@@ -15,7 +15,7 @@ constexpr double kGamma = 0.29289321881345247560;
 /// formula on the same rates (of third order for linear problems).
 constexpr double kDefect[3] = {0.47140452079103168, -2.0 / 3, 0.19526214587563499};
 constexpr int kStageIterations = 15;
-/// The estimate may be low by as much, and the errors of the steps add up.
+/// A safety factor: the estimate may be too low by this factor, and the errors of the steps add up.
 constexpr double kDoubt = 2;
 } // namespace
 
@@ -35,7 +35,7 @@ bool TimeStepper::SolveStage(Stage& stage, double time, const std::vector<double
     attempt.residual = std::max(attempt.residual, outcome.residual);
     if (!outcome.converged)
     {
-        attempt.failure = TroubleOf(model_, outcome, settings_.tolerance);
+        attempt.failure = DescribeFailure(model_, outcome, settings_.tolerance);
         return false;
     }
     stage.head = newton.Head();

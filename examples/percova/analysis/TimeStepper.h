@@ -16,7 +16,7 @@
 namespace percova
 {
 
-/// What holds at the end of a stage.
+/// The state at the end of a stage.
 struct Stage
 {
     Step step; ///< the boundaries as they are then
@@ -25,7 +25,7 @@ struct Stage
     std::vector<double> rate;                ///< by node: of its water in this stage [m2/s]
 };
 
-/// A step that was tried.
+/// An attempted step.
 struct Attempt // NOLINT(bugprone-reserved-identifier): of the copy that the compiler writes
 {
     double length = 0;
@@ -35,7 +35,7 @@ struct Attempt // NOLINT(bugprone-reserved-identifier): of the copy that the com
     double residual = 0;
     double error = 0;          ///< of the head, estimated [m]
     bool isThirdOrder = false; ///< whether the estimate is
-    std::string failure;       ///< why it was not solved
+    std::string failure;       ///< why it failed
 };
 
 /// Takes steps by the method of AnalyseInTime.
@@ -49,7 +49,7 @@ public:
     {
     }
 
-    std::vector<double> startRate; ///< by node, at the start; empty behind a jump of a head
+    std::vector<double> startRate; ///< by node, at the start; empty after a jump of a head
     bool isBeyondLimit = false;    ///< whether heads at the start are, at a boundary with limits
 
     /// Tries a step from @p time, when the nodes have @p head and @p water.
