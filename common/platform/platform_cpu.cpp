@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
-
-#include <cpuid.h>
 
 namespace platform
 {
@@ -38,25 +35,6 @@ int SimdLevel()
         return SimdLevelCappedBy(cap == nullptr ? "" : cap);
     }();
     return level;
-}
-
-std::string ProcessorName()
-{
-    constexpr unsigned kFirst = 0x80000002, kLast = 0x80000004; // 16 letters each
-    unsigned registers[4 * (kLast - kFirst + 1)] = {};
-    if (static_cast<unsigned>(__get_cpuid_max(0x80000000, nullptr)) < kLast)
-        return {};
-    for (unsigned leaf = kFirst; leaf <= kLast; ++leaf)
-    {
-        unsigned* r = registers + 4 * (leaf - kFirst);
-        __get_cpuid(leaf, r, r + 1, r + 2, r + 3);
-    }
-    char text[sizeof registers + 1] = {};
-    std::memcpy(text, registers, sizeof registers);
-    std::string name = text;
-    const auto first = name.find_first_not_of(' ');
-    return first == std::string::npos ? std::string()
-                                      : name.substr(first, name.find_last_not_of(' ') + 1 - first);
 }
 
 } // namespace platform

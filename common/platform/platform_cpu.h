@@ -18,9 +18,6 @@ int SimdLevel();
 /// As SimdLevel, of the processor alone, with @p cap in the place of the variable's value.
 int SimdLevelCappedBy(const std::string& cap);
 
-/// The processor's own name, such as "AMD EPYC 9R14"; empty when it reports none.
-std::string ProcessorName();
-
 /// The processor's time-stamp counter: steady, two to five ticks a nanosecond, read in some 6 ns.
 inline std::uint64_t CycleCount() { return __builtin_ia32_rdtsc(); }
 

@@ -15,11 +15,3 @@ TEST(ProcessorFeatures, TheLevelIsCappedNeverRaised)
         EXPECT_EQ(platform::SimdLevelCappedBy(unknown), most) << unknown;
     EXPECT_LE(platform::SimdLevel(), most);
 }
-
-TEST(ProcessorFeatures, TheNameHasNoBlanksAround)
-{
-    const std::string name = platform::ProcessorName();
-    ASSERT_FALSE(name.empty()); // every processor of the last twenty years reports one
-    EXPECT_NE(name.front(), ' ');
-    EXPECT_NE(name.back(), ' ');
-}

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Geom/exact/Plane.h"
+#include "foundation/number/ProductError.h"
 
 namespace geom
 {
@@ -29,15 +30,8 @@ inline Pair ExactDifference(double a, double b) { return ExactSumOf(a, -b); }
 
 inline Pair ExactProduct(double a, double b)
 {
-    constexpr double kSplitter = 134217729; // 2^27 + 1
-    const auto upperHalf = [](double v) {
-        const double scaled = kSplitter * v;
-        return scaled - (scaled - v);
-    };
-    const double a1 = upperHalf(a), a2 = a - a1;
-    const double b1 = upperHalf(b), b2 = b - b1;
     const double high = a * b;
-    return {high, a2 * b2 - (((high - a1 * b1) - a2 * b1) - a1 * b2)};
+    return {high, foundation::ProductError(a, b, high)};
 }
 
 /// a + b with about 100 bits.

@@ -1,5 +1,7 @@
 #include "foundation/number/NumberPrinter.h"
 
+#include "foundation/number/ProductError.h"
+
 #include <algorithm>
 #include <bit>
 #include <charconv>
@@ -83,15 +85,6 @@ struct SixteenDigits
         std::memcpy(out, shifted, sizeof shifted);
     }
 };
-
-// a * b - product, exactly, for a product that is a * b rounded (Dekker 1971, Numer. Math. 18).
-double ProductError(double a, double b, double product)
-{
-    constexpr double kSplit = 0x1p27 + 1;
-    const double aHigh = kSplit * a - (kSplit * a - a), aLow = a - aHigh;
-    const double bHigh = kSplit * b - (kSplit * b - b), bLow = b - bHigh;
-    return ((aHigh * bHigh - product) + aHigh * bLow + aLow * bHigh) + aLow * bLow;
-}
 
 // Whether magnitude * power, which @p scaled is rounded and @p floor without its fraction, goes up
 // to the next whole number; for a product below 2^52.

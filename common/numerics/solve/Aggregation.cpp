@@ -177,20 +177,24 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
                 f(couplings.Neighbour(i, k), k);
     };
 
-    // First whole neighbourhoods.
-    for (int i = 0; i < nodes; ++i)
-    {
-        bool isFree = result.of[std::size_t(i)] == kFree;
-        if (isFree)
-            forStrong(i, [&](int j, int) { isFree = isFree && result.of[std::size_t(j)] < 0; });
-        if (!isFree)
-            continue;
+    // Node i with its free neighbours.
+    auto aggregate = [&](int i) {
         result.of[std::size_t(i)] = result.count;
         forStrong(i, [&](int j, int) {
             if (result.of[std::size_t(j)] == kFree)
                 result.of[std::size_t(j)] = result.count;
         });
         ++result.count;
+    };
+
+    // First whole neighbourhoods.
+    for (int i = 0; i < nodes; ++i)
+    {
+        bool isFree = result.of[std::size_t(i)] == kFree;
+        if (isFree)
+            forStrong(i, [&](int j, int) { isFree = isFree && result.of[std::size_t(j)] < 0; });
+        if (isFree)
+            aggregate(i);
     }
     // Then every remaining node joins the aggregate of its most strongly coupled neighbour, without
     // chains.
@@ -211,16 +215,8 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
     result.of.swap(joined);
     // The remaining free nodes form aggregates among themselves.
     for (int i = 0; i < nodes; ++i)
-    {
-        if (result.of[std::size_t(i)] != kFree)
-            continue;
-        result.of[std::size_t(i)] = result.count;
-        forStrong(i, [&](int j, int) {
-            if (result.of[std::size_t(j)] == kFree)
-                result.of[std::size_t(j)] = result.count;
-        });
-        ++result.count;
-    }
+        if (result.of[std::size_t(i)] == kFree)
+            aggregate(i);
     return result;
 }
 

@@ -169,19 +169,11 @@ bool IsCarried(const MatrixView& A)
 {
     constexpr double kSkew = 0.35;
     double skew = 0, symmetric = 0;
-    std::vector<int> next(A.rowStart, A.rowStart + A.n); // entry of a row that comes next
-    for (int i = 0; i < A.n; ++i)
-        for (int k = A.rowStart[i]; k < A.rowStart[i + 1] && A.columns[k] < i; ++k)
-        {
-            const int j = A.columns[k];
-            int& at = next[std::size_t(j)];
-            while (at < A.rowStart[j + 1] && A.columns[at] < i)
-                ++at;
-            const double mirrored =
-                at < A.rowStart[j + 1] && A.columns[at] == i ? A.values[at] : 0.0;
-            skew += std::fabs(A.values[k] - mirrored);
-            symmetric += std::fabs(A.values[k] + mirrored);
-        }
+    ForMirrors(A, [&](int k, int m) {
+        const double mirrored = m < 0 ? 0.0 : A.values[m];
+        skew += std::fabs(A.values[k] - mirrored);
+        symmetric += std::fabs(A.values[k] + mirrored);
+    });
     return skew > kSkew * symmetric;
 }
 

@@ -195,12 +195,4 @@ void Multigrid::Cycle(std::size_t at, const double* r, double* z)
     level.Backward(r, z);
 }
 
-double Multigrid::Complexity() const
-{
-    double stored = 0;
-    for (int k = 0; k < used_; ++k)
-        stored += levels_[std::size_t(k)].A.rowStart[levels_[std::size_t(k)].A.n];
-    return stored / std::max(1, levels_[0].A.rowStart[levels_[0].A.n]);
-}
-
 } // namespace numerics

@@ -35,8 +35,6 @@ public:
     void Apply(const double* r, double* z) override;
 
     int Levels() const { return used_; }
-    /// Stored values of all levels over those of A.
-    double Complexity() const;
 
 private:
     struct Level

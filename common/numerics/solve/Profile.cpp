@@ -68,17 +68,7 @@ bool ProfileSolver::MakeProfile(const MatrixView& A)
         return false;
 
     mirror_.assign(std::size_t(A.rowStart[n]), -1);
-    std::vector<int> next(A.rowStart, A.rowStart + n); // entry of a row that comes next
-    for (int i = 0; i < A.n; ++i)
-        for (int k = A.rowStart[i]; k < A.rowStart[i + 1] && A.columns[k] < i; ++k)
-        {
-            const int j = A.columns[k];
-            int& at = next[std::size_t(j)];
-            while (at < A.rowStart[j + 1] && A.columns[at] < i)
-                ++at;
-            if (at < A.rowStart[j + 1] && A.columns[at] == i)
-                mirror_[std::size_t(k)] = at;
-        }
+    ForMirrors(A, [&](int k, int m) { mirror_[std::size_t(k)] = m; });
     return true;
 }
 
