@@ -12,7 +12,7 @@ namespace
 // does not have.
 constinit platform::ForkHandler forkHandler{platform::ForkRank::text, [] { (void)App::Instance(); },
                                             nullptr, nullptr};
-const bool forkHandled = platform::AddForkHandler(forkHandler);
+const bool kForkHandled = platform::AddForkHandler(forkHandler);
 } // namespace
 
 AppImpl::AppImpl() : module_(nullptr), table_(platform::FindStringTable(nullptr)) {}

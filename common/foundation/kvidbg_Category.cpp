@@ -87,7 +87,7 @@ using Guard = std::lock_guard<std::mutex>;
 constinit platform::ForkHandler forkHandler{
     platform::ForkRank::text, [] { Registry::Instance().lock.lock(); },
     [] { Registry::Instance().lock.unlock(); }, [] { Registry::Instance().lock.unlock(); }};
-const bool forkHandled = platform::AddForkHandler(forkHandler);
+const bool kForkHandled = platform::AddForkHandler(forkHandler);
 } // namespace
 
 // Set before any constructor runs, as are the category bits of objects not yet made (0: level

@@ -109,7 +109,7 @@ namespace
 {
 constinit platform::ForkHandler forkHandler{platform::ForkRank::log, impl::SinkFork::Before,
                                             impl::SinkFork::InParent, impl::SinkFork::InChild};
-const bool forkHandled = platform::AddForkHandler(forkHandler);
+const bool kForkHandled = platform::AddForkHandler(forkHandler);
 } // namespace
 
 DefaultEventSink::State::State()

@@ -101,7 +101,7 @@ void BeforeFork()
 // A forked child finds the locales constructed and their lock free.
 constinit platform::ForkHandler forkHandler{platform::ForkRank::text, BeforeFork,
                                             [] { Mutex().unlock(); }, [] { Mutex().unlock(); }};
-const bool forkHandled = platform::AddForkHandler(forkHandler);
+const bool kForkHandled = platform::AddForkHandler(forkHandler);
 
 } // namespace
 
