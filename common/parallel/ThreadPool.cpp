@@ -1,10 +1,7 @@
 #include "parallel/ThreadPool.h"
 
 #include "foundation/kvidbg.h"
-#include "parallel/FloatEnvGuard.h"
-#include "parallel/ThreadCount.h"
-#include "platform/platform_fork.h"
-#include "platform/platform_thread.h"
+#include "parallel/PoolEntry.h"
 
 #include <algorithm>
 #include <chrono>
@@ -21,68 +18,15 @@ using Clock = std::chrono::steady_clock;
 constexpr double kSpin = 40'000;                             // nanoseconds
 constexpr std::uint32_t kFirstLook = 50, kLongestLook = 400; // of the monitor, milliseconds
 constexpr std::size_t kMostMembers = 1024;
-constexpr std::uint32_t kNotification = 1 << 16; // in the word of an entry
 
 thread_local bool isMember = false;
-
-/// Forks on the way from the first process to this one.
-constinit std::atomic<unsigned> forks{0};
 
 /// Whether Finish has been called since the last Start; a forked child inherits it.
 constinit std::atomic<bool> isFinished{false};
 
 } // namespace
 
-struct ThreadPool::Entry // NOLINT(clang-analyzer-optin.performance.Padding): counters on own lines
-{
-    unsigned Inside() const { return state.load(std::memory_order_relaxed) % kNotification; }
-    bool MayJoin() const { return work->HasMore() && Inside() < room; }
-    /// Nobody is at it, as only the pool's threads will be before somebody waits.
-    bool IsStarved() const { return keep != nullptr && Inside() == 0 && work->HasMore(); }
-
-    Work* work = nullptr;
-    unsigned room = 0;
-    bool isOpen = false;
-    bool isKept = false; // by the pool: all who work at it count as inside
-    std::shared_ptr<Work> keep;
-    Entry *before = nullptr, *after = nullptr;
-    std::fenv_t environment{};
-    unsigned threadLimit = 0;
-    /// The threads at work, without the one that opened it; and kNotification for each NotifyWork.
-    alignas(64) std::atomic<std::uint32_t> state{0};
-    std::atomic<std::uint32_t> sleepers{0};
-};
-
-struct ThreadPool::Member
-{
-    std::shared_ptr<platform::Thread> thread;
-    platform::Parker parker;
-};
-
-/// One thread's lifetime at a work, which also ends when the thread is.
-class ThreadPool::Session
-{
-public:
-    Session(ThreadPool& pool, Entry& entry)
-        : pool_(pool), entry_(entry), forks_(forks), environment_(entry.environment),
-          limit_(static_cast<int>(entry.threadLimit))
-    {
-    }
-    ~Session()
-    {
-        if (forks_ == forks)
-            pool_.Leave(entry_);
-    }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-
-private:
-    ThreadPool& pool_;
-    Entry& entry_;
-    const unsigned forks_;
-    FloatEnvGuard environment_;
-    ThreadLimit limit_;
-};
+constinit std::atomic<unsigned> ThreadPool::forkCount_{0};
 
 /// An object that is never destroyed, since threads may outlive the statics. Made without code at
 /// run time where the standard library's mutex allows it (not with MinGW).
@@ -104,7 +48,7 @@ ThreadPool& ThreadPool::Instance()
 void ThreadPool::StartFresh()
 {
     isMember = false;
-    ++forks;
+    ++forkCount_;
     new (&Instance()) ThreadPool; // what the old one held stays where it is
 }
 
@@ -151,175 +95,6 @@ void ThreadPool::Finish()
         (void)std::exchange(entries_, std::vector<std::unique_ptr<Entry>>());
     }
 }
-
-// ------------------------------------------------------------------------------------------------
-// Open work
-
-ThreadPool::Registration::~Registration() { Close(); }
-
-bool ThreadPool::Registration::IsForked() const { return entry_ != nullptr && forks_ != forks; }
-
-bool ThreadPool::Registration::LostWork() const { return IsForked() && entry_->Inside() != 0; }
-
-bool ThreadPool::Registration::Open(Work& work, unsigned room, std::shared_ptr<Work> keep)
-{
-    ThreadPool& pool = Instance();
-    const std::lock_guard lock(pool.lock_);
-    static constinit platform::ForkHandler handler{platform::ForkRank::pool, nullptr, nullptr,
-                                                   &ThreadPool::StartFresh};
-    platform::AddForkHandler(handler);
-    Entry* entry = pool.free_;
-    if (entry != nullptr)
-        pool.free_ = entry->after;
-    else
-        try
-        {
-            pool.entries_.push_back(std::make_unique<Entry>());
-            entry = pool.entries_.back().get();
-        }
-        catch (const std::bad_alloc&)
-        {
-            return false;
-        }
-    std::fegetenv(&entry->environment);
-    entry->threadLimit = ThreadLimit::Current();
-    entry->work = &work;
-    entry->room = room;
-    entry->isOpen = true;
-    entry->isKept = keep != nullptr;
-    entry->keep = std::move(keep);
-    entry->before = nullptr;
-    entry->after = pool.open_;
-    if (pool.open_ != nullptr)
-        pool.open_->before = entry;
-    pool.open_ = entry;
-    pool.openings_.fetch_add(1, std::memory_order_release);
-    entry_ = entry;
-    forks_ = forks;
-    return true;
-}
-
-void ThreadPool::Registration::RequestHelper()
-{
-    if (entry_ != nullptr && !IsForked())
-        Instance().RequestHelper(*entry_);
-}
-
-void ThreadPool::Registration::NotifyWork()
-{
-    if (entry_ == nullptr || IsForked())
-        return;
-    entry_->state.fetch_add(kNotification);
-    Instance().openings_.fetch_add(1, std::memory_order_release);
-    if (entry_->sleepers.load() != 0)
-        platform::WakeAll(entry_->state);
-}
-
-void ThreadPool::Registration::TakePart()
-{
-    if (entry_ == nullptr || IsForked())
-        return;
-    ThreadPool& pool = Instance();
-    unsigned slot = 0;
-    {
-        const std::lock_guard lock(pool.lock_);
-        if (!entry_->isOpen || !pool.Admit(*entry_, slot))
-            return;
-    }
-    const Session session(pool, *entry_);
-    entry_->work->TakePart(slot);
-}
-
-bool ThreadPool::Registration::AwaitMore()
-{
-    if (entry_ == nullptr)
-        return false;
-    constexpr int kSpins = 400; // the last piece of a helper is short, as a rule
-    for (int spins = 0;; ++spins)
-    {
-        const std::uint32_t state = entry_->state.load(); // before the look at what is left
-        const std::uint32_t inside = state % kNotification;
-        const bool hasMore = entry_->work->HasMore();
-        if (hasMore && (!entry_->isKept || inside < entry_->room))
-            return true;
-        if ((!hasMore && inside == 0) || IsForked())
-            return false;
-        if (spins < kSpins)
-        {
-            platform::SpinPause();
-            continue;
-        }
-        entry_->sleepers.fetch_add(1);
-        platform::SleepOn(entry_->state, state);
-        entry_->sleepers.fetch_sub(1);
-    }
-}
-
-void ThreadPool::Registration::Close()
-{
-    Entry* const entry = std::exchange(entry_, nullptr);
-    if (entry == nullptr || forks_ != forks)
-        return;
-    ThreadPool& pool = Instance();
-    {
-        const std::lock_guard lock(pool.lock_);
-        pool.Unlink(*entry);
-    }
-    while (const std::uint32_t inside = entry->state.load() % kNotification)
-    {
-        const std::uint32_t state = entry->state.load();
-        if (state % kNotification != inside)
-            continue;
-        entry->sleepers.fetch_add(1);
-        platform::SleepOn(entry->state, state);
-        entry->sleepers.fetch_sub(1);
-        if (forks_ != forks)
-            return;
-    }
-    const std::lock_guard lock(pool.lock_);
-    entry->work = nullptr;
-    entry->after = pool.free_;
-    pool.free_ = entry;
-}
-
-void ThreadPool::Unlink(Entry& entry)
-{
-    if (!std::exchange(entry.isOpen, false))
-        return;
-    (entry.before != nullptr ? entry.before->after : open_) = entry.after;
-    if (entry.after != nullptr)
-        entry.after->before = entry.before;
-}
-
-/// Lets the calling thread in, if the work may have one more. Behind the lock.
-bool ThreadPool::Admit(Entry& entry, unsigned& slot)
-{
-    if (!entry.MayJoin())
-        return false;
-    slot = entry.state.fetch_add(1, std::memory_order_relaxed) % kNotification;
-    ++joins_;
-    return true;
-}
-
-void ThreadPool::Leave(Entry& entry)
-{
-    std::shared_ptr<Work> last; // is given up without the lock
-    {
-        const std::lock_guard lock(lock_);
-        if (entry.isKept && entry.Inside() == 1 && !entry.work->HasMore())
-        {
-            Unlink(entry);
-            last = std::move(entry.keep);
-        }
-        entry.state.fetch_sub(1); // the work may be gone from here on; the entry stays
-    }
-    if (entry.sleepers.load() != 0)
-        platform::WakeAll(entry.state);
-}
-
-// ------------------------------------------------------------------------------------------------
-// Threads
-
 void ThreadPool::RequestHelper(Entry& entry)
 {
     const std::lock_guard lock(lock_);
@@ -466,11 +241,11 @@ void ThreadPool::Run(void* object)
     struct Lifetime
     {
         Member& member;
-        const unsigned generation = forks;
+        const unsigned generation = forkCount_;
         bool isOver = false;
         ~Lifetime()
         {
-            if (!isOver && generation == forks)
+            if (!isOver && generation == forkCount_)
                 Instance().Retire(member);
         }
     };
@@ -494,9 +269,9 @@ void ThreadPool::Retire(Member& member)
 
 void ThreadPool::Serve(Member& member)
 {
-    const unsigned generation = forks;
+    const unsigned generation = forkCount_;
     unsigned openings = 0, slot = 0;
-    while (generation == forks && !stopping_)
+    while (generation == forkCount_ && !stopping_)
     {
         if (Entry* const entry = Join(openings, slot))
         {

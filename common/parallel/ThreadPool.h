@@ -92,6 +92,9 @@ private:
     template <class T>
     union Immortal;
 
+    /// Forks on the way from the first process to this one.
+    static std::atomic<unsigned> forkCount_;
+
     ThreadPool() = default;
     static void StartFresh();
     static void Run(void* object);
