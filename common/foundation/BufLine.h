@@ -23,8 +23,7 @@ extern KVI_API const ReadBufSettings rbfDefault;
 ///              cut there, and its rest is passed over
 /// @param size  of @p line in bytes, at least 1
 /// @returns the line's whole length, so a result >= size means that it was cut; -1 when no line is
-/// left,
-///          and @p line is empty then
+///          left, and @p line is empty then
 KVI_API int ReadBufLine(char* line, int size, const char** at, const char* end,
                         const ReadBufSettings& settings = rbfDefault);
 

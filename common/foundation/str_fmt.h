@@ -14,10 +14,10 @@
 /// | u x X o | an integer without sign; a negative one as the two's complement of its own type |
 /// | c | a character, or the one with the integer's code |
 /// | e E f F g G | a floating-point number as C's printf does, to the last digit |
-/// | s S | text, narrow or wide, inserted as it is; the precision is the most units to take; of a
-/// gtl::status its finished message | | r | a number in the fewest digits that read back as the
-/// same value; text as it is | | p | an address: 0x and lower-case hexadecimal digits | | %% | a
-/// percent sign; takes no argument |
+/// | s S | text, narrow or wide; the precision is the most units; of a gtl::status its message |
+/// | r | a number in the fewest digits that read back as the same value; text as it is |
+/// | p | an address: 0x and lower-case hexadecimal digits |
+/// | %% | a percent sign; takes no argument |
 ///
 /// The format is never trusted. Anything that is no conversion ("%n", "%*d", "%1$s", a lone "%") is
 /// copied as written and takes no argument; so does a conversion that has no argument left.

@@ -14,9 +14,10 @@
 /// what went wrong, and in which equation; the log at level verbose also which solver ran. Solved
 /// is a checked fact: a direct solver's x has a row-wise backward error of at most 1e-10 and is not
 /// a mode that only rounding resists; an iterative one's has the residual asked for, and no
-/// equation is left unsolved because its coefficients are small. A direct solve that cannot give an
-/// answer leaves NaN in every unknown, so that an older solution is not mistaken for a new one; an
-/// iterative one leaves its best approximation, the start included. An index outside the system, a
+/// equation is left unsolved because its coefficients are small. A direct solve that computes
+/// nothing (NotFinite, TooLarge, an error of the vendor's) leaves NaN in every unknown, so that an
+/// older solution is not mistaken for a new one; an iterative one leaves its best approximation,
+/// the start included, and NaN only when memory runs out. An index outside the system, a
 /// coefficient outside the pattern, a matrix that does not fit its list and lists of unequal length
 /// are dropped, and the outcome of solves is Failed until ResetToZero; so it is before the first
 /// Initialize.
@@ -117,9 +118,9 @@ public:
     virtual long SolveForUnknownVector_PARDISO();
     /// Frees PARDISO's memory, if it holds any.
     virtual long SolveForUnknownVector_PARDISO_Release();
-    /// Threads that this object's solvers may use; 0, as at the start, means all processors. With
-    /// PARDISO a count above 0 becomes that of the whole process, as SetSparseSolverThreads makes
-    /// it.
+    /// Threads that this object's solvers may use; 0, as at the start, means all processors. Where
+    /// PARDISO is MKL's, a count above 0 becomes that of the whole process, as
+    /// SetSparseSolverThreads makes it.
     virtual long SetThreads(int count);
 
     /// @}

@@ -15,7 +15,8 @@ namespace math
 /// library path; KVI_MKL=off disables the search.
 KVI_API std::wstring SparseSolverName();
 
-/// Threads that MKL uses from now on in the whole process, at least 1. The built-in solver has one.
+/// Threads that MKL uses from now on in the whole process, at least 1. The built-in solver has
+/// those of ISysEqnImpl::SetThreads.
 KVI_API void SetSparseSolverThreads(int threads);
 
 /// Frees the memory that MKL keeps for later calls. Release the systems first; not while any thread

@@ -25,6 +25,20 @@ bool Raise(double& largest, double ratio)
     return isLarger;
 }
 
+/// The largest magnitudes in x and b.
+struct Largest
+{
+    double x, b;
+
+    /// Whether an error shows among the loads: an equation that misses so much is not solved, even
+    /// if its unknowns are only rounding beside the largest.
+    bool IsVisible(double error, double load) const
+    {
+        constexpr double kPart = 1e-2;
+        return (load > 0 && error > kPart * load) || (b > 0 && error > kPart * b);
+    }
+};
+
 /// The contribution of the rows of one block.
 struct BlockErrors
 {
@@ -44,12 +58,13 @@ struct BlockErrors
         Raise(farResidual, other.farResidual);
         Raise(farLoad, other.farLoad);
     }
-    void Add(int i, double r, double b, const RowSizes& row, double largestX, double cancelled)
+    void Add(int i, double r, double b, const RowSizes& row, const Largest& largest,
+             double cancelled)
     {
         constexpr double kFar = 1e-6; // of the bound of the row's products
-        const double most = row.norm * largestX, load = std::fabs(b), error = std::fabs(r);
+        const double most = row.norm * largest.x, load = std::fabs(b), error = std::fabs(r);
         double terms = row.products + load;
-        if (terms <= cancelled * (most + load))
+        if (terms <= cancelled * (most + load) && !largest.IsVisible(error, load))
             terms += most;
         if (error > 0 && Raise(rowWise, terms > 0 ? error / terms : 1))
             worst = i;
@@ -80,9 +95,9 @@ SolutionErrors MeasureErrors(const MatrixView& A, const double* b, const double*
         std::fill(r, r + n, kNaN);
         return NotANumber();
     }
-    double largestX = 0;
+    Largest largest = {0, MaxNorm(b, n)};
     for (int i = 0; i < A.n; ++i)
-        if (Raise(largestX, std::fabs(x[i])))
+        if (Raise(largest.x, std::fabs(x[i])))
             errors.farthest = i;
     std::vector<BlockErrors> blocks(std::size_t(BlockCount(A.n, kRows)));
     ForBlocks(
@@ -91,7 +106,7 @@ SolutionErrors MeasureErrors(const MatrixView& A, const double* b, const double*
             RowSizes sizes[kRows];
             CheckRows(A, b, x, r, sizes, begin, end);
             for (int i = begin; i < end; ++i)
-                blocks[std::size_t(number)].Add(i, r[i], b[i], sizes[i - begin], largestX,
+                blocks[std::size_t(number)].Add(i, r[i], b[i], sizes[i - begin], largest,
                                                 cancelled);
         },
         kRows);
@@ -100,13 +115,13 @@ SolutionErrors MeasureErrors(const MatrixView& A, const double* b, const double*
     BlockErrors all;
     for (const BlockErrors& block : blocks)
         all.Take(block);
-    const double largestB = MaxNorm(b, n), scale = Norm2(A.n, b);
+    const double scale = Norm2(A.n, b);
     errors.rowWise = all.rowWise;
     errors.worst = all.worst;
     if (all.residual > 0)
-        errors.normWise = all.residual / (all.norm * largestX + largestB);
+        errors.normWise = all.residual / (all.norm * largest.x + largest.b);
     errors.residual = Norm2(A.n, r) / (scale > 0 ? scale : 1);
-    errors.resistance = largestX > 0 ? all.resistance : 1;
+    errors.resistance = largest.x > 0 ? all.resistance : 1;
     errors.unbalanced =
         all.farLoad > 0 ? all.farResidual / all.farLoad : double(all.farResidual > 0);
     return errors;
