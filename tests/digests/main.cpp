@@ -247,7 +247,7 @@ void NumberText()
     {
         const double value = round % 2 ? numbers.Any() : numbers.In(-1e6, 1e6);
         digest.Add(str::fmt_float_cstring(value, round % 12, round % 3));
-        digest.Add(str::sprintf("%.*g %e", 1 + round % 17, value, value));
+        digest.Add(str::sprintf("%." + std::to_string(1 + round % 17) + "g %e", value, value));
         double back = 0;
         if (str::locale::from_string(back, str::as_wstring(str::sprintf("%.17g", value)),
                                      str::locale::invariant())
