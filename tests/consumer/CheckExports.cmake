@@ -4,7 +4,7 @@ cmake_minimum_required(VERSION 3.25)
 #   cmake -DLIBRARY=... -DNM=... -DCOMMON=... [-DOBJDUMP=... -DCXXFILT=...] -P CheckExports.cmake
 # With OBJDUMP the library is a Windows DLL.
 if(OBJDUMP)
-  execute_process(COMMAND ${OBJDUMP} -p "${LIBRARY}" COMMAND ${CXXFILT} OUTPUT_VARIABLE symbols
+  execute_process(COMMAND ${OBJDUMP} -p "${LIBRARY}" COMMAND ${CXXFILT} -n OUTPUT_VARIABLE symbols
                   COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX REPLACE "^.*\n\\[Ordinal/Name Pointer\\] Table[^\n]*\n" "" symbols "${symbols}")
   string(REGEX REPLACE "\n[ \t]*\n.*" "\n" symbols "${symbols}")
