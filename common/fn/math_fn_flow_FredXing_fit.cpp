@@ -2,6 +2,7 @@
 // halving; where that ends above the tolerance, Levenberg-Marquardt steps from its result and from
 // starts that follow from the points.
 
+#include "fn/curve/Log2Exp2.h"
 #include "fn/math_fn_flow_FredXing.h"
 
 #include <array>
@@ -16,6 +17,7 @@ namespace math::fn::flow
 namespace
 {
 
+using curve::Exp2, curve::Log2;
 using Vector3 = std::array<double, 3>; // a, n, m
 using Matrix3 = std::array<Vector3, 3>;
 
@@ -31,6 +33,8 @@ struct Point
     double correction; // C, which the fit does not change
     double measured;   // water content over the saturated one
 };
+
+double Ln(double x) { return std::numbers::ln2 * Log2(x); }
 
 double Dot(const Vector3& u, const Vector3& v) { return u[0] * v[0] + u[1] * v[1] + u[2] * v[2]; }
 
@@ -94,9 +98,9 @@ private:
         partial = {};
         if (!(point.suction > 0))
             return 1; // saturated, whatever the parameters
-        const double u = std::pow(point.suction / a, n);
-        const double logarithm = std::log(std::numbers::e + u);
-        const double shape = std::pow(1 / logarithm, m);
+        const double reduced = Log2(point.suction / a), u = Exp2(n * reduced);
+        const double logarithm = Ln(std::numbers::e + u);
+        const double shape = Exp2(-m * Log2(logarithm));
         if (!(shape > 0))
             return 0; // the power overflowed: a flat stretch
         const double content = shape * point.correction;
@@ -104,8 +108,8 @@ private:
         const double weight = u > 0 ? 1 / (1 + std::numbers::e / u) : 0;
         const double byPower = -m * content / logarithm * weight; // times du/u
         partial[0] = byPower * -n / a;
-        partial[1] = u > 0 ? byPower * std::log(point.suction / a) : 0;
-        partial[2] = -content * std::log(logarithm);
+        partial[1] = u > 0 ? byPower * std::numbers::ln2 * reduced : 0;
+        partial[2] = -content * Ln(logarithm);
         return content;
     }
 
@@ -249,7 +253,7 @@ bool StepInLogarithms(const Error& error, Vector3& p, double& smallest, double& 
             longest = std::fmax(longest, std::fabs(component));
         Vector3 trial{};
         for (int i = 0; i < 3; ++i)
-            trial[i] = p[i] * std::exp(2 / longest * step[i]);
+            trial[i] = p[i] * Exp2(std::numbers::log2e * 2 / longest * step[i]);
         if (const double found = IsUsable(trial) ? error(trial) : smallest; found < smallest)
         {
             p = trial;
@@ -313,7 +317,7 @@ int Fit(const Error& error, Vector3& p)
 
 std::vector<Point> UsablePoints(double satWC, const FPOINT* points, int count, double limit)
 {
-    const double residual = 0.003 * limit, logLimit = std::log(1 + limit / residual);
+    const double residual = 0.003 * limit, logLimit = Ln(1 + limit / residual);
     std::vector<Point> usable;
     for (int i = 0; i < count; ++i)
     {
@@ -321,7 +325,7 @@ std::vector<Point> UsablePoints(double satWC, const FPOINT* points, int count, d
         if (!std::isfinite(pressure) || !std::isfinite(content) || IsMissingValue(pressure) ||
             IsMissingValue(content))
             continue;
-        const double correction = 1 - std::log(1 - pressure / residual) / logLimit;
+        const double correction = 1 - Ln(1 - pressure / residual) / logLimit;
         usable.push_back({-pressure, correction, content / satWC});
     }
     return usable;

@@ -46,10 +46,9 @@ struct SolveRecord
     /// Row-wise backward error, max_i |b - A x|_i / (|A||x| + |b|)_i: x solves exactly a system
     /// whose every coefficient and load differs by at most this part (Oettli and Prager 1964).
     /// Unlike the residual it detects errors in equations with much smaller coefficients than the
-    /// others.
-    /// Where the unknowns of an equation are only rounding beside the largest one,
+    /// others. Where the unknowns of an equation are only rounding beside the largest one,
     /// (|A||x| + |b|)_i below 1e-12 (iterating, the tolerance) times ||A_i|| ||x||, that product is
-    /// added to the divisor, unless the error exceeds a hundredth of its load or of the largest load.
+    /// added to the divisor, unless the error exceeds 1e-8 of its load or of the largest load.
     double rowWiseError = 0;
     double normWiseError = 0; ///< ||b - A x|| / (||A|| ||x|| + ||b||) in the infinity norm
     int worstEquation = -1;   ///< zero-based equation of rowWiseError, -1 when that is 0

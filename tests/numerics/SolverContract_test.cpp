@@ -262,6 +262,11 @@ const Case kCases[] = {
     {"link of 1e12 over 20,000 rows", [] { return Chain(20000, 1e12); }, "SS??SS", 1e-3, -1},
     {"strong convection", [] { return Convection(40, 4); }, "FS?SSS", 1e-6, -1},
     {"convection only", [] { return Convection(30, 1000); }, "FS??SS", 1e-3, -1},
+    {"unknowns 22 digits apart",
+     [] {
+         return ByHand({{0, 1}}, {{2554268.625, 3.607e27, -4.044e27, 2.666e50}}, {676, 9.57e23});
+     },
+     "?S???S", 0, -1},
     {"zero on the diagonal",
      [] {
          return ByHand({{0, 1}}, {{0, 2, 2, 0}}, {4, 6});

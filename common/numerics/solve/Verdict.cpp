@@ -34,7 +34,7 @@ struct Largest
     /// if its unknowns are only rounding beside the largest.
     bool IsVisible(double error, double load) const
     {
-        constexpr double kPart = 1e-2;
+        constexpr double kPart = 1e-8;
         return (load > 0 && error > kPart * load) || (b > 0 && error > kPart * b);
     }
 };
