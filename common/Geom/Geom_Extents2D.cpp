@@ -1,9 +1,25 @@
 #include "Geom/Geom_Extents2D.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace Geom
 {
+namespace
+{
+
+/// high - low, without an overflow that would trap for the empty box.
+double SizeOf(double low, double high)
+{
+    constexpr double kMost = std::numeric_limits<double>::max() / 2;
+    const double half = high * 0.5 - low * 0.5;
+    if (std::isgreater(std::fabs(half), kMost))
+        return std::copysign(std::numeric_limits<double>::infinity(), half);
+    return high - low;
+}
+
+} // namespace
 
 void ExtentsGrow2D(Extents2D& extents, const Point2D& point)
 {
@@ -35,9 +51,9 @@ bool ExtentsOverlap2D(const Extents2D& a, const Extents2D& b, const Precision3D&
            b.minY > a.minY - hy;
 }
 
-double WidthOf(const Extents2D& extents) { return extents.maxX - extents.minX; }
+double WidthOf(const Extents2D& extents) { return SizeOf(extents.minX, extents.maxX); }
 
-double HeightOf(const Extents2D& extents) { return extents.maxY - extents.minY; }
+double HeightOf(const Extents2D& extents) { return SizeOf(extents.minY, extents.maxY); }
 
 double AspectOf(const Extents2D& extents, const Precision3D& precision)
 {

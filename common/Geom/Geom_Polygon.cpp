@@ -49,18 +49,32 @@ bool IsValidRing(const Point2D* points, std::size_t n)
     return !geom::HasRepeatedPoint(points, n - 1, Precision());
 }
 
+/// A power of two that keeps products of three coordinates finite and above zero; 1 while they are
+/// moderate.
+double CubeFactor(const Point2D* points, std::size_t n)
+{
+    double most = 0;
+    for (std::size_t i = 0; i < n; ++i)
+        most = std::max({most, std::fabs(points[i].x), std::fabs(points[i].y)});
+    return most > 0x1p-300 && most < 0x1p300 ? 1 : geom::UnitFactor({most, most});
+}
+
 /// Midpoints of the edges, each with its length; the first point where there is no length.
-Point2D CentreOfOutline(const Point2D* points, std::size_t n)
+Point2D CentreOfOutline(const Point2D* points, std::size_t n, double factor)
 {
     double x = 0, y = 0, length = 0;
+    const Point2D first = points[0] * factor;
     for (std::size_t i = 0; i + 1 < n; ++i)
     {
-        const double edge = geom::LengthOf(points[i + 1] - points[i]);
-        x += edge * ((points[i].x - points[0].x) + (points[i + 1].x - points[0].x)) / 2;
-        y += edge * ((points[i].y - points[0].y) + (points[i + 1].y - points[0].y)) / 2;
+        const Point2D from = points[i] * factor, to = points[i + 1] * factor;
+        const double edge = geom::LengthOf(to - from);
+        x += edge * ((from.x - first.x) + (to.x - first.x)) / 2;
+        y += edge * ((from.y - first.y) + (to.y - first.y)) / 2;
         length += edge;
     }
-    return length > 0 ? Point2D{points[0].x + x / length, points[0].y + y / length} : points[0];
+    return length > 0
+               ? Point2D{points[0].x + x / length / factor, points[0].y + y / length / factor}
+               : points[0];
 }
 
 } // namespace
@@ -158,19 +172,20 @@ Point2D PolygonCentreOfMass2D(const Point2D* points, std::size_t n)
 {
     if (n == 0)
         return MissingValue<Point2D>();
+    const double factor = CubeFactor(points, n);
+    const Point2D first = points[0] * factor;
     double x = 0, y = 0, weight = 0;
     for (std::size_t i = 0; i + 1 < n; ++i)
     {
-        const double ux = points[i].x - points[0].x, uy = points[i].y - points[0].y;
-        const double vx = points[i + 1].x - points[0].x, vy = points[i + 1].y - points[0].y;
-        const double area = ux * vy - vx * uy;
-        x += area * (ux + vx);
-        y += area * (uy + vy);
+        const Point2D u = points[i] * factor - first, v = points[i + 1] * factor - first;
+        const double area = geom::Cross(u, v);
+        x += area * (u.x + v.x);
+        y += area * (u.y + v.y);
         weight += area;
     }
-    if (!(std::fabs(weight) > kNoArea))
-        return CentreOfOutline(points, n);
-    return {points[0].x + x / (3 * weight), points[0].y + y / (3 * weight)};
+    if (factor > 1 || !(std::fabs(weight) > kNoArea * factor * factor))
+        return CentreOfOutline(points, n, factor);
+    return {points[0].x + x / (3 * weight) / factor, points[0].y + y / (3 * weight) / factor};
 }
 
 PointLocation PolygonLocatePoint2D(const Point2D* points, std::size_t n, const Point2D& p,

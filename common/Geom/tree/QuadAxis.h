@@ -18,9 +18,12 @@ public:
     QuadAxis(double low, double high, double halfEpsilon)
         : low_(low), high_(high), half_(halfEpsilon)
     {
-        const double perUnit = kQuadSide / (high - low);
-        // A box without a size, or of a size beyond the doubles, is one position.
-        scale_ = perUnit > 0 && std::isfinite(perUnit) ? perUnit : 0;
+        // A box without a size, or of a size beyond the doubles, is one position. Halves, so that
+        // nothing traps, as the size of the empty box would.
+        const double half = high * 0.5 - low * 0.5;
+        constexpr double kLeast = kQuadSide / std::numeric_limits<double>::max();
+        if (std::isgreater(half, kLeast) && half < std::numeric_limits<double>::max() / 2)
+            scale_ = kQuadSide / (high - low);
     }
     std::uint32_t At(double v) const
     {
