@@ -13,8 +13,8 @@ namespace python
 namespace
 {
 
-/// Solves that went on after Ctrl-C. The module asks at the end of the process.
-std::atomic<int> abandoned{0};
+/// Solves under way. The module asks at the end of the process, since Ctrl-C leaves one running.
+std::atomic<int> solving{0};
 
 /// What a solve in a thread of its own shares with the one who waits for it.
 struct Running
@@ -134,7 +134,7 @@ ISysEqnImpl& System::Idle()
     {
         const std::lock_guard lock(running_->mutex);
         if (!running_->isDone)
-            throw std::runtime_error("a solve that was interrupted still runs on this system");
+            throw std::runtime_error("a solve still runs on this system");
     }
     return *system_;
 }
@@ -239,14 +239,16 @@ py::tuple System::Solve(const std::string& method, double tol, const py::object&
     system.SetThreads(threads);
     const auto running = std::make_shared<Running>();
     // The solve has a thread of its own, so that this one can listen for Ctrl-C.
-    ++abandoned;
-    std::thread([solver, running, kept = system_] {
+    std::thread thread([solver, running, kept = system_] {
+        ++solving;
         solver(*kept);
         const std::lock_guard lock(running->mutex);
         running->isDone = true;
         running->changed.notify_all();
-        --abandoned;
-    }).detach();
+        --solving;
+    });
+    thread.detach();
+    running_ = running;
     for (bool isDone = false; !isDone;)
     {
         {
@@ -256,10 +258,7 @@ py::tuple System::Solve(const std::string& method, double tol, const py::object&
                                                [&] { return running->isDone; });
         }
         if (!isDone && PyErr_CheckSignals() != 0)
-        {
-            running_ = running;
             throw py::error_already_set();
-        }
     }
     const math::SolveRecord& record = system.LastSolve();
     py::dict account;
@@ -312,7 +311,7 @@ void BindSystem(py::module_& module)
         .def("reactions", &System::Reactions, "A x - b: what the supports deliver")
         .def("rhs", &System::Rhs, "a copy of b")
         .def("__len__", &System::Count);
-    module.def("_solves_running", [] { return abandoned.load(); });
+    module.def("_solves_running", [] { return solving.load(); });
 }
 
 } // namespace python
