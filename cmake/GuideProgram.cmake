@@ -4,7 +4,7 @@
 cmake_minimum_required(VERSION 3.25)
 file(READ "${DOCUMENT}" rest)
 string(REPLACE ";" "\\;" rest "${rest}") # one text, no list
-set(head "#undef NDEBUG\n#include <cassert>\n#include <cmath>\n#include <cstdio>\n#include <fstream>\n")
+set(head "#undef NDEBUG\n#include <cassert>\n#include <cmath>\n#include <cstdio>\n#include <filesystem>\n#include <fstream>\n")
 set(program "")
 set(calls "")
 set(count 0)
