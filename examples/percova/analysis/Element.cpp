@@ -196,15 +196,16 @@ void Integrate(const ElementState& element, const ElementRule& rule, const Soil&
         PointState at;
         At(element, rule.N[p], rule.dN[p], at);
         const double volume = rule.weight[p] * at.area, kr = values.kr[p];
-        const double kx = volume * soil.kx, ky = volume * soil.ky;
-        const double qx = kx * at.gradient[0], qy = ky * at.gradient[1]; // at kr = 1
+        const double kx = volume * soil.kx, ky = volume * soil.ky, kxy = volume * soil.kxy;
+        const double qx = kx * at.gradient[0] + kxy * at.gradient[1]; // at kr = 1
+        const double qy = kxy * at.gradient[0] + ky * at.gradient[1];
         double byKr[8]; // derivative of the inflow by kr
         for (int i = 0; i < 8; ++i)
         {
             byKr[i] = at.B[0][i] * qx + at.B[1][i] * qy;
             inflow[i] += kr * byKr[i];
-            flux[i][0] = kr * kx * at.B[0][i];
-            flux[i][1] = kr * ky * at.B[1][i];
+            flux[i][0] = kr * (kx * at.B[0][i] + kxy * at.B[1][i]);
+            flux[i][1] = kr * (kxy * at.B[0][i] + ky * at.B[1][i]);
         }
         if (tangent == Tangent::None)
             continue;

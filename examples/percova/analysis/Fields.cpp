@@ -68,7 +68,8 @@ ProbeValue ProbeAt(const Solution& solution, const Probe& probe)
     value.kr = soil.kr.At(value.pressureHead);
     if (soil.hasCurve)
         value.waterContent = soil.curve.Content(value.pressure);
-    value.flux = {-value.kr * soil.kx * value.gradient.x, -value.kr * soil.ky * value.gradient.y};
+    const Point conducted = soil.Conducted(value.gradient.x, value.gradient.y);
+    value.flux = {-value.kr * conducted.x, -value.kr * conducted.y};
     return value;
 }
 
@@ -141,8 +142,9 @@ void EvaluateNodes(const Solution& s, DataTable& nodal)
             Include(here, seen[n], kr[n]);
             Include(point.gradient[0], seen[n], ix[n]);
             Include(point.gradient[1], seen[n], iy[n]);
-            Include(-here * soil.kx * point.gradient[0], seen[n], vx[n]);
-            Include(-here * soil.ky * point.gradient[1], seen[n], vy[n]);
+            const Point conducted = soil.Conducted(point.gradient[0], point.gradient[1]);
+            Include(-here * conducted.x, seen[n], vx[n]);
+            Include(-here * conducted.y, seen[n], vy[n]);
             ++seen[n];
             if (soil.hasCurve)
                 Include(soil.curve.Content(pressure[n]), seenCurve[n]++, theta[n]);

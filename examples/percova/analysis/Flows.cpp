@@ -60,8 +60,9 @@ void InflowOver(const Solution& s, const Edge& edge, int e, const EdgePoint poin
         At(element, r, at, point);
         const double kr = soil.kr.At(point.psi);
         // the normal points out of the element on the left, into the one on the right
-        inflow[p] = (along ? kr : -kr) * (soil.kx * point.gradient[0] * points[p].normalX +
-                                          soil.ky * point.gradient[1] * points[p].normalY);
+        const Point conducted = soil.Conducted(point.gradient[0], point.gradient[1]);
+        inflow[p] = (along ? kr : -kr) *
+                    (conducted.x * points[p].normalX + conducted.y * points[p].normalY);
     }
 }
 
@@ -132,7 +133,7 @@ private:
             PointsOf(s_.model.mesh, edge, points);
             double inflow[kEdgePoints], other[kEdgePoints] = {};
             InflowOver(s_, edge, edge.element, points, inflow);
-            const double ky = s_.soils[s_.model.material[edge.element]].ky;
+            const Point down = s_.soils[s_.model.material[edge.element]].Conducted(0, -1);
             if (edge.opposite >= 0)
                 InflowOver(s_, edge, edge.opposite, points, other);
             for (int p = 0; p < kEdgePoints; ++p)
@@ -145,7 +146,8 @@ private:
                     shares[edge.nodes[k]].flux += points[p].N[k] * flux;
                     shares[edge.nodes[k]].length += points[p].length;
                     shares[edge.nodes[k]].extent += points[p].N[k] * points[p].length;
-                    shares[edge.nodes[k]].weight -= points[p].N[k] * ky * points[p].normalY;
+                    shares[edge.nodes[k]].weight +=
+                        points[p].N[k] * (down.x * points[p].normalX + down.y * points[p].normalY);
                 }
             }
         }

@@ -165,9 +165,9 @@ double Sections::Integrated(const Solution& solution, const Stations& stations)
             PointState point;
             element.Load(solution.model.mesh, place.element, solution.head.data());
             At(element, place.r, place.s, point);
+            const Point conducted = soil.Conducted(point.gradient[0], point.gradient[1]);
             flow -= soil.kr.At(point.psi) *
-                    (soil.kx * point.gradient[0] * station.normal.x +
-                     soil.ky * point.gradient[1] * station.normal.y) /
+                    (conducted.x * station.normal.x + conducted.y * station.normal.y) /
                     static_cast<double>(station.places.size());
         }
     return flow;

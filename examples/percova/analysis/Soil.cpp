@@ -1,7 +1,13 @@
 #include "analysis/Soil.h"
 
+#include <cmath>
+
 namespace percova
 {
+namespace
+{
+constexpr double kDegree = 0.017453292519943295769; // [rad]
+} // namespace
 
 WaterInSoil Soil::Water(double psi) const
 {
@@ -18,8 +24,11 @@ bool MakeSoils(const Problem& problem, std::vector<Soil>& soils, std::string& re
     for (const Material& material : problem.materials)
     {
         Soil soil;
-        soil.kx = material.kSat;
-        soil.ky = material.kSat * material.anisotropy;
+        const double turn = material.angle * kDegree, c = std::cos(turn), s = std::sin(turn);
+        const double along = material.kSat, across = material.kSat * material.anisotropy;
+        soil.kx = c * c * along + s * s * across;
+        soil.ky = s * s * along + c * c * across;
+        soil.kxy = c * s * (along - across);
         soil.hasCurve = material.water.has_value();
         soil.storage = material.mV * problem.gammaW;
         soil.gammaW = problem.gammaW;

@@ -20,13 +20,15 @@ struct WaterInSoil
 
 struct Soil
 {
-    double kx = 0, ky = 0; ///< saturated conductivities [m/s]
+    double kx = 0, ky = 0, kxy = 0; ///< the tensor of saturated conductivity [m/s]
     Conductivity kr;
     WaterCurve curve;
     bool hasCurve = false;
     double storage = 0; ///< specific storage, m_v gamma_w [1/m]
     double gammaW = 9.81;
 
+    /// The saturated conductivity times a vector.
+    Point Conducted(double x, double y) const { return {kx * x + kxy * y, kxy * x + ky * y}; }
     /// theta(psi) below zero pressure head, theta_s + storage psi above; storage psi for either
     /// sign where there is no curve.
     WaterInSoil Water(double psi) const;

@@ -70,8 +70,9 @@ struct RelativeConductivity
 struct Material
 {
     std::string name;
-    double kSat = 0;       ///< along x [m/s]
-    double anisotropy = 1; ///< ky / kx
+    double kSat = 0;       ///< along x, or along its own direction [m/s]
+    double anisotropy = 1; ///< conductivity across kSat's direction over kSat
+    double angle = 0;      ///< of kSat's direction, anticlockwise from x [degrees]
     double mV = 0; ///< compressibility: change of the water content below zero suction [1/kPa]
     std::optional<WaterContent> water;
     RelativeConductivity kr;

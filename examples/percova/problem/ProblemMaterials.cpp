@@ -2,6 +2,7 @@
 #include "problem/ProblemReader.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace percova
@@ -106,6 +107,8 @@ void ReadMaterial(JsonReader& reader, Problem& problem)
     material.kSat *= problem.units.metres / problem.units.seconds;
     GetLegal(reader, "anisotropy", dataparam::ConductivityRatio, material.anisotropy,
              Need::Optional);
+    if (reader.GetNumber("angle", material.angle) && !(std::abs(material.angle) <= 360))
+        reader.Error("angle", "should be from -360 to 360 degrees");
     if (reader.GetNumber("m_v", material.mV) && !(material.mV >= 0))
         reader.Error("m_v", "should be at least 0");
     material.mV /= problem.units.kPa;
