@@ -99,6 +99,20 @@ void Apply(const Options& options, Problem& problem, Faults& faults)
     }
 }
 
+/// What no mesh can be read from is reported where the mesh is named.
+bool IsMeshFile(const Options& options, const Problem& problem, Faults& faults)
+{
+    std::error_code ignored; // a file that is not there is reported by opening it
+    const bool isFolder = std::filesystem::is_directory(problem.mesh, ignored);
+    const bool isEmpty = !isFolder && std::filesystem::is_empty(problem.mesh, ignored);
+    if (!isFolder && !isEmpty)
+        return true;
+    const bool isOption = !options.mesh.empty();
+    faults.Error(isOption ? "--mesh" : problem.file, isOption ? Place{} : problem.meshPlace,
+                 TextOf(problem.mesh) + (isFolder ? " is a folder" : " is empty"));
+    return false;
+}
+
 /// Reads everything, continuing after a fault so that all of them are reported.
 bool ReadModel(const Options& options, Model& model, Faults& faults)
 {
@@ -108,11 +122,13 @@ bool ReadModel(const Options& options, Model& model, Faults& faults)
     right = right && faults.Errors() == before;
     if (model.problem.mesh.empty())
     {
-        faults.Error(model.problem.file, model.problem.meshPlace,
-                     "names no mesh file; give one there or with --mesh");
+        if (!model.problem.steps.empty()) // else the file is no problem at all
+            faults.Error(model.problem.file, model.problem.meshPlace,
+                         "names no mesh file; give one there or with --mesh");
         return false;
     }
     const bool meshRight =
+        IsMeshFile(options, model.problem, faults) &&
         ReadMesh(model.problem.mesh, model.mesh, faults, model.problem.units.metres,
                  {model.problem.joinsParts, model.problem.joinDistance});
     return meshRight && !model.problem.steps.empty() && Bind(model, faults) && right;
@@ -246,11 +262,13 @@ try
     {
         return app.exit(error, out, err) == 0 ? Exit::Done : Exit::WrongInput;
     }
-    if (commands.check->parsed())
-        return Check(options, out);
-    if (commands.info->parsed())
-        return Info(options, out, err);
-    return Run(options, out, err);
+    const Exit exit = commands.check->parsed()  ? Check(options, out)
+                      : commands.info->parsed() ? Info(options, out, err)
+                                                : Run(options, out, err);
+    if (out.flush() || exit != Exit::Done)
+        return exit;
+    err << "percova: what was to be printed could not be written\n";
+    return Exit::NotWritten;
 }
 catch (const std::exception& exception)
 {

@@ -95,7 +95,8 @@ Mesh Read(const std::string& text, Faults& faults, bool expected = true)
 
 TEST(MeshReader, ReadsBothFormatsAlike)
 {
-    for (const std::string& text : {kText22, kText41})
+    for (const std::string& text :
+         {kText22, kText41, "$Comments\nby hand\n$EndComments\n" + kText22})
     {
         SCOPED_TRACE(text.substr(0, 16));
         Faults faults;
@@ -179,6 +180,7 @@ TEST(MeshReader, TellsWhatIsWrongAndWhere)
         {"4 3 2 7 1 2 15 16 3", "4 3 2 7 1 1 2 15 14", "Q4 element 4 lies over Q4 element 3"},
         {"3 3 2 7 1 1", "3 10 2 7 1 1", "1 elements of Gmsh's type 10 (9-node quadrangle)"},
         {"3 3 2 7 1 1", "3 99 2 7 1 1", "type 99"},
+        {"3 3 2 7 1 1", "3 4 2 7 1 1", "mesh.msh:23: holds 1 elements of Gmsh's type 4"},
         {"3 3 2 7 1 1", "3 3 -2 7 1 1", "the number of tags is -2"},
         {"2 1 2 5 1 14 1", "2 1 2 5 1 14 2", "line element 2 is not a side"},
         {"2 1 2 5 1 14 1", "2 1 2 5 1 9 1", "node 9, which no plane element has"},

@@ -128,6 +128,20 @@ TEST(Problem, TellsEveryFaultWithKeyAndLine)
     }
 }
 
+TEST(Problem, ReportsAFaultOnceAndAsWhatItIs)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"\"k_sat\": 1e-5", "\"k_sat\": 1e-5, \"k_sat\": 1"},
+        {"\"rule\": \"integral\"", "\"rule\": \"none\""},
+        {"\"id\": \"box\",", "\"id\": \"box\", \"id\": \"box\", \"title\" 1,"}};
+    for (const auto& [what, instead] : rows)
+    {
+        Faults faults;
+        Read(With(kProblem, what, instead), faults, false);
+        EXPECT_EQ(faults.Errors() + faults.Warnings(), 1u) << AllOf(faults);
+    }
+}
+
 TEST(Problem, TakesRingsInEitherDirectionOpenOrClosed)
 {
     for (const char* ring :

@@ -1,5 +1,7 @@
 #include "analysis/WaterCurve.h"
 
+#include "problem/NumberText.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -11,8 +13,11 @@ namespace percova
 
 namespace
 {
+constexpr double kWorstFit = 0.1; ///< of water content: a curve that is farther off is none of them
+
 /// Fits a, n and m to the measured points from several starts, and keeps the best.
-bool Fit(const WaterContent& water, double& a, double& n, double& m)
+/// @param[out] error  root mean square of the points' distances in water content, the least found
+bool Fit(const WaterContent& water, double& a, double& n, double& m, double& error)
 {
     using math::fn::flow::FredXing;
     std::vector<FPOINT> points;
@@ -27,15 +32,16 @@ bool Fit(const WaterContent& water, double& a, double& n, double& m)
         if (made == FredXing::NothingToFit)
             return false;
         const FredXing curve(fit[0], fit[1], fit[2], water.thetaS, water.limit);
-        double error = 0;
+        double squares = 0;
         for (const FPOINT& point : points)
-            error += std::pow(point.y - curve(point.x), 2);
-        if (!(error < best))
+            squares += std::pow(point.y - curve(point.x), 2);
+        if (!(squares < best))
             continue;
-        best = error;
+        best = squares;
         std::tie(a, n, m) = std::tie(fit[0], fit[1], fit[2]);
     }
-    return best < std::numeric_limits<double>::infinity();
+    error = std::sqrt(best / double(points.size()));
+    return error <= kWorstFit;
 }
 } // namespace
 
@@ -50,9 +56,12 @@ bool WaterCurve::Set(const WaterContent& water, double gammaW, std::string& reas
         return true;
     }
     double a = water.a, n = water.n, m = water.m;
-    if (!water.measured.empty() && !Fit(water, a, n, m))
+    double error = std::numeric_limits<double>::infinity();
+    if (!water.measured.empty() && !Fit(water, a, n, m, error))
     {
         reason = "its water-content points cannot be fitted";
+        if (std::isfinite(error))
+            reason += ": the best curve is " + Short(error, 2) + " off in water content";
         return false;
     }
     function_ = {a, n, m, water.thetaS, limit_};

@@ -121,11 +121,12 @@ void Builder::Refuse()
                            MshTypeName(type).find("triangle") != std::string::npos ||
                            MshTypeName(type).find("line") != std::string::npos;
         const std::string order = plane ? " -order 2 -setnumber Mesh.SecondOrderIncomplete 1" : "";
-        Error(0, "holds " + std::to_string(count) + " elements of Gmsh's type " +
-                     std::to_string(type) + " (" + MshTypeName(type) +
-                     "); T3, Q4, T6 and Q8 can be computed with. Mesh the geometry again with: "
-                     "gmsh MODEL.geo -2" +
-                     order + " -format msh41 -o MODEL.msh");
+        Error(std::uint32_t(file_.refusedLine.at(type)),
+              "holds " + std::to_string(count) + " elements of Gmsh's type " +
+                  std::to_string(type) + " (" + MshTypeName(type) +
+                  "); T3, Q4, T6 and Q8 can be computed with. Mesh the geometry again with: "
+                  "gmsh MODEL.geo -2" +
+                  order + " -format msh41 -o MODEL.msh");
     }
 }
 

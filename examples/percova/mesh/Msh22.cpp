@@ -52,7 +52,7 @@ void ReadTextElements(MshScanner& scanner, MshFile& file, std::size_t count)
         const int line = scanner.LineNumber();
         const int type = scanner.Next<int>("an element type");
         const std::size_t tags = scanner.Count<int>("the number of tags", 2);
-        if (MshFile::Elements* list = file.ListOf(type, 1))
+        if (MshFile::Elements* list = file.ListOf(type, 1, line))
             ReadElement(scanner, *list, number, type, tags, line);
         else
             scanner.RestOfLine();
@@ -73,7 +73,7 @@ void ReadBinaryElements(MshScanner& scanner, MshFile& file, std::size_t count)
         if (inBlock == 0 || inBlock > count)
             scanner.Fail("a block has " + std::to_string(inBlock) + " elements of " +
                          std::to_string(count));
-        MshFile::Elements* list = file.ListOf(type, inBlock);
+        MshFile::Elements* list = file.ListOf(type, inBlock, 0);
         for (std::size_t i = 0; i < inBlock; ++i)
         {
             const std::size_t number = Number(scanner, kElement);

@@ -135,7 +135,8 @@ void ReadElements41(MshScanner& scanner, MshFile& file)
         const int type = scanner.Next<int>("an element type");
         const std::size_t count = scanner.Count("the number of elements in a block", 4);
         const auto found = file.entities.find({dimension, tag});
-        if (MshFile::Elements* list = file.ListOf(type, count))
+        const int line = scanner.LineNumber() + (scanner.binary ? 0 : 1); // of the first element
+        if (MshFile::Elements* list = file.ListOf(type, count, line))
             ReadBlock(scanner, *list, type, count,
                       found == file.entities.end() ? std::vector<int>() : found->second);
         else

@@ -90,7 +90,9 @@ std::string Converted(const MshFile& file)
 void ReadFormat(MshScanner& scanner, MshFile& file)
 {
     const int firstLine = scanner.LineNumber();
-    const std::string_view first = scanner.Word();
+    std::string_view first = scanner.Word();
+    while (first == "$Comments" && scanner.SkipPast("$EndComments"))
+        first = scanner.Word();
     if (first == "$NOD")
         throw MshError{firstLine, "the mesh has Gmsh's format 1, not 2.2 or 4.1" + Converted(file)};
     if (first != "$MeshFormat")
@@ -143,7 +145,7 @@ void MshFile::Elements::Add(std::size_t elementNumber, int elementType, int tag,
     line.push_back(static_cast<std::uint32_t>(lineNumber));
 }
 
-MshFile::Elements* MshFile::ListOf(int elementType, std::size_t count)
+MshFile::Elements* MshFile::ListOf(int elementType, std::size_t count, int line)
 {
     switch (elementType)
     {
@@ -159,6 +161,7 @@ MshFile::Elements* MshFile::ListOf(int elementType, std::size_t count)
         return nullptr;
     default:
         refused[elementType] += count;
+        refusedLine.emplace(elementType, line);
         return nullptr;
     }
 }

@@ -42,9 +42,10 @@ struct MshFile
     /// Physical tags of a geometric entity, by (dimension, tag); version 4.1 only.
     std::map<std::pair<int, int>, std::vector<int>> entities;
     std::map<int, std::size_t> refused; ///< elements of other types, by type
+    std::map<int, int> refusedLine;     ///< of the first of them
 
     /// Where elements of a type go; null for a type that is ignored (points) or refused.
-    Elements* ListOf(int elementType, std::size_t count);
+    Elements* ListOf(int elementType, std::size_t count, int line);
     /// Adds the place of the next node that has none.
     void AddPlace(double placeX, double placeY, double placeZ, int line);
 };

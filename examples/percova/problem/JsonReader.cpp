@@ -64,8 +64,12 @@ void JsonReader::Ignore(std::initializer_list<const char*> keys)
 
 void JsonReader::WarnOfUnknown()
 {
+    const auto isFirst = [&](std::size_t i) { // a doubled key is reported as that
+        return std::find(node_->names.begin(), node_->names.end(), node_->names[i]) ==
+               node_->names.begin() + std::ptrdiff_t(i);
+    };
     for (std::size_t i = 0; i < used_.size(); ++i)
-        if (!used_[i] && !node_->names[i].starts_with("note"))
+        if (!used_[i] && !node_->names[i].starts_with("note") && isFirst(i))
             faults_->Warning(*file_, {PathOf(node_->names[i]), node_->items[i].line},
                              "is not a known key and is left aside");
 }

@@ -85,7 +85,7 @@ public:
     {
         std::vector<std::string>& names = open_.back()->names;
         if (std::find(names.begin(), names.end(), value) != names.end())
-            faults_.Error(file_, {value, Line(0)}, "occurs twice in one object");
+            doubled_.push_back({value, Line(0)});
         if (names.size() == kMostKeys)
         {
             faults_.Error(file_, {"", Line(0)},
@@ -104,6 +104,13 @@ public:
                 text.erase(0, end + 2);
         faults_.Error(file_, {"", Line(0)}, "is no valid JSON: " + text.substr(0, 300));
         return false;
+    }
+
+    /// Reports the keys that occur twice in an object, of a text that is JSON otherwise.
+    void ReportDoubled()
+    {
+        for (const Place& key : doubled_)
+            faults_.Error(file_, key, "occurs twice in one object");
     }
 
 private:
@@ -157,6 +164,7 @@ private:
     JsonNode& root_;
     std::vector<JsonNode*> open_; ///< a parent does not grow while a child of it is open
     Faults& faults_;
+    std::vector<Place> doubled_; ///< keys
 };
 
 } // namespace
@@ -173,7 +181,11 @@ bool ParseJson(const std::string& text, const std::string& file, JsonNode& root,
     const char* seen = text.data();
     const char* const end = text.data() + text.size();
     Handler handler(file, text.data(), &seen, root, faults);
-    return nlohmann::json::sax_parse(Walker(text.data(), &seen), Walker(end, &seen), &handler);
+    const bool parsed =
+        nlohmann::json::sax_parse(Walker(text.data(), &seen), Walker(end, &seen), &handler);
+    if (parsed)
+        handler.ReportDoubled();
+    return parsed;
 }
 
 } // namespace percova

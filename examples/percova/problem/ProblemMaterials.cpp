@@ -40,7 +40,10 @@ void ReadWaterContent(JsonReader& reader, const Units& units, WaterContent& wate
     if (reader.GetText("rule", rule) && rule == "exponential")
         return ReadExponential(reader, units, water);
     if (!rule.empty() && rule != "fredlund_xing")
-        reader.Error("rule", "should be exponential or fredlund_xing, not '" + rule + "'");
+    {
+        reader.IgnoreRest();
+        return reader.Error("rule", "should be exponential or fredlund_xing, not '" + rule + "'");
+    }
     GetLegal(reader, "theta_s", dataparam::SaturatedWaterContent, water.thetaS);
     if (reader.Find("theta_s") != nullptr)
         CheckNotZero(reader, "theta_s", water.thetaS);
@@ -90,8 +93,11 @@ void ReadKr(JsonReader& reader, const Problem& problem, const Material& material
         kr.s0 *= problem.units.kPa;
     }
     else if (rule != "saturated")
+    {
+        reader.Ignore({"alpha", "floor", "power", "s0"}); // which of them belong to it is unknown
         reader.Error("rule",
                      "should be saturated, exponential, power or integral, not '" + rule + "'");
+    }
     if ((kr.rule == KrRule::Power || kr.rule == KrRule::Integral) && !material.water)
         reader.Error("rule", "the " + rule + " rule needs the material's water_content");
     if (kr.rule == KrRule::Integral && material.water && !(kr.s0 < material.water->limit))

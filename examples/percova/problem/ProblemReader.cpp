@@ -23,6 +23,8 @@ void ReadMeshName(JsonReader& file, Problem& problem)
         std::string name;
         if (mesh.GetText("file", name))
         {
+            if (name.empty())
+                mesh.Error("file", "should not be empty");
             problem.mesh = problem.path.parent_path() / PathOf(name);
             problem.meshPlace = mesh.PlaceOf("file");
         }
