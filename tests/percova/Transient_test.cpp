@@ -220,9 +220,12 @@ TEST(SeepageInTime, GoesOnAfterItsLastOutputAndStartsFromAnEarlierRun)
     const nlohmann::json resumed = RunT1(place, problem, "q4", "part", Exit::Done);
     for (const char* key : {"initial", "times", "steps"})
         EXPECT_EQ(resumed[key], whole[key]) << key;
-    ASSERT_TRUE(ReadWhole(part / "t1.history.csv", again, reason));
-    ASSERT_TRUE(ReadWhole(place / "whole" / "t1.history.csv", text, reason));
-    EXPECT_EQ(again, text);
+    for (const char* name : {"t1.history.csv", "t1.history.svg"})
+    {
+        ASSERT_TRUE(ReadWhole(part / name, again, reason));
+        ASSERT_TRUE(ReadWhole(place / "whole" / name, text, reason));
+        EXPECT_EQ(again, text) << name;
+    }
     ASSERT_TRUE(ReadWhole(part / "t1.0001.svg", text, reason));
     EXPECT_EQ(text, "kept"); // not computed again
 

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -249,13 +250,20 @@ bool WriteSummary(const ResultFiles& files, const Model& model, const Results& r
             times.push_back(
                 i == 0 ? 0 : model.problem.time->outputs[i - 1] / model.problem.units.seconds);
     }
+    std::ostringstream history;
+    if (isInTime)
+        WriteHistory(history, model, results);
     return WriteWhole(
                files.OfRun(".pvd"), [&](std::ostream& out) { WritePvd(out, grids, times); },
                reason) &&
            (!isInTime ||
-            WriteWhole(
-                files.OfRun(".history.csv"),
-                [&](std::ostream& out) { WriteHistory(out, model, results); }, reason)) &&
+            (WriteWhole(
+                 files.OfRun(".history.csv"), [&](std::ostream& out) { out << history.str(); },
+                 reason) &&
+             WriteWhole(
+                 files.OfRun(".history.svg"),
+                 [&](std::ostream& out) { WriteSeries(out, model.problem, history.str()); },
+                 reason))) &&
            WriteWhole(
                files.Folder() / "result.json",
                [&](std::ostream& out) { WriteResultJson(out, model, results); }, reason);

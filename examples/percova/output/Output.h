@@ -33,6 +33,8 @@ void WritePvd(std::ostream& out, const std::vector<std::string>& names,
               const std::vector<double>& times);
 /// One line for every time step of a transient run, after a header with names and units.
 void WriteHistory(std::ostream& out, const Model& model, const Results& results);
+/// Drawings of what WriteHistory wrote, one below the other: flows, water in and out, probes.
+void WriteSeries(std::ostream& out, const Problem& problem, const std::string& history);
 /// A drawing of one step: soil, head contours, phreatic line, boundaries.
 void WritePicture(std::ostream& out, const Model& model, const StepResult& step);
 
