@@ -84,10 +84,11 @@ void Picture::Soil()
             material.name + ", k " + Short(material.kSat * units.seconds / units.metres, 3) +
                 (material.anisotropy == 1
                      ? ""
-                     : " across, " +
+                     : (material.angle == 0 ? std::string(" across, ")
+                                            : " at " + Short(material.angle, 4) + " degrees, ") +
                            Short(material.kSat * material.anisotropy * units.seconds / units.metres,
                                  3) +
-                           " up") +
+                           (material.angle == 0 ? " up" : " across it")) +
                 ' ' + units.length + '/' + units.time);
     }
 }
@@ -328,12 +329,12 @@ void Picture::Heading()
 {
     const Problem& problem = model_.problem;
     page_.Text(kLeft - 60, 34, problem.title.empty() ? problem.id : problem.title, "title");
-    std::string line = problem.id + ", step " + step_.name + ": " +
-                       std::to_string(model_.mesh.Nodes()) + " nodes, " +
+    std::string line = problem.id + (IsMissingValue(step_.time) ? ", step " : ", time ") +
+                       step_.name + ": " + std::to_string(model_.mesh.Nodes()) + " nodes, " +
                        std::to_string(model_.mesh.Elements()) + " elements";
     if (!IsMissingValue(step_.flowIn))
-        line += "; flow " + Short(step_.flowIn, 4) + ' ' + problem.units.length + "3/s per " +
-                problem.units.length;
+        line += "; flow " + Short(step_.flowIn, 4) + ' ' + problem.units.length + "3/" +
+                problem.units.time + " per " + problem.units.length;
     if (!step_.converged)
         line += "; NOT CONVERGED";
     page_.Text(kLeft - 60, 55, line, "sub");

@@ -2,6 +2,7 @@
 #include "output/Output.h"
 #include "problem/NumberText.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -80,8 +81,10 @@ const char* TypeName()
 }
 
 /// One array: @p value(i) for i below @p count.
+/// @param unit  which ParaView shows; empty for none
 template <class Number, class Value>
-void Array(std::ostream& out, const char* name, int components, std::size_t count, Value value)
+void Array(std::ostream& out, const char* name, int components, std::size_t count, Value value,
+           const std::string& unit = {})
 {
     out << "<DataArray type=\"" << TypeName<Number>() << "\" Name=\"" << name << '"';
     if (components > 1)
@@ -92,7 +95,11 @@ void Array(std::ostream& out, const char* name, int components, std::size_t coun
     for (std::size_t i = 0; i < count; ++i)
         text.Put(static_cast<Number>(value(i)));
     text.Finish();
-    out << "\n</DataArray>\n";
+    out << '\n';
+    if (!unit.empty())
+        out << "<InformationKey name=\"UNITS_LABEL\" location=\"vtkDataArray\">" << Escaped(unit)
+            << "</InformationKey>\n";
+    out << "</DataArray>\n";
 }
 
 double Shown(double value)
@@ -100,18 +107,24 @@ double Shown(double value)
     return IsMissingValue(value) ? std::numeric_limits<double>::quiet_NaN() : value;
 }
 
-void NodalArray(std::ostream& out, const char* name, const DataTable::ConstValues& values)
+/// A field that no node has is left out.
+void NodalArray(std::ostream& out, const char* name, const DataTable::ConstValues& values,
+                const std::string& unit)
 {
-    Array<double>(out, name, 1, values.size(), [&](std::size_t i) { return Shown(values[i]); });
+    if (!std::all_of(values.begin(), values.end(),
+                     [](double value) { return IsMissingValue(value); }))
+        Array<double>(
+            out, name, 1, values.size(), [&](std::size_t i) { return Shown(values[i]); }, unit);
 }
 
 /// Vectors have a third component, which is zero.
 template <class Values>
-void VectorArray(std::ostream& out, const char* name, const Values& x, const Values& y)
+void VectorArray(std::ostream& out, const char* name, const Values& x, const Values& y,
+                 const std::string& unit)
 {
-    Array<double>(out, name, 3, 3 * x.size(), [&](std::size_t i) {
-        return i % 3 == 2 ? 0.0 : Shown((i % 3 == 0 ? x : y)[i / 3]);
-    });
+    Array<double>(
+        out, name, 3, 3 * x.size(),
+        [&](std::size_t i) { return i % 3 == 2 ? 0.0 : Shown((i % 3 == 0 ? x : y)[i / 3]); }, unit);
 }
 
 void WriteCells(std::ostream& out, const Mesh& mesh)
@@ -143,22 +156,24 @@ void WriteVtu(std::ostream& out, const Model& model, const StepResult& step)
     out << "<Piece "
            "NumberOfPoints=\""
         << mesh.Nodes() << "\" NumberOfCells=\"" << mesh.Elements() << "\">\n<Points>\n";
-    VectorArray(out, "Points", mesh.x, mesh.y);
+    const Units& units = model.problem.units;
+    VectorArray(out, "Points", mesh.x, mesh.y, units.length);
     out << "</Points>\n";
     WriteCells(out, mesh);
     out << "<PointData Scalars=\"head\" Vectors=\"velocity\">\n";
-    NodalArray(out, "head", nodal.Column(dataparam::Head));
-    NodalArray(out, "pressure", nodal.Column(dataparam::Pressure));
-    NodalArray(out, "pressure_head", nodal.Column(dataparam::PressureHead));
-    NodalArray(out, "water_content", nodal.Column(dataparam::WaterContent));
-    NodalArray(out, "kr", nodal.Column(dataparam::RelativeConductivity));
+    NodalArray(out, "head", nodal.Column(dataparam::Head), units.length);
+    NodalArray(out, "pressure", nodal.Column(dataparam::Pressure), units.pressure);
+    NodalArray(out, "pressure_head", nodal.Column(dataparam::PressureHead), units.length);
+    NodalArray(out, "water_content", nodal.Column(dataparam::WaterContent), "1");
+    NodalArray(out, "kr", nodal.Column(dataparam::RelativeConductivity), "1");
     if (!step.capacity.empty())
-        Array<double>(out, "storage_coefficient", 1, step.capacity.size(),
-                      [&](std::size_t i) { return step.capacity[i]; });
+        Array<double>(
+            out, "storage_coefficient", 1, step.capacity.size(),
+            [&](std::size_t i) { return step.capacity[i]; }, "1/" + units.length);
     VectorArray(out, "velocity", nodal.Column(dataparam::VelocityX),
-                nodal.Column(dataparam::VelocityY));
+                nodal.Column(dataparam::VelocityY), units.length + '/' + units.time);
     VectorArray(out, "gradient", nodal.Column(dataparam::GradientX),
-                nodal.Column(dataparam::GradientY));
+                nodal.Column(dataparam::GradientY), "1");
     out << "</PointData>\n<CellData Scalars=\"material\">\n";
     Array<std::int32_t>(out, "material", 1, model.material.size(),
                         [&](std::size_t i) { return model.material[i]; });
