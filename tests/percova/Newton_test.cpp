@@ -162,6 +162,40 @@ TEST(Newton, TellsWhereItDidNotConverge)
     EXPECT_FALSE(run.results.steps.front().trouble.empty());
 }
 
+// The gradient is (0.3, 0.2) everywhere; the conductivity is 1 at 30 degrees and 0.1 across that.
+TEST(Newton, TurnsTheAxesOfConductivity)
+{
+    for (const ElementType type : kTypes)
+    {
+        SCOPED_TRACE(Name(type));
+        CaseRun run("S7-block");
+        Problem& problem = run.model.problem;
+        problem.materials[0].kr.rule = KrRule::Saturated;
+        problem.materials[0].kSat = 1;
+        problem.materials[0].anisotropy = 0.1;
+        problem.materials[0].angle = 30;
+        const Polyline ring{{0, 0}, {6, 0}, {6, 5}, {0, 5}, {0, 0}};
+        problem.boundaries.clear();
+        problem.steps[0].conditions.clear();
+        for (std::size_t i = 0; i < 4; ++i)
+        {
+            Condition condition;
+            condition.type = BoundaryType::Head;
+            for (const Point at : {ring[i], ring[i + 1]})
+                condition.values.push_back(10 + 0.3 * at.x + 0.2 * at.y);
+            problem.boundaries.push_back({std::to_string(i), {ring[i], ring[i + 1]}, {}});
+            problem.steps[0].conditions.push_back(condition);
+        }
+        run.AddProbe("p", 2.3, 2.2);
+        run.On(Rectangle(type, 6, 5, 0, 0, 6, 5), KindInTurn());
+        const double c = std::sqrt(0.75), s = 0.5;
+        const double along = 0.3 * c + 0.2 * s, across = 0.1 * (0.2 * c - 0.3 * s);
+        const Point flux = run.Probed("p").flux;
+        EXPECT_NEAR(flux.x, -(c * along - s * across), 1e-9);
+        EXPECT_NEAR(flux.y, -(s * along + c * across), 1e-9);
+    }
+}
+
 TEST(Newton, GivesTheSameBitsOnAnyNumberOfThreads)
 {
     std::vector<double> heads[2];
