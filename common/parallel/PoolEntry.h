@@ -23,7 +23,7 @@ struct ThreadPool::Entry // NOLINT(clang-analyzer-optin.performance.Padding): co
 
     unsigned Inside() const { return state.load(std::memory_order_relaxed) % kNotification; }
     bool MayJoin() const { return work->HasMore() && Inside() < room; }
-    /// Nobody is at it, as only the pool's threads will be before somebody waits.
+    /// No thread works at it; before a caller waits, only the pool's threads will.
     bool IsStarved() const { return keep != nullptr && Inside() == 0 && work->HasMore(); }
 
     Work* work = nullptr;

@@ -63,7 +63,7 @@ public:
     };
     /// Locks the resource that this process has open under @p name.
     /// @param wait  whether to wait while others have it locked
-    /// @returns an empty handle when it is not open here, or somebody else has it
+    /// @returns an empty handle when it is not open here, or another owner has it locked
     static ExclusiveAccess GetExclusiveAccess(const std::wstring& name, bool wait);
 
     /// The name that it was opened under.
@@ -81,7 +81,7 @@ protected:
     /// @name The mutex of its name
     /// @{
     void Lock() { mutex_.Lock(); }              ///< waits for others who have it
-    bool TryLock() { return mutex_.TryLock(); } ///< false when somebody else has it
+    bool TryLock() { return mutex_.TryLock(); } ///< false when another owner has it
     void Unlock() { mutex_.Unlock(); }          ///< undoes one of these
     /// @}
     unsigned long Flags() const { return flags_; } ///< as given to Open

@@ -24,7 +24,7 @@ void ExclusiveAccess::Lock()
             return;
         platform::SpinPause();
     }
-    // From here on the lock is marked as waited for, so its owner wakes somebody.
+    // From here on the lock is marked as waited for, so its owner wakes a waiting thread.
     while (state_.exchange(kWaitedFor, std::memory_order_acquire) != kFree)
         platform::SleepOn(state_, kWaitedFor);
 }

@@ -171,7 +171,7 @@ void ShapeCheck::CheckTogether(const std::vector<Shape>& shapes)
     }
     std::vector<Geom::LineEvent2D> events;
     Geom::LineCrossingEvents2D(events, edges);
-    std::vector<std::pair<std::ptrdiff_t, std::ptrdiff_t>> told; // a pair of shapes once
+    std::vector<std::pair<std::ptrdiff_t, std::ptrdiff_t>> reported; // a pair of shapes once
     for (const Geom::LineEvent2D& event : events)
     {
         const auto owner = [&](Geom::LineSet2D::const_iterator edge) {
@@ -179,9 +179,10 @@ void ShapeCheck::CheckTogether(const std::vector<Shape>& shapes)
             return std::upper_bound(end.begin(), end.end(), index) - end.begin();
         };
         const std::pair pair = std::minmax({owner(event.line1), owner(event.line2)});
-        if (pair.first == pair.second || std::find(told.begin(), told.end(), pair) != told.end())
+        if (pair.first == pair.second ||
+            std::find(reported.begin(), reported.end(), pair) != reported.end())
             continue;
-        told.push_back(pair);
+        reported.push_back(pair);
         const Shape& one = shapes[static_cast<std::size_t>(pair.first)];
         const Shape& two = shapes[static_cast<std::size_t>(pair.second)];
         faults_.Error(problem_.file, two.place,
