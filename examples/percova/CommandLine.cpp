@@ -5,6 +5,7 @@
 #include "output/Output.h"
 #include "output/Summary.h"
 #include "problem/NumberText.h"
+#include "problem/Shown.h"
 #include "problem/TextFile.h"
 
 #include <CLI/CLI.hpp>
@@ -162,11 +163,11 @@ Exit Info(const Options& options, std::ostream& out, std::ostream& err)
     return Exit::Done;
 }
 
-std::filesystem::path FolderOf(const Options& options, const Problem& problem)
+std::wstring FolderOf(const Options& options, const Problem& problem)
 {
     if (!options.out.empty())
         return PathOf(options.out);
-    return problem.path.parent_path() / PathOf(BaseName(problem));
+    return Beside(problem.path, BaseName(problem));
 }
 
 /// The settings that the results depend on besides the problem and the mesh.
@@ -247,7 +248,9 @@ Commands Declare(CLI::App& app, Options& options)
 
 } // namespace
 
-Exit RunCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err)
+namespace
+{
+Exit RunCommand(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err)
 try
 {
     Options options;
@@ -274,6 +277,14 @@ catch (const std::exception& exception)
 {
     err << "percova: " << exception.what() << '\n';
     return Exit::Other;
+}
+} // namespace
+
+Exit RunCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err)
+{
+    SafeBuffer outBuffer(out), errBuffer(err);
+    std::ostream safeOut(&outBuffer), safeErr(&errBuffer);
+    return RunCommand(arguments, safeOut, safeErr);
 }
 
 } // namespace percova

@@ -4,6 +4,7 @@
 #include "analysis/Transient.h"
 #include "output/Summary.h"
 #include "problem/NumberText.h"
+#include "problem/Shown.h"
 #include "problem/TextFile.h"
 
 #include <ostream>
@@ -11,7 +12,7 @@
 namespace percova
 {
 
-Runner::Runner(const Model& model, const std::filesystem::path& folder, const std::string& settings,
+Runner::Runner(const Model& model, const std::wstring& folder, const std::string& settings,
                const Stopwatch& total, bool quiet, std::ostream& out, std::ostream& err)
     : model_(model), written_(model), files_(folder, model.problem),
       mark_(files_, model.problem, settings), isInTime_(model.problem.time), total_(total),
@@ -24,7 +25,7 @@ Exit Runner::Run(Results& results)
 {
     std::string reason;
     const Units& units = model_.problem.units;
-    if (!files_.MakeFolders(0, reason))
+    if (!files_.CheckFolder(reason) || !files_.MakeFolders(0, reason))
         return NotWritten("the folder " + TextOf(files_.Folder()) + " cannot be made: " + reason);
     if (isInTime_)
         mark_.ReadState(model_.mesh.Nodes(), results);
@@ -50,7 +51,7 @@ Exit Runner::Run(Results& results)
     {
         if (!writeFault_.empty())
             return NotWritten(writeFault_);
-        err_ << "percova: " << reason << '\n';
+        err_ << "percova: " << Shown(reason) << '\n';
         return Exit::Other;
     }
     if (!Finish(results, reason))
@@ -58,7 +59,7 @@ Exit Runner::Run(Results& results)
     if (!quiet_)
     {
         PrintSeconds(out_, results.seconds);
-        out_ << "  written to " << TextOf(files_.Folder()) << '\n';
+        out_ << "  written to " << Shown(TextOf(files_.Folder())) << '\n';
     }
     return Outcome(results);
 }
@@ -72,15 +73,13 @@ bool Runner::Finish(const Results& results, std::string& reason)
         return false;
     if (!results.stopped.empty())
         return true;
-    std::error_code ignored; // leftover heads do no harm
-    std::filesystem::remove(
-        files_.OfOutput(results.earlier.size() + results.steps.size() - 1, ".heads"), ignored);
+    RemoveFile(files_.OfOutput(results.earlier.size() + results.steps.size() - 1, ".heads"));
     return mark_.SetState(0, results.state, reason);
 }
 
 Exit Runner::NotWritten(const std::string& reason)
 {
-    err_ << "percova: " << reason << '\n';
+    err_ << "percova: " << Shown(reason) << '\n';
     return Exit::NotWritten;
 }
 
@@ -95,7 +94,8 @@ bool Runner::TakeStep(StepResult& step, Results& results)
             PrintSolver(out_, results);
         PrintStep(out_, model_.problem.units, step);
     }
-    KVI_LOG(kvi::diag::information, 0, "percova: %s of %s", TitleOf(step), model_.problem.id);
+    KVI_LOG(kvi::diag::information, 0, "percova: %s of %s", TitleOf(step),
+            Shown(model_.problem.id));
     if (!Write(step, head, results))
         return false;
     step.nodal.Clear(); // written, and large
@@ -136,11 +136,12 @@ Exit Runner::Outcome(const Results& results)
     if (results.Converged())
         return Exit::Done;
     if (!results.stopped.empty())
-        err_ << "percova: " << results.stopped << '\n';
+        err_ << "percova: " << Shown(results.stopped) << '\n';
     for (const StepResult& step : results.steps)
         if (!step.converged)
-            err_ << "percova: step " << step.name << " did not converge: "
-                 << (step.trouble.empty() ? "residual " + Short(step.residual, 3) : step.trouble)
+            err_ << "percova: step " << Shown(step.name) << " did not converge: "
+                 << (step.trouble.empty() ? "residual " + Short(step.residual, 3)
+                                          : Shown(step.trouble))
                  << '\n';
     return Exit::NotConverged;
 }

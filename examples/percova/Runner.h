@@ -33,7 +33,7 @@ class Runner
 public:
     /// @param settings  the settings that the results depend on besides the problem and the mesh
     /// @param total     running since the program began
-    Runner(const Model& model, const std::filesystem::path& folder, const std::string& settings,
+    Runner(const Model& model, const std::wstring& folder, const std::string& settings,
            const Stopwatch& total, bool quiet, std::ostream& out, std::ostream& err);
 
     /// Continues after the last complete step of an interrupted run.

@@ -1,6 +1,7 @@
 #include "CaseRun.h"
 
 #include "analysis/Analysis.h"
+#include "problem/TextFile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -121,7 +122,7 @@ Grid Rectangle(ElementType type, int columns, int rows, double x0, double y0, do
 CaseRun::CaseRun(const std::string& name) : name_(name)
 {
     Faults faults;
-    EXPECT_TRUE(ReadProblem(kCases + name + ".problem.json", model.problem, faults))
+    EXPECT_TRUE(ReadProblem(PathOf(kCases + name + ".problem.json"), model.problem, faults))
         << AllFaults(faults);
     std::ifstream file(kCases + name + ".reference.json");
     reference = nlohmann::json::parse(file);
@@ -144,7 +145,8 @@ void CaseRun::AddProbesOfReferences()
 void CaseRun::Read(const std::string& variant)
 {
     Faults faults;
-    EXPECT_TRUE(ReadMesh(kCases + "mesh/" + name_ + "." + variant + ".msh", model.mesh, faults))
+    EXPECT_TRUE(
+        ReadMesh(PathOf(kCases + "mesh/" + name_ + "." + variant + ".msh"), model.mesh, faults))
         << AllFaults(faults);
 }
 

@@ -240,7 +240,7 @@ TEST(MeshReader, TellsUnreadableFilesApart)
     EXPECT_FALSE(ReadMesh(ScratchFolder(), mesh, faults));
     EXPECT_FALSE(ReadMesh(ScratchFolder() / "nothing.msh", mesh, faults));
     EXPECT_NE(AllOf(faults).find("it is a folder"), std::string::npos);
-    EXPECT_NE(AllOf(faults).find("cannot be opened: No such file"), std::string::npos);
+    EXPECT_NE(AllOf(faults).find("does not exist"), std::string::npos);
 }
 
 TEST(MeshReader, TellsElementsThatDoNotFitTogether)

@@ -78,7 +78,7 @@ TEST(Output, IsNamedAfterTheProblemButNeverAfterAFolderAbove)
     for (const auto& [path, name] : rows)
     {
         Problem problem;
-        problem.path = path;
+        problem.path = PathOf(path);
         EXPECT_EQ(BaseName(problem), name) << path;
     }
 }
@@ -107,7 +107,7 @@ TEST(Output, WritesNullForWhatDoesNotExist)
     results.steps[0].flowIn = 0.1;
     results.steps[0].residual = std::nan("");
     std::ostringstream out;
-    WriteResultJson(out, dam.model, results);
+    WriteResultJson(out, ResultFiles(L"", dam.model.problem), dam.model, results);
     const nlohmann::json json = nlohmann::json::parse(out.str());
     const nlohmann::json& step = json["steps"][0];
     EXPECT_EQ(json["problem"], "U1-dam");
@@ -159,13 +159,13 @@ TEST(Output, TurnsEverythingIntoTheUnitsOfTheFile)
 TEST(TextFile, KeepsTheOldFileWhenTheNewOneFails)
 {
     const std::filesystem::path folder = ScratchFolder(),
-                                path = folder / PathOf("d\xC3\xA4mme.txt");
+                                path = folder / FilePath("d\xC3\xA4mme.txt");
     std::string reason, text;
     ASSERT_TRUE(WriteWhole(
-        path, [](std::ostream& out) { out << "old"; }, reason))
+        PathOf(TextOf(path)), [](std::ostream& out) { out << "old"; }, reason))
         << reason;
     EXPECT_FALSE(WriteWhole(
-        path, [](std::ostream& out) { out.setstate(std::ios::badbit); }, reason));
+        PathOf(TextOf(path)), [](std::ostream& out) { out.setstate(std::ios::badbit); }, reason));
     EXPECT_NE(reason.find("d\xC3\xA4mme.txt cannot be written"), std::string::npos) << reason;
     ASSERT_TRUE(ReadWhole(path, text, reason));
     EXPECT_EQ(text, "old");
@@ -193,7 +193,7 @@ TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
     const std::string dam = TextOf(Cases() / "U1-dam.problem.json");
     const std::string damMesh = TextOf(Cases() / "mesh" / "U1-dam.t3.v41.msh");
     const std::string results =
-        TextOf(folder / PathOf("\xCE\xB5\xCE\xBE")); // not of this code page
+        TextOf(folder / FilePath("\xCE\xB5\xCE\xBE")); // not of this code page
     std::ofstream(folder / "file") << "in the way";
     const std::string blocked = TextOf(folder / "file");
     const struct
@@ -235,7 +235,7 @@ TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
     EXPECT_EQ(RunCommandLine({"check", problem, "--mesh", mesh}, closed, err), Exit::NotWritten);
     for (const char* name :
          {"result.json", "C2-parallel.vtu", "C2-parallel.pvd", "C2-parallel.svg"})
-        EXPECT_TRUE(std::filesystem::exists(PathOf(results) / name)) << name;
+        EXPECT_TRUE(std::filesystem::exists(FilePath(results) / name)) << name;
 }
 
 TEST(CommandLine, FitsMeasuredPointsAndComputesWithThem)

@@ -49,7 +49,7 @@ TEST(Problem, ReadsEverythingTheFormatHas)
     Faults faults;
     const Problem problem = Read(kProblem, faults);
     EXPECT_EQ(AllOf(faults), "");
-    EXPECT_EQ(problem.mesh, problem.path.parent_path() / "box.msh");
+    EXPECT_EQ(problem.mesh, FolderOf(problem.path) + L"box.msh");
     ASSERT_EQ(problem.materials.size(), 1u);
     EXPECT_EQ(problem.materials[0].kr.rule, KrRule::Integral);
     EXPECT_EQ(problem.materials[0].water->limit, 1e6);

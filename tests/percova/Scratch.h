@@ -2,7 +2,9 @@
 /// Files for a test to read, and the faults that reading them gives.
 #pragma once
 
+#include "mesh/Mesh.h"
 #include "problem/Faults.h"
+#include "problem/Problem.h"
 #include "problem/TextFile.h"
 #include "support/ScratchFolder.h"
 
@@ -15,12 +17,38 @@
 namespace percova
 {
 
+/// @name Of the tests' own paths
+/// @{
+inline std::string TextOf(const std::filesystem::path& path)
+{
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+inline std::filesystem::path FilePath(const std::string& text)
+{
+    return std::u8string(text.begin(), text.end());
+}
+inline bool ReadWhole(const std::filesystem::path& path, std::string& text, std::string& reason)
+{
+    return ReadWhole(PathOf(TextOf(path)), text, reason);
+}
+inline bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& faults)
+{
+    return ReadProblem(PathOf(TextOf(path)), problem, faults);
+}
+inline bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults,
+                     double metres = 1, const NodeJoin& join = {})
+{
+    return ReadMesh(PathOf(TextOf(path)), mesh, faults, metres, join);
+}
+/// @}
+
 /// A folder of the running test's own, empty.
 inline std::filesystem::path ScratchFolder() { return support::ScratchFolder(); }
 
 inline std::filesystem::path Scratch(const std::string& name, const std::string& text)
 {
-    const std::filesystem::path path = ScratchFolder() / PathOf(name);
+    const std::filesystem::path path = ScratchFolder() / FilePath(name);
     std::ofstream(path, std::ios::binary) << text;
     return path;
 }

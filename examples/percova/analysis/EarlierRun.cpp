@@ -13,7 +13,10 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 namespace percova
 {
@@ -26,7 +29,7 @@ struct Unusable
     std::string reason;
 };
 
-std::string TextAt(const std::filesystem::path& path)
+std::string TextAt(const std::wstring& path)
 {
     std::string text, reason;
     if (!ReadWhole(path, text, reason))
@@ -74,7 +77,7 @@ std::vector<unsigned char> Decoded(std::string_view text)
 class Vtu
 {
 public:
-    explicit Vtu(const std::filesystem::path& path) : path_(path), text_(TextAt(path)) {}
+    explicit Vtu(const std::wstring& path) : path_(path), text_(TextAt(path)) {}
 
     template <class Number>
     std::vector<Number> Array(const std::string& name) const
@@ -100,13 +103,30 @@ public:
     }
 
 private:
-    std::filesystem::path path_;
+    std::wstring path_;
     std::string text_;
 };
 
+/// @p text without the signs that XML writes in other words.
+std::string Unescaped(std::string_view text)
+{
+    constexpr std::pair<std::string_view, char> kWords[] = {
+        {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&amp;", '&'}};
+    std::string plain;
+    for (std::string_view rest = text; !rest.empty();)
+    {
+        const auto word = std::find_if(std::begin(kWords), std::end(kWords), [&](const auto& row) {
+            return rest.starts_with(row.first);
+        });
+        const bool isWord = word != std::end(kWords);
+        plain += isWord ? word->second : rest.front();
+        rest.remove_prefix(isWord ? word->first.size() : 1);
+    }
+    return plain;
+}
+
 /// The file of the wanted time in a collection; the last one where none is wanted.
-std::filesystem::path FileInCollection(const std::filesystem::path& path,
-                                       std::optional<double> wanted)
+std::wstring FileInCollection(const std::wstring& path, std::optional<double> wanted)
 {
     const std::string text = TextAt(path);
     std::string found;
@@ -123,23 +143,23 @@ std::filesystem::path FileInCollection(const std::filesystem::path& path,
     if (found.empty())
         throw Unusable{TextOf(path) + " has no result" +
                        (wanted ? " at the time " + Short(*wanted, 12) : std::string())};
-    return path.parent_path() / PathOf(found);
+    return Beside(path, Unescaped(found));
 }
 
-std::filesystem::path VtuOf(const Problem& problem)
+std::wstring VtuOf(const Problem& problem)
 {
-    const std::filesystem::path& path = problem.initial.file;
-    if (path.extension() == ".vtu")
+    const std::wstring& path = problem.initial.file;
+    if (path.ends_with(L".vtu"))
         return path;
     std::optional<double> wanted;
     if (!IsMissingValue(problem.initial.time))
         wanted = problem.initial.time / problem.units.seconds;
-    if (path.extension() == ".pvd")
+    if (path.ends_with(L".pvd"))
         return FileInCollection(path, wanted);
     const nlohmann::json json = nlohmann::json::parse(TextAt(path), nullptr, false);
     if (!json.is_object() || !json.contains("collection") || !json["collection"].is_string())
         throw Unusable{TextOf(path) + " is no result.json that names its collection"};
-    return FileInCollection(path.parent_path() / PathOf(std::string(json["collection"])), wanted);
+    return FileInCollection(Beside(path, json["collection"].get<std::string>()), wanted);
 }
 
 /// The mesh of a VTU, as far as needed for point location.

@@ -5,21 +5,34 @@
 #include "problem/TextFile.h"
 
 #include <new>
+#include <utility>
 
 namespace percova
 {
 
-bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, double metres,
+bool ReadMesh(const std::wstring& path, Mesh& mesh, Faults& faults, double metres,
               const NodeJoin& join)
 {
-    MshFile file;
-    file.name = TextOf(path);
+    const std::string name = TextOf(path);
     std::string text, reason;
-    if (!ReadWhole(path, text, reason))
+    try
     {
-        faults.Error(file.name, {}, reason);
-        return false;
+        if (ReadWhole(path, text, reason))
+            return ReadMeshText(std::move(text), name, mesh, faults, metres, join);
+        faults.Error(name, {}, reason);
     }
+    catch (const std::bad_alloc&)
+    {
+        faults.Error(name, {}, "there is not enough memory for this mesh");
+    }
+    return false;
+}
+
+bool ReadMeshText(std::string text, const std::string& name, Mesh& mesh, Faults& faults,
+                  double metres, const NodeJoin& join)
+{
+    MshFile file;
+    file.name = name;
     try
     {
         MshScanner scanner(text);

@@ -7,7 +7,6 @@
 
 #include <array>
 #include <cstddef>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -97,9 +96,14 @@ struct NodeJoin
 
 /// Reads a Gmsh mesh: format 2.2 or 4.1, ASCII or binary. Elements given clockwise are turned.
 /// Coordinates are multiplied by @p metres, the length of the file's unit.
-/// @returns false when there is no usable mesh; every reason is in @p faults
-bool ReadMesh(const std::filesystem::path& path, Mesh& mesh, Faults& faults, double metres = 1,
+/// @returns false when there is no mesh to go on with; every reason is in @p faults
+bool ReadMesh(const std::wstring& path, Mesh& mesh, Faults& faults, double metres = 1,
               const NodeJoin& join = {});
+
+/// The same of a file that was read already.
+/// @param name  of it, for messages
+bool ReadMeshText(std::string text, const std::string& name, Mesh& mesh, Faults& faults,
+                  double metres = 1, const NodeJoin& join = {});
 
 /// Sides that only one element has: the rim of the mesh, each side once.
 std::vector<Edge> RimOf(const Mesh& mesh);

@@ -4,13 +4,26 @@
 
 namespace percova
 {
+namespace
+{
+
+/// @p text, which is UTF-8, with U+FFFD instead of U+FFFE and U+FFFF.
+std::string Legal(std::string text)
+{
+    for (std::size_t at = 0; (at = text.find("\xEF\xBF", at)) != std::string::npos; at += 3)
+        if (at + 2 < text.size() && static_cast<unsigned char>(text[at + 2]) >= 0xBE)
+            text[at + 2] = '\xBD';
+    return text;
+}
+
+} // namespace
 
 std::string Escaped(const std::string& text)
 {
     // Through wide text and back: bytes that are no UTF-8 become U+FFFD on the way.
     const str::u8string clean = str::as_u8string(str::as_wstring(str::u8string(text)));
     std::string escaped;
-    for (const char c : clean.bytes())
+    for (const char c : Legal(clean.bytes()))
         switch (c)
         {
         case '&':

@@ -1,6 +1,7 @@
 #include "output/Output.h"
 
 #include "problem/NumberText.h"
+#include "problem/Shown.h"
 #include "problem/TextFile.h"
 
 #include <cmath>
@@ -121,7 +122,7 @@ void ConvertToFileUnits(const Units& units, StepResult& step)
 
 std::string BaseName(const Problem& problem)
 {
-    const std::string file = TextOf(problem.path.filename());
+    const std::string file = TextOf(NameOf(problem.path));
     std::string name = file.substr(0, file.rfind('.'));
     if (name.ends_with(".problem"))
         name.resize(name.rfind('.'));
@@ -151,7 +152,7 @@ bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& s
            });
 }
 
-std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nodes)
+std::vector<double> ReadHeads(const std::wstring& path, std::size_t nodes)
 {
     std::string bytes, ignored; // without them the next step starts cold
     if (!ReadWhole(path, bytes, ignored) || bytes.size() != nodes * sizeof(double))
@@ -163,9 +164,11 @@ std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nod
 
 namespace
 {
-/// A field of a CSV file. A name that a spreadsheet would interpret as a formula is marked as text.
+/// A field of a CSV file, without line ends. A name that a spreadsheet would take for a formula is
+/// marked as text.
 std::string CsvField(std::string text)
 {
+    text = Shown(text);
     if (!text.empty() && std::string_view("=+-@").find(text[0]) != std::string_view::npos)
         text.insert(0, 1, '\'');
     if (text.find_first_of(",\"\r\n") == std::string::npos)
@@ -265,8 +268,8 @@ bool WriteSummary(const ResultFiles& files, const Model& model, const Results& r
                  [&](std::ostream& out) { WriteSeries(out, model.problem, history.str()); },
                  reason))) &&
            WriteWhole(
-               files.Folder() / "result.json",
-               [&](std::ostream& out) { WriteResultJson(out, model, results); }, reason);
+               files.Result(),
+               [&](std::ostream& out) { WriteResultJson(out, files, model, results); }, reason);
 }
 
 } // namespace percova

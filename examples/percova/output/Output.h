@@ -6,7 +6,6 @@
 #include "analysis/Results.h"
 #include "output/ResultFiles.h"
 
-#include <filesystem>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -22,7 +21,9 @@ void ConvertToFileUnits(const Units& units, StepResult& step);
 /// The problem file's name without its endings: the base name of the results.
 std::string BaseName(const Problem& problem);
 
-void WriteResultJson(std::ostream& out, const Model& model, const Results& results);
+/// @param files  for the names of the others
+void WriteResultJson(std::ostream& out, const ResultFiles& files, const Model& model,
+                     const Results& results);
 /// One of the steps in it.
 void WriteStepJson(std::ostream& out, const StepResult& step);
 /// A file for ParaView: an unstructured grid with the nodal values of one step.
@@ -44,8 +45,8 @@ void WritePicture(std::ostream& out, const Model& model, const StepResult& step)
 /// @returns false with @p reason, the file's name in it, when one could not be written
 bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& step,
                const std::vector<double>& head, std::string& reason);
-/// Heads written by WriteStep; empty when they cannot be read or their number is not @p nodes.
-std::vector<double> ReadHeads(const std::filesystem::path& path, std::size_t nodes);
+/// Heads as WriteStep wrote them; empty when they cannot be read or are not @p nodes.
+std::vector<double> ReadHeads(const std::wstring& path, std::size_t nodes);
 /// Writes what covers all steps so far: .pvd and result.json.
 bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,
                   std::string& reason);

@@ -123,8 +123,8 @@ void WriteStepJson(std::ostream& out, const StepResult& step)
 
 namespace
 {
-/// The outputs of a transient run, and the statistics of its steps.
-void AddOutputs(Json& json, const Model& model, const Results& results)
+/// The outputs of a run in time, and how its steps went.
+void AddOutputs(Json& json, const ResultFiles& files, const Model& model, const Results& results)
 {
     Json outputs = Json::array();
     for (const std::string& output : results.earlier)
@@ -144,16 +144,17 @@ void AddOutputs(Json& json, const Model& model, const Results& results)
                          {"steps_rejected", part.rejected},
                          {"shortest_step", part.taken == 0 ? Json() : Json(part.shortest / unit)},
                          {"longest_step", part.taken == 0 ? Json() : Json(part.longest / unit)}});
-    json["history"] = BaseName(model.problem) + ".history.csv";
+    json["history"] = files.NameOfRun(".history.csv");
     if (!results.stopped.empty())
         json["stopped"] = results.stopped;
 }
 } // namespace
 
-void WriteResultJson(std::ostream& out, const Model& model, const Results& results)
+void WriteResultJson(std::ostream& out, const ResultFiles& files, const Model& model,
+                     const Results& results)
 {
     Json json = {{"problem", model.problem.id},
-                 {"collection", BaseName(model.problem) + ".pvd"},
+                 {"collection", files.NameOfRun(".pvd")},
                  {"mesh",
                   {{"nodes", model.mesh.Nodes()},
                    {"elements", model.mesh.Elements()},
@@ -168,7 +169,7 @@ void WriteResultJson(std::ostream& out, const Model& model, const Results& resul
                    {"write", results.seconds.write},
                    {"total", results.seconds.total}}}};
     if (model.problem.time)
-        AddOutputs(json, model, results);
+        AddOutputs(json, files, model, results);
     else
     {
         Json& steps = json["steps"] = Json::array();

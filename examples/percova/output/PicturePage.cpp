@@ -2,6 +2,7 @@
 
 #include "output/Markup.h"
 #include "problem/NumberText.h"
+#include "problem/Shown.h"
 
 #include <algorithm>
 #include <cmath>
@@ -83,10 +84,8 @@ void Page::LegendLine(const std::string& sign, const std::string& text)
 {
     out_ << "<g transform=\"translate(" << Fixed(legendX_, 1) << ' ' << Fixed(legendY_, 1) << ")\">"
          << sign << "</g>\n";
-    std::string shown = text;
-    if (shown.size() > 38 && shown.find('\xC2') == std::string::npos)
-        shown = shown.substr(0, 36) + "...";
-    Text(legendX_ + 32, legendY_ + 12, shown);
+    const bool isCut = text.size() > 38 && text.find('\xC2') == std::string::npos;
+    Text(legendX_ + 32, legendY_ + 12, isCut ? Shortened(text, 36) : text);
     legendY_ += kLine;
 }
 

@@ -6,7 +6,6 @@
 #include "problem/Problem.h"
 
 #include <cstddef>
-#include <filesystem>
 #include <string>
 
 namespace percova
@@ -14,34 +13,46 @@ namespace percova
 
 /// Names the result files of a problem by the library's document names.
 ///
-/// The results' folder is the data folder of a document. The files of the whole run are in it, as
-/// are those of a single step; the files of several steps are in separate folders, "seepage\1",
-/// "seepage\2" and so on.
+/// The folder is the one that the user named, as it is; what is in it has names that every system
+/// takes. It holds the files of the whole run, and those of the step when there is one alone; the
+/// files of several steps are in folders of their own, "seepage\1", "seepage\2" and so on.
 class ResultFiles
 {
 public:
-    ResultFiles(const std::filesystem::path& folder, const Problem& problem);
+    ResultFiles(const std::wstring& folder, const Problem& problem);
 
-    const std::filesystem::path& Folder() const { return folder_; }
+    /// Absolute, with a separator at the end.
+    const std::wstring& Folder() const { return folder_; }
+    /// Whether the folder can have the name that the user gave: the system may take it for another
+    /// one, as Windows does with "a." and "CON".
+    /// @returns false with @p reason when not
+    bool CheckFolder(std::string& reason) const;
     bool HasStepFolders() const { return steps_ > 1; }
 
     /// A file of the whole run, as "dam.pvd" for the ending ".pvd".
-    std::filesystem::path OfRun(const char* ending) const;
+    std::wstring OfRun(const char* ending) const;
     /// A file of step @p number, counted from 1.
-    std::filesystem::path OfStep(std::size_t number, const char* ending) const;
+    std::wstring OfStep(std::size_t number, const char* ending) const;
     /// A file of output @p number of a run in time, counted from 0 for the initial state.
-    std::filesystem::path OfOutput(std::size_t number, const char* ending) const;
-    /// The files of steps and outputs as seen from the folder, with slashes.
+    std::wstring OfOutput(std::size_t number, const char* ending) const;
+    /// The files as seen from the folder, with slashes.
+    /// @{
+    std::string NameOfRun(const char* ending) const;
     std::string NameOfStep(std::size_t number, const char* ending) const;
+    /// @}
+
+    /// result.json in the folder.
+    std::wstring Result() const { return folder_ + L"result.json"; }
 
     /// Makes the folders of step @p number, or of the run for 0.
     /// @returns false with @p reason when that failed
     bool MakeFolders(std::size_t number, std::string& reason) const;
 
 private:
-    doc::file::Name Named(std::size_t number, const char* ending) const;
+    /// As seen from the folder.
+    std::wstring Relative(std::size_t number, const std::string& ending) const;
 
-    std::filesystem::path folder_;
+    std::wstring given_, folder_;
     std::size_t steps_;
     bool isInTime_;
     doc::file::Name document_; ///< without step and ending

@@ -22,7 +22,7 @@ std::uint64_t Hash(std::uint64_t hash, const std::string& text)
 }
 
 /// Nothing usable gives null or a discarded value, neither of which has fields.
-nlohmann::ordered_json ReadJson(const std::filesystem::path& path)
+nlohmann::ordered_json ReadJson(const std::wstring& path)
 {
     std::string text, ignored;
     if (!ReadWhole(path, text, ignored))
@@ -44,7 +44,7 @@ RunMark::RunMark(const ResultFiles& files, const Problem& problem, const std::st
     if (steps_ == 1 && !problem.time)
         return;
     std::uint64_t hash = Hash(0xcbf29ce484222325u, settings);
-    for (const std::filesystem::path& file : {problem.path, problem.mesh})
+    for (const std::wstring& file : {problem.path, problem.mesh})
     {
         std::string text, ignored;
         (void)ReadWhole(file, text, ignored); // it was read before
@@ -152,7 +152,7 @@ try
     std::string history, ignored;
     (void)ReadWhole(files_.OfRun(".history.csv"), history, ignored);
     history = FirstLines(history, state.taken + 3); // two of the header and the initial state
-    const Json result = ReadJson(files_.Folder() / "result.json");
+    const Json result = ReadJson(files_.Result());
     std::vector<std::string> earlier{result.at("initial").dump()};
     for (const Json& output : result.at("times"))
         if (earlier.size() < outputs)
@@ -175,9 +175,8 @@ bool RunMark::SetState(std::size_t outputs, const TimeState& state, std::string&
                     {"state", outputs > 0 ? JsonOf(state) : Json()}};
     const bool written = WriteWhole(
         files_.OfRun(".mark"), [&](std::ostream& out) { out << json.dump() << '\n'; }, reason);
-    std::error_code ignored; // leftover heads do no harm
     if (written && outputs > 1)
-        std::filesystem::remove(files_.OfOutput(outputs - 2, ".heads"), ignored);
+        RemoveFile(files_.OfOutput(outputs - 2, ".heads"));
     return written;
 }
 

@@ -2,6 +2,7 @@
 
 #include "mesh/Connectivity.h"
 #include "problem/NumberText.h"
+#include "problem/Shown.h"
 
 #include <algorithm>
 #include <array>
@@ -26,8 +27,11 @@ std::size_t Width(const std::string& text)
 }
 
 /// Columns wide enough for all rows: the first to the left, the others to the right.
-void PrintTable(std::ostream& out, const std::vector<Row>& rows)
+void PrintTable(std::ostream& out, std::vector<Row> rows)
 {
+    for (Row& row : rows)
+        for (std::string& cell : row)
+            cell = Shortened(cell);
     std::vector<std::size_t> width;
     for (const Row& row : rows)
         for (std::size_t i = 0; i < row.size(); ++i)
@@ -99,7 +103,7 @@ void PrintFlows(std::ostream& out, const Units& units, const StepResult& step)
     PrintTable(out, rows);
     for (const BoundaryFlow& boundary : step.boundaries)
         if (!IsMissingValue(boundary.ponded) && boundary.ponded + boundary.dried > 0)
-            out << "  " << boundary.name << " is limited on "
+            out << "  " << Shown(boundary.name) << " is limited on "
                 << Number(boundary.ponded + boundary.dried) << ' ' << units.length << ": ponded on "
                 << Number(boundary.ponded) << ", at the least pressure head on "
                 << Number(boundary.dried) << '\n';
@@ -123,7 +127,7 @@ void PrintFlows(std::ostream& out, const Units& units, const StepResult& step)
 void PrintSurface(std::ostream& out, const StepResult& step)
 {
     for (const SeepageFace& face : step.seepageFaces)
-        out << "  seepage face " << face.name << ": highest outflow at " << Place(face.exit)
+        out << "  seepage face " << Shown(face.name) << ": highest outflow at " << Place(face.exit)
             << '\n';
     for (const Polyline& line : step.surface)
         if (!line.empty())
@@ -152,11 +156,11 @@ void PrintProbes(std::ostream& out, const Units& units, const StepResult& step)
 std::string TitleOf(const StepResult& step)
 {
     if (!IsMissingValue(step.time))
-        return "time " + step.name;
+        return "time " + Shown(step.name);
     const ::Step number = ::Step::CreateFromInt(static_cast<int>(step.number));
     const std::string title =
         str::as_u8string(kvi::step::PrettyPrint(number, MissingValue<double>())).bytes();
-    return step.name == std::to_string(step.number) ? title : title + ", " + step.name;
+    return step.name == std::to_string(step.number) ? title : title + ", " + Shown(step.name);
 }
 
 void PrintFaults(std::ostream& out, const Faults& faults)
@@ -175,7 +179,7 @@ void PrintMesh(std::ostream& out, const Mesh& mesh)
 {
     const auto [left, right] = std::minmax_element(mesh.x.begin(), mesh.x.end());
     const auto [low, high] = std::minmax_element(mesh.y.begin(), mesh.y.end());
-    out << mesh.file << ": Gmsh " << mesh.version << '\n'
+    out << Shown(mesh.file) << ": Gmsh " << mesh.version << '\n'
         << "  " << Grouped(mesh.Nodes()) << " nodes, " << ElementsOf(mesh) << '\n'
         << "  x from " << Number(*left, 8) << " to " << Number(*right, 8) << ", y from "
         << Number(*low, 8) << " to " << Number(*high, 8) << '\n';
@@ -204,9 +208,9 @@ void PrintMesh(std::ostream& out, const Mesh& mesh)
 
 void PrintModel(std::ostream& out, const Model& model)
 {
-    out << model.problem.id << (model.problem.title.empty() ? "" : ": ") << model.problem.title
-        << '\n'
-        << "  mesh " << model.mesh.file << ": " << Grouped(model.mesh.Nodes()) << " nodes, "
+    out << Shown(model.problem.id) << (model.problem.title.empty() ? "" : ": ")
+        << Shown(model.problem.title) << '\n'
+        << "  mesh " << Shown(model.mesh.file) << ": " << Grouped(model.mesh.Nodes()) << " nodes, "
         << ElementsOf(model.mesh);
     if (const int parts = PartsOf(model.mesh).count; parts > 1)
         out << ", " << parts << " parts that share no nodes";
@@ -264,12 +268,12 @@ void PrintStep(std::ostream& out, const Units& units, const StepResult& step)
     out << TitleOf(step) << (step.converged ? ": converged" : ": NOT CONVERGED") << " after "
         << step.iterations << " iterations, residual " << Number(step.residual, 3) << '\n';
     if (!step.trouble.empty())
-        out << "  " << step.trouble << '\n';
+        out << "  " << Shown(step.trouble) << '\n';
     PrintFlows(out, units, step);
     PrintSurface(out, step);
     PrintProbes(out, units, step);
     for (const std::string& warning : step.warnings)
-        out << "  warning: " << warning << '\n';
+        out << "  warning: " << Shown(warning) << '\n';
 }
 
 void PrintSeconds(std::ostream& out, const Seconds& seconds)

@@ -1,5 +1,7 @@
 #include "problem/Faults.h"
 
+#include "problem/Shown.h"
+
 #include <utility>
 
 namespace percova
@@ -23,8 +25,11 @@ void Faults::Warning(const std::string& file, const Place& place, const std::str
 
 void Faults::Add(Fault fault)
 {
-    if (list_.size() < kKept)
-        list_.push_back(std::move(fault));
+    if (list_.size() >= kKept)
+        return;
+    constexpr std::size_t kLongest = 2000;
+    fault.text = Shortened(fault.text, kLongest);
+    list_.push_back(std::move(fault));
 }
 
 std::string Line(const Fault& fault)
@@ -35,11 +40,7 @@ std::string Line(const Fault& fault)
     line += fault.severity == Severity::Warning ? ": warning: " : ": ";
     if (!fault.place.key.empty())
         line += fault.place.key + ": ";
-    line += fault.text;
-    for (char& c : line) // names from untrusted files must not contain terminal control characters
-        if (static_cast<unsigned char>(c) < ' ' || c == 127)
-            c = '?';
-    return line;
+    return Shown(line + fault.text);
 }
 
 } // namespace percova

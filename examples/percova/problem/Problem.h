@@ -6,7 +6,6 @@
 #include "problem/Plane.h"
 
 #include <cstddef>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -180,7 +179,7 @@ struct Initial
     InitialType type = InitialType::Steady;
     std::vector<Point> table;          ///< (x, water table) or (y, value) [m]; one entry: constant
     std::vector<Condition> conditions; ///< by boundary, of the steady solution; empty: as at t = 0
-    std::filesystem::path file;        ///< of an earlier run: result.json or a VTU
+    std::wstring file;                 ///< of an earlier run: result.json or a VTU
     double time = MissingValue<double>(); ///< of it [s]; missing: its last
     Place place;
 };
@@ -221,12 +220,12 @@ struct SolverSettings
 struct Problem
 {
     std::string file; ///< as the user named it
-    std::filesystem::path path;
+    std::wstring path;
     std::string id;
     std::string title;
     double gammaW = 9.81; ///< [kN/m3]
     Units units;
-    std::filesystem::path mesh;
+    std::wstring mesh;
     Place meshPlace;
     bool joinsParts = false; ///< whether nodes of different parts of the mesh become one node
     double joinDistance = 0; ///< that lie on each other within this [m]; 0: the default
@@ -253,6 +252,8 @@ Step StepAt(const Problem& problem, double t, Side side);
 
 /// Reads a problem file. Values out of their legal range are reported with the catalogue's message.
 /// @returns false when it cannot be used; every reason is in @p faults
-bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& faults);
+bool ReadProblem(const std::wstring& path, Problem& problem, Faults& faults);
+/// The same of a file that was read already; @p problem has its path and its name.
+bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults);
 
 } // namespace percova

@@ -3,126 +3,171 @@
 #include "KVI.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <exception>
-#include <fstream>
-#include <system_error>
+#include <filesystem>
+#include <streambuf>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace percova
 {
 namespace
 {
-/// The system's message for the last failure.
-std::string SystemReason(int number, const std::string& instead)
+
+constexpr bool kHasDrives = std::is_same_v<sys::file::NativeString, std::wstring>;
+
+/// The system's words for what has failed, or else the library's.
+std::string ReasonOf(const gtl::status& failed)
 {
-    return number == 0 ? instead : std::generic_category().message(number);
+    const std::wstring system(failed.details()->argument(2));
+    return str::as_u8string(system.empty() ? failed.as_wstring() : system).bytes();
 }
+
+/// Why a file could not be opened.
+std::string WhyNotOpened(const std::wstring& path, const gtl::status& failed)
+{
+    std::error_code ignored;
+    const auto found = std::filesystem::status(sys::file::NativePath(path), ignored);
+    if (std::filesystem::is_directory(found))
+        return "cannot be read: it is a folder";
+    if (std::filesystem::exists(found) && !std::filesystem::is_regular_file(found))
+        return "cannot be read: it is no regular file";
+    return "cannot be opened: " + ReasonOf(failed);
+}
+
+/// Hands what a stream is given to a SafeWriter.
+class WriterBuffer : public std::streambuf
+{
+public:
+    explicit WriterBuffer(sys::file::SafeWriter& writer) : writer_(writer), bytes_(65536)
+    {
+        setp(bytes_.data(), bytes_.data() + bytes_.size());
+    }
+    const gtl::status& Failed() const { return failed_; }
+
+private:
+    int sync() override
+    {
+        const std::size_t size = static_cast<std::size_t>(pptr() - pbase());
+        setp(bytes_.data(), bytes_.data() + bytes_.size());
+        if (failed_.ok())
+            failed_ = writer_.Write({bytes_.data(), size});
+        return failed_.ok() ? 0 : -1;
+    }
+    int_type overflow(int_type c) override
+    {
+        if (sync() != 0)
+            return traits_type::eof();
+        return traits_type::eq_int_type(c, traits_type::eof())
+                   ? traits_type::not_eof(c)
+                   : sputc(traits_type::to_char_type(c));
+    }
+
+    sys::file::SafeWriter& writer_;
+    std::vector<char> bytes_;
+    gtl::status failed_;
+};
+
 } // namespace
 
-std::string TextOf(const std::filesystem::path& path)
+std::wstring PathOf(const std::string& text)
 {
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
+    std::wstring path = str::as_wstring(str::u8string(text));
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    if (!kHasDrives && path.size() > 1 && path[1] == L':')
+        path.insert(0, L".\\");
+    return path;
 }
 
-std::filesystem::path PathOf(const std::string& text)
+std::string TextOf(const std::wstring& path)
 {
-    return std::filesystem::path(std::u8string(text.begin(), text.end()));
+    std::string text = str::as_u8string(path).bytes();
+    if (!kHasDrives)
+        std::replace(text.begin(), text.end(), '\\', '/');
+    return text;
 }
 
-std::wstring LibraryPath(const std::filesystem::path& path)
+std::wstring FolderOf(const std::wstring& path)
 {
-    const std::u8string text = path.generic_u8string();
-    std::wstring wide = str::as_wstring(str::u8string(std::string(text.begin(), text.end())));
-    std::replace(wide.begin(), wide.end(), L'/', L'\\');
-    return wide;
+    return path.substr(0, path.find_last_of(kHasDrives ? L"\\:" : L"\\") + 1); // npos + 1 is 0
 }
 
-std::filesystem::path PathOf(std::wstring libraryPath)
+std::wstring NameOf(const std::wstring& path) { return path.substr(FolderOf(path).size()); }
+
+std::wstring Beside(const std::wstring& file, const std::string& name)
 {
-    std::replace(libraryPath.begin(), libraryPath.end(), L'\\', L'/');
-    return PathOf(str::as_u8string(libraryPath).bytes());
+    const std::wstring path = PathOf(name);
+    const bool hasRoot = path.starts_with(L'\\') || (kHasDrives && path.find(L':') == 1);
+    return hasRoot ? path : FolderOf(file) + path;
 }
 
-bool ReadWhole(const std::filesystem::path& path, std::string& text, std::string& reason)
+bool ReadWhole(const std::wstring& path, std::string& text, std::string& reason, std::uint64_t most)
 {
-    std::error_code ignored; // a missing file is reported when it is opened
-    if (std::filesystem::is_directory(path, ignored))
+    const sys::file::InputStream in = sys::file::MakeSharedFileInputStream(path);
+    if (const gtl::status opened = in->State(); !opened.ok())
     {
-        reason = "cannot be read: it is a folder";
+        reason = WhyNotOpened(path, opened);
         return false;
     }
-    // A device may never end, and a pipe may never be written to.
-    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    std::uint64_t size = 0;
+    gtl::status read = in->Size(size);
+    if (read.ok() && size > most)
     {
-        reason = "cannot be read: it is no regular file";
-        return false;
-    }
-    errno = 0;
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-    {
-        reason = "cannot be opened: " + SystemReason(errno, "unknown reason");
+        reason = "cannot be read: it has " + std::to_string(size) + " bytes, more than the " +
+                 std::to_string(most) + " that are allowed";
         return false;
     }
     text.clear();
-    // In pieces, for the file may grow meanwhile.
-    constexpr std::size_t kPiece = std::size_t{1} << 22;
-    for (std::size_t length = 0;;)
+    text.resize(static_cast<std::size_t>(size));
+    constexpr std::size_t kPiece = std::size_t{1} << 24;
+    std::size_t length = 0;
+    unsigned long got = 1;
+    for (; read.ok() && length < text.size() && got > 0; length += got)
+        read = in->Read(text.data() + length,
+                        static_cast<unsigned long>(std::min(kPiece, text.size() - length)), got);
+    text.resize(length); // the file may have become shorter
+    if (!read.ok())
+        reason = "cannot be read: " + ReasonOf(read);
+    return read.ok();
+}
+
+bool WriteWhole(const std::wstring& path, const std::function<void(std::ostream&)>& write,
+                std::string& reason)
+{
+    reason = TextOf(path) + " cannot be written: ";
+    sys::file::SafeWriter writer;
+    if (const gtl::status opened = writer.Open(path); !opened.ok())
     {
-        text.resize(length + kPiece);
-        in.read(text.data() + length, static_cast<std::streamsize>(kPiece));
-        length += static_cast<std::size_t>(in.gcount());
-        if (!in)
-        {
-            text.resize(length);
-            break;
-        }
+        reason += ReasonOf(opened);
+        return false;
     }
-    if (!in.bad())
+    WriterBuffer buffer(writer);
+    std::ostream out(&buffer);
+    try
+    {
+        write(out);
+        out.flush();
+    }
+    catch (const std::exception& exception)
+    {
+        reason += exception.what();
+        return false;
+    }
+    const gtl::status written = out ? writer.Commit() : buffer.Failed();
+    if (out && written.ok())
+    {
+        reason.clear();
         return true;
-    reason = "cannot be read: " + SystemReason(errno, "unknown reason");
+    }
+    reason += written.ok() ? "its content cannot be made" : ReasonOf(written);
     return false;
 }
 
-bool WriteWhole(const std::filesystem::path& path, const std::function<void(std::ostream&)>& write,
-                std::string& reason)
+void RemoveFile(const std::wstring& path)
 {
-    std::filesystem::path part = path;
-    part += ".part";
     std::error_code ignored;
-    reason.clear();
-    errno = 0;
-    {
-        std::ofstream out(part, std::ios::binary | std::ios::trunc);
-        if (!out)
-        {
-            reason = TextOf(path) + " cannot be written: " + SystemReason(errno, "unknown reason");
-            return false;
-        }
-        try
-        {
-            write(out);
-        }
-        catch (const std::exception& exception)
-        {
-            reason = TextOf(path) + " cannot be written: " + exception.what();
-        }
-        out.close(); // the last bytes may find the disk full
-        if (!out && reason.empty())
-            reason = TextOf(path) + " cannot be written: " + SystemReason(errno, "disk full?");
-    }
-    if (reason.empty())
-    {
-        std::error_code error;
-        std::filesystem::rename(part, path, error);
-        if (!error)
-            return true;
-        reason = TextOf(path) + " cannot be written: " + error.message();
-    }
-    std::filesystem::remove(part, ignored);
-    return false;
+    std::filesystem::remove(sys::file::NativePath(path), ignored);
 }
 
 } // namespace percova

@@ -1,6 +1,6 @@
 #include "CommandLine.h"
+#include "KVI.h"
 
-#include <filesystem>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -10,9 +10,6 @@ extern "C" int wmain(int argc, wchar_t** argv)
 {
     std::vector<std::string> arguments;
     for (int i = 1; i < argc; ++i)
-    {
-        const std::u8string text = std::filesystem::path(argv[i]).u8string();
-        arguments.emplace_back(text.begin(), text.end());
-    }
+        arguments.push_back(str::as_u8string(std::wstring(argv[i])).bytes());
     return static_cast<int>(percova::RunCommandLine(arguments, std::cout, std::cerr));
 }
