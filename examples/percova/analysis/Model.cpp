@@ -41,7 +41,7 @@ private:
     }
     void GatherPolygons();
     void ReportUnassigned(const std::map<int, std::pair<std::size_t, std::size_t>>& unassigned);
-    std::vector<Edge> EdgesNamed(const std::string& name) const;
+    std::map<std::string, std::vector<Edge>> EdgesByName() const;
     std::vector<Edge> EdgesOn(const Polyline& line);
     bool LiesOn(const Edge& edge, const Polyline& line) const;
     void WarnOfLooseEnds(const Boundary& boundary, const std::vector<Edge>& edges);
@@ -56,6 +56,7 @@ private:
     Model& model_;
     Faults& faults_;
     Geom::QuadTree2D polygons_; ///< of the regions, by their index
+    std::uint64_t looks_ = 0;   ///< of a side at a part of a boundary's line
 };
 
 void Binder::GatherPolygons()
@@ -74,16 +75,16 @@ void Binder::GatherPolygons()
 void Binder::BindRegions()
 {
     std::vector<int> regionOf(mesh_.surfaces.size(), -1);
+    std::multimap<std::string, std::size_t> groups; // by name
+    for (std::size_t group = 0; group < mesh_.surfaces.size(); ++group)
+        groups.emplace(mesh_.surfaces[group].name, group);
     for (std::size_t i = 0; i < problem_.regions.size(); ++i)
     {
         const Region& region = problem_.regions[i];
-        bool named = false;
-        for (std::size_t group = 0; group < mesh_.surfaces.size(); ++group)
-            if (mesh_.surfaces[group].name == region.name)
-            {
-                regionOf[group] = static_cast<int>(i);
-                named = true;
-            }
+        const auto [first, last] = groups.equal_range(region.name);
+        const bool named = first != last;
+        for (auto group = first; group != last; ++group)
+            regionOf[group->second] = static_cast<int>(i);
         if (!named && !mesh_.surfaces.empty())
             Error(region.place, "'" + region.name + "' is no physical surface of " + mesh_.file +
                                     ", which has " + NamesOf(mesh_.surfaces));
@@ -135,12 +136,12 @@ void Binder::ReportUnassigned(const std::map<int, std::pair<std::size_t, std::si
     }
 }
 
-std::vector<Edge> Binder::EdgesNamed(const std::string& name) const
+/// The sides in the physical curves, by their names.
+std::map<std::string, std::vector<Edge>> Binder::EdgesByName() const
 {
-    std::vector<Edge> edges;
+    std::map<std::string, std::vector<Edge>> edges;
     for (const Edge& edge : mesh_.edges)
-        if (mesh_.curves[static_cast<std::size_t>(edge.group)].name == name)
-            edges.push_back(edge);
+        edges[mesh_.curves[static_cast<std::size_t>(edge.group)].name].push_back(edge);
     return edges;
 }
 
@@ -158,6 +159,15 @@ bool Binder::LiesOn(const Edge& edge, const Polyline& line) const
 /// The sides of the rim that lie on @p line; where there are none, the sides inside.
 std::vector<Edge> Binder::EdgesOn(const Polyline& line)
 {
+    constexpr std::uint64_t kMostLooks = 2'000'000'000; // half a minute
+    const std::uint64_t looks = std::uint64_t{1} * mesh_.nodes.size() * line.size();
+    looks_ += looks;
+    if (looks_ > kMostLooks && looks_ - looks <= kMostLooks)
+        faults_.Error(problem_.file, {},
+                      "has too many points on the lines of its boundaries to look for all sides "
+                      "of this mesh on them; name physical curves of the mesh instead");
+    if (looks_ > kMostLooks)
+        return {};
     std::vector<Edge> rim, inner;
     SideTable(mesh_).ForEachPair([&](const SideTable::Side* first, const SideTable::Side* last) {
         Edge edge = SideOf(mesh_, first->element, first->side);
@@ -197,10 +207,11 @@ void Binder::WarnOfLooseEnds(const Boundary& boundary, const std::vector<Edge>& 
 void Binder::BindBoundaries()
 {
     model_.boundaryEdges.clear();
+    std::map<std::string, std::vector<Edge>> byName = EdgesByName();
     for (std::size_t i = 0; i < problem_.boundaries.size(); ++i)
     {
         const Boundary& boundary = problem_.boundaries[i];
-        std::vector<Edge> edges = EdgesNamed(boundary.name);
+        std::vector<Edge> edges = byName[boundary.name];
         if (edges.empty() && !boundary.line.empty())
         {
             edges = EdgesOn(boundary.line);

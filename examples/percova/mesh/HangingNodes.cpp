@@ -15,6 +15,14 @@ namespace
 {
 
 constexpr std::size_t kReported = 10; ///< nodes reported individually
+/// Pairs of a side and a node that are looked at: many more than a mesh of millions needs.
+constexpr std::size_t kMostLooks = 1'000'000'000;
+
+double Extent(const std::vector<double>& values)
+{
+    const auto [least, most] = std::minmax_element(values.begin(), values.end());
+    return values.empty() ? 0 : *most - *least;
+}
 
 /// How far from the chords of a side of the rim a node may be and still lie on it.
 double ToleranceOf(const Mesh& mesh, const Edge& edge)
@@ -28,8 +36,8 @@ double ToleranceOf(const Mesh& mesh, const Edge& edge)
     return rounding + bend / (kChords * kChords); // the distance of the chords from the curve
 }
 
-/// The nodes of the rim, by their x.
-std::vector<int> RimNodes(const Mesh& mesh, const std::vector<Edge>& rim)
+/// The nodes of the rim, by their coordinate @p along.
+std::vector<int> RimNodes(const std::vector<Edge>& rim, const std::vector<double>& along)
 {
     std::vector<int> nodes;
     for (const Edge& edge : rim)
@@ -39,7 +47,7 @@ std::vector<int> RimNodes(const Mesh& mesh, const std::vector<Edge>& rim)
     std::sort(nodes.begin(), nodes.end());
     nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
     std::stable_sort(nodes.begin(), nodes.end(),
-                     [&](int one, int two) { return mesh.x[one] < mesh.x[two]; });
+                     [&](int one, int two) { return along[one] < along[two]; });
     return nodes;
 }
 
@@ -49,18 +57,29 @@ void WarnOfHangingNodes(const Mesh& mesh, Faults& faults)
 {
     // Disconnected elements have their sides on the rim, so only that is searched.
     const std::vector<Edge> rim = RimOf(mesh);
-    const std::vector<int> nodes = RimNodes(mesh, rim);
-    std::size_t found = 0;
+    // Along the longer extent there are fewer nodes beside each side.
+    const bool isTall = Extent(mesh.y) > Extent(mesh.x);
+    const std::vector<double>& along = isTall ? mesh.y : mesh.x;
+    const std::vector<double>& across = isTall ? mesh.x : mesh.y;
+    const std::vector<int> nodes = RimNodes(rim, along);
+    std::size_t found = 0, looks = 0;
     for (const Edge& edge : rim)
     {
         const double tolerance = ToleranceOf(mesh, edge);
         const Polyline line = ChordsOf(mesh, edge);
-        const auto [left, right] = std::minmax_element(
-            line.begin(), line.end(), [](Point one, Point two) { return one.x < two.x; });
-        auto at = std::lower_bound(nodes.begin(), nodes.end(), left->x - tolerance,
-                                   [&](int node, double x) { return mesh.x[node] < x; });
-        for (; at != nodes.end() && mesh.x[*at] <= right->x + tolerance; ++at)
+        Geom::Extents2D box;
+        for (const Point& point : line)
+            Geom::ExtentsGrow2D(box, isTall ? Point{point.y, point.x} : point);
+        auto at = std::lower_bound(nodes.begin(), nodes.end(), box.minX - tolerance,
+                                   [&](int node, double least) { return along[node] < least; });
+        for (; at != nodes.end() && along[*at] <= box.maxX + tolerance; ++at)
         {
+            if (++looks > kMostLooks)
+                return faults.Warning(mesh.file, {},
+                                      "its rim is too long to search all of it for nodes that lie "
+                                      "on sides which do not have them");
+            if (across[*at] < box.minY - tolerance || across[*at] > box.maxY + tolerance)
+                continue;
             const Point node{mesh.x[*at], mesh.y[*at]};
             const auto isAt = [&](int other) {
                 return other >= 0 &&

@@ -10,8 +10,8 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -23,50 +23,49 @@ namespace
 constexpr double kFarthest = 1e9; // larger coordinates are not plausible [m]
 constexpr double kFlat = 1e-6;    // nodes of a plane differ by no more in z [m]
 
-/// Finds a node's index by its number: by a table where the numbers are dense, else by search.
+/// Finds a node's index by its number: by a table where the numbers are dense, else by bisection.
+/// (A hash table takes quadratic time for numbers that are chosen to collide.)
 class NodeIndex
 {
 public:
     NodeIndex(const MshFile& file, Faults& faults)
     {
-        std::size_t most = 0;
-        for (const std::size_t number : file.nodeNumber)
-            most = std::max(most, number);
-        dense_ = most < 4 * file.nodeNumber.size() + 1000;
-        if (dense_)
+        const std::vector<std::size_t>& numbers = file.nodeNumber;
+        const std::size_t most =
+            numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end());
+        if (most < 4 * numbers.size() + 1000)
             table_.assign(most + 1, -1);
-        else
-            map_.reserve(file.nodeNumber.size());
-        for (std::size_t i = 0; i < file.nodeNumber.size(); ++i)
-            if (!Insert(file.nodeNumber[i], static_cast<int>(i)))
-                faults.Error(file.name, {"", static_cast<int>(file.nodeLine[i])},
-                             "node " + std::to_string(file.nodeNumber[i]) +
-                                 " is in the file twice");
+        for (std::size_t i = 0; i < numbers.size(); ++i)
+            if (table_.empty())
+                sorted_.emplace_back(numbers[i], static_cast<int>(i));
+            else if (table_[numbers[i]] != -1)
+                TellTwice(file, i, faults);
+            else
+                table_[numbers[i]] = static_cast<int>(i);
+        std::sort(sorted_.begin(), sorted_.end());
+        for (std::size_t k = 1; k < sorted_.size(); ++k)
+            if (sorted_[k].first == sorted_[k - 1].first)
+                TellTwice(file, static_cast<std::size_t>(sorted_[k].second), faults);
     }
 
     /// -1 for a number that no node has.
     int Of(std::size_t number) const
     {
-        if (dense_)
+        if (!table_.empty())
             return number < table_.size() ? table_[number] : -1;
-        const auto found = map_.find(number);
-        return found == map_.end() ? -1 : found->second;
+        const auto found = std::lower_bound(sorted_.begin(), sorted_.end(), std::pair(number, 0));
+        return found == sorted_.end() || found->first != number ? -1 : found->second;
     }
 
 private:
-    bool Insert(std::size_t number, int index)
+    static void TellTwice(const MshFile& file, std::size_t i, Faults& faults)
     {
-        if (!dense_)
-            return map_.emplace(number, index).second;
-        if (table_[number] != -1)
-            return false;
-        table_[number] = index;
-        return true;
+        faults.Error(file.name, {"", static_cast<int>(file.nodeLine[i])},
+                     "node " + std::to_string(file.nodeNumber[i]) + " is in the file twice");
     }
 
-    bool dense_ = true;
-    std::vector<int> table_;
-    std::unordered_map<std::size_t, int> map_;
+    std::vector<int> table_;                          ///< index by number
+    std::vector<std::pair<std::size_t, int>> sorted_; ///< number and index, where there is no table
 };
 
 class Builder
@@ -99,8 +98,7 @@ private:
     void AddElement(std::size_t position, const std::size_t* numbers, ElementType type);
     void AddEdge(const SideTable& sides, std::size_t position, const std::size_t* numbers);
     void CheckPair(const SideTable::Side* first, const SideTable::Side* last);
-    int GroupOf(std::vector<MeshGroup>& groups, std::unordered_map<int, int>& known, int dimension,
-                int tag);
+    int GroupOf(std::vector<MeshGroup>& groups, std::map<int, int>& known, int dimension, int tag);
     double TurnedArea(std::size_t element);
 
     const MshFile& file_;
@@ -109,7 +107,7 @@ private:
     NodeIndex index_;
     std::vector<std::size_t> position_; ///< by element of the mesh: its place in the file's list
     std::vector<int> kept_;             ///< by node of the file: its index in the mesh, -1 unused
-    std::unordered_map<int, int> surfaceOf_, curveOf_; ///< group by tag
+    std::map<int, int> surfaceOf_, curveOf_; ///< group by tag
 };
 
 /// One fault for each unsupported kind of element, with advice on the mesh.
@@ -231,8 +229,8 @@ void Builder::JoinNodes(const NodeJoin& join)
     }
 }
 
-int Builder::GroupOf(std::vector<MeshGroup>& groups, std::unordered_map<int, int>& known,
-                     int dimension, int tag)
+int Builder::GroupOf(std::vector<MeshGroup>& groups, std::map<int, int>& known, int dimension,
+                     int tag)
 {
     if (tag == 0)
         return -1;
@@ -338,11 +336,14 @@ void Builder::AddEdge(const SideTable& sides, std::size_t position, const std::s
                      called + " and the plane element beside it differ in the node between");
     if (found.size() > 1)
         edge.opposite = found[1].element;
-    edge.group = GroupOf(mesh_.curves, curveOf_, 1, file_.lines.physical[position]);
-    MeshGroup& group = mesh_.curves[static_cast<std::size_t>(edge.group)];
-    ++group.count;
-    group.size += LengthOf(mesh_, edge);
-    mesh_.edges.push_back(edge);
+    for (const int tag : file_.TagsOfLine(position))
+    {
+        edge.group = GroupOf(mesh_.curves, curveOf_, 1, tag);
+        MeshGroup& group = mesh_.curves[static_cast<std::size_t>(edge.group)];
+        ++group.count;
+        group.size += LengthOf(mesh_, edge);
+        mesh_.edges.push_back(edge);
+    }
 }
 
 void Builder::CheckSidesAndAddEdges()

@@ -1,6 +1,5 @@
 #include "mesh/MshFile.h"
 
-#include <cstdlib>
 #include <string>
 
 namespace percova
@@ -30,7 +29,7 @@ int Physical(MshScanner& scanner, std::size_t tags)
     {
         const int tag = scanner.Next<int>(kTag);
         if (i == 0)
-            physical = std::abs(tag);
+            physical = PhysicalTag(tag);
     }
     return physical;
 }

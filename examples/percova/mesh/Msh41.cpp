@@ -1,6 +1,5 @@
 #include "mesh/MshFile.h"
 
-#include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,7 +12,7 @@ constexpr const char* kNode = "a node number";
 constexpr const char* kCoordinate = "a coordinate";
 constexpr const char* kElement = "an element number";
 constexpr const char* kEntity = "the tag of an entity";
-constexpr std::size_t kMostGroups = 100; // of one entity
+constexpr std::size_t kMostGroups = 8; // of one entity: each line is kept once for each
 
 int Dimension(MshScanner& scanner)
 {
@@ -32,10 +31,12 @@ void ReadEntity(MshScanner& scanner, MshFile& file, int dimension)
         (void)scanner.Next<double>(kCoordinate); // positions follow from the nodes
     const std::size_t tags = scanner.Count("the number of physical tags", 2);
     if (tags > kMostGroups)
-        scanner.Fail("an entity is in " + std::to_string(tags) + " physical groups");
+        scanner.Fail("an entity is in " + std::to_string(tags) +
+                     " physical groups, more than the " + std::to_string(kMostGroups) +
+                     " that are allowed");
     std::vector<int> physical(tags);
-    for (int& each : physical) // negative: the group reverses the entity
-        each = std::abs(scanner.Next<int>("a physical tag"));
+    for (int& each : physical) // negative: the group turns the entity round
+        each = PhysicalTag(scanner.Next<int>("a physical tag"));
     if (!physical.empty())
         file.entities[{dimension, tag}] = std::move(physical);
     if (dimension == 0)
@@ -45,26 +46,27 @@ void ReadEntity(MshScanner& scanner, MshFile& file, int dimension)
         (void)scanner.Next<int>(kEntity); // not needed
 }
 
-/// Adds a block's elements: once for each physical group of its entity if they are lines, so that
-/// a line can belong to two boundaries.
+/// Adds a block's elements, all of one physical tag.
 void ReadBlock(MshScanner& scanner, MshFile::Elements& list, int type, std::size_t count,
-               const std::vector<int>& physical)
+               int physical)
 {
     const auto nodes = static_cast<std::size_t>(MshNodeCount(type));
     for (std::size_t i = 0; i < count; ++i)
     {
         const std::size_t number = scanner.Next<std::size_t>(kElement);
-        list.Add(number, type, physical.empty() ? 0 : physical[0], scanner.LineNumber());
+        list.Add(number, type, physical, scanner.LineNumber());
         for (std::size_t node = 0; node < nodes; ++node)
             list.nodes.push_back(scanner.Next<std::size_t>(kNode));
-        for (std::size_t more = 1; more < physical.size() && (type == 1 || type == 8); ++more)
-        {
-            list.Add(number, type, physical[more], scanner.LineNumber());
-            const std::size_t first = list.nodes.size() - nodes;
-            for (std::size_t node = 0; node < nodes; ++node)
-                list.nodes.push_back(list.nodes[first + node]);
-        }
     }
+}
+
+/// What is kept as the physical tag of elements in the groups @p tags; a line can be in several.
+int KeptTag(MshFile& file, const MshFile::Elements& list, const std::vector<int>& tags)
+{
+    if (tags.size() < 2 || &list != &file.lines)
+        return tags.empty() ? 0 : tags[0];
+    file.moreTags.push_back(tags);
+    return -static_cast<int>(file.moreTags.size());
 }
 
 void SkipBlock(MshScanner& scanner, int type, std::size_t count)
@@ -138,7 +140,7 @@ void ReadElements41(MshScanner& scanner, MshFile& file)
         const int line = scanner.LineNumber() + (scanner.binary ? 0 : 1); // of the first element
         if (MshFile::Elements* list = file.ListOf(type, count, line))
             ReadBlock(scanner, *list, type, count,
-                      found == file.entities.end() ? std::vector<int>() : found->second);
+                      found == file.entities.end() ? 0 : KeptTag(file, *list, found->second));
         else
             SkipBlock(scanner, type, count);
     }

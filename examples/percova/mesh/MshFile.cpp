@@ -166,6 +166,15 @@ MshFile::Elements* MshFile::ListOf(int elementType, std::size_t count, int line)
     }
 }
 
+std::vector<int> MshFile::TagsOfLine(std::size_t position) const
+{
+    const int tag = lines.physical[position];
+    std::vector<int> tags =
+        tag < 0 ? moreTags[static_cast<std::size_t>(-1 - tag)] : std::vector<int>{tag};
+    std::erase(tags, 0);
+    return tags;
+}
+
 void MshFile::AddPlace(double placeX, double placeY, double placeZ, int placeLine)
 {
     x.push_back(placeX);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <string>
 #include <utility>
@@ -29,7 +30,7 @@ struct MshFile
     {
         std::vector<std::size_t> number;
         std::vector<unsigned char> type; ///< Gmsh's number: 1, 2, 3, 8, 9 or 16
-        std::vector<int> physical;       ///< tag, 0 for none
+        std::vector<int> physical;       ///< tag, 0 for none; -1 - k for those in moreTags[k]
         std::vector<std::uint32_t> line;
         std::vector<std::size_t> nodes; ///< numbers, one element's after the other's
         /// Adds an element whose nodes follow.
@@ -41,11 +42,14 @@ struct MshFile
     std::map<std::pair<int, int>, std::string> names; ///< by (dimension, physical tag)
     /// Physical tags of a geometric entity, by (dimension, tag); version 4.1 only.
     std::map<std::pair<int, int>, std::vector<int>> entities;
-    std::map<int, std::size_t> refused; ///< elements of other types, by type
-    std::map<int, int> refusedLine;     ///< of the first of them
+    std::vector<std::vector<int>> moreTags; ///< of lines that are in several groups
+    std::map<int, std::size_t> refused;     ///< elements of other types, by type
+    std::map<int, int> refusedLine;         ///< of the first of them
 
     /// Where elements of a type go; null for a type that is ignored (points) or refused.
     Elements* ListOf(int elementType, std::size_t count, int line);
+    /// The physical tags of line number @p position of lines; none is 0.
+    std::vector<int> TagsOfLine(std::size_t position) const;
     /// Adds the place of the next node that has none.
     void AddPlace(double placeX, double placeY, double placeZ, int line);
 };
@@ -54,6 +58,12 @@ struct MshFile
 int MshNodeCount(int type);
 /// "4-node quadrangle" and the like; "element type 99" for a type that is not in the table.
 std::string MshTypeName(int type);
+
+/// A physical tag as it counts: negative ones turn the elements round, 0 is none.
+constexpr int PhysicalTag(int tag)
+{
+    return tag >= 0 ? tag : -(tag + (tag == std::numeric_limits<int>::min()));
+}
 
 /// Reads $MeshFormat and then the sections of its version.
 /// @throws MshError

@@ -48,9 +48,12 @@ std::vector<SideTable::Side> SideTable::Between(int a, int b) const
 {
     std::vector<Side> found;
     const auto node = static_cast<std::size_t>(std::min(a, b));
-    for (std::size_t i = start_[node]; i < start_[node + 1]; ++i)
-        if (sides_[i].other == std::max(a, b))
-            found.push_back(sides_[i]);
+    const Side* const end = sides_.data() + start_[node + 1];
+    const Side* side =
+        std::lower_bound(sides_.data() + start_[node], end, std::max(a, b),
+                         [](const Side& each, int other) { return each.other < other; });
+    for (; side != end && side->other == std::max(a, b); ++side)
+        found.push_back(*side);
     return found;
 }
 

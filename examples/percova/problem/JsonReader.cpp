@@ -1,5 +1,7 @@
 #include "problem/JsonReader.h"
 
+#include "problem/Shown.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -25,7 +27,7 @@ JsonReader::JsonReader(const JsonNode& node, std::string path, const std::string
 
 std::string JsonReader::PathOf(std::string_view key) const
 {
-    return path_.empty() ? std::string(key) : path_ + '.' + std::string(key);
+    return path_.empty() ? Shortened(key) : path_ + '.' + Shortened(key);
 }
 
 Place JsonReader::PlaceOf(const char* key) const
@@ -94,7 +96,7 @@ bool JsonReader::GetText(const char* key, std::string& value, Need need)
     const JsonNode* found = Typed(key, JsonNode::Kind::Text, need);
     if (found == nullptr)
         return false;
-    value = found->text;
+    value = found->Text();
     if (!value.empty() || need == Need::Optional)
         return true;
     Error(key, "should not be empty");
@@ -136,6 +138,14 @@ bool JsonReader::ReadPoint(const JsonNode& node, const std::string& path, Point&
     return false;
 }
 
+bool JsonReader::IsTooLong(const char* key, std::size_t size, std::size_t most) const
+{
+    if (size > most)
+        Error(key, "has " + std::to_string(size) + " entries, more than the " +
+                       std::to_string(most) + " that are allowed");
+    return size > most;
+}
+
 bool JsonReader::GetPoint(const char* key, Point& value, Need need)
 {
     const JsonNode* found = Typed(key, JsonNode::Kind::List, need);
@@ -146,6 +156,8 @@ bool JsonReader::GetLine(const char* key, std::vector<Point>& value, std::size_t
 {
     const JsonNode* found = Typed(key, JsonNode::Kind::List, need);
     if (found == nullptr)
+        return false;
+    if (IsTooLong(key, found->items.size(), kMostPoints))
         return false;
     std::vector<Point> line(found->items.size());
     bool right = true;
@@ -195,6 +207,8 @@ void JsonReader::ForEach(const char* key, Need need, const std::function<void(Js
 {
     const JsonNode* found = Typed(key, JsonNode::Kind::List, need);
     if (found == nullptr)
+        return;
+    if (IsTooLong(key, found->items.size(), kMostObjects))
         return;
     if (found->items.empty() && need == Need::Required)
         Error(key, "should not be empty");

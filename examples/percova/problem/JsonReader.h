@@ -21,6 +21,9 @@ enum class Need
     Required
 };
 
+constexpr std::size_t kMostObjects = 10'000; ///< of one list
+constexpr std::size_t kMostPoints = 10'000;  ///< of one line or table
+
 /// One object of a problem file. Every Get... marks its key as known, writes only on success and
 /// reports problems as faults.
 class JsonReader
@@ -60,6 +63,7 @@ public:
     void Warn(const char* key, const std::string& text) const;
 
 private:
+    bool IsTooLong(const char* key, std::size_t size, std::size_t most) const;
     const JsonNode* Typed(const char* key, JsonNode::Kind kind, Need need);
     bool ReadPoint(const JsonNode& node, const std::string& path, Point& value) const;
     std::string PathOf(std::string_view key) const;

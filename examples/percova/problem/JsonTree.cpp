@@ -1,10 +1,13 @@
 #include "problem/JsonTree.h"
 
+#include "problem/Shown.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <set>
 #include <utility>
 
 namespace percova
@@ -61,19 +64,16 @@ public:
     {
     }
 
-    bool null() { return Add(JsonNode::Kind::Null, 0) != nullptr; }
-    bool boolean(bool value)
-    {
-        JsonNode* node = Add(JsonNode::Kind::Boolean, 0);
-        node->number = value ? 1 : 0;
-        return true;
-    }
+    bool null() { return Add(JsonNode::Kind::Null, 0, 0); }
+    bool boolean(bool value) { return Add(JsonNode::Kind::Boolean, value ? 1 : 0, 0); }
     bool number_integer(number_integer_t value) { return Number(static_cast<double>(value)); }
     bool number_unsigned(number_unsigned_t value) { return Number(static_cast<double>(value)); }
     bool number_float(number_float_t value, const string_t&) { return Number(value); }
     bool string(string_t& value)
     {
-        Add(JsonNode::Kind::Text, 0)->text = std::move(value);
+        if (!Add(JsonNode::Kind::Text, 0, 0))
+            return false;
+        added_->names.Add(std::move(value));
         return true;
     }
     bool binary(binary_t&) { return false; }
@@ -83,16 +83,16 @@ public:
     bool end_array() { return Close(); }
     bool key(string_t& value)
     {
-        std::vector<std::string>& names = open_.back()->names;
-        if (std::find(names.begin(), names.end(), value) != names.end())
-            doubled_.push_back({value, Line(0)});
+        SmallList<std::string>& names = open_.back().node->names;
+        if (!open_.back().seen.insert(value).second)
+            doubled_.push_back({Shortened(value), Line(0)});
         if (names.size() == kMostKeys)
         {
             faults_.Error(file_, {"", Line(0)},
                           "has an object of more than " + std::to_string(kMostKeys) + " keys");
             return false;
         }
-        names.push_back(std::move(value));
+        names.Add(std::move(value));
         return true;
     }
     bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception& error)
@@ -102,7 +102,7 @@ public:
         for (const char* prefix : {"] ", ", "})
             if (const std::size_t end = text.find(prefix); end != std::string::npos && end < 60)
                 text.erase(0, end + 2);
-        faults_.Error(file_, {"", Line(0)}, "is no valid JSON: " + text.substr(0, 300));
+        faults_.Error(file_, {"", Line(0)}, "is no valid JSON: " + Shortened(text, 300));
         return false;
     }
 
@@ -127,18 +127,22 @@ private:
     }
     bool Number(double value)
     {
-        JsonNode* node = Add(JsonNode::Kind::Number, 1); // its end shows by the next character
-        node->number = value;
-        return true;
+        return Add(JsonNode::Kind::Number, value, 1); // its end shows by the next character
     }
-    JsonNode* Add(JsonNode::Kind kind, std::ptrdiff_t ahead)
+    /// Makes added_ the next value. @returns false when there are too many
+    bool Add(JsonNode::Kind kind, double number, std::ptrdiff_t ahead)
     {
-        JsonNode* node = &root_;
-        if (!open_.empty())
-            node = &open_.back()->items.emplace_back();
-        node->kind = kind;
-        node->line = Line(ahead);
-        return node;
+        if (++values_ > kMostValues)
+        {
+            faults_.Error(file_, {"", Line(ahead)},
+                          "has more than " + std::to_string(kMostValues) + " values");
+            return false;
+        }
+        added_ = open_.empty() ? &root_ : &open_.back().node->items.Add({});
+        added_->kind = kind;
+        added_->number = number;
+        added_->line = Line(ahead);
+        return true;
     }
     bool Open(JsonNode::Kind kind)
     {
@@ -148,7 +152,9 @@ private:
                           "is nested more than " + std::to_string(kDeepest) + " deep");
             return false;
         }
-        open_.push_back(Add(kind, 0));
+        if (!Add(kind, 0, 0))
+            return false;
+        open_.push_back({added_, {}});
         return true;
     }
     bool Close()
@@ -162,7 +168,15 @@ private:
     const char** seen_;
     int line_ = 1;
     JsonNode& root_;
-    std::vector<JsonNode*> open_; ///< a parent does not grow while a child of it is open
+    /// A list or an object whose end is to come; a parent does not grow while a child is open.
+    struct OpenNode
+    {
+        JsonNode* node;
+        std::set<std::string> seen; ///< names
+    };
+    std::vector<OpenNode> open_;
+    JsonNode* added_ = nullptr;
+    std::size_t values_ = 0;
     Faults& faults_;
     std::vector<Place> doubled_; ///< keys
 };

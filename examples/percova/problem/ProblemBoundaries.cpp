@@ -182,9 +182,27 @@ void ReadChanges(JsonReader& reader, const Problem& problem, std::vector<Conditi
     });
 }
 
+namespace
+{
+/// How many numbers conditions hold, each condition being one more.
+std::size_t NumbersOf(const std::vector<Condition>& conditions)
+{
+    std::size_t numbers = conditions.size();
+    for (const Condition& condition : conditions)
+    {
+        numbers += condition.values.size() + condition.series.size();
+        for (const TimedValues& entry : condition.series)
+            numbers += entry.values.size();
+    }
+    return numbers;
+}
+} // namespace
+
 void ReadSteps(JsonReader& file, Problem& problem)
 {
     const bool isInTime = file.Find("time") != nullptr;
+    constexpr std::size_t kMostNumbers = 1'000'000; // that all steps hold
+    std::size_t numbers = 0;
     std::vector<Step> steps;
     std::vector<Condition> conditions = problem.steps[0].conditions;
     file.ForEach("steps", Need::Optional, [&](JsonReader& reader) {
@@ -202,6 +220,15 @@ void ReadSteps(JsonReader& file, Problem& problem)
         }
         else if (isInTime && !steps.empty())
             reader.Error("start", "is missing: it should be the time from when on the step holds");
+        const std::size_t before = numbers;
+        if (before <= kMostNumbers)
+            numbers += NumbersOf(conditions);
+        if (before <= kMostNumbers && numbers > kMostNumbers)
+            reader.ErrorHere("is one step too many: the boundary values of all steps so far are "
+                             "more than " +
+                             std::to_string(kMostNumbers) + " numbers");
+        if (numbers > kMostNumbers)
+            return;
         step.conditions = conditions;
         steps.push_back(std::move(step));
     });

@@ -3,6 +3,8 @@
 #include "problem/Legal.h"
 #include "problem/TextFile.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace percova
@@ -25,7 +27,7 @@ void ReadMeshName(JsonReader& file, Problem& problem)
         {
             if (name.empty())
                 mesh.Error("file", "should not be empty");
-            problem.mesh = problem.path.parent_path() / PathOf(name);
+            problem.mesh = Beside(problem.path, name);
             problem.meshPlace = mesh.PlaceOf("file");
         }
         const JsonNode* join = mesh.Find("join");
@@ -117,18 +119,24 @@ bool SolverKindOf(const std::string& name, SolverKind& kind)
     return false;
 }
 
-bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& faults)
+bool ReadProblem(const std::wstring& path, Problem& problem, Faults& faults)
 {
     problem = {};
     problem.path = path;
     problem.file = TextOf(path);
-    const std::size_t before = faults.Errors();
     std::string text, reason;
-    if (!ReadWhole(path, text, reason))
+    constexpr std::uint64_t kLargest = std::uint64_t{1} << 26; // far above any real one
+    if (!ReadWhole(path, text, reason, kLargest))
     {
         faults.Error(problem.file, {}, reason);
         return false;
     }
+    return ReadProblemText(text, problem, faults);
+}
+
+bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
+{
+    const std::size_t before = faults.Errors();
     JsonNode root;
     if (!ParseJson(text, problem.file, root, faults))
         return false;
@@ -139,7 +147,9 @@ bool ReadProblem(const std::filesystem::path& path, Problem& problem, Faults& fa
         return false;
     }
     JsonReader file(root, "", problem.file, faults);
-    problem.id = TextOf(path.stem().stem());
+    problem.id = TextOf(NameOf(problem.path));
+    for (int endings = 0; endings < 2; ++endings)
+        problem.id.resize(std::min(problem.id.rfind('.'), problem.id.size()));
     file.GetText("id", problem.id);
     file.GetText("title", problem.title);
     file.Ignore({"convention", "wanted", "dimensions", "x_axis"});

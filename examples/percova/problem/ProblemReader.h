@@ -4,6 +4,7 @@
 
 #include "problem/JsonReader.h"
 #include "problem/Problem.h"
+#include "problem/Shown.h"
 
 #include <string>
 #include <vector>
@@ -30,7 +31,7 @@ std::string NamesOf(const std::vector<Thing>& things)
     {
         if (i == 12)
             return names + ", ...";
-        names += (i == 0 ? "'" : ", '") + things[i].name + '\'';
+        names += (i == 0 ? "'" : ", '") + Shortened(things[i].name) + '\'';
     }
     return names.empty() ? "none" : names;
 }
@@ -39,8 +40,12 @@ std::string NamesOf(const std::vector<Thing>& things)
 template <class Thing>
 std::string ReadName(JsonReader& reader, const std::vector<Thing>& things)
 {
+    constexpr std::size_t kLongest = 200;
     std::string name;
-    if (reader.GetText("name", name, Need::Required) && IndexOf(things, name) >= 0)
+    const bool isThere = reader.GetText("name", name, Need::Required);
+    if (name.size() > kLongest)
+        reader.Error("name", "should have at most " + std::to_string(kLongest) + " bytes");
+    else if (isThere && IndexOf(things, name) >= 0)
         reader.Error("name", "'" + name + "' is the name of another one already");
     return name;
 }

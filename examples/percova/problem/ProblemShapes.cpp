@@ -17,6 +17,8 @@ namespace
 // corner within 1e-5 of another edge, typed with few digits, does not cross it.
 constexpr double kOwnSize = 1e4, kSharedSize = 5;
 
+constexpr std::size_t kMostPointsOfAll = 50'000; ///< of all polygons, or of all lines
+
 /// A polygon or line of the problem, for the messages.
 struct Shape
 {
@@ -65,7 +67,46 @@ private:
     double factor_ = 1;
 };
 
-/// Either direction is accepted; the library's valid one is counter-clockwise.
+using Finder = void (*)(std::vector<Geom::LineEvent2D>&, const Geom::LineSet2D&);
+
+/// Calls @p visit(i, j, point) for the pairs of lines that a finder of the library reports, i < j,
+/// until it gives false. All lines may meet each other, so many are looked at by parts, two parts
+/// at a time: there are never more than half a million events at once.
+template <class Visit>
+void ForEachMeeting(Finder find, const Geom::LineSet2D& lines, Visit visit)
+{
+    constexpr std::size_t kPart = 500;
+    const std::size_t size = lines.size() <= 2 * kPart ? 2 * kPart : kPart;
+    std::vector<Geom::Extents2D> boxes((lines.size() + size - 1) / size);
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        for (const Point& end : {lines[i].first, lines[i].second})
+            Geom::ExtentsGrow2D(boxes[i / size], end);
+    const auto endOf = [&](std::size_t part) { return std::min((part + 1) * size, lines.size()); };
+    std::vector<Geom::LineEvent2D> events;
+    for (std::size_t one = 0; one < boxes.size(); ++one)
+        for (std::size_t two = one; two < boxes.size(); ++two)
+        {
+            if (!Geom::IsExtentsIntersected2D(boxes[one], boxes[two], Geom::Precision()))
+                continue;
+            Geom::LineSet2D some(lines.data() + one * size, lines.data() + endOf(one));
+            const std::size_t split = some.size();
+            if (two != one)
+                some.insert(some.end(), lines.data() + two * size, lines.data() + endOf(two));
+            find(events, some);
+            for (const Geom::LineEvent2D& event : events)
+            {
+                const auto number = [&](Geom::LineSet2D::const_iterator line) {
+                    const auto k = static_cast<std::size_t>(line - some.cbegin());
+                    return k < split ? one * size + k : two * size + k - split;
+                };
+                const auto [i, j] = std::minmax({number(event.line1), number(event.line2)});
+                if ((two == one || i / size != j / size) && !visit(i, j, event.point))
+                    return;
+            }
+        }
+}
+
+/// Either direction will do; the library's valid one is counter-clockwise.
 bool IsRing(Polyline ring)
 {
     if (Geom::PolygonArea2D(ring.data(), ring.size()) < 0)
@@ -118,12 +159,12 @@ std::string ShapeCheck::RepeatedPoint(const Shape& shape, const Polyline& drawn)
     Geom::LineSet2D points;
     for (std::size_t i = 0; i + 1 < drawn.size(); ++i)
         points.push_back({drawn[i], drawn[i]});
-    std::vector<Geom::LineEvent2D> events;
-    Geom::LineIntersectionEvents2D(events, points);
-    if (events.empty())
-        return {};
-    const auto at = static_cast<std::size_t>(events.front().line1 - points.cbegin());
-    return "has the point " + Told(shape.points[at]) + " twice";
+    std::string fault;
+    ForEachMeeting(Geom::LineIntersectionEvents2D, points, [&](std::size_t i, std::size_t, Point) {
+        fault = "has the point " + Told(shape.points[i]) + " twice";
+        return false;
+    });
+    return fault;
 }
 
 /// Where two edges meet that should not. Neighbours meet in their common point and nowhere else.
@@ -134,29 +175,25 @@ std::string ShapeCheck::FaultOfEdges(const Shape& shape, const Polyline& drawn,
         return "has no length";
     Geom::LineSet2D edges;
     Geom::PolygonGetLines2D(edges, drawn);
-    std::vector<Geom::LineEvent2D> events;
-    Geom::LineIntersectionEvents2D(events, edges);
     const bool isClosed = drawn.front() == drawn.back();
-    for (const Geom::LineEvent2D& event : events)
-    {
-        auto i = static_cast<std::size_t>(event.line1 - edges.cbegin());
-        auto j = static_cast<std::size_t>(event.line2 - edges.cbegin());
-        if (i > j)
-            std::swap(i, j);
+    std::string fault;
+    const auto visit = [&](std::size_t i, std::size_t j, Point at) {
         const bool areNeighbours = j == i + 1 || (isClosed && i == 0 && j + 1 == edges.size());
         Point from, to;
         const bool overlap = Geom::LineIntersection2D(from, to, drawn[i], drawn[i + 1], drawn[j],
                                                       drawn[j + 1], Geom::Precision()) == 2;
         if (areNeighbours && !overlap)
-            continue;
+            return true;
         const auto edge = [&](std::size_t k) {
             return Told(shape.points[k]) + " - " + Told(shape.points[k + 1]);
         };
-        return std::string(overlap ? "overlaps itself" : "crosses itself") + ": its edges " +
-               edge(i) + " and " + edge(j) +
-               (overlap ? " lie on one another" : " meet at " + Told(drawing.Given(event.point)));
-    }
-    return {};
+        fault = std::string(overlap ? "overlaps itself" : "crosses itself") + ": its edges " +
+                edge(i) + " and " + edge(j) +
+                (overlap ? " lie on one another" : " meet at " + Told(drawing.Given(at)));
+        return false;
+    };
+    ForEachMeeting(Geom::LineIntersectionEvents2D, edges, visit);
+    return fault;
 }
 
 void ShapeCheck::CheckTogether(const std::vector<Shape>& shapes)
@@ -169,26 +206,24 @@ void ShapeCheck::CheckTogether(const std::vector<Shape>& shapes)
         Geom::PolygonGetLines2D(edges, drawing.Drawn(shape.points));
         end.push_back(edges.size());
     }
-    std::vector<Geom::LineEvent2D> events;
-    Geom::LineCrossingEvents2D(events, edges);
+    constexpr std::size_t kMost = 100;                               // pairs
     std::vector<std::pair<std::ptrdiff_t, std::ptrdiff_t>> reported; // a pair of shapes once
-    for (const Geom::LineEvent2D& event : events)
-    {
-        const auto owner = [&](Geom::LineSet2D::const_iterator edge) {
-            const auto index = static_cast<std::size_t>(edge - edges.cbegin());
-            return std::upper_bound(end.begin(), end.end(), index) - end.begin();
+    ForEachMeeting(Geom::LineCrossingEvents2D, edges, [&](std::size_t i, std::size_t j, Point at) {
+        const auto owner = [&](std::size_t edge) {
+            return std::upper_bound(end.begin(), end.end(), edge) - end.begin();
         };
-        const std::pair pair = std::minmax({owner(event.line1), owner(event.line2)});
+        const std::pair pair(owner(i), owner(j));
         if (pair.first == pair.second ||
             std::find(reported.begin(), reported.end(), pair) != reported.end())
-            continue;
+            return true;
         reported.push_back(pair);
         const Shape& one = shapes[static_cast<std::size_t>(pair.first)];
         const Shape& two = shapes[static_cast<std::size_t>(pair.second)];
         faults_.Error(problem_.file, two.place,
                       "the " + two.what + " crosses the " + one.what + " at " +
-                          Told(drawing.Given(event.point)));
-    }
+                          Told(drawing.Given(at)));
+        return reported.size() < kMost;
+    });
 }
 
 } // namespace
@@ -207,6 +242,17 @@ void CheckShapes(const Problem& problem, Faults& faults)
     ShapeCheck check(problem, faults);
     for (const std::vector<Shape>* shapes : {&polygons, &lines})
     {
+        std::size_t points = 0;
+        for (const Shape& shape : *shapes)
+            points += shape.points.size();
+        if (points > kMostPointsOfAll)
+        {
+            faults.Error(problem.file, {},
+                         "has " + std::to_string(points) + " points in its " +
+                             (shapes == &lines ? "lines" : "polygons") + ", more than the " +
+                             std::to_string(kMostPointsOfAll) + " that are allowed");
+            continue;
+        }
         check.CheckEach(*shapes);
         check.CheckTogether(*shapes);
     }

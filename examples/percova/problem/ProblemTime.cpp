@@ -17,9 +17,10 @@ std::vector<double> ValuesAt(const Condition& condition, double t, Side side)
     if (series.empty())
         return condition.values;
     // the first entry that is still to come
-    const auto next = std::find_if(series.begin(), series.end(), [&](const TimedValues& entry) {
-        return side == Side::Before ? entry.time >= t : entry.time > t;
-    });
+    const auto next =
+        std::partition_point(series.begin(), series.end(), [&](const TimedValues& entry) {
+            return side == Side::Before ? entry.time < t : entry.time <= t;
+        });
     if (next == series.begin())
         return next->values;
     const TimedValues& before = *(next - 1);
@@ -76,6 +77,12 @@ void ReadOutputs(JsonReader& reader, double seconds, double end, std::vector<dou
 {
     if (!reader.GetNumbers("output", outputs) || outputs.empty())
         outputs = {end / seconds};
+    if (outputs.size() > kMostObjects)
+    {
+        outputs.clear();
+        return reader.Error("output", "has more than the " + std::to_string(kMostObjects) +
+                                          " times that are allowed");
+    }
     double before = 0;
     for (double& time : outputs)
     {
@@ -153,7 +160,7 @@ void ReadInitial(JsonReader& file, Problem& problem)
             return ReadSteadyChanges(reader, problem, initial);
         case InitialType::Result:
             if (reader.GetText("file", name, Need::Required))
-                initial.file = problem.path.parent_path() / PathOf(name);
+                initial.file = Beside(problem.path, name);
             (void)ReadTime(reader, "time", problem.units.seconds, true, initial.time);
             return;
         default:
