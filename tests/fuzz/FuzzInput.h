@@ -55,6 +55,8 @@ private:
 /// @{
 std::string CheckLines(const std::uint8_t* data, std::size_t size);
 std::string CheckRings(const std::uint8_t* data, std::size_t size);
+std::string CheckMesh(const std::uint8_t* data, std::size_t size);
+std::string CheckProblem(const std::uint8_t* data, std::size_t size);
 /// @}
 
 } // namespace fuzz
