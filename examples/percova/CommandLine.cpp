@@ -104,8 +104,10 @@ void Apply(const Options& options, Problem& problem, Faults& faults)
 bool IsMeshFile(const Options& options, const Problem& problem, Faults& faults)
 {
     std::error_code ignored; // a file that is not there is reported by opening it
-    const bool isFolder = std::filesystem::is_directory(problem.mesh, ignored);
-    const bool isEmpty = !isFolder && std::filesystem::is_empty(problem.mesh, ignored);
+    const bool isFolder =
+        std::filesystem::is_directory(sys::file::NativePath(problem.mesh), ignored);
+    const bool isEmpty =
+        !isFolder && std::filesystem::is_empty(sys::file::NativePath(problem.mesh), ignored);
     if (!isFolder && !isEmpty)
         return true;
     const bool isOption = !options.mesh.empty();
