@@ -28,10 +28,10 @@ struct SolutionErrors
 {
     /// max_i |b - A x|_i / (|A||x| + |b|)_i: the smallest relative change of the entries of A and
     /// b that makes x exact. Where |A||x| + |b| cancels to less than kCancelled ||A_i|| ||x||, so
-    /// that x is only rounding there, ||A_i|| ||x|| is added to it, unless the error shows among the
-    /// loads: more than 1e-8 of |b|_i or of the largest load.
-    /// Sources: Oettli and Prager (1964), Numer. Math. 6, 405-409; Arioli, Demmel and Duff (1989),
-    /// SIAM J. Matrix Anal. Appl. 10(2), 165-190.
+    /// that x is only rounding there, ||A_i|| ||x|| is added to it, unless the error shows among
+    /// the loads: more than 1e-8 of |b|_i or of the largest load. Sources: Oettli and Prager
+    /// (1964), Numer. Math. 6, 405-409; Arioli, Demmel and Duff (1989), SIAM J. Matrix Anal. Appl.
+    /// 10(2), 165-190.
     double rowWise = 0;
     int worst = -1;      ///< equation with that error, -1 when all are 0
     double normWise = 0; ///< ||b - A x|| / (||A|| ||x|| + ||b||), infinity norms
