@@ -187,50 +187,50 @@ gtl::status from_string(long long& value, const std::wstring& text, const ID& id
     return ReadWhole(value, text, id);
 }
 
-gtl::status from_string(double& value, const std::wstring& original, const ID& id)
+gtl::status from_string(double& value, const std::wstring& text, const ID& id)
 {
-    const std::wstring text = Trimmed(original);
+    const std::wstring trimmed = Trimmed(text);
     const std::wstring type = Convert_error_status::GetFloatingPointString();
-    const std::string neutral = Neutral(text, id, true);
+    const std::string neutral = Neutral(trimmed, id, true);
     if (IsHex(neutral))
-        return Convert_error_status::NotSupportedStatus(text, type);
+        return Convert_error_status::NotSupportedStatus(trimmed, type);
     const char* const last = neutral.data() + neutral.size();
     double read = 0;
     if (neutral.empty() ||
         math::impl::ConvertFloat<double>::read(read, neutral.data(), last) != last)
-        return Convert_error_status::InvalidCharStatus(text, type);
+        return Convert_error_status::InvalidCharStatus(trimmed, type);
     const bool isWord = neutral.find_first_of("0123456789") == std::string::npos;
     if (std::isinf(read) && !isWord)
-        return Convert_error_status::OverflowStatus(text, type);
+        return Convert_error_status::OverflowStatus(trimmed, type);
     value = read;
     return {};
 }
 
-gtl::status from_string(bool& value, const std::wstring& original, const ID& id)
+gtl::status from_string(bool& value, const std::wstring& text, const ID& id)
 {
-    const std::wstring text = Trimmed(original);
-    const bool yes = compare_ignore_case(text, L"true") == 0 || text == L"1";
-    if (yes || compare_ignore_case(text, L"false") == 0 || text == L"0")
+    const std::wstring trimmed = Trimmed(text);
+    const bool yes = compare_ignore_case(trimmed, L"true") == 0 || trimmed == L"1";
+    if (yes || compare_ignore_case(trimmed, L"false") == 0 || trimmed == L"0")
     {
         value = yes;
         return {};
     }
     long long number = 0;
-    return ReadWhole(number, text, id).ok()
-               ? Convert_error_status::OutOfRangeStatus(text, kTruthForm)
-               : Convert_error_status::InvalidCharStatus(text, kTruthForm);
+    return ReadWhole(number, trimmed, id).ok()
+               ? Convert_error_status::OutOfRangeStatus(trimmed, kTruthForm)
+               : Convert_error_status::InvalidCharStatus(trimmed, kTruthForm);
 }
 
-gtl::status from_string(std::tm& value, const std::wstring& original, const ID&, format::Type how)
+gtl::status from_string(std::tm& value, const std::wstring& text, const ID&, format::Type how)
 {
-    const std::wstring text = Trimmed(original);
+    const std::wstring trimmed = Trimmed(text);
     const wchar_t* const form = TimeForm(how);
     if (form == nullptr)
-        return Convert_error_status::NotSupportedStatus(text, TimeForm(format::plain));
+        return Convert_error_status::NotSupportedStatus(trimmed, TimeForm(format::plain));
     std::tm read = value;
     if (how != format::time)
         read = {};
-    std::wstring_view rest = text;
+    std::wstring_view rest = trimmed;
     bool good = true;
     if (how != format::time)
     {
@@ -243,9 +243,9 @@ gtl::status from_string(std::tm& value, const std::wstring& original, const ID&,
         good = Take(rest, read.tm_hour, 2, L":") && Take(rest, read.tm_min, 2, L":") &&
                Take(rest, read.tm_sec, 2, L"");
     if (!good || !rest.empty())
-        return Convert_error_status::InvalidCharStatus(text, form);
+        return Convert_error_status::InvalidCharStatus(trimmed, form);
     if (!IsTime(read, how))
-        return Convert_error_status::OutOfRangeStatus(text, form);
+        return Convert_error_status::OutOfRangeStatus(trimmed, form);
     if (how != format::time)
         SetDays(read);
     value = read;
