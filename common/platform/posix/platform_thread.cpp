@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <fstream>
+#include <new>
 #include <sched.h>
 #include <string>
 
@@ -144,7 +145,14 @@ unsigned ProcessorCount()
     const auto usable = ::sched_getaffinity(0, sizeof bound, &bound) == 0
                             ? static_cast<unsigned>(CPU_COUNT(&bound))
                             : static_cast<unsigned>(all);
-    const unsigned quota = Quota();
+    unsigned quota = 0;
+    try
+    {
+        quota = Quota();
+    }
+    catch (const std::bad_alloc&) // a pool's thread asks too, which nothing may be thrown out of
+    {
+    }
     return std::max(1u, quota == 0 ? usable : std::min(quota, usable));
 }
 

@@ -48,5 +48,14 @@ private:
 } // namespace percova
 
 void* operator new(std::size_t size) { return percova::AllocatedBytes::Allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+try
+{
+    return percova::AllocatedBytes::Allocate(size);
+}
+catch (const std::bad_alloc&)
+{
+    return nullptr;
+}
 void operator delete(void* memory) noexcept { percova::AllocatedBytes::Free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { percova::AllocatedBytes::Free(memory); }
