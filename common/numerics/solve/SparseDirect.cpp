@@ -104,6 +104,12 @@ void SparseDirect::Substitute(double* r)
 namespace
 {
 
+/// Whether @p errors are those of a better x than @p others, which may be NaN: nothing yet.
+bool IsBetter(const SolutionErrors& errors, const SolutionErrors& others)
+{
+    return errors.rowWise < others.rowWise || std::isnan(others.rowWise);
+}
+
 /// Solves A x = b by correct(r), r = A^-1 r with a factor that had @p pivots.
 template <class Correct>
 SolutionErrors SolveRefined(const MatrixView& A, const double* b, double* x, Correct correct,
@@ -241,19 +247,19 @@ void SparseDirect::SolveMatched(const MatrixView& A, const double* b, Attempt& t
         matched_ = std::move(matched);
         cost_.hasAnalysed = cost_.hasFactorised = true;
     }
-    const Cost& account = matched_->direct.cost_;
+    const PivotReport& pivots = matched_->direct.cost_.pivots;
     cost_.isSymmetric = false;
-    cost_.pivots = account.pivots;
+    cost_.pivots = pivots;
     std::vector<double> x(std::size_t(A.n));
     const auto correct = [this](double* r) { matched_->Substitute(r); };
-    const SolutionErrors errors = SolveRefined(A, b, x.data(), correct, account.pivots);
-    if (!(errors.rowWise < to.errors.rowWise) && !std::isnan(to.errors.rowWise))
+    const SolutionErrors errors = SolveRefined(A, b, x.data(), correct, pivots);
+    if (!IsBetter(errors, to.errors))
         return;
     std::copy(x.begin(), x.end(), to.x);
     to.errors = errors;
-    const int column = account.pivots.equation;
+    const int column = pivots.equation;
     const int row = column < 0 ? 0 : matched_->rowOf[std::size_t(column)];
-    to.isSingular = IsSingular(A, correct, account.pivots, row, to.record);
+    to.isSingular = IsSingular(A, correct, pivots, row, to.record);
 }
 
 SolveRecord SparseDirect::TrySolve(const MatrixView& A, const double* b, double* x)
@@ -298,7 +304,7 @@ SolveRecord SparseDirect::TrySolve(const MatrixView& A, const double* b, double*
         std::vector<double> other(std::size_t(A.n));
         SolutionErrors ofOther;
         if (SolveWithPivoting(A, scale_.data(), b, other.data(), ofOther) &&
-            !(ofOther.rowWise >= attempt.errors.rowWise))
+            IsBetter(ofOther, attempt.errors))
         {
             std::copy(other.begin(), other.end(), x);
             attempt.errors = ofOther;
