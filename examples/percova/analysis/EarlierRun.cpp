@@ -130,10 +130,12 @@ std::wstring FileInCollection(const std::wstring& path, std::optional<double> wa
 {
     const std::string text = TextAt(path);
     std::string found;
-    for (std::size_t at = text.find("<DataSet"); at != std::string::npos;
-         at = text.find("<DataSet", at + 1))
+    for (std::size_t end = 0, at; (at = text.find("<DataSet", end)) != std::string::npos;)
     {
-        const std::string_view tag = std::string_view(text).substr(at, text.find('>', at) - at);
+        end = text.find('>', at);
+        if (end == std::string::npos)
+            break;
+        const std::string_view tag = std::string_view(text).substr(at, end - at);
         const std::string_view time = Attribute(tag, "timestep");
         double value = 0;
         (void)std::from_chars(time.data(), time.data() + time.size(), value);
@@ -212,9 +214,12 @@ std::vector<double> Interpolated(const Mesh& from, const std::vector<double>& he
     {
         const Point at{to.x[n], to.y[n]};
         const std::vector<ElementPlace> places = finder.At(from, at);
-        if (places.empty())
-            throw Unusable{"its mesh does not cover node " + std::to_string(to.number[n]) +
-                           " at (" + Short(at.x) + ", " + Short(at.y) + ')'};
+        constexpr std::size_t kMost = 1000; // elements around one node of a mesh
+        if (places.empty() || places.size() > kMost)
+            throw Unusable{"its mesh " +
+                           std::string(places.empty() ? "does not cover" : "overlaps itself at") +
+                           " node " + std::to_string(to.number[n]) + " at (" + Short(at.x) + ", " +
+                           Short(at.y) + ')'};
         const ElementPlace& place = places.front();
         const ElementType type = from.type[place.element];
         double N[8], sum = 0;
