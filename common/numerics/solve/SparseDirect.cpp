@@ -246,6 +246,8 @@ void SparseDirect::SolveMatched(const MatrixView& A, const double* b, Attempt& t
         }
         matched_ = std::move(matched);
         cost_.hasAnalysed = cost_.hasFactorised = true;
+        cost_.bytes +=
+            matched_->direct.cost_.bytes + matched_->values.size() * (sizeof(double) + sizeof(int));
     }
     const PivotReport& pivots = matched_->direct.cost_.pivots;
     cost_.isSymmetric = false;
