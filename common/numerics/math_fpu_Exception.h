@@ -12,6 +12,11 @@ namespace math::fpu
 /// With the environment variable KVI_FPUTRAP set (not empty, not "0") such an operation also stops
 /// the program where it happens: a debugger then shows the line. All state is that of the calling
 /// thread: a thread started in between has its own state.
+///
+/// The library's own checks do not trap: a solver reports bad data as NotFinite whatever the traps.
+/// Sums of a caller's numbers do trap: coefficients that overflow, or that are infinity minus
+/// infinity, while they are inserted into a system; geometry with coordinates beyond 1e154, whose
+/// squares overflow.
 /// @code
 /// math::fpu::Exception::On();
 /// Factorise();
