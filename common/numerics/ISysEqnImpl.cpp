@@ -181,6 +181,12 @@ long ISysEqnImpl::SetThreads(int count)
     return 0;
 }
 
+long ISysEqnImpl::RequestStop()
+{
+    state_->stop.Stop();
+    return 0;
+}
+
 long ISysEqnImpl::GetUnknownVector(tagVectorDbl* out) const
 {
     out->values = state_->x;
@@ -190,6 +196,16 @@ long ISysEqnImpl::GetUnknownVector(tagVectorDbl* out) const
 long ISysEqnImpl::GetRhsVector(tagVectorDbl* out) const
 {
     out->values = state_->b;
+    return 0;
+}
+
+long ISysEqnImpl::GetMatrix(tagVectorInt* rowStarts, tagVectorInt* columns,
+                            tagVectorDbl* values) const
+{
+    const State& s = *state_;
+    rowStarts->values.assign(s.pattern.rowStart.begin(), s.pattern.rowStart.end());
+    columns->values.assign(s.pattern.columns.begin(), s.pattern.columns.end());
+    values->values.assign(s.values.begin(), s.values.end());
     return 0;
 }
 

@@ -17,13 +17,13 @@
 /// equation is left unsolved because its coefficients are small. A direct solve that computes
 /// nothing (NotFinite, TooLarge, an error of the vendor's) leaves NaN in every unknown, so that an
 /// older solution is not mistaken for a new one; an iterative one leaves its best approximation,
-/// the start included, and NaN only when memory runs out. An index outside the system, a
-/// coefficient outside the pattern, a matrix that does not fit its list and lists of unequal length
-/// are dropped, and the outcome of solves is Failed until ResetToZero; so it is before the first
-/// Initialize.
+/// the start included, and NaN only when memory runs out or it is stopped. An index outside the
+/// system, a coefficient outside the pattern, a matrix that does not fit its list and lists of
+/// unequal length are dropped, and the outcome of solves is Failed until ResetToZero; so it is
+/// before the first Initialize.
 ///
-/// Threads: one thread uses an object at a time. The solvers run threads of their own; the bits
-/// of every result are the same for any number of them.
+/// Threads: one thread uses an object at a time, except for RequestStop. The solvers run threads of
+/// their own; the bits of every result are the same for any number of them.
 /// @code
 /// ISysEqnImpl system;
 /// system.Initialize(&equationsOfElements);
@@ -122,6 +122,11 @@ public:
     /// PARDISO is MKL's, a count above 0 becomes that of the whole process, as
     /// SetSparseSolverThreads makes it.
     virtual long SetThreads(int count);
+    /// Stops the solve that another thread is running on this object; without one, does nothing.
+    /// The solve returns after the step at hand (a front or row of tiles of a direct solver, an
+    /// iteration) with the outcome Interrupted and NaN in every unknown. MKL's solver, and
+    /// elimination with partial pivoting as the direct solver's last resort, run to their end.
+    virtual long RequestStop();
 
     /// @}
     /// @name Results
@@ -131,6 +136,10 @@ public:
     virtual long GetUnknownVector(tagVectorDbl* out) const;
     /// A copy of b.
     virtual long GetRhsVector(tagVectorDbl* out) const;
+    /// Copies of A as filled, in compressed rows: entries rowStarts[i] to rowStarts[i + 1] are
+    /// those of row i, columns ascending, stored zeros included.
+    virtual long GetMatrix(tagVectorInt* rowStarts, tagVectorInt* columns,
+                           tagVectorDbl* values) const;
     /// A x - b, equation by equation: at a fixed unknown the support's reaction, at a solved one
     /// the remaining rounding.
     virtual long GetReactionVector(tagVectorDbl* out) const;

@@ -62,7 +62,8 @@ void ISysEqnImpl::State::Report(const SolveRecord& record)
         return;
     const bool isAnswered =
         record.outcome == SolveOutcome::ZeroPivot || record.outcome == SolveOutcome::Breakdown ||
-        record.outcome == SolveOutcome::Stagnated || record.outcome == SolveOutcome::NotConverged;
+        record.outcome == SolveOutcome::Stagnated || record.outcome == SolveOutcome::NotConverged ||
+        record.outcome == SolveOutcome::Interrupted;
     const int level = isAnswered ? kvi::diag::warning : kvi::diag::error;
     std::wstring what = record.reason;
     if (record.equation >= 0)
@@ -150,6 +151,13 @@ void ISysEqnImpl::State::Solve(Solver solver)
         return;
     }
     const numerics::TrapsOff guard;
+    const numerics::StopRequest::Scope scope(stop);
+    // Without a result no older solution is left in x.
+    const auto refuse = [&](SolveRecord record) {
+        std::fill(x.begin(), x.end(), std::numeric_limits<double>::quiet_NaN());
+        last = std::move(record);
+        Report(last);
+    };
     try
     {
         numerics::OnThreads(threads, [&] {
@@ -160,10 +168,13 @@ void ISysEqnImpl::State::Solve(Solver solver)
     }
     catch (const std::bad_alloc&)
     {
-        std::fill(x.begin(), x.end(),
-                  std::numeric_limits<double>::quiet_NaN()); // no stale solution
-        last = numerics::RefuseTooLarge(L"memory cannot hold what solving takes");
-        Report(last);
+        refuse(numerics::RefuseTooLarge(L"memory cannot hold what solving takes"));
+    }
+    catch (const numerics::SolveStopped&)
+    {
+        SolveRecord record = numerics::RefuseTooLarge(L"the solve was stopped on request");
+        record.outcome = SolveOutcome::Interrupted;
+        refuse(std::move(record));
     }
 }
 

@@ -29,8 +29,9 @@ enum class SolveOutcome
     TooLarge,     ///< for its 32-bit indices or for the memory; nothing was computed
     Failed,       ///< the solver reported an error; see reason
     Stagnated,    ///< the error stopped decreasing above the required level; x is the best found
-    Singular      ///< up to rounding, the matrix is singular or an equation without coefficients
+    Singular,     ///< up to rounding, the matrix is singular or an equation without coefficients
                   ///< has a load; see equation and looseModes
+    Interrupted   ///< stopped by RequestStop; x is NaN
 };
 
 /// The record of one solve. Errors are those of the current unknowns, in the system without the

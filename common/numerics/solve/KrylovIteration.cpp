@@ -1,5 +1,6 @@
 #include "numerics/solve/KrylovIteration.h"
 
+#include "numerics/solve/StopRequest.h"
 #include "numerics/system/Product.h"
 
 #include <cmath>
@@ -58,6 +59,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
     IterationEnd end = IterationEnd::OutOfSteps;
     while (run.steps < run.stepsAllowed)
     {
+        StopRequest::ThrowIfCurrent();
         run.M.Apply(run.r, z);
         const double rzNew = Dot(n, run.r, z);
         const double beta = run.steps == 0 ? 0.0 : rzNew / rz;
@@ -129,6 +131,7 @@ IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work)
     StagnationCheck stagnation(Norm2(n, run.r), run.patience / kLookEvery);
     while (run.steps < run.stepsAllowed && gamma > 0 && std::isfinite(gamma))
     {
+        StopRequest::ThrowIfCurrent();
         for (std::size_t i = 0; i < size; ++i)
             z[i] /= gamma;
         Product(run.A, z, q);
@@ -254,6 +257,7 @@ IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work)
     double norm = state.smallest;
     while (run.steps < run.stepsAllowed)
     {
+        StopRequest::ThrowIfCurrent();
         norm = state.Step();
         if (norm <= run.target)
             return IterationEnd::Reached;

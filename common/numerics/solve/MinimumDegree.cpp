@@ -1,5 +1,7 @@
 #include "numerics/solve/MinimumDegree.h"
 
+#include "numerics/solve/StopRequest.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -351,6 +353,7 @@ std::vector<int> QuotientGraph::Eliminate()
 {
     while (left_ > 0)
     {
+        StopRequest::ThrowIfCurrent();
         const int pivot = NextPivot();
         MakeElement(pivot);
         if (stamp_ > 0x3fffffff)

@@ -2,6 +2,7 @@
 
 #include "numerics/solve/GraphSeparator.h"
 #include "numerics/solve/MinimumDegree.h"
+#include "numerics/solve/StopRequest.h"
 
 #include <cstddef>
 #include <utility>
@@ -61,6 +62,7 @@ std::vector<int> NestedDissectionOrder(const AdjacencyGraph& graph)
     parts.push_back(std::move(whole));
     while (!parts.empty())
     {
+        StopRequest::ThrowIfCurrent();
         const Part part = std::move(parts.back());
         parts.pop_back();
         const std::size_t n = part.vertices.size();

@@ -1,6 +1,7 @@
 #include "numerics/solve/Profile.h"
 
 #include "numerics/solve/ProfileTiles.h"
+#include "numerics/solve/StopRequest.h"
 #include "numerics/solve/Threads.h"
 #include "numerics/solve/Verdict.h"
 #include "parallel/For.h"
@@ -80,6 +81,7 @@ struct ProfileSolver::Run
     const bool symmetric;
     double* const y; ///< b on entry, L^-1 b in the end; whole tiles
     const TileKernels& kernels = Kernels();
+    const StopRequest* const stop = StopRequest::Current();
     double pivotLimit = kNoDigits;
     std::vector<double> sizes; ///< of each row, the magnitudes that its pivot is made of
     std::vector<std::atomic<bool>> done;
@@ -213,7 +215,10 @@ struct ProfileSolver::Run
         AlignedBuffer work;
         double* const W = work.Reserve((widest + 1) * kTileSize * (symmetric ? 1 : 2));
         for (std::size_t I = nextRow++; I < solver.TileRows(); I = nextRow++)
-            Factorise(I, W, W + (widest + 1) * kTileSize);
+            if (stop != nullptr && stop->IsMade())
+                done[I].store(true, std::memory_order_release); // others may be waiting for it
+            else
+                Factorise(I, W, W + (widest + 1) * kTileSize);
     }
 };
 
@@ -254,6 +259,7 @@ void ProfileSolver::Factorise(Run& run, int threads)
     most = work < kWorthThreads ? 1 : std::min(most, int(std::min<std::size_t>(TileRows(), 1024)));
     parallel::ForEach(
         std::size_t(most), [&](std::size_t) { run.Work(widest); }, most);
+    StopRequest::ThrowIfMade(run.stop);
 }
 
 /// Is the mode in which this unknown is 1 and later ones are 0 resisted by rounding only? It is

@@ -4,6 +4,7 @@
 #include "numerics/solve/Equilibration.h"
 #include "numerics/solve/Ordering.h"
 #include "numerics/solve/PivotedLu.h"
+#include "numerics/solve/StopRequest.h"
 #include "numerics/solve/WeightedMatching.h"
 #include "platform/platform_memory.h"
 
@@ -115,6 +116,7 @@ template <class Correct>
 SolutionErrors SolveRefined(const MatrixView& A, const double* b, double* x, Correct correct,
                             const PivotReport& pivots)
 {
+    StopRequest::ThrowIfCurrent();
     std::copy(b, b + A.n, x);
     correct(x);
     // Replaced pivots are compensated by steps that gain about eight digits each; where a pivot has

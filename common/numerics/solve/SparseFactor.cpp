@@ -3,6 +3,7 @@
 #include "numerics/solve/FrontKernels.h"
 #include "numerics/solve/FrontLayout.h"
 #include "numerics/solve/FrontWorkspace.h"
+#include "numerics/solve/StopRequest.h"
 #include "numerics/solve/Threads.h"
 #include "parallel/For.h"
 #include "platform/platform_cpu.h"
@@ -224,13 +225,17 @@ void SparseFactor::EliminateSubtrees(std::vector<Subtree>& subtrees, const Matri
         byWork.push_back(&subtree);
     std::stable_sort(byWork.begin(), byWork.end(),
                      [](const Subtree* a, const Subtree* b) { return a->work > b->work; });
+    const StopRequest* const stop = StopRequest::Current();
     parallel::ForEach(
         byWork.size(),
         [&](std::size_t k) {
             Subtree& subtree = *byWork[k];
             Workspace work(*symbolic_, isSymmetric_);
             for (std::size_t s = subtree.first; s <= subtree.last; ++s)
+            {
+                StopRequest::ThrowIfMade(stop);
                 EliminateFront(s, A, scale, work, 1);
+            }
             const Supernode& root = symbolic_->supernodes[subtree.last];
             if (root.parent < 0)
                 return;
@@ -257,6 +262,7 @@ PivotReport SparseFactor::Factorise(const MatrixView& A, const double* scale, bo
     {
         if (subtree == subtrees.end() || s < subtree->first)
         {
+            StopRequest::ThrowIfCurrent();
             EliminateFront(s, A, scale, work, threads);
             continue;
         }

@@ -7,6 +7,7 @@
 #include "numerics/solve/Krylov.h"
 #include "numerics/solve/Pardiso.h"
 #include "numerics/solve/Profile.h"
+#include "numerics/solve/StopRequest.h"
 #include "numerics/system/MatrixView.h"
 #include "numerics/system/Pattern.h"
 
@@ -27,6 +28,7 @@ struct ISysEqnImpl::State
     numerics::KrylovCache krylov;
     numerics::Pardiso pardiso;
     int threads = 0;
+    numerics::StopRequest stop;
 
     math::SolveRecord refusal; ///< why Initialize left the system empty
     math::SolveRecord fault;   ///< the first contribution dropped since ResetToZero
