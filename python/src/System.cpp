@@ -44,6 +44,8 @@ public:
                     int threads);
     py::array_t<double> Reactions();
     py::array_t<double> Rhs();
+    py::tuple ToCsr();
+    py::tuple ToCoo();
     int Count() { return Idle().EquationCount(); }
 
 private:
@@ -52,6 +54,7 @@ private:
 
     void Set(Edit edit, const Array<int>& equations, const Array<double>& values);
     py::array_t<double> Get(Read read);
+    void Stop(Running& running);
     /// The system, when nothing runs on it.
     ISysEqnImpl& Idle();
 
@@ -203,9 +206,30 @@ py::array_t<double> System::Reactions() { return Get(&ISysEqnImpl::GetReactionVe
 
 py::array_t<double> System::Rhs() { return Get(&ISysEqnImpl::GetRhsVector); }
 
-constexpr const char* kOutcomes[] = {"solved",    "zero pivot",    "not finite",
-                                     "breakdown", "not converged", "too large",
-                                     "failed",    "stagnated",     "singular"};
+py::tuple System::ToCsr()
+{
+    tagVectorInt starts, columns;
+    tagVectorDbl values;
+    Idle().GetMatrix(&starts, &columns, &values);
+    return py::make_tuple(ArrayOf<int>(starts.values), ArrayOf<int>(columns.values),
+                          ArrayOf<double>(values.values));
+}
+
+py::tuple System::ToCoo()
+{
+    tagVectorInt starts, columns;
+    tagVectorDbl values;
+    Idle().GetMatrix(&starts, &columns, &values);
+    std::vector<int> rows;
+    for (std::size_t i = 1; i < starts.values.size(); ++i)
+        rows.resize(static_cast<std::size_t>(starts.values[i]), static_cast<int>(i - 1));
+    return py::make_tuple(ArrayOf<int>(rows), ArrayOf<int>(columns.values),
+                          ArrayOf<double>(values.values));
+}
+
+constexpr const char* kOutcomes[] = {"solved",        "zero pivot", "not finite", "breakdown",
+                                     "not converged", "too large",  "failed",     "stagnated",
+                                     "singular",      "interrupted"};
 
 /// What is to run for a method of that name.
 std::function<void(ISysEqnImpl&)> SolverOf(const std::string& method, double tol, int most)
@@ -227,6 +251,19 @@ std::function<void(ISysEqnImpl&)> SolverOf(const std::string& method, double tol
     throw py::value_error("no method " + method +
                           ": sparse, direct, direct_nonsymmetric, iterative or "
                           "iterative_nonsymmetric");
+}
+
+/// Stops the solve under way, which may not have begun yet; waits a moment for its end.
+void System::Stop(Running& running)
+{
+    constexpr int kMost = 100; // then what cannot be stopped goes on alone
+    const py::gil_scoped_release release;
+    std::unique_lock lock(running.mutex);
+    for (int k = 0; k < kMost && !running.isDone; ++k)
+    {
+        system_->RequestStop();
+        running.changed.wait_for(lock, std::chrono::milliseconds(20));
+    }
 }
 
 py::tuple System::Solve(const std::string& method, double tol, const py::object& maxIterations,
@@ -258,7 +295,10 @@ py::tuple System::Solve(const std::string& method, double tol, const py::object&
                                                [&] { return running->isDone; });
         }
         if (!isDone && PyErr_CheckSignals() != 0)
+        {
+            Stop(*running);
             throw py::error_already_set();
+        }
     }
     const math::SolveRecord& record = system.LastSolve();
     py::dict account;
@@ -306,10 +346,14 @@ void BindSystem(py::module_& module)
              "believed), equation at fault or -1, iterations, residual, row_wise_error, "
              "norm_wise_error, loose_modes, reason, solver. method: sparse, direct, "
              "direct_nonsymmetric, iterative, iterative_nonsymmetric. tol: relative residual, for "
-             "the iterative ones. Other Python threads run meanwhile. Ctrl-C returns at once; the "
-             "computation then ends by itself, and the system cannot be used before.")
+             "the iterative ones. Other Python threads run meanwhile. Ctrl-C stops the solve; what "
+             "cannot be stopped (MKL's solver) goes on alone after two seconds, and the system "
+             "cannot be used before its end.")
         .def("reactions", &System::Reactions, "A x - b: what the supports deliver")
         .def("rhs", &System::Rhs, "a copy of b")
+        .def("to_csr", &System::ToCsr,
+             "indptr, indices and data of A as filled, for scipy's csr_matrix; stored zeros stay")
+        .def("to_coo", &System::ToCoo, "rows, columns and values of the same entries")
         .def("__len__", &System::Count);
     module.def("_solves_running", [] { return solving.load(); });
 }
