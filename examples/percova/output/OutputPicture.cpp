@@ -53,6 +53,7 @@ private:
     void Surface();
     void Boundaries();
     void Exits();
+    void PlaceNames();
     void ProbesAndSections();
     void Axes();
     void Heading();
@@ -66,6 +67,7 @@ private:
     const StepResult& step_;
     Frame frame_;
     Page page_;
+    std::vector<Point> names_; ///< where those of the probes start, then those of the sections
 };
 
 void Picture::Soil()
@@ -148,6 +150,7 @@ void Picture::Contours(const Triangles& triangles)
         for (const Polyline& line : lines)
             labels.emplace_back(line, Fixed(level, levels.decimals));
     }
+    const std::size_t lines = page_.Taken();
     for (const Polyline& line : step_.surface)
         for (const Point& point : line)
             page_.Take(frame_.At(point));       // no label over the phreatic line
@@ -158,10 +161,10 @@ void Picture::Contours(const Triangles& triangles)
         for (int i = 0; i < pieces; ++i)
             page_.Take({a.x + (b.x - a.x) * i / pieces, a.y + (b.y - a.y) * i / pieces});
     }
-    const std::size_t lines = page_.Taken();
+    const std::size_t endOfLines = page_.Taken();
     for (const auto& [line, text] : labels)
         ContourLabel(line, text);
-    page_.Forget(lines);
+    page_.Forget(lines, endOfLines);
     if (levels.values.size() > 1)
         page_.LegendLine("<path class=\"contour\" d=\"M0 7H22\"/>",
                          "head, every " +
@@ -271,15 +274,29 @@ void Picture::Exits()
     }
 }
 
+/// Finds places for the names of probes and sections, which contour values then avoid.
+void Picture::PlaceNames()
+{
+    for (const ProbeValue& probe : step_.probes)
+        page_.Take(frame_.At(probe.at));
+    for (const ProbeValue& probe : step_.probes)
+        names_.push_back(page_.PlaceName(frame_.At(probe.at), probe.name));
+    for (const Section& section : model_.problem.sections)
+        names_.push_back(section.line.empty()
+                             ? Point()
+                             : page_.PlaceName(frame_.At(section.line.front()), section.name));
+}
+
 void Picture::ProbesAndSections()
 {
+    auto name = names_.begin();
     for (const ProbeValue& probe : step_.probes)
     {
         const Point at = frame_.At(probe.at);
         page_.Path("M" + Coordinates({at.x - 5, at.y}) + "h10M" + Coordinates({at.x, at.y - 5}) +
                        "v10",
                    "stroke=\"#7a1fa2\" stroke-width=\"1.8\" fill=\"none\"");
-        page_.TextOnDrawing(at.x + 7, at.y - 5, probe.name);
+        page_.TextOnDrawing(*name++, probe.name);
     }
     for (const Section& section : model_.problem.sections)
     {
@@ -290,7 +307,8 @@ void Picture::ProbesAndSections()
                    "stroke=\"#7a1fa2\" stroke-width=\"1.4\" stroke-dasharray=\"6 4\" "
                    "fill=\"none\"");
         if (!page.empty())
-            page_.Text(page.front().x + 6, page.front().y - 6, section.name);
+            page_.TextOnDrawing(*name, section.name);
+        ++name;
     }
 }
 
@@ -355,6 +373,7 @@ void Picture::Draw()
         page_.LegendLine("<rect width=\"22\" height=\"14\" fill=\"#efe5cd\"/><rect width=\"22\" "
                          "height=\"14\" fill=\"#3d8ee6\" fill-opacity=\".34\"/>",
                          "water pressure above zero");
+    PlaceNames();
     Contours(triangles);
     Surface();
     Boundaries();

@@ -49,10 +49,30 @@ void Page::Text(double x, double y, const std::string& text, const char* kind)
     out_ << '>' << Escaped(text) << "</text>\n";
 }
 
-void Page::TextOnDrawing(double x, double y, const std::string& text)
+void Page::TextOnDrawing(Point at, const std::string& text)
 {
-    Text(x, y, text, "halo");
-    Text(x, y, text);
+    Text(at.x, at.y, text, "halo");
+    Text(at.x, at.y, text);
+}
+
+Point Page::PlaceName(Point at, const std::string& text)
+{
+    constexpr double kLetter = 7, kHalf = 6; // width of a letter, half of its height
+    const double width = kLetter * static_cast<double>(text.size());
+    const double sides[] = {at.x + 7, at.x - 7 - width}, heights[] = {-5, 14, -20, 29, -35, 44};
+    for (const double height : heights)
+        for (const double left : sides)
+        {
+            const Point start{left, at.y + height};
+            const std::size_t before = taken_.size();
+            bool isFree = start.y > frame_.top - 20;
+            for (double x = 0; isFree && x < width + kHalf; x += kHalf)
+                isFree = IsFreeBut({start.x + x, start.y - 4}, kHalf, before);
+            if (isFree)
+                return start;
+            taken_.resize(before);
+        }
+    return {sides[0], at.y + heights[0]};
 }
 
 void Page::Turned(Point at, double degrees, const std::string& text)
@@ -95,18 +115,20 @@ void Page::LegendBadge(std::size_t number, const char* colour, const std::string
     LegendLine("", text);
 }
 
-bool Page::IsFree(Point at, double radius)
+bool Page::IsFreeBut(Point at, double radius, std::size_t before)
 {
-    for (const auto& [place, other] : taken_)
-        if (std::hypot(at.x - place.x, at.y - place.y) < radius + other)
+    for (std::size_t k = 0; k < before; ++k)
+        if (std::hypot(at.x - taken_[k].first.x, at.y - taken_[k].first.y) <
+            radius + taken_[k].second)
             return false;
     taken_.emplace_back(at, radius);
     return true;
 }
 
-void Page::Forget(std::size_t count)
+void Page::Forget(std::size_t first, std::size_t last)
 {
-    taken_.erase(taken_.begin(), taken_.begin() + static_cast<std::ptrdiff_t>(count));
+    taken_.erase(taken_.begin() + static_cast<std::ptrdiff_t>(first),
+                 taken_.begin() + static_cast<std::ptrdiff_t>(last));
 }
 
 } // namespace percova::picture

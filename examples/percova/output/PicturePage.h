@@ -31,7 +31,10 @@ public:
     /// @param kind  a class of the style sheet, empty for none
     void Text(double x, double y, const std::string& text, const char* kind = "");
     /// A text with a white outline, readable on any background.
-    void TextOnDrawing(double x, double y, const std::string& text);
+    void TextOnDrawing(Point at, const std::string& text);
+    /// Finds and takes a free place for a name beside @p at.
+    /// @returns where the text starts; to the right of @p at where no place is free
+    Point PlaceName(Point at, const std::string& text);
     /// A text in the middle of @p at, turned by @p degrees, with a white rim.
     void Turned(Point at, double degrees, const std::string& text);
     /// A line of the axes.
@@ -43,14 +46,17 @@ public:
     void LegendBadge(std::size_t number, const char* colour, const std::string& text);
 
     /// Takes a circle of the drawing, unless something is written there already.
-    bool IsFree(Point at, double radius);
+    bool IsFree(Point at, double radius) { return IsFreeBut(at, radius, taken_.size()); }
     /// Takes a small circle, even where something is written.
     void Take(Point at) { taken_.emplace_back(at, 3); }
-    /// The number of occupied circles; Forget keeps the first @p count and frees the others.
+    /// The number of occupied circles; Forget frees those from @p first to before @p last.
     std::size_t Taken() const { return taken_.size(); }
-    void Forget(std::size_t count);
+    void Forget(std::size_t first, std::size_t last);
 
 private:
+    /// The same, as if only the first @p before circles were taken.
+    bool IsFreeBut(Point at, double radius, std::size_t before);
+
     std::ostream& out_;
     Frame frame_;
     double legendX_, legendY_;
