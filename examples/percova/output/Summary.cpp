@@ -114,10 +114,15 @@ void PrintFlows(std::ostream& out, const Units& units, const StepResult& step)
             << Grouped(step.rejected) << " rejected\n";
     out << "  mass balance " << Number(step.massBalance, 3)
         << (IsMissingValue(step.time) ? " (in - out) / in" : " of all that went in and out");
-    if (!IsMissingValue(step.flowInIntegrated) && !IsMissingValue(step.flowOutIntegrated) &&
-        step.flowInIntegrated != 0)
-        out << "; from the flux along the boundary "
-            << Number((step.flowInIntegrated - step.flowOutIntegrated) / step.flowInIntegrated, 3);
+    const double net = step.flowInIntegrated - step.flowOutIntegrated;
+    if (IsMissingValue(step.flowInIntegrated) || IsMissingValue(step.flowOutIntegrated))
+        ;
+    else if (IsMissingValue(step.time) && step.flowInIntegrated != 0)
+        out << "; from the flux along the boundary " << Number(net / step.flowInIntegrated, 3);
+    else if (step.flowIn + step.flowOut > 0)
+        out << "; the flux along the boundary differs by "
+            << Number((net - (step.flowIn - step.flowOut)) / (step.flowIn + step.flowOut), 3)
+            << " of what goes through";
     out << '\n';
     if (!IsMissingValue(step.storedWater))
         out << "  stored water " << Number(step.storedWater) << ' ' << units.length << "3 per "
