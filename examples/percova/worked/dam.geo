@@ -1,0 +1,49 @@
+// An earth dam, 20 m high: shell, core and a drain below the downstream toe.
+// gmsh -2 -format msh41 dam.geo
+SetFactory("Built-in");
+h = 3;   // side of an element [m]
+c = 1.8; // in the core
+Point(1) = {0, 0, 0, h};
+Point(2) = {42, 0, 0, c};   // core
+Point(3) = {54, 0, 0, c};
+Point(4) = {84, 0, 0, c};   // drain
+Point(5) = {96, 0, 0, h};
+Point(6) = {92, 2, 0, c};
+Point(7) = {84, 2, 0, c};
+Point(8) = {52, 20, 0, c};  // crest
+Point(9) = {50.5, 20, 0, c};
+Point(10) = {45.5, 20, 0, c};
+Point(11) = {44, 20, 0, c};
+Point(12) = {35.2, 16, 0, h}; // water level of the reservoir
+Line(1) = {1, 2};
+Line(2) = {2, 3};
+Line(3) = {3, 4};
+Line(4) = {4, 5};
+Line(5) = {5, 6};
+Line(6) = {6, 7};
+Line(8) = {7, 4};
+Line(9) = {6, 8};
+Line(10) = {8, 9};
+Line(11) = {9, 10};
+Line(12) = {10, 11};
+Line(13) = {11, 12};
+Line(14) = {12, 1};
+Line(15) = {2, 10};
+Line(16) = {9, 3};
+Curve Loop(1) = {1, 15, 12, 13, 14};
+Plane Surface(1) = {1};              // upstream shell
+Curve Loop(2) = {2, -16, 11, -15};
+Plane Surface(2) = {2};              // core
+Curve Loop(3) = {3, -8, -6, 9, 10, 16};
+Plane Surface(3) = {3};              // downstream shell
+Curve Loop(4) = {4, 5, 6, 8};
+Plane Surface(4) = {4};              // drain
+
+Physical Surface("shell") = {1, 3};
+Physical Surface("core") = {2};
+Physical Surface("drain") = {4};
+Physical Curve("upstream face") = {13, 14};
+Physical Curve("downstream face") = {9};
+Physical Curve("toe") = {5};
+Mesh.ElementOrder = 2;
+Mesh.SecondOrderIncomplete = 1;
