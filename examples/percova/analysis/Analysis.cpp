@@ -6,6 +6,7 @@
 #include "analysis/LinearSystem.h"
 #include "analysis/Newton.h"
 #include "analysis/NodeConditions.h"
+#include "analysis/RegionFlows.h"
 #include "analysis/Sections.h"
 #include "analysis/Soil.h"
 #include "analysis/Surface.h"
@@ -40,7 +41,8 @@ public:
              Results& results)
         : model_(model), soils_(soils), watch_(watch), results_(results),
           settings_(SettingsFor(model.problem.solver)), assembly_(model, soils),
-          system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads)
+          system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads),
+          regions_(model)
     {
         head_ = results.lastHead;
     }
@@ -55,6 +57,7 @@ private:
     NewtonSettings settings_;
     Assembly assembly_;
     LinearSystem system_;
+    RegionFlows regions_;
     std::vector<double> head_; ///< of the last step that converged
 };
 
@@ -92,6 +95,7 @@ StepResult Analysis::Run(std::size_t index)
         head_ = newton.Head();
     const Solution solution{model_, step, soils_, conditions, newton.Head(), newton.Inflow()};
     EvaluateAll(solution, result);
+    regions_.Evaluate(solution, {}, result);
     return result;
 }
 } // namespace

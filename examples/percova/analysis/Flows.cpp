@@ -108,6 +108,7 @@ public:
                 result.seepageFaces.push_back(
                     {s_.model.problem.boundaries[b].name, flow_[b], Exit(b)});
         }
+        CountSources(result);
         result.flowIn = in_;
         result.flowOut = out_;
         result.massBalance = in_ > 0 ? (in_ - out_) / in_ : kMissing;
@@ -138,7 +139,7 @@ private:
                 InflowOver(s_, edge, edge.opposite, points, other);
             for (int p = 0; p < kEdgePoints; ++p)
             {
-                const double flux = inflow[p] + other[p];
+                const double flux = left.inflow[p] + right.inflow[p];
                 integrated_[b] += flux;
                 (flux > 0 ? result.flowInIntegrated : result.flowOutIntegrated) += std::abs(flux);
                 for (int k = 0; k < 3 && edge.nodes[k] >= 0; ++k)
@@ -189,7 +190,7 @@ private:
             for (const int node : {first, last})
             {
                 const double psi = s_.head[node] - mesh.y[node];
-                if (s_.conditions.load[node] <= 0 || psi <= kLeast)
+                if (s_.conditions.load[node] <= s_.conditions.SourceLoad(node) || psi <= kLeast)
                     continue;
                 length += whole / 2;
                 worst = psi > most ? node : worst;
@@ -224,6 +225,19 @@ private:
 
     void Count(double flow) { (flow > 0 ? in_ : out_) += std::abs(flow); }
 
+    /// What is put in comes in, as over a boundary, and what is drawn out leaves.
+    void CountSources(StepResult& result)
+    {
+        for (std::size_t i = 0; i < s_.conditions.sourceRate.size(); ++i)
+        {
+            const double rate = s_.conditions.sourceRate[i];
+            result.sources.push_back({s_.model.problem.sources[i].name, rate});
+            Count(rate);
+            double& sum = rate > 0 ? result.flowInIntegrated : result.flowOutIntegrated;
+            sum = (IsMissingValue(sum) ? 0 : sum) + std::abs(rate);
+        }
+    }
+
     /// Flux of the sides of boundary @p b to a node; on a seepage face it can only be outflow.
     double FluxOf(std::size_t b, std::size_t node) const
     {
@@ -235,8 +249,9 @@ private:
     {
         const int limited = s_.conditions.seepage[node];
         const bool isCapped = limited >= 0 && !IsSeepage(std::size_t(limited));
-        const double load = s_.conditions.load[node];
-        Count(isCapped ? s_.inflow[node] : load); // a limited flux is the part accepted by the soil
+        const double source = s_.conditions.SourceLoad(node); // counted by itself
+        // A limited flux is the part accepted by the soil.
+        Count((isCapped ? s_.inflow[node] : s_.conditions.load[node]) - source);
         double rest = s_.inflow[node] - s_.conditions.load[node], length = 0;
         bool given = false; // a head; the seepage faces then get no part of the rest
         for (std::size_t b = 0; b < shares_.size(); ++b)

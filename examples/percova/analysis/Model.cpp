@@ -2,6 +2,7 @@
 
 #include "analysis/EarlierRun.h"
 #include "analysis/Levels.h"
+#include "analysis/Lines.h"
 #include "analysis/Sections.h"
 #include "mesh/MeshGeometry.h"
 #include "mesh/SideTable.h"
@@ -32,7 +33,7 @@ public:
     void BindRegions();
     void BindBoundaries();
     void BindProbes();
-    void BindSections();
+    void BindLines();
 
 private:
     void Error(const Place& place, const std::string& text)
@@ -96,6 +97,7 @@ void Binder::BindRegions()
     std::map<int, std::pair<std::size_t, std::size_t>> unassigned;
     std::vector<std::size_t> count(problem_.regions.size());
     model_.material.assign(mesh_.Elements(), -1);
+    model_.region.assign(mesh_.Elements(), -1);
     GatherPolygons();
     for (std::size_t e = 0; e < mesh_.Elements(); ++e)
     {
@@ -108,6 +110,7 @@ void Binder::BindRegions()
             continue;
         }
         ++count[static_cast<std::size_t>(region)];
+        model_.region[e] = region;
         model_.material[e] = problem_.regions[static_cast<std::size_t>(region)].material;
     }
     ReportUnassigned(unassigned);
@@ -235,7 +238,11 @@ void Binder::BindProbes()
 {
     model_.finder.reset();
     model_.sections.reset();
-    if (problem_.probes.empty() && problem_.sections.empty())
+    model_.sourceShares.clear();
+    model_.upliftPieces.clear();
+    const bool hasLines =
+        !problem_.sections.empty() || !problem_.sources.empty() || !problem_.uplifts.empty();
+    if (problem_.probes.empty() && !hasLines)
         return;
     model_.finder = std::make_shared<const ElementFinder>(mesh_);
     for (const Probe& probe : problem_.probes)
@@ -243,13 +250,18 @@ void Binder::BindProbes()
             faults_.Warning(problem_.file, probe.place,
                             "'" + probe.name + "' lies in no element of " + mesh_.file +
                                 ", so it has no values");
-    if (!problem_.sections.empty())
-        BindSections();
+    if (hasLines)
+        BindLines();
 }
 
-void Binder::BindSections()
+void Binder::BindLines()
 {
-    model_.sections = std::make_shared<const Sections>(mesh_, problem_.sections, *model_.finder);
+    const LineCutter cutter(mesh_, *model_.finder);
+    BindSources(cutter, model_, faults_);
+    BindUplifts(cutter, model_, faults_);
+    if (problem_.sections.empty())
+        return;
+    model_.sections = std::make_shared<const Sections>(mesh_, problem_.sections, cutter);
     for (const Sections::Warning& warning : model_.sections->Warnings())
         faults_.Warning(problem_.file, problem_.sections[warning.section].place, warning.text);
 }

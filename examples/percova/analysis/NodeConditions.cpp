@@ -67,6 +67,23 @@ void Limit(NodeConditions& conditions, std::size_t b, int node, double y, double
     conditions.upper[node] = IsMissingValue(upper) ? HUGE_VAL : y + upper;
     conditions.lower[node] = IsMissingValue(lower) ? -HUGE_VAL : y + lower;
 }
+
+void AddSources(const Model& model, const Step& step, NodeConditions& conditions)
+{
+    if (model.sourceShares.empty())
+        return;
+    conditions.sourceLoad.assign(model.mesh.Nodes(), 0);
+    for (std::size_t i = 0; i < model.sourceShares.size(); ++i)
+    {
+        const std::vector<double>& values = step.sources[i].values;
+        const double rate = values.empty() ? 0 : values.front(); // empty after a fault
+        conditions.sourceRate.push_back(rate);
+        for (const auto& [node, share] : model.sourceShares[i])
+            conditions.sourceLoad[node] += share * rate;
+    }
+    for (std::size_t node = 0; node < model.mesh.Nodes(); ++node)
+        conditions.load[node] += conditions.sourceLoad[node];
+}
 } // namespace
 
 NodeConditions Gather(const Model& model, const Step& step)
@@ -125,6 +142,7 @@ NodeConditions Gather(const Model& model, const Step& step)
             }
         }
     }
+    AddSources(model, step, conditions);
     for (std::size_t node = 0; node < mesh.Nodes(); ++node)
         if (conditions.HasHead(node))
             conditions.seepage[node] = -1;

@@ -20,14 +20,17 @@ namespace percova
 /// problem file holds.
 struct NodeConditions
 {
-    std::vector<double> head;    ///< by node: the given head, missing where none is given
-    std::vector<int> seepage;    ///< by node: its boundary if that has limits, else -1
-    std::vector<double> upper;   ///< by node: head at its upper limit, where seepage is not -1
-    std::vector<double> lower;   ///< by node: head at its lower limit, where seepage is not -1
-    std::vector<double> load;    ///< by node: inflow of the flux boundaries [m3/s per m]
-    std::vector<double> loadSum; ///< by boundary: its whole load, 0 where it is no flux boundary
+    std::vector<double> head;       ///< by node: the given head, missing where none is given
+    std::vector<int> seepage;       ///< by node: its boundary if that has limits, else -1
+    std::vector<double> upper;      ///< by node: head at its upper limit, where seepage is not -1
+    std::vector<double> lower;      ///< by node: head at its lower limit, where seepage is not -1
+    std::vector<double> load;       ///< by node: inflow of flux boundaries and sources [m3/s per m]
+    std::vector<double> loadSum;    ///< by boundary: its whole load, 0 where it is no flux boundary
+    std::vector<double> sourceLoad; ///< by node: the sources' part of load; empty without sources
+    std::vector<double> sourceRate; ///< by source: its whole rate [m3/s per m]
 
     bool HasHead(std::size_t node) const;
+    double SourceLoad(std::size_t node) const { return sourceLoad.empty() ? 0 : sourceLoad[node]; }
 };
 
 /// Conditions of step @p step of the model's problem.

@@ -54,6 +54,28 @@ struct SectionFlow
     double cumulative = kMissing; ///< since t = 0, in a transient run [m3/m]
 };
 
+struct SourceFlow
+{
+    std::string name;
+    double flow = kMissing;       ///< its rate, positive into the soil [m3/s per m]
+    double cumulative = kMissing; ///< since t = 0, in a transient run [m3/m]
+};
+
+/// The balance of a region; see RegionFlows.
+struct RegionFlow
+{
+    std::string name;
+    double in = kMissing, out = kMissing; ///< over its border, both positive [m3/s per m]
+    double sources = kMissing;            ///< inside [m3/s per m]
+    double balance = kMissing; ///< (in - out + sources) / (in + sources that put in); in time over
+                               ///< all that went in and out since t = 0, less the change stored
+    /// @name In a transient run, since t = 0 [m3/m]
+    /// @{
+    double cumulativeIn = kMissing, cumulativeOut = kMissing, cumulativeSources = kMissing;
+    double storedChange = kMissing;
+    /// @}
+};
+
 struct StepResult
 {
     std::size_t number = 1; ///< from 1
@@ -79,6 +101,9 @@ struct StepResult
     std::vector<Polyline> surface; ///< zero-pressure lines
     std::vector<ProbeValue> probes;
     std::vector<SectionFlow> sections;
+    std::vector<SourceFlow> sources;
+    std::vector<RegionFlow> regions;
+    std::vector<Uplift> uplifts;
     std::vector<double>
         capacity;    ///< by node, in a transient run: storage coefficient dW/dpsi [1/m]
     DataTable nodal; ///< see NodalTable; empty once it is written
@@ -98,6 +123,12 @@ struct PartOfRun
     double shortest = kMissing, longest = kMissing; ///< [s]
 };
 
+/// The sums of a region since the start of a transient run [m3/m].
+struct RegionSums
+{
+    double in = 0, out = 0, sources = 0, initialStored = 0;
+};
+
 /// The state from which a transient run continues.
 struct TimeState
 {
@@ -105,8 +136,9 @@ struct TimeState
     double time = 0, nextLength = 0;
     std::size_t taken = 0, rejected = 0;
     int initialIterations = 0;
-    double in = 0, out = 0, initialStored = 0; ///< [m3/m]
-    std::vector<double> boundaries, sections;  ///< cumulative flows [m3/m]
+    double in = 0, out = 0, initialStored = 0;         ///< [m3/m]
+    std::vector<double> boundaries, sections, sources; ///< cumulative flows [m3/m]
+    std::vector<RegionSums> regions;
     std::vector<PartOfRun> parts;
 };
 

@@ -1,8 +1,7 @@
 #include "analysis/Sections.h"
 
 #include "analysis/Element.h"
-#include "mesh/MeshGeometry.h"
-#include "mesh/SideTable.h"
+#include "mesh/LineCut.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>
@@ -13,115 +12,33 @@ namespace percova
 {
 namespace
 {
-
-// Gauss points on (0, 1)
-constexpr double kAt[4] = {0.06943184420297371, 0.33000947820757187, 0.66999052179242813,
-                           0.93056815579702629};
-constexpr double kWeight[4] = {0.17392742256872693, 0.32607257743127307, 0.32607257743127307,
-                               0.17392742256872693};
-constexpr double kShortest = 1e-9; ///< a piece below this share of its segment is ignored
-constexpr double kAside = 1e-3;    ///< a share of a line outside the mesh that is reported
-
-double LengthOf(const Polyline& line)
-{
-    double length = 0;
-    for (std::size_t k = 1; k < line.size(); ++k)
-        length += std::hypot(line[k].x - line[k - 1].x, line[k].y - line[k - 1].y);
-    return length;
-}
-
-/// Every side of the mesh once, a curved one in chords.
-std::vector<Polyline> SidesOf(const Mesh& mesh)
-{
-    std::vector<Polyline> sides;
-    SideTable(mesh).ForEachPair([&](const SideTable::Side* first, const SideTable::Side*) {
-        sides.push_back(ChordsOf(mesh, SideOf(mesh, first->element, first->side)));
-    });
-    return sides;
-}
-
-Geom::Extents2D BoxOf(const Polyline& line)
-{
-    Geom::Extents2D box;
-    for (const Point& point : line)
-        Geom::ExtentsGrow2D(box, point);
-    return box;
-}
-
-/// The places where the segment from @p a to @p b meets the sides, as shares of its length,
-/// ascending, with its ends.
-std::vector<double> CutsOf(const std::vector<Polyline>& sides, Point a, Point b,
-                           const Geom::Precision3D& precision)
-{
-    const Geom::Extents2D box = BoxOf({a, b});
-    const Point along{b.x - a.x, b.y - a.y};
-    const double square = along.x * along.x + along.y * along.y;
-    std::vector<double> cuts{0, 1};
-    for (const Polyline& side : sides)
-    {
-        if (!Geom::IsExtentsIntersected2D(box, BoxOf(side), precision))
-            continue;
-        for (std::size_t i = 1; i < side.size(); ++i)
-        {
-            Point meet[2];
-            const int count =
-                Geom::LineIntersection2D(meet[0], meet[1], a, b, side[i - 1], side[i], precision);
-            for (int k = 0; k < count; ++k)
-                cuts.push_back(
-                    std::clamp(((meet[k].x - a.x) * along.x + (meet[k].y - a.y) * along.y) / square,
-                               0.0, 1.0));
-        }
-    }
-    std::sort(cuts.begin(), cuts.end());
-    return cuts;
-}
-
+constexpr double kAside = 1e-3; ///< a share of a line outside the mesh that is reported
 } // namespace
 
-Sections::Sections(const Mesh& mesh, const std::vector<Section>& sections,
-                   const ElementFinder& finder)
+Sections::Sections(const Mesh& mesh, const std::vector<Section>& sections, const LineCutter& cutter)
     : stations_(sections.size())
 {
-    if (sections.empty())
-        return;
-    const std::vector<Polyline> sides = SidesOf(mesh);
     for (std::size_t i = 0; i < sections.size(); ++i)
     {
-        const Polyline& line = sections[i].line;
-        double inside = 0;
-        for (std::size_t k = 1; k < line.size(); ++k)
-            inside += Cut(mesh, sides, finder, line[k - 1], line[k], stations_[i]);
-        Divide(mesh, line, stations_[i]);
-        WarnOf(i, sections[i], inside);
+        const std::vector<LinePiece> pieces = cutter.Cut(sections[i].line);
+        for (const LinePiece& piece : pieces)
+            AddStations(mesh, piece, stations_[i]);
+        Divide(mesh, sections[i].line, stations_[i]);
+        WarnOf(i, sections[i], LengthInside(pieces));
     }
 }
 
-/// @returns how much of the way from @p a to @p b lies in the mesh [m]
-double Sections::Cut(const Mesh& mesh, const std::vector<Polyline>& sides,
-                     const ElementFinder& finder, Point a, Point b, Stations& stations)
+/// Adds the points of integration of a piece.
+void Sections::AddStations(const Mesh& mesh, const LinePiece& piece, Stations& stations)
 {
-    if (a == b)
-        return 0;
-    const auto at = [&](double t) { return Point{a.x + t * (b.x - a.x), a.y + t * (b.y - a.y)}; };
-    double from = 0, inside = 0;
-    for (const double to : CutsOf(sides, a, b, PrecisionFor(mesh)))
+    const double dx = piece.to.x - piece.from.x, dy = piece.to.y - piece.from.y;
+    for (int p = 0; p < kLinePoints && !piece.elements.empty(); ++p)
     {
-        const double length = to - from;
-        if (length < kShortest)
-            continue;
-        const std::vector<ElementPlace> around = finder.At(mesh, at(from + length / 2));
-        inside += around.empty() ? 0 : length * std::hypot(b.x - a.x, b.y - a.y);
-        for (int p = 0; p < 4 && !around.empty(); ++p)
-        {
-            Station station{
-                around, {kWeight[p] * length * (b.y - a.y), -kWeight[p] * length * (b.x - a.x)}};
-            for (ElementPlace& place : station.places)
-                (void)FindInElement(mesh, place.element, at(from + kAt[p] * length), place);
-            stations.push_back(std::move(station));
-        }
-        from = to;
+        Station station{{}, {kLineWeight[p] * dy, -kLineWeight[p] * dx}};
+        for (std::size_t k = 0; k < piece.elements.size(); ++k)
+            station.places.push_back(piece.PlaceAt(mesh, k, kLineAt[p]));
+        stations.push_back(std::move(station));
     }
-    return inside;
 }
 
 void Sections::WarnOf(std::size_t index, const Section& section, double inside)
@@ -173,8 +90,8 @@ double Sections::Integrated(const Solution& solution, const Stations& stations)
     return flow;
 }
 
-/// The greatest flow that a boundary brings to a node beside the section, but for sides on it: how
-/// much of that is on the left, nodal flows do not say.
+/// The greatest flow that a boundary or a source brings to a node beside the section, but for sides
+/// on it: how much of that is on the left, nodal flows do not say.
 double Sections::Undivided(const Solution& solution, const SectionSides& sides)
 {
     const Mesh& mesh = solution.model.mesh;
@@ -191,6 +108,8 @@ double Sections::Undivided(const Solution& solution, const SectionSides& sides)
             if (middle >= 0)
                 isFed[middle] = 1;
         }
+    for (std::size_t n = 0; n < solution.conditions.sourceLoad.size(); ++n)
+        isFed[n] = isFed[n] || solution.conditions.sourceLoad[n] != 0;
     double most = 0;
     for (const SectionSides::Share& share : sides.Shares())
         for (int k = mesh.start[share.element]; k < mesh.start[share.element + 1]; ++k)

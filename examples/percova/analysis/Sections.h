@@ -5,7 +5,7 @@
 #include "analysis/Flows.h"
 #include "analysis/Results.h"
 #include "analysis/SectionSides.h"
-#include "mesh/ElementFinder.h"
+#include "mesh/LineCut.h"
 
 #include <cstddef>
 #include <string>
@@ -24,7 +24,7 @@ namespace percova
 class Sections
 {
 public:
-    Sections(const Mesh& mesh, const std::vector<Section>& sections, const ElementFinder& finder);
+    Sections(const Mesh& mesh, const std::vector<Section>& sections, const LineCutter& cutter);
 
     /// A sentence for every section that does not lie in the mesh with its whole length.
     struct Warning
@@ -46,8 +46,7 @@ private:
     };
     using Stations = std::vector<Station>;
 
-    static double Cut(const Mesh& mesh, const std::vector<Polyline>& sides,
-                      const ElementFinder& finder, Point a, Point b, Stations& stations);
+    static void AddStations(const Mesh& mesh, const LinePiece& piece, Stations& stations);
     void Divide(const Mesh& mesh, Polyline line, const Stations& stations);
     void WarnOf(std::size_t index, const Section& section, double inside);
 

@@ -39,6 +39,22 @@ void DivideArea(const ElementState& element, double* area)
         area[k] *= whole / sum;
 }
 
+/// The integrals of the shape functions times the water in an element.
+void Integrate(const ElementState& element, const Soil& soil, double* water)
+{
+    const ElementRule& rule = RuleOf(element.type, true);
+    const int n = NodeCount(element.type);
+    std::fill(water, water + n, 0.0);
+    PointState at;
+    for (int p = 0; p < rule.points; ++p)
+    {
+        At(element, rule.N[p], rule.dN[p], at);
+        const double held = rule.weight[p] * at.area * soil.Water(at.psi).content;
+        for (int k = 0; k < n; ++k)
+            water[k] += rule.N[p][PlaceOf(element.type, k)] * held;
+    }
+}
+
 } // namespace
 
 Storage::Storage(const Model& model, const std::vector<Soil>& soils)
@@ -100,7 +116,6 @@ void Storage::ConsistentWater(const std::vector<double>& head) const
 {
     ParallelForPieces(0, mesh_.Elements(), kGrain, [&](std::size_t begin, std::size_t end) {
         ElementState element;
-        PointState at;
         for (std::size_t e = begin; e < end; ++e)
         {
             double* const water = &elementWater_[mesh_.start[e]];
@@ -108,17 +123,21 @@ void Storage::ConsistentWater(const std::vector<double>& head) const
             if (!isConsistent_[e])
                 continue;
             element.Load(mesh_, e, head.data());
-            const ElementRule& rule = RuleOf(element.type, true);
-            for (int p = 0; p < rule.points; ++p)
-            {
-                At(element, rule.N[p], rule.dN[p], at);
-                const double held =
-                    rule.weight[p] * at.area * soils_[model_.material[e]].Water(at.psi).content;
-                for (int k = 0; k < NodeCount(element.type); ++k)
-                    water[k] += rule.N[p][PlaceOf(element.type, k)] * held;
-            }
+            Integrate(element, soils_[model_.material[e]], water);
         }
     });
+}
+
+void Storage::ElementWater(std::size_t e, const std::vector<double>& head, double* water) const
+{
+    ElementState element;
+    element.Load(mesh_, e, head.data());
+    const Soil& soil = soils_[model_.material[e]];
+    if (isConsistent_[e])
+        return Integrate(element, soil, water);
+    DivideArea(element, water);
+    for (int k = 0; k < NodeCount(element.type); ++k)
+        water[k] *= soil.Water(element.psi[PlaceOf(element.type, k)]).content;
 }
 
 void Storage::AddCapacity(std::size_t e, const std::vector<double>& head, double factor,

@@ -29,6 +29,8 @@ public:
 
     /// The water of every node [m3/m].
     void Evaluate(const std::vector<double>& head, std::vector<double>& water) const;
+    /// The water of the nodes of one element in that element, in its own order [m3/m].
+    void ElementWater(std::size_t element, const std::vector<double>& head, double* water) const;
     /// The derivative of the lumped part by the node's own head [m2/m].
     void LumpedCapacity(const std::vector<double>& head, std::vector<double>& capacity) const;
     bool IsConsistent(std::size_t element) const { return isConsistent_[element] != 0; }

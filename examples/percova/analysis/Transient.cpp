@@ -1,11 +1,13 @@
 #include "analysis/Transient.h"
 
 #include "analysis/Assembly.h"
+#include "analysis/Cumulative.h"
 #include "analysis/Fields.h"
 #include "analysis/Flows.h"
 #include "analysis/InitialState.h"
 #include "analysis/LinearSystem.h"
 #include "analysis/Newton.h"
+#include "analysis/RegionFlows.h"
 #include "analysis/Sections.h"
 #include "analysis/Storage.h"
 #include "analysis/TimeStepper.h"
@@ -31,9 +33,10 @@ std::vector<double> EventsOf(const Problem& problem)
     for (const Step& step : problem.steps)
     {
         events.push_back(step.start);
-        for (const Condition& condition : step.conditions)
-            for (const TimedValues& entry : condition.series)
-                events.push_back(entry.time);
+        for (const std::vector<Condition>* conditions : {&step.conditions, &step.sources})
+            for (const Condition& condition : *conditions)
+                for (const TimedValues& entry : condition.series)
+                    events.push_back(entry.time);
     }
     std::sort(events.begin(), events.end());
     events.erase(std::unique(events.begin(), events.end()), events.end());
@@ -59,7 +62,6 @@ private:
     void NextStart();
     bool RatesCanBeStored() const;
     PartOfRun& PartAt(double time);
-    void FillTotals(StepResult& result) const;
     double FirstLength();
     bool TakeStep(double target);
     void Stop(const std::string& why);
@@ -78,11 +80,14 @@ private:
     Assembly assembly_;
     LinearSystem system_;
     Storage storage_;
+    RegionFlows regions_;
     TimeState& state_;
     TimeStepper stepper_;
-    std::vector<double> water_; ///< by node, at the present time
-    NodeConditions now_;        ///< just after the present time
-    StepResult last_;           ///< the flows at the end of the last step
+    std::vector<double> water_;           ///< by node, at the present time
+    std::vector<double> borderWater_;     ///< of the regions, see RegionFlows
+    std::vector<RegionFlow> regionFlows_; ///< at the end of the last step
+    NodeConditions now_;                  ///< just after the present time
+    StepResult last_;                     ///< the flows at the end of the last step
     Attempt attempt_;
     double least_ = 1; ///< the least relative conductivity that is taken: 1 where all is saturated
 };
@@ -93,7 +98,7 @@ TimeRun::TimeRun(const Model& model, const std::vector<Soil>& soils, const Watch
       settings_(*model.problem.time), newtonSettings_(SettingsFor(model.problem.solver)),
       assembly_(model, soils),
       system_(model.mesh, model.problem.solver.kind, model.problem.solver.threads),
-      storage_(model, soils), state_(results.state),
+      storage_(model, soils), regions_(model), state_(results.state),
       stepper_(model, storage_, assembly_, system_, newtonSettings_, results.seconds)
 {
     for (const Soil& soil : soils)
@@ -115,13 +120,19 @@ bool TimeRun::Start(std::string& reason)
         state_.initialIterations = initial.iterations;
         state_.boundaries.assign(model_.problem.boundaries.size(), 0);
         state_.sections.assign(model_.problem.sections.size(), 0);
+        state_.sources.assign(model_.problem.sources.size(), 0);
         for (const Step& step : model_.problem.steps)
             state_.parts.push_back({step.name, step.start});
     }
     storage_.Evaluate(state_.head, water_);
+    borderWater_ = regions_.BorderWater(storage_, state_.head);
+    for (const Region& region : model_.problem.regions)
+        regionFlows_.push_back({region.name});
     if (fresh)
     {
         state_.initialStored = Stored();
+        for (const double stored : regions_.Stored(water_, borderWater_))
+            state_.regions.push_back({0, 0, 0, stored});
         state_.nextLength = FirstLength();
     }
     MeetEvent();
@@ -188,23 +199,29 @@ bool TimeRun::RatesCanBeStored() const
 
 void TimeRun::CountFlows(const Attempt& attempt)
 {
+    // Both stages store for as long as the second one's flows count, see TimeStepper.
+    const double seconds = attempt.weights[1] * attempt.length;
+    std::vector<double> before = borderWater_, storing(before.size());
     for (int k = 0; k < 2; ++k)
     {
         StepResult flows;
         const Solution solution = SolutionOf(attempt.stages[k]);
         (void)EvaluateFlows(solution, flows);
+        std::vector<double> water = regions_.BorderWater(storage_, solution.head);
+        for (std::size_t i = 0; i < water.size(); ++i)
+        {
+            storing[i] = (water[i] - before[i]) / seconds;
+            before[i] = borderWater_[i] + attempt.weights[0] * attempt.length * storing[i];
+        }
+        regions_.Evaluate(solution, storing, flows);
         if (model_.sections)
             model_.sections->Evaluate(solution, flows);
-        const double weight = attempt.weights[k] * attempt.length;
-        state_.in += weight * flows.flowIn;
-        state_.out += weight * flows.flowOut;
-        for (std::size_t b = 0; b < flows.boundaries.size(); ++b)
-            state_.boundaries[b] += weight * flows.boundaries[b].flow;
-        for (std::size_t s = 0; s < flows.sections.size(); ++s)
-            if (!IsMissingValue(flows.sections[s].flow))
-                state_.sections[s] += weight * flows.sections[s].flow;
-        if (k == 1)
-            last_ = std::move(flows);
+        AddFlows(flows, attempt.weights[k] * attempt.length, state_);
+        if (k == 0)
+            continue;
+        borderWater_ = std::move(water);
+        regionFlows_ = flows.regions;
+        last_ = std::move(flows);
     }
 }
 
@@ -235,29 +252,12 @@ PartOfRun& TimeRun::PartAt(double time)
     return state_.parts[k];
 }
 
-void TimeRun::FillTotals(StepResult& result) const
-{
-    result.time = state_.time;
-    result.taken = state_.taken;
-    result.rejected = state_.rejected;
-    result.cumulativeIn = state_.in;
-    result.cumulativeOut = state_.out;
-    result.storedWater = Stored();
-    result.storedChange = result.storedWater - state_.initialStored;
-    const double through = state_.in + state_.out;
-    result.massBalance =
-        through > 0 ? (state_.in - state_.out - result.storedChange) / through : kMissing;
-    for (std::size_t b = 0; b < result.boundaries.size(); ++b)
-        result.boundaries[b].cumulative = state_.boundaries[b];
-    for (std::size_t s = 0; s < result.sections.size(); ++s)
-        result.sections[s].cumulative = state_.sections[s];
-}
-
 void TimeRun::AddHistory(const Solution& solution, double length, int iterations)
 {
     StepResult row = std::move(last_);
     last_ = {};
-    FillTotals(row);
+    FillTotals(state_, Stored(), row);
+    row.regions.clear();
     row.stepLength = length;
     row.iterations = iterations;
     EvaluateProbes(solution, row);
@@ -278,7 +278,9 @@ bool TimeRun::Output(const Stage& stage, double length, double residual)
     result.stepLength = length;
     result.iterations = results_.history.empty() ? 0 : results_.history.back().iterations;
     result.capacity = storage_.Coefficients(state_.head);
-    FillTotals(result);
+    result.regions = regionFlows_;
+    FillRegions(state_, regions_.Stored(water_, borderWater_), result.regions);
+    FillTotals(state_, Stored(), result);
     results_.equations = system_.Equations();
     results_.nonzeros = system_.Nonzeros();
     results_.solver = system_.Solver();

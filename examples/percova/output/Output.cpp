@@ -96,6 +96,19 @@ void ConvertToFileUnits(const Units& units, StepResult& step)
         Scale(section.flow, area * time);
         Scale(section.cumulative, area);
     }
+    for (SourceFlow& source : step.sources)
+    {
+        Scale(source.flow, area * time);
+        Scale(source.cumulative, area);
+    }
+    for (RegionFlow& region : step.regions)
+    {
+        for (double* flow : {&region.in, &region.out, &region.sources})
+            Scale(*flow, area * time);
+        for (double* volume : {&region.cumulativeIn, &region.cumulativeOut,
+                               &region.cumulativeSources, &region.storedChange})
+            Scale(*volume, area);
+    }
     for (SeepageFace& face : step.seepageFaces)
     {
         Scale(face.flow, area * time);
@@ -197,6 +210,8 @@ void WriteHistoryHeader(std::ostream& out, const Problem& problem)
         columns.push_back({boundary.name + ".flow", flow});
     for (const Section& section : problem.sections)
         columns.push_back({section.name + ".flow", flow});
+    for (const Source& source : problem.sources)
+        columns.push_back({source.name + ".flow", flow});
     for (std::size_t i = 0; i < columns.size(); ++i)
         out << (i == 0 ? "" : ",") << CsvField(columns[i].first);
     out << "\n# ";
@@ -226,6 +241,8 @@ void WriteHistoryRow(std::ostream& out, StepResult row, const Units& units)
         put(boundary.flow);
     for (const SectionFlow& section : row.sections)
         put(section.flow);
+    for (const SourceFlow& source : row.sources)
+        put(source.flow);
     out << '\n';
 }
 } // namespace

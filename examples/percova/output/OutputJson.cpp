@@ -54,6 +54,22 @@ Json ProbeJson(const ProbeValue& probe)
             {"flux", Pair(probe.flux)}};
 }
 
+Json RegionJson(const RegionFlow& region)
+{
+    Json json = {{"flow_in", Value(region.in)},
+                 {"flow_out", Value(region.out)},
+                 {"sources", Value(region.sources)}};
+    if (!IsMissingValue(region.storedChange))
+    {
+        json["cumulative_in"] = Value(region.cumulativeIn);
+        json["cumulative_out"] = Value(region.cumulativeOut);
+        json["cumulative_sources"] = Value(region.cumulativeSources);
+        json["stored_change"] = Value(region.storedChange);
+    }
+    json["mass_balance"] = Value(region.balance);
+    return json;
+}
+
 /// Additional values of a transient run.
 void AddTime(Json& json, const StepResult& step)
 {
@@ -106,6 +122,11 @@ Json StepJson(const StepResult& step)
     for (const ProbeValue& probe : step.probes)
         probes.push_back(ProbeJson(probe));
     json["sections"] = Flows(step.sections);
+    if (!step.sources.empty())
+        json["sources"] = Flows(step.sources);
+    Json& regions = json["regions"] = Json::object();
+    for (const RegionFlow& region : step.regions)
+        regions[region.name] = RegionJson(region);
     if (!step.trouble.empty())
         json["trouble"] = step.trouble;
     if (!step.warnings.empty())

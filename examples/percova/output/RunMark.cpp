@@ -94,6 +94,9 @@ Json JsonOf(const TimeState& state)
     for (const PartOfRun& part : state.parts)
         parts.push_back(
             {part.name, part.start, part.taken, part.rejected, part.shortest, part.longest});
+    Json regions = Json::array();
+    for (const RegionSums& sums : state.regions)
+        regions.push_back({sums.in, sums.out, sums.sources, sums.initialStored});
     return {{"time", state.time},
             {"next_length", state.nextLength},
             {"taken", state.taken},
@@ -103,6 +106,8 @@ Json JsonOf(const TimeState& state)
             {"initial_stored", state.initialStored},
             {"boundaries", state.boundaries},
             {"sections", state.sections},
+            {"sources", state.sources},
+            {"regions", regions},
             {"parts", parts}};
 }
 
@@ -119,6 +124,9 @@ TimeState StateOf(const Json& json)
     json.at("initial_stored").get_to(state.initialStored);
     json.at("boundaries").get_to(state.boundaries);
     json.at("sections").get_to(state.sections);
+    json.at("sources").get_to(state.sources);
+    for (const Json& sums : json.at("regions"))
+        state.regions.push_back({sums.at(0), sums.at(1), sums.at(2), sums.at(3)});
     for (const Json& part : json.at("parts"))
         state.parts.push_back(
             {part.at(0), part.at(1), part.at(2), part.at(3), part.at(4), part.at(5)});

@@ -98,6 +98,8 @@ void PrintFlows(std::ostream& out, const Units& units, const StepResult& step)
     add("out", step.flowOut);
     for (const BoundaryFlow& boundary : step.boundaries)
         add("  through " + boundary.name, boundary.flow);
+    for (const SourceFlow& source : step.sources)
+        add("  by source " + source.name, source.flow);
     for (const SectionFlow& section : step.sections)
         add("  across " + section.name, section.flow);
     PrintTable(out, rows);
@@ -153,6 +155,32 @@ void PrintProbes(std::ostream& out, const Units& units, const StepResult& step)
                         Number(probe.pressureHead), Number(probe.pressure),
                         Number(probe.waterContent), Number(probe.kr), Place(probe.gradient),
                         Place(probe.flux)});
+    PrintTable(out, rows);
+}
+
+/// One region has the balance of the whole model, which is printed above.
+void PrintRegions(std::ostream& out, const Units& units, const StepResult& step)
+{
+    if (step.regions.size() < 2)
+        return;
+    const bool isInTime = !IsMissingValue(step.time);
+    const std::string volume = units.length + "3", flow = volume + '/' + units.time;
+    std::vector<Row> rows{{"region", "in", "out", "sources", "balance"},
+                          {"", flow, flow, flow, ""}};
+    if (isInTime)
+        rows = {{"region since the start", "in", "out", "sources", "stored", "balance"},
+                {"", volume, volume, volume, volume, ""}};
+    for (const RegionFlow& region : step.regions)
+        if (isInTime)
+            rows.push_back({"  " + region.name, Number(region.cumulativeIn),
+                            Number(region.cumulativeOut), Number(region.cumulativeSources),
+                            Number(region.storedChange), Number(region.balance, 3)});
+        else
+            rows.push_back({"  " + region.name, Number(region.in), Number(region.out),
+                            Number(region.sources), Number(region.balance, 3)});
+    PrintTable(out, rows);
+}
+
     PrintTable(out, rows);
 }
 
@@ -277,6 +305,7 @@ void PrintStep(std::ostream& out, const Units& units, const StepResult& step)
     PrintFlows(out, units, step);
     PrintSurface(out, step);
     PrintProbes(out, units, step);
+    PrintRegions(out, units, step);
     for (const std::string& warning : step.warnings)
         out << "  warning: " << Shown(warning) << '\n';
 }

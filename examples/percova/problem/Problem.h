@@ -136,12 +136,21 @@ struct Boundary
 /// point of the line that is nearest.
 double ValueAt(const Boundary& boundary, const Condition& condition, Point at);
 
+/// A well or a drain: water put in, or drawn out, at a point or evenly along a line.
+struct Source
+{
+    std::string name;
+    Polyline line; ///< a single point, a line, or empty for the physical curve of that name
+    Place place;
+};
+
 struct Step
 {
     std::string name;
     std::vector<Condition> conditions; ///< by boundary, changes of earlier steps included
     double start = 0;                  ///< from when on it applies, in a transient run [s]
     Place place;
+    std::vector<Condition> sources = {}; ///< by source: a flux whose value is its whole rate [m2/s]
 };
 
 enum class StorageKind
@@ -233,9 +242,11 @@ struct Problem
     std::vector<Region> regions;
     std::vector<Material> materials;
     std::vector<Boundary> boundaries;
+    std::vector<Source> sources;
     std::vector<Step> steps; ///< at least one
     std::vector<Probe> probes;
     std::vector<Section> sections;
+    std::vector<Section> uplifts; ///< lines whose pore pressures are integrated
     SolverSettings solver;
     std::optional<TimeSettings> time; ///< none: steady
     Initial initial;

@@ -31,20 +31,20 @@ constexpr std::array<TypeRow, 6> kTypes{{
 const TypeRow& Row(BoundaryType type) { return kTypes[static_cast<std::size_t>(type)]; }
 
 /// Checks the number of values, and turns them into metres and seconds.
-void Take(const JsonReader& reader, const Boundary& boundary, double unit,
+void Take(const JsonReader& reader, const char* key, std::size_t points, double unit,
           std::vector<double>& values)
 {
     const std::size_t count = values.size();
-    if (count != 1 && count != boundary.line.size())
-        reader.Error("value", "has " + std::to_string(count) + " numbers for " +
-                                  std::to_string(boundary.line.size()) + " points of the line");
+    if (count != 1 && count != points)
+        reader.Error(key, "has " + std::to_string(count) + " numbers for " +
+                              std::to_string(points) + " points of the line");
     for (double& value : values)
         value *= unit;
 }
 
 /// Reads a list of [t, v], v a number or a list of numbers.
 /// @returns false when @p node is no such list
-bool ReadSeries(const JsonReader& reader, const JsonNode* node, const Boundary& boundary,
+bool ReadSeries(const JsonReader& reader, const char* key, const JsonNode* node, std::size_t points,
                 const Units& units, double unit, std::vector<TimedValues>& series)
 {
     const auto isEntry = [](const JsonNode& item) {
@@ -66,15 +66,14 @@ bool ReadSeries(const JsonReader& reader, const JsonNode* node, const Boundary& 
                 return false;
             entry.values.push_back(number.number);
         }
-        Take(reader, boundary, unit, entry.values);
+        Take(reader, key, points, unit, entry.values);
         const std::size_t n = series.size();
         if (n > 0 && entry.time < series.back().time)
-            reader.Error("value", "its times fall from " +
-                                      Short(series.back().time / units.seconds) + " to " +
-                                      Short(entry.time / units.seconds));
+            reader.Error(key, "its times fall from " + Short(series.back().time / units.seconds) +
+                                  " to " + Short(entry.time / units.seconds));
         if (n > 1 && entry.time == series[n - 2].time)
-            reader.Error("value", "has more than two entries at one time, " +
-                                      Short(entry.time / units.seconds));
+            reader.Error(key, "has more than two entries at one time, " +
+                                  Short(entry.time / units.seconds));
         series.push_back(std::move(entry));
     }
     return true;
@@ -120,13 +119,19 @@ void ReadCondition(JsonReader& reader, const Boundary& boundary, const Units& un
     }
     // lengths all of them, or lengths a second
     const double unit = isFlux ? units.metres / units.seconds : units.metres;
-    if (ReadSeries(reader, value, boundary, units, unit, condition.series))
-        condition.values = condition.series.front().values;
-    else if (reader.GetNumbers("value", condition.values, Need::Required))
-        Take(reader, boundary, unit, condition.values);
+    ReadValues(reader, "value", boundary.line.size(), units, unit, condition);
 }
 
 } // namespace
+
+void ReadValues(JsonReader& reader, const char* key, std::size_t points, const Units& units,
+                double unit, Condition& condition)
+{
+    if (ReadSeries(reader, key, reader.Find(key), points, units, unit, condition.series))
+        condition.values = condition.series.front().values;
+    else if (reader.GetNumbers(key, condition.values, Need::Required))
+        Take(reader, key, points, unit, condition.values);
+}
 
 const char* Name(BoundaryType type) { return Row(type).name; }
 
@@ -205,11 +210,13 @@ void ReadSteps(JsonReader& file, Problem& problem)
     std::size_t numbers = 0;
     std::vector<Step> steps;
     std::vector<Condition> conditions = problem.steps[0].conditions;
+    std::vector<Condition> rates = problem.steps[0].sources;
     file.ForEach("steps", Need::Optional, [&](JsonReader& reader) {
         Step step;
         step.place = reader.Here();
         step.name = ReadName(reader, steps);
         ReadChanges(reader, problem, conditions);
+        ReadSourceChanges(reader, problem, rates);
         double start = 0;
         if (reader.GetNumber("start", start))
         {
@@ -222,7 +229,7 @@ void ReadSteps(JsonReader& file, Problem& problem)
             reader.Error("start", "is missing: it should be the time from when on the step holds");
         const std::size_t before = numbers;
         if (before <= kMostNumbers)
-            numbers += NumbersOf(conditions);
+            numbers += NumbersOf(conditions) + NumbersOf(rates);
         if (before <= kMostNumbers && numbers > kMostNumbers)
             reader.ErrorHere("is one step too many: the boundary values of all steps so far are "
                              "more than " +
@@ -230,6 +237,7 @@ void ReadSteps(JsonReader& file, Problem& problem)
         if (numbers > kMostNumbers)
             return;
         step.conditions = conditions;
+        step.sources = rates;
         steps.push_back(std::move(step));
     });
     if (steps.empty())

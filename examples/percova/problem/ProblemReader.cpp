@@ -159,15 +159,18 @@ bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
     ReadMaterials(file, problem);
     ReadRegions(file, problem);
     ReadBoundaries(file, problem);
+    ReadSources(file, problem);
     ReadSteps(file, problem);
     if (file.Find("time") != nullptr)
         ReadTimeBlock(file, problem);
     else
         for (const Step& step : problem.steps)
-            for (const Condition& condition : step.conditions)
-                if (!condition.series.empty())
-                    faults.Error(problem.file, condition.place,
-                                 "has a value that changes in time, but the problem has no time");
+            for (const std::vector<Condition>* conditions : {&step.conditions, &step.sources})
+                for (const Condition& condition : *conditions)
+                    if (!condition.series.empty())
+                        faults.Error(
+                            problem.file, condition.place,
+                            "has a value that changes in time, but the problem has no time");
     ReadProbes(file, problem);
     ReadSections(file, problem);
     ReadSolver(file, problem.solver);

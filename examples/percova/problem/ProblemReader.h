@@ -53,6 +53,15 @@ std::string ReadName(JsonReader& reader, const std::vector<Thing>& things)
 void ReadUnits(JsonReader& file, Units& units);
 void ReadMaterials(JsonReader& file, Problem& problem);
 void ReadBoundaries(JsonReader& file, Problem& problem);
+/// Reads the number, or the list of [t, v], under @p key into the values of @p condition.
+/// @param points  of a line that each may have its own number; 0 for none
+/// @param unit    of the values
+void ReadValues(JsonReader& reader, const char* key, std::size_t points, const Units& units,
+                double unit, Condition& condition);
+/// Reads "sources", after the boundaries.
+void ReadSources(JsonReader& file, Problem& problem);
+/// Reads "sources" of a step, changes of @p rates by the sources' names.
+void ReadSourceChanges(JsonReader& reader, const Problem& problem, std::vector<Condition>& rates);
 void ReadSteps(JsonReader& file, Problem& problem);
 /// Reads "boundaries", changes of @p conditions by the boundaries' names.
 void ReadChanges(JsonReader& reader, const Problem& problem, std::vector<Condition>& conditions);

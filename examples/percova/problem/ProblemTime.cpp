@@ -47,12 +47,17 @@ Step StepAt(const Problem& problem, double t, Side side)
         ++k;
     const Step& holds = problem.steps[k];
     Step step{holds.name, {}, holds.start, holds.place};
-    for (const Condition& condition : holds.conditions)
-    {
-        Condition now{condition.type,    ValuesAt(condition, t, side), {},
-                      condition.ponding, condition.leastPressureHead,  condition.place};
-        step.conditions.push_back(std::move(now));
-    }
+    const auto add = [&](const std::vector<Condition>& from, std::vector<Condition>& to) {
+        for (const Condition& condition : from)
+            to.push_back({condition.type,
+                          ValuesAt(condition, t, side),
+                          {},
+                          condition.ponding,
+                          condition.leastPressureHead,
+                          condition.place});
+    };
+    add(holds.conditions, step.conditions);
+    add(holds.sources, step.sources);
     return step;
 }
 
