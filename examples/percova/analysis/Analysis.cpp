@@ -7,6 +7,7 @@
 #include "analysis/Newton.h"
 #include "analysis/NodeConditions.h"
 #include "analysis/RegionFlows.h"
+#include "analysis/Safety.h"
 #include "analysis/Sections.h"
 #include "analysis/Soil.h"
 #include "analysis/Surface.h"
@@ -132,6 +133,8 @@ void EvaluateAll(const Solution& solution, StepResult& result)
     result.surface = ZeroPressureLines(solution.model.mesh,
                                        result.nodal.Column(dataparam::PressureHead), dripping);
     EvaluateProbes(solution, result);
+    EvaluateExits(solution, result);
+    EvaluateUplifts(solution, result);
     if (solution.model.sections)
         solution.model.sections->Evaluate(solution, result);
 }

@@ -1,5 +1,6 @@
 #include "analysis/Flows.h"
 
+#include "analysis/EdgeFlux.h"
 #include "analysis/Element.h"
 #include "mesh/MeshGeometry.h"
 #include "problem/NumberText.h"
@@ -12,60 +13,6 @@ namespace percova
 {
 namespace
 {
-bool Holds(BoundaryType type) { return type != BoundaryType::Flux && type != BoundaryType::NoFlow; }
-
-/// Local coordinates at @p t in [-1, 1] along side @p side of an element.
-void AlongSide(ElementType type, int side, double t, double& r, double& s)
-{
-    constexpr double kTriangle[3][2] = {{0, 0}, {1, 0}, {0, 1}};
-    constexpr double kSquare[4][2] = {{1, 1}, {-1, 1}, {-1, -1}, {1, -1}};
-    const int corners = Corners(type);
-    const double(*at)[2] = corners == 3 ? kTriangle : kSquare;
-    const double* from = at[side];
-    const double* to = at[(side + 1) % corners];
-    r = ((1 - t) * from[0] + (1 + t) * to[0]) / 2;
-    s = ((1 - t) * from[1] + (1 + t) * to[1]) / 2;
-}
-
-/// The side of element @p e between two corner nodes, whichever way; -1 for none.
-int SideBetween(const Mesh& mesh, int e, int a, int b)
-{
-    const int* nodes = mesh.ElementNodes(std::size_t(e));
-    const int corners = Corners(mesh.type[e]);
-    for (int side = 0; side < corners; ++side)
-    {
-        const int from = nodes[side], to = nodes[(side + 1) % corners];
-        if ((from == a && to == b) || (from == b && to == a))
-            return side;
-    }
-    return -1;
-}
-
-/// Inflow over @p edge from outside into element @p e at each of the edge's points [m3/s per m].
-void InflowOver(const Solution& s, const Edge& edge, int e, const EdgePoint points[kEdgePoints],
-                double inflow[kEdgePoints])
-{
-    const Mesh& mesh = s.model.mesh;
-    const int side = SideBetween(mesh, e, edge.nodes[0], edge.nodes[1]);
-    const bool along = mesh.ElementNodes(std::size_t(e))[side] == edge.nodes[0];
-    const Soil& soil = s.soils[s.model.material[e]];
-    ElementState element;
-    element.Load(mesh, std::size_t(e), s.head.data());
-    for (int p = 0; p < kEdgePoints; ++p)
-    {
-        const double t = 2 * points[p].t - 1;
-        double r = 0, at = 0;
-        AlongSide(element.type, side, along ? t : -t, r, at);
-        PointState point;
-        At(element, r, at, point);
-        const double kr = soil.kr.At(point.psi);
-        // the normal points out of the element on the left, into the one on the right
-        const Point conducted = soil.Conducted(point.gradient[0], point.gradient[1]);
-        inflow[p] = (along ? kr : -kr) *
-                    (conducted.x * points[p].normalX + conducted.y * points[p].normalY);
-    }
-}
-
 /// The outflow above the exit of a seepage face is at most this share of the model's outflow.
 constexpr double kExitShare = 1e-3;
 
@@ -132,11 +79,10 @@ private:
         {
             EdgePoint points[kEdgePoints];
             PointsOf(s_.model.mesh, edge, points);
-            double inflow[kEdgePoints], other[kEdgePoints] = {};
-            InflowOver(s_, edge, edge.element, points, inflow);
+            EdgeFlux left = FluxOver(s_, edge, edge.element, points), right;
             const Point down = s_.soils[s_.model.material[edge.element]].Conducted(0, -1);
             if (edge.opposite >= 0)
-                InflowOver(s_, edge, edge.opposite, points, other);
+                right = FluxOver(s_, edge, edge.opposite, points);
             for (int p = 0; p < kEdgePoints; ++p)
             {
                 const double flux = left.inflow[p] + right.inflow[p];
@@ -284,7 +230,7 @@ private:
     /// the boundary that gives it; a flux boundary has only the nodes that its limits hold or may.
     bool Has(std::size_t b, std::size_t node) const
     {
-        const bool holds = Holds(s_.step.conditions[b].type) ||
+        const bool holds = HoldsHeads(s_.step.conditions[b].type) ||
                            (s_.step.conditions[b].type == BoundaryType::Flux &&
                             s_.conditions.seepage[node] == int(b));
         return holds && !shares_[b].empty() && shares_[b][node].length > 0;

@@ -33,6 +33,12 @@ struct NodeConditions
     double SourceLoad(std::size_t node) const { return sourceLoad.empty() ? 0 : sourceLoad[node]; }
 };
 
+/// Whether the boundaries of a type hold nodes at heads, given ones or that of a seepage face.
+constexpr bool HoldsHeads(BoundaryType type)
+{
+    return type != BoundaryType::Flux && type != BoundaryType::NoFlow;
+}
+
 /// Conditions of step @p step of the model's problem.
 NodeConditions Gather(const Model& model, const Step& step);
 

@@ -76,6 +76,50 @@ struct RegionFlow
     /// @}
 };
 
+/// The gradient where water leaves over a side of a boundary, the mean along its saturated part.
+struct ExitGradient
+{
+    Point at{0, 0};             ///< the middle of that
+    double outward = kMissing;  ///< -dh/dn, n outward
+    double upward = kMissing;   ///< -dh/dy
+    double critical = kMissing; ///< of its soil; missing where the unit weight is
+    double factor = kMissing;   ///< critical over upward; missing where that is not above 0
+    std::string material = {};
+};
+
+/// The gradients over a boundary where water leaves, by x and then y.
+struct ExitFace
+{
+    std::string name;
+    std::vector<ExitGradient> sides; ///< at least one
+    std::string withoutFactor;       ///< why sides have no factor, human-readable; else empty
+
+    /// The side of the greatest outward gradient.
+    const ExitGradient& Steepest() const;
+    /// The side of the least factor; null where none has one.
+    const ExitGradient* LeastSafe() const;
+};
+
+struct UpliftPoint
+{
+    double along = 0; ///< distance from the start of the line [m]
+    Point at{0, 0};
+    double pressure = 0; ///< [kPa]
+};
+
+/// Pore pressure along a line. The forces are of pressures above zero alone; where there are none
+/// they act nowhere.
+struct Uplift
+{
+    std::string name;
+    double force = kMissing;         ///< integral of the pressure along the line [kN/m]
+    double vertical = kMissing;      ///< of the pressure over x: the vertical part of the force
+    double along = kMissing;         ///< where the force acts, from the start of the line [m]
+    Point at{kMissing, kMissing};    ///< the point of the line there
+    double suction = 0;              ///< length on which the pressure is below zero [m]
+    std::vector<UpliftPoint> points; ///< where the line meets the sides of the mesh
+};
+
 struct StepResult
 {
     std::size_t number = 1; ///< from 1
@@ -103,6 +147,7 @@ struct StepResult
     std::vector<SectionFlow> sections;
     std::vector<SourceFlow> sources;
     std::vector<RegionFlow> regions;
+    std::vector<ExitFace> exits;
     std::vector<Uplift> uplifts;
     std::vector<double>
         capacity;    ///< by node, in a transient run: storage coefficient dW/dpsi [1/m]

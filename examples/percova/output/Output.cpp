@@ -40,6 +40,28 @@ void Scale(Polyline& line, double factor)
         Scale(point, factor);
 }
 
+void ScaleSafety(const Units& units, StepResult& step)
+{
+    const double length = 1 / units.metres, pressure = 1 / units.kPa;
+    for (ExitFace& face : step.exits)
+        for (ExitGradient& side : face.sides)
+            Scale(side.at, length);
+    for (Uplift& uplift : step.uplifts)
+    {
+        for (double* force : {&uplift.force, &uplift.vertical})
+            Scale(*force, pressure * length);
+        for (double* distance : {&uplift.along, &uplift.suction})
+            Scale(*distance, length);
+        Scale(uplift.at, length);
+        for (UpliftPoint& point : uplift.points)
+        {
+            Scale(point.along, length);
+            Scale(point.at, length);
+            Scale(point.pressure, pressure);
+        }
+    }
+}
+
 void Scale(DataTable& nodal, DataParamType param, double factor)
 {
     for (double& value : nodal.Column(param))
@@ -109,6 +131,7 @@ void ConvertToFileUnits(const Units& units, StepResult& step)
                                &region.cumulativeSources, &region.storedChange})
             Scale(*volume, area);
     }
+    ScaleSafety(units, step);
     for (SeepageFace& face : step.seepageFaces)
     {
         Scale(face.flow, area * time);

@@ -54,6 +54,28 @@ Json ProbeJson(const ProbeValue& probe)
             {"flux", Pair(probe.flux)}};
 }
 
+Json ExitJson(const ExitFace& face)
+{
+    const ExitGradient& steepest = face.Steepest();
+    const ExitGradient* const least = face.LeastSafe();
+    Json json = {{"gradient", Value(steepest.outward)},
+                 {"at", Value(steepest.at)},
+                 {"factor", least == nullptr ? Json() : Value(least->factor)},
+                 {"factor_at", least == nullptr ? Json() : Value(least->at)}};
+    if (!face.withoutFactor.empty())
+        json["without_factor"] = face.withoutFactor;
+    Json& sides = json["sides"] = Json::array();
+    for (const ExitGradient& side : face.sides)
+        sides.push_back({{"x", Value(side.at.x)},
+                         {"y", Value(side.at.y)},
+                         {"material", side.material},
+                         {"gradient", Value(side.outward)},
+                         {"upward", Value(side.upward)},
+                         {"critical", Value(side.critical)},
+                         {"factor", Value(side.factor)}});
+    return json;
+}
+
 Json RegionJson(const RegionFlow& region)
 {
     Json json = {{"flow_in", Value(region.in)},
@@ -67,6 +89,22 @@ Json RegionJson(const RegionFlow& region)
         json["stored_change"] = Value(region.storedChange);
     }
     json["mass_balance"] = Value(region.balance);
+    return json;
+}
+
+Json UpliftJson(const Uplift& uplift)
+{
+    Json json = {{"force", Value(uplift.force)},
+                 {"vertical", Value(uplift.vertical)},
+                 {"along", Value(uplift.along)},
+                 {"at", Value(uplift.at)},
+                 {"suction_length", Value(uplift.suction)}};
+    Json& points = json["points"] = Json::array();
+    for (const UpliftPoint& point : uplift.points)
+        points.push_back({{"along", Value(point.along)},
+                          {"x", Value(point.at.x)},
+                          {"y", Value(point.at.y)},
+                          {"pressure", Value(point.pressure)}});
     return json;
 }
 
@@ -127,6 +165,12 @@ Json StepJson(const StepResult& step)
     Json& regions = json["regions"] = Json::object();
     for (const RegionFlow& region : step.regions)
         regions[region.name] = RegionJson(region);
+    Json& exits = json["exit_gradients"] = Json::object();
+    for (const ExitFace& face : step.exits)
+        exits[face.name] = ExitJson(face);
+    Json& uplifts = json["uplift"] = Json::object();
+    for (const Uplift& uplift : step.uplifts)
+        uplifts[uplift.name] = UpliftJson(uplift);
     if (!step.trouble.empty())
         json["trouble"] = step.trouble;
     if (!step.warnings.empty())

@@ -181,6 +181,37 @@ void PrintRegions(std::ostream& out, const Units& units, const StepResult& step)
     PrintTable(out, rows);
 }
 
+void PrintExits(std::ostream& out, const StepResult& step)
+{
+    if (step.exits.empty())
+        return;
+    std::vector<Row> rows{{"exit gradient", "greatest", "at", "least factor", "at"}};
+    for (const ExitFace& face : step.exits)
+    {
+        const ExitGradient& steepest = face.Steepest();
+        const ExitGradient* const least = face.LeastSafe();
+        rows.push_back({"  " + face.name, Number(steepest.outward), Place(steepest.at),
+                        least == nullptr ? "-" : Number(least->factor),
+                        least == nullptr ? "-" : Place(least->at)});
+    }
+    PrintTable(out, rows);
+    for (const ExitFace& face : step.exits)
+        if (!face.withoutFactor.empty())
+            out << "  no factor " << (face.LeastSafe() == nullptr ? "" : "on a part ") << "of "
+                << Shown(face.name) << ": " << Shown(face.withoutFactor) << '\n';
+}
+
+void PrintUplift(std::ostream& out, const Units& units, const StepResult& step)
+{
+    if (step.uplifts.empty())
+        return;
+    const bool isMetric = units.pressure == "kPa" && units.length == "m";
+    const std::string force = isMetric ? "kN/m" : units.pressure + ' ' + units.length;
+    std::vector<Row> rows{{"uplift", "force", "vertical", "from the start", "at", "in suction"},
+                          {"", force, force, units.length, units.length, units.length}};
+    for (const Uplift& uplift : step.uplifts)
+        rows.push_back({"  " + uplift.name, Number(uplift.force), Number(uplift.vertical),
+                        Number(uplift.along), Place(uplift.at), Number(uplift.suction)});
     PrintTable(out, rows);
 }
 
@@ -306,6 +337,8 @@ void PrintStep(std::ostream& out, const Units& units, const StepResult& step)
     PrintSurface(out, step);
     PrintProbes(out, units, step);
     PrintRegions(out, units, step);
+    PrintExits(out, step);
+    PrintUplift(out, units, step);
     for (const std::string& warning : step.warnings)
         out << "  warning: " << Shown(warning) << '\n';
 }

@@ -73,6 +73,7 @@ struct Material
     double anisotropy = 1; ///< conductivity across kSat's direction over kSat
     double angle = 0;      ///< of kSat's direction, anticlockwise from x [degrees]
     double mV = 0; ///< compressibility: change of the water content below zero suction [1/kPa]
+    double gammaSat = MissingValue<double>(); ///< unit weight, saturated [kN/m3]; may be missing
     std::optional<WaterContent> water;
     RelativeConductivity kr;
     Place place;

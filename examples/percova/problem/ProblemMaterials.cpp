@@ -118,6 +118,7 @@ void ReadMaterial(JsonReader& reader, Problem& problem)
     if (reader.GetNumber("m_v", material.mV) && !(material.mV >= 0))
         reader.Error("m_v", "should be at least 0");
     material.mV /= problem.units.kPa;
+    ReadUnitWeight(reader, problem.gammaW, material);
     reader.GetObject("water_content", Need::Optional, [&](JsonReader& water) {
         ReadWaterContent(water, problem.units, material.water.emplace());
     });

@@ -173,6 +173,7 @@ bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
                             "has a value that changes in time, but the problem has no time");
     ReadProbes(file, problem);
     ReadSections(file, problem);
+    ReadUplifts(file, problem);
     ReadSolver(file, problem.solver);
     file.WarnOfUnknown();
     CheckShapes(problem, faults);
