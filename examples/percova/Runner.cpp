@@ -100,6 +100,7 @@ bool Runner::TakeStep(StepResult& step, Results& results)
         return false;
     step.nodal.Clear(); // written, and large
     step.capacity = {};
+    step.stream = {};
     if (!quiet_ && !isInTime_)
         ReportTimeLeft(step, results);
     return true;

@@ -2,6 +2,7 @@
 
 #include "analysis/Assembly.h"
 #include "analysis/Fields.h"
+#include "analysis/FlowNet.h"
 #include "analysis/Flows.h"
 #include "analysis/LinearSystem.h"
 #include "analysis/Newton.h"
@@ -97,6 +98,12 @@ StepResult Analysis::Run(std::size_t index)
     const Solution solution{model_, step, soils_, conditions, newton.Head(), newton.Inflow()};
     EvaluateAll(solution, result);
     regions_.Evaluate(solution, {}, result);
+    if (!model_.problem.flowNet || !result.converged)
+        return result;
+    std::string reason;
+    result.stream = StreamFunction(solution, system_, reason);
+    if (result.stream.empty())
+        result.warnings.push_back("there is no flow net: " + reason);
     return result;
 }
 } // namespace

@@ -150,7 +150,9 @@ struct StepResult
     std::vector<ExitFace> exits;
     std::vector<Uplift> uplifts;
     std::vector<double>
-        capacity;    ///< by node, in a transient run: storage coefficient dW/dpsi [1/m]
+        capacity; ///< by node, in a transient run: storage coefficient dW/dpsi [1/m]
+    std::vector<double>
+        stream;      ///< by node: the stream function, see FlowNet.h; may be empty [m2/s]
     DataTable nodal; ///< see NodalTable; empty once it is written
 };
 

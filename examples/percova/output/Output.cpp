@@ -151,6 +151,7 @@ void ConvertToFileUnits(const Units& units, StepResult& step)
         Scale(step.nodal, param, length);
     for (const DataParamType param : {dataparam::VelocityX, dataparam::VelocityY})
         Scale(step.nodal, param, length * time);
+    Scale(step.stream, area * time);
     for (double& capacity : step.capacity)
         capacity /= length;
     Scale(step.nodal, dataparam::Pressure, pressure);

@@ -15,6 +15,7 @@ namespace
 
 using picture::ContourOf;
 using picture::Coordinates;
+using picture::DrawStreamLines;
 using picture::Frame;
 using picture::FrameOf;
 using picture::Levels;
@@ -360,7 +361,7 @@ void Picture::Heading()
 
 void Picture::Draw()
 {
-    std::size_t lines = 6 + step_.seepageFaces.size();
+    std::size_t lines = 6 + step_.seepageFaces.size() + (step_.stream.empty() ? 0 : 1);
     lines += model_.problem.materials.size() + model_.problem.boundaries.size();
     const std::string& title = model_.problem.title;
     page_.Begin(lines, title);
@@ -373,6 +374,7 @@ void Picture::Draw()
         page_.LegendLine("<rect width=\"22\" height=\"14\" fill=\"#efe5cd\"/><rect width=\"22\" "
                          "height=\"14\" fill=\"#3d8ee6\" fill-opacity=\".34\"/>",
                          "water pressure above zero");
+    DrawStreamLines(page_, frame_, model_, step_);
     PlaceNames();
     Contours(triangles);
     Surface();

@@ -170,6 +170,10 @@ void WriteVtu(std::ostream& out, const Model& model, const StepResult& step)
         Array<double>(
             out, "storage_coefficient", 1, step.capacity.size(),
             [&](std::size_t i) { return step.capacity[i]; }, "1/" + units.length);
+    if (!step.stream.empty())
+        Array<double>(
+            out, "stream_function", 1, step.stream.size(),
+            [&](std::size_t i) { return step.stream[i]; }, units.length + "2/" + units.time);
     VectorArray(out, "velocity", nodal.Column(dataparam::VelocityX),
                 nodal.Column(dataparam::VelocityY), units.length + '/' + units.time);
     VectorArray(out, "gradient", nodal.Column(dataparam::GradientX),

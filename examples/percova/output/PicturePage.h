@@ -63,4 +63,7 @@ private:
     std::vector<std::pair<Point, double>> taken_; ///< circles where something is written
 };
 
+/// Draws nine stream lines, between which a tenth of the flow passes, where a step has them.
+void DrawStreamLines(Page& page, const Frame& frame, const Model& model, const StepResult& step);
+
 } // namespace percova::picture

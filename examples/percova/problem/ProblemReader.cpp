@@ -87,6 +87,18 @@ void ReadSections(JsonReader& file, Problem& problem)
     });
 }
 
+void ReadFlowNet(JsonReader& file, Problem& problem)
+{
+    const JsonNode* node = file.Find("flow_net");
+    if (node == nullptr)
+        return;
+    if (node->kind != JsonNode::Kind::Boolean)
+        return file.Error("flow_net", "should be true or false");
+    problem.flowNet = node->number != 0;
+    if (problem.flowNet && problem.time)
+        file.Warn("flow_net", "is left aside: water that is stored has no stream function");
+}
+
 void ReadSolver(JsonReader& file, SolverSettings& solver)
 {
     file.GetObject("solver", Need::Optional, [&](JsonReader& reader) {
@@ -174,6 +186,7 @@ bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
     ReadProbes(file, problem);
     ReadSections(file, problem);
     ReadUplifts(file, problem);
+    ReadFlowNet(file, problem);
     ReadSolver(file, problem.solver);
     file.WarnOfUnknown();
     CheckShapes(problem, faults);
