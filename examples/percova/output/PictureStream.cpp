@@ -26,7 +26,7 @@ void DrawStreamLines(Page& page, const Frame& frame, const Model& model, const S
     const Units& units = model.problem.units;
     page.LegendLine("<path d=\"M0 7H22\" " + style + "/>",
                     "stream lines, " + Short(tube, 3) + ' ' + units.length + "3/" + units.time +
-                        " per " + units.length + " between two");
+                        " per " + units.length); // as long as the legend is wide
 }
 
 } // namespace percova::picture
