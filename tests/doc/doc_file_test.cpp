@@ -1,10 +1,6 @@
 #include "doc/doc_file.h"
-#include "foundation/str.h"
+#include "support/ScratchFolder.h"
 #include "sys/sys_file.h"
-
-#include <gtest/gtest.h>
-
-#include <set>
 
 using doc::file::FindFiles;
 using doc::file::GetPath;
@@ -16,19 +12,12 @@ namespace
 Step StepOf(int value) { return Step::CreateFromInt(value); }
 
 /// A project in a folder of its own, empty at first.
-class DocumentFiles : public testing::Test
+class DocumentFiles : public support::FolderTest
 {
 protected:
-    void SetUp() override
-    {
-        (void)sys::file::DeleteDirectory(folder, 1); // of an earlier run
-        EXPECT_TRUE(sys::file::CreateDirectory(folder).ok());
-    }
-    void TearDown() override { EXPECT_TRUE(sys::file::DeleteDirectory(folder, 1).ok()); }
-
     Name Make(const std::wstring& analysis, int step, const std::wstring& file) const
     {
-        Name name = Name().ProjectPath(folder + L"north.kvi").Analysis(analysis);
+        Name name = Name().ProjectPath(root + L"north.kvi").Analysis(analysis);
         return name.Step(StepOf(step)).FNameExt(file);
     }
     /// @returns whether there was no such file before
@@ -40,7 +29,7 @@ protected:
             return false;
         EXPECT_TRUE(sys::file::GetTempFilename(empty).ok());
         EXPECT_TRUE(sys::file::Copy(empty, path).ok());
-        EXPECT_TRUE(sys::file::DeleteFiles(folder, 0).ok());
+        EXPECT_TRUE(sys::file::DeleteFiles(root, 0).ok());
         return true;
     }
     std::vector<std::wstring> Found(const Name& pattern) const
@@ -49,13 +38,11 @@ protected:
         EXPECT_TRUE(FindFiles(found, pattern).ok());
         std::vector<std::wstring> texts;
         for (const Name& name : found)
-            texts.push_back(name.Description().substr(folder.size()));
+            texts.push_back(name.Description().substr(root.size()));
         return texts;
     }
 
-    const std::wstring folder =
-        sys::file::GetAbsolutePath(str::as_wstring(std::string(KVI_TEST_TEMP "/documents"))) +
-        L"\\";
+    const std::wstring root = In("");
     static constexpr int kUnset = 0x7FFFFFFF;
 };
 } // namespace
@@ -82,7 +69,7 @@ TEST_F(DocumentFiles, HavePathsThatEverySystemTakes)
     {
         std::wstring path;
         EXPECT_TRUE(GetPath(path, name).ok());
-        EXPECT_EQ(path, folder + L"north\\" + expected);
+        EXPECT_EQ(path, root + L"north\\" + expected);
     }
 }
 
@@ -110,7 +97,7 @@ TEST_F(DocumentFiles, NamesThatLeaveTheDocumentsFolderAreRefused)
         EXPECT_FALSE(MakeFolder(path, name).ok());
         EXPECT_EQ(path, L"as it was");
     }
-    EXPECT_FALSE(sys::file::Exists(folder + L"north"));
+    EXPECT_FALSE(sys::file::Exists(root + L"north"));
     std::vector<Name> found(1);
     EXPECT_FALSE(FindFiles(found, Name(good).Analysis(L"..").AllSteps().AllFiles()).ok());
     EXPECT_FALSE(FindFiles(found, Name(good).ProjectPath(L"")).ok());
@@ -128,7 +115,7 @@ TEST_F(DocumentFiles, AreFoundByPatterns)
     // Folders that no name stands for.
     for (const wchar_t* alien : {L"north\\con", L"north\\&con\\03", L"north\\a&r", L"north\\b&rx",
                                  L"north\\&con\\2147483647", L"north\\&con\\x"})
-        EXPECT_TRUE(sys::file::CreateDirectory(folder + alien).ok() || alien[6] == L'c');
+        EXPECT_TRUE(sys::file::CreateDirectory(root + alien).ok() || alien[6] == L'c');
 
     using Texts = std::vector<std::wstring>;
     const std::wstring seep = L"north.kvi\\seep: \u00c4.";

@@ -56,8 +56,7 @@ TEST(Step, HasANumberUnlessItIsAWordForOthers)
 TEST(MarkStep, ConvertsToTheLastStepWithResults)
 {
     EXPECT_EQ(MarkStep(), NoResults());
-    EXPECT_EQ(NoResults().raw_int(), -1);
-    EXPECT_EQ(AllResults().raw_int(), kMax);
+    EXPECT_TRUE(NoResults().raw_int() == -1 && AllResults().raw_int() == kMax);
     const std::tuple<MarkStep, int, int> rows[] = {
         {NoResults(), -1, 0}, {AllResults(), -1, 12}, {Mark(0), 0, 0}, {Mark(7), 7, 7}};
     for (const auto& [mark, number, converted] : rows)

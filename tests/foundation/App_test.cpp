@@ -4,13 +4,9 @@
 #include "foundation/gtl_Convert_error_status.h"
 #include "foundation/gtl_range_error.h"
 #include "platform/platform_library.h"
+#include "support/Threads.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-#include <thread>
-#include <vector>
 
 namespace
 {
@@ -79,10 +75,9 @@ TEST(App, TakesTextsFromAnotherModuleWhileOldStatusesKeepTheirs)
     EXPECT_EQ(app.MessageText(21652), L"");
     EXPECT_EQ(gtl::Convert_error_status::GetNumberString(), L"whole number");
     // A bound that is not there is not passed, whatever the host's text asks for.
-    using gtl::bound_kind;
-    EXPECT_EQ(
-        gtl::impl::range_error::Description(L"1", L"2", bound_kind::inclusive, bound_kind::none),
-        L"from 1 ()");
+    EXPECT_EQ(gtl::impl::range_error::Description(L"1", L"2", gtl::bound_kind::inclusive,
+                                                  gtl::bound_kind::none),
+              L"from 1 ()");
 
     app.ResetResourceModule();
     EXPECT_EQ(gtl::status(24181), before);
@@ -112,14 +107,9 @@ TEST(App, FindsAPlugInsTextsAndAsksTheHostsFunctionFirst)
 
 TEST(App, AnswersManyThreadsAtOnce)
 {
-    std::vector<std::thread> threads;
-    std::vector<std::wstring> texts(4);
-    for (std::wstring& text : texts)
-        threads.emplace_back([&text] { text = gtl::status(24181).as_wstring(); });
-    for (std::thread& thread : threads)
-        thread.join();
-    for (const std::wstring& text : texts)
-        EXPECT_EQ(text, early.made.as_wstring());
+    std::wstring texts[4];
+    support::OnThreads(4, [&](int t) { texts[t] = gtl::status(24181).as_wstring(); });
+    EXPECT_THAT(texts, testing::Each(early.made.as_wstring()));
 }
 
 TEST(AnalysisKind, HasItsNames)

@@ -40,12 +40,12 @@ TEST(StripBlank, LeavesAnAllBlankTextToTheTrailingStrip)
 
 TEST(StripFileNameQuotes, TakesOneQuoteOffEachEnd)
 {
-    EXPECT_EQ(After(StripFileNameQuotes, "\t\"C:\\a b.txt\" "), "C:\\a b.txt");
-    EXPECT_EQ(After(StripFileNameQuotes, "\" a\"\"b \""), " a\"\"b ");
-    EXPECT_EQ(After(StripFileNameQuotes, "\"open"), "open");
-    EXPECT_EQ(After(StripFileNameQuotes, "plain"), "plain");
-    EXPECT_EQ(After(StripFileNameQuotes, "\""), "");
-    EXPECT_EQ(After(StripFileNameQuotes, ""), "");
+    const std::pair<const char*, const char*> rows[] = {
+        {"\t\"C:\\a b.txt\" ", "C:\\a b.txt"}, {"\"open", "open"}, {"\"", ""},
+        {"\" a\"\"b \"", " a\"\"b "},          {"plain", "plain"}, {"", ""},
+    };
+    for (const auto& [text, stripped] : rows)
+        EXPECT_EQ(After(StripFileNameQuotes, text), stripped);
 }
 
 std::vector<std::string> Lines(const std::string& text, int size, const ReadBufSettings& settings)
@@ -76,10 +76,8 @@ TEST(BufLine, WritesLinesThatFitWhole)
 {
     char buffer[13] = "";
     int used = 0;
-    EXPECT_TRUE(WriteBufLine(buffer, 12, &used, "abc"));
-    EXPECT_TRUE(WriteBufLine2(buffer, 12, &used, "de", "fgh"));
-    EXPECT_EQ(used, 11);
-    EXPECT_STREQ(buffer, "abc\nde fgh\n");
+    EXPECT_TRUE(WriteBufLine(buffer, 12, &used, "abc") &&
+                WriteBufLine2(buffer, 12, &used, "de", "fgh"));
     EXPECT_FALSE(WriteBufLine(buffer, 12, &used, ""));
     EXPECT_STREQ(buffer, "abc\nde fgh\n");
     EXPECT_EQ(used, 11);

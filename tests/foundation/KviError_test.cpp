@@ -5,24 +5,20 @@
 #include "foundation/gtl_range_error.h"
 #include "platform/platform_error.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <set>
-#include <string>
 
 using gtl::bound_kind;
 using gtl::status;
 
-namespace
-{
 using Texts = std::vector<std::wstring>;
 
-/// With its code and its arguments.
-std::vector<std::tuple<unsigned, status, Texts>> OneOfEach()
+TEST(KviError, FillsEachErrorsCodeAndArguments)
 {
     using Convert = gtl::Convert_error_status;
     namespace File = KviError::File;
-    return {
+    const std::tuple<unsigned, status, Texts> rows[] = {
         {20218, Convert::InvalidCharStatus(L"t", L"n"), {L"t", L"n"}},
         {20219, Convert::NotSupportedStatus(L"t", L"n"), {L"t", L"n"}},
         {20220, Convert::OutOfRangeStatus(L"t", L"n"), {L"t", L"n"}},
@@ -55,12 +51,7 @@ std::vector<std::tuple<unsigned, status, Texts>> OneOfEach()
         {24181, KviError::Undefined(), {}},
         {24389, gtl::RangeStatus(L"v", L"d"), {L"v", L"d"}},
     };
-}
-} // namespace
-
-TEST(KviError, FillsEachErrorsCodeAndArguments)
-{
-    for (const auto& [code, error, arguments] : OneOfEach())
+    for (const auto& [code, error, arguments] : rows)
     {
         SCOPED_TRACE(code);
         ASSERT_FALSE(error.ok());
@@ -70,7 +61,7 @@ TEST(KviError, FillsEachErrorsCodeAndArguments)
         {
             const std::wstring expected = i < arguments.size() ? arguments[i] : L"";
             EXPECT_EQ(error.details()->argument(static_cast<int>(i) + 1), expected);
-            EXPECT_NE(error.as_wstring().find(expected), std::wstring::npos);
+            EXPECT_THAT(error.as_wstring(), testing::HasSubstr(expected));
         }
         EXPECT_EQ(error.details()->source_line(), -1);
     }
@@ -139,7 +130,7 @@ TEST(RangeError, DescribesEveryPairOfBounds)
         EXPECT_EQ(Range::Description(L"1", L"2", lower, upper), expected);
         EXPECT_EQ(named, expected);
         for (const std::wstring& argument : arguments)
-            EXPECT_NE(expected.find(argument), std::wstring::npos);
+            EXPECT_THAT(expected, testing::HasSubstr(argument));
         different.insert(expected);
         EXPECT_EQ(Range::OutOfBounds(L"9", L"1", L"2", lower, upper),
                   status(23007, L"9", expected));

@@ -2,19 +2,18 @@
 #include "foundation/gtl_status.h"
 #include "foundation/kvidbg.h"
 #include "platform/platform_error.h"
+#include "support/ReadFile.h"
 #include "support/RecordingSink.h"
+#include "support/Threads.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <string>
-#include <thread>
-#include <vector>
 
 using namespace kvi::diag;
 using support::RecordingSink;
+using testing::ElementsAre;
+using testing::HasSubstr;
 
 namespace
 {
@@ -36,10 +35,10 @@ const DeclareCategoryMask kMath("MATH"), kMeshes("Test.Meshes");
 TEST_F(Log, TheSinksOperationsStandInTheirSlots)
 {
     using S = IEventSink;
-    EXPECT_EQ((std::vector{VirtualSlot(&S::Flush), VirtualSlot(&S::OutputPath),
-                           VirtualSlot(&S::Assertion), VirtualSlot(&S::Buffered),
-                           VirtualSlot(&S::Lost), VirtualSlot(&S::Event), VirtualSlot(&S::Log)}),
-              (std::vector<std::size_t>{2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_THAT((std::vector{VirtualSlot(&S::Flush), VirtualSlot(&S::OutputPath),
+                             VirtualSlot(&S::Assertion), VirtualSlot(&S::Buffered),
+                             VirtualSlot(&S::Lost), VirtualSlot(&S::Event), VirtualSlot(&S::Log)}),
+                ElementsAre(2u, 3u, 4u, 5u, 6u, 7u, 8u));
     SinkFilePath(L"somewhere");
     KVI_LOG(critical, 4, "x");
     logprintf("below the filter");
@@ -47,8 +46,7 @@ TEST_F(Log, TheSinksOperationsStandInTheirSlots)
     logprintf("an %s", "event");
     EXPECT_EQ(sink.Calls(), "276");
     const RecordingSink::Record event = Last();
-    EXPECT_EQ(event.site.level, information);
-    EXPECT_EQ(event.text, L"an event");
+    EXPECT_TRUE(event.site.level == information && event.text == L"an event");
 }
 
 TEST_F(Log, CatchErrorSinkCountsAndHandsOn)
@@ -65,9 +63,8 @@ TEST_F(Log, CatchErrorSinkCountsAndHandsOn)
         counter.Event(l, L"");
     counter.Log({critical, 4, "", 0, ""}, L"");
     EXPECT_EQ(sink.Calls(), "1234666667");
-    EXPECT_EQ(counter.Criticals(), 1u);
-    EXPECT_EQ(counter.Errors(), 2u);
-    EXPECT_EQ(counter.Assertions(), 1u);
+    EXPECT_EQ(std::tuple(counter.Criticals(), counter.Errors(), counter.Assertions()),
+              std::tuple(1u, 2u, 1u));
     counter.Reset();
     EXPECT_EQ(counter.Criticals() + counter.Errors() + counter.Assertions(), 0u);
 }
@@ -119,16 +116,13 @@ TEST_F(Log, ASinkMayLogAndTheCallersErrorNumberStays)
         EXPECT_EQ(platform::LastErrorNumber(), 5u);
         EXPECT_EQ(logging.TakeText(), L"once\nonce\n");
     }
-    const std::string nested = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(nested.begin(), nested.end(), '\n'), 2) << nested;
-    EXPECT_THAT(nested, testing::HasSubstr("a sink logs"));
+    EXPECT_THAT(support::LinesOf(testing::internal::GetCapturedStderr()),
+                ElementsAre(HasSubstr("a sink logs"), HasSubstr("a sink logs")));
 }
 
 TEST_F(Log, CategoriesGetTheirBitsFromFourOn)
 {
-    EXPECT_EQ(CategoryMask("Math"), 4);
-    EXPECT_EQ(CategoryMask("mESSAGE"), 8);
-    EXPECT_EQ(kMath, 4);
+    EXPECT_TRUE(CategoryMask("Math") == 4 && CategoryMask("mESSAGE") == 8 && kMath == 4);
     const int first = CategoryMask("Test.Prefix");
     const int second = CategoryMask("Test.Prefix.Inner");
     EXPECT_EQ(first & (first - 1), 0);
@@ -138,42 +132,33 @@ TEST_F(Log, CategoriesGetTheirBitsFromFourOn)
     EXPECT_EQ(CategoryNames(4 | second), "math;test.prefix.inner");
     for (int none : {0, 1, 2, 3, -2, -2147483647 - 1})
         EXPECT_EQ(CategoryNames(none), "") << none;
-    const std::string all = CategoryNames(-1);
-    EXPECT_TRUE(all.starts_with("math;message;test.")) << all;
+    EXPECT_THAT(CategoryNames(-1), testing::StartsWith("math;message;test."));
 }
 
 TEST_F(Log, TheFilterReadsTexts)
 {
     LogFilter::Set(3, 12);
     LogFilter::Set(L"WARNING", L"");
-    EXPECT_EQ(LogFilter::MinLevel(), 2);
     LogFilter::Set(L"unknown", L"");
     LogFilter::Set(L"", L"");
-    EXPECT_EQ(LogFilter::MinLevel(), 2);
-    EXPECT_EQ(LogFilter::CategoryMask(), 12);
+    EXPECT_TRUE(LogFilter::MinLevel() == 2 && LogFilter::CategoryMask() == 12);
     LogFilter::Set(L"Critical", L"Test.Filter");
     const int own = LogFilter::CategoryMask();
     const int later = CategoryMask("Test.Filter.Later"); // covered although declared after
-    EXPECT_EQ(LogFilter::CategoryMask(), own | later);
-    EXPECT_EQ(LogFilter::MinLevel(), 4);
+    EXPECT_TRUE(LogFilter::CategoryMask() == (own | later) && LogFilter::MinLevel() == 4);
     LogFilter::Set(-5, own);
     CategoryMask("Test.Filter.Latest"); // numbers stay as they were set
-    EXPECT_EQ(LogFilter::CategoryMask(), own);
-    EXPECT_EQ(LogFilter::MinLevel(), -5);
+    EXPECT_TRUE(LogFilter::CategoryMask() == own && LogFilter::MinLevel() == -5);
     EXPECT_EQ(LevelByName(L"warnin"), 2147483647);
 }
 
 TEST_F(Log, CategoriesComeFromManyThreadsAtOnce)
 {
-    std::vector<int> masks(16);
-    {
-        std::vector<std::jthread> threads;
-        for (std::size_t i = 0; i < masks.size(); ++i)
-            threads.emplace_back([i, &masks] {
-                masks[i] = CategoryMask(i % 2 == 0 ? "Test.Thread.A" : "Test.Thread.B");
-            });
-    }
-    for (std::size_t i = 2; i < masks.size(); ++i)
+    int masks[16];
+    support::OnThreads(16, [&](int i) {
+        masks[i] = CategoryMask(i % 2 == 0 ? "Test.Thread.A" : "Test.Thread.B");
+    });
+    for (int i = 2; i < 16; ++i)
         EXPECT_EQ(masks[i], masks[i % 2]);
     EXPECT_NE(masks[0], masks[1]);
 }

@@ -4,14 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <thread>
 
 using namespace str::locale;
 
 namespace
 {
-
 using E = gtl::Convert_error_status;
 const ID kGerman(0x0407);
 
@@ -32,7 +30,6 @@ T Read(const std::wstring& text, const ID& id)
 }
 
 const std::wstring kNumber = E::GetNumberString(), kReal = E::GetFloatingPointString();
-
 } // namespace
 
 TEST(Locale, KnowsTheSeparatorsOfTheSystem)
@@ -40,12 +37,9 @@ TEST(Locale, KnowsTheSeparatorsOfTheSystem)
     EXPECT_EQ(invariant().identifier(), 0x7fu);
     EXPECT_EQ(decimal_char(invariant()) + thousandths_char(invariant()) + list_delim(invariant()),
               L".,,");
-    EXPECT_TRUE(is_installed(invariant()));
-    EXPECT_FALSE(is_installed(ID(0xfff0)));
-    EXPECT_EQ(decimal_char(french_canadian()), L",");
-    EXPECT_EQ(list_delim(french_canadian()), L";");
-    EXPECT_EQ(thousandths_char(kGerman), L".");
-    EXPECT_EQ(decimal_char(ID(0xfff0)), L".");
+    EXPECT_TRUE(is_installed(invariant()) && !is_installed(ID(0xfff0)));
+    EXPECT_EQ(decimal_char(french_canadian()) + list_delim(french_canadian()), L",;");
+    EXPECT_EQ(thousandths_char(kGerman) + decimal_char(ID(0xfff0)), L"..");
     EXPECT_EQ(std::use_facet<std::numpunct<wchar_t>>(french_canadian().object()).decimal_point(),
               L',');
     EXPECT_EQ(ID(0x0407), kGerman);
@@ -138,7 +132,6 @@ TEST(Locale, SaysWhichTextIsWrongAndWhy)
     EXPECT_EQ(from_string(i, L"2147483648", kGerman), E::OverflowStatus(L"2147483648", kNumber));
     EXPECT_EQ(from_string(i, L"-99999999999999999999", kGerman),
               E::OverflowStatus(L"-99999999999999999999", kNumber));
-    EXPECT_EQ(i, 5);
     unsigned u = 5;
     EXPECT_EQ(from_string(u, L"-1", kGerman), E::OutOfRangeStatus(L"-1", kNumber));
     double d = 5;
@@ -146,14 +139,13 @@ TEST(Locale, SaysWhichTextIsWrongAndWhy)
         EXPECT_EQ(from_string(d, text, kGerman), E::InvalidCharStatus(text, kReal));
     EXPECT_EQ(from_string(d, L"1e999", kGerman), E::OverflowStatus(L"1e999", kReal));
     EXPECT_EQ(from_string(d, L"0x1p3", kGerman), E::NotSupportedStatus(L"0x1p3", kReal));
-    EXPECT_EQ(d, 5);
     bool b = true;
     EXPECT_EQ(from_string(b, L"2", kGerman), E::OutOfRangeStatus(L"2", L"true/false"));
     EXPECT_EQ(from_string(b, L"yes", kGerman), E::InvalidCharStatus(L"yes", L"true/false"));
     std::vector<int> v{7};
     EXPECT_EQ(from_string(v, L"1;2; x ;y", kGerman), E::InvalidCharStatus(L"x", kNumber));
     EXPECT_EQ(from_string(v, L"1;", kGerman), E::InvalidCharStatus(L"", kNumber));
-    EXPECT_EQ(v, std::vector<int>{7});
+    EXPECT_TRUE(i == 5 && u == 5 && d == 5 && b && v == std::vector<int>{7}) << "as they were";
 }
 
 TEST(Locale, TimesAreReadAsTheyAreWritten)

@@ -4,6 +4,7 @@
 
 #include "foundation/str.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -21,10 +22,17 @@ constexpr bool kWindows = fs::path::preferred_separator == L'\\';
 /// ASCII as wide text.
 inline std::wstring Widened(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
-/// The path in wide text (fs::path::wstring goes through the process's locale).
+/// The path in wide text with backslashes (fs::path::wstring goes through the process's locale).
 inline std::wstring Wide(const fs::path& path)
 {
-    return str::as_wstring(str::u8string(path.u8string()));
+    std::wstring text = str::as_wstring(str::u8string(path.u8string()));
+    std::replace(text.begin(), text.end(), L'/', L'\\');
+    return text;
+}
+
+inline void Write(const fs::path& path, std::string_view bytes)
+{
+    std::ofstream(path, std::ios::binary).write(bytes.data(), std::ssize(bytes));
 }
 
 inline std::string ReadAll(const fs::path& path)
@@ -33,13 +41,21 @@ inline std::string ReadAll(const fs::path& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-inline std::vector<std::string> ReadLines(const fs::path& path)
+inline std::vector<std::string> LinesOf(const std::string& text)
 {
     std::vector<std::string> lines;
-    std::istringstream text(ReadAll(path));
-    for (std::string line; std::getline(text, line);)
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
         lines.push_back(line);
     return lines;
+}
+
+inline std::vector<std::string> ReadLines(const fs::path& path) { return LinesOf(ReadAll(path)); }
+
+/// How many entries a folder has.
+inline std::ptrdiff_t Count(const fs::path& folder)
+{
+    return std::distance(fs::directory_iterator(folder), {});
 }
 
 } // namespace support

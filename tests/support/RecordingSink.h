@@ -32,13 +32,11 @@ public:
     unsigned long long Lost() const override { return 5; }
     void Event(int level, const std::wstring& text) override
     {
-        Called('6');
-        Keep({level, 0, "", 0, ""}, text);
+        Keep('6', {level, 0, "", 0, ""}, text);
     }
     void Log(const kvi::diag::LogRecord& site, const std::wstring& text) override
     {
-        Called('7');
-        Keep(site, text);
+        Keep('7', site, text);
     }
 
     /// The events and records since the last call.
@@ -68,9 +66,10 @@ private:
         const std::lock_guard guard(lock_);
         calls_ += operation;
     }
-    void Keep(const kvi::diag::LogRecord& site, const std::wstring& text)
+    void Keep(char operation, const kvi::diag::LogRecord& site, const std::wstring& text)
     {
         const std::lock_guard guard(lock_);
+        calls_ += operation;
         records_.push_back({site, text});
     }
 

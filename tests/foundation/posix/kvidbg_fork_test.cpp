@@ -1,46 +1,23 @@
 #include "foundation/kvidbg.h"
 #include "foundation/str_locale.h"
+#include "support/ForkedChild.h"
 #include "support/Numbers.h"
-#include "support/ReadFile.h"
 #include "support/ScratchFolder.h"
+#include "support/Threads.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <atomic>
-#include <chrono>
 #include <cstdio>
-#include <functional>
 #include <map>
-#include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace kvi::diag;
 using namespace support;
 
 namespace
 {
-/// Starts a forked child that does @p work and exits with 0, or is ended after 20 s.
-pid_t Start(const std::function<void()>& work)
-{
-    const pid_t child = ::fork();
-    if (child != 0)
-        return child;
-    ::alarm(20);
-    work();
-    ::_exit(testing::Test::HasFailure());
-}
-
-void ExpectGoodEnd(pid_t child)
-{
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0) << "signal " << WTERMSIG(status);
-}
-
 /// Makes @p file the child's standard output, and the log's target.
 void LogToStandardOutput(int file)
 {
@@ -58,7 +35,7 @@ std::map<std::string, int> TextsIn(const fs::path& path)
 }
 
 /// The default sink with a file in the test's own folder.
-class ForkLog : public testing::Test
+class ForkLog : public FolderTest
 {
 protected:
     ~ForkLog() override
@@ -67,37 +44,32 @@ protected:
         SinkFilePath(L"stderr");
     }
 
-    const fs::path path = ScratchFolder() / "log.txt";
+    const fs::path path = folder / "log.txt";
 };
 
 TEST_F(ForkLog, AChildOfAThreadedHostLogsAndEveryLineIsWrittenOnce)
 {
     SinkFilePath(Wide(path));
     EventSink::Instance().Buffered(true);
-    std::atomic<bool> stop = false;
-    std::atomic<unsigned> lines = 0, locales = 0x20000;
-    {
-        std::jthread logs([&] {
-            while (!stop)
-                KVI_LOG(warning, CategoryMask("Fork"), "parent-%u", lines++);
-        });
-        std::jthread looksUp([&] {
-            while (!stop)
-                (void)str::locale::is_installed(str::locale::ID(locales++ % 500 + 0x20000));
-        });
-        for (int i = 0; i < Rounds("KVI_TEST_FORKS", 60); ++i)
-            ExpectGoodEnd(Start([&] {
+    unsigned lines = 0, locales = 0;
+    const auto log = [&] { KVI_LOG(warning, CategoryMask("Fork"), "parent-%u", lines++); };
+    const auto lookUp = [&] {
+        (void)str::locale::is_installed(str::locale::ID(locales++ % 500 + 0x20000));
+    };
+    const int forks = Rounds("KVI_TEST_FORKS", 60);
+    const auto forkOften = [&] {
+        for (int i = 0; i < forks; ++i)
+            ExpectInChild([&] {
                 KVI_LOG(warning, CategoryMask("Fork.Child"), "child-%d", i);
                 EXPECT_FALSE(str::locale::decimal_char(str::locale::ID(0x40000 + i)).empty());
                 EventSink::Instance().Flush();
-            }));
-        stop = true;
-    }
+            });
+    };
+    While(1, log, [&] { While(1, lookUp, forkOften); });
     EventSink::Instance().Flush();
     const auto texts = TextsIn(path);
-    EXPECT_EQ(texts.size(), lines + Rounds("KVI_TEST_FORKS", 60));
-    for (const auto& [text, count] : texts)
-        EXPECT_EQ(count, 1) << text;
+    EXPECT_EQ(texts.size(), lines + unsigned(forks));
+    EXPECT_THAT(texts, testing::Each(testing::Pair(testing::_, 1)));
 }
 
 TEST_F(ForkLog, LongLinesOfSeveralProcessesOnOneFileAsStandardOutputStayWhole)
@@ -105,13 +77,13 @@ TEST_F(ForkLog, LongLinesOfSeveralProcessesOnOneFileAsStandardOutputStayWhole)
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT, 0600); // not for appending
     std::vector<pid_t> children;
     for (int c = 0; c < 3; ++c)
-        children.push_back(Start([file, c] {
+        children.push_back(StartChild([file, c] {
             LogToStandardOutput(file);
             for (int i = 0; i < 100; ++i)
                 KVI_LOG(warning, 0, "%s", std::string(20000, static_cast<char>('a' + c)));
         }));
     for (const pid_t child : children)
-        ExpectGoodEnd(child);
+        EXPECT_EQ(EndOf(child), 0);
     ::close(file);
     const auto texts = TextsIn(path);
     EXPECT_EQ(texts.size(), 3u);
@@ -122,7 +94,7 @@ TEST_F(ForkLog, LongLinesOfSeveralProcessesOnOneFileAsStandardOutputStayWhole)
 TEST_F(ForkLog, ALimitForTheSizeOfFilesEndsNobody)
 {
     for (const bool console : {false, true})
-        ExpectGoodEnd(Start([this, console] {
+        ExpectInChild([this, console] {
             ::close(STDERR_FILENO);
             const rlimit limit{5000, 5000};
             ::setrlimit(RLIMIT_FSIZE, &limit);
@@ -138,7 +110,7 @@ TEST_F(ForkLog, ALimitForTheSizeOfFilesEndsNobody)
             }
             EXPECT_GT(EventSink::Instance().Lost(), 50u);
             EXPECT_EQ(fs::file_size(path), 5000u);
-        }));
+        });
 }
 
 TEST_F(ForkLog, ProcessesThatShareAPipeNobodyReadsGoOn)
@@ -148,7 +120,7 @@ TEST_F(ForkLog, ProcessesThatShareAPipeNobodyReadsGoOn)
     const auto start = std::chrono::steady_clock::now();
     std::vector<pid_t> children;
     for (int c = 0; c < 4; ++c)
-        children.push_back(Start([&ends] {
+        children.push_back(StartChild([&ends] {
             ::close(STDERR_FILENO);
             LogToStandardOutput(ends[1]);
             for (int i = 0; i < 300; ++i)
@@ -160,8 +132,8 @@ TEST_F(ForkLog, ProcessesThatShareAPipeNobodyReadsGoOn)
             EXPECT_GT(EventSink::Instance().Lost(), 200u);
         }));
     for (const pid_t child : children)
-        ExpectGoodEnd(child);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+        EXPECT_EQ(EndOf(child), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s);
     ::close(ends[0]);
     ::close(ends[1]);
 }
