@@ -1,8 +1,7 @@
 #include "foundation/gtl_range_error.h"
 #include "foundation/str_locale.h"
+#include "support/Numbers.h"
 #include "table_parts.h"
-
-#include <limits>
 
 using namespace dataparamtype;
 using namespace table_parts;
@@ -45,7 +44,7 @@ TEST(DataParamType, MethodsBelongToTheListedMembers)
                GetCalculationMethod, 1);
 }
 
-TEST(DataParamType, RangesBelongToTheListedMembers)
+TEST(DataParamType, RangesAndCategoriesBelongToTheListedMembers)
 {
     const gtl::bound<double> none, at0{0, bound_kind::inclusive}, off0{0, bound_kind::exclusive};
     const auto upTo = [&](double upper) {
@@ -63,23 +62,14 @@ TEST(DataParamType, RangesBelongToTheListedMembers)
     ExpectOnly({229, 256}, GetRangeChecker, upTo(100));
     ExpectOnly({78}, GetRangeChecker, upTo(0.49));
     ExpectOnly({232}, GetRangeChecker, gtl::range<double>{none, off0});
-}
-
-TEST(DataParamType, CategoriesAreReadByNumber)
-{
     EXPECT_EQ(GetCategory(Param(6)), DataParamCategory{7});
     EXPECT_EQ(GetCategory(Param(602)), DataParamCategory{24});
 }
 
 TEST(DataParamType, BoundsTellWhatMayBeAValue)
 {
-    const double nan = std::nan(""), infinity = std::numeric_limits<double>::infinity();
-    const struct
-    {
-        int member;
-        double value;
-        bool valid;
-    } rows[] = {
+    constexpr double nan = support::kNaN, infinity = support::kInfinity;
+    const std::tuple<int, double, bool> rows[] = {
         {16, 0.0, false},   {16, 1e-300, true},   {1, 0.0, true},         {1, -0.0, true},
         {1, -1e-12, false}, {78, 0.49, true},     {78, 0.4900001, false}, {78, -1e-300, false},
         {229, 100, true},   {229, 100.5, false},  {232, 0.0, false},      {232, -5, true},

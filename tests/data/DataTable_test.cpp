@@ -9,11 +9,9 @@ using namespace table_parts;
 TEST(DataTable, IsEmptyAtFirst)
 {
     const DataTable empty;
-    EXPECT_TRUE(empty.IsMissing());
-    EXPECT_EQ(empty.RowKind(), Param(-1));
+    EXPECT_TRUE(empty.IsMissing() && empty.RowKind() == Param(-1));
     EXPECT_EQ(empty.GetValue({1}, Param(5)), kMissing);
-    EXPECT_TRUE(empty.Row({1}).empty());
-    EXPECT_TRUE(empty.Column(Param(5)).empty());
+    EXPECT_TRUE(empty.Row({1}).empty() && empty.Column(Param(5)).empty());
 }
 
 TEST(DataTable, StoresRowAfterRow)
@@ -25,7 +23,6 @@ TEST(DataTable, StoresRowAfterRow)
         for (double& cell : table.Column(param))
             cell = next++;
     const auto column = table.Column(Param(5));
-    static_assert(std::random_access_iterator<decltype(column.begin())>);
     EXPECT_EQ(*--column.end(), 4);
     EXPECT_EQ(*(column.begin() + 1), 4);
     EXPECT_EQ((column.end() - 2)[1], 4);
@@ -33,9 +30,7 @@ TEST(DataTable, StoresRowAfterRow)
     EXPECT_EQ(AsVector(table.Row({1})), (Numbers{1, 3}));
     EXPECT_EQ(AsVector(table.Row({2})), (Numbers{2, 4}));
     EXPECT_EQ(&table.Row({1})[1] + 1, &table.Row({2})[0]);
-    EXPECT_TRUE(table.Row({0}).empty());
-    EXPECT_TRUE(table.Row({3}).empty());
-    EXPECT_TRUE(table.Column(Param(6)).empty());
+    EXPECT_TRUE(table.Row({0}).empty() && table.Row({3}).empty() && table.Column(Param(6)).empty());
     table.Init(Param(2), table.Columns(), 2, nullptr, NoEvaluator());
     EXPECT_EQ(table.RowKind(), Param(2));
     EXPECT_EQ(AsVector(table.Column(Param(5))), (Numbers{kMissing, kMissing}));
@@ -44,14 +39,10 @@ TEST(DataTable, StoresRowAfterRow)
 TEST(DataTable, WritesNumbersInEightDigits)
 {
     DataTable table(Param(1), {Param(0)}, 1);
-    const std::pair<double, std::string> rows[] = {
-        {0.1, "0.1"}, {12345678.9, "12345679"}, {kMissing, "1.7976931e+308"}};
-    for (const auto& [value, text] : rows)
-    {
-        table.SetValue({1}, Param(0), value);
-        EXPECT_EQ(table.GetAs<std::string>({1}, Param(0)), text);
-        EXPECT_EQ(table.GetAs<std::wstring>({1}, Param(0)), std::wstring(text.begin(), text.end()));
-    }
+    EXPECT_EQ(table.GetAs<std::string>({1}, Param(0)), "1.7976931e+308"); // missing
+    table.SetValue({1}, Param(0), 12345678.9);
+    EXPECT_EQ(table.GetAs<std::string>({1}, Param(0)), "12345679");
+    EXPECT_EQ(table.GetAs<std::wstring>({1}, Param(0)), L"12345679");
 }
 
 TEST(DataTable, RefusesWhatIsImpossibleAndStaysAsItWas)
@@ -146,14 +137,4 @@ TEST(DataTable, BehavesAsAPlainMapOfCells)
         const auto cell = cells.find({row, param});
         ASSERT_EQ(table.GetValue({row}, param), cell != cells.end() ? cell->second : kMissing);
     }
-}
-
-TEST(Gid, NamesContainersAndTimeTables)
-{
-    EXPECT_EQ(kvi::gid::ContainerIDFromGID({0x05000007}), GID{7});
-    EXPECT_EQ(kvi::gid::ContainerIDFromGID({0x00FFFFFF}), GID{0x00FFFFFF});
-    for (const std::uint32_t table : {1005u, 1043u, 1044u})
-        EXPECT_TRUE(kvi::gid::IsTimeTable({table}));
-    for (const std::uint32_t other : {0u, 1004u, 1042u, 1045u, 0x010003EDu})
-        EXPECT_FALSE(kvi::gid::IsTimeTable({other}));
 }

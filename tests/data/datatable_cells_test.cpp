@@ -2,16 +2,16 @@
 #include "data/datatable_calculators.h"
 #include "data/datatable_cells.h"
 #include "data/datatable_inspect.h"
+#include "support/Numbers.h"
 #include "table_parts.h"
-
-#include <limits>
 
 using namespace datatable;
 using namespace table_parts;
 
 namespace
 {
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+using support::kInfinity;
+using support::kNaN;
 
 DataTable MakeTable(const Numbers& a)
 {
@@ -28,10 +28,8 @@ DataTable MakeComputing()
     calculators->Set(kKind, kD, Sum({kC, kC}));
     calculators->Set(kKind, kE, Sum({kE}));
     DataTable table(kKind, {kA, kB}, 2, calculators, eval::MakeSimpleEvaluator());
-    double next = 1;
-    for (const GID row : {GID{1}, GID{2}})
-        for (double& cell : table.Row(row))
-            cell = next++;
+    std::iota(table.Row({1}).begin(), table.Row({1}).end(), 1);
+    std::iota(table.Row({2}).begin(), table.Row({2}).end(), 3);
     return table;
 }
 } // namespace
@@ -93,12 +91,10 @@ TEST(TableCells, ColumnsAreInsertedBehindTheOthers)
 TEST(TableCells, TheMissingValueIsNeverAdded)
 {
     DataTable table = MakeTable({1, kMissing});
-    IncrementTableValueByValue(table, {1}, kA, 2);
-    IncrementTableValueByValue(table, {2}, kA, 2);
+    for (const std::uint32_t row : {0u, 1u, 2u, 3u})
+        IncrementTableValueByValue(table, {row}, kA, 2);
     IncrementTableValueByValue(table, {2}, kA, kMissing);
     IncrementTableValueByValue(table, {1}, kB, kMissing);
-    IncrementTableValueByValue(table, {3}, kA, 2);
-    IncrementTableValueByValue(table, {0}, kA, 2);
     EXPECT_EQ(AsVector(table.Column(kA)), (Numbers{3, 2}));
     EXPECT_EQ(table.GetValue({1}, kB), kMissing);
 }
@@ -125,8 +121,8 @@ TEST(TableInspection, StatisticsSkipMissingValuesAndShowNans)
         {{kMissing, -2}, {-2, -2, -2, 2}, 2, 2},
         {{kMissing, kMissing}, Numbers(4, kMissing), 0, 0},
         {{}, Numbers(4, kMissing), 0, 0},
-        {{1, kNan, 9, kNan}, Numbers(4, kNan), 2, 2},
-        {{-HUGE_VAL, 1}, {-HUGE_VAL, 1, -HUGE_VAL, HUGE_VAL}, 1, 2},
+        {{1, kNaN, 9, kNaN}, Numbers(4, kNaN), 2, 2},
+        {{-kInfinity, 1}, {-kInfinity, 1, -kInfinity, kInfinity}, 1, 2},
     };
     for (const auto& [values, expected, lowestRow, highestRow] : rows)
     {
@@ -168,8 +164,7 @@ TEST(TableCalculators, AreExchangedAsTheyAre)
     a.RegisterEvalulator(eval::MakeLazyCachingEvaulator());
     EXPECT_EQ(a.GetValue({1}, kC), 3);
     datatable::impl::SwapCalculators(a, b);
-    EXPECT_EQ(b.Calculators().get(), calculators);
-    EXPECT_EQ(b.Calculators().use_count(), 1);
+    EXPECT_TRUE(b.Calculators().get() == calculators && b.Calculators().use_count() == 1);
     EXPECT_EQ(a.Calculators(), nullptr);
     EXPECT_EQ(a.GetValue({1}, kC), kMissing);
 }

@@ -1,10 +1,8 @@
 #include "VirtualSlot.h"
 #include "data/datatable_calculators.h"
 #include "data/datatable_copy.h"
+#include "support/Threads.h"
 #include "table_parts.h"
-
-#include <atomic>
-#include <thread>
 
 using datatable::CalculatorMap;
 using datatable::EvaluatorPtr;
@@ -13,15 +11,20 @@ using namespace table_parts;
 
 namespace
 {
-DataParamCalculator SumAndHalf(Params inputs) { return Sum(std::move(inputs), 0.5); }
-
 /// The rules that hold for every evaluator.
 class EveryEvaluator : public testing::TestWithParam<EvaluatorPtr (*)()>
 {
 protected:
-    DataTable Make(const std::shared_ptr<CalculatorMap>& calculators, unsigned rows = 2)
+    void Set(int param, DataParamCalculator calculator)
     {
-        DataTable table(kKind, {kA, kB}, rows, calculators, GetParam()());
+        map->Set(kKind, Param(param), std::move(calculator));
+    }
+    void Set(int param, Params inputs) { Set(param, Sum(std::move(inputs), 0.5)); }
+
+    /// A is the row, B ten times as much.
+    DataTable Make(unsigned rows = 2)
+    {
+        DataTable table(kKind, {kA, kB}, rows, map, GetParam()());
         for (std::uint32_t row = 1; row <= rows; ++row)
         {
             table.SetValue({row}, kA, row);
@@ -29,6 +32,8 @@ protected:
         }
         return table;
     }
+
+    const std::shared_ptr<CalculatorMap> map = std::make_shared<CalculatorMap>();
 };
 
 /// A host's evaluator with its own value for kE, 100; the rest it delegates.
@@ -41,10 +46,13 @@ struct Delegating final : datatable::IParamEvaluator
     }
 };
 
-EvaluatorPtr MakeDelegating()
+template <class Evaluator>
+EvaluatorPtr Owned(Evaluator* evaluator)
 {
-    return {new Delegating, [](void* evaluator) { delete static_cast<Delegating*>(evaluator); }};
+    return {evaluator, [](void* owned) { delete static_cast<Evaluator*>(owned); }};
 }
+
+EvaluatorPtr MakeDelegating() { return Owned(new Delegating); }
 } // namespace
 
 TEST(ParamEvaluator, KeepsTheOrderOfItsOperations)
@@ -55,18 +63,16 @@ TEST(ParamEvaluator, KeepsTheOrderOfItsOperations)
 
 TEST_P(EveryEvaluator, ComputesThroughOtherComputedQuantities)
 {
-    const auto map = std::make_shared<CalculatorMap>();
-    map->Set(kKind, kC, SumAndHalf({kA, Param(31), kA}));
-    map->Set(kKind, Param(31), SumAndHalf({kB}));
-    map->Set(kKind, Param(32), SumAndHalf({}));
-    map->Set(kKind, Param(33), SumAndHalf({kC, Param(404)})); // 404 is unknown
-    DataTable table = Make(map);
+    Set(30, Params{kA, Param(31), kA});
+    Set(31, Params{kB});
+    Set(32, Params{});
+    Set(33, Params{kC, Param(404)}); // 404 is unknown
+    DataTable table = Make();
     EXPECT_EQ(table.GetValue({1}, kC), 0.5 + 1 + 10.5 + 1);
     EXPECT_EQ(table.GetValue({2}, kC), 0.5 + 2 + 20.5 + 2);
     EXPECT_EQ(table.GetValue({2}, Param(32)), 0.5);
-    EXPECT_EQ(table.GetValue({0}, kC), kMissing);
-    EXPECT_EQ(table.GetValue({3}, kC), kMissing);
-    EXPECT_EQ(table.GetValue({3}, kA), kMissing);
+    for (const auto& [row, param] : {std::pair{0u, kC}, {3u, kC}, {3u, kA}})
+        EXPECT_EQ(table.GetValue({row}, param), kMissing);
     EXPECT_EQ(table.GetValue({1}, Param(33)), kMissing + 13); // a missing input is passed on
     for (const DataParamType param : {kA, kC, Param(31), Param(32)})
         EXPECT_TRUE(table.HasParam(param));
@@ -78,14 +84,12 @@ TEST_P(EveryEvaluator, ComputesThroughOtherComputedQuantities)
 TEST_P(EveryEvaluator, GivesTheMissingValueForCircles)
 {
     // 40 needs itself; 41 -> 42 -> {42's circle 43, 41}; 44 hangs on the circle from outside.
-    const auto map = std::make_shared<CalculatorMap>();
-    map->Set(kKind, Param(40), SumAndHalf({kA, Param(40)}));
-    map->Set(kKind, Param(41), SumAndHalf({Param(42)}));
-    map->Set(kKind, Param(42), SumAndHalf({Param(43), Param(41)}));
-    map->Set(kKind, Param(43), SumAndHalf({Param(42), kA}));
-    map->Set(kKind, Param(44),
-             {{Param(41), kA}, [](auto v) { return v[0] == kMissing ? v[1] : 0; }});
-    DataTable table = Make(map);
+    Set(40, Params{kA, Param(40)});
+    Set(41, Params{Param(42)});
+    Set(42, Params{Param(43), Param(41)});
+    Set(43, Params{Param(42), kA});
+    Set(44, {{Param(41), kA}, [](auto v) { return v[0] == kMissing ? v[1] : 0; }});
+    DataTable table = Make();
     for (int param = 40; param <= 43; ++param)
         EXPECT_EQ(table.GetValue({2}, Param(param)), kMissing) << param;
     EXPECT_EQ(table.GetValue({2}, Param(44)), 2);
@@ -96,31 +100,27 @@ TEST_P(EveryEvaluator, GivesTheMissingValueForCircles)
 TEST_P(EveryEvaluator, NeedsNoLongerForDenseChainsThanForLongOnes)
 {
     // Each needs all before it: 2^60 paths.
-    const auto map = std::make_shared<CalculatorMap>();
-    std::vector<DataParamType> before = {kA};
+    Params before = {kA};
     for (int i = 100; i < 160; ++i)
     {
-        map->Set(kKind, Param(i), {before, [](auto values) { return values.back() + 1; }});
+        Set(i, {before, [](auto values) { return values.back() + 1; }});
         before.push_back(Param(i));
     }
-    EXPECT_EQ(Make(map).GetValue({1}, Param(159)), 61);
-    EXPECT_TRUE(Make(map).HasParam(Param(159)));
+    EXPECT_EQ(Make().GetValue({1}, Param(159)), 61);
+    EXPECT_TRUE(Make().HasParam(Param(159)));
 }
 
 TEST_P(EveryEvaluator, ReadsColumnsAsItReadsCells)
 {
-    const auto map = std::make_shared<CalculatorMap>();
-    map->Set(kKind, kC, SumAndHalf({kA, Param(31), kA}));
-    map->Set(kKind, Param(31),
-             DataParamCalculator::FromFormula({kB}, [](double b) { return b / 3; }));
-    map->Set(kKind, Param(32), SumAndHalf({}));
-    map->Set(kKind, Param(33), SumAndHalf({kC, Param(404)}));
-    map->Set(kKind, Param(34),
-             DataParamCalculator::FromFormula({kC, Param(31)},
-                                              [](double c, double d) { return c * d - c; }));
-    map->Set(kKind, Param(40), SumAndHalf({kA, Param(40)}));
+    Set(30, Params{kA, Param(31), kA});
+    Set(31, DataParamCalculator::FromFormula({kB}, [](double b) { return b / 3; }));
+    Set(32, Params{});
+    Set(33, Params{kC, Param(404)});
+    Set(34, DataParamCalculator::FromFormula({kC, Param(31)},
+                                             [](double c, double d) { return c * d - c; }));
+    Set(40, Params{kA, Param(40)});
     const unsigned rows = 600; // more than one block of them
-    const DataTable table = Make(map, rows);
+    const DataTable table = Make(rows);
     for (const DataParamType param :
          {kA, kC, Param(31), Param(32), Param(33), Param(34), Param(40), Param(404), Param(-1)})
     {
@@ -137,10 +137,10 @@ TEST_P(EveryEvaluator, ReadsColumnsAsItReadsCells)
 
 TEST_P(EveryEvaluator, SeesEveryChangeAtTheNextRead)
 {
-    const auto map = std::make_shared<CalculatorMap>(), other = std::make_shared<CalculatorMap>();
-    map->Set(kKind, kC, SumAndHalf({kA, kB}));
-    other->Set(kKind, kC, SumAndHalf({kA}));
-    DataTable table = Make(map);
+    const auto other = std::make_shared<CalculatorMap>();
+    Set(30, Params{kA, kB});
+    other->Set(kKind, kC, Sum({kA}, 0.5));
+    DataTable table = Make();
     const auto column = table.Column(kA); // kept and written to later
     EXPECT_EQ(table.GetValue({1}, kC), 11.5);
     column[0] = 2;
@@ -166,22 +166,17 @@ TEST_P(EveryEvaluator, SeesEveryChangeAtTheNextRead)
 
 TEST_P(EveryEvaluator, ServesManyReadersAtOnce)
 {
-    const auto map = std::make_shared<CalculatorMap>();
-    map->Set(kKind, kC, SumAndHalf({kA, Param(31)}));
-    map->Set(kKind, Param(31), SumAndHalf({kB}));
-    const DataTable table = Make(map, 500);
+    Set(30, Params{kA, Param(31)});
+    Set(31, Params{kB});
+    const DataTable table = Make(500);
     std::atomic<int> wrong = 0;
-    std::vector<std::thread> readers;
-    for (unsigned reader = 0; reader < 4; ++reader)
-        readers.emplace_back([&table, &wrong, reader] {
-            for (std::uint32_t i = 0; i < 2000; ++i)
-            {
-                const std::uint32_t row = (i * 7 + reader) % 500 + 1;
-                wrong += table.GetValue({row}, kC) != 11.0 * row + 1;
-            }
-        });
-    for (std::thread& reader : readers)
-        reader.join();
+    support::OnThreads(4, [&](int reader) {
+        for (int i = 0; i < 2000; ++i)
+        {
+            const auto row = std::uint32_t(i * 7 + reader) % 500 + 1;
+            wrong += table.GetValue({row}, kC) != 11.0 * row + 1;
+        }
+    });
     EXPECT_EQ(wrong, 0);
 }
 
@@ -216,7 +211,7 @@ TEST(LazyCachingEvaluator, ComputesAgainOnlyWhatChanged)
 TEST(SimpleParamEvaluator, AsksTheTablesOwnEvaluatorForInputs)
 {
     const auto map = std::make_shared<CalculatorMap>();
-    map->Set(kKind, kC, SumAndHalf({kA, kE}));
+    map->Set(kKind, kC, Sum({kA, kE}, 0.5));
     DataTable table(kKind, {kA}, 1, map, MakeDelegating());
     table.SetValue({1}, kA, 1);
     EXPECT_EQ(table.GetValue({1}, kC), 101.5);
@@ -247,12 +242,9 @@ TEST(ParamEvaluator, MayChangeTheTableFromInvalidate)
     };
     int calls = 0;
     DataTable table(kKind, {kA}, 2);
-    table.RegisterEvalulator(
-        {new Changing(calls), [](void* evaluator) { delete static_cast<Changing*>(evaluator); }});
-    EXPECT_EQ(table.RowCount(), 3u);
-    EXPECT_EQ(table.ColumnCount(), 2u);
+    table.RegisterEvalulator(Owned(new Changing(calls)));
+    EXPECT_TRUE(table.RowCount() == 3 && table.ColumnCount() == 2);
     table.ResizeRows(5);
-    EXPECT_EQ(table.RowCount(), 6u);
-    EXPECT_EQ(calls, 2);
+    EXPECT_TRUE(table.RowCount() == 6 && calls == 2);
     EXPECT_EQ(table.GetValue({1}, kC), 7);
 }
