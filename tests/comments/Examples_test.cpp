@@ -3,75 +3,50 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <thread>
 
 namespace
 {
-
 using namespace Geom;
 
-// Names that an example leaves to its reader.
-int used = 0;
-template <class... T>
-void Use(const T&...)
-{
-    ++used;
-}
-constexpr auto Report = [](const auto&... what) { Use(what...); };
-constexpr auto Mesh = [](const auto& what) { Use(what); };
-void Poll() { Use(); }
-
-double Zero()
-{
-    volatile double zero = 0;
-    return zero;
-}
+// Names that an example leaves to its reader, which count their calls.
+std::atomic<int> used = 0;
+constexpr auto Use = [](const auto&...) { ++used; };
+constexpr auto Report = Use, Mesh = Use, Poll = Use;
 
 TEST(Examples, OfTheGeometryRun)
 {
     const LineSet2D lines = {{{0, 0}, {4, 4}}, {{0, 4}, {4, 0}}};
-    {
-        used = 0;
+    used = 0;
 #include "Geom_LineEvents2D.inc"
-        EXPECT_EQ(used, 1);
-    }
-    {
 #include "Geom_LineLayer2D.inc"
-        EXPECT_TRUE(low == 2.5 && high == 2.5);
-    }
+#include "Geom_Region.inc"
+    EXPECT_EQ(used, 1 + 1);
+    EXPECT_TRUE(low == 2.5 && high == 2.5);
     {
-        used = 0;
         const LineSet2D& edges = lines;
         const Line2D section = {{0, 1}, {4, 1}};
 #include "Geom_LineMeetings2D.inc"
-        EXPECT_EQ(used, 2);
+        EXPECT_EQ(used, 2 + 2);
     }
     const std::vector<Point2D> square = {{0, 0}, {100, 0}, {100, 10}, {0, 10}};
     const std::vector<std::uint32_t> theCorners = {0, 1, 2, 3}, theStarts = {0, 4};
     {
         const auto& nodes = square;
-        const auto& corners = theCorners;
-        const auto& starts = theStarts;
+        const auto &corners = theCorners, &starts = theStarts;
         std::vector<MeshHit2D> hits;
 #include "Geom_MeshEdges2D.inc"
         EXPECT_EQ(hits.size(), 2u);
     }
-    {
-        const auto* const nodes = square.data();
-        const auto *const corners = theCorners.data(), *const starts = theStarts.data();
-        const Extents2D box = {0, 100, 0, 10};
-        const std::uint32_t elementCount = 1;
-        const double x = 3, y = 4;
+    const auto* const nodes = square.data();
+    const auto *const corners = theCorners.data(), *const starts = theStarts.data();
+    const Extents2D box = {0, 100, 0, 10};
+    const std::uint32_t elementCount = 1;
+    const double x = 3, y = 4;
 #include "Geom_QuadTree2D.inc"
-        EXPECT_EQ(element, 0u);
-    }
-    used = 0;
-#include "Geom_Region.inc"
-    EXPECT_EQ(used, 1);
+    EXPECT_EQ(element, 0u);
 }
 
 TEST(Examples, OfTablesRun)
@@ -92,19 +67,11 @@ TEST(Examples, OfTablesRun)
 
 TEST(Examples, OfNumericsRun)
 {
-    {
 #include "CLPProblem.inc"
-        EXPECT_TRUE(problem->IsOptimal() && problem->var(0) == 4 && problem->var(1) == 0);
-    }
-    {
-        const auto JacobianDeterminant = [](double, double) { return 0.25; };
+    EXPECT_TRUE(problem->IsOptimal() && problem->var(0) == 4 && problem->var(1) == 0);
+    const auto JacobianDeterminant = [](double, double) { return 0.25; };
 #include "GaussRule.inc"
-        EXPECT_DOUBLE_EQ(area, 1);
-    }
-    {
-#include "tagRecords.inc"
-        EXPECT_EQ(elements.Count(), 2u);
-    }
+    EXPECT_DOUBLE_EQ(area, 1);
     {
         tagMultiVectorInt equationsOfElements;
         equationsOfElements.Add({0, 1});
@@ -116,18 +83,16 @@ TEST(Examples, OfNumericsRun)
 #include "ISysEqnImpl.inc"
         EXPECT_EQ(x.values, (std::vector<double>{1, 2}));
     }
-    {
-        volatile double result = 0;
-        const auto Factorise = [&] { result = 1 / Zero(); };
+#include "tagRecords.inc"
+    EXPECT_EQ(elements.Count(), 2u);
+    volatile double zero = 0, result = 0;
+    const auto Factorise = [&] { result = 1 / zero; };
 #include "math_fpu_Exception.inc"
-        EXPECT_TRUE(suspect);
-    }
-    {
-        using math::matrix::Matrix;
-        used = 0;
+    EXPECT_TRUE(suspect);
+    using math::matrix::Matrix;
+    used = 0;
 #include "math_matrix.inc"
-        EXPECT_EQ(used, 1);
-    }
+    EXPECT_EQ(used, 1);
 }
 
 gtl::status Open(const std::wstring& path)
@@ -157,19 +122,14 @@ TEST(Examples, OfTextsAndDocumentsRun)
 #include "str_fmt.inc"
         ;
     EXPECT_EQ(text, "3 of 8: wide or narrow");
-    {
-        const int equation = 3;
-        const double pivot = 1e-300;
+    const int equation = 3;
+    const double pivot = 1e-300;
 #include "kvidbg.inc"
-        EXPECT_NE(int(kMath), 0);
-    }
-    {
-        using doc::file::Name;
-        EXPECT_FALSE(FolderMade(Name()).ok());
+    EXPECT_NE(int(kMath), 0);
+    using doc::file::Name, doc::file::mark::MarkStep;
+    EXPECT_FALSE(FolderMade(Name()).ok());
 #include "doc_file_Name.inc"
-        EXPECT_TRUE(every.Selects(heads));
-    }
-    using doc::file::mark::MarkStep;
+    EXPECT_TRUE(every.Selects(heads));
 #include "doc_file_mark.inc"
     EXPECT_EQ(done.AsStepNumber().value, 7);
 }
@@ -179,23 +139,18 @@ TEST(Examples, OfFilesRun)
     using namespace sys::file;
     std::filesystem::create_directories(KVI_TEST_TEMP);
     const std::wstring folder = GetAbsolutePath(str::as_wstring(KVI_TEST_TEMP)) + L"\\";
-    const auto Read = [](const std::wstring& path) { Use(path); };
-    const auto Open = Read;
+    const auto Read = Use, Open = Use;
     {
         const std::wstring path = folder + L"examples.res";
 #include "sys_file.inc"
         EXPECT_TRUE(out.is_open());
     }
     used = 0;
-    {
 #include "sys_file_Finder.inc"
-        EXPECT_EQ(used, 1);
-    }
-    {
-        const std::wstring projectFile = L"C:\\dams\\north.kvi";
+    EXPECT_EQ(used, 1);
+    const std::wstring projectFile = L"C:\\dams\\north.kvi";
 #include "sys_file_SplitPath.inc"
-        EXPECT_EQ(path.Path(), L"C:\\dams\\transient.res");
-    }
+    EXPECT_EQ(path.Path(), L"C:\\dams\\transient.res");
     {
 #include "sys_file_SafeWriter.inc"
         (void)written; // there need not be such a folder
@@ -209,29 +164,21 @@ TEST(Examples, OfFilesRun)
 TEST(Examples, OfThreadsRun)
 {
     using namespace sys::thread;
-    {
+    using task::ParallelForPieces;
 #include "sys_thread_ExclusiveAccess.inc"
-        EXPECT_EQ(found.data.size(), 1u);
-    }
-    {
-        using task::ParallelForPieces;
-        const std::size_t elements = 100;
-        std::atomic<int> done{0};
-        const auto Assemble = [&](std::size_t) { ++done; };
+    EXPECT_EQ(found.data.size(), 1u);
+    const std::size_t elements = 100;
+    std::atomic<int> done{0};
+    const auto Assemble = [&](std::size_t) { ++done; };
 #include "sys_thread_ParallelFor.inc"
-        EXPECT_EQ(done, 100);
-    }
+    EXPECT_EQ(done, 100);
+    struct Step
     {
-        struct Step
-        {
-            int number;
-        };
-        Step step = {5};
+        int number;
+    } step = {5};
 #include "sys_thread_QueueBounded.inc"
-        EXPECT_TRUE(steps.IsEmpty());
-    }
+    EXPECT_TRUE(steps.IsEmpty());
 #include "sys_thread_Worker.inc"
     EXPECT_FALSE(Worker::IsRunning(poller));
 }
-
 } // namespace
