@@ -1,8 +1,11 @@
 #include "CommandLine.h"
 
+#include "FileCommands.h"
 #include "KVI.h"
 #include "Runner.h"
 #include "output/Output.h"
+#include "output/Provenance.h"
+#include "output/Report.h"
 #include "output/Summary.h"
 #include "problem/NumberText.h"
 #include "problem/Shown.h"
@@ -23,13 +26,15 @@ namespace
 
 struct Options
 {
-    std::string problem, mesh, out, solver;
+    std::string problem, mesh, folder, out, solver;
+    std::size_t pictures = kMostPictures;
     double tolerance = 0;
     int maxIterations = 0, threads = 0;
     double until = 0, timeTolerance = 0;
     std::vector<double> outputs;
     std::vector<std::string> probes;
     bool quiet = false;
+    std::vector<std::string> arguments; ///< all of them, as they were given
 };
 
 /// "X,Y" as a probe of that name. @returns false for anything else
@@ -198,6 +203,10 @@ Exit Run(const Options& options, std::ostream& out, std::ostream& err)
     if (!right)
         return Exit::WrongInput;
     results.seconds.read = total.Seconds();
+    results.date = UtcNow();
+    results.command = options.arguments;
+    for (const Fault& fault : faults.List())
+        results.warnings.push_back(Line(fault));
     if (!options.quiet)
         PrintModel(out, model);
     Runner runner(model, FolderOf(options, model.problem), SettingsOf(options, model), total,
@@ -210,7 +219,23 @@ struct Commands
     CLI::App* run;
     CLI::App* check;
     CLI::App* info;
+    CLI::App* report;
+    CLI::App* create;
+    CLI::App* schema;
 };
+
+/// The commands that write single files.
+void DeclareFiles(const Commands& commands, Options& options)
+{
+    commands.report->add_option("folder", options.folder, "The folder of a run's results")
+        ->required();
+    commands.report->add_option("--out", options.out, "The page (report.html in the folder)");
+    commands.report->add_option("--pictures", options.pictures, "Steps or outputs to show, at most")
+        ->check(CLI::Range(0, 10000));
+    commands.create->add_option("mesh", options.mesh, "The mesh file (Gmsh 2.2 or 4.1)")
+        ->required();
+    commands.create->add_option("--out", options.out, "The problem file (beside the mesh)");
+}
 
 Commands Declare(CLI::App& app, Options& options)
 {
@@ -218,7 +243,11 @@ Commands Declare(CLI::App& app, Options& options)
     app.allow_windows_style_options(false); // a path may begin with a slash there too
     Commands commands{app.add_subcommand("run", "Analyse a problem and write the results"),
                       app.add_subcommand("check", "Tell everything that is wrong with a problem"),
-                      app.add_subcommand("info", "Tell what a mesh holds")};
+                      app.add_subcommand("info", "Tell what a mesh holds"),
+                      app.add_subcommand("report", "Write a page about an earlier run (HTML)"),
+                      app.add_subcommand("new", "Write a problem for a mesh, to be filled in"),
+                      app.add_subcommand("schema", "Print the JSON schema of the problem file")};
+    DeclareFiles(commands, options);
     for (CLI::App* command : {commands.run, commands.check})
     {
         command->add_option("problem", options.problem, "The problem file (JSON)")->required();
@@ -267,9 +296,14 @@ try
     {
         return app.exit(error, out, err) == 0 ? Exit::Done : Exit::WrongInput;
     }
+    options.arguments = arguments;
     const Exit exit = commands.check->parsed()  ? Check(options, out)
                       : commands.info->parsed() ? Info(options, out, err)
-                                                : Run(options, out, err);
+                      : commands.report->parsed()
+                          ? MakeReport(options.folder, options.out, options.pictures, out, err)
+                      : commands.create->parsed() ? MakeProblem(options.mesh, options.out, out, err)
+                      : commands.schema->parsed() ? PrintSchema(out)
+                                                  : Run(options, out, err);
     if (out.flush() || exit != Exit::Done)
         return exit;
     err << "percova: what was to be printed could not be written\n";

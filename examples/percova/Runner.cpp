@@ -2,6 +2,8 @@
 
 #include "analysis/Analysis.h"
 #include "analysis/Transient.h"
+#include "output/Extremes.h"
+#include "output/StoredRun.h"
 #include "output/Summary.h"
 #include "problem/NumberText.h"
 #include "problem/Shown.h"
@@ -67,10 +69,13 @@ Exit Runner::Run(Results& results)
 /// A transient run that fails writes its last state, from which it may be continued.
 bool Runner::Finish(const Results& results, std::string& reason)
 {
+    if (isInTime_ && !WriteSummary(files_, written_, results, reason))
+        return false;
+    StoredRun run;
+    if (!ReadStoredRun(files_.Folder(), run, reason) || !WriteTables(run, reason))
+        return false;
     if (!isInTime_)
         return mark_.Set(doc::file::mark::AllResults(), reason);
-    if (!WriteSummary(files_, written_, results, reason))
-        return false;
     if (!results.stopped.empty())
         return true;
     RemoveFile(files_.OfOutput(results.earlier.size() + results.steps.size() - 1, ".heads"));
@@ -88,6 +93,7 @@ bool Runner::TakeStep(StepResult& step, Results& results)
     const DataTable::ConstValues heads = std::as_const(step.nodal).Column(dataparam::Head);
     const std::vector<double> head(heads.begin(), heads.end()); // in metres, as it was computed
     ConvertToFileUnits(model_.problem.units, step);
+    FindExtremes(written_.problem.units, written_.mesh, step);
     if (!quiet_)
     {
         if (results.steps.size() == 1)

@@ -120,6 +120,14 @@ struct Uplift
     std::vector<UpliftPoint> points; ///< where the line meets the sides of the mesh
 };
 
+/// The least and the greatest value of a field over the nodes.
+struct Extremes
+{
+    std::string name, unit; ///< as in the files; no unit for a pure number
+    double least = kMissing, greatest = kMissing;
+    Point leastAt{kMissing, kMissing}, greatestAt{kMissing, kMissing};
+};
+
 struct StepResult
 {
     std::size_t number = 1; ///< from 1
@@ -149,6 +157,7 @@ struct StepResult
     std::vector<RegionFlow> regions;
     std::vector<ExitFace> exits;
     std::vector<Uplift> uplifts;
+    std::vector<Extremes> extremes; ///< in the units of the problem file, see FindExtremes
     std::vector<double>
         capacity; ///< by node, in a transient run: storage coefficient dW/dpsi [1/m]
     std::vector<double>
@@ -195,6 +204,9 @@ struct Results
     std::size_t nonzeros = 0;
     std::string solver; ///< the solver used, such as "pardiso (mkl 2020.4)"
     int threads = 0;
+    std::string date;                  ///< when the run began, see UtcNow
+    std::vector<std::string> command;  ///< arguments of the program
+    std::vector<std::string> warnings; ///< of the input, human-readable
     Seconds seconds;
     std::vector<std::string> earlier; ///< steps of an interrupted run that this one continues, JSON
     std::vector<double> lastHead;     ///< by node, of the last of them [m]; may be empty

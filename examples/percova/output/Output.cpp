@@ -1,13 +1,12 @@
 #include "output/Output.h"
 
+#include "output/Csv.h"
 #include "problem/NumberText.h"
-#include "problem/Shown.h"
 #include "problem/TextFile.h"
 
 #include <cmath>
 #include <cstring>
 #include <sstream>
-#include <string_view>
 #include <utility>
 
 namespace percova
@@ -201,20 +200,6 @@ std::vector<double> ReadHeads(const std::wstring& path, std::size_t nodes)
 
 namespace
 {
-/// A field of a CSV file, without line ends. A name that a spreadsheet would take for a formula is
-/// marked as text.
-std::string CsvField(std::string text)
-{
-    text = Shown(text);
-    if (!text.empty() && std::string_view("=+-@").find(text[0]) != std::string_view::npos)
-        text.insert(0, 1, '\'');
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    for (std::size_t at = text.find('"'); at != std::string::npos; at = text.find('"', at + 2))
-        text.insert(at, 1, '"');
-    return '"' + text + '"';
-}
-
 void WriteHistoryHeader(std::ostream& out, const Problem& problem)
 {
     const Units& units = problem.units;

@@ -1,4 +1,5 @@
 #include "output/Output.h"
+#include "output/Provenance.h"
 
 #include <nlohmann/json.hpp>
 
@@ -171,6 +172,13 @@ Json StepJson(const StepResult& step)
     Json& uplifts = json["uplift"] = Json::object();
     for (const Uplift& uplift : step.uplifts)
         uplifts[uplift.name] = UpliftJson(uplift);
+    Json& extremes = json["extremes"] = Json::object();
+    for (const Extremes& field : step.extremes)
+        extremes[field.name] = {{"unit", field.unit},
+                                {"least", Value(field.least)},
+                                {"least_at", Value(field.leastAt)},
+                                {"greatest", Value(field.greatest)},
+                                {"greatest_at", Value(field.greatestAt)}};
     if (!step.trouble.empty())
         json["trouble"] = step.trouble;
     if (!step.warnings.empty())
@@ -218,21 +226,29 @@ void AddOutputs(Json& json, const ResultFiles& files, const Model& model, const 
 void WriteResultJson(std::ostream& out, const ResultFiles& files, const Model& model,
                      const Results& results)
 {
-    Json json = {{"problem", model.problem.id},
-                 {"collection", files.NameOfRun(".pvd")},
-                 {"mesh",
-                  {{"nodes", model.mesh.Nodes()},
-                   {"elements", model.mesh.Elements()},
-                   {"equations", results.equations},
-                   {"nonzeros", results.nonzeros}}},
-                 {"solver", results.solver},
-                 {"threads", results.threads},
-                 {"seconds",
-                  {{"read", results.seconds.read},
-                   {"assemble", results.seconds.assemble},
-                   {"solve", results.seconds.solve},
-                   {"write", results.seconds.write},
-                   {"total", results.seconds.total}}}};
+    const Units& units = model.problem.units;
+    Json json = {
+        {"problem", model.problem.id},
+        {"title", model.problem.title},
+        {"date", results.date},
+        {"program", ProgramVersion()},
+        {"command", results.command},
+        {"units", {{"length", units.length}, {"pressure", units.pressure}, {"time", units.time}}},
+        {"warnings", results.warnings},
+        {"collection", files.NameOfRun(".pvd")},
+        {"mesh",
+         {{"nodes", model.mesh.Nodes()},
+          {"elements", model.mesh.Elements()},
+          {"equations", results.equations},
+          {"nonzeros", results.nonzeros}}},
+        {"solver", results.solver},
+        {"threads", results.threads},
+        {"seconds",
+         {{"read", results.seconds.read},
+          {"assemble", results.seconds.assemble},
+          {"solve", results.seconds.solve},
+          {"write", results.seconds.write},
+          {"total", results.seconds.total}}}};
     if (model.problem.time)
         AddOutputs(json, files, model, results);
     else
@@ -243,6 +259,8 @@ void WriteResultJson(std::ostream& out, const ResultFiles& files, const Model& m
         for (const StepResult& step : results.steps)
             steps.push_back(StepJson(step));
     }
+    const Json input = Json::parse(model.problem.text, nullptr, false);
+    json["input"] = input.is_discarded() ? Json() : input;
     out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 

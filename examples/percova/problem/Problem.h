@@ -231,6 +231,7 @@ struct Problem
 {
     std::string file; ///< as the user named it
     std::wstring path;
+    std::string text; ///< of the file, as it was read
     std::string id;
     std::string title;
     double gammaW = 9.81; ///< [kN/m3]

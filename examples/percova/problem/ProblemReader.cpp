@@ -143,7 +143,9 @@ bool ReadProblem(const std::wstring& path, Problem& problem, Faults& faults)
         faults.Error(problem.file, {}, reason);
         return false;
     }
-    return ReadProblemText(text, problem, faults);
+    const bool right = ReadProblemText(text, problem, faults);
+    problem.text = std::move(text);
+    return right;
 }
 
 bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
@@ -164,7 +166,7 @@ bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
         problem.id.resize(std::min(problem.id.rfind('.'), problem.id.size()));
     file.GetText("id", problem.id);
     file.GetText("title", problem.title);
-    file.Ignore({"convention", "wanted", "dimensions", "x_axis"});
+    file.Ignore({"$schema", "convention", "wanted", "dimensions", "x_axis"});
     ReadUnits(file, problem.units);
     GetLegal(file, "gamma_w", dataparam::UnitWeightOfWater, problem.gammaW);
     ReadMeshName(file, problem);
