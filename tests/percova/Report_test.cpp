@@ -330,7 +330,7 @@ void Collect(const Json& schema, std::set<std::string>& keys)
             Collect(item, keys);
 }
 
-TEST(Schema, HasEveryKeyOfTheReader)
+TEST(Schema, HasTheKeysOfTheReaderAndNoOthers)
 {
     std::set<std::string> inSchema, inReader;
     Collect(Schema(), inSchema);
@@ -351,9 +351,10 @@ TEST(Schema, HasEveryKeyOfTheReader)
                 inReader.insert((*key)[1]);
         }
     }
-    EXPECT_GT(inReader.size(), 60u);
-    for (const std::string& key : inReader)
-        EXPECT_TRUE(inSchema.contains(key)) << key << " is to be added to ProblemSchema.cpp";
+    std::vector<std::string> differing; // add a new key of the reader to ProblemSchema.cpp
+    std::set_symmetric_difference(inSchema.begin(), inSchema.end(), inReader.begin(),
+                                  inReader.end(), std::back_inserter(differing));
+    EXPECT_EQ(differing, std::vector<std::string>());
 }
 
 TEST(NewProblem, IsFilledInByWhatCheckNames)

@@ -129,7 +129,7 @@ const char* ProblemSchema()
   },
   "sections": {"type": "array", "items": {"$ref": "#/$defs/named_line"},
    "description": "flow across a line, positive from its left to its right"},
-  "flow_net": {"type": "boolean"},
+  "flow_net": {"type": "boolean", "description": "draw lines of the stream function"},
   "uplift": {"type": "array", "items": {"$ref": "#/$defs/named_line"},
    "description": "lines along which the pore pressure is integrated"},
   "solver": {

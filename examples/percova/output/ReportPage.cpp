@@ -30,12 +30,11 @@ constexpr const char* kStyle =
     "table{border-collapse:collapse;margin:1mm 0 4mm;font-size:8pt;line-height:1.3;"
     "max-width:100%}"
     "th,td{padding:.6mm 1.4mm;text-align:left;vertical-align:top;border-bottom:.2mm solid #ccc;"
-    "overflow-wrap:anywhere}"
-    "thead th{border-bottom:.3mm solid #31445c;vertical-align:bottom;overflow-wrap:normal}"
+    "}.long,tr.group th{overflow-wrap:anywhere}"
+    "thead th{border-bottom:.3mm solid #31445c;vertical-align:bottom}"
     "thead .unit th{font-weight:normal;color:#555;padding-top:0}"
     "thead .head th{border-bottom:0;padding-bottom:0}"
-    ".n{text-align:right;white-space:nowrap;font-variant-numeric:tabular-nums;"
-    "overflow-wrap:normal}"
+    ".n{text-align:right;white-space:nowrap;font-variant-numeric:tabular-nums}"
     "tr.group th{background:#eef1f5}"
     "figure{margin:2mm 0 5mm}figure svg{max-width:100%;height:auto;display:block}"
     "figcaption{color:#555;font-size:9pt}"
@@ -68,6 +67,17 @@ bool IsNumeric(const PageTable& table, std::size_t column)
                 hasNumber = hasNumber || !row[column].IsEmpty();
             }
     return hasNumber;
+}
+
+/// Whether a text may be broken inside its words, so that it does not make a table too wide.
+bool HasLongWord(const std::string& text)
+{
+    constexpr std::size_t kLong = 24;
+    std::size_t size = 0;
+    for (const char c : text)
+        if (size = c == ' ' ? 0 : size + 1; size > kLong)
+            return true;
+    return false;
 }
 
 } // namespace
@@ -131,13 +141,15 @@ void Page::Columns(const PageTable& table, const std::vector<std::size_t>& colum
     for (const PageTable::Group& group : table.groups)
         rows += group.rows.size() + 1;
     std::vector<const char*> kinds;
+    kinds.reserve(columns.size());
     for (const std::size_t k : columns)
         kinds.push_back(IsNumeric(table, k) ? " class=\"n\"" : "");
     out_ << (rows <= kMostWhole ? "<table class=\"whole\">\n" : "<table>\n");
     const auto line = [&](const char* kind, const std::vector<std::string>& texts) {
         out_ << "<tr" << kind << '>';
         for (std::size_t i = 0; i < columns.size(); ++i)
-            out_ << "<th" << kinds[i] << '>' << Html(texts[columns[i]]) << "</th>";
+            out_ << "<th" << (HasLongWord(texts[columns[i]]) ? " class=\"long\"" : kinds[i]) << '>'
+                 << Html(texts[columns[i]]) << "</th>";
         out_ << "</tr>\n";
     };
     out_ << "<thead>\n";
@@ -157,7 +169,7 @@ void Page::Columns(const PageTable& table, const std::vector<std::size_t>& colum
             for (std::size_t i = 0; i < columns.size(); ++i)
             {
                 const Cell cell = columns[i] < row.size() ? row[columns[i]] : Cell();
-                out_ << "<td" << kinds[i] << '>'
+                out_ << "<td" << (HasLongWord(cell.text) ? " class=\"long\"" : kinds[i]) << '>'
                      << (cell.text.empty() ? NumberOf(cell.number, table.digits) : Html(cell.text))
                      << "</td>";
             }

@@ -91,6 +91,12 @@ std::vector<std::string> ItemsOf(const ResultTable& table)
     return items;
 }
 
+/// Items are named by the user, but those of the extreme values are fields.
+std::string ItemText(const ResultTable& table, const std::string& item)
+{
+    return table.name == "extremes" ? WordsOf(item) : item;
+}
+
 Cell StateCell(const StoredRun& run, std::size_t state) { return {run.states[state].name}; }
 
 PageTable EmptyTable(const StoredRun& run, const ResultTable& table, const std::string& label,
@@ -140,12 +146,13 @@ void WriteTable(Page& page, const StoredRun& run, const ResultTable& table)
     {
         PageTable::Group& group = on.groups.emplace_back();
         for (const ResultTable::Row& row : table.rows)
-            group.rows.push_back(Behind({row.item}, row.cells));
+            group.rows.push_back(Behind({ItemText(table, row.item)}, row.cells));
     }
     else
         for (const std::string& item : ItemsOf(table))
         {
-            PageTable::Group& group = on.groups.emplace_back(PageTable::Group{item, {}});
+            PageTable::Group& group =
+                on.groups.emplace_back(PageTable::Group{ItemText(table, item), {}});
             for (const ResultTable::Row& row : table.rows)
                 if (row.item == item && isShown(row.state))
                     group.rows.push_back(Behind(StateCell(run, row.state), row.cells));
