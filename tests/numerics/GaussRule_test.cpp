@@ -38,7 +38,7 @@ TEST(GaussRule, IntegratesPolynomialsOfItsDegreeAndNoFurther)
         {
             const auto rule = GaussRule(shape, degree);
             SCOPED_TRACE(testing::Message() << int(shape) << ' ' << degree);
-            EXPECT_EQ(rule.size(), counts[std::size_t(degree)]);
+            EXPECT_EQ(rule.size(), counts[degree]);
             const auto error = [&, shape = shape](int i, int j) {
                 double sum = -Exact(shape, i, j);
                 for (const GaussPoint& p : rule)

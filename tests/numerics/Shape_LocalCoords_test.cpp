@@ -46,19 +46,24 @@ constexpr double kAround[8][2] = {{1, 0}, {-1, 0}, {0, 1},     {0, -1},
 void Global(const Element& element, double r, double s, double& x, double& y)
 {
     int nodes[8] = {};
+    const auto place = [&](int row) { return element.IsTriangle() && row > 2 ? row + 1 : row; };
     for (int row = 0; row < element.Nodes(); ++row)
-        nodes[element.IsTriangle() && row > 2 ? row + 1 : row] = 1;
+        nodes[place(row)] = 1;
     double N[8];
     Shape_Function(N, r, s, nodes);
     long double sumX = 0, sumY = 0;
     for (int row = 0; row < element.Nodes(); ++row)
     {
-        const int place = element.IsTriangle() && row > 2 ? row + 1 : row;
-        sumX += (long double)N[place] * element.coords[2 * row];
-        sumY += (long double)N[place] * element.coords[2 * row + 1];
+        sumX += (long double)N[place(row)] * element.coords[2 * row];
+        sumY += (long double)N[place(row)] * element.coords[2 * row + 1];
     }
     x = double(sumX);
     y = double(sumY);
+}
+
+int Find(const Element& element, double x, double y, double& r, double& s)
+{
+    return iGlobal_To_Local_Coords(&r, &s, x, y, element.coords.data(), element.Nodes());
 }
 
 /// Every point of a grid over the element, its edge included, must come back.
@@ -73,10 +78,7 @@ void ExpectRoundTrips(const Element& element, double tolerance)
             const double s = element.IsTriangle() ? j / double(kSteps) : 2 * j / double(kSteps) - 1;
             double x, y, foundR = NAN, foundS = NAN, backX, backY;
             Global(element, r, s, x, y);
-            ASSERT_EQ(iGlobal_To_Local_Coords(&foundR, &foundS, x, y, element.coords.data(),
-                                              element.Nodes()),
-                      kLocalCoordsInside)
-                << r << ' ' << s;
+            ASSERT_EQ(Find(element, x, y, foundR, foundS), kLocalCoordsInside) << r << ' ' << s;
             Global(element, foundR, foundS, backX, backY);
             double size = 0;
             for (std::size_t k = 0; k < element.coords.size(); ++k)
@@ -131,9 +133,7 @@ TEST(LocalCoords, NearlyStraightSidesNeitherLoseAPointNorReachFarOutside)
             {
                 double r, s;
                 const double x = 1 + distance * kAround[i][0], y = 1 + distance * kAround[i][1];
-                EXPECT_NE(iGlobal_To_Local_Coords(&r, &s, x, y, element.coords.data(), 8),
-                          kLocalCoordsInside)
-                    << x << ' ' << y;
+                EXPECT_NE(Find(element, x, y, r, s), kLocalCoordsInside) << x << ' ' << y;
             }
     }
 }
@@ -149,8 +149,7 @@ TEST(LocalCoords, APointOutsideIsToldWithItsCoordinates)
         SCOPED_TRACE(element.name);
         double x, y, r = NAN, s = NAN;
         Global(element, wantedR, wantedS, x, y);
-        EXPECT_EQ(iGlobal_To_Local_Coords(&r, &s, x, y, element.coords.data(), element.Nodes()),
-                  kLocalCoordsOutside);
+        EXPECT_EQ(Find(element, x, y, r, s), kLocalCoordsOutside);
         EXPECT_NEAR(r, wantedR, 1e-9 * std::fabs(wantedR) + 1e-9);
         EXPECT_NEAR(s, wantedS, 1e-9 * std::fabs(wantedS) + 1e-9);
     }
@@ -172,16 +171,12 @@ TEST(LocalCoords, FailureLeavesTheResultAlone)
     for (const Element& element : rows)
     {
         double r = 7, s = 8;
-        EXPECT_EQ(iGlobal_To_Local_Coords(&r, &s, 0.1, 0.3, element.coords.data(), element.Nodes()),
-                  kLocalCoordsFailed)
-            << element.name;
+        EXPECT_EQ(Find(element, 0.1, 0.3, r, s), kLocalCoordsFailed) << element.name;
         EXPECT_TRUE(r == 7 && s == 8) << element.name;
     }
     double r = 7, s = 8;
-    EXPECT_EQ(iGlobal_To_Local_Coords(&r, &s, NAN, 0, kElements[0].coords.data(), 3),
-              kLocalCoordsFailed);
+    EXPECT_EQ(Find(kElements[0], NAN, 0, r, s), kLocalCoordsFailed);
     // Beyond the line where a quadrilateral's map folds it has no inverse.
-    EXPECT_EQ(iGlobal_To_Local_Coords(&r, &s, 2, -1, kElements[6].coords.data(), 4),
-              kLocalCoordsFailed);
+    EXPECT_EQ(Find(kElements[6], 2, -1, r, s), kLocalCoordsFailed);
     EXPECT_EQ(r, 7);
 }

@@ -38,14 +38,6 @@ std::array<double, 8> Values(const Flags& nodes, double r, double s)
     return N;
 }
 
-std::string Name(const Flags& nodes)
-{
-    std::string name;
-    for (int flag : nodes)
-        name += flag > 0 ? '1' : '0';
-    return name;
-}
-
 } // namespace
 
 TEST(ShapeFunction, IsOneAtItsNodeAndZeroAtTheOthers)
@@ -58,7 +50,8 @@ TEST(ShapeFunction, IsOneAtItsNodeAndZeroAtTheOthers)
             const NodePlace place = nodes[3] ? kQuadrilateral[at] : kTriangle[at];
             const auto N = Values(nodes, place.r, place.s);
             for (int i = 0; i < 8; ++i)
-                EXPECT_EQ(N[i], i == at ? 1.0 : 0.0) << Name(nodes) << " N" << i << " at " << at;
+                EXPECT_EQ(N[i], i == at ? 1.0 : 0.0)
+                    << testing::PrintToString(nodes) << " N" << i << " at " << at;
         }
 }
 
@@ -89,14 +82,16 @@ TEST(ShapeDerivative, IsTheDifferenceQuotientOfTheFunctions)
             double sum = 0, sumByR = 0, sumByS = 0;
             for (int i = 0; i < 8; ++i)
             {
-                EXPECT_NEAR(dN[0][i], (right[i] - left[i]) / (2 * h), 1e-12) << Name(nodes) << i;
-                EXPECT_NEAR(dN[1][i], (above[i] - below[i]) / (2 * h), 1e-12) << Name(nodes) << i;
+                EXPECT_NEAR(dN[0][i], (right[i] - left[i]) / (2 * h), 1e-12)
+                    << testing::PrintToString(nodes) << i;
+                EXPECT_NEAR(dN[1][i], (above[i] - below[i]) / (2 * h), 1e-12)
+                    << testing::PrintToString(nodes) << i;
                 sum += right[i];
                 sumByR += dN[0][i];
                 sumByS += dN[1][i];
             }
-            EXPECT_NEAR(sum, 1, 1e-14) << Name(nodes);
-            EXPECT_NEAR(sumByR, 0, 1e-14) << Name(nodes);
-            EXPECT_NEAR(sumByS, 0, 1e-14) << Name(nodes);
+            EXPECT_NEAR(sum, 1, 1e-14) << testing::PrintToString(nodes);
+            EXPECT_NEAR(sumByR, 0, 1e-14) << testing::PrintToString(nodes);
+            EXPECT_NEAR(sumByS, 0, 1e-14) << testing::PrintToString(nodes);
         }
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 using math::fpu::Exception;
 
@@ -24,22 +25,18 @@ TEST(FpuException, TellsWhatWasRaisedSinceItWasCleared)
     EXPECT_FALSE(Exception::IsError());
     EXPECT_TRUE(Exception::IsError(Exception::kInexact));
 
-    const struct
-    {
-        volatile double& a;
-        volatile double& b;
-        unsigned raised;
-    } rows[] = {{one, zero, Exception::kDivideByZero},
-                {zero, zero, Exception::kInvalid},
-                {large, third, Exception::kOverflow}};
-    for (const auto& row : rows)
+    const std::tuple<volatile double&, volatile double&, unsigned> rows[] = {
+        {one, zero, Exception::kDivideByZero},
+        {zero, zero, Exception::kInvalid},
+        {large, third, Exception::kOverflow}};
+    for (const auto& [a, b, raised] : rows)
     {
         Exception::Clear();
         EXPECT_FALSE(Exception::IsError(63));
-        third = row.a / row.b;
+        third = a / b;
         EXPECT_TRUE(Exception::IsError());
-        EXPECT_TRUE(Exception::IsError(row.raised));
-        EXPECT_FALSE(Exception::IsError(Exception::DefaultExceptionMask() & ~row.raised));
+        EXPECT_TRUE(Exception::IsError(raised));
+        EXPECT_FALSE(Exception::IsError(Exception::DefaultExceptionMask() & ~raised));
         third = 1.0 / 3;
     }
     Exception::Clear();

@@ -1,9 +1,9 @@
-#include "numerics/SolverSystems.h"
+#include "numerics/FilledSystem.h"
 #include "numerics/math_SparseSolver.h"
 #include "numerics/solve/Pardiso.h"
 #include "numerics/solve/Vendor.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <optional>
 
@@ -17,8 +17,7 @@ using namespace numerics;
 struct Call
 {
     std::vector<void*> pt;
-    std::vector<int> numbers; // maxfct, mnum, mtype, phase, n, perm, nrhs, msglvl
-    std::vector<int> iparm;
+    std::vector<int> numbers, iparm; // maxfct, mnum, mtype, phase, n, perm, nrhs, msglvl
     bool hasMatrix, hasVectors;
     std::vector<int> ia{}, ja{};
     std::vector<double> a{}, b{};
@@ -39,8 +38,7 @@ void StandIn(void* pt, const int* maxfct, const int* mnum, const int* mtype, con
               b || x};
     if (call.hasMatrix)
     {
-        const double* values = static_cast<const double*>(a);
-        const double* right = static_cast<const double*>(b);
+        const auto *values = static_cast<const double*>(a), *right = static_cast<const double*>(b);
         call.ia.assign(ia, ia + *n + 1);
         call.ja.assign(ja, ja + (ia[*n] - 1));
         call.a.assign(values, values + (ia[*n] - 1));
@@ -82,10 +80,10 @@ TEST_F(PardisoCall, PassesEveryArgumentAsPrescribed)
     const Call& call = calls[0];
     EXPECT_EQ(call.pt, std::vector<void*>(64, nullptr));
     EXPECT_EQ(call.numbers, (std::vector<int>{1, 1, 11, 13, 4, 0, 1, 0}));
-    EXPECT_EQ(call.iparm,
-              (std::vector<int>{1, 3, 0, 0, 0, 0, 0, 0, 0, 13, 1, 0, 1, 0, 0, 0, 0, -1, -1, 0, 1, 0,
-                                0, 1, 0, 0, 1, 0, 0, 0, 0, 0,  0, 0, 0, 0, 0, 0, 0, 0,  0,  0, 0, 0,
-                                0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  0, 0, 0, 0, 0, 0, 0, 0,  0,  0}));
+    std::vector<int> iparm = {1, 3, 0, 0,  0,  0, 0, 0, 0, 13, 1, 0, 1, 0,
+                              0, 0, 0, -1, -1, 0, 1, 0, 0, 1,  0, 0, 1};
+    iparm.resize(64);
+    EXPECT_EQ(call.iparm, iparm);
     EXPECT_EQ(call.a, (std::vector<double>{4, -1, 5}));
     EXPECT_EQ(call.ja, (std::vector<int>{1, 4, 3}));
     EXPECT_EQ(call.ia, (std::vector<int>{1, 3, 3, 4, 4}));
@@ -143,7 +141,7 @@ TEST_F(PardisoCall, TellsTheErrorAndTheEmptyRow)
     const SolveRecord record = pardiso.Solve(A_, b_.data(), x_.data());
     EXPECT_EQ(record.outcome, SolveOutcome::Singular);
     EXPECT_EQ(record.equation, 1);
-    EXPECT_NE(record.reason.find(L"-4"), std::wstring::npos);
+    EXPECT_THAT(record.reason, testing::HasSubstr(L"-4"));
     EXPECT_EQ(pardiso.Error(), -4);
     EXPECT_TRUE(pardiso.IsHeld());
 }
@@ -159,28 +157,21 @@ TEST_F(PardisoCall, HandsTheNumberOfThreadsOn)
     EXPECT_EQ(threadsSet, (std::vector<int>{3, 1}));
 }
 
-SolveRecord Solve(const systems::System& system)
+SolveRecord Solve(const filled_system::System& system, const PardisoFunctions& functions)
 {
+    ReplacePardiso(&functions);
     std::vector<double> x(system.b.size());
-    return Pardiso().Solve(system.View(), system.b.data(), x.data());
+    const SolveRecord record = Pardiso().Solve(system.View(), system.b.data(), x.data());
+    ReplacePardiso(nullptr);
+    return record;
 }
 
-/// The built-in solver in place of the vendor's.
-class PardisoBuiltIn : public testing::Test
+TEST(PardisoBuiltIn, MakesUpForHalvesThatDifferByRounding)
 {
-protected:
-    PardisoBuiltIn() { ReplacePardiso(&BuiltInPardiso()); }
-    ~PardisoBuiltIn() override { ReplacePardiso(nullptr); }
-};
-
-double Uniform(int, int) { return 1; }
-
-TEST_F(PardisoBuiltIn, MakesUpForHalvesThatDifferByRounding)
-{
-    systems::System system = systems::Flow(20, Uniform);
+    filled_system::System system = filled_system::Flow(20);
     for (int i = 1; i < system.Size(); ++i)
         system.At(i, i - 1) *= 1 + 4e-13;
-    const SolveRecord record = Solve(system);
+    const SolveRecord record = Solve(system, BuiltInPardiso());
     EXPECT_EQ(record.outcome, SolveOutcome::Solved);
     EXPECT_LT(record.residual, 1e-13);
 }
@@ -191,11 +182,13 @@ TEST(PardisoVendor, IsFoundByItsNameAndTakesThreads)
     const std::optional<Vendor> found = LoadVendor(L"");
     if (!found)
         GTEST_SKIP() << "no MKL on this machine";
-    EXPECT_EQ(found->solver.name.find(L"mkl 20"), 0u);
+    EXPECT_THAT(found->solver.name, testing::StartsWith(L"mkl 20"));
     found->solver.setThreads(2);
+    const SolveRecord record = Solve(filled_system::Flow(40), found->solver);
+    EXPECT_EQ(record.solver, L"pardiso (" + found->solver.name + L")");
+    EXPECT_LT(record.residual, 1e-12);
     ReplacePardiso(&found->solver);
-    EXPECT_EQ(SparseSolverName(), L"pardiso (" + found->solver.name + L")");
-    EXPECT_LT(Solve(systems::Flow(40, Uniform)).residual, 1e-12);
+    EXPECT_EQ(SparseSolverName(), record.solver);
     FreeSparseSolverMemory();
     ReplacePardiso(nullptr);
 }

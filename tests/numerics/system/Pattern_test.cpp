@@ -2,7 +2,6 @@
 #include "numerics/system/Pattern.h"
 
 #include <limits>
-#include <map>
 
 using filled_system::Lists;
 using math::SolveOutcome;
@@ -26,33 +25,21 @@ void ExpectRight(const tagMultiVectorInt& elements, int count)
 {
     Pattern pattern;
     ASSERT_EQ(BuildPattern(elements, count, pattern).outcome, SolveOutcome::Solved);
-    std::vector<std::map<int, double>> rows(std::size_t(pattern.n));
-    std::vector<double> values(pattern.columns.size()), expected;
+    filled_system::Model model{elements, {}, filled_system::Numbers(pattern.n)};
+    std::vector<double> values(pattern.columns.size());
     for (std::size_t e = 0; e < elements.Count(); ++e)
     {
-        const int size = pattern.ElementSize(e);
-        const int* list = elements.values.data() + pattern.ElementStart(e);
-        std::vector<double> m(std::size_t(size * size));
+        auto& m = model.matrices.emplace_back(pattern.ElementSize(e) * pattern.ElementSize(e));
         std::iota(m.begin(), m.end(), double(e + 1));
         AddElement(pattern, e, m.data(), values.data());
-        for (int k = 0; k < size * size; ++k)
-            rows[std::size_t(list[k / size])][list[k % size]] += m[std::size_t(k)];
     }
-    std::vector<int> starts{0}, columns;
-    for (int i = 0; i < pattern.n; ++i)
-    {
-        for (const auto& [column, value] : rows[std::size_t(i)])
-        {
-            EXPECT_EQ(pattern.Find(i, column), int(columns.size()));
-            columns.push_back(column);
-            expected.push_back(value);
-        }
-        starts.push_back(int(columns.size()));
-    }
-    EXPECT_EQ(pattern.rowStart, starts);
-    EXPECT_TRUE(
-        std::equal(columns.begin(), columns.end(), pattern.columns.begin(), pattern.columns.end()));
-    EXPECT_EQ(values, expected);
+    const filled_system::System expected = model;
+    EXPECT_EQ(pattern.rowStart, expected.rowStart);
+    EXPECT_TRUE(std::equal(expected.columns.begin(), expected.columns.end(),
+                           pattern.columns.begin(), pattern.columns.end()));
+    EXPECT_EQ(values, expected.values);
+    expected.ForEntries(
+        [&, at = 0](int i, int j, double) mutable { EXPECT_EQ(pattern.Find(i, j), at++); });
 }
 
 TEST(Pattern, HoldsEveryPairOfEveryListAscending)
@@ -102,8 +89,8 @@ TEST(Pattern, HoldsARowLongerThanTwoBytesCount)
     std::vector<double> values(pattern.columns.size());
     const double m[] = {1, 2, 3, 4};
     AddElement(pattern, kPoints - 2, m, values.data());
-    EXPECT_EQ(values[std::size_t(pattern.Find(0, kPoints - 1))], 3);
-    EXPECT_EQ(values[std::size_t(pattern.Find(kPoints - 1, 0))], 2);
+    EXPECT_EQ(values[pattern.Find(0, kPoints - 1)], 3);
+    EXPECT_EQ(values[pattern.Find(kPoints - 1, 0)], 2);
     EXPECT_EQ(pattern.Find(5, 6), -1);
 }
 
@@ -132,24 +119,17 @@ TEST(Pattern, RefusesWhatCannotBeStored)
     }
 }
 
-/// Elements of 30 equations each, one and a half further on with each element.
-tagMultiVectorInt Chain(int count, std::mt19937& random)
+TEST(Pattern, AddsElementsToTheSameBitsOnAnyNumberOfThreads)
 {
+    std::mt19937 random(5);
     tagMultiVectorInt elements;
-    for (int e = 0; e < count; ++e)
+    for (int e = 0; e < 1200; ++e) // 1.08 million entries, each list one and a half further on
     {
         std::vector<int> list(30);
         for (int& equation : list)
             equation = e * 3 / 2 + int(random() % 40);
         elements.Add(list);
     }
-    return elements;
-}
-
-TEST(Pattern, AddsElementsToTheSameBitsOnAnyNumberOfThreads)
-{
-    std::mt19937 random(5);
-    const tagMultiVectorInt elements = Chain(1200, random); // 1.08 million entries
     std::vector<double> m(900 * elements.Count());
     for (double& entry : m)
         entry = 1.0 / double(1 + random() % 1000);
