@@ -1,8 +1,6 @@
 #include "Geom/FPOINT.h"
 #include "Geom/GeomTest.h"
 
-#include <gtest/gtest.h>
-
 using namespace geomtest;
 
 TEST(FPOINT, OrdersByXThenYAndLeavesZOut)

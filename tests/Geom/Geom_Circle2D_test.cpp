@@ -2,15 +2,11 @@
 #include "Geom/Geom_Circle2D.h"
 #include "Geom/Geom_Vector.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cmath>
 #include <numbers>
 
 namespace
 {
-using namespace Geom;
 using namespace geomtest;
 
 constexpr double kPi = std::numbers::pi;
@@ -86,8 +82,7 @@ TEST(Vector2D, HasAnglesWithinAUnitInTheLastPlace)
         {
             const double y = (i % 200 - 100) * 0.01 * scale, x = (i / 100 - 100) * 0.01;
             const double angle = VectorAngle2D({1, 0}, {x, y});
-            const long double right =
-                x == 0 && y == 0 ? 0 : std::atan2((long double)y, (long double)x);
+            const long double right = std::atan2((long double)y, (long double)x); // 0 for 0
             const double unit = std::nextafter(std::fabs(angle), 9) - std::fabs(angle);
             if (!(y == 0 && x < 0))
                 worst = std::max(worst, std::fabs(angle - right) / unit);
@@ -135,7 +130,8 @@ TEST(Circle2D, MeetsLinesInUpToTwoPoints)
 {
     using Points = std::vector<Point2D>;
     const Circle2D circle = {{0, 0}, 5};
-    const double kFarHalf = std::sqrt(2000 * 0x1p-30 - 0x1p-60);
+    const double kFarHalf = std::sqrt(2000 * 0x1p-30 - 0x1p-60), kTop = 4.5e6 + 1000 - 0x1p-30;
+    const Points far = {{4.5e6 - kFarHalf, kTop}, {4.5e6 + kFarHalf, kTop}};
     const std::tuple<Circle2D, Line2D, Points, Points> rows[] = {
         {circle, {{-9, 3}, {9, 3}}, {{-4, 3}, {4, 3}}, {{-4, 3}, {4, 3}}},
         {circle, {{9, 3}, {0, 3}}, {{4, 3}}, {{4, 3}, {-4, 3}}},
@@ -149,10 +145,7 @@ TEST(Circle2D, MeetsLinesInUpToTwoPoints)
         {{{0, 0}, kNaN}, {{0, 2}, {4, 2}}, {}, {}},
         {circle, {{0, kInfinity}, {4, 2}}, {}, {}},
         // A chord of 45 half-epsilons far out: 2^-30 is the last digit there.
-        {{{4.5e6, 4.5e6}, 1000},
-         {{4.5e6 - 2000, 4.5e6 + 1000 - 0x1p-30}, {4.5e6 + 2000, 4.5e6 + 1000 - 0x1p-30}},
-         {{4.5e6 - kFarHalf, 4.5e6 + 1000 - 0x1p-30}, {4.5e6 + kFarHalf, 4.5e6 + 1000 - 0x1p-30}},
-         {{4.5e6 - kFarHalf, 4.5e6 + 1000 - 0x1p-30}, {4.5e6 + kFarHalf, 4.5e6 + 1000 - 0x1p-30}}},
+        {{{4.5e6, 4.5e6}, 1000}, {{4.498e6, kTop}, {4.502e6, kTop}}, far, far},
     };
     for (const auto& [round, line, onSegment, onLine] : rows)
     {

@@ -3,17 +3,11 @@
 #include "Geom/Geom_MeshEdges2D.h"
 #include "Geom/Geom_Polygon.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <random>
 #include <set>
 
 namespace
 {
-using namespace Geom;
 using namespace geomtest;
-using Ids = std::vector<std::uint32_t>;
 
 constexpr std::uint32_t kNone = CellTable::MissingID();
 
@@ -34,10 +28,9 @@ struct Mesh
         for (unsigned i = 0; i < side * side; ++i)
         {
             const unsigned a = i / side * (side + 1) + i % side, b = a + side + 1;
-            const Ids whole = {a, a + 1, b + 1, b}, half1 = {a, a + 1, b + 1},
-                      half2 = {a, b + 1, b};
+            const Ids whole = {a, a + 1, b + 1, b}, half = {a, a + 1, b + 1}, rest = {a, b + 1, b};
             for (const Ids& element :
-                 i % 3 == 0 ? std::vector<Ids>{half1, half2} : std::vector<Ids>{whole})
+                 i % 3 == 0 ? std::vector<Ids>{half, rest} : std::vector<Ids>{whole})
             {
                 corners.insert(corners.end(), element.begin(), element.end());
                 starts.push_back(std::uint32_t(corners.size()));
@@ -121,7 +114,6 @@ TEST(MeshEdges2D, AreCutInOrderWithNodesOnce)
         ExpectLikeAScan(moved, {{a.x * 2 - b.x, a.y * 2 - b.y}, {b.x + 3e-5, b.y - 3e-5}});
     }
     ExpectLikeAScan(moved, {{-1e9, -1e9}, {1e9, 1e9 + 1}});
-    std::printf("[ ORACLE   ] %d lines through meshes compared with a scan\n", 4 * tries);
 
     // By hand: along the lower border, then out.
     std::vector<MeshHit2D> hits;
@@ -131,9 +123,8 @@ TEST(MeshEdges2D, AreCutInOrderWithNodesOnce)
     ASSERT_EQ(hits.size(), 2u);
     EXPECT_TRUE(hits[0].node == 1 && hits[0].from == 0 && hits[0].to == 2 &&
                 hits[0].parameter == 0.2);
-    EXPECT_EQ(small.edges.NodesOf(hits[0].edge), (std::pair<std::uint32_t, std::uint32_t>(1, 2)));
-    EXPECT_EQ(small.edges.ElementsOf(hits[0].edge),
-              (std::pair<std::uint32_t, std::uint32_t>(2, kNone)));
+    EXPECT_EQ(small.edges.NodesOf(hits[0].edge), std::pair(1u, 2u));
+    EXPECT_EQ(small.edges.ElementsOf(hits[0].edge), std::pair(2u, kNone));
     EXPECT_TRUE(hits[1].node == 2 && hits[1].from == 2 && hits[1].to == kNone);
 }
 

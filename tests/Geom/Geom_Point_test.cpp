@@ -1,15 +1,7 @@
 #include "Geom/GeomTest.h"
-#include "Geom/Geom_Line2D.h"
-#include "Geom/Geom_Point.h"
-
-#include <gtest/gtest.h>
-
-#include <random>
-#include <vector>
 
 namespace
 {
-using namespace Geom;
 using namespace geomtest;
 
 TEST(Precision3D, StartsWithFourDigitsAndTakesOthers)

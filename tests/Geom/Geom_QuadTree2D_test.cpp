@@ -1,24 +1,16 @@
 #include "Geom/GeomTest.h"
 #include "Geom/Geom_CellTable.h"
-#include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_Polygon.h"
 #include "Geom/Geom_QuadTree2D.h"
 #include "Geom/Geom_Region.h"
 #include "Geom/Geom_Vector.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdio>
 #include <map>
-#include <random>
+#include <numeric>
 
 namespace
 {
-using namespace Geom;
 using namespace geomtest;
-using Ids = std::vector<std::uint32_t>;
-using Ring = std::vector<Point2D>;
 using Items = std::map<std::uint32_t, Ring>;
 
 constexpr std::uint32_t kNone = CellTable::MissingID();
@@ -31,33 +23,13 @@ QuadTree2D Tree(const Extents2D& box = kBox, unsigned capacity = 10)
     return tree;
 }
 
-Ring Rectangle(double x, double y, double width, double height)
-{
-    return {{x, y}, {x + width, y}, {x + width, y + height}, {x, y + height}, {x, y}};
-}
-
-long scans = 0; ///< so far
-
 /// Whether a closed ring has a point in common with a box widened by @p reach: an edge that the box
 /// cuts, or the box in the ring.
-bool DoesMeet(const Ring& ring, const Extents2D& box, double reach)
+bool DoMeet(const Ring& ring, const Extents2D& box, double reach)
 {
     for (std::size_t i = 0; i < ring.size(); ++i)
-    {
-        const Point2D &a = ring[i], &b = ring[(i + 1) % ring.size()];
-        double from = 0, to = 1;
-        const auto cut = [&](double start, double way, double low, double high) {
-            if (way == 0)
-                return start >= low && start <= high;
-            const double t1 = (low - start) / way, t2 = (high - start) / way;
-            from = std::max(from, std::min(t1, t2));
-            to = std::min(to, std::max(t1, t2));
+        if (DoesMeet(Line2D{ring[i], ring[(i + 1) % ring.size()]}, box, reach))
             return true;
-        };
-        if (cut(a.x, b.x - a.x, box.minX - reach, box.maxX + reach) &&
-            cut(a.y, b.y - a.y, box.minY - reach, box.maxY + reach) && from <= to)
-            return true;
-    }
     return PolygonContainsPoint2D(ring.data(), ring.size(), {box.minX, box.minY}, true, kPrecision);
 }
 
@@ -75,9 +47,9 @@ void ExpectSearchesLikeAScan(const QuadTree2D& tree, const Items& items, const P
             continue;
         ring.push_back(ring.front());
         const bool has = std::binary_search(found.begin(), found.end(), id);
-        ASSERT_TRUE(has || !DoesMeet(ring, box, 5e-5 - 1e-9)) << id << ' ' << p.x << ' ' << p.y;
-        ASSERT_TRUE(!has || DoesMeet(ring, box, 5e-5 + 1e-9)) << id << ' ' << p.x << ' ' << p.y;
-        if (!DoesMeet(ring, kBox, 0)) // the tree does not know it
+        ASSERT_EQ(DoMeet(ring, box, 5e-5 + (has ? 1e-9 : -1e-9)), has)
+            << id << ' ' << p.x << ' ' << p.y;
+        if (!DoMeet(ring, kBox, 0)) // the tree does not know it
             continue;
         if (PolygonContainsPoint2D(ring.data(), ring.size(), p, true, kPrecision))
             least = 0;
@@ -93,7 +65,6 @@ void ExpectSearchesLikeAScan(const QuadTree2D& tree, const Items& items, const P
 void ExpectLikeAScan(const QuadTree2D& tree, const Items& items, const Point2D& p)
 {
     Ids ids = {99}, expected;
-    ++scans;
     for (auto [id, ring] : items)
     {
         if (!ring.empty())
@@ -176,8 +147,8 @@ TEST(QuadTree2D, AnswersAsALinearScan)
             points.insert(points.end(), ring.begin(), ring.end());
             starts.push_back(std::uint32_t(points.size()));
         }
-        for (std::uint32_t i = 0; i < points.size(); ++i)
-            corners.push_back(i);
+        corners.resize(points.size());
+        std::iota(corners.begin(), corners.end(), 0u);
         ASSERT_TRUE(loaded.Load(points.data(), round % 2 == 0 ? nullptr : corners.data(),
                                 starts.data(), std::uint32_t(ranked.size())));
         for (int i = 0; i < 250; ++i)
@@ -191,7 +162,6 @@ TEST(QuadTree2D, AnswersAsALinearScan)
         }
         ExpectLikeAScan(tree, {}, {33.3, 66.6});
     }
-    std::printf("[ ORACLE   ] %ld answers compared with a scan\n", scans);
 }
 
 TEST(QuadTree2D, HasAnAnswerForWhatLiesOutside)
@@ -269,11 +239,11 @@ TEST(QuadTree2D, StaysShallowForClustersAndSmallWhereSplittingSeparatesNothing)
         points.Insert(i, {{50.01, 50.01}, {50.01, 50.01}});
         strips.Insert(i % 50, Rectangle(0, 33.3, 100, 1e-3));
     }
+    const auto around = [](double angle, double r) {
+        return CalcPtFromAngle2D({30, 30}, angle, r);
+    };
     for (std::uint32_t i = 0; i < 50; ++i)
-        fan.Insert(i, {{30, 30},
-                       CalcPtFromAngle2D({30, 30}, i * 0.1, 9),
-                       CalcPtFromAngle2D({30, 30}, i * 0.1 + 0.1, 9),
-                       {30, 30}});
+        fan.Insert(i, {{30, 30}, around(i * 0.1, 9), around(i * 0.1 + 0.1, 9), {30, 30}});
     EXPECT_LT(heap.NumNodes(), 10u);
     EXPECT_LT(points.NumNodes(), 130u);
     EXPECT_LT(strips.NumNodes(), 22u); // two levels: a quarter of their length
@@ -283,46 +253,41 @@ TEST(QuadTree2D, StaysShallowForClustersAndSmallWhereSplittingSeparatesNothing)
     EXPECT_EQ(ids.size(), 20000u);
     EXPECT_EQ(points.Find({50.01, 50.01}), 0u);
     EXPECT_EQ(strips.Find({50, 33.3005}), 0u);
-    EXPECT_EQ(fan.Find(CalcPtFromAngle2D({30, 30}, 2.05, 8)), 20u);
+    EXPECT_EQ(fan.Find(around(2.05, 8)), 20u);
 }
 
 TEST(QuadTree2D, KeepsItsNodesWhateverTheOrderOfSizes)
 {
     // 10,000 items under 11 outlines and 30 strips: these first, last, and all from arrays.
-    std::size_t alone = 0;
-    for (const char* order : {"none", "first", "last", "loaded"})
+    QuadTree2D alone = Tree(), first = Tree(), last = Tree(), loaded = Tree();
+    Ring points;
+    Ids starts = {0};
+    const auto insert = [&](std::initializer_list<QuadTree2D*> trees, int id, const Ring& ring) {
+        points.insert(points.end(), ring.begin(), ring.end());
+        starts.push_back(std::uint32_t(points.size()));
+        for (QuadTree2D* tree : trees)
+            tree->Insert(std::uint32_t(id), ring);
+    };
+    const auto insertLarge = [&](QuadTree2D& tree) {
+        for (int i = 0; i < 41; ++i)
+            insert({&tree}, 20000 + i,
+                   i < 11 ? Rectangle(0, 0, 100, 100) : Rectangle(0, 3 * (i - 11), 100, 1e-3));
+    };
+    insertLarge(first);
+    points.clear();
+    starts = {0};
+    for (int i = 0; i < 10000; ++i)
+        insert({&alone, &first, &last}, i, Rectangle(i % 100, i / 100, 1, 1));
+    insertLarge(last);
+    loaded = last;
+    loaded.Load(points.data(), nullptr, starts.data(), std::uint32_t(starts.size() - 1));
+    for (const QuadTree2D* tree : {&first, &last, &loaded})
     {
-        QuadTree2D tree = Tree();
-        Ring points;
-        Ids starts = {0};
-        const auto insert = [&](std::uint32_t id, const Ring& ring) {
-            points.insert(points.end(), ring.begin(), ring.end());
-            starts.push_back(std::uint32_t(points.size()));
-            tree.Insert(id, ring);
-        };
-        const auto insertLarge = [&] {
-            for (std::uint32_t i = 0; i < 41; ++i)
-                insert(20000 + i,
-                       i < 11 ? Rectangle(0, 0, 100, 100) : Rectangle(0, 3 * (i - 11), 100, 1e-3));
-        };
-        if (order[0] == 'f')
-            insertLarge();
-        for (std::uint32_t i = 0; i < 10000; ++i)
-            insert(i, Rectangle(i % 100, i / 100, 1, 1));
-        if (order[0] == 'n')
-        {
-            alone = tree.NumNodes();
-            continue;
-        }
-        if (order[0] == 'l')
-            insertLarge();
-        if (order[1] == 'o')
-            tree.Load(points.data(), nullptr, starts.data(), std::uint32_t(starts.size() - 1));
-        EXPECT_LE(tree.NumNodes(), alone * 5 / 4) << order;
-        EXPECT_GE(tree.NumNodes(), alone * 3 / 4) << order; // a large leaf would be slow
+        EXPECT_LE(tree->NumNodes(), alone.NumNodes() * 5 / 4);
+        EXPECT_GE(tree->NumNodes(), alone.NumNodes() * 3 / 4); // a large leaf would be slow
         Ids ids;
-        EXPECT_TRUE(tree.FindAll(ids, {50.5, 50.5}));
-        EXPECT_EQ(ids.size(), 12u) << order;
+        EXPECT_TRUE(tree->FindAll(ids, {50.5, 50.5}));
+        EXPECT_EQ(ids.size(), 12u);
     }
 }
 

@@ -1,27 +1,18 @@
 #include "Geom/GeomTest.h"
 #include "Geom/Geom_Region.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 namespace
 {
-using namespace Geom;
 using namespace geomtest;
-using Ring = std::vector<Point2D>;
-
-Ring Square(double x, double y, double side)
-{
-    return {{x, y}, {x + side, y}, {x + side, y + side}, {x, y + side}, {x, y}};
-}
 
 const Region2D kSound = {Square(0, 0, 10), {Square(1, 1, 2), Square(5, 5, 3)}};
 
 TEST(Region2D, IsCheckedWithTheReasonAndThePlace)
 {
     using enum RegionFlaw;
+    const Ring ten = Square(0, 0, 10);
     const Ring bowTie = {{0, 0}, {10, 10}, {10, 0}, {0, 10}, {0, 0}};
+    const Ring repeated = {{0, 0}, {1, 0}, {1, 4e-5}, {1, 1}, {0, 0}};
     const Ring spike = {{0, 0}, {10, 0}, {10, 10}, {10, 12}, {10, 10}, {0, 10}, {0, 0}};
     const Ring dent = {{0, 0}, {10, -1e-9}, {10.1, 4e-5}, {110, 0}, {110, 50}, {0, 50}, {0, 0}};
     const std::tuple<const char*, Region2D, RegionFault2D> rows[] = {
@@ -29,28 +20,22 @@ TEST(Region2D, IsCheckedWithTheReasonAndThePlace)
         {"clockwise", {Ring(kSound.outline.rbegin(), kSound.outline.rend()), kSound.holes}, {}},
         {"dent", {dent, {}}, {}},
         {"empty", {}, {TooFewPoints, 0, 0, 0, kNoPoint}},
-        {"NaN", {Square(0, 0, 10), {Square(1, kNaN, 2)}}, {NotFinite, 1, 1, 0, kNoPoint}},
+        {"NaN", {ten, {Square(1, kNaN, 2)}}, {NotFinite, 1, 1, 0, kNoPoint}},
         {"line", {{{0, 0}, {1, 0}, {0, 0}}, {}}, {TooFewPoints, 0, 0, 0, {0, 0}}},
         {"open", {{{0, 0}, {1, 0}, {1, 1}, {0, 1}}, {}}, {NotClosed, 0, 0, 3, {0, 1}}},
-        {"repeated",
-         {{{0, 0}, {1, 0}, {1, 4e-5}, {1, 1}, {0, 0}}, {}},
-         {RepeatedPoint, 0, 0, 1, {1, 0}}},
+        {"repeated", {repeated, {}}, {RepeatedPoint, 0, 0, 1, {1, 0}}},
         {"bow tie", {bowTie, {}}, {SelfContact, 0, 0, 0, {5, 5}}},
         {"spike", {spike, {}}, {SelfContact, 0, 0, 1, {10, 10}}},
         {"no area", {{{0, 0}, {5, 0}, {9, 0}, {0, 0}}, {}}, {SelfContact, 0, 0, 0, {0, 0}}},
-        {"crossing hole", {Square(0, 0, 10), {Square(8, 4, 5)}}, {RingContact, 0, 1, 1, {10, 4}}},
+        {"crossing hole", {ten, {Square(8, 4, 5)}}, {RingContact, 0, 1, 1, {10, 4}}},
         {"touching hole",
-         {Square(0, 0, 10), {{{10 - 4e-5, 5}, {8, 6}, {8, 4}, {10 - 4e-5, 5}}}},
+         {ten, {{{10 - 4e-5, 5}, {8, 6}, {8, 4}, {10 - 4e-5, 5}}}},
          {RingContact, 0, 1, 1, {10 - 4e-5, 5}}},
         {"hole outside",
-         {Square(0, 0, 10), {Square(1, 1, 1), Square(20, 0, 5)}},
+         {ten, {Square(1, 1, 1), Square(20, 0, 5)}},
          {HoleOutside, 2, 0, 0, {20, 0}}},
-        {"hole about it",
-         {Square(0, 0, 10), {Square(-5, -5, 30)}},
-         {HoleOutside, 1, 0, 0, {-5, -5}}},
-        {"hole in hole",
-         {Square(0, 0, 10), {Square(2, 2, 2), Square(1, 1, 6)}},
-         {HoleInHole, 1, 2, 0, {2, 2}}},
+        {"hole about it", {ten, {Square(-5, -5, 30)}}, {HoleOutside, 1, 0, 0, {-5, -5}}},
+        {"hole in hole", {ten, {Square(2, 2, 2), Square(1, 1, 6)}}, {HoleInHole, 1, 2, 0, {2, 2}}},
     };
     for (const auto& [what, region, expected] : rows)
     {

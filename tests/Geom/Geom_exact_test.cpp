@@ -1,15 +1,9 @@
 // The tolerant predicates compared with exact arithmetic at the limit of their tolerance.
 #include "Geom/ExactNumber.h"
 #include "Geom/GeomTest.h"
-#include "Geom/Geom_Line2D.h"
 #include "Geom/Geom_LineIntersection2D.h"
 #include "Geom/Geom_Polygon.h"
 #include "Geom/Geom_Vector.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <random>
 
 namespace
 {
@@ -30,8 +24,8 @@ Number Cross(const Vector& u, const Vector& v) { return u.x * v.y - u.y * v.x; }
 /// What the box of half-epsilons spans across a line with the direction @p d.
 Number Band(const Vector& d, const Precision3D& precision)
 {
-    return Number(precision.halfEpsilon[0]) * d.y.Abs() +
-           Number(precision.halfEpsilon[1]) * d.x.Abs();
+    const double* half = precision.halfEpsilon;
+    return d.y.Abs() * half[0] + d.x.Abs() * half[1];
 }
 
 int ExactSide(const Line2D& line, const Point2D& p, const Precision3D& precision)
@@ -101,7 +95,7 @@ private:
 
 /// Coordinates of about 1e-170 and 1e150, whose products of two underflow and overflow. Factors
 /// are powers of two, so nothing rounds and every answer is that of the factor 1.
-constexpr double kFactors[] = {0x1p-565, 0x1p498};
+constexpr double kFactors[] = {1, 0x1p-565, 0x1p498};
 
 Point2D Times(double factor, const Point2D& p) { return {p.x * factor, p.y * factor}; }
 
@@ -109,16 +103,6 @@ Precision3D Times(double factor, Precision3D precision)
 {
     precision.ScaleEpsilon(factor);
     return precision;
-}
-
-TEST(ExactNumber, AddsAndMultipliesWithoutRounding)
-{
-    const Number tiny(0x1p-200), huge(-0x1p50), next(1 + 0x1p-52);
-    EXPECT_EQ((huge + tiny - huge - tiny).Sign(), 0);
-    EXPECT_EQ((huge + tiny - huge).Sign(), 1);
-    EXPECT_EQ((huge * huge + tiny * huge - huge * huge).Sign(), -1);
-    EXPECT_EQ((next * next - 1 - 0x1p-51 - 0x1p-104).Sign(), 0);
-    EXPECT_TRUE(Number(-2) > Number(-3) && (Number(-7) * 3).Abs() > 20.5);
 }
 
 TEST(TolerantPredicates, AgreeWithExactArithmetic)
@@ -132,17 +116,14 @@ TEST(TolerantPredicates, AgreeWithExactArithmetic)
         const Line2D line = cases.Segment();
         const Point2D p = cases.PointNear(line, precision);
         const int side = ExactSide(line, p, precision);
-        ASSERT_EQ(int(VectorTurn2D(line.first, line.second, p, precision)), -side) << i;
         const bool isOn = ExactMeet(line, {p, p}, precision);
-        ASSERT_EQ(LineContainsPoint2D(line.first, line.second, p, precision), isOn) << i;
-        const Point2D ring[4] = {
-            line.first, line.second, {line.second.y, -line.first.x}, line.first};
+        const auto& [a, b] = line;
+        const Point2D ring[4] = {a, b, {b.y, -a.x}, a};
         const PointLocation location = PolygonLocatePoint2D(ring, 4, p, precision);
         for (const double f : kFactors)
         {
             const Precision3D scaled = Times(f, precision);
-            const Point2D r[4] = {Times(f, ring[0]), Times(f, ring[1]), Times(f, ring[2]),
-                                  Times(f, ring[3])};
+            const Point2D r[4] = {Times(f, a), Times(f, b), Times(f, ring[2]), Times(f, a)};
             ASSERT_EQ(int(VectorTurn2D(r[0], r[1], Times(f, p), scaled)), -side) << i << ' ' << f;
             ASSERT_EQ(LineContainsPoint2D(r[0], r[1], Times(f, p), scaled), isOn) << i << ' ' << f;
             ASSERT_EQ(PolygonLocatePoint2D(r, 4, Times(f, p), scaled), location) << i << ' ' << f;
@@ -153,7 +134,6 @@ TEST(TolerantPredicates, AgreeWithExactArithmetic)
     EXPECT_GT(straight, tries / 5);
     EXPECT_LT(straight, tries * 4 / 5);
     EXPECT_GT(on, tries / 5);
-    std::printf("[ ORACLE   ] %d points judged exactly, %d on their segment\n", tries, on);
 }
 
 TEST(TolerantPredicates, FindSegmentsMeetingAsExactArithmeticDoes)
@@ -184,7 +164,7 @@ TEST(TolerantPredicates, FindSegmentsMeetingAsExactArithmeticDoes)
         crossings += n == 1 && !isEndOn;
         Precision3D wider = precision;
         wider.ScaleEpsilon(1 + 1e-5); // the point itself is rounded
-        for (const double f : {1.0, kFactors[0], kFactors[1]})
+        for (const double f : kFactors)
         {
             const Point2D e[4] = {Times(f, a), Times(f, b), Times(f, c), Times(f, d)};
             const Precision3D exact = Times(f, precision), loose = Times(f, wider);
@@ -200,7 +180,5 @@ TEST(TolerantPredicates, FindSegmentsMeetingAsExactArithmeticDoes)
     EXPECT_GT(kinds[0], tries / 14);
     EXPECT_GT(kinds[2], tries / 14);
     EXPECT_GT(crossings, tries / 40);
-    std::printf("[ ORACLE   ] %d pairs of segments judged exactly, %d crossings\n", tries,
-                crossings);
 }
 } // namespace

@@ -8,43 +8,33 @@
 #include "Geom/Geom_Polygon.h"
 #include "Geom/Geom_QuadTree2D.h"
 #include "Geom/Geom_Region.h"
+#include "Geom/LineSets.h"
 #include "support/FailingMemory.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <random>
+#include <variant>
 
 namespace
 {
-using namespace Geom;
-using Ids = std::vector<std::uint32_t>;
+using namespace geomtest;
 
 const std::vector<Line2D>& Lines()
 {
-    static const std::vector<Line2D> lines = [] {
-        std::mt19937 random(3);
-        std::uniform_real_distribution<double> at(0, 10);
-        std::vector<Line2D> all(60);
-        for (auto& [a, b] : all)
-        {
-            a = {at(random), at(random)};
-            b = {a.x + at(random) / 4, a.y + at(random) / 4};
-        }
-        return all;
-    }();
+    static linesets::Random random(3);
+    static const std::vector<Line2D> lines = linesets::Lattice(random, 60);
     return lines;
 }
 
-std::vector<Point2D> Square(double x, double y, double side)
-{
-    return {{x, y}, {x + side, y}, {x + side, y + side}, {x, y + side}, {x, y}};
-}
+const Ring kSmall = Square(10.6, 10.6, 0.2),
+           kHexagon = {{0, 0}, {1, 0}, {2, 0.5}, {2, 1}, {1, 2}, {0, 2}};
 
-const std::vector<Point2D> kSmall = Square(10.6, 10.6, 0.2),
-                           kHexagon = {{0, 0}, {1, 0}, {2, 0.5}, {2, 1}, {1, 2}, {0, 2}};
+const std::vector<Line2D> kDiagonal = {{{0, 0}, {12, 12}}},
+                          kCross = {{{0, 0}, {10, 10}}, {{0, 10}, {10, 0}}};
 
-const std::vector<Line2D> kDiagonal = {{{0, 0}, {12, 12}}};
+const Extents2D kNine = {0, 9, 0, 9}, kPart = {1, 3, 1, 3};
+const Circle2D kRound = {{4, 4}, 3};
+const Region2D kRegion = {Square(1, 1, 5), {Square(2, 2, 1)}};
+const Point2D kPoint = {1.1, 1.1};
+const Line2D kCut = {{0.1, 0.2}, {3.9, 3.5}};
 
 /// What an operation works on, made anew for each try, and what it leaves.
 struct Scene
@@ -71,7 +61,7 @@ struct Scene
         starts.push_back(0);
         for (std::uint32_t i = 0; i < 16; ++i)
         {
-            const std::vector<Point2D> square = Square(i % 4, double(i / 4), 1);
+            const Ring square = Square(i % 4, double(i / 4), 1);
             nodes.insert(nodes.end(), square.begin(), square.end() - 1);
             for (std::uint32_t k = 0; k < 4; ++k)
                 corners.push_back(4 * i + k);
@@ -99,9 +89,16 @@ Ids Found(const QuadTree2D& tree)
 struct Operation
 {
     const char* name;
-    bool hasStatus;
-    gtl::status (*run)(Scene&);
-    std::size_t (*size)(const Scene&); ///< of the result
+    std::variant<void (*)(Scene&), gtl::status (*)(Scene&)> run; ///< one without a status throws
+    std::size_t (*size)(const Scene&);                           ///< of the result
+
+    bool HasStatus() const { return run.index() == 1; }
+    gtl::status Run(Scene& scene) const
+    {
+        if (HasStatus())
+            return std::get<1>(run)(scene);
+        return std::get<0>(run)(scene), gtl::status();
+    }
 };
 
 std::size_t Count(const CellTable& table)
@@ -112,109 +109,51 @@ std::size_t Count(const CellTable& table)
     return ids.size();
 }
 
-const auto kIds = [](const Scene& s) { return s.ids.size(); };
-const auto kItemsFound = [](const Scene& s) { return Found(s.tree).size(); };
+std::size_t Cells(const Scene& s) { return Count(s.table); }
+std::size_t Listed(const Scene& s) { return s.ids.size(); }
+std::size_t InTree(const Scene& s) { return Found(s.tree).size(); }
+
+/// Leaves three identifiers when something holds.
+void Note(Scene& s, bool holds) { s.ids.assign(holds ? 3 : 0, 0); }
 
 const Operation kOperations[] = {
-    {"CellTable::Initialize", true,
-     [](Scene& s) {
-         return s.table.Initialize({0, 9, 0, 9}, 9, 9, 0);
-     },
+    {"CellTable::Initialize", [](Scene& s) { return s.table.Initialize(kNine, 9, 9, 0); },
      [](const Scene& s) { return std::size_t(s.table.NumCells()); }},
-    {"CellTable::Assign", true, [](Scene& s) { return s.table.Assign(kDiagonal); },
-     [](const Scene& s) { return Count(s.table); }},
-    {"CellTable::FindAll lines", false,
-     [](Scene& s) {
-         s.table.FindAll(s.ids, kDiagonal);
-         return gtl::status();
-     },
-     kIds},
-    {"CellTable::FindAll circle", false,
-     [](Scene& s) {
-         s.table.FindAll(s.ids, {{4, 4}, 3}, 0, 0, true);
-         return gtl::status();
-     },
-     kIds},
-    {"QuadTree2D::Insert", false,
-     [](Scene& s) {
-         s.tree.Insert(100, kSmall); // splits a leaf
-         return gtl::status();
-     },
-     kItemsFound},
-    {"QuadTree2D::Insert, other points", false,
-     [](Scene& s) {
-         s.tree.Insert(7, kHexagon);
-         return gtl::status();
-     },
-     kItemsFound},
-    {"QuadTree2D::InsertRegion", false,
-     [](Scene& s) {
-         s.tree.InsertRegion(100, {Square(1, 1, 5), {Square(2, 2, 1)}});
-         return gtl::status();
-     },
-     kItemsFound},
-    {"QuadTree2D::Load", false,
-     [](Scene& s) {
-         s.tree.Load(s.nodes.data(), s.corners.data(), s.starts.data(), 16);
-         return gtl::status();
-     },
-     kItemsFound},
-    {"QuadTree2D::FindAll", false,
-     [](Scene& s) {
-         s.tree.FindAll(s.ids, {1.1, 1.1});
-         return gtl::status();
-     },
-     kIds},
-    {"QuadTree2D::FindInBox", false,
-     [](Scene& s) {
-         s.tree.FindInBox(s.ids, {1, 3, 1, 3});
-         return gtl::status();
-     },
-     kIds},
-    {"MeshEdges2D::Initialize", true,
+    {"CellTable::Assign", [](Scene& s) { return s.table.Assign(kDiagonal); }, Cells},
+    {"CellTable::FindAll lines", [](Scene& s) { s.table.FindAll(s.ids, kDiagonal); }, Listed},
+    {"CellTable::FindAll circle", [](Scene& s) { s.table.FindAll(s.ids, kRound, 0, 0, true); },
+     Listed},
+    {"QuadTree2D::Insert, splitting a leaf", [](Scene& s) { s.tree.Insert(100, kSmall); }, InTree},
+    {"QuadTree2D::Insert, other points", [](Scene& s) { s.tree.Insert(7, kHexagon); }, InTree},
+    {"QuadTree2D::InsertRegion", [](Scene& s) { s.tree.InsertRegion(100, kRegion); }, InTree},
+    {"QuadTree2D::Load",
+     [](Scene& s) { s.tree.Load(s.nodes.data(), s.corners.data(), s.starts.data(), 16); }, InTree},
+    {"QuadTree2D::FindAll", [](Scene& s) { s.tree.FindAll(s.ids, kPoint); }, Listed},
+    {"QuadTree2D::FindInBox", [](Scene& s) { s.tree.FindInBox(s.ids, kPart); }, Listed},
+    {"MeshEdges2D::Initialize",
      [](Scene& s) { return s.edges.Initialize(s.nodes, s.corners, s.starts, Precision()); },
      [](const Scene& s) { return std::size_t(s.edges.NumEdges()); }},
-    {"MeshEdges2D::Cut", false,
-     [](Scene& s) {
-         s.edges.Cut(s.hits, {{0.1, 0.2}, {3.9, 3.5}});
-         return gtl::status();
-     },
+    {"MeshEdges2D::Cut", [](Scene& s) { s.edges.Cut(s.hits, kCut); },
      [](const Scene& s) { return s.hits.size(); }},
-    {"LineCrossingEvents2D", false,
-     [](Scene& s) {
-         LineCrossingEvents2D(s.events, Lines());
-         return gtl::status();
-     },
+    {"LineCrossingEvents2D", [](Scene& s) { LineCrossingEvents2D(s.events, Lines()); },
      [](const Scene& s) { return s.events.size(); }},
-    {"LineMeetings2D", false,
-     [](Scene& s) {
-         LineMeetings2D(s.meetings, {{{0, 0}, {10, 10}}, {{0, 10}, {10, 0}}}, Lines(), Precision());
-         return gtl::status();
-     },
+    {"LineMeetings2D", [](Scene& s) { LineMeetings2D(s.meetings, kCross, Lines(), Precision()); },
      [](const Scene& s) { return s.meetings.size(); }},
-    {"PolygonIsValid2D", false,
-     [](Scene& s) {
-         s.ids.assign(PolygonIsValid2D(Square(0, 0, 4).data(), 5, false) ? 3 : 0, 0);
-         return gtl::status();
-     },
-     kIds},
-    {"RegionCheck2D", false,
-     [](Scene& s) {
-         s.ids.assign(
-             RegionCheck2D({Square(0, 0, 4), {Square(1, 1, 1)}}, Precision()).IsSound() ? 3 : 0, 0);
-         return gtl::status();
-     },
-     kIds},
+    {"PolygonIsValid2D",
+     [](Scene& s) { Note(s, PolygonIsValid2D(Square(0, 0, 4).data(), 5, false)); }, Listed},
+    {"RegionCheck2D", [](Scene& s) { Note(s, RegionCheck2D(kRegion, kPrecision).IsSound()); },
+     Listed},
 };
 
 TEST(GeomMemory, ThatEndsIsReportedAndLeavesNothingHalfDone)
 {
     for (const Operation& operation : kOperations)
     {
+        SCOPED_TRACE(operation.name);
         Scene whole;
-        ASSERT_TRUE(operation.run(whole).ok());
+        ASSERT_TRUE(operation.Run(whole).ok());
         const std::size_t size = operation.size(whole);
-        EXPECT_GT(size, 0u) << operation.name;
+        EXPECT_GT(size, 0u);
         for (long allocation = 1;; ++allocation)
         {
             Scene scene;
@@ -223,7 +162,7 @@ TEST(GeomMemory, ThatEndsIsReportedAndLeavesNothingHalfDone)
             bool hasThrown = false, isOk = false;
             try
             {
-                isOk = operation.run(scene).ok();
+                isOk = operation.Run(scene).ok();
             }
             catch (const std::bad_alloc&)
             {
@@ -231,23 +170,21 @@ TEST(GeomMemory, ThatEndsIsReportedAndLeavesNothingHalfDone)
             }
             const bool hasFailed = failing_memory::left.exchange(0) <= 0;
             if (isOk)
-                EXPECT_EQ(operation.size(scene), size) << operation.name << ' ' << allocation;
+                EXPECT_EQ(operation.size(scene), size) << allocation;
             if (!hasFailed)
             {
-                EXPECT_TRUE(isOk) << operation.name;
-                EXPECT_GT(allocation, 1) << operation.name;
+                EXPECT_TRUE(isOk);
+                EXPECT_GT(allocation, 1);
                 break;
             }
-            EXPECT_TRUE(isOk || hasThrown != operation.hasStatus)
-                << operation.name << ' ' << allocation;
+            EXPECT_TRUE(isOk || hasThrown != operation.HasStatus()) << allocation;
             // The tree is as it was, empty, or complete; and takes the same again.
             const Ids after = Found(scene.tree);
             QuadTree2D none;
-            EXPECT_TRUE(isOk || after == before || after == Found(none))
-                << operation.name << ' ' << allocation;
-            ASSERT_TRUE(operation.run(scene).ok());
+            EXPECT_TRUE(isOk || after == before || after == Found(none)) << allocation;
+            ASSERT_TRUE(operation.Run(scene).ok());
             if (after == before)
-                EXPECT_EQ(operation.size(scene), size) << operation.name << ' ' << allocation;
+                EXPECT_EQ(operation.size(scene), size) << allocation;
         }
     }
 }

@@ -12,77 +12,61 @@
 
 namespace oracle
 {
+using namespace Geom;
 
 /// Whether two lines make an event, and its points; what the finder leaves out is missing.
 struct Contact
 {
     bool isOne = false;
-    Geom::Point2D point, point2 = MissingValue<Geom::Point2D>();
+    Point2D point, point2 = MissingValue<Point2D>();
 };
-
-inline Contact Intersection(const Geom::Line2D& u, const Geom::Line2D& v)
-{
-    Contact c;
-    Geom::Point2D other;
-    c.isOne = LineIntersection2D(c.point, other, u.first, u.second, v.first, v.second,
-                                 Geom::Precision()) > 0;
-    return c;
-}
-
-inline Contact Crossing(const Geom::Line2D& u, const Geom::Line2D& v)
-{
-    Contact c = Intersection(u, v);
-    c.isOne = LineIsCrossing2D(u.first, u.second, v.first, v.second, Geom::Precision());
-    return c;
-}
-
-inline Contact Coincidence(const Geom::Line2D& u, const Geom::Line2D& v)
-{
-    const Geom::Precision3D& precision = Geom::Precision();
-    Contact c;
-    c.isOne =
-        LineIntersection2D(c.point, c.point2, u.first, u.second, v.first, v.second, precision) == 2;
-    const auto isEndOf = [&](const Geom::Line2D& line) {
-        return IsEqual2D(c.point2, line.first, precision) ||
-               IsEqual2D(c.point2, line.second, precision);
-    };
-    if (isEndOf(u) && isEndOf(v))
-        c.point2 = MissingValue<Geom::Point2D>();
-    return c;
-}
-
-inline Contact Collision(const Geom::Line2D& u, const Geom::Line2D& v)
-{
-    const Geom::Point2D point = LineCollision2D(u.first, u.second, v.first, v.second);
-    return {!IsMissing2D(point), point};
-}
 
 struct Finder
 {
     const char* name;
-    void (*find)(std::vector<Geom::LineEvent2D>&, const Geom::LineSet2D&);
-    Contact (*test)(const Geom::Line2D&, const Geom::Line2D&);
+    void (*find)(std::vector<LineEvent2D>&, const LineSet2D&);
+    Contact (*test)(const Line2D&, const Line2D&);
 };
 
-constexpr Finder kFinders[] = {{"crossing", Geom::LineCrossingEvents2D, Crossing},
-                               {"intersection", Geom::LineIntersectionEvents2D, Intersection},
-                               {"coincident", Geom::LineCoincidentEvents2D, Coincidence},
-                               {"collision", Geom::LineCollisionEvents2D, Collision}};
-
-/// Sets and pairs looked at so far.
-struct Tally
+inline Contact Intersection(const Line2D& u, const Line2D& v)
 {
-    long sets = 0, pairs = 0, events = 0, circles = 0;
-};
+    Contact c;
+    Point2D other;
+    c.isOne =
+        LineIntersection2D(c.point, other, u.first, u.second, v.first, v.second, Precision()) > 0;
+    return c;
+}
+
+constexpr Finder kFinders[] = {
+    {"crossing", LineCrossingEvents2D,
+     [](const Line2D& u, const Line2D& v) {
+         Contact c = Intersection(u, v);
+         c.isOne = LineIsCrossing2D(u.first, u.second, v.first, v.second, Precision());
+         return c;
+     }},
+    {"intersection", LineIntersectionEvents2D, Intersection},
+    {"coincident", LineCoincidentEvents2D,
+     [](const Line2D& u, const Line2D& v) {
+         Contact c;
+         c.isOne = LineIntersection2D(c.point, c.point2, u.first, u.second, v.first, v.second,
+                                      Precision()) == 2;
+         const auto isEnd = [&](const Point2D& p) { return IsEqual2D(c.point2, p, Precision()); };
+         if ((isEnd(u.first) || isEnd(u.second)) && (isEnd(v.first) || isEnd(v.second)))
+             c.point2 = MissingValue<Point2D>();
+         return c;
+     }},
+    {"collision", LineCollisionEvents2D, [](const Line2D& u, const Line2D& v) {
+         const Point2D point = LineCollision2D(u.first, u.second, v.first, v.second);
+         return Contact{!IsMissing2D(point), point};
+     }}};
 
 /// Whether no event comes after one that must follow it by a chain of EvLess, with no chain that
 /// leads back. Checked for up to 64 events; in larger lists, whether none must precede the one
 /// before it.
-inline bool IsInOrder(const std::vector<Geom::LineEvent2D>& events, const Geom::LineSet2D& lines,
-                      Tally& tally)
+inline bool IsInOrder(const std::vector<LineEvent2D>& events, const LineSet2D& lines)
 {
-    const Geom::EvLess less(lines, Geom::Precision());
-    const auto mustPrecede = [&](const Geom::LineEvent2D& a, const Geom::LineEvent2D& b) {
+    const EvLess less(lines, Precision());
+    const auto mustPrecede = [&](const LineEvent2D& a, const LineEvent2D& b) {
         return less(a, b) && !less(b, a);
     };
     const std::size_t n = events.size();
@@ -100,29 +84,23 @@ inline bool IsInOrder(const std::vector<Geom::LineEvent2D>& events, const Geom::
         for (std::size_t i = 0; i < n; ++i)
             if (after[i] >> via & 1)
                 after[i] |= after[via];
-    std::size_t inCircles = 0;
     for (std::size_t i = 0; i < n; ++i)
         for (std::size_t k = i + 1; k < n; ++k)
-        {
-            const bool forth = after[i] >> k & 1, back = after[k] >> i & 1;
-            if (back && !forth)
+            if ((after[k] >> i & 1) > (after[i] >> k & 1)) // back, but not forth
                 return false;
-            inCircles += back && forth;
-        }
-    tally.circles += inCircles != 0;
     return true;
 }
 
 /// What is wrong with a finder's events for @p lines; empty when nothing is.
-inline std::string WrongWith(const Finder& finder, const Geom::LineSet2D& lines, Tally& tally)
+inline std::string WrongWith(const Finder& finder, const LineSet2D& lines)
 {
-    std::vector<Geom::LineEvent2D> events;
+    std::vector<LineEvent2D> events;
     finder.find(events, lines);
     std::ostringstream wrong;
     wrong.precision(17);
     const std::size_t n = lines.size();
-    std::vector<const Geom::LineEvent2D*> found(n * n, nullptr);
-    for (const Geom::LineEvent2D& event : events)
+    std::vector<const LineEvent2D*> found(n * n, nullptr);
+    for (const LineEvent2D& event : events)
     {
         const std::size_t first = event.line1 - lines.begin(), second = event.line2 - lines.begin();
         if (!(first < second && second < n))
@@ -135,17 +113,14 @@ inline std::string WrongWith(const Finder& finder, const Geom::LineSet2D& lines,
         for (std::size_t k = i + 1; k < n; ++k)
         {
             const Contact contact = finder.test(lines[i], lines[k]);
-            const Geom::LineEvent2D* event = found[i * n + k];
+            const LineEvent2D* event = found[i * n + k];
             if (contact.isOne != (event != nullptr))
                 wrong << (contact.isOne ? "missed: " : "not a pair: ") << i << ' ' << k << '\n';
             else if (event && !(event->point == contact.point && event->point2 == contact.point2))
                 wrong << "another point: " << i << ' ' << k << '\n';
         }
-    if (!IsInOrder(events, lines, tally))
+    if (!IsInOrder(events, lines))
         wrong << "events out of order\n";
-    ++tally.sets;
-    tally.pairs += long(n * (n - 1) / 2);
-    tally.events += long(events.size());
     return wrong.str().empty() ? "" : std::string(finder.name) + ": " + wrong.str();
 }
 

@@ -3,6 +3,7 @@
 
 #include "Geom/Geom_LineEvents2D.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <random>
@@ -27,10 +28,16 @@ inline int Whole(Random& random, int from, int to)
 template <class Make>
 LineSet2D Lines(std::size_t n, const Make& make)
 {
-    LineSet2D lines;
-    while (lines.size() < n)
-        lines.push_back(make());
+    LineSet2D lines(n);
+    std::generate(lines.begin(), lines.end(), make);
     return lines;
+}
+
+/// With ends at() by at().
+template <class At>
+LineSet2D Between(std::size_t n, const At& at)
+{
+    return Lines(n, [&] { return Line2D{{at(), at()}, {at(), at()}}; });
 }
 
 inline LineSet2D Short(Random& random, std::size_t n)
@@ -45,8 +52,7 @@ inline LineSet2D Short(Random& random, std::size_t n)
 
 inline LineSet2D Long(Random& random, std::size_t n)
 {
-    const auto at = [&] { return Uniform(random, 0, 100); };
-    return Lines(n, [&] { return Line2D{{at(), at()}, {at(), at()}}; });
+    return Between(n, [&] { return Uniform(random, 0, 100); });
 }
 
 /// Short ones, a few long ones among them, and a crowd in one corner.
@@ -63,15 +69,13 @@ inline LineSet2D Mixed(Random& random, std::size_t n)
 /// Ends on whole numbers: shared ends, overlaps, points, verticals, lines against the order.
 inline LineSet2D Lattice(Random& random, std::size_t n)
 {
-    const auto at = [&] { return double(Whole(random, 0, 4)); };
-    return Lines(n, [&] { return Line2D{{at(), at()}, {at(), at()}}; });
+    return Between(n, [&] { return double(Whole(random, 0, 4)); });
 }
 
 /// Ends a fraction of the half-epsilon apart from each other.
 inline LineSet2D NearTolerance(Random& random, std::size_t n)
 {
-    const auto at = [&] { return Whole(random, 0, 3) + Whole(random, -6, 6) * 1.25e-5; };
-    return Lines(n, [&] { return Line2D{{at(), at()}, {at(), at()}}; });
+    return Between(n, [&] { return Whole(random, 0, 3) + Whole(random, -6, 6) * 1.25e-5; });
 }
 
 inline LineSet2D Grid(Random& random, std::size_t n)
@@ -137,21 +141,7 @@ inline LineSet2D FarOut(Random& random, std::size_t n)
 }
 
 using Generator = LineSet2D (*)(Random&, std::size_t);
-constexpr struct
-{
-    const char* name;
-    Generator make;
-} kGenerators[] = {{"short", Short},
-                   {"long", Long},
-                   {"mixed", Mixed},
-                   {"lattice", Lattice},
-                   {"near the tolerance", NearTolerance},
-                   {"grid", Grid},
-                   {"star", Star},
-                   {"fan", Fan},
-                   {"comb", Comb},
-                   {"overlapping", Overlapping},
-                   {"copies", Copies},
-                   {"far out", FarOut}};
+constexpr Generator kGenerators[] = {Short, Long, Mixed, Lattice,     NearTolerance, Grid,
+                                     Star,  Fan,  Comb,  Overlapping, Copies,        FarOut};
 
 } // namespace linesets

@@ -2,16 +2,8 @@
 #include "Geom/Geom_Polygon.h"
 #include "Geom/RingOracle.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
-#include <random>
-
 namespace
 {
-using namespace Geom;
 using namespace geomtest;
 using oracle::Ring;
 
@@ -139,7 +131,6 @@ TEST(PolygonIsValid2D, AgreesWithAllPairsNearTheTolerance)
     }
     EXPECT_GT(valid, rounds / 10);
     EXPECT_GT(repeated, rounds / 10);
-    std::printf("[ ORACLE   ] %d rings compared, %d valid\n", rounds, valid);
     for (const double origin : {0.0, 4e6})
         for (const double pitch : {4.9e-5, 5.1e-5})
             EXPECT_EQ(IsValid(Crowded(40, pitch, origin)),

@@ -2,11 +2,8 @@
 #include "Geom/Geom_LineLayer2D.h"
 #include "Geom/Geom_Polyline.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
-using namespace Geom;
 using namespace geomtest;
 using Polyline = std::vector<Point2D>;
 

@@ -5,21 +5,22 @@
 
 namespace fuzz
 {
+using namespace Geom;
 
 /// One of the finders on up to 200 lines, of which some may be copies of others, moved.
 std::string CheckLines(const std::uint8_t* data, std::size_t size)
 {
-    const Geom::Precision3D before = Geom::Precision();
+    const Precision3D before = Precision();
     Input input(data, size);
     input.TakeFrame();
     const int form = input.Byte(), copies = form >> 3 & 7;
-    const Geom::Point2D origin = input.Point(), shift = input.Point();
-    Geom::LineSet2D lines;
+    const Point2D origin = input.Point(), shift = input.Point();
+    LineSet2D lines;
     while (!input.IsEmpty() && lines.size() < std::min<std::size_t>(40, 200 / (copies + 1)))
     {
-        const Geom::Point2D first = input.Point();
-        const Geom::Line2D line = {first, input.Point()};
-        lines.push_back(form & 4 ? line : Geom::LineGet2D(line.first, line.second));
+        const Point2D first = input.Point();
+        const Line2D line = {first, input.Point()};
+        lines.push_back(form & 4 ? line : LineGet2D(line.first, line.second));
     }
     const std::size_t n = lines.size();
     for (int copy = 1; copy <= copies; ++copy)
@@ -29,8 +30,7 @@ std::string CheckLines(const std::uint8_t* data, std::size_t size)
             const auto& [a, b] = lines[i];
             lines.push_back({{a.x + dx, a.y + dy}, {b.x + dx, b.y + dy}});
         }
-    oracle::Tally tally;
-    const std::string wrong = oracle::WrongWith(oracle::kFinders[form & 3], lines, tally);
+    const std::string wrong = oracle::WrongWith(oracle::kFinders[form & 3], lines);
     SetCompPrecision(before);
     return wrong;
 }

@@ -11,11 +11,6 @@ namespace
 
 using namespace percova;
 
-std::string TextOf(const std::uint8_t* data, std::size_t size)
-{
-    return std::string(data, data + size);
-}
-
 /// What is wrong with a mesh that was taken.
 std::string WrongWith(const Mesh& mesh)
 {
@@ -47,7 +42,7 @@ std::string CheckMesh(const std::uint8_t* data, std::size_t size)
 {
     Mesh mesh;
     Faults faults;
-    const bool isRight = ReadMeshText(TextOf(data, size), "fuzz.msh", mesh, faults);
+    const bool isRight = ReadMeshText({data, data + size}, "fuzz.msh", mesh, faults);
     if (isRight == faults.Any())
         return isRight ? "a wrong mesh is taken" : "a mesh is refused without a reason";
     return isRight ? WrongWith(mesh) : std::string();
@@ -57,7 +52,7 @@ std::string CheckProblem(const std::uint8_t* data, std::size_t size)
 {
     Model model;
     Faults faults;
-    const bool isRight = ReadProblemText(TextOf(data, size), model.problem, faults);
+    const bool isRight = ReadProblemText({data, data + size}, model.problem, faults);
     if (isRight == faults.Any())
         return isRight ? "a wrong problem is taken" : "a problem is refused without a reason";
     if (!isRight || !ReadMeshText(kSquare, "square.msh", model.mesh, faults) ||

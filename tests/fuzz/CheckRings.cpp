@@ -5,6 +5,7 @@
 
 namespace fuzz
 {
+using namespace Geom;
 namespace
 {
 
@@ -13,24 +14,24 @@ namespace
 std::string WrongWith(oracle::Ring ring)
 {
     if (ring.empty())
-        return Geom::PolygonIsEqual2D(ring, ring) ? "" : "two empty ones differ";
+        return PolygonIsEqual2D(ring, ring) ? "" : "two empty ones differ";
     ring.push_back(ring.front());
     const bool isRepeated = oracle::HasRepeatedVertex(ring);
     for (std::size_t start = 0; start + 1 < ring.size(); ++start)
     {
-        const bool isValid = Geom::PolygonIsValid2D(ring.data(), ring.size(), false);
+        const bool isValid = PolygonIsValid2D(ring.data(), ring.size(), false);
         if (isValid && isRepeated)
             return "a repeated vertex is overlooked";
-        const double area = Geom::PolygonArea2D(ring.data(), ring.size()) * 2;
+        const double area = PolygonArea2D(ring.data(), ring.size()) * 2;
         const bool isClear = std::fabs(std::fabs(area) - 5e-8) > 1e-9;
         if (isClear && isValid != oracle::IsValidRing(ring))
             return "another validity";
-        if (isValid && Geom::PolygonIsValid2D(ring.data(), ring.size(), true) !=
+        if (isValid && PolygonIsValid2D(ring.data(), ring.size(), true) !=
                            (std::count_if(ring.begin() + 1, ring.end(), [&](const auto& p) {
-                                return IsEqual2D(p, ring.front(), Geom::Precision());
+                                return IsEqual2D(p, ring.front(), Precision());
                             }) == 1))
             return "another validity as one of several";
-        if (!Geom::PolygonIsEqual2D(ring, ring) && !isRepeated)
+        if (!PolygonIsEqual2D(ring, ring) && !isRepeated)
             return "not equal to itself";
         std::rotate(ring.begin(), ring.begin() + 1, ring.end() - 1);
         ring.back() = ring.front();
@@ -42,7 +43,7 @@ std::string WrongWith(oracle::Ring ring)
 
 std::string CheckRings(const std::uint8_t* data, std::size_t size)
 {
-    const Geom::Precision3D before = Geom::Precision();
+    const Precision3D before = Precision();
     Input input(data, size);
     input.TakeFrame();
     oracle::Ring ring;
