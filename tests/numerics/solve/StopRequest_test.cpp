@@ -10,6 +10,8 @@ using math::SolveOutcome;
 namespace
 {
 
+using Solver = decltype(+kSolvers[0]);
+
 void StartFromZero(ISysEqnImpl& system)
 {
     tagVectorInt all{std::vector<int>(std::size_t(system.EquationCount()))};
@@ -19,7 +21,7 @@ void StartFromZero(ISysEqnImpl& system)
 }
 
 /// Solves from x = 0 until another thread's request, made again and again, has stopped a solve.
-void SolveUntilStopped(ISysEqnImpl& system, long (*solve)(ISysEqnImpl&))
+void SolveUntilStopped(ISysEqnImpl& system, Solver solve)
 {
     std::atomic<bool> isStopped{false};
     std::thread other([&] {
@@ -29,7 +31,8 @@ void SolveUntilStopped(ISysEqnImpl& system, long (*solve)(ISysEqnImpl&))
     do
     {
         StartFromZero(system);
-        EXPECT_EQ(solve(system), 0);
+        system.SolveForUnknownVector_PARDISO_SetUp(); // forgets a factor
+        EXPECT_EQ(solve(system, 1e-12, 1000), 0);
     } while (system.LastSolve().outcome != SolveOutcome::Interrupted);
     isStopped = true;
     other.join();
@@ -37,27 +40,19 @@ void SolveUntilStopped(ISysEqnImpl& system, long (*solve)(ISysEqnImpl&))
 
 TEST(StopRequest, EndsASolveAndLeavesASystemThatCanBeSolved)
 {
-    long (*const solvers[])(ISysEqnImpl&) = {
-        [](ISysEqnImpl& s) { return s.SolveForUnknownVector_Direct_Sym(); },
-        [](ISysEqnImpl& s) { return s.SolveForUnknownVector_Direct_NonSym(); },
-        [](ISysEqnImpl& s) { return s.SolveForUnknownVector_Iterative_Sym(1e-12); },
-        [](ISysEqnImpl& s) { return s.SolveForUnknownVector_Iterative_NonSym(1e-12, 1000); },
-        [](ISysEqnImpl& s) {
-            s.SolveForUnknownVector_PARDISO_SetUp(); // forgets the factor
-            return s.SolveForUnknownVector_PARDISO();
-        }};
-    Filled stopped(Grid(30, 30, 2, 1), Kind::Definite), other(Grid(30, 30, 2, 1), Kind::Definite);
+    const Model model = RandomModel(Grid(30, 30, 2, 1), Kind::Definite);
+    Filled stopped(model), other(model);
     stopped.system.RequestStop(); // nothing is running
-    for (const auto solve : solvers)
+    for (const auto& solve : kSolvers)
     {
-        SCOPED_TRACE(&solve - solvers);
+        SCOPED_TRACE(&solve - kSolvers);
         SolveUntilStopped(stopped.system, solve);
         for (const double value : Unknowns(stopped.system))
             ASSERT_TRUE(std::isnan(value));
         for (Filled* filled : {&stopped, &other})
         {
             StartFromZero(filled->system);
-            solve(filled->system);
+            solve(filled->system, 1e-12, 1000);
             EXPECT_EQ(filled->system.LastSolve().outcome, SolveOutcome::Solved);
         }
         EXPECT_EQ(Unknowns(stopped.system), Unknowns(other.system));
