@@ -1,72 +1,56 @@
 #include "CaseRun.h"
 
+#include "Scratch.h"
 #include "analysis/Analysis.h"
-#include "problem/TextFile.h"
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-#include <map>
+#include <numeric>
 #include <utility>
 
 namespace percova::testing
 {
-namespace
+Mesh MakeMesh(const Grid& grid)
 {
-const std::string kCases = KVI_SOURCE_DIR "/examples/percova/cases/";
-
-std::string AllFaults(const Faults& faults)
-{
-    std::string all;
-    for (const Fault& fault : faults.List())
-        all += Line(fault) + "\n";
-    return all;
-}
-
-/// Nodes of a grid by their steps, in half steps so that middles have a place.
-class GridNodes
-{
-public:
-    GridNodes(const Grid& grid, Mesh& mesh) : grid_(grid), mesh_(mesh) {}
-    int At(int i, int j)
-    {
-        const auto [found, fresh] = nodes_.try_emplace({i, j}, int(mesh_.x.size()));
-        if (fresh)
+    Mesh mesh;
+    mesh.file = "grid";
+    mesh.start.push_back(0);
+    const int across = 2 * grid.columns, up = 2 * grid.rows; // half steps: sides have middles
+    std::vector<int> nodes(std::size_t(across + 1) * std::size_t(up + 1), -1);
+    const auto add = [&](int i, int j) {
+        int& node = nodes[std::size_t(j) * std::size_t(across + 1) + std::size_t(i)];
+        if (node < 0)
         {
-            const Point at = grid_.place(i / (2.0 * grid_.columns), j / (2.0 * grid_.rows));
-            mesh_.x.push_back(at.x);
-            mesh_.y.push_back(at.y);
-            mesh_.number.push_back(mesh_.x.size());
+            node = int(mesh.x.size());
+            const Point at = grid.place(double(i) / across, double(j) / up);
+            mesh.x.push_back(at.x);
+            mesh.y.push_back(at.y);
         }
-        return found->second;
-    }
-
-private:
-    const Grid& grid_;
-    Mesh& mesh_;
-    std::map<std::pair<int, int>, int> nodes_;
-};
-
-using Steps = std::pair<int, int>;
-
-void AddElement(Mesh& mesh, GridNodes& nodes, ElementType type, const std::vector<Steps>& corners)
-{
-    for (const auto& [i, j] : corners)
-        mesh.nodes.push_back(nodes.At(i, j));
-    for (std::size_t k = 0; k < corners.size() && IsQuadratic(type); ++k)
-    {
-        const Steps a = corners[k], b = corners[(k + 1) % corners.size()];
-        mesh.nodes.push_back(nodes.At((a.first + b.first) / 2, (a.second + b.second) / 2));
-    }
-    mesh.start.push_back(int(mesh.nodes.size()));
-    mesh.type.push_back(type);
-    mesh.group.push_back(-1);
-    mesh.elementNumber.push_back(mesh.type.size());
-}
-
-void NameCurves(const Grid& grid, Mesh& mesh)
-{
-    for (Edge edge : RimOf(mesh))
+        mesh.nodes.push_back(node);
+    };
+    const int corners = Corners(grid.type), sides = IsQuadratic(grid.type) ? corners : 0;
+    for (int j = 0; j < up; j += 2)
+        for (int i = 0; i < across; i += 2)
+            // the diagonals of triangles lie crosswise
+            for (int first = corners == 3 ? (i + j) / 2 % 2 : 0; first < 4;
+                 first += 2 * corners - 4)
+            {
+                const int x[] = {i, i + 2, i + 2, i}, y[] = {j, j, j + 2, j + 2};
+                const auto corner = [&](int k) { return (first + k % corners) % 4; };
+                for (int k = 0; k < corners; ++k)
+                    add(x[corner(k)], y[corner(k)]);
+                for (int k = 0; k < sides; ++k)
+                    add((x[corner(k)] + x[corner(k + 1)]) / 2,
+                        (y[corner(k)] + y[corner(k + 1)]) / 2);
+                mesh.start.push_back(int(mesh.nodes.size()));
+            }
+    mesh.number.resize(mesh.Nodes());
+    std::iota(mesh.number.begin(), mesh.number.end(), 1);
+    mesh.type.assign(mesh.start.size() - 1, grid.type);
+    mesh.elementNumber.resize(mesh.Elements());
+    std::iota(mesh.elementNumber.begin(), mesh.elementNumber.end(), 1);
+    mesh.group.assign(mesh.Elements(), -1);
+    for (Edge edge : grid.curve ? RimOf(mesh) : std::vector<Edge>())
     {
         const auto [a, b, middle] = edge.nodes;
         const std::string name =
@@ -81,34 +65,6 @@ void NameCurves(const Grid& grid, Mesh& mesh)
         ++mesh.curves[edge.group].count;
         mesh.edges.push_back(edge);
     }
-}
-} // namespace
-
-Mesh MakeMesh(const Grid& grid)
-{
-    Mesh mesh;
-    mesh.file = "grid";
-    mesh.start.push_back(0);
-    GridNodes nodes(grid, mesh);
-    for (int j = 0; j < 2 * grid.rows; j += 2)
-        for (int i = 0; i < 2 * grid.columns; i += 2)
-        {
-            const Steps corner[4] = {{i, j}, {i + 2, j}, {i + 2, j + 2}, {i, j + 2}};
-            const int turn = (i + j) / 2 % 2; // diagonals of triangles lie crosswise
-            if (Corners(grid.type) == 4)
-                AddElement(mesh, nodes, grid.type, {corner, corner + 4});
-            else
-                for (const int first : {turn, turn + 2})
-                    AddElement(mesh, nodes, grid.type,
-                               {corner[first], corner[(first + 1) % 4], corner[(first + 2) % 4]});
-        }
-    if (grid.curve)
-        NameCurves(grid, mesh);
-    if (!grid.region.empty())
-    {
-        mesh.surfaces.push_back({1, grid.region, mesh.Elements()});
-        mesh.group.assign(mesh.Elements(), 0);
-    }
     return mesh;
 }
 
@@ -119,18 +75,19 @@ Grid Rectangle(ElementType type, int columns, int rows, double x0, double y0, do
             }};
 }
 
-CaseRun::CaseRun(const std::string& name) : name_(name)
+CaseRun::CaseRun(const std::string& name, const nlohmann::json& set) : name_(name)
 {
+    const std::filesystem::path path = Cases() / (name + ".problem.json");
     Faults faults;
-    EXPECT_TRUE(ReadProblem(PathOf(kCases + name + ".problem.json"), model.problem, faults))
-        << AllFaults(faults);
-    std::ifstream file(kCases + name + ".reference.json");
-    reference = nlohmann::json::parse(file);
-}
-
-void CaseRun::AddProbe(const std::string& name, double x, double y)
-{
-    model.problem.probes.push_back({name, {x, y}, {}});
+    EXPECT_TRUE(ReadProblem(path, model.problem, faults)) << AllOf(faults);
+    std::ifstream(Cases() / (name + ".reference.json")) >> reference;
+    if (set.empty())
+        return;
+    nlohmann::json problem = nlohmann::json::parse(support::ReadAll(path));
+    for (const auto& [at, value] : set.items())
+        problem[nlohmann::json::json_pointer(at)] = value;
+    model.problem = {};
+    EXPECT_TRUE(ReadProblemText(problem.dump(), model.problem, faults)) << AllOf(faults);
 }
 
 void CaseRun::AddProbesOfReferences()
@@ -145,9 +102,8 @@ void CaseRun::AddProbesOfReferences()
 void CaseRun::Read(const std::string& variant)
 {
     Faults faults;
-    EXPECT_TRUE(
-        ReadMesh(PathOf(kCases + "mesh/" + name_ + "." + variant + ".msh"), model.mesh, faults))
-        << AllFaults(faults);
+    EXPECT_TRUE(ReadMesh(Cases() / "mesh" / (name_ + '.' + variant + ".msh"), model.mesh, faults))
+        << AllOf(faults);
 }
 
 const StepResult& CaseRun::On(const std::string& variant, SolverKind kind)
@@ -165,7 +121,7 @@ const StepResult& CaseRun::On(const Grid& grid, SolverKind kind)
 const StepResult& CaseRun::Solve(SolverKind kind)
 {
     Faults faults;
-    EXPECT_TRUE(Bind(model, faults)) << AllFaults(faults);
+    EXPECT_TRUE(Bind(model, faults)) << AllOf(faults);
     model.problem.solver.kind = kind;
     results = {};
     std::string reason;
@@ -182,25 +138,6 @@ double CaseRun::Value(const std::string& name) const
             return value["value"];
     ADD_FAILURE() << "no reference " << name;
     return 0;
-}
-
-double CaseRun::Flow(const std::string& boundary) const
-{
-    for (const BoundaryFlow& flow : results.steps.front().boundaries)
-        if (flow.name == boundary)
-            return flow.flow;
-    ADD_FAILURE() << "no boundary " << boundary;
-    return 0;
-}
-
-const ProbeValue& CaseRun::Probed(const std::string& name) const
-{
-    static const ProbeValue kNone;
-    for (const ProbeValue& probe : results.steps.front().probes)
-        if (probe.name == name)
-            return probe;
-    ADD_FAILURE() << "no probe " << name;
-    return kNone;
 }
 
 double CaseRun::SurfaceAt(double x) const

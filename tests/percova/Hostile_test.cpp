@@ -1,19 +1,18 @@
 // Input from strangers: names that are no names, folders and links in the way, files that are small
 // and ask for much.
-#include "CommandLine.h"
-#include "Scratch.h"
+#include "Commands.h"
 #include "analysis/Model.h"
 #include "output/Output.h"
 #include "problem/Shown.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <sstream>
-#include <string>
-#include <vector>
+#include <gmock/gmock.h>
 
 using namespace percova;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
 
 namespace
 {
@@ -22,22 +21,11 @@ namespace fs = std::filesystem;
 
 constexpr bool kIsWindows = sizeof(wchar_t) == 2;
 
-struct Ran
+/// The smallest of the cases.
+CommandRun RunInto(const std::string& folder)
 {
-    Exit exit;
-    std::string text; ///< on both streams
-};
-
-/// percova with the smallest of the cases.
-Ran RunCase(const std::string& command, const std::vector<std::string>& more = {})
-{
-    std::vector<std::string> arguments{command, TextOf(Cases() / "T1-consolidation.problem.json"),
-                                       "--mesh",
-                                       TextOf(Cases() / "mesh" / "T1-consolidation.q4.msh")};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    std::ostringstream out;
-    const Exit exit = RunCommandLine(arguments, out, out);
-    return {exit, out.str()};
+    return RunCommand({"run", CaseFile("T1-consolidation"), "--mesh",
+                       MeshFile("T1-consolidation.q4"), "--until", "1", "--out", folder});
 }
 
 std::vector<std::string> EntriesOf(const fs::path& folder)
@@ -52,50 +40,41 @@ TEST(ResultFolder, IsTakenAsItIsNamedOrRefusedBeforeTheRun)
 {
     const struct
     {
-        const char* name;
         bool isTaken[2]; ///< on Linux, on Windows
-    } rows[] = {
-        {"R&D", {true, true}},         {"a.", {true, false}},    {"a ", {true, false}},
-        {"q?x", {true, false}},        {"CON", {true, false}},   {"nul", {true, false}},
-        {"CONIN$", {true, false}},     {"a/../b", {true, true}}, {"C:drive", {true, true}},
-        {"100%s%n", {true, true}},     {"\xFF", {false, false}}, {"\xEF\xBF\xBD", {false, false}},
-        {"\xCE\xB5/R&D", {true, true}}};
-    for (const auto& [name, isTaken] : rows)
-    {
-        SCOPED_TRACE(name);
-        const fs::path folder = ScratchFolder();
-        if (kIsWindows && std::string(name) == "C:drive")
-            continue; // in the current folder of another drive
-        if (std::string(name) == "C:drive")
-            fs::current_path(folder); // it has no folder in front
-        const Ran ran =
-            RunCase("run", {"--until", "1", "--out",
-                            std::string(name) == "C:drive" ? name : TextOf(folder) + '/' + name});
-        fs::current_path(folder.parent_path());
-        if (!isTaken[kIsWindows])
+        std::vector<std::string> names;
+    } rows[] = {{{true, true}, {"R&D", "a/../b", "C:drive", "100%s%n", "\xCE\xB5/R&D"}},
+                {{true, false}, {"a.", "a ", "q?x", "CON", "nul", "CONIN$"}},
+                {{false, false}, {"\xFF", "\xEF\xBF\xBD"}}};
+    for (const auto& [isTaken, names] : rows)
+        for (const std::string& name : names)
         {
-            EXPECT_EQ(ran.exit, Exit::NotWritten) << ran.text;
-            EXPECT_EQ(ran.text.find("residual"), std::string::npos) << "it ran before";
-            EXPECT_EQ(EntriesOf(folder), std::vector<std::string>());
-            continue;
+            SCOPED_TRACE(name);
+            const bool isAlone = name == "C:drive"; // it has no folder in front
+            if (kIsWindows && isAlone)
+                continue; // in the current folder of another drive
+            const fs::path folder = ScratchFolder();
+            fs::current_path(isAlone ? folder : folder.parent_path());
+            const CommandRun run = RunInto(isAlone ? name : TextOf(folder) + '/' + name);
+            fs::current_path(folder.parent_path());
+            if (isTaken[kIsWindows])
+            {
+                EXPECT_EQ(run.exit, Exit::Done) << run.err;
+                EXPECT_THAT(EntriesOf(folder),
+                            ElementsAre(name == "a/../b" ? "b" : name.substr(0, name.find('/'))));
+                continue;
+            }
+            EXPECT_EQ(run.exit, Exit::NotWritten) << run.err;
+            EXPECT_THAT(run.out + run.err, Not(HasSubstr("residual"))) << "it ran before";
+            EXPECT_THAT(EntriesOf(folder), IsEmpty());
         }
-        EXPECT_EQ(ran.exit, Exit::Done) << ran.text;
-        std::string first = name;
-        first = first == "a/../b" ? "b" : first.substr(0, first.find('/'));
-        EXPECT_EQ(EntriesOf(folder), std::vector{first});
-        EXPECT_TRUE(fs::exists(folder / FilePath(first == name ? name : first)));
-    }
 }
 
-/// Windows' paths that no other function changes.
 TEST(ResultFolder, MayHaveTheLongFormOfAPath)
 {
     if (!kIsWindows)
         GTEST_SKIP() << "only Windows has it";
     const fs::path folder = ScratchFolder();
-    const Ran ran =
-        RunCase("run", {"--until", "1", "--out", "\\\\?\\" + TextOf(folder) + "\\deep\\a"});
-    EXPECT_EQ(ran.exit, Exit::Done) << ran.text;
+    EXPECT_EQ(RunInto("\\\\?\\" + TextOf(folder) + "\\deep\\a").exit, Exit::Done);
     EXPECT_TRUE(fs::exists(folder / "deep" / "a" / "result.json"));
 }
 
@@ -114,14 +93,11 @@ TEST(ResultFolder, LeadsNowhereElse)
         if (error)
             GTEST_SKIP() << "links cannot be made here";
     }
-    const Ran ran = RunCase("run", {"--until", "1", "--out", TextOf(out)});
-    EXPECT_EQ(ran.exit, Exit::Done) << ran.text;
-    std::string text, reason;
-    ASSERT_TRUE(ReadWhole(secret, text, reason));
-    EXPECT_EQ(text, "mine");
+    const CommandRun run = RunInto(TextOf(out));
+    EXPECT_EQ(run.exit, Exit::Done) << run.err;
+    EXPECT_EQ(support::ReadAll(secret), "mine");
     EXPECT_FALSE(fs::is_symlink(out / "result.json"));
-    for (const std::string& name : EntriesOf(out))
-        EXPECT_EQ(name.find("kvi"), std::string::npos) << name;
+    EXPECT_THAT(EntriesOf(out), Not(Contains(HasSubstr("kvi"))));
 }
 
 TEST(Shown, LeavesNothingThatATerminalObeys)
@@ -156,38 +132,33 @@ TEST(Shown, LeavesNothingThatATerminalObeys)
     EXPECT_EQ(Shortened("\xC3\xA4\xC3\xA4", 3), "\xC3\xA4...");
 }
 
-const std::string kNames = "\\u001b[31m\\u009b\\u202e\\n\\u0007";
-
 TEST(Shown, IsAllThatCommandsPrint)
 {
-    std::string problem, mesh, reason;
-    ASSERT_TRUE(ReadWhole(Cases() / "C2-parallel.problem.json", problem, reason));
-    ASSERT_TRUE(ReadWhole(Cases() / "mesh" / "C2-parallel.q4.v22.msh", mesh, reason));
-    const std::string raw = "\x1B[31m\xC2\x9B\xE2\x80\xAE\x07";
-    const std::string title =
-        With(problem, "\"id\": \"", "\"title\": \"" + kNames + "\", \"id\": \"" + kNames);
+    const std::string problem = support::ReadAll(Cases() / "C2-parallel.problem.json"),
+                      mesh = support::ReadAll(FilePath(MeshFile("C2-parallel.q4.v22"))),
+                      raw = "\x1B[31m\xC2\x9B\xE2\x80\xAE\x07",
+                      name = "\\u001b[31m\\u009b\\u202e\\n\\u0007";
     const std::string rows[] = {
-        title,
-        With(problem, "\"material\": \"", "\"material\": \"" + kNames),
-        With(problem, "\"name\": \"", "\"name\": \"" + kNames),
-        With(problem, "\"id\"", "\"" + kNames + "\": 1, \"id\""),
+        With(problem, "\"id\": \"", "\"title\": \"" + name + "\", \"id\": \"" + name),
+        With(problem, "\"material\": \"", "\"material\": \"" + name),
+        With(problem, "\"name\": \"", "\"name\": \"" + name),
+        With(problem, "\"id\"", "\"" + name + "\": 1, \"id\""),
         "{\"id\": " + raw,
         raw,
-        With(problem, "\"mesh\"", "\"note " + kNames + "\": " + raw + ", \"mesh\"")};
+        With(problem, "\"mesh\"", "\"note " + name + "\": " + raw + ", \"mesh\"")};
     for (const std::string& row : rows)
         for (const std::string& grid : {mesh, With(mesh, "\"", "\"" + raw), raw, "$" + mesh})
         {
             const fs::path at = Scratch(row == raw ? "x" : "hostile.problem.json", row);
-            const fs::path beside = at.parent_path() / "hostile.msh";
-            std::ofstream(beside, std::ios::binary) << grid;
-            for (const char* command : {"run", "check", "info"})
+            const std::string beside = TextOf(at.parent_path() / "hostile.msh");
+            std::ofstream(FilePath(beside), std::ios::binary) << grid;
+            for (const std::vector<std::string>& arguments :
+                 {std::vector<std::string>{"run", TextOf(at), "--mesh", beside},
+                  {"check", TextOf(at), "--mesh", beside},
+                  {"info", beside}})
             {
-                std::vector<std::string> arguments{command, TextOf(at), "--mesh", TextOf(beside)};
-                if (command == std::string("info"))
-                    arguments = {command, TextOf(beside)};
-                std::ostringstream out;
-                (void)RunCommandLine(arguments, out, out);
-                std::string lines = out.str();
+                const CommandRun run = RunCommand(arguments);
+                std::string lines = run.out + run.err;
                 std::erase(lines, '\n');
                 EXPECT_EQ(Shown(lines), lines);
             }
@@ -210,9 +181,9 @@ TEST(History, HoldsNoFormulasAndOneLineForEachStep)
         model.problem.probes.push_back({name, {}, {}});
     std::ostringstream out;
     WriteHistory(out, model, {});
-    for (const auto& [name, field] : rows)
-        EXPECT_NE(out.str().find(',' + field + ','), std::string::npos) << field << out.str();
     const std::string lines = out.str();
+    for (const auto& [name, field] : rows)
+        EXPECT_THAT(lines, HasSubstr(',' + field + ','));
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 2);
 }
 

@@ -1,90 +1,37 @@
 #include "Scratch.h"
-#include "mesh/Mesh.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
+#include <gmock/gmock.h>
 
 using namespace percova;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 namespace
 {
 
-// Two squares side by side; the second is given clockwise, node 9 is used by nothing.
-const std::string kText22 = R"($MeshFormat
-2.2 0 8
-$EndMeshFormat
-$PhysicalNames
-2
-1 5 "left side"
-2 7 "soil"
-$EndPhysicalNames
-$Nodes
-7
-1 0 0 0
-2 1 0 0
-3 2 0 0
-9 5 5 0
-14 0 1 0
-15 1 1 0
-16 2 1 0
-$EndNodes
-$Elements
-4
-1 15 2 0 1 1
-2 1 2 5 1 14 1
-3 3 2 7 1 1 2 15 14
-4 3 2 7 1 2 15 16 3
-$EndElements
-)";
+const std::string kNames =
+    "$PhysicalNames\n2\n1 5 \"left side\"\n2 7 \"soil\"\n$EndPhysicalNames\n";
 
-const std::string kText41 = R"($MeshFormat
-4.1 0 8
-$EndMeshFormat
-$PhysicalNames
-2
-1 5 "left side"
-2 7 "soil"
-$EndPhysicalNames
-$Entities
-1 1 1 0
-1 0 0 0 0
-4 0 0 0 0 1 0 1 -5 0
-1 0 0 0 2 1 0 1 7 1 4
-$EndEntities
-$Nodes
-2 7 1 16
-1 4 0 2
-1
-14
-0 0 0
-0 1 0
-2 1 0 5
-2
-3
-9
-15
-16
-1 0 0
-2 0 0
-5 5 0
-1 1 0
-2 1 0
-$EndNodes
-$Comments
-4 these lines are somebody else's
-$EndComments
-$Elements
-2 3 2 4
-1 4 1 1
-2 14 1
-2 1 3 2
-3 1 2 15 14
-4 2 15 16 3
-$EndElements
-)";
+// Two squares side by side; the second is given clockwise, node 9 is used by nothing.
+const std::string kText22 =
+    MeshText("1 0 0 0\n2 1 0 0\n3 2 0 0\n9 5 5 0\n14 0 1 0\n15 1 1 0\n16 2 1 0\n",
+             "1 15 2 0 1 1\n2 1 2 5 1 14 1\n3 3 2 7 1 1 2 15 14\n4 3 2 7 1 2 15 16 3\n", kNames);
+
+const std::string kText41 =
+    "$MeshFormat\n4.1 0 8\n$EndMeshFormat\n" + kNames +
+    "$Entities\n1 1 1 0\n1 0 0 0 0\n4 0 0 0 0 1 0 1 -5 0\n1 0 0 0 2 1 0 1 7 1 4\n$EndEntities\n"
+    "$Nodes\n2 7 1 16\n"
+    "1 4 0 2\n1\n14\n0 0 0\n0 1 0\n"
+    "2 1 0 5\n2\n3\n9\n15\n16\n1 0 0\n2 0 0\n5 5 0\n1 1 0\n2 1 0\n$EndNodes\n"
+    "$Comments\n4 these lines are somebody else's\n$EndComments\n"
+    "$Elements\n2 3 2 4\n1 4 1 1\n2 14 1\n2 1 3 2\n3 1 2 15 14\n4 2 15 16 3\n$EndElements\n";
+
+std::filesystem::path Binary(const char* version)
+{
+    return std::filesystem::path(KVI_SOURCE_DIR) / "tests" / "percova" / "data" /
+           (std::string("square8.") + version + ".bin.msh");
+}
 
 Mesh Read(const std::string& text, Faults& faults, bool expected = true)
 {
@@ -102,20 +49,20 @@ TEST(MeshReader, ReadsBothFormatsAlike)
         Faults faults;
         const Mesh mesh = Read(text, faults);
         EXPECT_EQ(AllOf(faults), "");
-        ASSERT_EQ(mesh.Nodes(), 6u); // without node 9
+        EXPECT_THAT(mesh.number,
+                    ::testing::UnorderedElementsAre(1, 2, 3, 14, 15, 16)); // without node 9
         ASSERT_EQ(mesh.Elements(), 2u);
-        const std::vector<int> second(mesh.ElementNodes(1), mesh.ElementNodes(1) + 4);
-        std::vector<std::size_t> numbers;
-        for (const int node : second)
-            numbers.push_back(mesh.number[static_cast<std::size_t>(node)]);
-        EXPECT_EQ(numbers, (std::vector<std::size_t>{2, 3, 16, 15})); // turned
+        std::vector<std::size_t> second;
+        for (int k = 0; k < 4; ++k)
+            second.push_back(mesh.number[std::size_t(mesh.ElementNodes(1)[k])]);
+        EXPECT_THAT(second, ElementsAre(2, 3, 16, 15)); // turned
         ASSERT_EQ(mesh.surfaces.size(), 1u);
         EXPECT_EQ(mesh.surfaces[0].name, "soil");
         EXPECT_EQ(mesh.surfaces[0].count, 2u);
         EXPECT_DOUBLE_EQ(mesh.surfaces[0].size, 2.0);
         ASSERT_EQ(mesh.edges.size(), 1u);
         EXPECT_EQ(mesh.curves[0].name, "left side");
-        EXPECT_EQ(mesh.number[static_cast<std::size_t>(mesh.edges[0].nodes[0])], 14u);
+        EXPECT_EQ(mesh.number[std::size_t(mesh.edges[0].nodes[0])], 14u);
         EXPECT_EQ(mesh.edges[0].opposite, -1);
         EXPECT_EQ(RimOf(mesh).size(), 6u);
     }
@@ -123,12 +70,11 @@ TEST(MeshReader, ReadsBothFormatsAlike)
 
 TEST(MeshReader, ReadsBinaryFilesAndBothVersionsOfACase)
 {
-    const std::filesystem::path data =
-        std::filesystem::path(KVI_SOURCE_DIR) / "tests" / "percova" / "data";
+    const std::filesystem::path meshes = Cases() / "mesh";
     const std::pair<std::filesystem::path, std::filesystem::path> pairs[] = {
-        {data / "square8.v22.bin.msh", data / "square8.v41.bin.msh"},
-        {Cases() / "mesh" / "C2-parallel.q8.v22.msh", Cases() / "mesh" / "C2-parallel.q8.v41.msh"},
-        {Cases() / "mesh" / "C4-pile.t3.v22.msh", Cases() / "mesh" / "C4-pile.t3.v41.msh"},
+        {Binary("v22"), Binary("v41")},
+        {meshes / "C2-parallel.q8.v22.msh", meshes / "C2-parallel.q8.v41.msh"},
+        {meshes / "C4-pile.t3.v22.msh", meshes / "C4-pile.t3.v41.msh"},
     };
     for (const auto& [path22, path41] : pairs)
     {
@@ -146,17 +92,19 @@ TEST(MeshReader, ReadsBinaryFilesAndBothVersionsOfACase)
     }
 }
 
-TEST(MeshReader, TellsWhatIsWrongAndWhere)
+TEST(MeshReader, ReportsWhatIsWrongAndWhere)
 {
+    // A T6 beside a T3: one has a node in the middle of their side, the other has not.
+    const std::string mixed =
+        MeshText("1 0 0 0\n2 1 0 0\n3 0 1 0\n4 0.5 0 0\n5 0.5 0.5 0\n6 0 0.5 0\n7 1 1 0\n",
+                 "1 9 2 7 1 1 2 3 4 5 6\n2 2 2 7 1 2 7 3\n");
     const struct
     {
-        const char* what;
-        const char* instead;
-        const char* told;
+        std::string what, instead;
+        std::string report; ///< none for a legal mesh
     } rows[] = {
         {"2.2 0 8", "2.1 0 8",
-         "mesh.msh:2: the mesh has Gmsh's format 2.1, not 2.2 or 4.1; "
-         "convert it with: gmsh"},
+         "mesh.msh:2: the mesh has Gmsh's format 2.1, not 2.2 or 4.1; convert it with: gmsh"},
         {"2.2 0 8", "2.2 0 4", "numbers of 8 bytes"},
         {"$MeshFormat", "$NOD", "format 1"},
         {"$MeshFormat", "solid cube", "no Gmsh mesh"},
@@ -176,6 +124,7 @@ TEST(MeshReader, TellsWhatIsWrongAndWhere)
         {"1 2 15 14\n", "1 2 15 15\n", "element 3 has node 15 twice"},
         {"1 2 15 14\n", "1 2 14 15\n", "Q4 element 3 has no area"},
         {"1 2 15 14\n", "1 9 15 14\n", "Q4 element 3"},
+        {"15 1 1 0", "15 0 2 0", ""}, // a quadrilateral with a straight corner, at node 14
         {"15 1 1 0", "15 0.2 0.2 0", "Q4 element 3 is folded"},
         {"4 3 2 7 1 2 15 16 3", "4 3 2 7 1 1 2 15 14", "Q4 element 4 lies over Q4 element 3"},
         {"3 3 2 7 1 1", "3 10 2 7 1 1", "1 elements of Gmsh's type 10 (9-node quadrangle)"},
@@ -187,24 +136,28 @@ TEST(MeshReader, TellsWhatIsWrongAndWhere)
         {"\"soil\"", "soil", "mesh.msh:7: a physical name"},
         {"$EndElements", "", "$EndElements is expected here"},
         {"$Elements", "$Dust", "$EndDust is missing"},
+        {kText22, mixed, ":17: T6 element 1 and T3 element 2 share a side, but not"},
     };
-    for (const auto& row : rows)
+    for (const auto& [what, instead, report] : rows)
     {
-        SCOPED_TRACE(row.instead);
+        SCOPED_TRACE(instead);
         Faults faults;
-        Read(With(kText22, row.what, row.instead), faults, false);
-        EXPECT_NE(AllOf(faults).find(row.told), std::string::npos) << AllOf(faults);
+        Read(With(kText22, what, instead), faults, report.empty());
+        EXPECT_THAT(AllOf(faults), HasSubstr(report));
+        EXPECT_EQ(AllOf(faults).empty(), report.empty()) << AllOf(faults);
     }
+    Mesh mesh;
+    Faults faults;
+    EXPECT_FALSE(ReadMesh(ScratchFolder(), mesh, faults));
+    EXPECT_FALSE(ReadMesh(ScratchFolder() / "nothing.msh", mesh, faults));
+    EXPECT_THAT(AllOf(faults), HasSubstr("it is a folder"));
+    EXPECT_THAT(AllOf(faults), HasSubstr("does not exist"));
 }
 
 TEST(MeshReader, EndsWellWhereverAFileIsCut)
 {
-    std::string binary[2], reason;
-    const std::filesystem::path data =
-        std::filesystem::path(KVI_SOURCE_DIR) / "tests" / "percova" / "data";
-    ASSERT_TRUE(ReadWhole(data / "square8.v22.bin.msh", binary[0], reason));
-    ASSERT_TRUE(ReadWhole(data / "square8.v41.bin.msh", binary[1], reason));
-    for (const std::string& text : {kText22, kText41, binary[0], binary[1]})
+    for (const std::string& text :
+         {kText22, kText41, support::ReadAll(Binary("v22")), support::ReadAll(Binary("v41"))})
         for (std::size_t length = 0; length + 14 < text.size(); length += 23)
         {
             Faults faults;
@@ -215,61 +168,17 @@ TEST(MeshReader, EndsWellWhereverAFileIsCut)
 
 TEST(MeshReader, SurvivesEveryByteOfABinaryFileBeingAnother)
 {
-    std::string text, reason;
-    ASSERT_TRUE(ReadWhole(std::filesystem::path(KVI_SOURCE_DIR) / "tests" / "percova" / "data" /
-                              "square8.v41.bin.msh",
-                          text, reason));
-    const std::filesystem::path path = ScratchFolder() / "mesh.msh";
+    const std::string text = support::ReadAll(Binary("v41"));
     std::size_t refused = 0;
     for (std::size_t at = 0; at < text.size(); at += 11)
     {
         std::string other = text;
         other[at] = static_cast<char>(~other[at]);
-        std::ofstream(path, std::ios::binary) << other;
         Mesh mesh;
         Faults faults;
-        refused += ReadMesh(path, mesh, faults) ? 0 : 1;
+        refused += ReadMeshText(other, "mesh.msh", mesh, faults) ? 0 : 1;
     }
     EXPECT_GT(refused, text.size() / 22); // the others touch coordinates' last digits and names
-}
-
-TEST(MeshReader, TellsUnreadableFilesApart)
-{
-    Mesh mesh;
-    Faults faults;
-    EXPECT_FALSE(ReadMesh(ScratchFolder(), mesh, faults));
-    EXPECT_FALSE(ReadMesh(ScratchFolder() / "nothing.msh", mesh, faults));
-    EXPECT_NE(AllOf(faults).find("it is a folder"), std::string::npos);
-    EXPECT_NE(AllOf(faults).find("does not exist"), std::string::npos);
-}
-
-TEST(MeshReader, TellsElementsThatDoNotFitTogether)
-{
-    // A T6 beside a T3: one has a node in the middle of their side, the other has not.
-    const std::string text = R"($MeshFormat
-2.2 0 8
-$EndMeshFormat
-$Nodes
-7
-1 0 0 0
-2 1 0 0
-3 0 1 0
-4 0.5 0 0
-5 0.5 0.5 0
-6 0 0.5 0
-7 1 1 0
-$EndNodes
-$Elements
-2
-1 9 2 7 1 1 2 3 4 5 6
-2 2 2 7 1 2 7 3
-$EndElements
-)";
-    Faults faults;
-    Read(text, faults, false);
-    EXPECT_NE(AllOf(faults).find(":17: T6 element 1 and T3 element 2 share a side, but not"),
-              std::string::npos)
-        << AllOf(faults);
 }
 
 TEST(MeshReader, WarnsOfNodesOnSidesThatDoNotHaveThem)
@@ -279,12 +188,9 @@ TEST(MeshReader, WarnsOfNodesOnSidesThatDoNotHaveThem)
     text = With(text, "$Elements\n4\n", "$Elements\n5\n5 3 2 7 1 2 3 18 17\n");
     text = With(text, "4 3 2 7 1 2 15 16 3", "4 3 2 7 1 17 18 16 15");
     Faults faults;
-    Mesh mesh;
-    EXPECT_TRUE(ReadMesh(Scratch("hanging.msh", text), mesh, faults));
+    Read(text, faults);
     EXPECT_EQ(faults.Warnings(), 1u);
-    EXPECT_NE(AllOf(faults).find("node 17 at (1, 0.5) lies on a side of element 3 "),
-              std::string::npos)
-        << AllOf(faults);
+    EXPECT_THAT(AllOf(faults), HasSubstr("node 17 at (1, 0.5) lies on a side of element 3 "));
 
     // A wall: the nodes between the squares are doubled.
     text = With(kText22, "$Nodes\n7\n", "$Nodes\n9\n17 1 0 0\n18 1 1 0\n");
@@ -292,21 +198,20 @@ TEST(MeshReader, WarnsOfNodesOnSidesThatDoNotHaveThem)
     for (const double distance : {-1.0, 0.0, 0.01, 1.1})
     {
         faults = {};
-        const bool read = ReadMesh(Scratch("wall.msh", text), mesh, faults, 1,
-                                   {distance >= 0, std::max(distance, 0.0)});
-        EXPECT_EQ(read, distance < 1); // the last one takes both ends of a side
-        const char* warning = "falls into 2 parts that share no nodes, so no water passes between "
-                              "them, but 2 pairs of nodes and 1 pairs of sides";
-        EXPECT_EQ(AllOf(faults).find(warning) != std::string::npos, distance < 0) << AllOf(faults);
-        EXPECT_EQ(mesh.Nodes(), distance < 0 ? 8u : distance < 1 ? 6u : mesh.Nodes());
+        Mesh mesh;
+        const bool isRead = ReadMeshText(text, "wall.msh", mesh, faults, 1,
+                                         {distance >= 0, std::max(distance, 0.0)});
+        EXPECT_EQ(isRead, distance < 1); // the last one takes both ends of a side
+        const auto warning =
+            HasSubstr("falls into 2 parts that share no nodes, so no water passes between them, "
+                      "but 2 pairs of nodes and 1 pairs of sides");
+        if (distance < 0)
+            EXPECT_THAT(AllOf(faults), warning);
+        else
+            EXPECT_THAT(AllOf(faults), Not(warning));
+        if (isRead)
+            EXPECT_EQ(mesh.Nodes(), distance < 0 ? 8u : 6u);
     }
-}
-
-TEST(MeshReader, TakesAQuadrilateralWithAStraightCorner)
-{
-    Faults faults;
-    Read(With(kText22, "15 1 1 0", "15 0 2 0"), faults); // above node 14
-    EXPECT_EQ(AllOf(faults), "");
 }
 
 } // namespace

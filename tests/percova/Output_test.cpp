@@ -1,17 +1,15 @@
-#include "CommandLine.h"
-#include "Scratch.h"
+#include "CaseRun.h"
+#include "Commands.h"
 #include "output/Output.h"
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include <gmock/gmock.h>
 
 #include <cmath>
 #include <cstring>
-#include <sstream>
-#include <string>
-#include <vector>
 
 using namespace percova;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 namespace
 {
@@ -45,18 +43,13 @@ struct Dam
 /// The numbers of the array called @p name in a .vtu file.
 std::vector<double> DecodedArray(const std::string& vtu, const std::string& name)
 {
-    std::size_t at = vtu.find("Name=\"" + name + '"');
-    at = vtu.find(">\n", at) + 2;
+    const std::string digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::size_t at = vtu.find(">\n", vtu.find("Name=\"" + name + '"')) + 2;
     std::string bytes;
     unsigned bits = 0, count = 0;
     for (; vtu[at] != '\n' && vtu[at] != '='; ++at)
     {
-        const char c = vtu[at];
-        const int digit = c >= 'a'   ? c - 'a' + 26
-                          : c >= 'A' ? c - 'A'
-                          : c >= '0' ? c - '0' + 52
-                                     : (c == '+' ? 62 : 63);
-        bits = bits << 6 | static_cast<unsigned>(digit);
+        bits = bits << 6 | unsigned(digits.find(vtu[at]));
         if ((count += 6) >= 8)
             bytes += static_cast<char>(bits >> (count -= 8) & 255);
     }
@@ -108,11 +101,10 @@ TEST(Output, WritesNullForWhatDoesNotExist)
     results.steps[0].residual = std::nan("");
     std::ostringstream out;
     WriteResultJson(out, ResultFiles(L"", dam.model.problem), dam.model, results);
-    const nlohmann::json json = nlohmann::json::parse(out.str());
-    const nlohmann::json& step = json["steps"][0];
+    const nlohmann::json json = nlohmann::json::parse(out.str()), &step = json["steps"][0];
     EXPECT_EQ(json["problem"], "U1-dam");
     EXPECT_EQ(json["mesh"]["nodes"], dam.model.mesh.Nodes());
-    EXPECT_NE(out.str().find("\"flow_in\": 0.1,"), std::string::npos); // the shortest text
+    EXPECT_THAT(out.str(), HasSubstr("\"flow_in\": 0.1,")); // the shortest text
     EXPECT_TRUE(step["flow_out"].is_null());
     EXPECT_TRUE(step["residual"].is_null());
     EXPECT_EQ(step["probes"][0]["head"], 5.5);
@@ -130,12 +122,12 @@ TEST(Output, DrawsContoursWetZoneAndPhreaticLine)
     const std::string svg = out.str();
     // Heads 8 to 24 in steps of 1, without the two that hold along the faces.
     std::size_t contours = 0;
-    for (std::size_t at = 0; (at = svg.find("class=\"contour\"/>", at)) != std::string::npos; ++at)
+    for (std::size_t at = 0; (at = svg.find("class=\"contour\"/>", at)) != svg.npos; ++at)
         ++contours;
     EXPECT_EQ(contours, 15u);
-    EXPECT_NE(svg.find(">&lt;dam&gt; &amp; &quot;lake&quot;<"), std::string::npos);
-    EXPECT_NE(svg.find("headwater: head 24 m"), std::string::npos);
-    EXPECT_EQ(svg.find("nan"), std::string::npos);
+    EXPECT_THAT(svg, HasSubstr(">&lt;dam&gt; &amp; &quot;lake&quot;<"));
+    EXPECT_THAT(svg, HasSubstr("headwater: head 24 m"));
+    EXPECT_THAT(svg, Not(HasSubstr("nan")));
     EXPECT_LT(svg.size(), 60000u);
 }
 
@@ -158,49 +150,32 @@ TEST(Output, TurnsEverythingIntoTheUnitsOfTheFile)
 
 TEST(TextFile, KeepsTheOldFileWhenTheNewOneFails)
 {
-    const std::filesystem::path folder = ScratchFolder(),
-                                path = folder / FilePath("d\xC3\xA4mme.txt");
-    std::string reason, text;
-    ASSERT_TRUE(WriteWhole(
-        PathOf(TextOf(path)), [](std::ostream& out) { out << "old"; }, reason))
+    const std::filesystem::path path = Scratch("d\xC3\xA4mme.txt", "");
+    const std::wstring name = PathOf(TextOf(path));
+    std::string reason;
+    EXPECT_TRUE(WriteWhole(
+        name, [](std::ostream& out) { out << "old"; }, reason))
         << reason;
     EXPECT_FALSE(WriteWhole(
-        PathOf(TextOf(path)), [](std::ostream& out) { out.setstate(std::ios::badbit); }, reason));
-    EXPECT_NE(reason.find("d\xC3\xA4mme.txt cannot be written"), std::string::npos) << reason;
-    ASSERT_TRUE(ReadWhole(path, text, reason));
-    EXPECT_EQ(text, "old");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
-}
-
-struct Ran
-{
-    Exit exit;
-    std::string out, err;
-};
-
-Ran Command(const std::vector<std::string>& arguments)
-{
-    std::ostringstream out, err;
-    const Exit exit = RunCommandLine(arguments, out, err);
-    return {exit, out.str(), err.str()};
+        name, [](std::ostream& out) { out.setstate(std::ios::badbit); }, reason));
+    EXPECT_THAT(reason, HasSubstr("d\xC3\xA4mme.txt cannot be written"));
+    EXPECT_EQ(support::ReadAll(path), "old");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(path.parent_path()), {}), 1);
 }
 
 TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
 {
     const std::filesystem::path folder = ScratchFolder();
-    const std::string problem = TextOf(Cases() / "C2-parallel.problem.json");
-    const std::string mesh = TextOf(Cases() / "mesh" / "C2-parallel.q4.v22.msh");
-    const std::string dam = TextOf(Cases() / "U1-dam.problem.json");
-    const std::string damMesh = TextOf(Cases() / "mesh" / "U1-dam.t3.v41.msh");
-    const std::string results =
-        TextOf(folder / FilePath("\xCE\xB5\xCE\xBE")); // not of this code page
+    const std::string problem = CaseFile("C2-parallel"), mesh = MeshFile("C2-parallel.q4.v22"),
+                      dam = CaseFile("U1-dam"), damMesh = MeshFile("U1-dam.t3.v41"),
+                      results = TextOf(folder / FilePath("\xCE\xB5\xCE\xBE")), // of no code page
+        blocked = TextOf(folder / "file");
     std::ofstream(folder / "file") << "in the way";
-    const std::string blocked = TextOf(folder / "file");
     const struct
     {
         std::vector<std::string> arguments;
         Exit exit;
-        const char* told; ///< on one of the two streams
+        const char* printed; ///< on one of the two streams
     } rows[] = {
         {{"run", problem, "--mesh", mesh, "--out", results, "--probe", "1,0.5"},
          Exit::Done,
@@ -222,14 +197,14 @@ TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
          "did not converge"},
         {{"run", problem, "--mesh", mesh, "--out", blocked}, Exit::NotWritten, "cannot be"},
     };
-    for (const auto& row : rows)
+    for (const auto& [arguments, exit, printed] : rows)
     {
-        const Ran ran = Command(row.arguments);
-        SCOPED_TRACE(testing::PrintToString(row.arguments) + ran.out + ran.err);
-        EXPECT_EQ(ran.exit, row.exit);
-        EXPECT_NE((ran.out + ran.err).find(row.told), std::string::npos);
+        const CommandRun run = RunCommand(arguments);
+        SCOPED_TRACE(::testing::PrintToString(arguments));
+        EXPECT_EQ(run.exit, exit);
+        EXPECT_THAT(run.out + run.err, HasSubstr(printed));
+        EXPECT_TRUE(run.out.empty() || printed[0] != '\0') << run.out;
     }
-    EXPECT_EQ(Command(rows[1].arguments).out, "");
     std::ostringstream closed, err;
     closed.setstate(std::ios::badbit);
     EXPECT_EQ(RunCommandLine({"check", problem, "--mesh", mesh}, closed, err), Exit::NotWritten);
@@ -240,37 +215,27 @@ TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
 
 TEST(CommandLine, FitsMeasuredPointsAndComputesWithThem)
 {
-    std::string text, reason;
-    ASSERT_TRUE(ReadWhole(Cases() / "S5-curve-power.problem.json", text, reason)) << reason;
-    nlohmann::json problem = nlohmann::json::parse(text);
+    nlohmann::json problem = JsonOf(Cases() / "S5-curve-power.problem.json"), points;
     const math::fn::flow::FredXing curve(10, 2, 1, 0.4, 1e6);
-    nlohmann::json points;
     for (double pressure = -0.5; pressure > -1e4; pressure *= 1.5)
         points.push_back({pressure, std::round(1e4 * curve(pressure)) / 1e4}); // as measured
     problem["materials"][0]["water_content"] = {{"theta_s", 0.4}, {"points", points}};
     const std::filesystem::path path = Scratch("points.problem.json", problem.dump());
-    const std::string mesh = TextOf(Cases() / "mesh" / "S5-curve-power.q8.v41.msh");
-    const Ran ran =
-        Command({"run", TextOf(path), "--mesh", mesh, "--probe", "0.5,1", "--probe", "0.5,4"});
-    ASSERT_EQ(ran.exit, Exit::Done) << ran.err;
-    ASSERT_TRUE(ReadWhole(path.parent_path() / "points" / "result.json", text, reason)) << reason;
-    const nlohmann::json step = nlohmann::json::parse(text)["steps"][0];
-    ASSERT_TRUE(ReadWhole(Cases() / "S5-curve-power.reference.json", text, reason));
-    const nlohmann::json values = nlohmann::json::parse(text)["values"];
-    for (const nlohmann::json& value : values)
+    const CommandRun run =
+        RunCommand({"run", TextOf(path), "--mesh", MeshFile("S5-curve-power.q8.v41"), "--probe",
+                    "0.5,1", "--probe", "0.5,4"});
+    ASSERT_EQ(run.exit, Exit::Done) << run.err;
+    const nlohmann::json step = JsonOf(path.parent_path() / "points" / "result.json")["steps"][0];
+    const percova::testing::CaseRun reference("S5-curve-power");
+    for (const auto& [probe, height] : {std::pair{0, "1"}, std::pair{1, "4"}})
     {
-        const std::string name = value["name"];
-        const double expected = value["value"];
-        for (const auto& [height, probe] : {std::pair{"_z_1", 0}, std::pair{"_z_4", 1}})
-        {
-            if (name == std::string("psi_at") + height)
-                EXPECT_NEAR(step["probes"][probe]["pressure_head"], expected, 0.01) << name;
-            if (name == std::string("theta_at") + height)
-                EXPECT_NEAR(step["probes"][probe]["water_content"], expected, 0.002) << name;
-        }
-        if (name == "stored_water_per_width")
-            EXPECT_NEAR(step["stored_water"], expected, 0.003 * expected);
+        const nlohmann::json& actual = step["probes"][probe];
+        EXPECT_NEAR(actual["pressure_head"], reference.Value(std::string("psi_at_z_") + height),
+                    0.01);
+        EXPECT_NEAR(actual["water_content"], reference.Value(std::string("theta_at_z_") + height),
+                    0.002);
     }
+    EXPECT_WITHIN(double(step["stored_water"]), reference.Value("stored_water_per_width"), 0.003);
 }
 
 } // namespace

@@ -6,10 +6,12 @@
 #include "problem/Faults.h"
 #include "problem/Problem.h"
 #include "problem/TextFile.h"
+#include "support/ReadFile.h"
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -67,6 +69,18 @@ inline std::string With(std::string text, const std::string& what, const std::st
     const std::size_t at = text.find(what);
     EXPECT_NE(at, std::string::npos) << what;
     return at == std::string::npos ? text : text.replace(at, what.size(), instead);
+}
+
+/// A mesh in version 2.2 from its lines of nodes and of elements; @p names comes before them.
+inline std::string MeshText(const std::string& nodes, const std::string& elements,
+                            const std::string& names = "")
+{
+    const auto counted = [](const std::string& name, const std::string& lines) {
+        return '$' + name + '\n' + std::to_string(std::count(lines.begin(), lines.end(), '\n')) +
+               '\n' + lines + "$End" + name + '\n';
+    };
+    return "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n" + names + counted("Nodes", nodes) +
+           counted("Elements", elements);
 }
 
 inline std::filesystem::path Cases()

@@ -1,23 +1,22 @@
 // Transient seepage: cases with exact references, and properties that hold in every case.
 #include "CaseRun.h"
-#include "CommandLine.h"
-#include "Scratch.h"
+#include "Commands.h"
 #include "analysis/Transient.h"
 
-#include <algorithm>
 #include <cmath>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace percova::testing
 {
 namespace
 {
 
+using nlohmann::json;
+
 /// The results of a case in time on one of its meshes; the initial state comes first.
-const std::vector<StepResult>& InTime(CaseRun& run, SolverKind kind)
+const std::vector<StepResult>& InTime(CaseRun& run, const std::string& mesh,
+                                      SolverKind kind = SolverKind::Direct)
 {
+    run.Read(mesh);
     Faults faults;
     EXPECT_TRUE(Bind(run.model, faults));
     run.model.problem.solver.kind = kind;
@@ -28,59 +27,49 @@ const std::vector<StepResult>& InTime(CaseRun& run, SolverKind kind)
     return run.results.steps;
 }
 
-/// "flow", "cumulative" and the like of a boundary, or of all together.
-double OfBoundary(const StepResult& result, const std::string& name, const std::string& quantity,
-                  double seconds)
-{
-    double sum = 0;
-    for (const BoundaryFlow& boundary : result.boundaries)
-        if (name == "all" || name == boundary.name)
-            sum += quantity == "flow" ? boundary.flow * seconds : boundary.cumulative;
-    return sum;
-}
-
-/// @p actual(result) against a row of values, one for each output, relative to the largest.
-template <class Actual>
-void ExpectRow(const std::vector<StepResult>& results, const nlohmann::json& values, double allowed,
-               bool isRelative, Actual actual)
-{
-    double largest = 0;
-    for (const double value : values)
-        largest = std::max(largest, std::abs(value));
-    for (std::size_t i = 0; i < values.size(); ++i)
-        EXPECT_NEAR(actual(results[i + 1]), double(values[i]),
-                    isRelative ? allowed * largest : allowed)
-            << "output " << i;
-}
-
-void ExpectReferences(const CaseRun& run, const nlohmann::json& demand)
+void ExpectReferences(const CaseRun& run, const json& demand)
 {
     const std::vector<StepResult>& results = run.results.steps;
-    const nlohmann::json& reference = run.reference;
-    const double seconds = run.model.problem.units.seconds;
+    const json& reference = run.reference;
     ASSERT_EQ(results.size(), reference["times"].size() + 1);
+    // A row of values, one for each output.
+    const auto expect = [&](const json& values, double allowed, const auto& actual) {
+        for (std::size_t i = 0; i < values.size(); ++i)
+            EXPECT_NEAR(actual(results[i + 1]), double(values[i]), allowed) << "output " << i;
+    };
+    const auto largest = [](const json& values) {
+        double most = 0;
+        for (const double value : values)
+            most = std::max(most, std::abs(value));
+        return most;
+    };
     for (std::size_t k = 0; k < reference["probes"].size(); ++k)
     {
-        const nlohmann::json& probe = reference["probes"][k];
+        const json& probe = reference["probes"][k];
         SCOPED_TRACE(probe["name"]);
-        ExpectRow(results, probe["values"], demand["probes_abs"], false,
-                  [&](const StepResult& result) {
-                      return probe["quantity"] == "head" ? result.probes[k].head
-                                                         : result.probes[k].pressureHead;
-                  });
+        expect(probe["values"], demand["probes_abs"], [&](const StepResult& at) {
+            return probe["quantity"] == "head" ? at.probes[k].head : at.probes[k].pressureHead;
+        });
     }
-    for (const nlohmann::json& boundary : reference["boundaries"])
+    for (const json& each : reference["boundaries"])
     {
-        const std::string name = boundary["name"], quantity = boundary["quantity"];
+        const std::string name = each["name"], quantity = each["quantity"];
         SCOPED_TRACE(name + ' ' + quantity);
         const std::string own = quantity + '_' + name + "_rel", any = quantity + "_rel";
-        ExpectRow(
-            results, boundary["values"], demand[demand.contains(own) ? own : any], true,
-            [&](const StepResult& result) { return OfBoundary(result, name, quantity, seconds); });
+        const double allowed = demand[demand.contains(own) ? own : any];
+        expect(each["values"], allowed * largest(each["values"]), [&](const StepResult& at) {
+            double sum = 0;
+            for (const BoundaryFlow& boundary : at.boundaries)
+                if (name == "all" || name == boundary.name)
+                    sum += quantity == "flow" ? boundary.flow * run.model.problem.units.seconds
+                                              : boundary.cumulative;
+            return sum;
+        });
     }
+    const json& stored = reference["stored_change"]["values"];
     SCOPED_TRACE("stored change");
-    ExpectRow(results, reference["stored_change"]["values"], demand["stored_change_rel"], true,
-              [](const StepResult& result) { return result.storedChange; });
+    expect(stored, double(demand["stored_change_rel"]) * largest(stored),
+           [](const StepResult& at) { return at.storedChange; });
     for (std::size_t i = 1; i < results.size(); ++i)
         EXPECT_LE(std::abs(results[i].massBalance), 1e-7) << i; // asked is 1e-5
 }
@@ -96,10 +85,9 @@ TEST(SeepageInTime, MeetsItsReferencesOnEveryMesh)
                 continue; // its meshes are large
             SCOPED_TRACE(std::string(name) + ' ' + mesh);
             CaseRun run(name);
-            run.Read(mesh);
-            InTime(run, KindInTurn());
-            for (const nlohmann::json& demand : run.reference["demand"])
-                for (const nlohmann::json& elements : demand["elements"])
+            InTime(run, mesh, KindInTurn());
+            for (const json& demand : run.reference["demand"])
+                for (const json& elements : demand["elements"])
                     if (elements == mesh)
                         ExpectReferences(run, demand);
         }
@@ -112,13 +100,12 @@ TEST(SeepageInTime, IsOfSecondOrder)
     for (int k = 0; k < 3; ++k)
     {
         CaseRun run("T1-consolidation");
-        run.Read("q4");
         TimeSettings& time = *run.model.problem.time;
         run.model.problem.steps[0].conditions[3].series = {{0, {12}}, {1e6, {10}}};
         time.outputs = {1e6};
         time.tolerance = 1e9;
         time.firstStep = time.largestStep = 1e5 / (1 << k);
-        head[k] = InTime(run, SolverKind::Direct).back().probes[0].head;
+        head[k] = InTime(run, "q4").back().probes[0].head;
     }
     EXPECT_NEAR((head[0] - head[1]) / (head[1] - head[2]), 4, 0.5);
 }
@@ -128,10 +115,9 @@ TEST(SeepageInTime, ConservesWaterInStepsOfAnyLength)
     for (const double tolerance : {1e-3, 10.0})
     {
         CaseRun run("T5-rain");
-        run.Read("q4");
         run.model.problem.time->tolerance = tolerance;
         run.model.problem.time->largestStep = 3600;
-        const StepResult& end = InTime(run, SolverKind::Direct).back();
+        const StepResult& end = InTime(run, "q4").back();
         EXPECT_LE(std::abs(end.massBalance), 1e-8) << tolerance;
         EXPECT_NEAR(end.boundaries[3].cumulative, 5.04e-3, 5.04e-9) << tolerance;
     }
@@ -142,13 +128,12 @@ TEST(SeepageInTime, ConservesWaterInStepsOfAnyLength)
 TEST(SeepageInTime, SwitchesAFluxThatTheSoilCannotTakeOrGive)
 {
     CaseRun run("T5-rain");
-    run.Read("q4");
     Condition& top = run.model.problem.steps[0].conditions[3];
     top.series = {{0, {4e-5}}, {7200, {4e-5}}, {7200, {-1e-6}}, {1e6, {-1e-6}}};
     top.ponding = 0;
     top.leastPressureHead = -3;
     run.model.problem.time->outputs = {7200, 400000};
-    const std::vector<StepResult>& results = InTime(run, SolverKind::Direct);
+    const std::vector<StepResult>& results = InTime(run, "q4");
     const BoundaryFlow &rain = results[1].boundaries[3], &dry = results[2].boundaries[3];
     EXPECT_NEAR(rain.ponded, 0.1, 1e-9);
     EXPECT_GT(rain.flow, 2e-5 * 0.1); // gravity alone gives as much, the dry soil below more
@@ -165,14 +150,13 @@ TEST(SeepageInTime, TakesHeadsBeyondALimitAsAJump)
     for (const double compressibility : {0.0, 1e-5})
     {
         CaseRun run("T5-rain");
-        run.Read("q4");
         run.model.problem.initial.type = InitialType::PressureHead;
         run.model.problem.initial.table = {{0, 1}};
         run.model.problem.materials[0].mV = compressibility;
         for (Condition& side : run.model.problem.steps[0].conditions)
             if (side.type == BoundaryType::NoFlow) // the base keeps the air's pressure
                 side.type = BoundaryType::Seepage;
-        const StepResult& end = InTime(run, SolverKind::Direct).back();
+        const StepResult& end = InTime(run, "q4").back();
         EXPECT_LE(std::abs(end.massBalance), 1e-9);
         EXPECT_LT(end.cumulativeIn, 1.001 * 5.04e-3); // the rain alone
     }
@@ -181,53 +165,34 @@ TEST(SeepageInTime, TakesHeadsBeyondALimitAsAJump)
 TEST(SeepageInTime, TakesALevelInTimeAsAHeadWhereItStandsAbove)
 {
     CaseRun run("T4-tide");
-    run.Read("q4");
-    const double head = InTime(run, SolverKind::Direct).back().probes[0].head;
+    const double head = InTime(run, "q4").back().probes[0].head;
     run.model.problem.steps[0].conditions[1].type = BoundaryType::Seepage;
-    EXPECT_EQ(InTime(run, SolverKind::Direct).back().probes[0].head, head);
-}
-
-/// Runs a problem in @p place; @p mesh is one of T1's.
-nlohmann::json RunT1(const std::filesystem::path& place, const nlohmann::json& problem,
-                     const std::string& mesh, const char* folder, Exit expected)
-{
-    const std::filesystem::path path = place / "t1.problem.json";
-    std::ofstream(path) << problem.dump();
-    std::ostringstream out, err;
-    EXPECT_EQ(RunCommandLine({"run", TextOf(path), "--solver", "direct", "--mesh",
-                              TextOf(Cases() / "mesh" / ("T1-consolidation." + mesh + ".msh")),
-                              "--out", TextOf(place / folder)},
-                             out, err),
-              expected)
-        << err.str();
-    std::string text, reason;
-    (void)ReadWhole(place / folder / "result.json", text, reason);
-    return nlohmann::json::parse(text, nullptr, false);
+    EXPECT_EQ(InTime(run, "q4").back().probes[0].head, head);
 }
 
 TEST(SeepageInTime, GoesOnAfterItsLastOutputAndStartsFromAnEarlierRun)
 {
-    std::string text, again, reason;
-    ASSERT_TRUE(ReadWhole(Cases() / "T1-consolidation.problem.json", text, reason));
-    const std::filesystem::path place = ScratchFolder();
-    nlohmann::json problem = nlohmann::json::parse(text);
-    const nlohmann::json whole = RunT1(place, problem, "q4", "whole", Exit::Done);
-    const std::filesystem::path part = place / "part";
+    const std::filesystem::path place = ScratchFolder(), part = place / "part";
+    json problem = JsonOf(Cases() / "T1-consolidation.problem.json");
+    const auto run = [&](const std::string& mesh, const char* folder, Exit expected) {
+        std::ofstream(place / "t1.problem.json") << problem.dump();
+        const CommandRun ran =
+            RunCommand({"run", TextOf(place / "t1.problem.json"), "--solver", "direct", "--mesh",
+                        MeshFile("T1-consolidation." + mesh), "--out", TextOf(place / folder)});
+        EXPECT_EQ(ran.exit, expected) << ran.err;
+        return JsonOf(place / folder / "result.json");
+    };
+    const json whole = run("q4", "whole", Exit::Done);
     std::filesystem::create_directories(part / "t1.0002.vtu"); // in the way of the second output
-    RunT1(place, problem, "q4", "part", Exit::NotWritten);
+    run("q4", "part", Exit::NotWritten);
     std::filesystem::remove(part / "t1.0002.vtu");
     std::ofstream(part / "t1.0001.svg") << "kept";
-    const nlohmann::json resumed = RunT1(place, problem, "q4", "part", Exit::Done);
+    const json resumed = run("q4", "part", Exit::Done);
     for (const char* key : {"initial", "times", "steps"})
         EXPECT_EQ(resumed[key], whole[key]) << key;
     for (const char* name : {"t1.history.csv", "t1.history.svg"})
-    {
-        ASSERT_TRUE(ReadWhole(part / name, again, reason));
-        ASSERT_TRUE(ReadWhole(place / "whole" / name, text, reason));
-        EXPECT_EQ(again, text) << name;
-    }
-    ASSERT_TRUE(ReadWhole(part / "t1.0001.svg", text, reason));
-    EXPECT_EQ(text, "kept"); // not computed again
+        EXPECT_EQ(support::ReadAll(part / name), support::ReadAll(place / "whole" / name)) << name;
+    EXPECT_EQ(support::ReadAll(part / "t1.0001.svg"), "kept"); // not computed again
 
     for (const std::string mesh : {"q4", "t6"})
         for (const bool first : {true, false})
@@ -235,14 +200,13 @@ TEST(SeepageInTime, GoesOnAfterItsLastOutputAndStartsFromAnEarlierRun)
             problem["initial"] = {{"type", "result"}, {"file", "whole/result.json"}};
             if (first)
                 problem["initial"]["time"] = problem["time"]["output"][0];
-            const nlohmann::json start =
-                RunT1(place, problem, mesh, "later", Exit::Done)["initial"];
+            const json start = run(mesh, "later", Exit::Done)["initial"];
             EXPECT_NEAR(start["probes"][1]["head"],
                         whole["times"][first ? 0 : 3]["probes"][1]["head"],
                         mesh == "q4" ? 1e-12 : 2e-4); // as another mesh interpolates
         }
     problem["initial"]["time"] = 123;
-    RunT1(place, problem, "q4", "later", Exit::WrongInput);
+    run("q4", "later", Exit::WrongInput);
 }
 
 } // namespace

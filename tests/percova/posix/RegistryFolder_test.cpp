@@ -7,21 +7,13 @@
 namespace
 {
 
-class OwnRegistry : public testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        const std::string folder = std::string(KVI_TEST_TEMP) + "/registry";
-        std::filesystem::remove_all(folder);
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): before there are threads
-        ASSERT_EQ(::setenv("KVI_REGISTRY", folder.c_str(), 1), 0);
-    }
-};
+const bool kIsSet = [] {
+    std::error_code ignored;
+    std::filesystem::remove_all(KVI_TEST_TEMP "/registry", ignored);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): before there are threads
+    return ::setenv("KVI_REGISTRY", KVI_TEST_TEMP "/registry", 1) == 0;
+}();
 
-const testing::Environment* const kOwnRegistry =
-    testing::AddGlobalTestEnvironment(new OwnRegistry); // gtest deletes it
-
-TEST(RegistryFolder, IsTheTestsOwn) { EXPECT_NE(kOwnRegistry, nullptr); }
+TEST(RegistryFolder, IsTheTestsOwn) { EXPECT_TRUE(kIsSet); }
 
 } // namespace
