@@ -69,6 +69,9 @@ if(TARGET percova)
   set(cases "${PROJECT_SOURCE_DIR}/examples/percova/cases")
   install(FILES "${cases}/U1-dam.problem.json" "${cases}/mesh/U1-dam.geo" "${cases}/mesh/U1-dam.q8.v41.msh"
           DESTINATION ${CMAKE_INSTALL_DATADIR}/kvi/dam COMPONENT tools)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/percova/worked"
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/kvi COMPONENT tools)
 endif()
 install(FILES README.md CHANGELOG.md NOTICE.md SECURITY.md docs/guide.md docs/engine-authors.md docs/python.md
+        docs/percova.md docs/worked-problems.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
