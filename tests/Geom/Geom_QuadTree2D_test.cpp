@@ -4,6 +4,7 @@
 #include "Geom/Geom_QuadTree2D.h"
 #include "Geom/Geom_Region.h"
 #include "Geom/Geom_Vector.h"
+#include "platform/platform_fpu.h"
 
 #include <map>
 #include <numeric>
@@ -219,7 +220,10 @@ TEST(QuadTree2D, TakesEveryBox)
             tree.Insert(i, Rectangle(0, i / 10.0, 10, 0.1));
         EXPECT_NE(tree.Find({box.minX > 0 ? 5 : 0.0, 5}), kNone) << box.maxX;
     }
+    platform::FpuSetTraps(13); // invalid, division by zero, overflow
     EXPECT_EQ(QuadTree2D().Find({0, 0}), kNone);
+    EXPECT_EQ(Tree({}).Find({0, 0}), kNone);
+    platform::FpuSetTraps(0);
     EXPECT_EQ(Tree({0, kNaN, 0, 1}).Find({0, 0}), kNone);
 }
 

@@ -211,6 +211,13 @@ TEST(Polygon, HasAnAreaAndACentreOfMass)
             EXPECT_NEAR(centre.x - far, 5.0 / 3, 1e-9);
             EXPECT_NEAR(centre.y + far, 5.0 / 3, 1e-9);
         }
+    for (const double size : {1e103, 1e150}) // the third power of the last is no number
+    {
+        Ring ring = shape;
+        for (Point2D& p : ring)
+            p = {p.x * size, p.y * size};
+        EXPECT_NEAR(PolygonCentreOfMass2D(ring.data(), ring.size()).x / size, 5.0 / 3, 1e-9);
+    }
     const Ring flat = {{0, 0}, {2, 0}, {0, 0}};
     EXPECT_EQ(PolygonArea2D(flat.data(), 3), 0);
     EXPECT_EQ(PolygonCentreOfMass2D(flat.data(), 3), (Point2D{1, 0}));
