@@ -249,7 +249,7 @@ struct Problem
     std::vector<Probe> probes;
     std::vector<Section> sections;
     std::vector<Section> uplifts; ///< lines whose pore pressures are integrated
-    bool flowNet = false; ///< whether steady results have a stream function
+    bool flowNet = false;         ///< whether steady results have a stream function
     SolverSettings solver;
     std::optional<TimeSettings> time; ///< none: steady
     Initial initial;
