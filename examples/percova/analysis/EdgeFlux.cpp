@@ -6,6 +6,7 @@ namespace percova
 {
 namespace
 {
+
 /// Local coordinates at @p t in [-1, 1] along side @p side of an element.
 void AlongSide(ElementType type, int side, double t, double& r, double& s)
 {
@@ -32,6 +33,7 @@ int SideBetween(const Mesh& mesh, int e, int a, int b)
     }
     return -1;
 }
+
 } // namespace
 
 EdgeFlux FluxOver(const Solution& s, const Edge& edge, int e, const EdgePoint points[kEdgePoints])
@@ -39,6 +41,8 @@ EdgeFlux FluxOver(const Solution& s, const Edge& edge, int e, const EdgePoint po
     const Mesh& mesh = s.model.mesh;
     const int side = SideBetween(mesh, e, edge.nodes[0], edge.nodes[1]);
     EdgeFlux flux;
+    if (side < 0)
+        return flux;
     // The normal points out of the element on the left, into the one on the right.
     flux.isOutward = mesh.ElementNodes(std::size_t(e))[side] == edge.nodes[0];
     const Soil& soil = s.soils[s.model.material[e]];

@@ -18,7 +18,7 @@ struct EdgeFlux
     bool isOutward = true;            ///< whether the points' normals point out of the element
 };
 
-/// @param element  one of those that @p edge is a side of
+/// @param element  one of those that @p edge is a side of; no flux for another one
 EdgeFlux FluxOver(const Solution& solution, const Edge& edge, int element,
                   const EdgePoint points[kEdgePoints]);
 

@@ -13,10 +13,10 @@ namespace percova
 {
 
 /// What flows into a region at a node of its border is the flow into its elements there and what
-/// these store at the node. The border are the nodes that it shares with other regions and those on
-/// boundaries; inflow and outflow are the sums over the nodes by their sign. The sum of both and of
-/// the sources inside equals the change of storage to the tolerance of the solver, on any mesh. A
-/// source at a node of the border counts as flow over it.
+/// these store at the node. Its border is made of the nodes that it shares with other regions and
+/// those on boundaries; inflow and outflow are the sums over the nodes by their sign. The sum of
+/// both and of the sources inside equals the change of storage to the tolerance of the solver, on
+/// any mesh. A source at a node of the border counts as flow over it.
 class RegionFlows
 {
 public:
