@@ -101,6 +101,7 @@ void WriteNewProblem(std::ostream& out, const Mesh& mesh, const std::string& id,
 {
     const std::vector<Json> regions = RegionsOf(mesh);
     std::vector<Json> materials;
+    materials.reserve(regions.size());
     for (const Json& region : regions)
         materials.push_back({{"name", region["material"]},
                              {"k_sat", nullptr},

@@ -2,10 +2,10 @@
 
 namespace percova
 {
-
-const char* ProblemSchema()
+namespace
 {
-    return R"json({
+
+constexpr char kSchema[] = R"json({
  "$schema": "https://json-schema.org/draft/2020-12/schema",
  "title": "Problem of percova: two-dimensional seepage, steady and in time",
  "type": "object",
@@ -144,8 +144,8 @@ const char* ProblemSchema()
   }
  },
 )json"
-           // in two, for compilers that limit the length of one
-           R"json( "$defs": {
+                           // in two, for compilers that limit the length of one
+                           R"json( "$defs": {
   "name": {"type": "string", "minLength": 1, "maxLength": 200},
   "point": {"type": "array", "items": {"type": "number"}, "minItems": 2, "maxItems": 2},
   "line": {"type": "array", "items": {"$ref": "#/$defs/point"}},
@@ -258,6 +258,9 @@ const char* ProblemSchema()
  }
 }
 )json";
-}
+
+} // namespace
+
+const char* ProblemSchema() { return kSchema; }
 
 } // namespace percova
