@@ -12,10 +12,9 @@ void AlongSide(ElementType type, int side, double t, double& r, double& s)
 {
     constexpr double kTriangle[3][2] = {{0, 0}, {1, 0}, {0, 1}};
     constexpr double kSquare[4][2] = {{1, 1}, {-1, 1}, {-1, -1}, {1, -1}};
-    const int corners = Corners(type);
-    const double(*at)[2] = corners == 3 ? kTriangle : kSquare;
-    const double* from = at[side];
-    const double* to = at[(side + 1) % corners];
+    const bool isTriangle = Corners(type) == 3;
+    const double* from = isTriangle ? kTriangle[side % 3] : kSquare[side % 4];
+    const double* to = isTriangle ? kTriangle[(side + 1) % 3] : kSquare[(side + 1) % 4];
     r = ((1 - t) * from[0] + (1 + t) * to[0]) / 2;
     s = ((1 - t) * from[1] + (1 + t) * to[1]) / 2;
 }
