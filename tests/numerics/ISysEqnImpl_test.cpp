@@ -52,6 +52,14 @@ void Insert(ISysEqnImpl& system, int element, int size)
     system.InsertIntoSysCoefMtx(element, &m);
 }
 
+/// A coefficient of row 0 and @p column.
+void InsertBeside(ISysEqnImpl& system, int column)
+{
+    const tagVectorInt list{{0, column}};
+    const tagMatrixDbl m{2, 2, {0, 1, 0, 0}};
+    system.InsertIntoSysCoefMtxByEqnIndxs(&list, &m);
+}
+
 TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
 {
     static const std::vector<int> one{0}, two{0, 1};
@@ -61,12 +69,9 @@ TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
          [](ISysEqnImpl& s) { Insert(s, -1, 4), Insert(s, 4, 4); }, -1},
         {"InsertIntoSysCoefMtx: the matrix of", [](ISysEqnImpl& s) { Insert(s, 0, 2); }, -1},
         {"InsertIntoSysCoefMtxByEqnIndxs: a coefficient",
-         [](ISysEqnImpl& s) {
-             const tagVectorInt list{{0, 8}};
-             const tagMatrixDbl m{2, 2, {0, 1, 0, 0}};
-             s.InsertIntoSysCoefMtxByEqnIndxs(&list, &m);
-         },
-         0},
+         [](ISysEqnImpl& s) { InsertBeside(s, 8); }, 0},
+        {"InsertIntoSysCoefMtxByEqnIndxs: a coefficient",
+         [](ISysEqnImpl& s) { InsertBeside(s, 2); }, 0}, // row 0 has 1 and 3
         {"AddToRHSVector: there is no equation 9", [](ISysEqnImpl& s) { Load(s, {9}, {1}); }, 9},
         {"FixUnknowns: 2 equations, but 1 values", [](ISysEqnImpl& s) { Fix(s, two, value); }, -1},
         {"AddToRHSVector: 1 equations, but 2 values", [](ISysEqnImpl& s) { Load(s, one, both); },
