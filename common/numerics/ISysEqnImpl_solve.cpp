@@ -172,9 +172,7 @@ void ISysEqnImpl::State::Solve(Solver solver)
     }
     catch (const numerics::SolveStopped&)
     {
-        SolveRecord record = numerics::RefuseTooLarge(L"the solve was stopped on request");
-        record.outcome = SolveOutcome::Interrupted;
-        refuse(std::move(record));
+        refuse(numerics::RefuseStopped());
     }
 }
 

@@ -1,5 +1,5 @@
 /// @file
-/// Threads that run one body at once, and waiting for what another thread does.
+/// Threads that run one body at once.
 #pragma once
 
 #include <atomic>
@@ -39,16 +39,6 @@ void While(int count, Body body, Check check)
     });
     check();
     done = true;
-}
-
-/// Sleeps until @p condition holds, for half a minute at most. @returns whether it does
-template <class Condition>
-bool WaitUntil(Condition condition)
-{
-    const auto limit = std::chrono::steady_clock::now() + 30s;
-    while (!condition() && std::chrono::steady_clock::now() < limit)
-        std::this_thread::sleep_for(1ms);
-    return condition();
 }
 
 } // namespace support

@@ -183,6 +183,11 @@ SolveRecord RefuseTooLarge(const wchar_t* reason, SolveRecord record)
     return Refuse(std::move(record), SolveOutcome::TooLarge, -1, reason);
 }
 
+SolveRecord RefuseStopped()
+{
+    return Refuse({}, SolveOutcome::Interrupted, -1, L"the solve was stopped on request");
+}
+
 bool IsSingularAlong(const SolutionErrors& errors)
 {
     // Perturbed pivots of the vendor's solver are 1e-13; rounding in factors grows with their size.

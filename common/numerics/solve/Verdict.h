@@ -66,6 +66,9 @@ SolveRecord RefuseNotFinite(int equation, SolveRecord record);
 /// The record of a system that memory or 32-bit indices cannot hold; its errors are NaN.
 SolveRecord RefuseTooLarge(const wchar_t* reason, SolveRecord record = {});
 
+/// The record of a solve that was stopped on request; its errors are NaN.
+SolveRecord RefuseStopped();
+
 /// Is A singular along x up to rounding, so that rounding alone determines the magnitude of x?
 /// Detects unsupported parts of a structure, whichever factor or iteration computed x.
 bool IsSingularAlong(const SolutionErrors& errors);

@@ -78,11 +78,6 @@ public:
                                     const Polyline& line);
 
 private:
-    bool IsCurve(const std::string& name) const
-    {
-        return std::any_of(mesh_.curves.begin(), mesh_.curves.end(),
-                           [&](const MeshGroup& curve) { return curve.name == name; });
-    }
     void AddCurve(const std::string& name, Shares& shares) const;
     std::string Shown(Point at) const
     {
@@ -118,7 +113,7 @@ std::vector<NodeShare> LineBinder::SharesOf(const Source& source)
                       "the source '" + source.name + "' " + text);
         return std::vector<NodeShare>();
     };
-    if (source.line.empty() && IsCurve(source.name))
+    if (source.line.empty() && IndexOf(mesh_.curves, source.name) >= 0)
     {
         AddCurve(source.name, shares);
         return shares.Take();

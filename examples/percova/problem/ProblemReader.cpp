@@ -75,15 +75,16 @@ void ReadProbes(JsonReader& file, Problem& problem)
     });
 }
 
-void ReadSections(JsonReader& file, Problem& problem)
+/// Reads a list of lines with names.
+void ReadLines(JsonReader& file, const char* key, double metres, std::vector<Section>& lines)
 {
-    file.ForEach("sections", Need::Optional, [&](JsonReader& reader) {
-        Section section;
-        section.place = reader.Here();
-        section.name = ReadName(reader, problem.sections);
-        reader.GetLine("line", section.line, 2, Need::Required);
-        Scale(section.line, problem.units.metres);
-        problem.sections.push_back(std::move(section));
+    file.ForEach(key, Need::Optional, [&](JsonReader& reader) {
+        Section line;
+        line.place = reader.Here();
+        line.name = ReadName(reader, lines);
+        reader.GetLine("line", line.line, 2, Need::Required);
+        Scale(line.line, metres);
+        lines.push_back(std::move(line));
     });
 }
 
@@ -186,8 +187,8 @@ bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
                             problem.file, condition.place,
                             "has a value that changes in time, but the problem has no time");
     ReadProbes(file, problem);
-    ReadSections(file, problem);
-    ReadUplifts(file, problem);
+    ReadLines(file, "sections", problem.units.metres, problem.sections);
+    ReadLines(file, "uplift", problem.units.metres, problem.uplifts);
     ReadFlowNet(file, problem);
     ReadSolver(file, problem.solver);
     file.WarnOfUnknown();

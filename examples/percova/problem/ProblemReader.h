@@ -65,8 +65,6 @@ void ReadSourceChanges(JsonReader& reader, const Problem& problem, std::vector<C
 void ReadSteps(JsonReader& file, Problem& problem);
 /// Reads "gamma_sat", or "void_ratio" and "specific_gravity".
 void ReadUnitWeight(JsonReader& reader, double gammaW, Material& material);
-/// Reads "uplift".
-void ReadUplifts(JsonReader& file, Problem& problem);
 /// Reads "boundaries", changes of @p conditions by the boundaries' names.
 void ReadChanges(JsonReader& reader, const Problem& problem, std::vector<Condition>& conditions);
 /// Reads "time" and "initial".

@@ -1,7 +1,5 @@
-// What the safety against piping and uplift needs: unit weights, and lines.
+// What the safety against piping needs: unit weights.
 #include "problem/ProblemReader.h"
-
-#include <utility>
 
 namespace percova
 {
@@ -28,19 +26,6 @@ void ReadUnitWeight(JsonReader& reader, double gammaW, Material& material)
     if (!(given > gammaW))
         reader.Error("gamma_sat", "should be greater than gamma_w, for lighter soil floats");
     material.gammaSat = given;
-}
-
-void ReadUplifts(JsonReader& file, Problem& problem)
-{
-    file.ForEach("uplift", Need::Optional, [&](JsonReader& reader) {
-        Section line;
-        line.place = reader.Here();
-        line.name = ReadName(reader, problem.uplifts);
-        reader.GetLine("line", line.line, 2, Need::Required);
-        for (Point& point : line.line)
-            point = {point.x * problem.units.metres, point.y * problem.units.metres};
-        problem.uplifts.push_back(std::move(line));
-    });
 }
 
 } // namespace percova

@@ -1,8 +1,9 @@
 // A forked child of a process whose threads hold, wait and write.
 
 #include "RunChild.h"
-#include "fault/posix/tests_fault_posix.h"
+#include "support/ForkedChild.h"
 #include "sys/SharedResource.h"
+#include "sys/sys_file_folder.h"
 #include "sys/sys_reg_key.h"
 #include "sys/sys_thread_Semaphore.h"
 #include "sys/sys_thread_Signal.h"
@@ -13,8 +14,8 @@
 #include <vector>
 
 using namespace sys::thread;
-using fault_test::InChild;
 using impl::SystemExclusiveAccess;
+using support::InChild;
 using ForkedChild = sys_test::RegistryTest;
 
 namespace

@@ -2,10 +2,11 @@
 // nothing hangs or crashes, what fails says so, and the same again is right.
 
 #include "RunChild.h"
-#include "fault/posix/tests_fault_posix.h"
 #include "numerics/FilledSystem.h"
 #include "support/FailingMemory.h"
+#include "support/ForkedChild.h"
 #include "sys/SharedResource.h"
+#include "sys/sys_file_folder.h"
 #include "sys/sys_thread_ParallelFor.h"
 
 #include <atomic>
@@ -102,7 +103,7 @@ TEST(FirstThreadsChild, DISABLED_RunOutOfMemory)
     for (long allocation = 1;; ++allocation)
     {
         ASSERT_EQ(sys_test::Count("/proc/self/task"), 1);
-        const int result = fault_test::InChild([&]() -> bool {
+        const int result = support::InChild([&]() -> bool {
             left = allocation;
             const Result first = Try(action);
             const bool hasFailed = left.exchange(0) <= 0;

@@ -1,9 +1,10 @@
 // A set-user-id program, whose caller chooses its environment.
 
-#include "fault/posix/tests_fault_posix.h"
 #include "platform/platform_env.h"
 #include "platform/platform_text.h"
+#include "support/ForkedChild.h"
 #include "sys/sys_file.h"
+#include "sys/sys_file_folder.h"
 #include "sys/sys_reg_Registry.h"
 
 #include <sys/auxv.h>
@@ -49,8 +50,8 @@ TEST_F(SetUserId, ObeysNoFolderOfItsCaller)
     ASSERT_EQ(::chown(program.c_str(), kOwner, kOwner), 0);
     ASSERT_EQ(::chown(home.c_str(), kOwner, kOwner), 0);
     ASSERT_EQ(::chmod(program.c_str(), 04755), 0);
-    const int result = fault_test::InChild([&] {
-        fault_test::BecomeOrdinary();
+    const int result = support::InChild([&] {
+        support::BecomeOrdinary();
         for (const char* name :
              {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "KVI_REGISTRY", "TMPDIR", "KVI_MKL"})
             ::setenv(name, home.c_str(), 1);

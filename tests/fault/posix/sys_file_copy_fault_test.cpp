@@ -1,8 +1,9 @@
 // Copies and renames that meet full disks, other disks, links and holes.
 
-#include "fault/posix/tests_fault_posix.h"
+#include "support/ForkedChild.h"
 #include "sys/sys_file.h"
 #include "sys/sys_file_InputStream.h"
+#include "sys/sys_file_folder.h"
 
 #include <chrono>
 
@@ -116,8 +117,8 @@ TEST_F(CopyFaults, AReplacedFileKeepsItsOwnerPermissionsAndNames)
     // An owner who cannot be kept by a new file is kept by writing into the old one.
     ASSERT_EQ(::chmod((folder / "b").c_str(), 0666), 0);
     fs::remove(folder / "also b");
-    EXPECT_EQ(fault_test::InChild([&] {
-                  fault_test::BecomeOrdinary();
+    EXPECT_EQ(support::InChild([&] {
+                  support::BecomeOrdinary();
                   return Copy(In("a"), In("b")).ok();
               }),
               0);

@@ -1,10 +1,11 @@
 // Other faults of files: links, permissions, descriptors, names.
 
-#include "fault/posix/tests_fault_posix.h"
 #include "foundation/KviError.h"
+#include "support/ForkedChild.h"
 #include "sys/sys_file.h"
 #include "sys/sys_file_InputStream.h"
 #include "sys/sys_file_SafeWriter.h"
+#include "sys/sys_file_folder.h"
 
 #include <atomic>
 #include <cerrno>
@@ -17,7 +18,7 @@
 #include <unistd.h>
 
 using namespace sys::file;
-using fault_test::InChild;
+using support::InChild;
 using sys_test::Count;
 using sys_test::Read;
 using sys_test::Write;
@@ -127,7 +128,7 @@ TEST_F(FileFaults, WhatTheUserMayNotDoIsRefusedWithAReason)
     ASSERT_EQ(::chmod((folder / "secret").c_str(), 0), 0);
     ASSERT_EQ(::chmod((folder / "closed").c_str(), 0555), 0);
     const int result = InChild([&] {
-        fault_test::BecomeOrdinary();
+        support::BecomeOrdinary();
         const auto denied = [](const gtl::status& status, int argument) {
             return !status.ok() && status.details()->argument(argument) == L"Permission denied";
         };

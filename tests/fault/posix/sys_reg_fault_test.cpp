@@ -1,6 +1,7 @@
 #include "fault/posix/tests_fault_disturb.h"
-#include "fault/posix/tests_fault_posix.h"
 #include "foundation/kvidbg_EventSink.h"
+#include "support/ForkedChild.h"
+#include "sys/sys_file_folder.h"
 #include "sys/sys_reg_Registry.h"
 #include "sys/sys_reg_key.h"
 
@@ -15,7 +16,7 @@
 #include <sys/stat.h>
 
 using namespace sys::reg;
-using fault_test::InChild;
+using support::InChild;
 using sys_test::Count;
 using sys_test::Read;
 using sys_test::Write;
@@ -46,7 +47,7 @@ protected:
         EXPECT_EQ(::chmod(StoreFile().c_str(), 0644), 0);
         EXPECT_EQ(::chmod(folder.c_str(), 0555), 0);
         const int result = InChild([&] {
-            fault_test::BecomeOrdinary();
+            support::BecomeOrdinary();
             return check();
         });
         EXPECT_EQ(::chmod(folder.c_str(), 0755), 0);

@@ -2,7 +2,8 @@
 /// Child processes disturbed at a chosen system call.
 #pragma once
 
-#include "fault/posix/tests_fault_posix.h"
+#include "support/ForkedChild.h"
+#include "sys/sys_file_folder.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,8 +1,9 @@
 // Threads and waitable objects when system resources are exhausted or names are occupied.
 
 #include "RunChild.h"
-#include "fault/posix/tests_fault_posix.h"
+#include "support/ForkedChild.h"
 #include "sys/SharedResource.h"
+#include "sys/sys_file_folder.h"
 #include "sys/sys_thread_ExclusiveAccess.h"
 #include "sys/sys_thread_ParallelFor.h"
 #include "sys/sys_thread_Semaphore.h"
@@ -96,7 +97,7 @@ TEST(LimitsChild, DISABLED_HasNoDescriptorLeft)
 
 TEST(LimitsChild, DISABLED_HasNoThreadLeft)
 {
-    fault_test::BecomeOrdinary();
+    support::BecomeOrdinary();
     rlimit usual{};
     ASSERT_EQ(::getrlimit(RLIMIT_NPROC, &usual), 0);
     const rlimit none{0, usual.rlim_max};
@@ -132,7 +133,7 @@ TEST(ThreadFailures, ForWantOfThreadsAreToldAndLeaveNothing)
 template <class Check>
 void ExpectWithTemporary(const fs::path& folder, Check check)
 {
-    const int result = fault_test::InChild([&] {
+    const int result = support::InChild([&] {
         if (::unshare(CLONE_NEWNS) != 0 ||
             ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
             ::mount(folder.c_str(), "/tmp", nullptr, MS_BIND, nullptr) != 0)
@@ -213,7 +214,7 @@ TEST_F(ThreadLimits, AMutexWhoseFileIsRemovedIsTakenInTheNewOne)
         ASSERT_TRUE(lock.Create(L"kvi limits").ok());
         fs::remove_all("/tmp/kvi-" + std::to_string(::geteuid()));
         lock.Lock();
-        EXPECT_EQ(fault_test::InChild([&] {
+        EXPECT_EQ(support::InChild([&] {
                       impl::SystemExclusiveAccess same;
                       return same.Open(L"kvi limits").ok() && !same.TryLock();
                   }),
