@@ -35,7 +35,7 @@ constexpr std::uint64_t kShares = 16; // pieces of a thread's even share, where 
 
 } // namespace
 
-/// Nanoseconds since its start.
+/// Nanoseconds since its start and since its last lap.
 class Loop::Stopwatch
 {
 public:
@@ -43,9 +43,19 @@ public:
     {
         return std::chrono::duration<double, std::nano>(Clock::now() - start_).count();
     }
+    double SinceLap() const { return Read() - lap_; }
+    /// Begins a lap. @returns how long the one before was
+    double Lap()
+    {
+        const double now = Read();
+        return now - std::exchange(lap_, now);
+    }
+    /// When the lap began.
+    double LapStart() const { return lap_; }
 
 private:
     Clock::time_point start_ = Clock::now();
+    double lap_ = 0;
 };
 
 bool Loop::Yield::IsDue() const
@@ -98,11 +108,10 @@ void Loop::Run()
 /// @returns how many it ran
 std::uint64_t Loop::RunSolo()
 {
-    const Stopwatch watch;
+    Stopwatch watch;
     const std::uint64_t largest = std::max(grain_, count_ / (kShares * threads_));
     const std::uint64_t most = std::clamp<std::uint64_t>(count_ / 32, 1, 32);
     std::uint64_t done = 0, size = grain_, ticks = 0, stride = 1; // at first a single number
-    double before = 0;
     for (;;)
     {
         const std::uint64_t begin = done;
@@ -112,11 +121,9 @@ std::uint64_t Loop::RunSolo()
             done = piece_(context_, begin, begin + std::min(size, count_ - begin), Yield());
         if (done == count_)
             return done;
-        const double elapsed = watch.Read();
-        const double perNumber =
-            std::max((elapsed - before) / static_cast<double>(done - begin), 0.1);
+        const double perNumber = std::max(watch.Lap() / static_cast<double>(done - begin), 0.1);
+        const double elapsed = watch.LapStart();
         const double left = perNumber * static_cast<double>(count_ - done);
-        before = elapsed;
         perNumber_.store(perNumber, std::memory_order_relaxed);
         if (elapsed >= kSoloTime && left >= kMinSharedTime)
             return done;
@@ -149,6 +156,12 @@ void Loop::Divide(std::uint64_t done)
     }
 }
 
+/// Lets all threads know what a unit has cost, in nanoseconds.
+void Loop::SetCost(double perUnit)
+{
+    perNumber_.store(perUnit / static_cast<double>(unit_), std::memory_order_relaxed);
+}
+
 void Loop::TakePart(unsigned slot) { Participate(firstSlot_ + slot, false); }
 
 /// @param slot     which lane is the thread's own, modulo their number
@@ -156,17 +169,16 @@ void Loop::TakePart(unsigned slot) { Participate(firstSlot_ + slot, false); }
 // A thread that ends unwinds without an exception object, which the sanitizer takes for null.
 __attribute__((no_sanitize("null"))) void Loop::Participate(unsigned slot, bool mayCall)
 {
-    const Stopwatch watch;
+    Stopwatch watch;
     Lane& own = lanes_[slot % lanesUsed_];
     double perUnit = perNumber_.load(std::memory_order_relaxed) * static_cast<double>(unit_);
-    double before = 0;
     Span piece{};
     while (Claim(own, perUnit, piece))
     {
         std::uint32_t done = 0;
         try
         {
-            done = DoPiece(own, piece, perUnit);
+            done = DoPiece(own, piece, perUnit, watch);
         }
         catch (const abi::__forced_unwind&)
         {
@@ -179,12 +191,10 @@ __attribute__((no_sanitize("null"))) void Loop::Participate(unsigned slot, bool 
             Fail(std::current_exception());
             return;
         }
-        const double now = watch.Read();
-        perUnit = std::max((now - before) / done, 0.1);
-        before = now;
-        if (!mayCall || now < kBeforeWaking - kSoloTime)
+        perUnit = std::max(watch.Lap() / done, 0.1);
+        if (!mayCall || watch.LapStart() < kBeforeWaking - kSoloTime)
             continue;
-        perNumber_.store(perUnit / static_cast<double>(unit_), std::memory_order_relaxed);
+        SetCost(perUnit);
         if (!IsWorthWaking())
             continue;
         mayCall = false;
@@ -195,7 +205,7 @@ __attribute__((no_sanitize("null"))) void Loop::Participate(unsigned slot, bool 
 
 /// Runs the units of @p piece, or the first of them and returns the others to a lane.
 /// @returns how many it ran
-std::uint32_t Loop::DoPiece(Lane& own, Span piece, double perUnit)
+std::uint32_t Loop::DoPiece(Lane& own, Span piece, double perUnit, const Stopwatch& watch)
 {
     const std::uint64_t first = first_ + piece.begin * unit_;
     const std::uint64_t end = first + std::min(piece.Size() * unit_, count_ - first);
@@ -215,6 +225,8 @@ std::uint32_t Loop::DoPiece(Lane& own, Span piece, double perUnit)
         if (begin == end)
             return piece.Size();
         const auto done = static_cast<std::uint32_t>((begin - first) / unit_);
+        if (done != 0) // so that the rest is judged by what it cost so far, not by earlier numbers
+            SetCost(watch.SinceLap() / done);
         if (ReturnRest(own, Span{piece.begin + done, piece.end}))
             return done;
     }

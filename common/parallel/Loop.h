@@ -111,7 +111,8 @@ private:
     std::uint64_t RunSolo();
     void Divide(std::uint64_t done);
     void Participate(unsigned slot, bool mayCall);
-    std::uint32_t DoPiece(Lane& own, Span piece, double perUnit);
+    void SetCost(double perUnit);
+    std::uint32_t DoPiece(Lane& own, Span piece, double perUnit, const Stopwatch& watch);
     bool ReturnRest(Lane& own, Span rest);
     bool Claim(Lane& own, double perUnit, Span& piece);
     Lane* Fullest(Span& left);
