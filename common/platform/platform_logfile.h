@@ -25,7 +25,8 @@ struct WriteResult
 /// records written before it are in the renamed file. After a failed write the next one opens the
 /// file again. No write terminates the process, even if the pipe is closed or the file has reached
 /// the process's size limit. A write waits at most a fifth of a second for a pipe that nobody reads
-/// (on Windows the system waits for the reader). Threads: one at a time.
+/// (on Windows the system waits for the reader). A path that is another user's link is refused (on
+/// Linux; root's are followed). Threads: one at a time.
 class LogFile
 {
 public:

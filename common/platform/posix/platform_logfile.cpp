@@ -2,14 +2,18 @@
 
 #include "platform/platform_fork.h"
 #include "platform/platform_text.h"
+#include "platform/posix/Descriptor.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <cwchar>
+#include <linux/magic.h>
 #include <optional>
 #include <stdio_ext.h>
 #include <utility>
@@ -22,6 +26,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace platform
@@ -183,6 +188,44 @@ unsigned long WriteHostText(std::FILE* stream, int file, bool regular)
     return error;
 }
 
+/// Opens @p path for appending, through links of this user and of root only: another user's would
+/// choose which of this user's files grows. @returns the descriptor, or -1 with the reason in errno
+int OpenToAppend(std::string path)
+{
+    // Non-blocking: opening a named pipe without a reader fails instead of waiting for one.
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+    constexpr int kMostLinks = 40; // as the system's own limit
+    for (int links = 0; links < kMostLinks; ++links)
+    {
+        const int file = ::open(path.c_str(), kFlags | O_NOFOLLOW, 0600);
+        if (file >= 0 || errno != ELOOP)
+            return file;
+        const posix::Descriptor link(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        struct stat about;
+        struct statfs system;
+        if (!link.IsOpen() || ::fstat(link.Number(), &about) != 0 ||
+            ::fstatfs(link.Number(), &system) != 0)
+            return -1;
+        if (!S_ISLNK(about.st_mode))
+            continue; // replaced meanwhile
+        if (about.st_uid != ::geteuid() && about.st_uid != 0)
+        {
+            errno = EACCES;
+            return -1;
+        }
+        if (system.f_type == PROC_SUPER_MAGIC) // /dev/stdout: no text leads to what it names
+            return ::open(path.c_str(), kFlags, 0600);
+        std::array<char, PATH_MAX> target;
+        const ssize_t size = ::readlinkat(link.Number(), "", target.data(), target.size());
+        if (size <= 0)
+            return -1;
+        path.erase(target[0] == '/' ? 0 : path.rfind('/') + 1);
+        path.append(target.data(), static_cast<std::size_t>(size));
+    }
+    errno = ELOOP;
+    return -1;
+}
+
 /// The path in the system's spelling.
 std::string SystemPath(const std::wstring& path)
 {
@@ -200,10 +243,7 @@ constinit ForkHandler forkHandler{ForkRank::platform, nullptr, nullptr, [] { thr
 
 unsigned long LogFile::Open()
 {
-    // Non-blocking: opening a named pipe without a reader fails instead of waiting for one.
-    const int file =
-        ::open(SystemPath(path_).c_str(),
-               O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
+    const int file = OpenToAppend(SystemPath(path_));
     if (file < 0)
         return ErrorNumber();
     struct stat about;

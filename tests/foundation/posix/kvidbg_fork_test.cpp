@@ -91,6 +91,45 @@ TEST_F(ForkLog, LongLinesOfSeveralProcessesOnOneFileAsStandardOutputStayWhole)
         EXPECT_TRUE(count == 100 && text == std::string(20000, text[0])) << text.substr(0, 20);
 }
 
+/// Another user's link would choose which of this user's files grows; folders are followed as ever.
+TEST_F(ForkLog, GoesThroughNoLinkOfAnotherUser)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root may give a link away";
+    struct
+    {
+        const char *link, *target;
+        bool isForeign, isFollowed;
+    } const rows[] = {{"own", "own.txt", false, true},
+                      {"two", "own", false, true},
+                      {"foreign", "precious", true, false},
+                      {"over", "foreign", false, false},
+                      {"dangling", "gone", true, false}};
+    for (const auto& row : rows)
+    {
+        SCOPED_TRACE(row.link);
+        fs::create_symlink(row.target, folder / row.link);
+        ASSERT_TRUE(!row.isForeign || ::lchown((folder / row.link).c_str(), 4711, 4711) == 0);
+        testing::internal::CaptureStderr(); // where a record goes that has no file
+        SinkFilePath(Wide(folder / row.link));
+        KVI_LOG(error, 0, "through %s", row.link);
+        SinkFilePath(L"stderr");
+        const bool isRefused = !testing::internal::GetCapturedStderr().empty();
+        EXPECT_EQ(isRefused, !row.isFollowed);
+    }
+    EXPECT_THAT(ReadAll(folder / "own.txt"), testing::AllOf(testing::HasSubstr("through own"),
+                                                            testing::HasSubstr("through two")));
+    EXPECT_FALSE(fs::exists(folder / "precious") || fs::exists(folder / "gone"));
+    EXPECT_EQ(InChild([] { // "/proc" has links without a path behind them
+                  LogToStandardOutput(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+                  testing::internal::CaptureStderr();
+                  SinkFilePath(L"/dev/stdout");
+                  KVI_LOG(error, 0, "through a link of root");
+                  return testing::internal::GetCapturedStderr().empty();
+              }),
+              0);
+}
+
 TEST_F(ForkLog, ALimitForTheSizeOfFilesEndsNobody)
 {
     for (const bool console : {false, true})
