@@ -26,7 +26,7 @@ TEST(LibraryChild, DISABLED_LoadsByName)
         << "it could be loaded";
 }
 
-TEST(Library, IsNotLoadedFromTheCurrentFolder)
+TEST(Library, IsNotLoadedThroughAnEmptyItemOfTheSearchPath)
 {
     const fs::path folder = fs::path(KVI_TEST_TEMP) / "library",
                    self = fs::read_symlink("/proc/self/exe");
