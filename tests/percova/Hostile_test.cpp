@@ -64,7 +64,8 @@ TEST(ResultFolder, IsTakenAsItIsNamedOrRefusedBeforeTheRun)
                 continue;
             }
             EXPECT_EQ(run.exit, Exit::NotWritten) << run.err;
-            EXPECT_THAT(run.out + run.err, Not(HasSubstr("residual"))) << "it ran before";
+            EXPECT_THAT(run.out + run.err, Not(AnyOf(HasSubstr("residual"), HasSubstr("??"))))
+                << "it ran before, or shows the line break of the system's text";
             EXPECT_THAT(EntriesOf(folder), IsEmpty());
         }
 }

@@ -92,7 +92,7 @@ bool ResultFiles::MakeFolders(std::size_t number, std::string& reason) const
                                  ? KviError::File::invalid_path(document_.FName())
                                  : sys::file::CreateDirectory(percova::FolderOf(folder_ + name));
     if (!made.ok())
-        reason = str::as_u8string(made.as_wstring()).bytes();
+        reason = ReasonOf(made);
     return made.ok();
 }
 

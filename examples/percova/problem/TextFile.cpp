@@ -12,17 +12,20 @@
 
 namespace percova
 {
+
+std::string ReasonOf(const gtl::status& failed)
+{
+    std::wstring text(failed.details()->argument(2));
+    if (text.empty())
+        text = failed.as_wstring();
+    text.erase(text.find_last_not_of(L" \r\n") + 1); // texts of Windows end with a line break
+    return str::as_u8string(text).bytes();
+}
+
 namespace
 {
 
 constexpr bool kHasDrives = std::is_same_v<sys::file::NativeString, std::wstring>;
-
-/// The system's words for what has failed, or else the library's.
-std::string ReasonOf(const gtl::status& failed)
-{
-    const std::wstring system(failed.details()->argument(2));
-    return str::as_u8string(system.empty() ? failed.as_wstring() : system).bytes();
-}
 
 /// Why a file could not be opened.
 std::string WhyNotOpened(const std::wstring& path, const gtl::status& failed)

@@ -9,6 +9,11 @@
 #include <ostream>
 #include <string>
 
+namespace gtl
+{
+class status;
+}
+
 namespace percova
 {
 
@@ -26,6 +31,8 @@ bool ReadWhole(const std::wstring& path, std::string& text, std::string& reason,
 /// @returns false with @p reason, the file's name in it, when that failed
 bool WriteWhole(const std::wstring& path, const std::function<void(std::ostream&)>& write,
                 std::string& reason);
+/// The system's words for what has failed, or else the library's, without a line break at the end.
+std::string ReasonOf(const gtl::status& failed);
 /// Removes a file, if it is there and can be removed.
 void RemoveFile(const std::wstring& path);
 
