@@ -14,13 +14,14 @@ from ._kvi import (MISSING, Parameter, QuadTree, System, WaterCurve, __version__
                    crossings, parameter, polygon_area, polygon_flaw, polygon_locate)
 from .errors import Error, RunError
 from .log import log_to
+from .search import search
 from .studies import Study, study
 from .table import Table
 from . import percova
 
 __all__ = ["MISSING", "Error", "Parameter", "QuadTree", "RunError", "Study", "System", "Table",
            "WaterCurve", "catalogue", "check", "crossings", "log_to", "parameter", "percova",
-           "polygon_area", "polygon_flaw", "polygon_locate", "study", "__version__"]
+           "polygon_area", "polygon_flaw", "polygon_locate", "search", "study", "__version__"]
 
 
 def _leave() -> None:

@@ -77,6 +77,20 @@ struct Parameter
     }
 };
 
+/// The legal values as mathematics writes them, "(0, inf)".
+std::string RangeOf(const Parameter& parameter)
+{
+    const gtl::range<double>& range = dataparamtype::GetRangeChecker(parameter.Param());
+    const auto end = [](const gtl::bound<double>& bound, const char* none) {
+        return bound.IsPresent() ? str::sprintf("%g", bound.value) : std::string(none);
+    };
+    const auto holds = [](const gtl::bound<double>& bound) {
+        return bound.IsPresent() && bound.kind == gtl::bound_kind::inclusive;
+    };
+    return (holds(range.lower) ? '[' : '(') + end(range.lower, "-inf") + ", " +
+           end(range.upper, "inf") + (holds(range.upper) ? ']' : ')');
+}
+
 /// The first of @p values that the catalogue forbids; their number when it allows all.
 py::ssize_t FirstIllegal(DataParamType param, const double* values, py::ssize_t count)
 {
@@ -135,6 +149,9 @@ void BindCatalogue(py::module_& module)
                                         : py::object(py::none());
             },
             "such as 'length/time' ('1' for a plain number), None where the meaning is open")
+        .def_property_readonly("range", &RangeOf,
+                               "the legal values: '(0, inf)' is greater than 0, '[0, 1]' from 0 to "
+                               "1; the missing value is legal beside them")
         .def("__index__", [](const Parameter& p) { return p.number; })
         .def("__hash__", [](const Parameter& p) { return p.number; })
         .def("__eq__", [](const Parameter& p, const Parameter& q) { return p.number == q.number; })

@@ -1,6 +1,7 @@
 """Tests of the module kvi. KVI_TEST_ROOT names the folder of the sources."""
 
 import gc
+import importlib.util
 import json
 import logging
 import os
@@ -34,6 +35,23 @@ class CatalogueAndTables(unittest.TestCase):
         self.assertEqual((k.number, k.dimension), (241, "length/time"))
         self.assertEqual(kvi.parameter(240).name, "Param0240")
         self.assertIsNone(kvi.parameter(240).dimension)
+        for words, dimension, numbers in (("conduct sat", None, [241]), ("", "pressure", None),
+                                          ("CURVE", "pressure", [253, 260]), ("78", None, [78]),
+                                          ("no such", None, []), ("param0240", None, [240])):
+            found = kvi.search(words, dimension)
+            if numbers is not None:
+                self.assertEqual([p.number for p in found], numbers)
+            self.assertLessEqual({p.dimension for p in found}, {dimension} if dimension else
+                                 {p.dimension for p in kvi.catalogue})
+        for param in kvi.catalogue:  # the range says what check does
+            ends = re.fullmatch(r"([[(])(\S+), (\S+)([])])", param.range)
+            for end, closed in ((ends[2], ends[1] == "["), (ends[3], ends[4] == "]")):
+                if not end.endswith("inf"):
+                    try:
+                        kvi.check(param, [float(end)])
+                        self.assertTrue(closed, param)
+                    except kvi.Error:
+                        self.assertFalse(closed, param)
         for wrong in ("Conductivity", 604, -1, 2.5, None):
             with self.assertRaises(KeyError):
                 kvi.parameter(wrong)
@@ -57,6 +75,11 @@ class CatalogueAndTables(unittest.TestCase):
         table[253][1] = kvi.MISSING
         self.assertTrue(np.isnan(table.to_numpy()[1, 1]))
         self.assertEqual([p.number for p in table.columns], [241, 253])
+        if importlib.util.find_spec("pandas"):
+            frame = table.to_pandas()
+            self.assertEqual((list(frame), list(frame.index), frame.index.name),
+                             (["SaturatedConductivity", "CurveA"], [1, 2, 3], "Material"))
+            self.assertEqual(frame["CurveA"].isna().tolist(), [False, True, False])
         del table
         gc.collect()
         self.assertEqual(k.tolist(), [1, 2, 3])
