@@ -44,18 +44,27 @@ class Result:
     @property
     def picture(self) -> str:
         """The picture of the last step, as SVG."""
-        return max(self.folder.glob("*.svg"), key=os.path.getmtime).read_text("utf-8")
+        return (self.folder / self._files()[-1]).with_suffix(".svg").read_text("utf-8")
+
+    def _files(self) -> List[str]:
+        """The VTU file of each step."""
+        listed = ElementTree.parse(self.folder / self.record["collection"]).iter("DataSet")
+        return [item.attrib["file"] for item in listed]
 
     def _repr_svg_(self) -> str:
         return self.picture
 
+    def _repr_html_(self) -> str:
+        # An image of its own: inside the page, the picture's style would be the page's too, and
+        # some viewers take the tags of SVG out of it.
+        data = base64.b64encode(self.picture.encode("utf-8")).decode("ascii")
+        return f'<img alt="percova\'s picture" src="data:image/svg+xml;base64,{data}">'
+
     def arrays(self, step: int = -1) -> Dict[str, np.ndarray]:
         """Values at the nodes (Points [m], head [m], pressure [kPa], water_content [-], velocity
         [m/s] ...) and of the elements (connectivity, offsets, types, material)."""
-        listed = ElementTree.parse(self.folder / self.record["collection"]).iter("DataSet")
-        file = [item.attrib["file"] for item in listed][step]
         out: Dict[str, np.ndarray] = {}
-        for item in ElementTree.parse(self.folder / file).iter("DataArray"):
+        for item in ElementTree.parse(self.folder / self._files()[step]).iter("DataArray"):
             raw = base64.b64decode((item.text or "").strip())
             values = np.frombuffer(raw[8:], dtype=_TYPES[item.attrib["type"]])  # behind its length
             width = int(item.get("NumberOfComponents", "1"))

@@ -231,6 +231,10 @@ class Percova(unittest.TestCase):
         self.assertEqual(arrays["head"].max(), 24)
         self.assertEqual(len(arrays["material"]), 425)
         self.assertTrue(result._repr_svg_().lstrip().startswith("<"))
+        cases = DAM.parent
+        in_time = kvi.percova.run(cases / "T1-consolidation.problem.json",
+                                 next(cases.glob("mesh/T1-consolidation*.msh")))
+        self.assertTrue("time 2e+06 s" in in_time.picture)
         self.problem["materials"][0]["k_sat"] = -1
         with self.assertRaises(kvi.RunError) as raised:
             kvi.percova.run(self.problem, MESH)
@@ -259,6 +263,18 @@ class Documents(unittest.TestCase):
         for block in blocks:
             with self.subTest(block):
                 exec(compile(block, "docs/python.md", "exec"), names)
+
+    def test_the_notebook_runs_and_holds_its_picture(self):
+        notebook = json.loads((ROOT / "examples/notebooks/dam.ipynb").read_text("utf-8"))
+        cells = [cell for cell in notebook["cells"] if cell["cell_type"] == "code"]
+        os.chdir(ROOT / "examples/notebooks")
+        names = {}
+        for cell in cells:
+            with self.subTest(cell["source"]):
+                exec(compile("".join(cell["source"]), "dam.ipynb", "exec"), names)
+        self.assertIn("data:image/svg+xml", names["result"]._repr_html_())
+        shown = [output["data"] for cell in cells for output in cell["outputs"] if "data" in output]
+        self.assertTrue(any("image/svg+xml" in data for data in shown))
 
 
 if __name__ == "__main__":
