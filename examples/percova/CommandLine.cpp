@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "ConvertCommand.h"
 #include "FileCommands.h"
 #include "KVI.h"
 #include "Runner.h"
@@ -32,7 +33,7 @@ struct Options
     int maxIterations = 0, threads = 0;
     double until = 0, timeTolerance = 0;
     std::vector<double> outputs;
-    std::vector<std::string> probes;
+    std::vector<std::string> probes, results;
     bool quiet = false;
     std::vector<std::string> arguments; ///< all of them, as they were given
 };
@@ -220,6 +221,7 @@ struct Commands
     CLI::App* check;
     CLI::App* info;
     CLI::App* report;
+    CLI::App* convert;
     CLI::App* create;
     CLI::App* schema;
 };
@@ -232,6 +234,10 @@ void DeclareFiles(const Commands& commands, Options& options)
     commands.report->add_option("--out", options.out, "The page (report.html in the folder)");
     commands.report->add_option("--pictures", options.pictures, "Steps or outputs to show, at most")
         ->check(CLI::Range(0, 10000));
+    commands.convert
+        ->add_option("result", options.results, "Folders of results, or the result.json in them")
+        ->required();
+    commands.convert->add_option("--out", options.out, "Folder to write to (that of each result)");
     commands.create->add_option("mesh", options.mesh, "The mesh file (Gmsh 2.2 or 4.1)")
         ->required();
     commands.create->add_option("--out", options.out, "The problem file (beside the mesh)");
@@ -245,6 +251,7 @@ Commands Declare(CLI::App& app, Options& options)
                       app.add_subcommand("check", "Tell everything that is wrong with a problem"),
                       app.add_subcommand("info", "Tell what a mesh holds"),
                       app.add_subcommand("report", "Write a page about an earlier run (HTML)"),
+                      app.add_subcommand("convert", "Write the tables of earlier runs again (CSV)"),
                       app.add_subcommand("new", "Write a problem for a mesh, to be filled in"),
                       app.add_subcommand("schema", "Print the JSON schema of the problem file")};
     DeclareFiles(commands, options);
@@ -301,6 +308,8 @@ try
                       : commands.info->parsed() ? Info(options, out, err)
                       : commands.report->parsed()
                           ? MakeReport(options.folder, options.out, options.pictures, out, err)
+                      : commands.convert->parsed()
+                          ? ConvertRuns(options.results, options.out, out, err)
                       : commands.create->parsed() ? MakeProblem(options.mesh, options.out, out, err)
                       : commands.schema->parsed() ? PrintSchema(out)
                                                   : Run(options, out, err);

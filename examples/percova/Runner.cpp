@@ -9,6 +9,8 @@
 #include "problem/Shown.h"
 #include "problem/TextFile.h"
 
+#include <nlohmann/json.hpp>
+
 #include <ostream>
 
 namespace percova
@@ -17,6 +19,7 @@ namespace percova
 Runner::Runner(const Model& model, const std::wstring& folder, const std::string& settings,
                const Stopwatch& total, bool quiet, std::ostream& out, std::ostream& err)
     : model_(model), written_(model), files_(folder, model.problem),
+      input_(std::make_shared<const nlohmann::ordered_json>(InputJson(model.problem))),
       mark_(files_, model.problem, settings), isInTime_(model.problem.time), total_(total),
       quiet_(quiet), out_(out), err_(err)
 {
@@ -69,10 +72,12 @@ Exit Runner::Run(Results& results)
 /// A transient run that fails writes its last state, from which it may be continued.
 bool Runner::Finish(const Results& results, std::string& reason)
 {
-    if (isInTime_ && !WriteSummary(files_, written_, results, reason))
+    if (isInTime_ && !WriteSummary(files_, written_, results, *input_, reason))
         return false;
     StoredRun run;
-    if (!ReadStoredRun(files_.Folder(), run, reason) || !WriteTables(run, reason))
+    std::size_t tables = 0;
+    if (!TakeStoredRun(files_.Folder(), ResultJson(files_, written_, results, *input_), run) ||
+        !WriteTables(run, files_, tables, reason))
         return false;
     if (!isInTime_)
         return mark_.Set(doc::file::mark::AllResults(), reason);
@@ -122,7 +127,7 @@ bool Runner::Write(const StepResult& step, const std::vector<double>& head, Resu
     results.seconds.write += results.seconds.total - before;
     doc::file::mark::MarkStep mark;
     mark.AssignStepNumber_(static_cast<unsigned>(step.number));
-    return WriteSummary(files_, written_, results, writeFault_) &&
+    return WriteSummary(files_, written_, results, *input_, writeFault_) &&
            (isInTime_ ? mark_.SetState(step.number + 1, results.state, writeFault_)
                       : mark_.Set(mark, writeFault_));
 }

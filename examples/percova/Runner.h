@@ -9,8 +9,11 @@
 #include "output/ResultFiles.h"
 #include "output/RunMark.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <chrono>
 #include <iosfwd>
+#include <memory>
 #include <string>
 
 namespace percova
@@ -50,6 +53,7 @@ private:
     const Model& model_;
     Model written_; ///< in the units of the problem file
     ResultFiles files_;
+    std::shared_ptr<const nlohmann::ordered_json> input_; ///< the problem file
     RunMark mark_;
     bool isInTime_;
     const Stopwatch& total_;

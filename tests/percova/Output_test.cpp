@@ -100,7 +100,7 @@ TEST(Output, WritesNullForWhatDoesNotExist)
     results.steps[0].flowIn = 0.1;
     results.steps[0].residual = std::nan("");
     std::ostringstream out;
-    WriteResultJson(out, ResultFiles(L"", dam.model.problem), dam.model, results);
+    WriteJson(out, ResultJson(ResultFiles(L"", dam.model.problem), dam.model, results, {}));
     const nlohmann::json json = nlohmann::json::parse(out.str()), &step = json["steps"][0];
     EXPECT_EQ(json["problem"], "U1-dam");
     EXPECT_EQ(json["mesh"]["nodes"], dam.model.mesh.Nodes());

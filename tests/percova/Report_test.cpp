@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -182,6 +183,72 @@ TEST(Report, HasTheOutputsOfARunInTime)
     EXPECT_EQ(Count(probes, "\r\n0.25,"), Count(probes, "\r\n1,"));
 }
 
+TEST(Convert, WritesAgainWhatTheRunWrote)
+{
+    const fs::path folder = RunLayers(), copy = folder.parent_path() / "copy";
+    std::map<std::string, std::string> before, after;
+    const auto collect = [](const fs::path& from, std::map<std::string, std::string>& files) {
+        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(from))
+            if (entry.path().extension() == ".csv" || entry.path().extension() == ".svg")
+                files[TextOf(entry.path().lexically_relative(from))] = Text(entry.path());
+    };
+    collect(folder, before);
+    for (const char* table : {"probes", "sections", "extremes"})
+        fs::remove(folder / (std::string("layers.") + table + ".csv"));
+    const Ran ran = Command({"convert", TextOf(folder / "result.json"), "--out", TextOf(copy)});
+    EXPECT_EQ(ran.exit, Exit::Done) << ran.text;
+    EXPECT_HAS(ran.text, "tables, 2 pictures\n");
+    collect(copy, after);
+    EXPECT_EQ(after, before);
+    fs::remove(folder / "seepage" / "1" / "layers.svg");
+    const Ran inPlace = Command({"convert", TextOf(folder)});
+    EXPECT_EQ(inPlace.exit, Exit::Done);
+    EXPECT_HAS(inPlace.text, "layers.svg\n");
+    EXPECT_EQ(Text(folder / "layers.probes.csv"), before["layers.probes.csv"]);
+    Write(folder / "file", "");
+    const std::string foreign = Text(folder / "result.json"), out = TextOf(folder / "new");
+    const struct
+    {
+        std::string result; ///< what result.json holds
+        std::vector<std::string> arguments;
+        Exit exit;
+        const char* words;
+    } rows[] = {
+        {foreign, {TextOf(folder), "--out", TextOf(folder / "file")}, Exit::NotWritten, "be made"},
+        {foreign, {TextOf(folder), TextOf(folder), "--out", out}, Exit::WrongInput, "'layers'"},
+        {foreign, {TextOf(folder / "none"), "--out", out}, Exit::WrongInput, "cannot be opened"},
+        {foreign, {TextOf(folder / "file"), "--out", out}, Exit::WrongInput, "cannot be opened"},
+        {foreign, {}, Exit::WrongInput, "required"},
+        {"{\"steps\": []}", {TextOf(folder), "--out", out}, Exit::WrongInput, "is no result of"},
+        {"[[", {TextOf(folder), "--out", out}, Exit::WrongInput, "is no result of"},
+        {R"({"collection": "a.pvd", "steps": []})",
+         {TextOf(folder), "--out", out},
+         Exit::WrongInput,
+         "has no step or output yet"},
+        // A picture that percova did not draw is not passed on, and names lead to no other folder.
+        {R"({"collection": "evil.pvd", "steps": [{"name": "1"}]})",
+         {TextOf(folder), "--out", out},
+         Exit::WrongInput,
+         "evil.svg has elements"},
+        {R"({"collection": "../../a.pvd", "steps": [{"../b": [{"c": 1}], "d": [{"e": "=1"}]}]})",
+         {TextOf(folder), "--out", out},
+         Exit::Done,
+         "1 table\n"},
+    };
+    Write(folder / "evil.svg", "<svg><script>alert(1)</script></svg>");
+    for (const auto& [result, arguments, exit, words] : rows)
+    {
+        Write(folder / "result.json", result);
+        std::vector<std::string> all{"convert"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        const Ran row = Command(all);
+        EXPECT_EQ(row.exit, exit) << words << row.text;
+        EXPECT_HAS(row.text, words);
+        EXPECT_EQ(fs::exists(folder / "new"), exit == Exit::Done);
+    }
+    EXPECT_HAS(Text(folder / "new" / "a.d.csv"), "'=1");
+}
+
 TEST(Report, EndsWhateverTheResultHolds)
 {
     const fs::path folder = RunLayers();
@@ -204,8 +271,13 @@ TEST(Report, EndsWhateverTheResultHolds)
             {
                 item = other;
                 Write(folder / "result.json", root.dump());
-                const Ran ran = Command({"report", TextOf(folder), "--pictures", "0"});
-                EXPECT_TRUE(ran.exit == Exit::Done || ran.exit == Exit::WrongInput) << ran.text;
+                for (const std::vector<std::string>& command :
+                     {std::vector<std::string>{"report", TextOf(folder), "--pictures", "0"},
+                      {"convert", TextOf(folder)}})
+                {
+                    const Ran ran = Command(command);
+                    EXPECT_TRUE(ran.exit == Exit::Done || ran.exit == Exit::WrongInput) << ran.text;
+                }
             }
             item = kept;
             if (depth > 1 && item.is_structured())

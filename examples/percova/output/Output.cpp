@@ -4,6 +4,8 @@
 #include "problem/NumberText.h"
 #include "problem/TextFile.h"
 
+#include <nlohmann/json.hpp>
+
 #include <cmath>
 #include <cstring>
 #include <sstream>
@@ -266,7 +268,7 @@ void WriteHistory(std::ostream& out, const Model& model, const Results& results)
 }
 
 bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,
-                  std::string& reason)
+                  const nlohmann::ordered_json& input, std::string& reason)
 {
     const bool isInTime = model.problem.time.has_value();
     const std::size_t count = results.earlier.size() + results.steps.size();
@@ -295,7 +297,8 @@ bool WriteSummary(const ResultFiles& files, const Model& model, const Results& r
                  reason))) &&
            WriteWhole(
                files.Result(),
-               [&](std::ostream& out) { WriteResultJson(out, files, model, results); }, reason);
+               [&](std::ostream& out) { WriteJson(out, ResultJson(files, model, results, input)); },
+               reason);
 }
 
 } // namespace percova

@@ -6,6 +6,8 @@
 #include "analysis/Results.h"
 #include "output/ResultFiles.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <ostream>
 #include <string>
 #include <vector>
@@ -21,9 +23,14 @@ void ConvertToFileUnits(const Units& units, StepResult& step);
 /// The problem file's name without its endings: the base name of the results.
 std::string BaseName(const Problem& problem);
 
+/// The problem file for ResultJson; null where it is no JSON.
+nlohmann::ordered_json InputJson(const Problem& problem);
+/// What result.json holds.
 /// @param files  for the names of the others
-void WriteResultJson(std::ostream& out, const ResultFiles& files, const Model& model,
-                     const Results& results);
+/// @param input  see InputJson
+nlohmann::ordered_json ResultJson(const ResultFiles& files, const Model& model,
+                                  const Results& results, const nlohmann::ordered_json& input);
+void WriteJson(std::ostream& out, const nlohmann::ordered_json& json);
 /// One of the steps in it.
 void WriteStepJson(std::ostream& out, const StepResult& step);
 /// A file for ParaView: an unstructured grid with the nodal values of one step.
@@ -48,7 +55,8 @@ bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& s
 /// Heads as WriteStep wrote them; empty when they cannot be read or are not @p nodes.
 std::vector<double> ReadHeads(const std::wstring& path, std::size_t nodes);
 /// Writes what covers all steps so far: .pvd and result.json.
+/// @param input  see InputJson
 bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,
-                  std::string& reason);
+                  const nlohmann::ordered_json& input, std::string& reason);
 
 } // namespace percova

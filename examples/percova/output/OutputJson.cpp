@@ -188,11 +188,13 @@ Json StepJson(const StepResult& step)
 
 } // namespace
 
-void WriteStepJson(std::ostream& out, const StepResult& step)
+void WriteJson(std::ostream& out, const Json& json)
 {
     // Text that is no UTF-8 gets replacement characters instead of stopping the writer.
-    out << StepJson(step).dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
+    out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
 }
+
+void WriteStepJson(std::ostream& out, const StepResult& step) { WriteJson(out, StepJson(step)); }
 
 namespace
 {
@@ -223,8 +225,14 @@ void AddOutputs(Json& json, const ResultFiles& files, const Model& model, const 
 }
 } // namespace
 
-void WriteResultJson(std::ostream& out, const ResultFiles& files, const Model& model,
-                     const Results& results)
+Json InputJson(const Problem& problem)
+{
+    Json input = Json::parse(problem.text, nullptr, false);
+    return input.is_discarded() ? Json() : input;
+}
+
+Json ResultJson(const ResultFiles& files, const Model& model, const Results& results,
+                const Json& input)
 {
     const Units& units = model.problem.units;
     Json json = {
@@ -259,9 +267,8 @@ void WriteResultJson(std::ostream& out, const ResultFiles& files, const Model& m
         for (const StepResult& step : results.steps)
             steps.push_back(StepJson(step));
     }
-    const Json input = Json::parse(model.problem.text, nullptr, false);
-    json["input"] = input.is_discarded() ? Json() : input;
-    out << json.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
+    json["input"] = input;
+    return json;
 }
 
 } // namespace percova

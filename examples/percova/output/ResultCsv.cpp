@@ -58,20 +58,27 @@ void WriteTable(std::ostream& out, const StoredRun& run, const ResultTable& tabl
 
 } // namespace
 
-bool WriteTables(const StoredRun& run, std::string& reason)
+bool WriteTables(const StoredRun& run, const ResultFiles& files, std::size_t& written,
+                 std::string& reason)
 {
+    written = 0;
+    const auto fileOf = [&](const std::string& table) {
+        return files.OfRun(('.' + table + ".csv").c_str());
+    };
     for (const char* known : kKnown)
         if (std::none_of(run.tables.begin(), run.tables.end(),
                          [&](const ResultTable& table) { return table.name == known; }))
-            RemoveFile(run.FileOfRun(('.' + std::string(known) + ".csv").c_str()));
+            RemoveFile(fileOf(known));
     for (std::size_t i = 1; i < run.tables.size(); ++i) // the first one is that of the states
     {
         const ResultTable& table = run.tables[i];
-        if (IsFileName(table.name) &&
-            !WriteWhole(
-                run.FileOfRun(('.' + table.name + ".csv").c_str()),
-                [&](std::ostream& out) { WriteTable(out, run, table); }, reason))
+        if (!IsFileName(table.name))
+            continue;
+        if (!WriteWhole(
+                fileOf(table.name), [&](std::ostream& out) { WriteTable(out, run, table); },
+                reason))
             return false;
+        ++written;
     }
     return true;
 }

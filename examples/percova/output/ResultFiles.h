@@ -35,6 +35,11 @@ public:
     std::wstring OfStep(std::size_t number, const char* ending) const;
     /// A file of output @p number of a run in time, counted from 0 for the initial state.
     std::wstring OfOutput(std::size_t number, const char* ending) const;
+    /// A file of the step or output at @p index, counted from 0.
+    std::wstring OfState(std::size_t index, const char* ending) const
+    {
+        return isInTime_ ? OfOutput(index, ending) : OfStep(index + 1, ending);
+    }
     /// The files as seen from the folder, with slashes.
     /// @{
     std::string NameOfRun(const char* ending) const;

@@ -1,6 +1,5 @@
 #include "output/StoredRun.h"
 
-#include "output/ResultFiles.h"
 #include "problem/NumberText.h"
 #include "problem/TextFile.h"
 
@@ -8,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string_view>
 #include <utility>
 
@@ -203,17 +203,6 @@ void DropNullVectors(ResultTable& table)
         row.cells.resize(table.columns.size());
 }
 
-/// Names the files of the run as the run itself did.
-ResultFiles FilesOf(const StoredRun& run)
-{
-    Problem problem;
-    problem.path = PathOf(run.base + ".problem.json");
-    if (run.isInTime)
-        problem.time.emplace();
-    problem.steps.resize(run.stepsOfProblem);
-    return ResultFiles(run.folder, problem);
-}
-
 void TakeStates(const Json& json, StoredRun& run)
 {
     std::vector<const Json*> states;
@@ -320,34 +309,55 @@ std::string StoredRun::UnitOf(const std::string& key) const
     return {};
 }
 
-std::wstring StoredRun::FileOfRun(const char* ending) const { return FilesOf(*this).OfRun(ending); }
+ResultFiles StoredRun::FilesIn(const std::wstring& where) const
+{
+    Problem problem;
+    problem.path = PathOf(base + ".problem.json");
+    if (isInTime)
+        problem.time.emplace();
+    problem.steps.resize(stepsOfProblem);
+    return ResultFiles(where, problem);
+}
+
+std::wstring StoredRun::FileOfRun(const char* ending) const
+{
+    return FilesIn(folder).OfRun(ending);
+}
 
 std::wstring StoredRun::FileOfState(std::size_t state, const char* ending) const
 {
-    const ResultFiles files = FilesOf(*this);
-    return isInTime ? files.OfOutput(state, ending) : files.OfStep(state + 1, ending);
+    return FilesIn(folder).OfState(state, ending);
 }
 
 bool ReadStoredRun(const std::wstring& folder, StoredRun& run, std::string& reason)
 {
-    run = {};
-    run.folder = sys::file::GetAbsolutePath(folder);
-    if (!run.folder.ends_with(L'\\'))
-        run.folder += L'\\';
-    const std::wstring path = run.folder + L"result.json";
+    constexpr std::wstring_view kResult = L"result.json";
+    std::error_code ignored; // a folder that is not there has no result.json either
+    const bool isFile = NameOf(folder) == kResult &&
+                        !std::filesystem::is_directory(sys::file::NativePath(folder), ignored);
+    std::wstring path = sys::file::GetAbsolutePath(folder);
+    if (!isFile)
+        path.append(path.ends_with(L'\\') ? L"" : L"\\").append(kResult);
     std::string text;
     if (!ReadWhole(path, text, reason))
     {
         reason = TextOf(path) + ' ' + reason;
         return false;
     }
-    Json json = IsTooDeep(text) ? Json() : Json::parse(text, nullptr, false);
+    if (TakeStoredRun(FolderOf(path), IsTooDeep(text) ? Json() : Json::parse(text, nullptr, false),
+                      run))
+        return true;
+    reason = TextOf(path) + " is no result of percova";
+    return false;
+}
+
+bool TakeStoredRun(const std::wstring& folder, Json json, StoredRun& run)
+{
+    run = {};
+    run.folder = folder;
     const std::string collection = TextAt(json, "collection");
     if (!collection.ends_with(".pvd") || !At(json, "steps").is_array())
-    {
-        reason = TextOf(path) + " is no result of percova";
         return false;
-    }
     run.base = collection.substr(0, collection.size() - 4);
     run.id = TextAt(json, "problem");
     run.title = TextAt(json, "title");

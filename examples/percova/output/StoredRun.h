@@ -2,6 +2,7 @@
 /// An earlier run, read back from its result.json.
 #pragma once
 
+#include "output/ResultFiles.h"
 #include "problem/Problem.h"
 
 #include <nlohmann/json_fwd.hpp>
@@ -68,21 +69,28 @@ struct StoredRun
 
     /// Unit of the values under @p key of a table; empty for a pure number and for an unknown key.
     std::string UnitOf(const std::string& key) const;
-    /// A file of the run, or of state @p state, as ResultFiles names it.
+    /// The names of the run's files, as they are in @p where.
+    ResultFiles FilesIn(const std::wstring& where) const;
+    /// A file of the run, or of state @p state, in the run's folder.
     /// @{
     std::wstring FileOfRun(const char* ending) const;
     std::wstring FileOfState(std::size_t state, const char* ending) const;
     /// @}
 };
 
-/// Reads result.json in @p folder.
+/// Reads result.json in @p folder, which may also be the path of that file.
 /// @returns false with @p reason, the file's name in it, when there is no result of percova
 bool ReadStoredRun(const std::wstring& folder, StoredRun& run, std::string& reason);
+/// The same of a result that is in memory, see ResultJson.
+/// @returns false when it is no result of percova
+bool TakeStoredRun(const std::wstring& folder, nlohmann::ordered_json result, StoredRun& run);
 
 /// Writes the tables of a run as CSV files, NAME.probes.csv and the like: a header with names and
 /// units, then one row for each item and state. The files of tables that the run has not are
 /// removed.
+/// @param[out] written  how many there are
 /// @returns false with @p reason, the file's name in it, when one could not be written
-bool WriteTables(const StoredRun& run, std::string& reason);
+bool WriteTables(const StoredRun& run, const ResultFiles& files, std::size_t& written,
+                 std::string& reason);
 
 } // namespace percova
