@@ -1,8 +1,14 @@
-// Exit gradients with their factors, uplift, and the units of what is written.
+// Exit gradients with their factors, uplift, freeboards, and the units of what is written.
 #include "Block.h"
 #include "CommandLine.h"
+#include "analysis/Freeboard.h"
+#include "analysis/Surface.h"
 
+#include <algorithm>
+#include <cmath>
+#include <functional>
 #include <sstream>
+#include <tuple>
 
 namespace percova::testing
 {
@@ -98,6 +104,86 @@ TEST(Uplift, IsThatOfALinearPressure)
             EXPECT_NEAR(uplift.suction, row.suction, 1e-8);
             for (const UpliftPoint& point : uplift.points)
                 EXPECT_NEAR(point.pressure / 9.81, 6 - point.at.x / 2 - point.at.y, 1e-8);
+        }
+}
+
+/// A dam 60 m wide and 20 m high, 2 m at both ends, whose curves are its faces and its crest.
+double GroundAt(double x) { return 20 - 0.72 * std::max({25 - x, x - 35, 0.0}); }
+
+/// Its freeboards where the pressure head is @p line(x) - y and water stands up to @p level.
+std::vector<Freeboard> FreeboardsOf(ElementType type, const std::function<double(double)>& line,
+                                    double level)
+{
+    Grid grid{type, 240, 4, [](double u, double v) { return Point{60 * u, v * GroundAt(60 * u)}; }};
+    grid.curve = [](Point at) {
+        const bool isGround = at.y > GroundAt(at.x) - 1e-9 && at.x > 0 && at.x < 60;
+        return !isGround ? "" : at.x < 25 ? "upstream" : at.x < 35 ? "crest" : "downstream";
+    };
+    nlohmann::json problem = Block();
+    problem["regions"][0]["polygon"] = {{-1, -1}, {61, -1}, {61, 21}, {-1, 21}};
+    problem["boundaries"] = {{{"name", "upstream"}, {"type", "seepage"}, {"value", level}}};
+    Model model;
+    Faults faults;
+    model.mesh = MakeMesh(grid);
+    EXPECT_TRUE(ReadProblemText(problem.dump(), model.problem, faults) && Bind(model, faults))
+        << AllOf(faults);
+    StepResult step;
+    step.nodal = NodalTable(model.mesh.Nodes());
+    const DataTable::Values psi = step.nodal.Column(dataparam::PressureHead);
+    for (std::size_t n = 0; n < model.mesh.Nodes(); ++n)
+        psi[n] = line(model.mesh.x[n]) - model.mesh.y[n];
+    step.surface = ZeroPressureLines(model.mesh, psi, {});
+    FindFreeboards(model, model.problem.steps[0], step);
+    return step.freeboards;
+}
+
+TEST(Freeboards, AreThoseOfStraightAndParabolicLines)
+{
+    const struct
+    {
+        std::function<double(double)> line;
+        double level;
+        std::vector<std::tuple<const char*, double, double>> least; ///< name, distance, x
+    } rows[] = {
+        // The slope that the water stands against counts on its own, with nothing at the waterline.
+        {[](double x) { return 11 - 0.2 * (x - 12.5); },
+         11,
+         {{"ground surface", 0.5, 60},
+          {"upstream", 0, 12.5},
+          {"crest", 11.5, 25},
+          {"downstream", 0.5, 60}}},
+        // Leaves over the downstream face.
+        {[](double x) { return 10 - 0.1 * x; },
+         9,
+         {{"ground surface", 0, 35.2 / 0.62},
+          {"upstream", 0, 8 / 0.82},
+          {"crest", 12.5, 25},
+          {"downstream", 0, 35.2 / 0.62}}},
+        // Dupuit: h^2 = 100 - 4 (x - 25); parallel to the slope where h = 4 / 1.44.
+        {[](double x) { return x < 50 ? std::sqrt(100 - 4 * std::max(x - 25, 0.0)) : -1; },
+         10,
+         {{"ground surface", 7.8111, 48.0710},
+          {"upstream", 0, 8 / 0.72},
+          {"crest", 10, 25},
+          {"downstream", 7.8111, 48.0710}}},
+        {[](double) { return 30.0; }, 30, {}}, // all of it is under water
+        {[](double) { return -1.0; }, -1, {}},
+    };
+    for (const ElementType type : kTypes)
+        for (const auto& [line, level, least] : rows)
+        {
+            SCOPED_TRACE(std::string(percova::Name(type)) + ' ' + std::to_string(level));
+            const std::vector<Freeboard> found = FreeboardsOf(type, line, level);
+            ASSERT_EQ(found.size(), least.size());
+            for (std::size_t i = 0; i < least.size(); ++i)
+            {
+                const auto& [name, distance, x] = least[i];
+                EXPECT_EQ(found[i].name, name);
+                EXPECT_NEAR(found[i].distance, distance, 2e-3) << name;
+                EXPECT_NEAR(found[i].at.x, x, 0.13) << name;
+                EXPECT_NEAR(found[i].ground.y, GroundAt(found[i].at.x), 1e-9) << name;
+                EXPECT_NEAR(found[i].ground.y - found[i].at.y, found[i].distance, 1e-6) << name;
+            }
         }
 }
 

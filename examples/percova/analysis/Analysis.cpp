@@ -4,6 +4,7 @@
 #include "analysis/Fields.h"
 #include "analysis/FlowNet.h"
 #include "analysis/Flows.h"
+#include "analysis/Freeboard.h"
 #include "analysis/LinearSystem.h"
 #include "analysis/Newton.h"
 #include "analysis/NodeConditions.h"
@@ -139,6 +140,7 @@ void EvaluateAll(const Solution& solution, StepResult& result)
     EvaluateNodes(solution, result.nodal);
     result.surface = ZeroPressureLines(solution.model.mesh,
                                        result.nodal.Column(dataparam::PressureHead), dripping);
+    FindFreeboards(solution.model, solution.step, result);
     EvaluateProbes(solution, result);
     EvaluateExits(solution, result);
     EvaluateUplifts(solution, result);

@@ -120,6 +120,15 @@ struct Uplift
     std::vector<UpliftPoint> points; ///< where the line meets the sides of the mesh
 };
 
+/// The least vertical distance from the ground surface down to a phreatic line, see Freeboard.h.
+struct Freeboard
+{
+    std::string name;                 ///< of a boundary or a physical curve
+    double distance = kMissing;       ///< [m]
+    Point at{kMissing, kMissing};     ///< of the phreatic line
+    Point ground{kMissing, kMissing}; ///< above it
+};
+
 /// The least and the greatest value of a field over the nodes.
 struct Extremes
 {
@@ -157,7 +166,8 @@ struct StepResult
     std::vector<RegionFlow> regions;
     std::vector<ExitFace> exits;
     std::vector<Uplift> uplifts;
-    std::vector<Extremes> extremes; ///< in the units of the problem file, see FindExtremes
+    std::vector<Freeboard> freeboards; ///< the whole surface first; none without a phreatic line
+    std::vector<Extremes> extremes;    ///< in the units of the problem file, see FindExtremes
     std::vector<double>
         capacity; ///< by node, in a transient run: storage coefficient dW/dpsi [1/m]
     std::vector<double>

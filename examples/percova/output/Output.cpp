@@ -47,6 +47,12 @@ void ScaleSafety(const Units& units, StepResult& step)
     for (ExitFace& face : step.exits)
         for (ExitGradient& side : face.sides)
             Scale(side.at, length);
+    for (Freeboard& freeboard : step.freeboards)
+    {
+        Scale(freeboard.distance, length);
+        Scale(freeboard.at, length);
+        Scale(freeboard.ground, length);
+    }
     for (Uplift& uplift : step.uplifts)
     {
         for (double* force : {&uplift.force, &uplift.vertical})

@@ -172,6 +172,12 @@ Json StepJson(const StepResult& step)
     Json& uplifts = json["uplift"] = Json::object();
     for (const Uplift& uplift : step.uplifts)
         uplifts[uplift.name] = UpliftJson(uplift);
+    Json& freeboards = json["freeboard"] = Json::array();
+    for (const Freeboard& freeboard : step.freeboards)
+        freeboards.push_back({{"name", freeboard.name},
+                              {"distance", Value(freeboard.distance)},
+                              {"at", Value(freeboard.at)},
+                              {"ground", Value(freeboard.ground)}});
     Json& extremes = json["extremes"] = Json::object();
     for (const Extremes& field : step.extremes)
         extremes[field.name] = {{"unit", field.unit},

@@ -18,7 +18,7 @@ constexpr std::size_t kMostStates = 40; // in one table
 constexpr std::size_t kMostRows = 400;  // of one table; more are in its CSV file
 
 /// Headings of known tables, in the order of the report.
-constexpr std::array<std::pair<std::string_view, const char*>, 10> kTitles{{
+constexpr std::array<std::pair<std::string_view, const char*>, 11> kTitles{{
     {"boundaries", "Flows through boundaries"},
     {"sources", "Sources and sinks"},
     {"sections", "Flows across sections"},
@@ -28,6 +28,7 @@ constexpr std::array<std::pair<std::string_view, const char*>, 10> kTitles{{
     {"probes", "Probes"},
     {"exit_gradients", "Exit gradients"},
     {"uplift", "Uplift"},
+    {"freeboard", "Freeboard of the phreatic line"},
     {"surface", "Lines of zero pressure"},
 }};
 

@@ -14,9 +14,9 @@ namespace
 
 /// Tables that a run may have or not.
 constexpr std::array kKnown{
-    "boundaries", "seepage_faces", "surface", "probes",         "sections",
-    "extremes",   "sources",       "regions", "exit_gradients", "exit_gradients_sides",
-    "uplift",     "uplift_points"};
+    "boundaries", "seepage_faces", "surface",  "probes",         "sections",
+    "extremes",   "sources",       "regions",  "exit_gradients", "exit_gradients_sides",
+    "uplift",     "uplift_points", "freeboard"};
 
 /// Whether a key can be part of a file name on every system.
 bool IsFileName(const std::string& key)

@@ -263,6 +263,8 @@ std::string StoredRun::UnitOf(const std::string& key) const
         {"pressure_head", units.length},
         {"ponded_length", units.length},
         {"dried_length", units.length},
+        {"distance", units.length},
+        {"ground", units.length},
         {"least_at", units.length},
         {"greatest_at", units.length},
         {"pressure", units.pressure},

@@ -215,6 +215,17 @@ void PrintUplift(std::ostream& out, const Units& units, const StepResult& step)
     PrintTable(out, rows);
 }
 
+void PrintFreeboards(std::ostream& out, const Units& units, const StepResult& step)
+{
+    if (step.freeboards.empty())
+        return;
+    std::vector<Row> rows{{"freeboard of the phreatic line", "least", "of the line at"},
+                          {"", units.length, units.length}};
+    for (const Freeboard& freeboard : step.freeboards)
+        rows.push_back({"  " + freeboard.name, Number(freeboard.distance), Place(freeboard.at)});
+    PrintTable(out, rows);
+}
+
 } // namespace
 
 std::string TitleOf(const StepResult& step)
@@ -339,6 +350,7 @@ void PrintStep(std::ostream& out, const Units& units, const StepResult& step)
     PrintRegions(out, units, step);
     PrintExits(out, step);
     PrintUplift(out, units, step);
+    PrintFreeboards(out, units, step);
     for (const std::string& warning : step.warnings)
         out << "  warning: " << Shown(warning) << '\n';
 }
