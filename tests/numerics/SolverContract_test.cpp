@@ -263,6 +263,8 @@ TEST(SolverThreads, GiveTheSameBitsForEveryNumber)
         {1, RandomModel(Grid(90, 30, 1, 0), Kind::NonSymmetric)},
         {2, Flow(120, Speckled)},
         {3, Flow(120, Speckled, 1, 0.3)},
+        {3, Convection(90, 1)},
+        {3, Convection(90, 100)},
         {4, Solid(70, {1e4}, 1e7)},
         {4, Brick(15)},
         {4, Convection(90, 1)},

@@ -4,20 +4,37 @@
 
 #include "numerics/solve/KrylovIteration.h"
 
+#include <cstddef>
 #include <vector>
 
 namespace numerics
 {
 
-/// ILUT: entries below 1e-3 of the row's mean magnitude are dropped, and of those that the pattern
-/// of A lacks at most 20 are kept in either factor of a row. A pivot that is small against its row
-/// is replaced by the row's largest entry, so that the factors exist for every matrix.
+/// How much of the factors is kept, and in which order the equations are eliminated.
+struct FactorDetail
+{
+    double drop;      ///< entries below this part of the row's mean size, and factors below it
+    std::size_t most; ///< entries that a row may have in either factor beyond those of A
+    std::size_t room; ///< entries of both factors up to which rows may have more than that
+    bool isBanded;    ///< the order that keeps neighbours close; else the one of a complete factor
+};
+
+/// ILUT of A, equilibrated and reordered. A pivot that is small against its row is replaced by the
+/// row's largest entry, so that the factors exist for every matrix. The same bits from every run
+/// and on every machine. At most room + s + 2 n (most + 1) entries for s stored values, 12 bytes
+/// each, up to 30 while they are made.
 /// Source: Saad (1994), Numer. Linear Algebra Appl. 1(4), 387-402.
 class IncompleteFactor : public Preconditioner
 {
 public:
-    explicit IncompleteFactor(const MatrixView& A);
+    /// @throws SolveStopped when the solve is to stop, std::bad_alloc
+    IncompleteFactor(const MatrixView& A, const FactorDetail& detail);
     void Apply(const double* r, double* z) override;
+
+    /// Entries of both factors.
+    std::size_t Stored() const { return lower_.values.size() + upper_.values.size() + pivots_; }
+    /// Bytes held.
+    std::size_t Bytes() const;
 
 private:
     /// The rows of a triangle without its diagonal.
@@ -27,11 +44,16 @@ private:
         Vec values;
     };
     struct Row;
-    void Store(Row& row, std::vector<int>& entries, std::size_t most, double drop, Triangle& to);
+    void Eliminate(Row& row, int i, const MatrixView& A, const std::vector<int>& position,
+                   const FactorDetail& detail);
+    static void Store(Row& row, std::vector<int>& entries, std::size_t most, double drop,
+                      Triangle& to);
 
-    int n_;
-    Triangle lower_, upper_;
-    Vec inversePivot_;
+    std::size_t pivots_;
+    std::vector<int> order_; ///< equation at each position
+    Vec scale_;              ///< by equation, powers of two
+    Triangle lower_, upper_; ///< by position
+    Vec inversePivot_, work_;
 };
 
 } // namespace numerics

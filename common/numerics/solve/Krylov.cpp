@@ -1,27 +1,18 @@
 #include "numerics/solve/Krylov.h"
 
-#include "numerics/solve/IncompleteFactor.h"
-#include "numerics/solve/KrylovIteration.h"
-#include "numerics/solve/Multigrid.h"
-#include "numerics/solve/NodeBlocks.h"
+#include "foundation/kvidbg.h"
+#include "numerics/solve/KrylovMethods.h"
 #include "numerics/solve/Verdict.h"
 #include "numerics/system/Product.h"
 
 #include <cmath>
 #include <limits>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace numerics
 {
-
-struct KrylovCache::Storage
-{
-    std::vector<Vec> work;
-    Multigrid multigrid;
-    NodeBlocks blocks;
-    Vec b, r, start;
-};
 
 KrylovCache::KrylovCache() = default;
 KrylovCache::~KrylovCache() = default;
@@ -39,43 +30,6 @@ KrylovCache::Storage& KrylovCache::Get()
 
 namespace
 {
-
-/// 1 / d for the diagonal matrix that makes the largest entries of D^-1/2 A D^-1/2 near 1: for a
-/// definite A approximately its diagonal. Source: Ruiz (2001), Rutherford Appleton Laboratory,
-/// RAL-TR-2001-034.
-class Diagonal : public Preconditioner
-{
-public:
-    explicit Diagonal(const MatrixView& A) : inverse_(std::size_t(A.n), 1.0)
-    {
-        Vec scale(std::size_t(A.n), 1.0);
-        for (int pass = 0; pass < 5; ++pass)
-        {
-            for (int i = 0; i < A.n; ++i)
-            {
-                double largest = 0;
-                for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
-                    largest = std::max(largest,
-                                       std::fabs(A.values[k]) * scale[std::size_t(A.columns[k])]);
-                largest *= scale[std::size_t(i)];
-                inverse_[std::size_t(i)] = largest > 0 ? 1 / std::sqrt(largest) : 1.0;
-            }
-            for (std::size_t i = 0; i < scale.size(); ++i)
-                scale[i] *= inverse_[i];
-        }
-        for (std::size_t i = 0; i < scale.size(); ++i)
-            inverse_[i] = scale[i] * scale[i];
-    }
-
-    void Apply(const double* r, double* z) override
-    {
-        for (std::size_t i = 0; i < inverse_.size(); ++i)
-            z[i] = inverse_[i] * r[i];
-    }
-
-private:
-    Vec inverse_;
-};
 
 /// The result of examining the rows before anything is computed.
 struct Findings
@@ -108,74 +62,6 @@ Findings Examine(const MatrixView& A, double* b)
 }
 
 using Storage = KrylovCache::Storage;
-
-std::unique_ptr<Preconditioner> MakeDiagonal(const MatrixView& A, Storage&)
-{
-    return std::make_unique<Diagonal>(A);
-}
-
-std::unique_ptr<Preconditioner> MakeIncomplete(const MatrixView& A, Storage&)
-{
-    return std::make_unique<IncompleteFactor>(A);
-}
-
-/// The multigrid levels, which the cache owns.
-class Borrowed : public Preconditioner
-{
-public:
-    explicit Borrowed(Multigrid& multigrid) : multigrid_(multigrid) {}
-    void Apply(const double* r, double* z) override { multigrid_.Apply(r, z); }
-
-private:
-    Multigrid& multigrid_;
-};
-
-std::unique_ptr<Preconditioner> MakeMultigrid(const MatrixView& A, Storage& storage)
-{
-    storage.blocks.Build(A);
-    if (storage.blocks.unknowns > 1)
-    {
-        storage.multigrid.Build(storage.blocks.matrix.View());
-        return std::make_unique<Reordered>(storage.multigrid, storage.blocks);
-    }
-    storage.multigrid.Build(A);
-    return std::make_unique<Borrowed>(storage.multigrid);
-}
-
-/// An iteration with its preconditioner.
-struct Method
-{
-    const wchar_t* name;
-    IterationEnd (*iterate)(IterationRun&, std::vector<Vec>&);
-    std::unique_ptr<Preconditioner> (*precondition)(const MatrixView&, Storage&);
-    int patience;
-};
-
-/// The methods tried, in this order, until one neither breaks down nor stagnates.
-using Methods = const Method (&)[2];
-constexpr Method kSymmetric[] = {
-    {L"conjugate gradients with multigrid", RunConjugateGradients, MakeMultigrid, 200},
-    {L"MINRES with the diagonal", RunMinRes, MakeDiagonal, 2000},
-};
-constexpr Method kNonSymmetric[] = {
-    {L"BiCGSTAB with multigrid", RunBiCgStab, MakeMultigrid, 100},
-    {L"BiCGSTAB with incomplete factors", RunBiCgStab, MakeIncomplete, 400},
-};
-constexpr Method kCarried[] = {kNonSymmetric[1], kNonSymmetric[0]};
-
-/// Does the skew part of A outweigh its symmetric off-diagonal part, as where advection dominates
-/// diffusion? Coarse levels lose such a part.
-bool IsCarried(const MatrixView& A)
-{
-    constexpr double kSkew = 0.35;
-    double skew = 0, symmetric = 0;
-    ForMirrors(A, [&](int k, int m) {
-        const double mirrored = m < 0 ? 0.0 : A.values[m];
-        skew += std::fabs(A.values[k] - mirrored);
-        symmetric += std::fabs(A.values[k] + mirrored);
-    });
-    return skew > kSkew * symmetric;
-}
 
 const wchar_t* ReasonText(IterationEnd end)
 {
@@ -262,22 +148,51 @@ IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
     }
 }
 
+/// The same; where memory cannot hold what the method takes, x is as before and the outcome is
+/// Stagnated.
+/// @returns how the last run ended, nothing when memory ran out
+std::optional<IterationEnd> RepeatWithinMemory(const Task& task, const Method& method,
+                                               SolveRecord& record)
+{
+    Vec& start = task.storage.start;
+    start.clear();
+    try
+    {
+        return Repeat(task, method, record);
+    }
+    catch (const std::bad_alloc&)
+    {
+        std::copy(start.begin(), start.end(), task.x);
+        record.outcome = SolveOutcome::Stagnated;
+        return std::nullopt;
+    }
+}
+
 void Iterate(const Task& task, Methods methods, int noPivot, SolveRecord& record)
 {
+    bool hasRun = false;
     for (const Method& method : methods)
     {
         record.solver = method.name;
-        const IterationEnd end = Repeat(task, method, record);
-        record.reason.clear();
+        const std::optional<IterationEnd> end = RepeatWithinMemory(task, method, record);
+        hasRun = hasRun || end;
+        record.reason = end ? L"" : L"memory cannot hold what the preconditioner takes";
+        if (!end)
+            continue;
         if (record.outcome == SolveOutcome::NotConverged)
             record.reason =
                 L"not converged in " + std::to_wstring(record.iterations) + L" iterations";
         if (record.outcome == SolveOutcome::Solved || record.outcome == SolveOutcome::NotConverged)
             return;
-        record.reason = ReasonText(end);
-        if (end == IterationEnd::Reached)
+        record.reason = ReasonText(*end);
+        if (*end == IterationEnd::Reached)
             return; // no other method would be more accurate
+        KVI_LOG(kvi::diag::verbose, kvi::diag::kMathCategory,
+                L"%s: given up after %d iterations, %s", method.name, record.iterations,
+                record.reason);
     }
+    if (!hasRun)
+        throw std::bad_alloc();
     record.equation = noPivot;
     if (noPivot >= 0)
         record.reason += L"; equation " + std::to_wstring(noPivot) + L" has no diagonal";
@@ -354,17 +269,18 @@ SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, i
 }
 
 SolveRecord Guarded(const MatrixView& A, const double* b, double* x, double tol, int maxIter,
-                    KrylovCache& cache, Methods methods, SolveMethod method)
+                    KrylovCache& cache, SolveMethod method)
 {
     SolveRecord record;
     record.method = method;
-    record.solver = methods[0].name;
     if (A.n <= 0)
         return record;
     try
     {
-        const bool isCarried = method == SolveMethod::IterativeNonSymmetric && IsCarried(A);
-        return Solve(A, b, x, tol, maxIter, cache.Get(), isCarried ? kCarried : methods, record);
+        const Methods methods =
+            method == SolveMethod::IterativeSymmetric ? SymmetricMethods() : NonSymmetricMethods(A);
+        record.solver = methods[0].name;
+        return Solve(A, b, x, tol, maxIter, cache.Get(), methods, record);
     }
     catch (const std::bad_alloc&)
     {
@@ -378,13 +294,13 @@ SolveRecord Guarded(const MatrixView& A, const double* b, double* x, double tol,
 SolveRecord SolveKrylovSymmetric(const MatrixView& A, const double* b, double* x, double tol,
                                  int maxIter, KrylovCache& cache)
 {
-    return Guarded(A, b, x, tol, maxIter, cache, kSymmetric, SolveMethod::IterativeSymmetric);
+    return Guarded(A, b, x, tol, maxIter, cache, SolveMethod::IterativeSymmetric);
 }
 
 SolveRecord SolveKrylovNonSymmetric(const MatrixView& A, const double* b, double* x, double tol,
                                     int maxIter, KrylovCache& cache)
 {
-    return Guarded(A, b, x, tol, maxIter, cache, kNonSymmetric, SolveMethod::IterativeNonSymmetric);
+    return Guarded(A, b, x, tol, maxIter, cache, SolveMethod::IterativeNonSymmetric);
 }
 
 } // namespace numerics

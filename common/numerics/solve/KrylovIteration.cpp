@@ -11,31 +11,6 @@ namespace numerics
 namespace
 {
 
-/// Monitors the residual and detects stagnation.
-class StagnationCheck
-{
-public:
-    StagnationCheck(double norm, int patience) : smallest_(norm), patience_(patience) {}
-
-    /// @returns true when there was no progress for too long or the numbers left their range
-    bool HasStagnated(double norm)
-    {
-        if (!std::isfinite(norm))
-            return true;
-        if (norm < 0.99 * smallest_)
-        {
-            smallest_ = norm;
-            since_ = 0;
-        }
-        return ++since_ > patience_;
-    }
-
-private:
-    double smallest_;
-    int patience_;
-    int since_ = 0;
-};
-
 void Resize(std::vector<Vec>& work, std::size_t vectors, int n)
 {
     work.resize(std::max(work.size(), vectors));
@@ -44,6 +19,18 @@ void Resize(std::vector<Vec>& work, std::size_t vectors, int n)
 }
 
 } // namespace
+
+bool StagnationCheck::HasStagnated(double norm)
+{
+    if (!std::isfinite(norm))
+        return true;
+    if (norm < patience_.part * smallest_)
+    {
+        smallest_ = norm;
+        since_ = 0;
+    }
+    return ++since_ > patience_.steps;
+}
 
 IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
 {
@@ -128,7 +115,8 @@ IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work)
     run.M.Apply(v, z);
     double gammaBefore = 1, gamma = std::sqrt(Dot(n, z, v)), eta = gamma;
     double sBefore = 0, s = 0, cBefore = 1, c = 1;
-    StagnationCheck stagnation(Norm2(n, run.r), run.patience / kLookEvery);
+    StagnationCheck stagnation(Norm2(n, run.r),
+                               {run.patience.steps / kLookEvery, run.patience.part});
     while (run.steps < run.stepsAllowed && gamma > 0 && std::isfinite(gamma))
     {
         StopRequest::ThrowIfCurrent();

@@ -1,5 +1,5 @@
 /// @file
-/// @internal The iterations themselves: conjugate gradients and BiCGSTAB.
+/// @internal The iterations themselves: conjugate gradients, MINRES, BiCGSTAB and IDR(s).
 #pragma once
 
 #include "numerics/solve/BlockVector.h"
@@ -21,9 +21,31 @@ enum class IterationEnd
 {
     Reached,     ///< the recursive residual meets the target
     OutOfSteps,  ///< the allowed steps were used up
-    Stalled,     ///< hundreds of steps without a smaller residual, or too large numbers
+    Stalled,     ///< too slow, see Patience, or too large numbers
     NotDefinite, ///< conjugate gradients met a direction of zero or changing sign of energy
-    ZeroProduct  ///< BiCGSTAB divided by a zero product
+    ZeroProduct  ///< BiCGSTAB or IDR divided by a zero product
+};
+
+/// When an iteration gives up: after this many steps in which the residual did not fall below
+/// @c part of its smallest norm before them.
+struct Patience
+{
+    int steps;
+    double part = 0.99;
+};
+
+/// Monitors the residual and detects stagnation.
+class StagnationCheck
+{
+public:
+    StagnationCheck(double norm, Patience patience) : smallest_(norm), patience_(patience) {}
+    /// @returns true when there was no progress for too long or the numbers left their range
+    bool HasStagnated(double norm);
+
+private:
+    double smallest_;
+    Patience patience_;
+    int since_ = 0;
 };
 
 /// One run of an iteration from a given x and its residual.
@@ -35,8 +57,8 @@ struct IterationRun
     int stepsAllowed; ///< for this run
     double* x;        ///< the approximation, improved in place
     double* r;        ///< its residual b - A x on entry; then updated recursively
-    int patience;     ///< steps without a smaller residual, after which the run gives up
-    int steps = 0;    ///< out: steps made
+    Patience patience;
+    int steps = 0; ///< out: steps made
 };
 
 /// Conjugate gradients; x ends at the smallest residual seen. @p work keeps the vectors from one
@@ -48,6 +70,11 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work);
 /// Source: Paige and Saunders (1975), SIAM J. Numer. Anal. 12(4), 617-629, preconditioned as in
 /// Elman, Silvester and Wathen (2014), Finite Elements and Fast Iterative Solvers, 4.1.
 IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work);
+
+/// IDR(4), preconditioned from the right: the residual lies in ever smaller subspaces, a product
+/// with A a step. x ends at most at twice the smallest residual seen.
+/// Source: van Gijzen and Sonneveld (2011), ACM Trans. Math. Software 38(1), 5.
+IterationEnd RunIdr(IterationRun& run, std::vector<Vec>& work);
 
 /// BiCGSTAB, preconditioned from the right. x ends at most at twice the smallest residual seen.
 IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work);

@@ -94,11 +94,35 @@ TEST(Krylov, SolvesSystemsThatAreNotSymmetric)
         ExpectSolved(system, solution, 1e-9);
         EXPECT_LE(solution.record.iterations, 100);
     }
-    // Too much advection for the coarse levels: the incomplete factors take over.
-    const System stormy = Flow(60, Uniform, 1, 4.0);
-    const Solution solution = Solve(kBoth[1], stormy);
-    ExpectSolved(stormy, solution, 1e-9);
-    EXPECT_EQ(solution.record.solver, L"BiCGSTAB with incomplete factors");
+}
+
+TEST(Krylov, ChoosesThePreconditionerByTheAdvection)
+{
+    const std::wstring multigrid = L"BiCGSTAB with multigrid";
+    const std::wstring incomplete = L"IDR(4) with incomplete factors";
+    const std::wstring complete = L"IDR(4) with nearly complete factors";
+    // The element Peclet number, the most iterations, the solver that ends it.
+    const std::tuple<double, int, std::wstring> rows[] = {
+        {0.1, 10, multigrid}, {1, 12, incomplete}, {10, 90, incomplete}, {100, 250, complete}};
+    for (const auto& [peclet, most, solver] : rows)
+        for (const double unit : {1.0, 1e-150, 1e150, -1.0}) // the last one shuffled
+        {
+            SCOPED_TRACE(testing::Message() << peclet << ' ' << unit);
+            Model model = Convection(60, peclet);
+            if (unit < 0)
+                model = model.Renumbered(Shuffled(model.Size(), 4));
+            System system = model;
+            for (double& value : system.values)
+                value *= unit;
+            for (double& load : system.b)
+                load *= unit;
+            const Solution solution = Solve(kBoth[1], system, 1e-8); // 3e-9 is rounding at 100
+            EXPECT_EQ(solution.record.outcome, SolveOutcome::Solved);
+            EXPECT_LE(RelativeResidual(system, solution.x), 1.1e-8);
+            EXPECT_LE(solution.record.rowWiseError, 1e-9);
+            EXPECT_LE(solution.record.iterations, most);
+            EXPECT_TRUE(solution.record.solver == solver || unit < 0);
+        }
 }
 
 TEST(Krylov, StartsFromTheGivenUnknowns)
