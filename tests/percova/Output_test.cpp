@@ -4,8 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
+#include <sstream>
 
 using namespace percova;
 using ::testing::HasSubstr;
@@ -129,6 +132,82 @@ TEST(Output, DrawsContoursWetZoneAndPhreaticLine)
     EXPECT_THAT(svg, HasSubstr("headwater: head 24 m"));
     EXPECT_THAT(svg, Not(HasSubstr("nan")));
     EXPECT_LT(svg.size(), 60000u);
+}
+
+/// The lines of a path "M x y L x y ...", its arrows' barbs left out.
+std::vector<std::array<double, 4>> ArrowsOf(std::string data)
+{
+    std::replace_if(
+        data.begin(), data.end(), [](char c) { return c == 'M' || c == 'L'; }, ' ');
+    std::istringstream in(data);
+    std::vector<std::array<double, 4>> arrows;
+    for (std::array<double, 4> arrow; in >> arrow[0] >> arrow[1] >> arrow[2] >> arrow[3];)
+    {
+        arrows.push_back(arrow);
+        for (double barb = 0, k = 0; k < 6; ++k)
+            in >> barb;
+    }
+    return arrows;
+}
+
+// On a hill 60 m wide and 20 m high; 820 pixels are 60 m.
+TEST(Output, DrawsTheFluxInsideTheSoilAlone)
+{
+    using percova::testing::Grid, percova::testing::MakeMesh;
+    const auto ground = [](double x) { return 2 + 18 * std::sin(x / 60 * 3.14159265358979); };
+    const auto flux = [](double x) { return 2e-7 * (1 + x / 60); };
+    for (const ElementType type : {ElementType::T3, ElementType::Q8})
+        for (const double degrees : {0.0, 70.0, 200.0})
+        {
+            SCOPED_TRACE(degrees);
+            Dam dam;
+            dam.model.mesh = MakeMesh(Grid{type, 30, 5, [&](double u, double v) {
+                                               return Point{60 * u, v * ground(60 * u)};
+                                           }});
+            dam.model.problem.vectors = true;
+            dam.model.material.assign(dam.model.mesh.Elements(), 0);
+            dam.model.boundaryEdges.clear();
+            dam.step.surface.clear();
+            dam.step.seepageFaces.clear();
+            dam.step.nodal = NodalTable(dam.model.mesh.Nodes());
+            const double c = std::cos(degrees / 57.29577951), s = std::sin(degrees / 57.29577951);
+            for (std::size_t n = 0; n < dam.model.mesh.Nodes(); ++n)
+            {
+                const GID row{unsigned(n) + 1};
+                dam.step.nodal.SetValue(row, dataparam::VelocityX, c * flux(dam.model.mesh.x[n]));
+                dam.step.nodal.SetValue(row, dataparam::VelocityY, s * flux(dam.model.mesh.x[n]));
+            }
+            std::ostringstream out;
+            WritePicture(out, dam.model, dam.step);
+            const std::string svg = out.str(), begin = "<path d=\"";
+            const std::size_t style = svg.find("class=\"flux\""),
+                              legend = svg.find("class=\"flux\"", style + 1);
+            ASSERT_NE(legend, svg.npos);
+            const auto arrowsBefore = [&](std::size_t at) {
+                const std::size_t from = svg.rfind(begin, at) + begin.size();
+                return ArrowsOf(svg.substr(from, svg.find('"', from) - from));
+            };
+            const auto length = [](const std::array<double, 4>& arrow) {
+                return std::hypot(arrow[2] - arrow[0], arrow[3] - arrow[1]);
+            };
+            ASSERT_THAT(svg.substr(legend), HasSubstr("Darcy flux, arrow of 2e-07 m/s<"));
+            const double perFlux = length(arrowsBefore(legend).at(0)) / 2e-7;
+            const std::vector<std::array<double, 4>> arrows = arrowsBefore(style);
+            EXPECT_GT(arrows.size(), 150u);
+            for (const std::array<double, 4>& arrow : arrows)
+            {
+                const auto& [x0, y0, x1, y1] = arrow;
+                EXPECT_NEAR(length(arrow), flux(((x0 + x1) / 2 - 96) * 60 / 820) * perFlux,
+                            0.03 * length(arrow) + 0.15);
+                EXPECT_NEAR((x1 - x0) * c - (y1 - y0) * s, length(arrow), 0.02);
+                for (const auto& [x, y] : {std::pair(x0, y0), std::pair(x1, y1)})
+                {
+                    const double up = (92 + 20 * 820 / 60.0 - y) * 60 / 820;
+                    EXPECT_TRUE(x >= 96 && x <= 916 && up > -0.08) << x << ' ' << y;
+                    EXPECT_LE(up, ground((x - 96) * 60 / 820) + 0.15);
+                }
+            }
+        }
 }
 
 TEST(Output, TurnsEverythingIntoTheUnitsOfTheFile)

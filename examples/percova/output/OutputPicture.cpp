@@ -16,6 +16,7 @@ namespace
 using picture::ContourOf;
 using picture::Coordinates;
 using picture::DrawStreamLines;
+using picture::DrawVectors;
 using picture::Frame;
 using picture::FrameOf;
 using picture::Levels;
@@ -361,7 +362,8 @@ void Picture::Heading()
 
 void Picture::Draw()
 {
-    std::size_t lines = 6 + step_.seepageFaces.size() + (step_.stream.empty() ? 0 : 1);
+    std::size_t lines = 6 + step_.seepageFaces.size() + (step_.stream.empty() ? 0 : 1) +
+                        (model_.problem.vectors ? 1 : 0);
     lines += model_.problem.materials.size() + model_.problem.boundaries.size();
     const std::string& title = model_.problem.title;
     page_.Begin(lines, title);
@@ -375,6 +377,8 @@ void Picture::Draw()
                          "height=\"14\" fill=\"#3d8ee6\" fill-opacity=\".34\"/>",
                          "water pressure above zero");
     DrawStreamLines(page_, frame_, model_, step_);
+    if (model_.problem.vectors)
+        DrawVectors(page_, frame_, model_, step_);
     PlaceNames();
     Contours(triangles);
     Surface();

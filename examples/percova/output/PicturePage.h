@@ -66,4 +66,8 @@ private:
 /// Draws nine stream lines, between which a tenth of the flow passes, where a step has them.
 void DrawStreamLines(Page& page, const Frame& frame, const Model& model, const StepResult& step);
 
+/// Draws the Darcy flux as arrows on a regular raster, all of them inside the soil; the longest is
+/// that of the greatest flux on the raster, and the shortest are left out.
+void DrawVectors(Page& page, const Frame& frame, const Model& model, const StepResult& step);
+
 } // namespace percova::picture

@@ -130,6 +130,7 @@ constexpr char kSchema[] = R"json({
   "sections": {"type": "array", "items": {"$ref": "#/$defs/named_line"},
    "description": "flow across a line, positive from its left to its right"},
   "flow_net": {"type": "boolean", "description": "draw lines of the stream function"},
+  "vectors": {"type": "boolean", "description": "draw arrows of the Darcy flux"},
   "uplift": {"type": "array", "items": {"$ref": "#/$defs/named_line"},
    "description": "lines along which the pore pressure is integrated"},
   "solver": {

@@ -250,6 +250,7 @@ struct Problem
     std::vector<Section> sections;
     std::vector<Section> uplifts; ///< lines whose pore pressures are integrated
     bool flowNet = false;         ///< whether steady results have a stream function
+    bool vectors = false;         ///< whether pictures have arrows of the flux
     SolverSettings solver;
     std::optional<TimeSettings> time; ///< none: steady
     Initial initial;

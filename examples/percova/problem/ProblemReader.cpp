@@ -88,14 +88,21 @@ void ReadLines(JsonReader& file, const char* key, double metres, std::vector<Sec
     });
 }
 
-void ReadFlowNet(JsonReader& file, Problem& problem)
+void ReadFlag(JsonReader& file, const char* key, bool& flag)
 {
-    const JsonNode* node = file.Find("flow_net");
+    const JsonNode* node = file.Find(key);
     if (node == nullptr)
         return;
     if (node->kind != JsonNode::Kind::Boolean)
-        return file.Error("flow_net", "should be true or false");
-    problem.flowNet = node->number != 0;
+        return file.Error(key, "should be true or false");
+    flag = node->number != 0;
+}
+
+/// Reads what is drawn besides heads.
+void ReadPicture(JsonReader& file, Problem& problem)
+{
+    ReadFlag(file, "vectors", problem.vectors);
+    ReadFlag(file, "flow_net", problem.flowNet);
     if (problem.flowNet && problem.time)
         file.Warn("flow_net", "is left aside: water that is stored has no stream function");
 }
@@ -189,7 +196,7 @@ bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
     ReadProbes(file, problem);
     ReadLines(file, "sections", problem.units.metres, problem.sections);
     ReadLines(file, "uplift", problem.units.metres, problem.uplifts);
-    ReadFlowNet(file, problem);
+    ReadPicture(file, problem);
     ReadSolver(file, problem.solver);
     file.WarnOfUnknown();
     CheckShapes(problem, faults);
