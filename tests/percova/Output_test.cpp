@@ -1,6 +1,7 @@
 #include "CaseRun.h"
 #include "Commands.h"
 #include "output/Output.h"
+#include "output/Picture.h"
 
 #include <gmock/gmock.h>
 
@@ -132,6 +133,27 @@ TEST(Output, DrawsContoursWetZoneAndPhreaticLine)
     EXPECT_THAT(svg, HasSubstr("headwater: head 24 m"));
     EXPECT_THAT(svg, Not(HasSubstr("nan")));
     EXPECT_LT(svg.size(), 60000u);
+}
+
+TEST(Output, DrawsSourcesWhereTheyAre)
+{
+    Dam dam;
+    dam.model.problem.sources = {{"well", {{5, 6}}, {}}, {"drain <1>", {{2, 1}, {8, 1}}, {}}};
+    dam.step.sources = {{"well", -2e-6}, {"drain <1>", 1e-7}};
+    std::ostringstream out;
+    WritePicture(out, dam.model, dam.step);
+    const picture::Frame frame = picture::FrameOf(dam.model.mesh, 96, 92);
+    const Point well = frame.At({5, 6});
+    for (const std::string& text :
+         {"M" + picture::Coordinates({well.x - 5, well.y}) + "a5 5 ",
+          '"' + picture::PathData({frame.At({2, 1}), frame.At({8, 1})}) + '"',
+          std::string(">well<"), std::string(">drain &lt;1&gt;<"),
+          std::string(">well: draws 2e-06 m3/s per m<"),
+          std::string(">drain &lt;1&gt;: brings 1e-07 m3/s per m<")})
+        EXPECT_THAT(out.str(), HasSubstr(text));
+    dam.model.problem.units = {"ft", 0.3048, "Pa", 0.001};
+    ConvertToFileUnits(dam.model);
+    EXPECT_DOUBLE_EQ(dam.model.problem.sources[1].line[1].x, 8 / 0.3048);
 }
 
 /// The lines of a path "M x y L x y ...", its arrows' barbs left out.

@@ -86,6 +86,8 @@ void ConvertToFileUnits(Model& model)
         Scale(boundary.line, length);
     for (Section& section : model.problem.sections)
         Scale(section.line, length);
+    for (Source& source : model.problem.sources)
+        Scale(source.line, length);
     for (Step& step : model.problem.steps)
         for (Condition& condition : step.conditions)
         {

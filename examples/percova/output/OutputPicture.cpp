@@ -15,8 +15,6 @@ namespace
 
 using picture::ContourOf;
 using picture::Coordinates;
-using picture::DrawStreamLines;
-using picture::DrawVectors;
 using picture::Frame;
 using picture::FrameOf;
 using picture::Levels;
@@ -362,22 +360,24 @@ void Picture::Heading()
 
 void Picture::Draw()
 {
-    std::size_t lines = 6 + step_.seepageFaces.size() + (step_.stream.empty() ? 0 : 1) +
-                        (model_.problem.vectors ? 1 : 0);
-    lines += model_.problem.materials.size() + model_.problem.boundaries.size();
-    const std::string& title = model_.problem.title;
-    page_.Begin(lines, title);
+    const Problem& problem = model_.problem;
+    const std::size_t lines = 6 + step_.seepageFaces.size() + !step_.stream.empty() +
+                              problem.vectors + problem.materials.size() +
+                              problem.boundaries.size() + step_.sources.size();
+    page_.Begin(lines, problem.title);
     Heading();
     Soil();
     const Triangles triangles = TrianglesOf(model_.mesh, step_.nodal, frame_);
-    const std::string wet = WetZone(triangles, frame_);
-    page_.Path(wet, "fill=\"#3d8ee6\" fill-opacity=\".34\"");
+    const std::string wet = WetZone(triangles, frame_),
+                      fill = "fill=\"#3d8ee6\" fill-opacity=\".34\"";
+    page_.Path(wet, fill);
     if (!wet.empty())
         page_.LegendLine("<rect width=\"22\" height=\"14\" fill=\"#efe5cd\"/><rect width=\"22\" "
-                         "height=\"14\" fill=\"#3d8ee6\" fill-opacity=\".34\"/>",
+                         "height=\"14\" " +
+                             fill + "/>",
                          "water pressure above zero");
     DrawStreamLines(page_, frame_, model_, step_);
-    if (model_.problem.vectors)
+    if (problem.vectors)
         DrawVectors(page_, frame_, model_, step_);
     PlaceNames();
     Contours(triangles);
@@ -385,6 +385,7 @@ void Picture::Draw()
     Boundaries();
     Exits();
     ProbesAndSections();
+    DrawSources(page_, frame_, model_, step_);
     Axes();
     page_.End();
 }

@@ -66,6 +66,9 @@ private:
 /// Draws nine stream lines, between which a tenth of the flow passes, where a step has them.
 void DrawStreamLines(Page& page, const Frame& frame, const Model& model, const StepResult& step);
 
+/// Draws where sources are, with their rates in the legend.
+void DrawSources(Page& page, const Frame& frame, const Model& model, const StepResult& step);
+
 /// Draws the Darcy flux as arrows on a regular raster, all of them inside the soil; the longest is
 /// that of the greatest flux on the raster, and the shortest are left out.
 void DrawVectors(Page& page, const Frame& frame, const Model& model, const StepResult& step);
