@@ -3,6 +3,8 @@
 #include "CommandLine.h"
 #include "analysis/Freeboard.h"
 #include "analysis/Surface.h"
+#include "mesh/CurveLine.h"
+#include "mesh/LineCut.h"
 
 #include <algorithm>
 #include <cmath>
@@ -89,13 +91,16 @@ TEST(Uplift, IsThatOfALinearPressure)
         {"[[0, 4.3], [6, 4.3]]", 2.89, 2.89, 2.89 * 3.4 / 3, 2.6},
         {"[[2.5, 0], [2.5, 5]]", 4.75 * 4.75 / 2, 0, 4.75 * 4.75 * 4.75 / 6, 0.25},
         {"[[0, 5], [0, 1], [2, 1]]", 21, 9, 74, 0}, // down, then along
+        {"null", 1, 1, 2 / 3.0, 4},                 // the physical curve "top"
     };
     for (const ElementType type : kTypes)
         for (const Row& row : rows)
         {
             SCOPED_TRACE(std::string(percova::Name(type)) + ' ' + row.line);
             nlohmann::json problem = Block();
-            problem["uplift"][0] = {{"name", "base"}, {"line", nlohmann::json::parse(row.line)}};
+            problem["uplift"][0] = {{"name", "top"}, {"line", nlohmann::json::parse(row.line)}};
+            if (problem["uplift"][0]["line"].is_null())
+                problem["uplift"][0].erase("line");
             CaseRun run("S7-block");
             const Uplift& uplift = SolveBlock(run, problem, type).uplifts.at(0);
             EXPECT_NEAR(uplift.force / 9.81, row.force, 1e-8);
@@ -208,6 +213,29 @@ TEST(Safety, ReportsWhatIsWrongWithItsInput)
                   .find("the line of uplift 'base' lies outside grid with 50 % of its length, from "
                         "(2, 0) to (2, -1) at first"),
               std::string::npos);
+    problem["uplift"][0].erase("line");
+    EXPECT_NE(FaultsOf(problem, ElementType::Q4, model)
+                  .find("'base' is no physical curve of grid, which has 'top', and has no"),
+              std::string::npos);
+}
+
+TEST(LineOfCurve, IsOneOpenLineFromTheLeft)
+{
+    const std::pair<std::function<bool(Point)>, double> rows[] = {
+        {[](Point at) { return at.y > 4.99; }, 6},
+        {[](Point at) { return at.x > 5.99 || at.y < 0.01; }, 11},
+        {[](Point at) { return at.y > 4.99 || at.y < 0.01; }, 0}, // two
+        {[](Point) { return true; }, 0},                          // a ring
+    };
+    for (const ElementType type : kTypes)
+        for (const auto& [isOnIt, length] : rows)
+        {
+            Grid grid = BlockGrid(type);
+            grid.curve = [&, &is = isOnIt](Point at) { return is(at) ? "curve" : ""; };
+            const Polyline line = LineOfCurve(MakeMesh(grid), 0);
+            EXPECT_NEAR(LengthOf(line), length, 1e-9);
+            EXPECT_TRUE(line.empty() || line.front().x == 0);
+        }
 }
 
 /// Runs the block with everything in it. @returns its only step; prints to @p summary

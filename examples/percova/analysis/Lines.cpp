@@ -1,6 +1,7 @@
 #include "analysis/Lines.h"
 
 #include "analysis/NodeConditions.h"
+#include "mesh/CurveLine.h"
 #include "mesh/MeshGeometry.h"
 #include "problem/NumberText.h"
 #include "problem/ProblemReader.h"
@@ -73,6 +74,8 @@ public:
     }
 
     std::vector<NodeShare> SharesOf(const Source& source);
+    /// The physical curve that @p line is named after; none, and a fault, when it is no line.
+    Polyline CurveOf(const std::string& what, const Section& line);
     /// The pieces of @p line; none, and a fault, when it leaves the mesh.
     std::vector<LinePiece> PiecesOf(const std::string& what, const Place& place,
                                     const Polyline& line);
@@ -143,9 +146,27 @@ std::vector<NodeShare> LineBinder::SharesOf(const Source& source)
     return shares.Take();
 }
 
+Polyline LineBinder::CurveOf(const std::string& what, const Section& line)
+{
+    const int group = IndexOf(mesh_.curves, line.name);
+    Polyline curve;
+    if (group >= 0)
+        curve = LineOfCurve(mesh_, group);
+    if (curve.empty())
+        faults_.Error(model_.problem.file, line.place,
+                      "the " + what +
+                          (group < 0 ? " is no physical curve of " + mesh_.file + ", which has " +
+                                           NamesOf(mesh_.curves) + ", and has no \"line\""
+                                     : " is a physical curve of " + mesh_.file +
+                                           " that is in several pieces, branches or is closed"));
+    return curve;
+}
+
 std::vector<LinePiece> LineBinder::PiecesOf(const std::string& what, const Place& place,
                                             const Polyline& line)
 {
+    if (line.empty())
+        return {}; // reported
     std::vector<LinePiece> pieces = cutter_.Cut(line);
     const double length = LengthOf(line), outside = length - LengthInside(pieces);
     std::string fault;
@@ -179,8 +200,10 @@ void BindUplifts(const LineCutter& cutter, Model& model, Faults& faults)
 {
     LineBinder binder(cutter, model, faults);
     for (const Section& line : model.problem.uplifts)
-        model.upliftPieces.push_back(
-            binder.PiecesOf("line of uplift '" + line.name + '\'', line.place, line.line));
+        model.upliftPieces.push_back(binder.PiecesOf(
+            "line of uplift '" + line.name + '\'', line.place,
+            line.line.empty() ? binder.CurveOf("line of uplift '" + line.name + '\'', line)
+                              : line.line));
 }
 
 } // namespace percova

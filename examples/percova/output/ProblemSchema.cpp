@@ -131,7 +131,7 @@ constexpr char kSchema[] = R"json({
    "description": "flow across a line, positive from its left to its right"},
   "flow_net": {"type": "boolean", "description": "draw lines of the stream function"},
   "vectors": {"type": "boolean", "description": "draw arrows of the Darcy flux"},
-  "uplift": {"type": "array", "items": {"$ref": "#/$defs/named_line"},
+  "uplift": {"type": "array", "items": {"$ref": "#/$defs/curve_or_line"},
    "description": "lines along which the pore pressure is integrated"},
   "solver": {
    "type": "object",
@@ -163,6 +163,16 @@ constexpr char kSchema[] = R"json({
    "type": "object",
    "required": ["name", "line"],
    "properties": {"name": {"$ref": "#/$defs/name"}, "line": {"$ref": "#/$defs/line", "minItems": 2}},
+   "patternProperties": {"^note": {}},
+   "additionalProperties": false
+  },
+  "curve_or_line": {
+   "type": "object",
+   "required": ["name"],
+   "properties": {
+    "name": {"$ref": "#/$defs/name", "description": "a physical curve of the mesh where there is no line"},
+    "line": {"$ref": "#/$defs/line", "minItems": 2}
+   },
    "patternProperties": {"^note": {}},
    "additionalProperties": false
   },

@@ -76,13 +76,15 @@ void ReadProbes(JsonReader& file, Problem& problem)
 }
 
 /// Reads a list of lines with names.
-void ReadLines(JsonReader& file, const char* key, double metres, std::vector<Section>& lines)
+/// @param needsLine  whether the name alone, of a physical curve, is not enough
+void ReadLines(JsonReader& file, const char* key, double metres, Need needsLine,
+               std::vector<Section>& lines)
 {
     file.ForEach(key, Need::Optional, [&](JsonReader& reader) {
         Section line;
         line.place = reader.Here();
         line.name = ReadName(reader, lines);
-        reader.GetLine("line", line.line, 2, Need::Required);
+        reader.GetLine("line", line.line, 2, needsLine);
         Scale(line.line, metres);
         lines.push_back(std::move(line));
     });
@@ -194,8 +196,8 @@ bool ReadProblemText(const std::string& text, Problem& problem, Faults& faults)
                             problem.file, condition.place,
                             "has a value that changes in time, but the problem has no time");
     ReadProbes(file, problem);
-    ReadLines(file, "sections", problem.units.metres, problem.sections);
-    ReadLines(file, "uplift", problem.units.metres, problem.uplifts);
+    ReadLines(file, "sections", problem.units.metres, Need::Required, problem.sections);
+    ReadLines(file, "uplift", problem.units.metres, Need::Optional, problem.uplifts);
     ReadPicture(file, problem);
     ReadSolver(file, problem.solver);
     file.WarnOfUnknown();
