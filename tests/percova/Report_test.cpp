@@ -181,6 +181,19 @@ TEST(Report, HasTheOutputsOfARunInTime)
     const std::string probes = Text(folder / "T1-consolidation.probes.csv");
     EXPECT_TRUE(probes.starts_with("time [s],name,x [m],")) << probes;
     EXPECT_EQ(Count(probes, "\r\n0.25,"), Count(probes, "\r\n1,"));
+    // Every line of the history is as long as the first one, and ends with the regions' flows.
+    const Json region =
+        *Json::parse(Text(folder / "result.json"))["times"].back()["regions"].begin();
+    std::istringstream history(Text(folder / "T1-consolidation.history.csv"));
+    std::string line, last;
+    for (std::size_t commas = 0; std::getline(history, line); last = line)
+    {
+        if (commas == 0)
+            EXPECT_TRUE(line.ends_with("clay.flow_in,clay.flow_out,clay.sources")) << line;
+        EXPECT_EQ(Count(line, ","), commas == 0 ? Count(line, ",") : commas);
+        commas = Count(line, ",");
+    }
+    EXPECT_TRUE(last.ends_with(",0," + region["flow_out"].dump() + ",0")) << last;
 }
 
 TEST(Convert, WritesAgainWhatTheRunWrote)
@@ -271,13 +284,12 @@ TEST(Report, EndsWhateverTheResultHolds)
             {
                 item = other;
                 Write(folder / "result.json", root.dump());
-                for (const std::vector<std::string>& command :
-                     {std::vector<std::string>{"report", TextOf(folder), "--pictures", "0"},
-                      {"convert", TextOf(folder)}})
-                {
-                    const Ran ran = Command(command);
-                    EXPECT_TRUE(ran.exit == Exit::Done || ran.exit == Exit::WrongInput) << ran.text;
-                }
+                const Ran ran = Command({"report", TextOf(folder), "--pictures", "0"});
+                EXPECT_TRUE(ran.exit == Exit::Done || ran.exit == Exit::WrongInput) << ran.text;
+                if (depth < 3) // it writes many files
+                    continue;
+                const Ran tables = Command({"convert", TextOf(folder)});
+                EXPECT_TRUE(tables.exit == Exit::Done || tables.exit == Exit::WrongInput);
             }
             item = kept;
             if (depth > 1 && item.is_structured())

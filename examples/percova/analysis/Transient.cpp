@@ -257,7 +257,6 @@ void TimeRun::AddHistory(const Solution& solution, double length, int iterations
     StepResult row = std::move(last_);
     last_ = {};
     FillTotals(state_, Stored(), row);
-    row.regions.clear();
     row.stepLength = length;
     row.iterations = iterations;
     EvaluateProbes(solution, row);

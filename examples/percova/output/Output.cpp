@@ -231,6 +231,9 @@ void WriteHistoryHeader(std::ostream& out, const Problem& problem)
         columns.push_back({section.name + ".flow", flow});
     for (const Source& source : problem.sources)
         columns.push_back({source.name + ".flow", flow});
+    for (const Region& region : problem.regions)
+        for (const char* part : {".flow_in", ".flow_out", ".sources"})
+            columns.push_back({region.name + part, flow});
     for (std::size_t i = 0; i < columns.size(); ++i)
         out << (i == 0 ? "" : ",") << CsvField(columns[i].first);
     out << "\n# ";
@@ -239,9 +242,9 @@ void WriteHistoryHeader(std::ostream& out, const Problem& problem)
     out << '\n';
 }
 
-void WriteHistoryRow(std::ostream& out, StepResult row, const Units& units)
+void WriteHistoryRow(std::ostream& out, StepResult row, const Problem& problem)
 {
-    ConvertToFileUnits(units, row);
+    ConvertToFileUnits(problem.units, row);
     const auto put = [&](double value) {
         out << ',';
         if (!IsMissingValue(value) && std::isfinite(value))
@@ -262,6 +265,10 @@ void WriteHistoryRow(std::ostream& out, StepResult row, const Units& units)
         put(section.flow);
     for (const SourceFlow& source : row.sources)
         put(source.flow);
+    row.regions.resize(problem.regions.size()); // the initial state has none
+    for (const RegionFlow& region : row.regions)
+        for (const double value : {region.in, region.out, region.sources})
+            put(value);
     out << '\n';
 }
 } // namespace
@@ -272,7 +279,7 @@ void WriteHistory(std::ostream& out, const Model& model, const Results& results)
         WriteHistoryHeader(out, model.problem);
     out << results.earlierHistory;
     for (const StepResult& row : results.history)
-        WriteHistoryRow(out, row, model.problem.units);
+        WriteHistoryRow(out, row, model.problem);
 }
 
 bool WriteSummary(const ResultFiles& files, const Model& model, const Results& results,
