@@ -280,18 +280,21 @@ void Newton::AddStorage(const std::vector<double>& head, std::vector<double>& in
         inflow[n] += (water_[n] - (*storage_->before)[n]) * storage_->rate;
 }
 
-/// The scale of the residual where water is stored: the rates of storage, and their rounding.
-double Newton::StorageScale() const
+/// The scales of the residuals where water is stored: the rates of storage, and the rounding of
+/// the water, of one node and of all.
+Newton::Scales Newton::StorageScales() const
 {
     if (storage_ == nullptr)
-        return 0;
-    double rates = 0, most = 0;
+        return {};
+    double rates = 0, most = 0, sum = 0;
     for (std::size_t n = 0; n < water_.size(); ++n)
     {
         rates += std::abs(water_[n] - (*storage_->before)[n]);
         most = std::max(most, std::abs(water_[n]));
+        sum += std::abs(water_[n]);
     }
-    return std::max(rates / 2, 1e-15 * most / settings_.tolerance) * storage_->rate;
+    const double rounding = 1e-15 / settings_.tolerance;
+    return {std::max(rates / 2, rounding * most) * storage_->rate, rounding * sum * storage_->rate};
 }
 
 void Newton::Measure()
@@ -318,8 +321,9 @@ void Newton::Measure()
     // Without flow there is still the rounding of heads times conductivities.
     const auto [low, high] = std::minmax_element(model_.mesh.y.begin(), model_.mesh.y.end());
     const double rounding = 1e-14 * conductivity * (*high - *low);
-    scale_ = std::max({in, out, rounding / settings_.tolerance, StorageScale()});
-    outcome_.residual = std::max(worst, std::abs(all)) / scale_;
+    const Scales storage = StorageScales();
+    scale_ = std::max({in, out, rounding / settings_.tolerance, storage.node});
+    outcome_.residual = std::max(worst / scale_, std::abs(all) / std::max(scale_, storage.all));
 }
 
 std::size_t Newton::SwitchFaces(const Goal& goal)

@@ -114,7 +114,11 @@ private:
     void InflowOf(const std::vector<double>& head, const Easing& easing,
                   std::vector<double>& inflow);
     void AddStorage(const std::vector<double>& head, std::vector<double>& inflow);
-    double StorageScale() const;
+    struct Scales
+    {
+        double node = 0, all = 0; ///< [m3/s per m]
+    };
+    Scales StorageScales() const;
     double LeastKr() const;
     void Measure();
     double SumOfSquares(const std::vector<double>& inflow) const;
