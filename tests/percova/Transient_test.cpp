@@ -1,4 +1,5 @@
 // Transient seepage: cases with exact references, and properties that hold in every case.
+#include "Block.h"
 #include "CaseRun.h"
 #include "Commands.h"
 #include "analysis/Transient.h"
@@ -159,6 +160,47 @@ TEST(SeepageInTime, TakesHeadsBeyondALimitAsAJump)
         const StepResult& end = InTime(run, "q4").back();
         EXPECT_LE(std::abs(end.massBalance), 1e-9);
         EXPECT_LT(end.cumulativeIn, 1.001 * 5.04e-3); // the rain alone
+    }
+}
+
+// Water that follows within microseconds, far below the smallest step: the heads of the ground, or
+// of a side, jump while others are beyond the limit of the rain.
+TEST(SeepageInTime, PassesJumpsOnNearlyIncompressibleSoil)
+{
+    struct Row
+    {
+        double storage, level, rain, before;
+    };
+    for (const auto& [storage, level, rain, before] :
+         {Row{1e-9, 6, 0, 6}, Row{1e-9, 6, 1e-6, 3}, Row{1e-9, 0, 1e-6, 6}, Row{1e-12, 6, 1e-4, 3}})
+    {
+        SCOPED_TRACE(::testing::Message() << storage << ' ' << level << ' ' << rain);
+        json problem = Block();
+        problem["materials"][0]["m_v"] = storage / 9.81;
+        problem["boundaries"][0]["value"] = {{0, 3}, {1000, 3}, {1000, level}, {1e6, level}};
+        problem["boundaries"].push_back({{"name", "top"},
+                                         {"line", {{0, 5}, {6, 5}}},
+                                         {"type", "flux"},
+                                         {"value", rain},
+                                         {"ponding", 0}});
+        const auto solve = [&](CaseRun& run, const auto& analyse) {
+            ASSERT_EQ(FaultsOf(problem, ElementType::Q4, run.model), "");
+            run.model.problem.solver.kind = SolverKind::Direct;
+            std::string reason;
+            EXPECT_TRUE(analyse(run.model, {}, run.results, reason)) << reason;
+            EXPECT_EQ(run.results.stopped, "");
+        };
+        CaseRun steady("S7-block"), run("S7-block");
+        problem["initial"] = {{"type", "hydrostatic"}, {"water_table", before}};
+        problem["time"] = {{"end", 2000}, {"output", {1000, 2000}}};
+        solve(run, AnalyseInTime);
+        problem["boundaries"][0]["value"] = level;
+        problem.erase("initial");
+        problem.erase("time");
+        solve(steady, Analyse);
+        ASSERT_EQ(run.results.steps.size(), 3u);
+        EXPECT_NEAR(run.results.steps[2].flowIn, steady.Result().flowIn, 1e-6 * 1e-5);
+        EXPECT_LE(std::abs(run.results.steps[2].massBalance), 1e-8);
     }
 }
 

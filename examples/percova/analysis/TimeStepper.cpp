@@ -14,6 +14,8 @@ constexpr double kGamma = 0.29289321881345247560;
 /// The weights of the rates at the start and of the two stages, less those of the third-order
 /// formula on the same rates (of third order for linear problems).
 constexpr double kDefect[3] = {0.47140452079103168, -2.0 / 3, 0.19526214587563499};
+/// The same, less those of the formula of first order that has the second stage alone.
+constexpr double kFirstOrder[3] = {0, 1 - kGamma, kGamma - 1};
 constexpr int kStageIterations = 15;
 /// A safety factor: the estimate may be too low by this factor, and the errors of the steps add up.
 constexpr double kDoubt = 2;
@@ -80,27 +82,49 @@ bool TimeStepper::TryEuler(double time, double length, const std::vector<double>
         !SolveStage(second, end, first.water, whole.head, half, false, attempt))
         return false;
     for (std::size_t n = 0; n < whole.head.size(); ++n)
-        attempt.error = std::max(attempt.error, std::abs(whole.head[n] - second.head[n]));
+        if (const double error = std::abs(whole.head[n] - second.head[n]); error > attempt.error)
+        {
+            attempt.error = error;
+            attempt.worst = static_cast<int>(n);
+        }
     return true;
 }
 
 /// Passed through the matrix of the step, the defect of the rates is the error of the heads.
-bool TimeStepper::EstimateError(Newton& newton, Attempt& attempt)
+double TimeStepper::ErrorOf(Newton& newton, const double (&weights)[3], Attempt& attempt)
 {
     const std::vector<double>&first = attempt.stages[0].rate, &second = attempt.stages[1].rate;
     std::vector<double> defect(first.size()), error;
-    const bool third = !startRate.empty();
     for (std::size_t n = 0; n < defect.size(); ++n)
-        defect[n] =
-            (third ? kDefect[0] * startRate[n] + kDefect[1] * first[n] + kDefect[2] * second[n]
-                   : (1 - kGamma) * (first[n] - second[n])) /
-            kGamma;
-    attempt.isThirdOrder = third;
+        defect[n] = ((weights[0] != 0 ? weights[0] * startRate[n] : 0) + weights[1] * first[n] +
+                     weights[2] * second[n]) /
+                    kGamma;
     if (!newton.SolveLinearised(defect, error, attempt.failure))
-        return false;
-    for (const double value : error)
-        attempt.error = std::max(attempt.error, kDoubt * std::abs(value));
-    return true;
+        return HUGE_VAL;
+    for (double& value : error)
+        value = std::abs(value);
+    const auto most = std::max_element(error.begin(), error.end());
+    attempt.worst = static_cast<int>(most - error.begin());
+    return *most;
+}
+
+/// The estimate of third order takes the rates at the start for those of a smooth solution. Where a
+/// node has switched since, and heads follow at once because little is stored, it does not fall
+/// with the length of the step; the estimate of first order, which knows the stages alone, then
+/// decides.
+bool TimeStepper::EstimateError(Newton& newton, Attempt& attempt)
+{
+    attempt.isThirdOrder = !startRate.empty();
+    attempt.error = attempt.isThirdOrder ? kDoubt * ErrorOf(newton, kDefect, attempt) : HUGE_VAL;
+    if (attempt.error > allowed_)
+    {
+        const int worst = attempt.worst;
+        const double first = kDoubt * ErrorOf(newton, kFirstOrder, attempt);
+        attempt.isThirdOrder = attempt.isThirdOrder && !(first <= allowed_);
+        attempt.worst = first < attempt.error ? attempt.worst : worst;
+        attempt.error = std::min(attempt.error, first);
+    }
+    return std::isfinite(attempt.error);
 }
 
 } // namespace percova

@@ -34,6 +34,7 @@ struct Attempt // NOLINT(bugprone-reserved-identifier): of the copy that the com
     int iterations = 0;
     double residual = 0;
     double error = 0;          ///< of the head, estimated [m]
+    int worst = 0;             ///< the node of it
     bool isThirdOrder = false; ///< whether the estimate is
     std::string failure;       ///< why it failed
 };
@@ -45,7 +46,7 @@ public:
     TimeStepper(const Model& model, const Storage& storage, Assembly& assembly,
                 LinearSystem& system, const NewtonSettings& settings, Seconds& seconds)
         : model_(model), storage_(storage), assembly_(assembly), system_(system),
-          settings_(settings), seconds_(seconds)
+          settings_(settings), allowed_(model.problem.time->tolerance), seconds_(seconds)
     {
     }
 
@@ -63,12 +64,15 @@ private:
     bool SolveStage(Stage& stage, double time, const std::vector<double>& before,
                     const std::vector<double>& near, double length, bool isLast, Attempt& attempt);
     bool EstimateError(Newton& newton, Attempt& attempt);
+    /// The error of the worst node, whose number goes to @p attempt.
+    double ErrorOf(Newton& newton, const double (&weights)[3], Attempt& attempt);
 
     const Model& model_;
     const Storage& storage_;
     Assembly& assembly_;
     LinearSystem& system_;
     const NewtonSettings& settings_;
+    double allowed_; ///< error of the head in a step [m]
     Seconds& seconds_;
 };
 

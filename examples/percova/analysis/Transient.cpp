@@ -9,6 +9,7 @@
 #include "analysis/Newton.h"
 #include "analysis/RegionFlows.h"
 #include "analysis/Sections.h"
+#include "analysis/StepLength.h"
 #include "analysis/Storage.h"
 #include "analysis/TimeStepper.h"
 #include "problem/NumberText.h"
@@ -23,26 +24,7 @@ namespace percova
 namespace
 {
 
-constexpr double kSafety = 0.85, kMostGrowth = 2.5, kLeastShrink = 0.15, kAfterFailure = 0.25;
 constexpr double kStageTolerance = 1e-9; ///< of the nodal balances, relative
-
-/// The times in (0, end] at which a step has to end, ascending.
-std::vector<double> EventsOf(const Problem& problem)
-{
-    std::vector<double> events = problem.time->outputs;
-    for (const Step& step : problem.steps)
-    {
-        events.push_back(step.start);
-        for (const std::vector<Condition>* conditions : {&step.conditions, &step.sources})
-            for (const Condition& condition : *conditions)
-                for (const TimedValues& entry : condition.series)
-                    events.push_back(entry.time);
-    }
-    std::sort(events.begin(), events.end());
-    events.erase(std::unique(events.begin(), events.end()), events.end());
-    std::erase_if(events, [&](double t) { return !(t > 0) || t > problem.time->outputs.back(); });
-    return events;
-}
 
 class TimeRun
 {
@@ -297,12 +279,13 @@ void TimeRun::Stop(const std::string& why)
 /// One step that ends at @p target at the latest, repeated until it is accepted.
 bool TimeRun::TakeStep(double target)
 {
-    const Units& units = model_.problem.units;
     // Behind a jump water moves over the smallest elements first.
     const double smallest = settings_.smallestStep * (stepper_.startRate.empty() ? 1e-3 : 1);
-    for (bool again = false;; again = true)
+    const double left = target - state_.time, first = state_.nextLength;
+    StepLength lengths(settings_.tolerance);
+    std::string failure; // of the shortest step, once longer ones are tried
+    for (;;)
     {
-        const double left = target - state_.time;
         double length = std::min({state_.nextLength, settings_.largestStep, left});
         if (length < left && 2 * length > left)
             length = left / 2; // two equal steps instead of a long and a short one
@@ -312,33 +295,33 @@ bool TimeRun::TakeStep(double target)
             return false;
         }
         const bool solved = stepper_.Try(state_.time, length, state_.head, water_, attempt_);
-        const double power = attempt_.isThirdOrder ? 1.0 / 3 : 1.0 / 2;
-        const double wanted =
-            !solved ? kAfterFailure
-                    : std::clamp(
-                          kSafety * std::pow(settings_.tolerance / std::max(attempt_.error, 1e-300),
-                                             power),
-                          kLeastShrink, again ? 1.0 : kMostGrowth);
         if (solved && attempt_.error <= settings_.tolerance)
         {
+            const double ratio = lengths.AfterAccepted(attempt_);
             // A step shortened to meet an event says little about the next one's length.
             state_.nextLength = std::max(
-                length * wanted, length < state_.nextLength && wanted >= 1 ? state_.nextLength : 0);
+                length * ratio, length < state_.nextLength && ratio >= 1 ? state_.nextLength : 0);
             Accept(attempt_, length == left ? target : state_.time + length);
             return true;
         }
         ++state_.rejected;
         ++PartAt(target).rejected;
-        state_.nextLength = length * std::min(wanted, 0.9);
-        if (state_.nextLength < smallest)
+        if (failure.empty())
         {
-            Stop("a step would have to be shorter than " + Short(smallest / units.seconds, 3) +
-                 ' ' + units.time + " (smallest_step): " +
-                 (solved ? "the error of the head stays above the tolerance by " +
-                               Short(attempt_.error / settings_.tolerance, 2) + " times"
-                         : attempt_.failure));
+            state_.nextLength = length * lengths.AfterRejected(attempt_, solved);
+            if (state_.nextLength >= smallest)
+                continue;
+            failure = ShortestStepText(model_, attempt_, solved, smallest);
+            length = std::min(first, left);
+        }
+        // Heads that follow faster than the smallest step have followed at the end of a longer one,
+        // whose error tells.
+        if (length >= std::min(left, settings_.largestStep))
+        {
+            Stop(failure);
             return false;
         }
+        state_.nextLength = StepLength::kMostGrowth * length;
     }
 }
 
