@@ -83,7 +83,7 @@ struct StoredRun
 bool ReadStoredRun(const std::wstring& folder, StoredRun& run, std::string& reason);
 /// The same of a result that is in memory, see ResultJson.
 /// @returns false when it is no result of percova
-bool TakeStoredRun(const std::wstring& folder, nlohmann::ordered_json result, StoredRun& run);
+bool TakeStoredRun(const std::wstring& folder, nlohmann::ordered_json json, StoredRun& run);
 
 /// Writes the tables of a run as CSV files, NAME.probes.csv and the like: a header with names and
 /// units, then one row for each item and state. The files of tables that the run has not are
