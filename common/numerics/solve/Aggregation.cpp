@@ -16,6 +16,12 @@ constexpr double kDominated = 0.1;
 // a quarter above it for bilinear elements. Values from 1.6 to 1.9 measured best over many meshes.
 constexpr double kDamping = 1.7;
 
+// Couplings of the interpolation, with one unknown a node, against the largest of the row: from
+// kOwn on always, since a node beside a much stiffer region follows that region; from kShared on
+// where the coupling is strong for both its nodes. The diagonal couplings of a stretched bilinear
+// element are a quarter of the largest, but a half in the rows at a natural boundary.
+constexpr double kOwn = 0.55, kShared = 0.3;
+
 /// True when rows come in groups of @p size with the same columns, which are whole groups too.
 bool HasUniformGroups(const MatrixView& A, int size)
 {
@@ -227,8 +233,8 @@ namespace
 class Interpolation
 {
 public:
-    Interpolation(const MatrixView& A, const Aggregates& aggregates, double threshold)
-        : A_(A), aggregates_(aggregates), unknowns_(aggregates.unknowns), threshold_(threshold)
+    Interpolation(const MatrixView& A, const Aggregates& aggregates)
+        : A_(A), aggregates_(aggregates), unknowns_(aggregates.unknowns)
     {
         P_.Clear(A.n, aggregates.count * unknowns_);
         P_.columns.reserve(std::size_t(A.n) * 3);
@@ -259,7 +265,6 @@ private:
     const MatrixView& A_;
     const Aggregates& aggregates_;
     int unknowns_;
-    double threshold_;
     SparseRows P_;
     std::vector<int> place_; ///< of a column in the current row; outdated where below its begin
 };
@@ -277,8 +282,11 @@ void Interpolation::AddRow(int i)
     for (int k = begin; k < end; ++k)
         if (A_.columns[k] != i)
             largest = std::max(largest, -sign * A_.values[k]);
-    // Relative to this row: a node beside a much stiffer region follows that region.
-    auto isKept = [&](double a) { return unknowns_ > 1 || -sign * a >= threshold_ * largest; };
+    auto isKept = [&](int k) {
+        const double size = -sign * A_.values[k];
+        const bool isStrong = unknowns_ == 1 && aggregates_.isStrong[std::size_t(k)] != 0;
+        return unknowns_ > 1 || size >= (isStrong ? kShared : kOwn) * largest;
+    };
     const bool isOwned = AggregateOf(i) >= 0;
     if (diagonal != 0 && (isOwned || sum > kDominated * std::abs(diagonal)))
     {
@@ -288,7 +296,7 @@ void Interpolation::AddRow(int i)
             const double a = A_.values[k];
             if (A_.columns[k] == i || AggregateOf(A_.columns[k]) < 0)
                 continue;
-            if (isKept(a))
+            if (isKept(k))
                 others += std::abs(a);
             else
                 lumped += a;
@@ -305,7 +313,7 @@ void Interpolation::AddRow(int i)
         {
             const int j = A_.columns[k];
             const double a = A_.values[k];
-            if (j != i && a != 0 && AggregateOf(j) >= 0 && isKept(a))
+            if (j != i && a != 0 && AggregateOf(j) >= 0 && isKept(k))
                 Add(rowBegin, j, -omega * a / diagonal);
         }
     }
@@ -314,10 +322,9 @@ void Interpolation::AddRow(int i)
 
 } // namespace
 
-SparseRows SmoothedInterpolation(const MatrixView& A, const Aggregates& aggregates,
-                                 double threshold)
+SparseRows SmoothedInterpolation(const MatrixView& A, const Aggregates& aggregates)
 {
-    Interpolation interpolation(A, aggregates, threshold);
+    Interpolation interpolation(A, aggregates);
     for (int i = 0; i < A.n; ++i)
         interpolation.AddRow(i);
     return interpolation.Take();

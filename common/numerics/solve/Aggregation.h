@@ -32,8 +32,8 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold);
 
 /// P = (I - w D^-1 F) T: one constant for each aggregate and unknown of a node (T), smoothed by a
 /// damped Jacobi step with F, which is A with its weak couplings added to the diagonal (D). Weak
-/// is here below @p threshold times the row's largest entry; blocks of several unknowns are kept.
-SparseRows SmoothedInterpolation(const MatrixView& A, const Aggregates& aggregates,
-                                 double threshold);
+/// is here what neither both nodes nor the row itself find strong; blocks of several unknowns are
+/// kept.
+SparseRows SmoothedInterpolation(const MatrixView& A, const Aggregates& aggregates);
 
 } // namespace numerics
