@@ -69,7 +69,7 @@ Exit MakeProblem(const std::string& mesh, const std::string& file, std::ostream&
         return Failed(err, TextOf(path) + " is there already; --out names another file",
                       Exit::NotWritten);
     std::string reason;
-    if (!WriteWhole(
+    if (!WriteNew(
             path,
             [&](std::ostream& problem) {
                 WriteNewProblem(problem, read, id, NameFrom(path, meshPath));

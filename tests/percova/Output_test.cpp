@@ -12,6 +12,8 @@
 #include <sstream>
 
 using namespace percova;
+using ::testing::AnyOf;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -260,6 +262,10 @@ TEST(TextFile, KeepsTheOldFileWhenTheNewOneFails)
     EXPECT_FALSE(WriteWhole(
         name, [](std::ostream& out) { out.setstate(std::ios::badbit); }, reason));
     EXPECT_THAT(reason, HasSubstr("d\xC3\xA4mme.txt cannot be written"));
+    EXPECT_FALSE(WriteNew(
+        name, [](std::ostream& out) { out << "new"; }, reason));
+    EXPECT_THAT(reason, HasSubstr("d\xC3\xA4mme.txt cannot be written: "));
+    EXPECT_THAT(reason, Not(AnyOf(HasSubstr("part"), EndsWith(": "))));
     EXPECT_EQ(support::ReadAll(path), "old");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(path.parent_path()), {}), 1);
 }

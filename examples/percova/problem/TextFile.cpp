@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <random>
 #include <streambuf>
 #include <type_traits>
 #include <utility>
@@ -13,9 +14,9 @@
 namespace percova
 {
 
-std::string ReasonOf(const gtl::status& failed)
+std::string ReasonOf(const gtl::status& failed, int argument)
 {
-    std::wstring text(failed.details()->argument(2));
+    std::wstring text(failed.details()->argument(argument));
     if (text.empty())
         text = failed.as_wstring();
     text.erase(text.find_last_not_of(L" \r\n") + 1); // texts of Windows end with a line break
@@ -165,6 +166,26 @@ bool WriteWhole(const std::wstring& path, const std::function<void(std::ostream&
     }
     reason += written.ok() ? "its content cannot be made" : ReasonOf(written);
     return false;
+}
+
+bool WriteNew(const std::wstring& path, const std::function<void(std::ostream&)>& write,
+              std::string& reason)
+{
+    std::random_device random; // the system's generator
+    const std::wstring draft =
+        path + L'.' + std::to_wstring(random()) + std::to_wstring(random()) + L".part";
+    if (!WriteWhole(draft, write, reason))
+    {
+        reason.replace(0, TextOf(draft).size(), TextOf(path)); // it begins with the name
+        return false;
+    }
+    const gtl::status named = sys::file::Rename(draft, path); // replaces nothing
+    if (!named.ok())
+    {
+        RemoveFile(draft);
+        reason = TextOf(path) + " cannot be written: " + ReasonOf(named, 3);
+    }
+    return named.ok();
 }
 
 void RemoveFile(const std::wstring& path)

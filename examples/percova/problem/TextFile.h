@@ -31,8 +31,13 @@ bool ReadWhole(const std::wstring& path, std::string& text, std::string& reason,
 /// @returns false with @p reason, the file's name in it, when that failed
 bool WriteWhole(const std::wstring& path, const std::function<void(std::ostream&)>& write,
                 std::string& reason);
+/// The same for a new file: one that has the name when it is complete is kept, and that is a
+/// failure. A killed process may leave a file of that name with ".part" behind it.
+bool WriteNew(const std::wstring& path, const std::function<void(std::ostream&)>& write,
+              std::string& reason);
 /// The system's words for what has failed, or else the library's, without a line break at the end.
-std::string ReasonOf(const gtl::status& failed);
+/// @param argument  of the failure that has them: behind one path or two
+std::string ReasonOf(const gtl::status& failed, int argument = 2);
 /// Removes a file, if it is there and can be removed.
 void RemoveFile(const std::wstring& path);
 
