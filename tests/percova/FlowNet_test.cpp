@@ -1,6 +1,8 @@
 // The stream function of uniform flow in any direction, and where there is none.
 #include "Block.h"
 
+#include <gmock/gmock.h>
+
 #include <cmath>
 
 namespace percova::testing
@@ -34,6 +36,29 @@ TEST(FlowNet, FollowsUniformFlow)
             EXPECT_NEAR(step.stream[n], mesh.y[n] * qx - mesh.x[n] * qy - least, 1e-13)
                 << mesh.x[n] << ' ' << mesh.y[n];
     }
+}
+
+// Heads that differ by rounding: what that moves does not balance when it is judged by itself.
+TEST(FlowNet, IsFlatInWaterAtRest)
+{
+    for (const double level : {5.3, 1234.567})
+        for (const ElementType type : kTypes)
+        {
+            SCOPED_TRACE(percova::Name(type));
+            nlohmann::json problem = Block();
+            problem["flow_net"] = true;
+            problem["boundaries"][0]["value"] = level;
+            problem["boundaries"][1]["type"] = "pressure_head";
+            problem["boundaries"][1]["value"] = {level, level - 5};
+            CaseRun run("S7-block");
+            EXPECT_EQ(FaultsOf(problem, type, run.model), "");
+            const StepResult& step =
+                run.On(Rectangle(type, 39, 33, 0, 0, 6, 5), SolverKind::Direct);
+            EXPECT_THAT(step.warnings, ::testing::IsEmpty());
+            ASSERT_EQ(step.stream.size(), run.model.mesh.Nodes());
+            for (const double value : step.stream)
+                EXPECT_LT(std::abs(value), 1e-12 * 1e-5 * level);
+        }
 }
 
 TEST(FlowNet, SaysWhereThereIsNone)

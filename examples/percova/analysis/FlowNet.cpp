@@ -40,6 +40,7 @@ private:
         double first = 0, last = 0;
     };
     Share ShareOf(std::size_t edge) const;
+    double RoundingFlow() const;
 
     const Solution& s_;
     const Mesh& mesh_;
@@ -112,6 +113,17 @@ RimValues::Share RimValues::ShareOf(std::size_t edge) const
     return share;
 }
 
+/// The scale of the flow that rounding causes in water at rest: conductivity times head.
+double RimValues::RoundingFlow() const
+{
+    double conductivity = 0, head = 0;
+    for (const Soil& soil : s_.soils)
+        conductivity = std::max({conductivity, soil.kx, soil.ky});
+    for (std::size_t n = 0; n < mesh_.Nodes(); ++n)
+        head = std::max({head, std::abs(s_.head[n]), std::abs(mesh_.y[n])});
+    return 1e-12 * conductivity * head;
+}
+
 /// Goes once around, with the mesh on the left: the value rises by what leaves.
 bool RimValues::Walk(std::size_t first, std::vector<double>& value, std::vector<char>& held,
                      std::string& reason)
@@ -151,7 +163,7 @@ bool RimValues::Walk(std::size_t first, std::vector<double>& value, std::vector<
         least = std::min(least, value[node]);
     for (const int node : nodes)
         value[node] -= least;
-    if (std::abs(sum) > kBalanced * through)
+    if (std::abs(sum) > std::max(kBalanced * through, RoundingFlow()))
         reason = "what flows over the rim does not balance";
     return reason.empty();
 }
