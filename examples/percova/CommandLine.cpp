@@ -284,6 +284,15 @@ Commands Declare(CLI::App& app, Options& options)
     return commands;
 }
 
+/// @p exit, or that what was printed has not arrived.
+Exit Printed(Exit exit, std::ostream& out, std::ostream& err)
+{
+    if (out.flush() || exit != Exit::Done)
+        return exit;
+    err << "percova: what was to be printed could not be written\n";
+    return Exit::NotWritten;
+}
+
 } // namespace
 
 namespace
@@ -293,6 +302,7 @@ try
 {
     Options options;
     CLI::App app("Two-dimensional saturated/unsaturated seepage, steady and in time", "percova");
+    app.set_version_flag("--version", ProgramVersion());
     const Commands commands = Declare(app, options);
     try
     {
@@ -301,7 +311,7 @@ try
     }
     catch (const CLI::ParseError& error)
     {
-        return app.exit(error, out, err) == 0 ? Exit::Done : Exit::WrongInput;
+        return Printed(app.exit(error, out, err) == 0 ? Exit::Done : Exit::WrongInput, out, err);
     }
     options.arguments = arguments;
     const Exit exit = commands.check->parsed()  ? Check(options, out)
@@ -313,10 +323,7 @@ try
                       : commands.create->parsed() ? MakeProblem(options.mesh, options.out, out, err)
                       : commands.schema->parsed() ? PrintSchema(out)
                                                   : Run(options, out, err);
-    if (out.flush() || exit != Exit::Done)
-        return exit;
-    err << "percova: what was to be printed could not be written\n";
-    return Exit::NotWritten;
+    return Printed(exit, out, err);
 }
 catch (const std::exception& exception)
 {

@@ -291,6 +291,7 @@ TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
         {{"check", problem, "--mesh", mesh}, Exit::Done, "nothing is wrong"},
         {{"info", mesh}, Exit::Done, "physical surface"},
         {{"run", "--help"}, Exit::Done, "--max-iterations"},
+        {{"--version"}, Exit::Done, "percova on KVI 0."},
         {{}, Exit::WrongInput, "subcommand"},
         {{"run", problem, "--solver", "magic"}, Exit::WrongInput, "magic"},
         {{"run", problem}, Exit::WrongInput, "names no mesh file"},
@@ -314,7 +315,9 @@ TEST(CommandLine, EndsWithTheStatusOfWhatHappened)
     }
     std::ostringstream closed, err;
     closed.setstate(std::ios::badbit);
-    EXPECT_EQ(RunCommandLine({"check", problem, "--mesh", mesh}, closed, err), Exit::NotWritten);
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"check", problem, "--mesh", mesh}, {"run", "--help"}})
+        EXPECT_EQ(RunCommandLine(arguments, closed, err), Exit::NotWritten) << arguments[0];
     for (const char* name :
          {"result.json", "C2-parallel.vtu", "C2-parallel.pvd", "C2-parallel.svg"})
         EXPECT_TRUE(std::filesystem::exists(FilePath(results) / name)) << name;
