@@ -37,7 +37,7 @@ std::optional<std::wstring> SystemText(unsigned long number)
         return Format(0, nullptr, number);
     const HMODULE messages = ::LoadLibraryExW(
         L"netmsg.dll", nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_SEARCH_SYSTEM32);
-    const auto text = Format(FORMAT_MESSAGE_FROM_HMODULE, messages, number);
+    auto text = Format(FORMAT_MESSAGE_FROM_HMODULE, messages, number);
     if (messages != nullptr)
         ::FreeLibrary(messages);
     return text;
