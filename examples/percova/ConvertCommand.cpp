@@ -1,8 +1,8 @@
 #include "ConvertCommand.h"
 
 #include "KVI.h"
-#include "output/ReportPage.h"
-#include "output/StoredRun.h"
+#include "output/report/ReportPage.h"
+#include "output/report/StoredRun.h"
 #include "problem/Shown.h"
 #include "problem/TextFile.h"
 

@@ -3,9 +3,9 @@
 #include "KVI.h"
 #include "output/NewProblem.h"
 #include "output/ProblemSchema.h"
-#include "output/Report.h"
-#include "output/StoredRun.h"
 #include "output/Summary.h"
+#include "output/report/Report.h"
+#include "output/report/StoredRun.h"
 #include "problem/Shown.h"
 #include "problem/TextFile.h"
 

@@ -1,13 +1,13 @@
 #include "Runner.h"
 
 #include "analysis/Analysis.h"
-#include "analysis/Transient.h"
 #include "output/Extremes.h"
-#include "output/StoredRun.h"
 #include "output/Summary.h"
+#include "output/report/StoredRun.h"
 #include "problem/NumberText.h"
 #include "problem/Shown.h"
 #include "problem/TextFile.h"
+#include "time/Transient.h"
 
 #include <nlohmann/json.hpp>
 

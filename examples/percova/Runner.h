@@ -3,11 +3,11 @@
 #pragma once
 
 #include "CommandLine.h"
-#include "analysis/Model.h"
-#include "analysis/Results.h"
+#include "analysis/model/Model.h"
+#include "analysis/model/Results.h"
 #include "output/Output.h"
-#include "output/ResultFiles.h"
 #include "output/RunMark.h"
+#include "output/files/ResultFiles.h"
 
 #include <nlohmann/json_fwd.hpp>
 

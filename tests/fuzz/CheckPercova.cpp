@@ -1,5 +1,5 @@
 // The readers of the reference engine: whatever the bytes, they end, and what they take is sound.
-#include "analysis/Model.h"
+#include "analysis/Binding.h"
 #include "fuzz/FuzzInput.h"
 
 #include <algorithm>

@@ -4,6 +4,7 @@
 
 #include "CaseRun.h"
 #include "Scratch.h"
+#include "analysis/Binding.h"
 
 namespace percova::testing
 {

@@ -2,6 +2,7 @@
 
 #include "Scratch.h"
 #include "analysis/Analysis.h"
+#include "analysis/Binding.h"
 
 #include <algorithm>
 #include <cmath>

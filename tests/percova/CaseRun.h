@@ -2,8 +2,8 @@
 /// Runs a case of the example engine on one of its meshes or on a grid, for the tests.
 #pragma once
 
-#include "analysis/Model.h"
-#include "analysis/Results.h"
+#include "analysis/model/Model.h"
+#include "analysis/model/Results.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 // Input from strangers: names that are no names, folders and links in the way, files that are small
 // and ask for much.
 #include "Commands.h"
-#include "analysis/Model.h"
+#include "analysis/model/Model.h"
 #include "output/Output.h"
 #include "problem/Shown.h"
 

@@ -1,7 +1,8 @@
 // The iteration: the slopes it needs, problems on which it must converge, what it reports.
 #include "CaseRun.h"
 #include "analysis/Analysis.h"
-#include "analysis/Conductivity.h"
+#include "analysis/Binding.h"
+#include "analysis/model/Conductivity.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,8 @@
 #include "CaseRun.h"
 #include "Commands.h"
+#include "analysis/Binding.h"
 #include "output/Output.h"
-#include "output/Picture.h"
+#include "output/picture/Picture.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "KVI.h"
 #include "Scratch.h"
-#include "analysis/Model.h"
+#include "analysis/Binding.h"
 
 #include <gmock/gmock.h>
 

@@ -1,8 +1,8 @@
 // What is written about a run: report and tables; and what a problem starts from: schema, new.
 #include "CommandLine.h"
 #include "Scratch.h"
-#include "output/ReportPage.h"
-#include "output/StoredRun.h"
+#include "output/report/ReportPage.h"
+#include "output/report/StoredRun.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

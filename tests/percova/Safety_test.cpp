@@ -1,8 +1,9 @@
 // Exit gradients with their factors, uplift, freeboards, and the units of what is written.
 #include "Block.h"
 #include "CommandLine.h"
-#include "analysis/Freeboard.h"
-#include "analysis/Surface.h"
+#include "analysis/Binding.h"
+#include "analysis/results/Freeboard.h"
+#include "analysis/results/Surface.h"
 #include "mesh/CurveLine.h"
 #include "mesh/LineCut.h"
 

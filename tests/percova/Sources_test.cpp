@@ -1,7 +1,8 @@
 // Wells and drains: what they bring reaches the boundaries and the balance; and regions' balances.
 #include "Block.h"
 #include "analysis/Analysis.h"
-#include "analysis/Transient.h"
+#include "analysis/Binding.h"
+#include "time/Transient.h"
 
 #include <cmath>
 

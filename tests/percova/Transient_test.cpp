@@ -2,7 +2,8 @@
 #include "Block.h"
 #include "CaseRun.h"
 #include "Commands.h"
-#include "analysis/Transient.h"
+#include "analysis/Binding.h"
+#include "time/Transient.h"
 
 #include <cmath>
 

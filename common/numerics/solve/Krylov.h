@@ -58,8 +58,8 @@ SolveRecord SolveKrylovSymmetric(const MatrixView& A, const double* b, double* x
 /// The same for a general A, by BiCGSTAB with multigrid or by IDR(4) with incomplete factors: see
 /// NonSymmetricMethods. The record names the method that ran last, the log at level verbose also
 /// those given up before and the memory of the factors, which take at most 10 kB an equation and
-/// 30 bytes a stored value while they are made. Where memory cannot hold a later method the best x of those before is
-/// kept.
+/// 30 bytes a stored value while they are made. Where memory cannot hold a later method the best x
+/// of those before is kept.
 SolveRecord SolveKrylovNonSymmetric(const MatrixView& A, const double* b, double* x, double tol,
                                     int maxIter, KrylovCache& cache);
 

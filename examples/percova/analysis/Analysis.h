@@ -2,10 +2,10 @@
 /// The seepage analysis: from a model to its results.
 #pragma once
 
-#include "analysis/Flows.h"
-#include "analysis/Model.h"
-#include "analysis/Newton.h"
-#include "analysis/Results.h"
+#include "analysis/flow/Newton.h"
+#include "analysis/model/Model.h"
+#include "analysis/model/Results.h"
+#include "analysis/results/Flows.h"
 
 #include <functional>
 #include <string>

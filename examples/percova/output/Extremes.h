@@ -2,7 +2,7 @@
 /// The least and the greatest values of the fields.
 #pragma once
 
-#include "analysis/Results.h"
+#include "analysis/model/Results.h"
 #include "mesh/Mesh.h"
 
 namespace percova

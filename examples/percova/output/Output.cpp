@@ -1,6 +1,6 @@
 #include "output/Output.h"
 
-#include "output/Csv.h"
+#include "output/files/Csv.h"
 #include "problem/NumberText.h"
 #include "problem/TextFile.h"
 
@@ -164,16 +164,6 @@ void ConvertToFileUnits(const Units& units, StepResult& step)
     for (double& capacity : step.capacity)
         capacity /= length;
     Scale(step.nodal, dataparam::Pressure, pressure);
-}
-
-std::string BaseName(const Problem& problem)
-{
-    const std::string file = TextOf(NameOf(problem.path));
-    std::string name = file.substr(0, file.rfind('.'));
-    if (name.ends_with(".problem"))
-        name.resize(name.rfind('.'));
-    // A name of dots only would be this folder or its parent.
-    return name.find_first_not_of('.') == std::string::npos ? "results" : name;
 }
 
 bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& step,

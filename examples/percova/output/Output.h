@@ -2,9 +2,9 @@
 /// The output files of an analysis: result.json, a .vtu and a picture for each step, and a .pvd.
 #pragma once
 
-#include "analysis/Model.h"
-#include "analysis/Results.h"
-#include "output/ResultFiles.h"
+#include "analysis/model/Model.h"
+#include "analysis/model/Results.h"
+#include "output/files/ResultFiles.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -19,9 +19,6 @@ namespace percova
 /// of materials, regions and probes are not converted.
 void ConvertToFileUnits(Model& model);
 void ConvertToFileUnits(const Units& units, StepResult& step);
-
-/// The problem file's name without its endings: the base name of the results.
-std::string BaseName(const Problem& problem);
 
 /// The problem file for ResultJson; null where it is no JSON.
 nlohmann::ordered_json InputJson(const Problem& problem);

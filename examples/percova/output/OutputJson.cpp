@@ -1,5 +1,5 @@
 #include "output/Output.h"
-#include "output/Provenance.h"
+#include "output/files/Provenance.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 #include "mesh/MeshGeometry.h"
 #include "output/Output.h"
-#include "output/Picture.h"
-#include "output/PicturePage.h"
+#include "output/picture/Picture.h"
+#include "output/picture/PicturePage.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-#include "output/Markup.h"
 #include "output/Output.h"
-#include "output/Picture.h"
+#include "output/files/Markup.h"
+#include "output/picture/Picture.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-#include "output/Markup.h"
 #include "output/Output.h"
+#include "output/files/Markup.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "KVI.h"
-#include "analysis/Results.h"
-#include "output/ResultFiles.h"
+#include "analysis/model/Results.h"
+#include "output/files/ResultFiles.h"
 #include "problem/Problem.h"
 
 #include <cstddef>

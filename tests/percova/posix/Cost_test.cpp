@@ -1,5 +1,5 @@
 // What input costs, and XML for any names: what only a system with the tools to see it can check.
-#include "analysis/Model.h"
+#include "analysis/Binding.h"
 #include "output/Output.h"
 #include "percova/Scratch.h"
 

@@ -1,0 +1,149 @@
+#include "analysis/flow/Assembly.h"
+
+#include "KVI.h"
+
+#include <algorithm>
+
+namespace percova
+{
+namespace
+{
+using sys::thread::task::ParallelForPieces;
+
+constexpr std::size_t kGrain = 64;    ///< elements a thread takes at a time
+constexpr std::size_t kBlock = 16384; ///< elements whose matrices are held at a time
+} // namespace
+
+Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
+    : model_(model), soils_(soils), elementInflow_(model.mesh.nodes.size()),
+      nodeStart_(model.mesh.Nodes() + 1), nodePlaces_(model.mesh.nodes.size()),
+      matrixStart_(model.mesh.Elements() + 1)
+{
+    const Mesh& mesh = model.mesh;
+    for (const int node : mesh.nodes)
+        ++nodeStart_[node + 1];
+    for (std::size_t n = 0; n < mesh.Nodes(); ++n)
+        nodeStart_[n + 1] += nodeStart_[n];
+    std::vector<std::size_t> next(nodeStart_.begin(), nodeStart_.end() - 1);
+    for (std::size_t place = 0; place < mesh.nodes.size(); ++place)
+        nodePlaces_[next[mesh.nodes[place]]++] = int(place);
+    for (std::size_t e = 0; e < mesh.Elements(); ++e)
+        matrixStart_[e + 1] =
+            matrixStart_[e] + std::size_t(NodeCount(mesh.type[e]) * NodeCount(mesh.type[e]));
+    matrices_.resize(std::min(kBlock, mesh.Elements()) * 64);
+    saturated_.resize(matrixStart_.back());
+    const std::vector<double> none(mesh.Nodes());
+    ParallelForPieces(0, mesh.Elements(), kGrain, [&](std::size_t begin, std::size_t end) {
+        ElementState element;
+        for (std::size_t e = begin; e < end; ++e)
+        {
+            element.Load(mesh, e, none.data());
+            SaturatedMatrix(element, soils[model.material[e]], &saturated_[matrixStart_[e]]);
+        }
+    });
+}
+
+template <class What>
+double Assembly::Greatest(What what) const
+{
+    const std::vector<double> none(model_.mesh.Nodes());
+    double greatest = 0;
+    ElementState element;
+    for (std::size_t e = 0; e < model_.mesh.Elements(); ++e)
+    {
+        const Soil& soil = soils_[model_.material[e]];
+        if (soil.kr.IsSaturated())
+            continue;
+        element.Load(model_.mesh, e, none.data());
+        greatest = std::max(greatest, what(SharpnessOf(element, soil), soil));
+    }
+    return greatest;
+}
+
+double Assembly::Sharpness() const
+{
+    return Greatest([](double sharpness, const Soil&) { return sharpness; });
+}
+
+double Assembly::DrawnOut(double sharpness) const
+{
+    return Greatest(
+        [=](double own, const Soil& soil) { return soil.kr.Width() * (own / sharpness - 1); });
+}
+
+void Assembly::Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,
+                        double damping, const StorageTangent& storage, std::size_t first,
+                        std::size_t last, double* matrices)
+{
+    const Mesh& mesh = model_.mesh;
+    ParallelForPieces(first, last, kGrain, [&](std::size_t begin, std::size_t end) {
+        ElementState element;
+        ElementResult result;
+        for (std::size_t e = begin; e < end; ++e)
+        {
+            element.Load(mesh, e, head.data());
+            Compute(element, soils_[model_.material[e]], &saturated_[matrixStart_[e]], easing,
+                    tangent, damping, result);
+            std::copy_n(result.inflow, NodeCount(element.type), &elementInflow_[mesh.start[e]]);
+            if (tangent == Tangent::None)
+                continue;
+            if (storage.term != nullptr)
+                AddStorage(e, head, storage, result.matrix);
+            std::copy_n(result.matrix, matrixStart_[e + 1] - matrixStart_[e],
+                        matrices + (matrixStart_[e] - matrixStart_[first]));
+        }
+    });
+}
+
+void Assembly::AddStorage(std::size_t e, const std::vector<double>& head,
+                          const StorageTangent& storage, double* matrix) const
+{
+    const int n = NodeCount(model_.mesh.type[e]);
+    for (int k = 0; k < n; ++k)
+    {
+        const int place = model_.mesh.start[e] + k, node = model_.mesh.nodes[place];
+        if (nodePlaces_[nodeStart_[node]] == place) // a node's first element adds its lumped part
+            matrix[k * n + k] += (*storage.lumped)[node];
+    }
+    if (storage.term->storage->IsConsistent(e))
+        storage.term->storage->AddCapacity(e, head, storage.term->rate, matrix);
+}
+
+void Assembly::Sum(std::vector<double>& inflow) const
+{
+    inflow.resize(model_.mesh.Nodes());
+    ParallelForPieces(0, inflow.size(), 1024, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t node = begin; node < end; ++node)
+        {
+            double sum = 0;
+            for (std::size_t k = nodeStart_[node]; k < nodeStart_[node + 1]; ++k)
+                sum += elementInflow_[nodePlaces_[k]];
+            inflow[node] = sum;
+        }
+    });
+}
+
+void Assembly::Inflow(const std::vector<double>& head, const Easing& easing,
+                      std::vector<double>& inflow)
+{
+    Elements(head, easing, Tangent::None, 0, {nullptr, nullptr}, 0, model_.mesh.Elements(),
+             nullptr);
+    Sum(inflow);
+}
+
+void Assembly::Inflow(const std::vector<double>& head, const Easing& easing, Tangent tangent,
+                      double damping, const StorageTangent& storage, LinearSystem& system,
+                      std::vector<double>& inflow)
+{
+    system.Clear();
+    const std::size_t count = model_.mesh.Elements();
+    for (std::size_t first = 0; first < count; first += kBlock)
+    {
+        const std::size_t last = std::min(first + kBlock, count);
+        Elements(head, easing, tangent, damping, storage, first, last, matrices_.data());
+        system.Add(first, last - first, matrices_.data());
+    }
+    Sum(inflow);
+}
+
+} // namespace percova

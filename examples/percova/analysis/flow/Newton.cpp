@@ -1,0 +1,431 @@
+#include "analysis/flow/Newton.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace percova
+{
+namespace
+{
+constexpr double kSettled = 1e-2; ///< residual at which the seepage faces are reliable
+constexpr double kFine = 1e-9;    ///< residual that is sufficient for any intermediate problem
+constexpr double kLeastRelaxation = 0.02;
+constexpr double kMostDamping = 100;
+constexpr int kPolish = 10;      ///< iterations spent on heads once the flows fit
+constexpr int kShort = 100;      ///< iterations of a short continuation or none
+constexpr int kNear = 20;        ///< iterations tried from heads that may be near
+constexpr double kMoist = 0.3;   ///< relative conductivity of moist soil
+constexpr double kGentle = 0.25; ///< sharpness at which any curve is resolved easily
+constexpr double kCoarse = 1;    ///< sharpness that is accepted where no greater one converges
+constexpr double kRough = 1e-8;  ///< tolerance there
+constexpr std::size_t kKept = 4; ///< states kept to find one that is near such a solution
+constexpr int kFinish = 100;     ///< iterations kept for that
+
+/// Adds the seconds of its life to a sum.
+class TimeAdder
+{
+public:
+    explicit TimeAdder(double& seconds) : seconds_(seconds) {}
+    ~TimeAdder() { seconds_ += std::chrono::duration<double>(Clock::now() - start_).count(); }
+    TimeAdder(const TimeAdder&) = delete;
+    TimeAdder& operator=(const TimeAdder&) = delete;
+
+private:
+    using Clock = std::chrono::steady_clock;
+    double& seconds_;
+    Clock::time_point start_ = Clock::now();
+};
+} // namespace
+
+Newton::Newton(const Model& model, const NodeConditions& conditions, Assembly& assembly,
+               LinearSystem& system, const NewtonSettings& settings, const Watch& watch,
+               const StorageTerm* storage)
+    : model_(model), conditions_(conditions), assembly_(assembly), system_(system),
+      settings_(settings), watch_(watch), storage_(storage), faces_(conditions),
+      head_(model.mesh.Nodes()), trial_(head_), outflow_(head_), held_(model.mesh.Nodes())
+{
+}
+
+/// Given heads where prescribed, the limits of held nodes, elsewhere the highest of these.
+void Newton::ColdStart()
+{
+    faces_ = SeepageFaces(conditions_);
+    double highest = -std::numeric_limits<double>::max();
+    for (const bool measure : {true, false})
+        for (std::size_t n = 0; n < head_.size(); ++n)
+        {
+            if (conditions_.HasHead(n))
+                head_[n] = conditions_.head[n];
+            else if (faces_.IsHeld(n))
+                head_[n] = faces_.Limit(n);
+            else if (!measure)
+                head_[n] = highest;
+            highest = measure && (conditions_.HasHead(n) || faces_.IsHeld(n))
+                          ? std::max(highest, head_[n])
+                          : highest;
+        }
+}
+
+double Newton::LeastKr() const
+{
+    double least = 1;
+    for (const Soil& soil : assembly_.Soils())
+        least = std::min(least, soil.kr.Least());
+    return least;
+}
+
+NewtonOutcome Newton::SolveNear(const std::vector<double>& near, int maxIterations)
+{
+    limit_ = maxIterations;
+    outcome_.converged = FromHeadsNear(near, maxIterations);
+    return outcome_;
+}
+
+bool Newton::SolveLinearised(const std::vector<double>& rightSide, std::vector<double>& x,
+                             std::string& reason)
+{
+    const TimeAdder watch(solveSeconds_);
+    return system_.SolveAgain(held_, rightSide, LeastKr() == 1, 1e-4, x, reason);
+}
+
+/// Starts from @p near with the boundary values.
+bool Newton::FromHeadsNear(const std::vector<double>& near, int maxIterations)
+{
+    for (std::size_t n = 0; n < head_.size(); ++n)
+        head_[n] = conditions_.HasHead(n) ? conditions_.head[n] : near[n];
+    faces_.Follow(head_);
+    for (std::size_t n = 0; n < head_.size(); ++n)
+        if (faces_.IsHeld(n))
+            head_[n] = faces_.Limit(n);
+    return Reach({{LeastKr() == 1 ? 1.0 : 0.0}, settings_.tolerance, maxIterations});
+}
+
+NewtonOutcome Newton::Solve(const std::vector<double>& near)
+{
+    limit_ = settings_.maxIterations;
+    const double least = LeastKr();
+    if (!near.empty() && FromHeadsNear(near, kNear))
+    {
+        outcome_.converged = true;
+        return outcome_;
+    }
+    outcome_.failure.clear();
+    ColdStart();
+    if (least == 1)
+    {
+        outcome_.converged = Reach({{1}, settings_.tolerance, settings_.maxIterations});
+        return outcome_;
+    }
+    outcome_.converged = InTurn(least);
+    return outcome_;
+}
+
+bool Newton::InTurn(double least)
+{
+    const bool fed = std::any_of(conditions_.load.begin(), conditions_.load.end(),
+                                 [](double load) { return load > 0; });
+    Reach({{1}, kSettled, 100});
+    const State saturated{head_, faces_};
+    const std::function<bool()> descend = [&] { return Descend(1, least, {}, true); };
+    const std::function<bool()> moist = [&] { return FromMoistSoil(); };
+    const std::function<bool()> sharpen = [&] { return Sharpen(least); };
+    const std::vector<std::function<bool()>> ways =
+        fed ? std::vector{moist, descend, sharpen} : std::vector{descend, sharpen};
+    // The first continuations are short or none; the last one has all remaining iterations.
+    const int most = settings_.maxIterations;
+    for (std::size_t way = 0; way < ways.size(); ++way)
+    {
+        limit_ = way + 1 < ways.size() ? std::min(outcome_.iterations + kShort, most) : most;
+        if (ways[way]())
+            return true;
+        if (outcome_.iterations >= most || way + 1 == ways.size())
+            break;
+        outcome_.failure.clear();
+        Restore(saturated);
+    }
+    Evaluate({{}, settings_.tolerance, 0}); // distance from the true problem's solution
+    return false;
+}
+
+void Newton::Restore(const State& state)
+{
+    head_ = state.head;
+    faces_ = state.faces;
+}
+
+/// Lowers the least conductivity from @p from to @p least, the soils' own @p toTheEnd, with all
+/// else of @p easing.
+bool Newton::Descend(double from, double least, const Easing& easing, bool toTheEnd)
+{
+    const double whole = -std::log(least);
+    State reached{head_, faces_};
+    double done = -std::log(from), stride = std::log(10.0);
+    while (stride > 1e-2)
+    {
+        const double next = std::min(whole, done + stride), leastKr = std::exp(-next);
+        // The conductivity of dry soil determines its effect on the residual, so it sets the
+        // tolerance.
+        const double onTheWay = std::clamp(0.1 * leastKr, kFine, kSettled);
+        const bool last = next == whole, end = last && toTheEnd;
+        if (Reach({{end ? 0 : leastKr, easing.sharpness},
+                   end ? settings_.tolerance : onTheWay,
+                   end ? 40 : 15}))
+        {
+            if (last)
+                return true;
+            done = next;
+            stride *= 2;
+            reached = {head_, faces_};
+        }
+        else
+        {
+            Restore(reached);
+            if (!MayContinue() || done >= whole)
+                return false;
+            stride /= 3;
+        }
+    }
+    return false;
+}
+
+bool Newton::MayContinue() const
+{
+    return outcome_.failure.empty() && outcome_.iterations < limit_;
+}
+
+/// From curves so gentle that soils dry out over many elements to the true ones, or as near to them
+/// as possible.
+bool Newton::Sharpen(double least)
+{
+    const double whole = assembly_.Sharpness(), onTheWay = std::max(0.1 * least, 1e-7);
+    const int most = limit_;
+    limit_ = std::max(most - kFinish, most / 2);
+    double sharpness = std::min(kGentle, whole);
+    if (!Descend(1, least, {0, sharpness}, false))
+        return false;
+    std::vector<std::pair<double, State>> reached{{sharpness, {head_, faces_}}};
+    for (double stride = 2; sharpness < whole && stride > 1.03 && MayContinue();)
+    {
+        const double next = std::min(whole, sharpness * stride);
+        if (Reach({{least, next}, onTheWay, 15}))
+        {
+            sharpness = next;
+            stride = std::min(4.0, stride * std::sqrt(stride));
+            reached.push_back({sharpness, {head_, faces_}});
+            if (reached.size() > kKept)
+                reached.erase(reached.begin());
+        }
+        else
+        {
+            outcome_.failure.clear(); // a shorter increment may converge
+            Restore(reached.back().second);
+            stride = std::cbrt(stride);
+        }
+    }
+    limit_ = most;
+    const State sharpest = reached.back().second;
+    for (; !reached.empty() && reached.back().first >= std::min(kCoarse, whole) && MayContinue();
+         reached.pop_back())
+    {
+        Restore(reached.back().second);
+        const bool isTrue = reached.back().first == whole;
+        outcome_.drawnOut = isTrue ? 0 : assembly_.DrawnOut(reached.back().first);
+        Easing easing;
+        if (!isTrue)
+            easing.sharpness = reached.back().first;
+        if (Reach({easing, std::max(settings_.tolerance, isTrue ? 0 : kRough), 40}))
+            return true;
+    }
+    Restore(sharpest);
+    return false;
+}
+
+bool Newton::FromMoistSoil()
+{
+    std::vector<double> moist;
+    for (const Soil& soil : assembly_.Soils())
+        moist.push_back(soil.kr.HeadAt(kMoist));
+    const Mesh& mesh = model_.mesh;
+    for (std::size_t e = 0; e < mesh.Elements(); ++e)
+        for (int k = mesh.start[e]; k < mesh.start[e + 1]; ++k)
+            if (const int n = mesh.nodes[k]; !held_[n])
+                head_[n] = std::max(head_[n], mesh.y[n] + moist[model_.material[e]]);
+    return Reach({{}, settings_.tolerance, 60});
+}
+
+void Newton::Evaluate(const Goal& goal)
+{
+    const TimeAdder watch(assembleSeconds_);
+    InflowOf(head_, goal.easing, inflow_);
+    Measure();
+}
+
+void Newton::InflowOf(const std::vector<double>& head, const Easing& easing,
+                      std::vector<double>& inflow)
+{
+    assembly_.Inflow(head, easing, inflow);
+    AddStorage(head, inflow);
+}
+
+void Newton::AddStorage(const std::vector<double>& head, std::vector<double>& inflow)
+{
+    if (storage_ == nullptr)
+        return;
+    storage_->storage->Evaluate(head, water_);
+    for (std::size_t n = 0; n < inflow.size(); ++n)
+        inflow[n] += (water_[n] - (*storage_->before)[n]) * storage_->rate;
+}
+
+/// The scales of the residuals where water is stored: the rates of storage, and the rounding of
+/// the water, of one node and of all.
+Newton::Scales Newton::StorageScales() const
+{
+    if (storage_ == nullptr)
+        return {};
+    double rates = 0, most = 0, sum = 0;
+    for (std::size_t n = 0; n < water_.size(); ++n)
+    {
+        rates += std::abs(water_[n] - (*storage_->before)[n]);
+        most = std::max(most, std::abs(water_[n]));
+        sum += std::abs(water_[n]);
+    }
+    const double rounding = 1e-15 / settings_.tolerance;
+    return {std::max(rates / 2, rounding * most) * storage_->rate, rounding * sum * storage_->rate};
+}
+
+void Newton::Measure()
+{
+    double in = 0, out = 0, worst = 0, all = 0, conductivity = 0;
+    residual_.assign(held_.size(), 0);
+    for (std::size_t n = 0; n < held_.size(); ++n)
+    {
+        held_[n] = conditions_.HasHead(n) || faces_.IsHeld(n);
+        const double through = held_[n] ? inflow_[n] : conditions_.load[n];
+        (through > 0 ? in : out) += std::abs(through);
+        if (held_[n])
+            continue;
+        residual_[n] = conditions_.load[n] - inflow_[n];
+        all += residual_[n];
+        if (!(std::abs(residual_[n]) <= worst)) // also when it is NaN
+        {
+            worst = std::abs(residual_[n]);
+            outcome_.worst = int(n);
+        }
+    }
+    for (const Soil& soil : assembly_.Soils())
+        conductivity = std::max({conductivity, soil.kx, soil.ky});
+    // Without flow there is still the rounding of heads times conductivities.
+    const auto [low, high] = std::minmax_element(model_.mesh.y.begin(), model_.mesh.y.end());
+    const double rounding = 1e-14 * conductivity * (*high - *low);
+    const Scales storage = StorageScales();
+    scale_ = std::max({in, out, rounding / settings_.tolerance, storage.node});
+    outcome_.residual = std::max(worst / scale_, std::abs(all) / std::max(scale_, storage.all));
+}
+
+std::size_t Newton::SwitchFaces(const Goal& goal)
+{
+    for (std::size_t n = 0; n < outflow_.size(); ++n)
+        outflow_[n] = conditions_.load[n] - inflow_[n];
+    const double slack = std::min(goal.tolerance, 1e-6) * scale_;
+    return faces_.Switch(outflow_, slack, outcome_.residual <= std::max(goal.tolerance, 1e-3),
+                         head_);
+}
+
+bool Newton::Reach(const Goal& goal)
+{
+    damping_ = 0;
+    faces_.ForgetSwitches();
+    Evaluate(goal);
+    int polished = 0;
+    for (int made = 0;; ++made)
+    {
+        const double residual = outcome_.residual;
+        const std::size_t switched = made > 0 ? SwitchFaces(goal) : 0;
+        if (made > 0 && watch_)
+            watch_({outcome_.iterations, residual, relaxation_, goal.easing, switched});
+        if (switched > 0)
+            Evaluate(goal);
+        const bool linear = goal.easing.leastKr >= 1, onTheWay = !goal.easing.IsNone();
+        if (made > 0 && switched == 0 && outcome_.residual <= goal.tolerance &&
+            (linear || onTheWay || outcome_.change <= settings_.headChange || ++polished > kPolish))
+            return true;
+        if (made >= goal.maxIterations || !Step(goal))
+            return false;
+    }
+}
+
+// One iteration; if no length of the Newton step lowers the imbalance, increasingly damped steps
+// towards a small move of every node by its own imbalance.
+bool Newton::Step(const Goal& goal)
+{
+    const bool linear = goal.easing.leastKr >= 1;
+    for (;; damping_ = std::max(0.03, 4 * damping_))
+    {
+        if (damping_ > kMostDamping || outcome_.iterations >= limit_)
+            return false;
+        ++outcome_.iterations;
+        {
+            const TimeAdder watch(assembleSeconds_);
+            if (storage_ != nullptr)
+            {
+                storage_->storage->LumpedCapacity(head_, capacity_);
+                for (double& capacity : capacity_)
+                    capacity *= storage_->rate;
+            }
+            assembly_.Inflow(head_, goal.easing, linear ? Tangent::Picard : Tangent::Newton,
+                             damping_, {storage_, &capacity_}, system_, inflow_);
+            AddStorage(head_, inflow_);
+        }
+        {
+            const TimeAdder watch(solveSeconds_);
+            const double enough = linear                                 ? 1e-10
+                                  : goal.tolerance > settings_.tolerance ? 1e-4
+                                                                         : 1e-6;
+            if (!system_.Solve(held_, residual_, linear, enough, step_, outcome_.failure))
+                return false;
+        }
+        if (Search(goal))
+            break;
+    }
+    outcome_.change = 0;
+    for (const double change : step_)
+        outcome_.change = std::max(outcome_.change, std::abs(change));
+    head_.swap(trial_);
+    inflow_.swap(trialInflow_);
+    Measure();
+    if (relaxation_ > 0.3)
+        damping_ = damping_ > 0.02 ? damping_ / 4 : 0;
+    return true;
+}
+
+bool Newton::Search(const Goal& goal)
+{
+    const TimeAdder watch(assembleSeconds_);
+    const double before = SumOfSquares(inflow_);
+    const double enough = std::pow(settings_.tolerance * scale_, 2);
+    for (relaxation_ = 1; relaxation_ > kLeastRelaxation; relaxation_ /= 2)
+    {
+        for (std::size_t n = 0; n < head_.size(); ++n)
+            trial_[n] = head_[n] + relaxation_ * step_[n];
+        InflowOf(trial_, goal.easing, trialInflow_);
+        const double after = SumOfSquares(trialInflow_);
+        if (after <= std::pow(1 - 1e-4 * relaxation_, 2) * before || after <= enough)
+            return true;
+    }
+    return false;
+}
+
+double Newton::SumOfSquares(const std::vector<double>& inflow) const
+{
+    double sum = 0;
+    for (std::size_t n = 0; n < inflow.size(); ++n)
+        if (!held_[n])
+            sum += std::pow(conditions_.load[n] - inflow[n], 2);
+    return sum;
+}
+
+} // namespace percova
