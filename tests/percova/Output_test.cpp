@@ -176,6 +176,26 @@ std::vector<std::array<double, 4>> ArrowsOf(std::string data)
 }
 
 // On a hill 60 m wide and 20 m high; 820 pixels are 60 m.
+TEST(Output, HasNoContoursOfRounding)
+{
+    const struct
+    {
+        double least, greatest;
+        std::vector<double> values;
+    } rows[] = {{0, 4, {0, 1, 2, 3, 4}},
+                {-30, 20, {-20, 0, 20}},
+                {1e6, 1e6 + 0.01, {1e6, 1e6 + 0.005, 1e6 + 0.01}},
+                {5.3, std::nextafter(5.3, 6), {}}, // did not end: a step is no number there
+                {-5.3, 1e-15 - 5.3, {}},
+                {2, 2, {}},
+                {0, HUGE_VAL, {}},
+                {NAN, 1, {}}};
+    for (const auto& [least, greatest, values] : rows)
+        EXPECT_THAT(picture::RoundLevels(least, greatest, 4).values,
+                    ::testing::Pointwise(::testing::DoubleNear(1e-9), values))
+            << least << ' ' << greatest;
+}
+
 TEST(Output, DrawsTheFluxInsideTheSoilAlone)
 {
     using percova::testing::Grid, percova::testing::MakeMesh;

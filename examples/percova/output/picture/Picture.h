@@ -38,7 +38,8 @@ struct Triangles
 };
 Triangles TrianglesOf(const Mesh& mesh, const DataTable& nodal, const Frame& frame);
 
-/// Multiples of a round step between two values, about @p count of them.
+/// Multiples of a round step between two values, about @p count of them; none where the values
+/// differ by rounding only.
 struct Levels
 {
     std::vector<double> values;

@@ -12,6 +12,8 @@ namespace percova::picture
 namespace
 {
 
+constexpr double kRounding = 1e-9; ///< of a solution, relative
+
 /// A piece of a contour within one triangle, from one of its sides to another.
 struct Piece
 {
@@ -108,7 +110,8 @@ Levels RoundLevels(double least, double greatest, int count)
 {
     Levels levels;
     const double span = greatest - least;
-    if (!(span > 0) || !std::isfinite(span))
+    const double size = std::max(std::abs(least), std::abs(greatest));
+    if (!(span > kRounding * size) || !std::isfinite(span))
         return levels;
     const double power = std::pow(10.0, std::floor(std::log10(span / count)));
     double step = power;
