@@ -59,8 +59,11 @@ Exit Runner::Run(Results& results)
         err_ << "percova: " << Shown(reason) << '\n';
         return Exit::Other;
     }
+    const double before = total_.Seconds();
     if (!Finish(results, reason))
         return NotWritten(reason);
+    results.seconds.total = total_.Seconds();
+    results.seconds.write += results.seconds.total - before;
     if (!quiet_)
     {
         PrintSeconds(out_, results.seconds);

@@ -262,6 +262,7 @@ Json ResultJson(const ResultFiles& files, const Model& model, const Results& res
           {"assemble", results.seconds.assemble},
           {"solve", results.seconds.solve},
           {"write", results.seconds.write},
+          {"other", results.seconds.Other()},
           {"total", results.seconds.total}}}};
     if (model.problem.time)
         AddOutputs(json, files, model, results);

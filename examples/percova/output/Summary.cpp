@@ -359,7 +359,8 @@ void PrintSeconds(std::ostream& out, const Seconds& seconds)
 {
     out << "  seconds: read " << Number(seconds.read, 3) << ", assemble "
         << Number(seconds.assemble, 3) << ", solve " << Number(seconds.solve, 3) << ", write "
-        << Number(seconds.write, 3) << ", total " << Number(seconds.total, 3) << '\n';
+        << Number(seconds.write, 3) << ", other " << Number(seconds.Other(), 3) << ", total "
+        << Number(seconds.total, 3) << '\n';
 }
 
 } // namespace percova

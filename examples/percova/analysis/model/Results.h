@@ -5,6 +5,7 @@
 #include "KVI.h"
 #include "problem/Problem.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -178,6 +179,9 @@ struct StepResult
 struct Seconds
 {
     double read = 0, assemble = 0, solve = 0, write = 0, total = 0;
+
+    /// Flows, sections, surfaces, the search for a step's length, and whatever else is between.
+    double Other() const { return std::max(total - (read + assemble + solve + write), 0.0); }
 };
 
 /// The time steps between two starts of a transient run.
