@@ -118,7 +118,7 @@ Levels RoundLevels(double least, double greatest, int count)
     for (const double factor : {1.0, 2.0, 5.0, 10.0})
         if (span / (step = factor * power) <= count)
             break;
-    const double shift = 1e-9 * span; // a level at an end counts in spite of rounding
+    const double shift = 1e-9 * span + 1e-15 * size; // a level at an end counts despite rounding
     for (double i = std::ceil((least - shift) / step); i * step <= greatest + shift; ++i)
         levels.values.push_back(i * step);
     levels.decimals = std::max(0, static_cast<int>(-std::floor(std::log10(step) + 1e-9)));
