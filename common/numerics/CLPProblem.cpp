@@ -200,7 +200,8 @@ bool CLPProblem::State::Fill(lprec* lp, bool isScaled)
     for (const auto& [kind, rhs, end] : constraints)
     {
         if (!add_constraintex(lp, int(end - first), entries.CoefficientsFrom(first),
-                              entries.ColumnsFrom(first), kRelation[kind], rhs))
+                              entries.ColumnsFrom(first), kRelation[kind],
+                              std::clamp(rhs, -kInfinity, kInfinity)))
             return false;
         first = end;
     }

@@ -141,6 +141,18 @@ TEST(CLPProblem, GivesWhatLpSolveGivesAndPrintsNothing)
     EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
 }
 
+/// A bound beyond lp_solve's infinity, which it takes for a contradiction.
+TEST(CLPProblem, HasNoBoundFromInfinityOn)
+{
+    for (const double rhs : {1e30, 1e31, 1e300})
+        for (const bool isMaximised : {true, false})
+        {
+            const std::vector<CLPConstraint> rows = {{{{1, 0}}, 0, rhs}, {{{1, 0}}, 1, -rhs}};
+            const Outcome outcome = Solved({"", 1, {isMaximised, {{1, 0}}}, rows, {}});
+            EXPECT_EQ(outcome, isMaximised ? Outcome(3, {}) : Outcome(1, {0})) << rhs;
+        }
+}
+
 /// Small numbers: up to four variables, some integer, some without bounds.
 Program RandomProgram(std::mt19937& random)
 {
