@@ -160,6 +160,17 @@ constexpr int kRelation[] = {LE, GE, EQ}; // by kind
 constexpr double kInfinity = 1e30;        // lp_solve's
 constexpr double kTolerance = 1e-7;
 
+/// The power of two that brings an objective of tiny coefficients, which lp_solve would take for
+/// zero, to about 1; the optimum stays where it is.
+int ScaleOf(const std::vector<double>& coefficients)
+{
+    constexpr double kTiny = 1e-6;
+    double largest = 0;
+    for (const double coefficient : coefficients)
+        largest = std::max(largest, std::fabs(coefficient));
+    return largest > 0 && largest < kTiny ? -std::ilogb(largest) : 0;
+}
+
 } // namespace
 
 struct CLPProblem::State
@@ -189,8 +200,12 @@ bool CLPProblem::State::Fill(lprec* lp, bool isScaled)
 {
     set_verbose(lp, NEUTRAL);
     set_add_rowmode(lp, TRUE);
-    if (!set_obj_fnex(lp, int(objective.columns.size()), objective.CoefficientsFrom(0),
-                      objective.ColumnsFrom(0)))
+    Entries scaled = objective;
+    const int scale = ScaleOf(objective.coefficients);
+    for (double& coefficient : scaled.coefficients)
+        coefficient = std::ldexp(coefficient, scale);
+    if (!set_obj_fnex(lp, int(scaled.columns.size()), scaled.CoefficientsFrom(0),
+                      scaled.ColumnsFrom(0)))
         return false;
     if (isMaximised)
         set_maxim(lp);

@@ -57,7 +57,8 @@ enum class CLPStatus
 ///
 /// Invalid input is refused with a log record and changes nothing: a coefficient or right-hand side
 /// that is not finite, a variable or kind of relation that does not exist, more than memory can
-/// hold. Values of 1e30 and beyond mean infinity; lp_solve treats coefficients up to 1e-12 as zero.
+/// hold. Values of 1e30 and beyond mean infinity; lp_solve treats coefficients up to 1e-12 as zero,
+/// those of an objective after scaling its largest to about 1 where it is below 1e-6.
 ///
 /// Threads: one thread uses linear programs at a time.
 /// @code

@@ -119,11 +119,13 @@ void ISysEqnImpl::State::Finish(SolveRecord record)
         for (std::size_t i = 0; i < x.size(); ++i)
             if (fixed[i] != 0)
                 x[i] = prescribed[i];
-    if (record.outcome == SolveOutcome::Solved && fault.outcome != SolveOutcome::Solved)
+    const bool isTried =
+        record.outcome != SolveOutcome::TooLarge && record.outcome != SolveOutcome::Interrupted;
+    if (isTried && fault.outcome != SolveOutcome::Solved)
     {
         record.outcome = fault.outcome;
         record.equation = fault.equation;
-        record.reason = fault.reason;
+        record.reason = fault.reason + (record.reason.empty() ? L"" : L"; " + record.reason);
     }
     if (record.method == SolveMethod::IterativeSymmetric ||
         record.method == SolveMethod::IterativeNonSymmetric)

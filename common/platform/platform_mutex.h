@@ -8,7 +8,8 @@
 namespace platform
 {
 
-/// The critical section of Windows, a recursive mutex elsewhere.
+/// The critical section of Windows, a recursive mutex elsewhere. In a forked child the thread that
+/// forked owns what it owned; what another thread of the parent owned is never released.
 class CriticalSection
 {
 public:

@@ -26,7 +26,8 @@ namespace task
 /// owner waits for ever, a TryLock gives false.
 ///
 /// A thread that waits for a loop runs only that loop's body, so running a loop or waiting for a
-/// job is allowed with the lock held.
+/// job is allowed with the lock held. In a forked child (Linux) it is as it was at the fork: held
+/// for ever if another thread of the parent held it.
 class KVI_API ExclusiveAccess
 {
 public:
@@ -48,7 +49,9 @@ namespace impl
 {
 
 /// The lock for plain threads of one process. Its owner may lock it again and must unlock it as
-/// often.
+/// often. In a forked child (Linux) the thread that forked owns what it owned, as often; a lock
+/// that another thread of the parent held stays held for ever: Lock does not return, TryLock gives
+/// false.
 class KVI_API ProcessExclusiveAccess
 {
 public:
@@ -74,8 +77,10 @@ private:
 /// owner dies holding it, the next one gets it; the protected data may then be inconsistent. Any
 /// name will do on Linux; Windows accepts a backslash only after a leading "Local" or "Global".
 ///
-/// Copies share the mutex, each with a depth of its own. Without Create or Open nothing is locked,
-/// and that is reported. Failures of Lock, Unlock and TryLock go to the log.
+/// A forked child owns nothing, whatever Depth still says of the parent's locks: there the objects
+/// are to be made anew. Copies share the mutex, each with a depth of its own. Without Create or
+/// Open nothing is locked, and that is reported. Failures of Lock, Unlock and TryLock go to the
+/// log.
 class KVI_API SystemExclusiveAccess
 {
 public:

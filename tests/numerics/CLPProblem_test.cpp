@@ -153,6 +153,18 @@ TEST(CLPProblem, HasNoBoundFromInfinityOn)
         }
 }
 
+/// lp_solve takes coefficients up to 1e-12 for zero.
+TEST(CLPProblem, HasTheOptimumOfATinyObjective)
+{
+    for (const double unit : {1.0, 1e-8, 1e-13, 1e-200, 5e-324})
+    {
+        const CLPConstraint below{{{1, 0}, {1, 1}}, 0, 5}, above{{{1, 0}}, 1, 1};
+        const CLPObjFunc most{true, {{unit, 0}, {-unit, 1}}};
+        EXPECT_EQ(Solved({"", 2, most, {below}, {}}), Outcome(1, {5, 0})) << unit;
+        EXPECT_EQ(Solved({"", 2, most, {above}, {}}), Outcome(3, {})) << unit;
+    }
+}
+
 /// Small numbers: up to four variables, some integer, some without bounds.
 Program RandomProgram(std::mt19937& random)
 {

@@ -97,6 +97,28 @@ TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
     }
 }
 
+/// Two springs in a row whose supports were dropped: not only singular, but why.
+TEST(ISysEqnImpl, NamesTheSupportsThatWereLost)
+{
+    for (const auto solve : kSolvers)
+    {
+        ISysEqnImpl system;
+        tagMultiVectorInt springs;
+        springs.Add({0, 1});
+        springs.Add({1, 2});
+        system.Initialize(&springs);
+        const tagMatrixDbl matrix(2, 2, {1, -1, -1, 1});
+        for (const int spring : {0, 1})
+            system.InsertIntoSysCoefMtx(spring, &matrix);
+        Fix(system, {0, 2}, {0});
+        Load(system, {1}, {1});
+        solve(system, 1e-10, 100);
+        EXPECT_EQ(system.LastSolve().outcome, SolveOutcome::Failed);
+        EXPECT_THAT(str::as_cstring(system.LastSolve().reason),
+                    testing::StartsWith("FixUnknowns: 2 equations, but 1 values; "));
+    }
+}
+
 TEST(ISysEqnImpl, AddsByEquationsWhatItAddsByElements)
 {
     Filled filled(RandomModel(Grid(4, 3, 2, 9), Kind::NonSymmetric));

@@ -15,8 +15,10 @@
 #include "platform/posix/LockFile.h"
 #include "platform/posix/SharedNames.h"
 
+#include <atomic>
 #include <cerrno>
 #include <map>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -27,16 +29,59 @@
 namespace platform
 {
 
+/// The C library's recursive mutex knows its owner by a number that a fork changes, so that the
+/// thread that forked would wait for itself. Its std::thread::id is the same in the child.
 struct CriticalSection::Section
 {
-    std::recursive_mutex mutex;
+    std::mutex mutex;
+    std::atomic<std::thread::id> owner{};
+    int depth = 0; ///< of the owner
+
+    bool IsMine() const
+    {
+        return owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
+    }
+    void Enter()
+    {
+        owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+        depth = 1;
+    }
 };
 
 CriticalSection::CriticalSection() : section_(std::make_unique<Section>()) {}
 CriticalSection::~CriticalSection() = default;
-void CriticalSection::Lock() { section_->mutex.lock(); }
-bool CriticalSection::TryLock() { return section_->mutex.try_lock(); }
-void CriticalSection::Unlock() { section_->mutex.unlock(); }
+
+void CriticalSection::Lock()
+{
+    if (section_->IsMine())
+    {
+        ++section_->depth;
+        return;
+    }
+    section_->mutex.lock();
+    section_->Enter();
+}
+
+bool CriticalSection::TryLock()
+{
+    if (section_->IsMine())
+    {
+        ++section_->depth;
+        return true;
+    }
+    if (!section_->mutex.try_lock())
+        return false;
+    section_->Enter();
+    return true;
+}
+
+void CriticalSection::Unlock()
+{
+    if (--section_->depth > 0)
+        return;
+    section_->owner.store({}, std::memory_order_relaxed);
+    section_->mutex.unlock();
+}
 
 namespace
 {

@@ -75,6 +75,25 @@ TEST_F(ForkedChild, OwnsNoLockAndTakesThemAll)
     ::waitpid(child, nullptr, 0);
 }
 
+TEST_F(ForkedChild, OwnsTheProcessLocksOfItsThread)
+{
+    impl::ProcessExclusiveAccess lock;
+    lock.Lock();
+    lock.Lock();
+    EXPECT_EQ(InChild([&] {
+                  if (!lock.TryLock() || lock.Depth() != 3)
+                      return false;
+                  for (int i = 0; i < 3; ++i)
+                      lock.Unlock();
+                  bool isFree = false;
+                  std::thread([&] { isFree = lock.TryLock(); }).join();
+                  return isFree && !lock.TryLock(); // another thread has it now
+              }),
+              0);
+    lock.Unlock();
+    lock.Unlock();
+}
+
 TEST_F(ForkedChild, MeetsNoLockOfAThreadItDoesNotHave)
 {
     sys::reg::Registry32 key(path);
