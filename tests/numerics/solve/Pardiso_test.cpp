@@ -1,7 +1,10 @@
+#include "RunChild.h"
+#include "foundation/str.h"
 #include "numerics/FilledSystem.h"
 #include "numerics/math_SparseSolver.h"
 #include "numerics/solve/Pardiso.h"
 #include "numerics/solve/Vendor.h"
+#include "support/RecordingSink.h"
 
 #include <gmock/gmock.h>
 
@@ -191,6 +194,23 @@ TEST(PardisoVendor, IsFoundByItsNameAndTakesThreads)
     EXPECT_EQ(SparseSolverName(), record.solver);
     FreeSparseSolverMemory();
     ReplacePardiso(nullptr);
+}
+
+TEST(VendorChild, DISABLED_IsGivenARelativeFolder)
+{
+    support::RecordingSink log;
+    EXPECT_FALSE(FoundVendor());
+    EXPECT_THAT(str::as_cstring(log.TakeText()), testing::HasSubstr("KVI_MKL is no absolute path"));
+}
+
+/// The first look decides, so each folder has a process of its own.
+TEST(Vendor, IsNotLoadedFromTheCurrentFolder)
+{
+    for (const std::string folder : {".", "lib", "..", "./lib"})
+        EXPECT_TRUE(child::Run("VendorChild", "IsGivenARelativeFolder", 0,
+                               child::IsWindows() ? "set \"KVI_MKL=" + folder + "\"&& "
+                                                  : "KVI_MKL=" + folder + ' '))
+            << folder;
 }
 
 } // namespace
