@@ -1,11 +1,11 @@
 #include "numerics/solve/KrylovIteration.h"
-#include "numerics/solve/StopRequest.h"
 #include "numerics/system/Product.h"
 
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace numerics
 {
@@ -35,8 +35,9 @@ struct Idr
     std::array<double*, kMostShadows> P{}, G{}, U{};
     double *v, *t, *best;
     std::array<std::array<double, kMostShadows>, kMostShadows> M{}; ///< P^T G, lower triangle
+    std::array<double, kMostShadows> f{};                           ///< P^T r
+    int next = 0; ///< step within the subspace; after those for each shadow the one into the next
     double omega = 1, smallest;
-    bool isBroken = false; ///< a divisor is zero
 
     Idr(IterationRun& given, std::vector<Vec>& work)
         : run(given), n(given.A.n), shadows(std::min(kMostShadows, given.A.n))
@@ -45,18 +46,18 @@ struct Idr
         work.resize(std::max(work.size(), kVectors));
         for (std::size_t k = 0; k < kVectors; ++k)
             work[k].resize(std::size_t(n));
-        std::size_t next = 0;
+        std::size_t vector = 0;
         for (int k = 0; k < shadows; ++k)
         {
             for (auto* group : {&P, &G, &U})
-                (*group)[std::size_t(k)] = work[next++].data();
+                (*group)[std::size_t(k)] = work[vector++].data();
             for (auto* group : {&G, &U})
                 std::fill((*group)[std::size_t(k)], (*group)[std::size_t(k)] + n, 0.0);
             M[std::size_t(k)][std::size_t(k)] = 1;
             MakeShadow(std::size_t(k));
         }
-        for (double** vector : {&v, &t, &best})
-            *vector = work[next++].data();
+        for (double** other : {&v, &t, &best})
+            *other = work[vector++].data();
         std::copy(run.x, run.x + n, best);
         smallest = Norm2(n, run.r);
     }
@@ -73,8 +74,8 @@ struct Idr
     }
 
     /// One step within the subspace: new G_k = A U_k, orthogonal to the first k shadows, and the
-    /// residual orthogonal to one more. @p f is P^T r. @returns the norm of the residual
-    double Extend(std::size_t k, std::array<double, kMostShadows>& f)
+    /// residual orthogonal to one more. @returns the norm of the residual, or kBroken
+    double Extend(std::size_t k)
     {
         const auto count = std::size_t(shadows);
         std::array<double, kMostShadows> c{};
@@ -105,18 +106,17 @@ struct Idr
         }
         for (std::size_t i = k; i < count; ++i)
             M[i][k] = Dot(n, P[i], G[k]);
-        isBroken = M[k][k] == 0;
-        if (isBroken)
-            return smallest;
+        if (M[k][k] == 0)
+            return kBroken;
         const double beta = f[k] / M[k][k];
         AddScaled(n, -beta, G[k], run.r);
         AddScaled(n, beta, u, run.x);
         for (std::size_t i = k + 1; i < count; ++i)
             f[i] -= beta * M[i][k];
-        return Norm2(n, run.r);
+        return NormOfResidual();
     }
 
-    /// The step into the next subspace. @returns the norm of the residual
+    /// The step into the next subspace. @returns the norm of the residual, or kBroken
     double Descend()
     {
         // Below this cosine of the angle between r and A M^-1 r a longer step keeps the recursion
@@ -125,16 +125,32 @@ struct Idr
         run.M.Apply(run.r, v);
         Product(run.A, v, t);
         const double tt = Norm2(n, t), tr = Dot(n, t, run.r);
-        isBroken = tt == 0 || tr == 0;
-        if (isBroken)
-            return smallest;
+        if (tt == 0 || tr == 0)
+            return kBroken;
         const double cosine = std::fabs(tr) / tt / Norm2(n, run.r);
         omega = tr / tt / tt;
         if (cosine < kCosine)
             omega *= kCosine / cosine;
         AddScaled(n, omega, v, run.x);
         AddScaled(n, -omega, t, run.r);
-        return Norm2(n, run.r);
+        return NormOfResidual();
+    }
+
+    /// Counts the step. Numbers out of their range are no division by zero: infinite.
+    double NormOfResidual()
+    {
+        ++run.steps;
+        const double norm = Norm2(n, run.r);
+        return std::isnan(norm) ? HUGE_VAL : norm;
+    }
+
+    double Step()
+    {
+        const int k = std::exchange(next, next == shadows ? 0 : next + 1);
+        if (k == 0)
+            for (std::size_t i = 0; i < std::size_t(shadows); ++i)
+                f[i] = Dot(n, P[i], run.r);
+        return k < shadows ? Extend(std::size_t(k)) : Descend();
     }
 };
 
@@ -143,40 +159,7 @@ struct Idr
 IterationEnd RunIdr(IterationRun& run, std::vector<Vec>& work)
 {
     Idr state(run, work);
-    StagnationCheck stagnation(state.smallest, run.patience);
-    IterationEnd end = IterationEnd::OutOfSteps;
-    double norm = state.smallest;
-    std::array<double, kMostShadows> f{};
-    for (int k = 0; run.steps < run.stepsAllowed; k = k == state.shadows ? 0 : k + 1)
-    {
-        StopRequest::ThrowIfCurrent();
-        if (k == 0)
-            for (std::size_t i = 0; i < std::size_t(state.shadows); ++i)
-                f[i] = Dot(state.n, state.P[i], run.r);
-        norm = k < state.shadows ? state.Extend(std::size_t(k), f) : state.Descend();
-        if (state.isBroken)
-        {
-            end = IterationEnd::ZeroProduct;
-            break;
-        }
-        ++run.steps;
-        if (norm <= run.target)
-            return IterationEnd::Reached;
-        if (stagnation.HasStagnated(norm))
-        {
-            end = IterationEnd::Stalled;
-            break;
-        }
-        // The residual oscillates, so the best x is kept, but copied only for a clear improvement.
-        if (norm < 0.5 * state.smallest)
-        {
-            state.smallest = norm;
-            std::copy(run.x, run.x + run.A.n, state.best);
-        }
-    }
-    if (!(norm <= state.smallest))
-        std::copy(state.best, state.best + run.A.n, run.x);
-    return end;
+    return RunOscillating(run, state);
 }
 
 } // namespace numerics

@@ -197,7 +197,6 @@ struct BiCgStab
     /// One step. @returns the new norm of the residual; NaN when a product is zero
     double Step()
     {
-        constexpr double kBroken = std::numeric_limits<double>::quiet_NaN();
         const double* r = run.r;
         const double rhoNew = Dot(n, rHat, r);
         if (rhoNew == 0 || omega == 0)
@@ -240,30 +239,7 @@ struct BiCgStab
 IterationEnd RunBiCgStab(IterationRun& run, std::vector<Vec>& work)
 {
     BiCgStab state(run, work);
-    StagnationCheck stagnation(state.smallest, run.patience);
-    IterationEnd end = IterationEnd::OutOfSteps;
-    double norm = state.smallest;
-    while (run.steps < run.stepsAllowed)
-    {
-        StopRequest::ThrowIfCurrent();
-        norm = state.Step();
-        if (norm <= run.target)
-            return IterationEnd::Reached;
-        if (std::isnan(norm) || stagnation.HasStagnated(norm))
-        {
-            end = std::isnan(norm) ? IterationEnd::ZeroProduct : IterationEnd::Stalled;
-            break;
-        }
-        // The residual oscillates, so the best x is kept, but copied only for a clear improvement.
-        if (norm < 0.5 * state.smallest)
-        {
-            state.smallest = norm;
-            std::copy(run.x, run.x + run.A.n, state.best);
-        }
-    }
-    if (!(norm <= state.smallest))
-        std::copy(state.best, state.best + run.A.n, run.x);
-    return end;
+    return RunOscillating(run, state);
 }
 
 } // namespace numerics

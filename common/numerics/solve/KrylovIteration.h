@@ -3,7 +3,12 @@
 #pragma once
 
 #include "numerics/solve/BlockVector.h"
+#include "numerics/solve/StopRequest.h"
 #include "numerics/system/MatrixView.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace numerics
 {
@@ -60,6 +65,40 @@ struct IterationRun
     Patience patience;
     int steps = 0; ///< out: steps made
 };
+
+/// What a step returns that would have to divide by zero.
+constexpr double kBroken = std::numeric_limits<double>::quiet_NaN();
+
+/// Repeats state.Step(), which counts itself and returns the norm of the residual or kBroken. The
+/// residual oscillates, so state.best keeps x, but is written only for a clear improvement of
+/// state.smallest: x ends at most at twice the smallest residual seen, also after a breakdown.
+template <class State>
+IterationEnd RunOscillating(IterationRun& run, State& state)
+{
+    StagnationCheck stagnation(state.smallest, run.patience);
+    IterationEnd end = IterationEnd::OutOfSteps;
+    double norm = state.smallest;
+    while (run.steps < run.stepsAllowed)
+    {
+        StopRequest::ThrowIfCurrent();
+        norm = state.Step();
+        if (norm <= run.target)
+            return IterationEnd::Reached;
+        if (std::isnan(norm) || stagnation.HasStagnated(norm))
+        {
+            end = std::isnan(norm) ? IterationEnd::ZeroProduct : IterationEnd::Stalled;
+            break;
+        }
+        if (norm < 0.5 * state.smallest)
+        {
+            state.smallest = norm;
+            std::copy(run.x, run.x + run.A.n, state.best);
+        }
+    }
+    if (!(norm <= state.smallest))
+        std::copy(state.best, state.best + run.A.n, run.x);
+    return end;
+}
 
 /// Conjugate gradients; x ends at the smallest residual seen. @p work keeps the vectors from one
 /// run to the next.
