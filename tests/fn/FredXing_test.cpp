@@ -64,14 +64,14 @@ TEST(FredXing, ArraysOfEveryProcessorLevelAgreeWithThePoints)
             p.push_back(-a * ofA);
         while (p.size() < 101)
             p.push_back(-std::pow(10, exponent(random) / (set % 2 == 0 ? 1 : 30)));
-        std::vector<double> many(p.size());
+        std::vector<double> many(p.size()), slopes(p.size());
         const double overResidual = 1 / (0.003 * limit), whole = 1 + limit * overResidual;
         const double wholeLog2 = curve::Log2(whole);
         const curve::CurveTerms terms{1 / a,        n,     m,         0.4,
                                       overResidual, whole, wholeLog2, 1 / wholeLog2};
         for (int level = 0; level <= platform::SimdLevel(); ++level)
         {
-            loops[level](terms, p.data(), many.data(), p.size());
+            loops[level](terms, p.data(), many.data(), slopes.data(), p.size());
             for (std::size_t i = 0; i < p.size(); ++i)
             {
                 const double one = curve(p[i]);
@@ -79,6 +79,15 @@ TEST(FredXing, ArraysOfEveryProcessorLevelAgreeWithThePoints)
                 EXPECT_TRUE(one == many[i] || std::fabs(one - many[i]) <= allowed ||
                             (std::isnan(one) && std::isnan(many[i])))
                     << "level " << level << " at " << p[i] << ": " << one << ' ' << many[i];
+                double slope = 0;
+                if (!(p[i] >= 0))
+                    (void)curve::ContentAt(terms, p[i], &slope);
+                const double steepness = n * std::fabs(std::log2(std::fabs(p[i]) / a));
+                EXPECT_TRUE(slope == slopes[i] || isExtreme || p[i] <= -limit ||
+                            std::fabs(slope - slopes[i]) <=
+                                (16 + 8 * m + 2 * steepness) * 1e-15 * std::fabs(slope) ||
+                            (std::isnan(slope) && std::isnan(slopes[i])))
+                    << "level " << level << " at " << p[i] << ": " << slope << ' ' << slopes[i];
                 if (limit > 0)
                     EXPECT_FALSE(one > 0.4 || many[i] > 0.4) << one << ' ' << many[i];
             }
@@ -98,7 +107,17 @@ TEST(FredXing, KeepsItsErrorBoundForEverySlope)
         const double n = slope(random), m = tail(random), s = std::pow(10, exponent(random));
         const long double shape = std::pow(1 / std::log(e + std::pow(s / 10.0L, n)), m);
         const auto exact = double(0.4L * shape * (1 - std::log(1 + s / r) / whole));
-        EXPECT_NEAR(FredXing(10, n, m, 0.4, 1e6)(-s), exact, (4 + 2 * m) * 1e-15 * exact)
+        const FredXing curve(10, n, m, 0.4, 1e6);
+        EXPECT_NEAR(curve(-s), exact, (4 + 2 * m) * 1e-15 * exact) << n << ' ' << m << ' ' << s;
+        const long double power = std::pow(s / 10.0L, n), inner = e + power;
+        const auto steep = double(
+            0.4L * shape *
+            (m * n * power / inner / s / std::log(inner) * (1 - std::log(1 + s / r) / whole) +
+             1 / ((r + s) * whole)));
+        const double p = -s, steepness = n * std::fabs(std::log2(s / 10));
+        double content = 0, found = 0;
+        curve.Evaluate(&p, &content, &found, 1);
+        EXPECT_NEAR(found, steep, (8 + 4 * m + steepness) * 1e-15 * steep)
             << n << ' ' << m << ' ' << s;
     }
 }

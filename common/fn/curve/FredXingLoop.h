@@ -21,13 +21,15 @@ struct CurveTerms
 };
 
 /// The content at one pressure that is not >= 0, with the same bits on every target.
-double ContentAt(const CurveTerms& curve, double pressure);
+/// @param slope  gets its derivative by the pressure where it is not null
+double ContentAt(const CurveTerms& curve, double pressure, double* slope);
 
 /// From this exponent on 2^x overflows, and the shape term, its reciprocal's power, is 0.
 constexpr double kOverflow = 1024;
 
-/// contents[i] at pressures[i]; the arrays may be the same one.
-using CurveLoop = void(const CurveTerms&, const double* pressures, double* contents,
+/// contents[i] at pressures[i], and slopes[i], its derivative by the pressure, where slopes is not
+/// null. The contents may overwrite the pressures.
+using CurveLoop = void(const CurveTerms&, const double* pressures, double* contents, double* slopes,
                        std::size_t count);
 
 namespace sse2
