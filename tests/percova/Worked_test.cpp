@@ -21,7 +21,7 @@ TEST(WorkedProblems, GiveTheFiguresOfTheirPage)
         std::vector<std::string> options;
         std::vector<const char*> lines; ///< of the summary
     } rows[] = {{"sheet-pile", {}, {"0.00022707   19.619"}},
-                {"dam", {}, {"4.5539e-07    0.039346", "1.9387  (92, "}},
+                {"dam", {}, {"4.5539e-07", " 0.039346\n", "1.9387  (92, "}},
                 {"drawdown", {"--until", "10"}, {"time 10 d: converged"}}};
     for (const auto& [name, options, lines] : rows)
     {

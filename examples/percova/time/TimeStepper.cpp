@@ -42,7 +42,7 @@ bool TimeStepper::SolveStage(Stage& stage, double time, const std::vector<double
     }
     stage.head = newton.Head();
     stage.inflow = newton.Inflow();
-    storage_.Evaluate(stage.head, stage.water);
+    stage.water = newton.Water();
     stage.rate.resize(before.size());
     for (std::size_t n = 0; n < before.size(); ++n)
         stage.rate[n] = (stage.water[n] - before[n]) * term.rate;

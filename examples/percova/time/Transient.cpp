@@ -106,7 +106,8 @@ bool TimeRun::Start(std::string& reason)
         for (const Step& step : model_.problem.steps)
             state_.parts.push_back({step.name, step.start});
     }
-    storage_.Evaluate(state_.head, water_);
+    std::vector<double> capacity;
+    storage_.Evaluate(state_.head, water_, capacity);
     borderWater_ = regions_.BorderWater(storage_, state_.head);
     for (const Region& region : model_.problem.regions)
         regionFlows_.push_back({region.name});

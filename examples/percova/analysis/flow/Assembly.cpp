@@ -15,7 +15,7 @@ constexpr std::size_t kBlock = 16384; ///< elements whose matrices are held at a
 } // namespace
 
 Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
-    : model_(model), soils_(soils), elementInflow_(model.mesh.nodes.size()),
+    : model_(model), soils_(soils), kr_(model, soils), elementInflow_(model.mesh.nodes.size()),
       nodeStart_(model.mesh.Nodes() + 1), nodePlaces_(model.mesh.nodes.size()),
       matrixStart_(model.mesh.Elements() + 1)
 {
@@ -30,7 +30,11 @@ Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
     for (std::size_t e = 0; e < mesh.Elements(); ++e)
         matrixStart_[e + 1] =
             matrixStart_[e] + std::size_t(NodeCount(mesh.type[e]) * NodeCount(mesh.type[e]));
-    matrices_.resize(std::min(kBlock, mesh.Elements()) * 64);
+    std::size_t most = 0;
+    for (std::size_t first = 0; first < mesh.Elements(); first += kBlock)
+        most = std::max(most, matrixStart_[std::min(first + kBlock, mesh.Elements())] -
+                                  matrixStart_[first]);
+    matrices_.resize(most);
     saturated_.resize(matrixStart_.back());
     const std::vector<double> none(mesh.Nodes());
     ParallelForPieces(0, mesh.Elements(), kGrain, [&](std::size_t begin, std::size_t end) {
@@ -71,28 +75,52 @@ double Assembly::DrawnOut(double sharpness) const
         [=](double own, const Soil& soil) { return soil.kr.Width() * (own / sharpness - 1); });
 }
 
-void Assembly::Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,
-                        double damping, const StorageTangent& storage, std::size_t first,
-                        std::size_t last, double* matrices)
+/// What a loop over the elements computes besides their flows.
+struct Assembly::Wanted
+{
+    Tangent tangent;
+    double damping;
+    StorageTangent storage;
+};
+
+void Assembly::Elements(const std::vector<double>& head, const Wanted& wanted, std::size_t first,
+                        std::size_t last)
+{
+    ParallelForPieces(first, last, kGrain, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t e = begin; e < end; ++e)
+            Element(e, head, wanted,
+                    wanted.tangent == Tangent::None
+                        ? nullptr
+                        : matrices_.data() + (matrixStart_[e] - matrixStart_[first]));
+    });
+}
+
+void Assembly::Element(std::size_t e, const std::vector<double>& head, const Wanted& wanted,
+                       double* matrix)
 {
     const Mesh& mesh = model_.mesh;
-    ParallelForPieces(first, last, kGrain, [&](std::size_t begin, std::size_t end) {
+    const double* const saturated = &saturated_[matrixStart_[e]];
+    double* const inflow = &elementInflow_[mesh.start[e]];
+    if (mesh.type[e] == ElementType::T3)
+    {
+        const int* const nodes = mesh.ElementNodes(e);
+        const double heads[] = {head[nodes[0]], head[nodes[1]], head[nodes[2]]};
+        ComputeTriangle(saturated, kr_.OfTriangle(e), heads, wanted.tangent, wanted.damping, inflow,
+                        matrix);
+    }
+    else
+    {
         ElementState element;
         ElementResult result;
-        for (std::size_t e = begin; e < end; ++e)
-        {
-            element.Load(mesh, e, head.data());
-            Compute(element, soils_[model_.material[e]], &saturated_[matrixStart_[e]], easing,
-                    tangent, damping, result);
-            std::copy_n(result.inflow, NodeCount(element.type), &elementInflow_[mesh.start[e]]);
-            if (tangent == Tangent::None)
-                continue;
-            if (storage.term != nullptr)
-                AddStorage(e, head, storage, result.matrix);
-            std::copy_n(result.matrix, matrixStart_[e + 1] - matrixStart_[e],
-                        matrices + (matrixStart_[e] - matrixStart_[first]));
-        }
-    });
+        element.Load(mesh, e, head.data());
+        Compute(element, soils_[model_.material[e]], saturated, kr_.Of(e), wanted.tangent,
+                wanted.damping, result);
+        std::copy_n(result.inflow, NodeCount(element.type), inflow);
+        if (wanted.tangent != Tangent::None)
+            std::copy_n(result.matrix, matrixStart_[e + 1] - matrixStart_[e], matrix);
+    }
+    if (wanted.tangent != Tangent::None && wanted.storage.term != nullptr)
+        AddStorage(e, head, wanted.storage, matrix);
 }
 
 void Assembly::AddStorage(std::size_t e, const std::vector<double>& head,
@@ -126,24 +154,23 @@ void Assembly::Sum(std::vector<double>& inflow) const
 void Assembly::Inflow(const std::vector<double>& head, const Easing& easing,
                       std::vector<double>& inflow)
 {
-    Elements(head, easing, Tangent::None, 0, {nullptr, nullptr}, 0, model_.mesh.Elements(),
-             nullptr);
+    if (kr_.Update(head, easing))
+        Elements(head, {Tangent::None, 0, {nullptr, nullptr}}, 0, model_.mesh.Elements());
     Sum(inflow);
 }
 
-void Assembly::Inflow(const std::vector<double>& head, const Easing& easing, Tangent tangent,
-                      double damping, const StorageTangent& storage, LinearSystem& system,
-                      std::vector<double>& inflow)
+void Assembly::Matrix(const std::vector<double>& head, const Easing& easing, Tangent tangent,
+                      double damping, const StorageTangent& storage, LinearSystem& system)
 {
     system.Clear();
+    (void)kr_.Update(head, easing); // the flows are computed with the matrices anyway
     const std::size_t count = model_.mesh.Elements();
     for (std::size_t first = 0; first < count; first += kBlock)
     {
         const std::size_t last = std::min(first + kBlock, count);
-        Elements(head, easing, tangent, damping, storage, first, last, matrices_.data());
+        Elements(head, {tangent, damping, storage}, first, last);
         system.Add(first, last - first, matrices_.data());
     }
-    Sum(inflow);
 }
 
 } // namespace percova

@@ -2,6 +2,7 @@
 /// Sums over the elements: nodal flows and the matrix of a Newton or Picard step.
 #pragma once
 
+#include "analysis/flow/KrField.h"
 #include "analysis/flow/LinearSystem.h"
 #include "analysis/model/Element.h"
 #include "analysis/model/Model.h"
@@ -35,18 +36,21 @@ public:
     double DrawnOut(double sharpness) const;
 
     /// Flow that must enter every node from outside to keep the heads as they are [m3/s per m].
+    /// Costs little where @p head is that of the call before.
     void Inflow(const std::vector<double>& head, const Easing& easing, std::vector<double>& inflow);
-    /// The same, and its derivative by the heads in @p system, which is cleared first.
+    /// Its derivative by the heads in @p system, which is cleared first. Takes the conductivities
+    /// of Inflow if that was called for the same heads.
     /// @param damping   the diagonal of the Picard matrix is added this many times
     /// @param storage   the storage term of the matrix
-    void Inflow(const std::vector<double>& head, const Easing& easing, Tangent tangent,
-                double damping, const StorageTangent& storage, LinearSystem& system,
-                std::vector<double>& inflow);
+    void Matrix(const std::vector<double>& head, const Easing& easing, Tangent tangent,
+                double damping, const StorageTangent& storage, LinearSystem& system);
 
 private:
-    void Elements(const std::vector<double>& head, const Easing& easing, Tangent tangent,
-                  double damping, const StorageTangent& storage, std::size_t first,
-                  std::size_t last, double* matrices);
+    struct Wanted;
+    void Elements(const std::vector<double>& head, const Wanted& wanted, std::size_t first,
+                  std::size_t last);
+    void Element(std::size_t e, const std::vector<double>& head, const Wanted& wanted,
+                 double* matrix);
     void AddStorage(std::size_t e, const std::vector<double>& head, const StorageTangent& storage,
                     double* matrix) const;
     void Sum(std::vector<double>& inflow) const;
@@ -56,7 +60,8 @@ private:
 
     const Model& model_;
     const std::vector<Soil>& soils_;
-    std::vector<double> elementInflow_;    ///< by place in Mesh::nodes
+    KrField kr_;
+    std::vector<double> elementInflow_;    ///< by place in Mesh::nodes, at the heads of kr_
     std::vector<std::size_t> nodeStart_;   ///< by node: where its places begin in nodePlaces_
     std::vector<int> nodePlaces_;          ///< places in Mesh::nodes, ascending
     std::vector<std::size_t> matrixStart_; ///< by element: entries of the elements before it

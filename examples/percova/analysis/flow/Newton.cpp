@@ -275,7 +275,7 @@ void Newton::AddStorage(const std::vector<double>& head, std::vector<double>& in
 {
     if (storage_ == nullptr)
         return;
-    storage_->storage->Evaluate(head, water_);
+    storage_->storage->Evaluate(head, water_, capacity_);
     for (std::size_t n = 0; n < inflow.size(); ++n)
         inflow[n] += (water_[n] - (*storage_->before)[n]) * storage_->rate;
 }
@@ -363,22 +363,20 @@ bool Newton::Reach(const Goal& goal)
 bool Newton::Step(const Goal& goal)
 {
     const bool linear = goal.easing.leastKr >= 1;
-    for (;; damping_ = std::max(0.03, 4 * damping_))
+    for (bool again = false;; again = true)
     {
+        damping_ = again ? std::max(0.03, 4 * damping_) : damping_;
         if (damping_ > kMostDamping || outcome_.iterations >= limit_)
             return false;
         ++outcome_.iterations;
         {
             const TimeAdder watch(assembleSeconds_);
-            if (storage_ != nullptr)
-            {
-                storage_->storage->LumpedCapacity(head_, capacity_);
-                for (double& capacity : capacity_)
-                    capacity *= storage_->rate;
-            }
-            assembly_.Inflow(head_, goal.easing, linear ? Tangent::Picard : Tangent::Newton,
-                             damping_, {storage_, &capacity_}, system_, inflow_);
-            AddStorage(head_, inflow_);
+            if (again) // the last evaluation was of a trial
+                InflowOf(head_, goal.easing, inflow_);
+            for (double& capacity : capacity_)
+                capacity *= storage_->rate;
+            assembly_.Matrix(head_, goal.easing, linear ? Tangent::Picard : Tangent::Newton,
+                             damping_, {storage_, &capacity_}, system_);
         }
         {
             const TimeAdder watch(solveSeconds_);

@@ -79,6 +79,8 @@ public:
     const std::vector<double>& Head() const { return head_; }
     /// Flow that enters every node from outside; the rounding left at nodes without a boundary.
     const std::vector<double>& Inflow() const { return inflow_; }
+    /// Water of every node, of the storage term [m3/m].
+    const std::vector<double>& Water() const { return water_; }
     double AssembleSeconds() const { return assembleSeconds_; }
     double SolveSeconds() const { return solveSeconds_; }
 
@@ -135,7 +137,8 @@ private:
     std::vector<double> head_, inflow_; ///< by node, as all that follow
     std::vector<double> residual_;      ///< remaining inflow; 0 where a head is held
     std::vector<double> step_, trial_, trialInflow_, outflow_;
-    std::vector<double> water_, capacity_; ///< of the storage term; empty without one
+    /// Of the storage term at the heads evaluated last: water and its derivative by the head.
+    std::vector<double> water_, capacity_;
     std::vector<char> held_;
     NewtonOutcome outcome_;
     double scale_ = 1;   ///< flow that residuals are measured by [m3/s per m]

@@ -99,28 +99,57 @@ void Conductivity::Interpolate(double suction, double& kr, double& byLogSuction)
     byLogSuction = kr * (m0 + t * (2 * c2 + t * 3 * c3)) / step_;
 }
 
+/// saturation^power, by products where the power is a small whole number.
+double Conductivity::ToPower(double saturation) const
+{
+    constexpr double kMost = 8;
+    if (!(power_ >= 0 && power_ <= kMost) || power_ != std::floor(power_))
+        return std::pow(saturation, power_);
+    double value = 1;
+    for (int k = 0; k < int(power_); ++k)
+        value *= saturation;
+    return value;
+}
+
+/// (theta / theta_s)^power with its derivative, without the least conductivity.
+void Conductivity::EvaluatePower(const double* psi, int count, double* kr, double* slope) const
+{
+    constexpr int kChunk = 64;
+    double pressure[kChunk], content[kChunk], rise[kChunk];
+    for (int first = 0; first < count; first += kChunk)
+    {
+        const int last = std::min(first + kChunk, count);
+        for (int i = first; i < last; ++i)
+            pressure[i - first] = gammaW_ * psi[i];
+        curve_.Evaluate(pressure, std::size_t(last - first), content, rise);
+        for (int i = first; i < last; ++i)
+        {
+            const double theta = content[i - first];
+            kr[i] = ToPower(theta / curve_.Saturated());
+            slope[i] = theta > 0 ? gammaW_ * power_ * kr[i] / theta * rise[i - first] : 0;
+        }
+    }
+}
+
 void Conductivity::Evaluate(const double* psi, int count, double* kr, double* slope) const
 {
+    if (rule_ == KrRule::Power)
+        EvaluatePower(psi, count, kr, slope);
     for (int i = 0; i < count; ++i)
     {
+        double value = rule_ == KrRule::Power ? kr[i] : 0;
+        double derivative = rule_ == KrRule::Power ? slope[i] : 0; // by psi
         kr[i] = 1;
         slope[i] = 0;
         const double suction = -gammaW_ * psi[i];
         if (!(psi[i] < 0) || IsSaturated() || (rule_ == KrRule::Integral && suction <= s0_))
             continue;
-        double value = 0, derivative = 0; // by psi
         if (rule_ == KrRule::Exponential)
         {
             value = std::exp(alpha_ * psi[i]);
             derivative = alpha_ * value;
         }
-        else if (rule_ == KrRule::Power)
-        {
-            const double theta = curve_.Content(-suction);
-            value = std::pow(theta / curve_.Saturated(), power_);
-            derivative = theta > 0 ? -gammaW_ * power_ * value / theta * curve_.Slope(suction) : 0;
-        }
-        else
+        else if (rule_ == KrRule::Integral)
         {
             Interpolate(suction, value, derivative);
             derivative /= psi[i];

@@ -24,7 +24,8 @@ public:
              std::string& reason);
 
     bool IsSaturated() const { return rule_ == KrRule::Saturated; }
-    /// kr[i] and slope[i] = d kr / d psi [1/m] at the pressure heads psi[i] [m].
+    /// kr[i] and slope[i] = d kr / d psi [1/m] at the pressure heads psi[i] [m]. Fastest for many
+    /// at a time; no array overlaps another.
     void Evaluate(const double* psi, int count, double* kr, double* slope) const;
     double At(double psi) const;
     /// The pressure head at which kr falls to @p share, by bisection [m].
@@ -39,6 +40,8 @@ public:
 private:
     bool MakeCurve(std::string& reason);
     void Tabulate();
+    void EvaluatePower(const double* psi, int count, double* kr, double* slope) const;
+    double ToPower(double saturation) const;
     void Interpolate(double suction, double& kr, double& byLogSuction) const;
 
     KrRule rule_ = KrRule::Saturated;

@@ -136,36 +136,6 @@ double SharpnessOf(const ElementState& element, const Soil& soil)
 
 namespace
 {
-struct PointValues
-{
-    std::array<double, ElementRule::kMaxPoints> psi, kr, slope;
-    bool uniform = true; ///< one conductivity at all points, whatever the heads do
-};
-
-void Evaluate(const ElementState& element, const ElementRule& rule, const Soil& soil,
-              const Easing& easing, PointValues& values)
-{
-    double steepness = 1, knee = 0; // kr is taken at steepness * psi + knee
-    if (!std::isinf(easing.sharpness) && !soil.kr.IsSaturated())
-    {
-        steepness = std::min(1.0, easing.sharpness / SharpnessOf(element, soil));
-        knee = (1 - steepness) * soil.kr.Knee();
-    }
-    for (int p = 0; p < rule.points; ++p)
-        values.psi[p] = steepness * fVxV2C(rule.N[p], element.psi, 8) + knee;
-    soil.kr.Evaluate(values.psi.data(), rule.points, values.kr.data(), values.slope.data());
-    for (int p = 0; p < rule.points; ++p)
-    {
-        values.slope[p] *= steepness;
-        if (values.kr[p] < easing.leastKr)
-        {
-            values.kr[p] = easing.leastKr;
-            values.slope[p] = 0;
-        }
-        values.uniform = values.uniform && values.kr[p] == values.kr[0] && values.slope[p] == 0;
-    }
-}
-
 /// An element that is saturated, or at the least conductivity, everywhere.
 void Scale(const ElementState& element, const double* saturated, double kr, Tangent tangent,
            double damping, ElementResult& result)
@@ -188,7 +158,8 @@ void Scale(const ElementState& element, const double* saturated, double kr, Tang
 
 /// Sums over the points of an element whose conductivity varies.
 void Integrate(const ElementState& element, const ElementRule& rule, const Soil& soil,
-               const PointValues& values, Tangent tangent, double damping, ElementResult& result)
+               const PointConductivity& values, Tangent tangent, double damping,
+               ElementResult& result)
 {
     double inflow[8] = {}, matrix[8][8] = {}, product[8][8], flux[8][2];
     for (int p = 0; p < rule.points; ++p)
@@ -233,25 +204,78 @@ void Integrate(const ElementState& element, const ElementRule& rule, const Soil&
 
 void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matrix)
 {
-    PointValues ones;
-    ones.kr.fill(1);
-    ones.slope.fill(0);
+    double ones[ElementRule::kMaxPoints], zeros[ElementRule::kMaxPoints] = {};
+    std::fill_n(ones, ElementRule::kMaxPoints, 1.0);
     ElementResult result;
-    Integrate(element, RuleOf(element.type, !soil.kr.IsSaturated()), soil, ones, Tangent::Picard, 0,
-              result);
+    Integrate(element, RuleOf(element.type, !soil.kr.IsSaturated()), soil, {ones, zeros},
+              Tangent::Picard, 0, result);
     std::copy_n(result.matrix, NodeCount(element.type) * NodeCount(element.type), matrix);
 }
 
 void Compute(const ElementState& element, const Soil& soil, const double* saturated,
-             const Easing& easing, Tangent tangent, double damping, ElementResult& result)
+             const PointConductivity& at, Tangent tangent, double damping, ElementResult& result)
 {
     const ElementRule& rule = RuleOf(element.type, !soil.kr.IsSaturated());
-    PointValues values;
-    Evaluate(element, rule, soil, easing, values);
-    if (values.uniform)
-        Scale(element, saturated, values.kr[0], tangent, damping, result);
+    bool isUniform = true; // one conductivity at all points, whatever the heads do
+    for (int p = 0; at.kr != nullptr && p < rule.points; ++p)
+        isUniform = isUniform && at.kr[p] == at.kr[0] && at.slope[p] == 0;
+    if (isUniform)
+        Scale(element, saturated, at.kr == nullptr ? 1 : at.kr[0], tangent, damping, result);
     else
-        Integrate(element, rule, soil, values, tangent, damping, result);
+        Integrate(element, rule, soil, at, tangent, damping, result);
+}
+
+void ComputeInflow(const ElementState& element, const Soil& soil, double* inflow)
+{
+    const ElementRule& rule = RuleOf(element.type, !soil.kr.IsSaturated());
+    double psi[ElementRule::kMaxPoints], kr[ElementRule::kMaxPoints],
+        slope[ElementRule::kMaxPoints];
+    for (int p = 0; p < rule.points; ++p)
+        psi[p] = fVxV2C(rule.N[p], element.psi, 8);
+    soil.kr.Evaluate(psi, rule.points, kr, slope);
+    ElementResult result;
+    Integrate(element, rule, soil, {kr, slope}, Tangent::None, 0, result);
+    std::copy_n(result.inflow, NodeCount(element.type), inflow);
+}
+
+TriangleConductivity MeanOf(const PointConductivity& at)
+{
+    const ElementRule& rule = RuleOf(ElementType::T3, true);
+    TriangleConductivity mean{0};
+    double whole = 0;
+    for (int p = 0; p < rule.points; ++p)
+    {
+        whole += rule.weight[p];
+        mean.mean += rule.weight[p] * at.kr[p];
+        for (int k = 0; k < 3; ++k)
+            mean.byHead[k] += rule.weight[p] * at.slope[p] * rule.N[p][k];
+    }
+    mean.mean /= whole;
+    for (double& byHead : mean.byHead)
+        byHead /= whole;
+    return mean;
+}
+
+void ComputeTriangle(const double* saturated, const TriangleConductivity& kr, const double* head,
+                     Tangent tangent, double damping, double* inflow, double* matrix)
+{
+    const double first = head[1] - head[0], second = head[2] - head[0];
+    double unit[3]; // the flows at kr = 1
+    for (int i = 0; i < 3; ++i)
+    {
+        unit[i] = saturated[3 * i + 1] * first + saturated[3 * i + 2] * second;
+        inflow[i] = kr.mean * unit[i];
+    }
+    if (tangent == Tangent::None)
+        return;
+    for (int i = 0; i < 3; ++i)
+    {
+        for (int j = 0; j < 3; ++j)
+            matrix[3 * i + j] = kr.mean * saturated[3 * i + j];
+        matrix[4 * i] *= 1 + damping;
+        for (int j = 0; j < 3 && tangent == Tangent::Newton; ++j)
+            matrix[3 * i + j] += unit[i] * kr.byHead[j];
+    }
 }
 
 } // namespace percova

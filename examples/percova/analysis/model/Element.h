@@ -77,6 +77,7 @@ struct Easing
     /// curve is stretched on both sides of its knee, so that the total flow through the element is
     /// preserved.
     double sharpness = std::numeric_limits<double>::infinity();
+    bool operator==(const Easing&) const = default;
     bool IsNone() const { return leastKr == 0 && std::isinf(sharpness); }
 };
 
@@ -87,10 +88,34 @@ double SharpnessOf(const ElementState& element, const Soil& soil);
 /// The n x n matrix of an element whose relative conductivity is 1 everywhere.
 void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matrix);
 
-/// @param saturated  the element's SaturatedMatrix, which most elements of most problems need only
-///                   a multiple of
+/// Relative conductivities at the points of an element's rule for varying conductivity.
+struct PointConductivity
+{
+    const double* kr = nullptr;    ///< null: 1 everywhere
+    const double* slope = nullptr; ///< derivatives of kr by the pressure head [1/m]
+};
+
+/// @param saturated  the element's SaturatedMatrix, which elements of one conductivity need only a
+///                   multiple of
 /// @param damping  the diagonal of the Picard matrix is added this many times
 void Compute(const ElementState& element, const Soil& soil, const double* saturated,
-             const Easing& easing, Tangent tangent, double damping, ElementResult& result);
+             const PointConductivity& at, Tangent tangent, double damping, ElementResult& result);
+/// Only the flows, without a matrix at hand.
+void ComputeInflow(const ElementState& element, const Soil& soil, double* inflow);
+
+/// What the flows in a linear triangle, whose gradient is one and the same everywhere, need to know
+/// of its conductivities.
+struct TriangleConductivity
+{
+    double mean = 1;    ///< of kr, by the rule's weights
+    double byHead[3]{}; ///< derivatives of the mean by the heads of the nodes [1/m]
+};
+
+TriangleConductivity MeanOf(const PointConductivity& at);
+
+/// The flows in closed form, and the matrix: the sums of Compute, up to rounding.
+/// @param head  of the nodes, less any constant
+void ComputeTriangle(const double* saturated, const TriangleConductivity& kr, const double* head,
+                     Tangent tangent, double damping, double* inflow, double* matrix);
 
 } // namespace percova

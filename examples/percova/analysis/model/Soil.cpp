@@ -1,5 +1,6 @@
 #include "analysis/model/Soil.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace percova
@@ -9,13 +10,25 @@ namespace
 constexpr double kDegree = 0.017453292519943295769; // [rad]
 } // namespace
 
-WaterInSoil Soil::Water(double psi) const
+void Soil::Water(const double* psi, std::size_t count, double* content, double* capacity) const
 {
-    if (!hasCurve)
-        return {storage * psi, storage};
-    if (psi >= 0)
-        return {curve.Saturated() + storage * psi, storage};
-    return {curve.Content(gammaW * psi), -gammaW * curve.Slope(-gammaW * psi)};
+    constexpr std::size_t kChunk = 64;
+    double pressure[kChunk];
+    for (std::size_t first = 0; first < count && hasCurve; first += kChunk)
+    {
+        const std::size_t last = std::min(first + kChunk, count);
+        for (std::size_t i = first; i < last; ++i)
+            pressure[i - first] = gammaW * psi[i];
+        curve.Evaluate(pressure, last - first, content + first, capacity + first);
+    }
+    for (std::size_t i = 0; i < count; ++i)
+        if (!hasCurve || psi[i] >= 0)
+        {
+            content[i] = (hasCurve ? curve.Saturated() : 0) + storage * psi[i];
+            capacity[i] = storage;
+        }
+        else
+            capacity[i] *= gammaW;
 }
 
 bool MakeSoils(const Problem& problem, std::vector<Soil>& soils, std::string& reason)

@@ -6,17 +6,12 @@
 #include "analysis/model/WaterCurve.h"
 #include "problem/Problem.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace percova
 {
-
-/// Water in a unit volume of soil, and its derivative by the pressure head [1/m].
-struct WaterInSoil
-{
-    double content = 0, capacity = 0;
-};
 
 struct Soil
 {
@@ -29,9 +24,10 @@ struct Soil
 
     /// The saturated conductivity times a vector.
     Point Conducted(double x, double y) const { return {kx * x + kxy * y, kxy * x + ky * y}; }
-    /// theta(psi) below zero pressure head, theta_s + storage psi above; storage psi for either
-    /// sign where there is no curve.
-    WaterInSoil Water(double psi) const;
+    /// Water in a unit volume, content[i], and its derivative by the pressure head, capacity[i]
+    /// [1/m], at the pressure heads psi[i]: theta(psi) below zero, theta_s + storage psi above;
+    /// storage psi for either sign where there is no curve. No array overlaps another.
+    void Water(const double* psi, std::size_t count, double* content, double* capacity) const;
 };
 
 /// Soils of the problem's materials, in their order; curves given by points are fitted.

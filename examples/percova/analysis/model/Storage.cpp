@@ -4,6 +4,7 @@
 #include "analysis/model/Element.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace percova
 {
@@ -11,7 +12,8 @@ namespace
 {
 using sys::thread::task::ParallelForPieces;
 
-constexpr std::size_t kGrain = 64; ///< elements a thread takes at a time
+constexpr std::size_t kGrain = 64;  ///< elements a thread takes at a time
+constexpr std::size_t kBlock = 128; ///< nodes whose water is computed at a time
 
 /// Divides the area of an element among its nodes.
 void DivideArea(const ElementState& element, double* area)
@@ -39,20 +41,37 @@ void DivideArea(const ElementState& element, double* area)
         area[k] *= whole / sum;
 }
 
+/// The water at the points of an element.
+struct PointWater
+{
+    double volume[ElementRule::kMaxPoints]; ///< weights times areas
+    double content[ElementRule::kMaxPoints], capacity[ElementRule::kMaxPoints];
+
+    PointWater(const ElementState& element, const Soil& soil)
+    {
+        const ElementRule& rule = RuleOf(element.type, true);
+        double psi[ElementRule::kMaxPoints];
+        for (int p = 0; p < rule.points; ++p)
+        {
+            PointState at;
+            At(element, rule.N[p], rule.dN[p], at);
+            volume[p] = rule.weight[p] * at.area;
+            psi[p] = at.psi;
+        }
+        soil.Water(psi, std::size_t(rule.points), content, capacity);
+    }
+};
+
 /// The integrals of the shape functions times the water in an element.
 void Integrate(const ElementState& element, const Soil& soil, double* water)
 {
     const ElementRule& rule = RuleOf(element.type, true);
     const int n = NodeCount(element.type);
+    const PointWater at(element, soil);
     std::fill(water, water + n, 0.0);
-    PointState at;
     for (int p = 0; p < rule.points; ++p)
-    {
-        At(element, rule.N[p], rule.dN[p], at);
-        const double held = rule.weight[p] * at.area * soil.Water(at.psi).content;
         for (int k = 0; k < n; ++k)
-            water[k] += rule.N[p][PlaceOf(element.type, k)] * held;
-    }
+            water[k] += rule.N[p][PlaceOf(element.type, k)] * at.volume[p] * at.content[p];
 }
 
 } // namespace
@@ -135,24 +154,27 @@ void Storage::ElementWater(std::size_t e, const std::vector<double>& head, doubl
     const Soil& soil = soils_[model_.material[e]];
     if (isConsistent_[e])
         return Integrate(element, soil, water);
+    double psi[8], content[8], capacity[8];
+    const int n = NodeCount(element.type);
+    for (int k = 0; k < n; ++k)
+        psi[k] = element.psi[PlaceOf(element.type, k)];
+    soil.Water(psi, std::size_t(n), content, capacity);
     DivideArea(element, water);
-    for (int k = 0; k < NodeCount(element.type); ++k)
-        water[k] *= soil.Water(element.psi[PlaceOf(element.type, k)]).content;
+    for (int k = 0; k < n; ++k)
+        water[k] *= content[k];
 }
 
 void Storage::AddCapacity(std::size_t e, const std::vector<double>& head, double factor,
                           double* matrix) const
 {
     ElementState element;
-    PointState at;
     element.Load(mesh_, e, head.data());
     const ElementRule& rule = RuleOf(element.type, true);
     const int n = NodeCount(element.type);
+    const PointWater at(element, soils_[model_.material[e]]);
     for (int p = 0; p < rule.points; ++p)
     {
-        At(element, rule.N[p], rule.dN[p], at);
-        const double capacity =
-            factor * rule.weight[p] * at.area * soils_[model_.material[e]].Water(at.psi).capacity;
+        const double capacity = factor * at.volume[p] * at.capacity[p];
         for (int i = 0; i < n; ++i)
             for (int j = 0; j < n; ++j)
                 matrix[i * n + j] += capacity * rule.N[p][PlaceOf(element.type, i)] *
@@ -160,36 +182,60 @@ void Storage::AddCapacity(std::size_t e, const std::vector<double>& head, double
     }
 }
 
-void Storage::Evaluate(const std::vector<double>& head, std::vector<double>& water) const
+void Storage::Evaluate(const std::vector<double>& head, std::vector<double>& water,
+                       std::vector<double>& capacity) const
 {
     water.resize(head.size());
+    capacity.resize(head.size());
     if (anyConsistent_)
         ConsistentWater(head);
-    ParallelForPieces(0, head.size(), 4 * kGrain, [&](std::size_t begin, std::size_t end) {
-        for (std::size_t n = begin; n < end; ++n)
-        {
-            double sum = 0;
-            for (std::size_t k = start_[n]; k < start_[n + 1]; ++k)
-                if (shares_[k].area > 0)
-                    sum += shares_[k].area *
-                           soils_[shares_[k].soil].Water(head[n] - mesh_.y[n]).content;
-            for (std::size_t k = placeStart_[n]; anyConsistent_ && k < placeStart_[n + 1]; ++k)
-                sum += elementWater_[places_[k]];
-            water[n] = sum;
-        }
-    });
+    // The blocks do not depend on the number of threads.
+    ParallelForPieces(0, (head.size() + kBlock - 1) / kBlock, 2,
+                      [&](std::size_t begin, std::size_t end) {
+                          for (std::size_t block = begin; block < end; ++block)
+                          {
+                              const std::size_t first = block * kBlock;
+                              const std::size_t last = std::min(first + kBlock, head.size());
+                              EvaluateLumped(head, first, last, &water[first], &capacity[first]);
+                              for (std::size_t n = first; n < last && anyConsistent_; ++n)
+                                  for (std::size_t k = placeStart_[n]; k < placeStart_[n + 1]; ++k)
+                                      water[n] += elementWater_[places_[k]];
+                          }
+                      });
 }
 
-void Storage::LumpedCapacity(const std::vector<double>& head, std::vector<double>& capacity) const
+/// The lumped water of nodes @p first to @p last, all points of a soil at a time.
+void Storage::EvaluateLumped(const std::vector<double>& head, std::size_t first, std::size_t last,
+                             double* water, double* capacity) const
 {
-    capacity.resize(head.size());
-    for (std::size_t n = 0; n < head.size(); ++n)
-    {
-        capacity[n] = 0;
+    std::vector<std::pair<std::size_t, Share>> shares; // with their nodes
+    std::vector<double> psi, content, rise;
+    for (std::size_t n = first; n < last; ++n)
         for (std::size_t k = start_[n]; k < start_[n + 1]; ++k)
             if (shares_[k].area > 0)
-                capacity[n] +=
-                    shares_[k].area * soils_[shares_[k].soil].Water(head[n] - mesh_.y[n]).capacity;
+                shares.emplace_back(n, shares_[k]);
+    const auto isBefore = [](const auto& one, const auto& two) {
+        return one.second.soil < two.second.soil;
+    };
+    if (!std::is_sorted(shares.begin(), shares.end(), isBefore))
+        std::stable_sort(shares.begin(), shares.end(), isBefore);
+    for (const auto& [n, share] : shares)
+        psi.push_back(head[n] - mesh_.y[n]);
+    content.resize(psi.size());
+    rise.resize(psi.size());
+    for (std::size_t begin = 0, end; begin < shares.size(); begin = end)
+    {
+        const int soil = shares[begin].second.soil;
+        for (end = begin; end < shares.size() && shares[end].second.soil == soil;)
+            ++end;
+        soils_[soil].Water(&psi[begin], end - begin, &content[begin], &rise[begin]);
+    }
+    std::fill_n(water, last - first, 0.0);
+    std::fill_n(capacity, last - first, 0.0);
+    for (std::size_t i = 0; i < shares.size(); ++i)
+    {
+        water[shares[i].first - first] += shares[i].second.area * content[i];
+        capacity[shares[i].first - first] += shares[i].second.area * rise[i];
     }
 }
 
@@ -200,14 +246,21 @@ std::vector<double> Storage::Coefficients(const std::vector<double>& head) const
     ElementState element;
     for (std::size_t e = 0; e < mesh_.Elements(); ++e)
     {
-        double part[8];
+        double part[8], psi[8], content[8], capacity[8];
         element.Load(mesh_, e, none.data());
         DivideArea(element, part);
         for (int k = 0; k < NodeCount(element.type); ++k)
         {
+            const int node = mesh_.ElementNodes(e)[k];
+            psi[k] = head[node] - mesh_.y[node];
+        }
+        soils_[model_.material[e]].Water(psi, std::size_t(NodeCount(element.type)), content,
+                                         capacity);
+        for (int k = 0; k < NodeCount(element.type); ++k)
+        {
             const std::size_t n = std::size_t(mesh_.ElementNodes(e)[k]);
             area[n] += part[k];
-            sum[n] += part[k] * soils_[model_.material[e]].Water(head[n] - mesh_.y[n]).capacity;
+            sum[n] += part[k] * capacity[k];
         }
     }
     for (std::size_t n = 0; n < head.size(); ++n)

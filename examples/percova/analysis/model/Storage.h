@@ -27,12 +27,12 @@ class Storage
 public:
     Storage(const Model& model, const std::vector<Soil>& soils);
 
-    /// The water of every node [m3/m].
-    void Evaluate(const std::vector<double>& head, std::vector<double>& water) const;
+    /// The water of every node [m3/m], and the derivative of its lumped part by the node's own head
+    /// [m2/m].
+    void Evaluate(const std::vector<double>& head, std::vector<double>& water,
+                  std::vector<double>& capacity) const;
     /// The water of the nodes of one element in that element, in its own order [m3/m].
     void ElementWater(std::size_t element, const std::vector<double>& head, double* water) const;
-    /// The derivative of the lumped part by the node's own head [m2/m].
-    void LumpedCapacity(const std::vector<double>& head, std::vector<double>& capacity) const;
     bool IsConsistent(std::size_t element) const { return isConsistent_[element] != 0; }
     /// Adds @p factor times the derivative of a consistent element's water by its heads to @p
     /// matrix.
@@ -48,6 +48,8 @@ private:
         double area; ///< [m2]
     };
     void GatherShares();
+    void EvaluateLumped(const std::vector<double>& head, std::size_t first, std::size_t last,
+                        double* water, double* capacity) const;
     void ConsistentWater(const std::vector<double>& head) const;
 
     const Model& model_;

@@ -86,23 +86,30 @@ double WaterCurve::Content(double pressure) const
 
 double WaterCurve::Slope(double suction) const
 {
-    if (!(suction > 0) || (suction >= limit_ && rate_ == 0))
-        return 0;
-    if (rate_ > 0)
-        return -rate_ * (saturated_ - residual_) * std::exp(-rate_ * suction);
-    // theta = thetaS L^-m C with L = ln(e + (s/a)^n), C = 1 - ln(1 + s/r) / ln(1 + limit/r)
-    const double r = 0.003 * limit_;
-    const double n = function_.N(), m = function_.M();
-    const double power = std::pow(suction / function_.A(), n);
-    const double inner = std::exp(1.0) + power;
-    const double shape = std::log(inner);
-    const double range = std::log1p(limit_ / r);
-    const double correction = 1 - std::log1p(suction / r) / range;
-    const double factor = std::pow(shape, -m);
-    // power / inner tends to 1 where the power overflows
-    const double steep = std::isinf(power) ? 1 : power / inner;
-    return -Saturated() * factor *
-           (m * n * steep / (suction * shape) * correction + 1 / ((r + suction) * range));
+    const double pressure = -suction;
+    double content = 0, slope = 0;
+    Evaluate(&pressure, 1, &content, &slope);
+    return -slope;
+}
+
+void WaterCurve::Evaluate(const double* pressures, std::size_t count, double* contents,
+                          double* slopes) const
+{
+    if (rate_ == 0)
+        function_.Evaluate(pressures, contents, slopes, count);
+    for (std::size_t i = 0; i < count; ++i)
+        if (rate_ > 0)
+        {
+            const double drained =
+                (saturated_ - residual_) * std::exp(rate_ * std::min(pressures[i], 0.0));
+            contents[i] = residual_ + drained;
+            slopes[i] = pressures[i] < 0 ? rate_ * drained : 0;
+        }
+        else if (-pressures[i] >= limit_)
+        {
+            contents[i] = std::max(0.0, contents[i]);
+            slopes[i] = 0;
+        }
 }
 
 } // namespace percova

@@ -5,6 +5,7 @@
 #include "KVI.h"
 #include "problem/Problem.h"
 
+#include <cstddef>
 #include <string>
 
 namespace percova
@@ -28,6 +29,10 @@ public:
     /// Its derivative by the suction [1/kPa], at most 0; 0 for suctions not above 0 and at and
     /// beyond the limit.
     double Slope(double suction) const;
+    /// contents[i] and slopes[i], its derivative by the pressure [1/kPa], at least 0, at @p count
+    /// pressures: much faster than one by one. No array overlaps another.
+    void Evaluate(const double* pressures, std::size_t count, double* contents,
+                  double* slopes) const;
 
 private:
     math::fn::flow::FredXing function_{1, 1, 1, 1, 1e6};

@@ -105,14 +105,12 @@ void RegionFlows::Evaluate(const Solution& s, const std::vector<double>& storing
     {
         const Soil& soil = s.soils[model_.material[e]];
         ElementState element;
-        ElementResult flows;
-        double saturated[64];
+        double flows[8];
         element.Load(mesh, e, s.head.data());
-        SaturatedMatrix(element, soil, saturated);
-        Compute(element, soil, saturated, {}, Tangent::None, 0, flows);
+        ComputeInflow(element, soil, flows);
         for (int k = 0; k < NodeCount(element.type); ++k)
             if (const int pair = Find(mesh.ElementNodes(e)[k], model_.region[e]); pair >= 0)
-                inflow[pair] += flows.inflow[k];
+                inflow[pair] += flows[k];
     }
     result.regions.clear();
     for (const Region& region : model_.problem.regions)

@@ -125,13 +125,11 @@ double Sections::NodalFlow(const Solution& solution, const SectionSides& sides)
     {
         const Soil& soil = solution.soils[solution.model.material[share.element]];
         ElementState element;
-        ElementResult result;
-        double saturated[64];
+        double inflow[8];
         element.Load(solution.model.mesh, share.element, solution.head.data());
-        SaturatedMatrix(element, soil, saturated);
-        Compute(element, soil, saturated, {}, Tangent::None, 0, result);
+        ComputeInflow(element, soil, inflow);
         for (int k = 0; k < NodeCount(element.type); ++k)
-            flow += (share.left >> k & 1) != 0 ? result.inflow[k] : 0;
+            flow += (share.left >> k & 1) != 0 ? inflow[k] : 0;
     }
     return flow;
 }
