@@ -25,7 +25,6 @@ std::size_t Trimmed(const std::string& text, int keep)
 
 std::string fmt_float_cstring(double value, int decimals, int keep)
 {
-    const platform::FloatEnvGuard plain;
     std::string text("***************"); // the most that a string holds by itself
     int size = 0;
     if (keep >= 0)
@@ -33,6 +32,7 @@ std::string fmt_float_cstring(double value, int decimals, int keep)
     text.erase(std::size_t(size));
     if (size == 0)
     {
+        const platform::FloatEnvGuard plain;
         foundation::AppendFixed(text, value, decimals);
         text.erase(Trimmed(text, keep));
     }

@@ -149,9 +149,6 @@ bool Round(Rounded& rounded, double magnitude, int digits)
     return true;
 }
 
-// Copies 16 bytes, of which the caller keeps the first few.
-void Copy16(char* to, const char* from) { std::memcpy(to, from, 16); }
-
 char* WriteExponent(char* out, int exponent)
 {
     *out++ = 'e';
@@ -164,30 +161,31 @@ char* WriteExponent(char* out, int exponent)
     return out;
 }
 
-// A value as digits[0].digits[1]... times 10^exponent, for the shapes of "%g".
-char* WriteGeneral(char* out, const char* digits, int count, int kept, int exponent)
+// The last @p count of @p digits as d.ddd times 10^exponent in the shapes of "%g", of which @p kept
+// are not trailing zeros. Overwrites 32 characters.
+char* WriteGeneral(char* out, const SixteenDigits& digits, int count, int kept, int exponent)
 {
     if (exponent < -4 || exponent >= count)
     {
-        *out++ = digits[0];
-        *out = '.';
-        Copy16(out + 1, digits + 1);
-        out += kept > 1 ? kept : 0;
+        // The first digit is written twice, and the point over the second of them.
+        digits.WriteLast(out + 1, count);
+        out[0] = out[1];
+        out[1] = '.';
+        out += kept > 1 ? kept + 1 : 1;
         return WriteExponent(out, exponent);
     }
     if (exponent < 0)
     {
-        std::fill_n(out, 6, '0');
-        out[1] = '.';
-        Copy16(out + 1 - exponent, digits);
+        std::memcpy(out, "0.00000", 8);
+        digits.WriteLast(out + 1 - exponent, count);
         return out + 1 - exponent + kept;
     }
-    Copy16(out, digits);
+    digits.WriteLast(out, count);
     const int whole = exponent + 1;
     if (kept <= whole)
         return out + whole;
     out[whole] = '.';
-    Copy16(out + whole + 1, digits + whole);
+    digits.WriteLast(out + whole + 1, count - whole);
     return out + kept + 1;
 }
 
@@ -217,23 +215,37 @@ void AppendExact(std::string& text, double value, std::chars_format format, int 
 
 int ShortFixed(char* out, double value, int decimals, int keep)
 {
-    const double magnitude = std::fabs(value);
-    if (decimals < 1 || decimals > 6 || !(magnitude < 9999999))
+    constexpr std::uint32_t kPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000};
+    constexpr double kLimit = 9999999;
+    const std::uint64_t bits = std::bit_cast<std::uint64_t>(value);
+    const std::uint64_t magnitude = bits << 1 >> 1;
+    if (decimals < 1 || decimals > 6 || magnitude >= std::bit_cast<std::uint64_t>(kLimit))
         return 0;
-    const double power = kPower[decimals], scaled = magnitude * power;
-    const std::int64_t units = std::int64_t(scaled);
-    int whole = int(magnitude);
-    int fraction = int(units - whole * std::int64_t(power));
-    fraction += RoundsUp(magnitude, power, scaled, units);
-    if (fraction == int(power)) [[unlikely]]
+    // The magnitude is mantissa / 2^shift. Below 2^-40 it is shown as 0, whatever the mantissa.
+    const int shift = std::min(1023 + 52 + 4 - int(magnitude >> 52), 95); // 33 to 95
+    const std::uint64_t mantissa = ((magnitude << 12 >> 12) | std::uint64_t(1) << 52) << 4;
+    const std::uint64_t whole64 = shift < 64 ? mantissa >> shift : 0;
+    const std::uint64_t rest = mantissa - (shift < 64 ? whole64 << shift : 0);
+    // The decimals are rest * power / 2^shift, rounded half to even. The product, of up to 77 bits,
+    // is high * 2^32 + low.
+    const std::uint32_t power = kPowers[decimals];
+    const std::uint64_t low = std::uint64_t(std::uint32_t(rest)) * power;
+    const std::uint64_t high = (rest >> 32) * power + (low >> 32);
+    std::uint32_t fraction = std::uint32_t(high >> (shift - 32));
+    const std::uint64_t half = std::uint64_t(1) << (shift - 33);
+    const std::uint64_t below = high & (2 * half - 1);
+    const bool more = std::uint32_t(low) != 0 || (fraction & 1) != 0;
+    fraction += below + more > half;
+    std::uint32_t whole = std::uint32_t(whole64);
+    if (fraction == power) [[unlikely]]
     {
         ++whole;
         fraction = 0;
     }
-    const SixteenDigits digits{std::uint32_t(whole), std::uint32_t(fraction)};
+    const SixteenDigits digits(whole, fraction);
     // All in registers and stored at once: reading back overlapping stores takes longer than
     // computing the digits.
-    const bool negative = std::signbit(value);
+    const bool negative = bits != magnitude;
     const int leadingZeros = std::countr_zero(digits.front | std::uint64_t(1) << 56) / 8;
     const int point = negative + 8 - leadingZeros; // 1 to 8
     const std::uint64_t head =
@@ -281,9 +293,7 @@ char* FastSignificant(char* out, double value, int digits)
         return out + 1;
     }
     const SixteenDigits all(rounded.digits);
-    char text[32] = {};
-    all.WriteLast(text, digits);
-    return WriteGeneral(out, text, digits, digits - all.TrailingZeros(), rounded.exponent);
+    return WriteGeneral(out, all, digits, digits - all.TrailingZeros(), rounded.exponent);
 }
 
 char* FastScientific(char* out, double value, int decimals)

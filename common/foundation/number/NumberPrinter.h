@@ -1,6 +1,6 @@
 /// @file
 /// The number printer behind every text of the library. Callers hold a platform::FloatEnvGuard:
-/// the functions raise exceptions, and want rounding to nearest.
+/// all functions but ShortFixed raise exceptions, and want rounding to nearest.
 #pragma once
 
 #include <cstdint>
@@ -31,7 +31,7 @@ char* FastFixed(char* out, double value, int decimals);
 
 /// Writes the same without the trailing zeros after the first @p keep decimals (0 to @p decimals),
 /// when there are 1 to 6 decimals and at most 7 digits before the point. Overwrites 16 characters,
-/// the last one with 0.
+/// the last one with 0. Computes with integers alone, in any floating-point environment.
 /// @returns the length of the text, at most 15; 0 when nothing was written
 int ShortFixed(char* out, double value, int decimals, int keep);
 
