@@ -75,7 +75,9 @@ long ISysEqnImpl::InsertIntoSysCoefMtx(int element, const tagMatrixDbl* m)
     State& s = *state_;
     const numerics::Pattern& p = s.pattern;
     const std::size_t e = std::size_t(element);
-    if (element < 0 || e >= p.elements.Count())
+    if (m == nullptr)
+        s.Drop(L"InsertIntoSysCoefMtx: there is no matrix");
+    else if (element < 0 || e >= p.elements.Count())
         s.Drop(L"InsertIntoSysCoefMtx: there is no element " + std::to_wstring(element));
     else if (const std::size_t size = p.offsetStart[e + 1] - p.offsetStart[e];
              m->values.size() != size)
@@ -90,8 +92,10 @@ long ISysEqnImpl::InsertIntoSysCoefMtx(int element, const tagMatrixDbl* m)
 long ISysEqnImpl::InsertElementsIntoSysCoefMtx(int first, int count, const double* matrices)
 {
     State& s = *state_;
-    if (first < 0 || count < 0 ||
-        std::size_t(first) + std::size_t(count) > s.pattern.elements.Count())
+    if (matrices == nullptr && count != 0)
+        s.Drop(L"InsertElementsIntoSysCoefMtx: there are no matrices");
+    else if (first < 0 || count < 0 ||
+             std::size_t(first) + std::size_t(count) > s.pattern.elements.Count())
         s.Drop(L"InsertElementsIntoSysCoefMtx: element matrices reach past the last element");
     else
         AddElements(s.pattern, std::size_t(first), std::size_t(count), matrices, s.values.data(),
@@ -103,6 +107,11 @@ long ISysEqnImpl::InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
                                                  const tagMatrixDbl* m)
 {
     State& s = *state_;
+    if (equations == nullptr || m == nullptr)
+    {
+        s.Drop(L"InsertIntoSysCoefMtxByEqnIndxs: equations or matrix are missing");
+        return 0;
+    }
     const std::vector<int>& list = equations->values;
     const std::size_t size = list.size();
     if (m->values.size() != std::uint64_t{size} * size)
@@ -129,19 +138,21 @@ long ISysEqnImpl::InsertIntoSysCoefMtxByEqnIndxs(const tagVectorInt* equations,
 namespace
 {
 
-/// Calls f(equation, value) for each pair. Drops a whole contribution with unequal counts, and of
-/// others the pairs outside the system; @p call names the operation.
+/// Calls f(equation, value) for each pair. Drops a whole contribution that is missing or has
+/// unequal counts, and of others the pairs outside the system; @p call names the operation.
 template <class State, class F>
-void ForEach(State& s, const wchar_t* call, const tagVectorInt& equations, const tagVectorDbl& v,
+void ForEach(State& s, const wchar_t* call, const tagVectorInt* equations, const tagVectorDbl* v,
              F f)
 {
-    const std::size_t count = equations.values.size();
-    if (count != v.values.size())
+    if (equations == nullptr || v == nullptr)
+        return s.Drop(std::wstring(call) + L": equations or values are missing");
+    const std::size_t count = equations->values.size();
+    if (count != v->values.size())
         return s.Drop(call + (L": " + std::to_wstring(count)) + L" equations, but " +
-                      std::to_wstring(v.values.size()) + L" values");
+                      std::to_wstring(v->values.size()) + L" values");
     for (std::size_t k = 0; k < count; ++k)
-        if (const int i = equations.values[k]; s.Has(i))
-            f(std::size_t(i), v.values[k]);
+        if (const int i = equations->values[k]; s.Has(i))
+            f(std::size_t(i), v->values[k]);
         else
             s.Drop(call + (L": there is no equation " + std::to_wstring(i)), i);
 }
@@ -151,7 +162,7 @@ void ForEach(State& s, const wchar_t* call, const tagVectorInt& equations, const
 long ISysEqnImpl::AddToRHSVector(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(s, L"AddToRHSVector", *equations, *v,
+    ForEach(s, L"AddToRHSVector", equations, v,
             [&](std::size_t i, double value) { s.b[i] += value; });
     return 0;
 }
@@ -159,7 +170,7 @@ long ISysEqnImpl::AddToRHSVector(const tagVectorInt* equations, const tagVectorD
 long ISysEqnImpl::SetUnknownVector(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(s, L"SetUnknownVector", *equations, *v,
+    ForEach(s, L"SetUnknownVector", equations, v,
             [&](std::size_t i, double value) { s.x[i] = value; });
     return 0;
 }
@@ -167,7 +178,7 @@ long ISysEqnImpl::SetUnknownVector(const tagVectorInt* equations, const tagVecto
 long ISysEqnImpl::FixUnknowns(const tagVectorInt* equations, const tagVectorDbl* v)
 {
     State& s = *state_;
-    ForEach(s, L"FixUnknowns", *equations, *v, [&](std::size_t i, double value) {
+    ForEach(s, L"FixUnknowns", equations, v, [&](std::size_t i, double value) {
         s.fixedCount += 1 - s.fixed[i];
         s.fixed[i] = 1;
         s.prescribed[i] = value;

@@ -18,8 +18,8 @@
 /// nothing (NotFinite, TooLarge, an error of the vendor's) leaves NaN in every unknown, so that an
 /// older solution is not mistaken for a new one; an iterative one leaves its best approximation,
 /// the start included, and NaN only when memory runs out or it is stopped. An index outside the
-/// system, a coefficient outside the pattern, a matrix that does not fit its list and lists of
-/// unequal length are dropped, and the outcome of solves is Failed until ResetToZero; so it is
+/// system, a coefficient outside the pattern, a matrix that does not fit its list, lists of unequal
+/// length and null pointers are dropped, and the outcome of solves is Failed until ResetToZero; so it is
 /// before the first Initialize.
 ///
 /// Threads: one thread uses an object at a time, except for RequestStop. The solvers run threads of

@@ -17,7 +17,8 @@ namespace sys::thread::task
 /// A loop that ends within a few microseconds never leaves its thread. Loops nest, and may run with
 /// locks held. Every iteration computes in the floating-point environment of the calling thread.
 /// When one throws, no further ones are begun (those in progress on other threads finish) and the
-/// exception propagates from here.
+/// exception propagates from here. An iteration that ends its thread (pthread_exit) on a thread of
+/// the pool counts as one that threw a std::runtime_error.
 /// @returns whether every call returned true; a false result stops nothing
 KVI_API bool ParallelFor(const Range& range, const std::function<bool(unsigned)>& body);
 

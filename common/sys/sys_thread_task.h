@@ -93,7 +93,8 @@ KVI_API Handle Create(TaskHandle task, const Range& range, unsigned workers);
 /// For the next Run; not while the job runs.
 KVI_API void SetRange(const Handle& job, const Range& range);
 /// Runs the job with the caller taking part, and returns when it is done. An empty range is done at
-/// once. Exceptions of the task propagate from here; parts not yet begun are then skipped.
+/// once. Exceptions of the task propagate from here, as a std::runtime_error where the task ended a
+/// thread of the pool (pthread_exit); parts not yet begun are then skipped.
 KVI_API void Run(const Handle& job);
 /// Starts the job in the pool and returns. If the pool has no thread, Wait runs it.
 KVI_API void RunAsync(const Handle& job);

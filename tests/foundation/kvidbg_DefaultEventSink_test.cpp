@@ -65,11 +65,11 @@ TEST_F(LogFileTest, ATextOfSeveralLinesStaysOneRecord)
 TEST_F(LogFileTest, NeitherTextNorCategoryNamesForgeARecord)
 {
     const int mask = CategoryMask("z b\n2026-01-01T00:00:00.000Z error x \xC2\x85");
-    sink.Log({warning, mask, "", 0, ""}, L"\u0085\u009b31m\u2028\u2029\u00a0end");
+    sink.Log({warning, mask, "", 0, ""}, L"\u0085\u009b31m\u2028\u2029\u202e\u00a0end");
     EXPECT_THAT(
         ReadLines(path),
         ElementsAre(AllOf(HasSubstr(" z\\x20b\\x0a2026-01-01t00:00:00.000z\\x20error\\x20x\\x20"),
-                          EndsWith(" \\x85\\x9b31m\\u2028\\u2029\xC2\xA0"
+                          EndsWith(" \\x85\\x9b31m\\u2028\\u2029\\u202e\xC2\xA0"
                                    "end"))));
 }
 

@@ -76,6 +76,10 @@ TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
         {"FixUnknowns: 2 equations, but 1 values", [](ISysEqnImpl& s) { Fix(s, two, value); }, -1},
         {"AddToRHSVector: 1 equations, but 2 values", [](ISysEqnImpl& s) { Load(s, one, both); },
          -1},
+        {"FixUnknowns: equations or values are missing",
+         [](ISysEqnImpl& s) { s.FixUnknowns(nullptr, nullptr); }, -1},
+        {"InsertIntoSysCoefMtx: there is no matrix",
+         [](ISysEqnImpl& s) { s.InsertIntoSysCoefMtx(0, nullptr); }, -1},
     };
     for (const auto& [what, spoil, equation] : rows)
     {

@@ -30,11 +30,14 @@ void AppendNumber(std::string& out, unsigned long number)
     out.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
 }
 
-/// Control characters, and the two separators at which Unicode ends a line.
+/// Control characters, the two separators at which Unicode ends a line, and the marks that turn the
+/// direction of the text after them.
 bool IsControl(wchar_t c)
 {
     const auto code = static_cast<std::make_unsigned_t<wchar_t>>(c);
-    return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029;
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x61C || code == 0x200E ||
+           code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
 }
 
 /// Whether @p text is printable ASCII all through. (No early exit: the loop is vectorised.)
