@@ -136,6 +136,8 @@ TEST(LineIntersection2D, TellsTouchCrossingAndOverlap)
         {base, {{2, 4e-5}, {2, 4}}, Touching, {2, 4e-5}},
         {base, {{6, 0}, {1, 0}}, Overlap, {1, 0}, {4, 0}},
         {{{0, 9}, {0, 0}}, {{1e-5, 2}, {-1e-5, 5}}, Overlap, {1e-5, 2}, {-1e-5, 5}},
+        // across, the extremes are both at the foot
+        {{{0, 0}, {1e-5, 9}}, {{2e-5, 0}, {1e-5, 9}}, Overlap, {0, 0}, {1e-5, 9}},
         {base, {{4, 0}, {9, 0}}, Touching, {4, 0}},
         {{{1, 0}, {1, 0}}, base, Touching, {1, 0}},
         {{{0, 0}, {1, 1e-3}}, {{0, 1e-3}, {1, 0}}, Crossing, {0.5, 5e-4}},
