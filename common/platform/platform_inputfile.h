@@ -2,6 +2,8 @@
 /// A file opened for reading.
 #pragma once
 
+#include "platform/platform_openfile.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -13,11 +15,6 @@ namespace platform
 class InputFile
 {
 public:
-    InputFile() = default;
-    ~InputFile();
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-
     /// Opens @p path without waiting; anything but a regular file is refused.
     /// @param shared  whether other processes may write meanwhile, on systems that would prevent it
     /// @returns 0, or the system's error number
@@ -33,7 +30,7 @@ public:
     unsigned long Size(std::uint64_t& size) const;
 
 private:
-    std::intptr_t handle_ = -1;
+    OpenFile file_;
     std::uint64_t position_ = 0;
 };
 

@@ -15,11 +15,10 @@ LogFile::LogFile(std::wstring path) : path_(std::move(path)) {}
 
 LogFile::~LogFile()
 {
-    if (handle_ != -1)
+    if (file_.IsOpen())
         Leave();
     if (rewrite_ && Open() == 0)
         (void)WriteToOpen({}); // a failure can no longer be reported
-    Close();
 }
 
 WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
@@ -28,19 +27,19 @@ WriteResult LogFile::Write(std::string_view bytes, std::int64_t now)
     {
         looked_ = now;
         FindSizeLimit();
-        if (handle_ != -1 && !IsCurrent())
+        if (file_.IsOpen() && !IsCurrent())
             Leave();
     }
     for (int removals = 0;; ++removals)
     {
-        if (const unsigned long error = handle_ != -1 ? 0 : Open(); error != 0)
+        if (const unsigned long error = file_.IsOpen() ? 0 : Open(); error != 0)
             return {error, 0};
         const WriteResult result = WriteToOpen(bytes);
         if (result.error != 0)
         {
             if (!rewrite_)
                 unchecked_.clear();
-            Close();
+            (void)file_.Close();
             return result;
         }
         if (!regular_)
@@ -65,7 +64,7 @@ void LogFile::Leave()
     rewrite_ = rewrite_ || (regular_ && !unchecked_.empty() && IsRemoved());
     if (!rewrite_)
         unchecked_.clear();
-    Close();
+    (void)file_.Close();
 }
 
 WriteResult LogFile::WriteToOpen(std::string_view bytes)

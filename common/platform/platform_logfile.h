@@ -2,6 +2,8 @@
 /// Appending the log's records: to a file that several processes may share, or to the console.
 #pragma once
 
+#include "platform/platform_openfile.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -54,7 +56,6 @@ private:
     static const std::int64_t kLookEvery; // microseconds between checks of the path
 
     unsigned long Open();
-    void Close();
     void FindSizeLimit();
     /// Whether the path still names the file that is open.
     bool IsCurrent() const;
@@ -67,7 +68,7 @@ private:
     WriteResult WriteToOpen(std::string_view bytes);
 
     std::wstring path_;
-    std::intptr_t handle_ = -1;
+    OpenFile file_;
     std::uint64_t device_ = 0, number_ = 0; // identity of the open file in the file system
     std::int64_t looked_ = 0, checked_ = 0;
     bool regular_ = true;  // not a pipe, a device

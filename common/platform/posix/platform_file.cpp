@@ -1,6 +1,7 @@
 #include "platform/platform_file.h"
 
 #include "platform/platform_path.h"
+#include "platform/posix/Descriptor.h"
 #include "platform/posix/SystemPath.h"
 
 #include <cerrno>
@@ -83,10 +84,10 @@ unsigned long MakeTemporaryFile(const std::wstring& folder, const std::wstring& 
 {
     constexpr std::string_view kEnding = ".tmp";
     std::string name = ToSystemPath(Joined(folder, prefix)) + "XXXXXX" + std::string(kEnding);
-    const int file = ::mkostemps(name.data(), static_cast<int>(kEnding.size()), O_CLOEXEC);
-    if (file < 0)
+    const posix::Descriptor file(
+        ::mkostemps(name.data(), static_cast<int>(kEnding.size()), O_CLOEXEC));
+    if (!file.IsOpen())
         return Number();
-    ::close(file);
     path = posix::FromSystemPath(name);
     return 0;
 }

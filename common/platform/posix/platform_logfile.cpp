@@ -104,12 +104,12 @@ ssize_t WriteReopened(int file, std::string_view bytes)
 {
     char path[32];
     std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
-    const int own = ::open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (own < 0) // of another user, or no /proc: it has polled as writable
+    posix::Descriptor own(::open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!own.IsOpen()) // of another user, or no /proc: it has polled as writable
         return ::write(file, bytes.data(), std::min(bytes.size(), kPiece));
-    const ssize_t n = ::write(own, bytes.data(), bytes.size());
+    const ssize_t n = ::write(own.Number(), bytes.data(), bytes.size());
     const int error = errno;
-    ::close(own);
+    (void)own.Close();
     errno = error;
     return n;
 }
@@ -243,29 +243,16 @@ constinit ForkHandler forkHandler{ForkRank::platform, nullptr, nullptr, [] { thr
 
 unsigned long LogFile::Open()
 {
-    const int file = OpenToAppend(SystemPath(path_));
-    if (file < 0)
-        return ErrorNumber();
+    posix::Descriptor file(OpenToAppend(SystemPath(path_)));
     struct stat about;
-    if (::fstat(file, &about) != 0)
-    {
-        const unsigned long error = ErrorNumber();
-        ::close(file);
-        return error;
-    }
-    handle_ = file;
+    if (!file.IsOpen() || ::fstat(file.Number(), &about) != 0)
+        return ErrorNumber();
+    file_ = std::move(file);
     FindSizeLimit();
     device_ = about.st_dev;
     number_ = about.st_ino;
     regular_ = S_ISREG(about.st_mode);
     return 0;
-}
-
-void LogFile::Close()
-{
-    if (handle_ >= 0)
-        ::close(static_cast<int>(handle_));
-    handle_ = -1;
 }
 
 bool LogFile::IsCurrent() const
@@ -278,7 +265,7 @@ bool LogFile::IsCurrent() const
 bool LogFile::IsRemoved() const
 {
     struct stat about;
-    return ::fstat(static_cast<int>(handle_), &about) == 0 && about.st_nlink == 0;
+    return ::fstat(posix::NumberOf(file_), &about) == 0 && about.st_nlink == 0;
 }
 
 void LogFile::FindSizeLimit() { limited_ = HasSizeLimit(); }
@@ -287,7 +274,7 @@ const std::int64_t LogFile::kLookEvery = 500;
 
 WriteResult LogFile::WriteRaw(std::string_view bytes)
 {
-    const int file = static_cast<int>(handle_);
+    const int file = posix::NumberOf(file_);
     return regular_ ? WriteRegular(file, bytes, limited_) : WriteWithLimit(file, bytes);
 }
 

@@ -2,39 +2,27 @@
 /// Handles with an owner, times and names of files.
 #pragma once
 
+#include "platform/platform_openfile.h"
+
 #include <cstdint>
 #include <string>
-#include <utility>
 
 #include <windows.h>
 
 namespace platform::windows
 {
 
-/// Closes the handle that it holds.
-class Handle
+inline HANDLE HandleOf(const OpenFile& file) { return reinterpret_cast<HANDLE>(file.Number()); }
+
+/// An open file as a handle; INVALID_HANDLE_VALUE, the number -1, means none.
+class Handle : public OpenFile
 {
 public:
-    explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE) : handle_(handle) {}
-    ~Handle() { Close(); }
-    Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, INVALID_HANDLE_VALUE)) {}
-    Handle& operator=(Handle&& other) noexcept
+    explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE)
+        : OpenFile(reinterpret_cast<std::intptr_t>(handle))
     {
-        std::swap(handle_, other.handle_);
-        return *this;
     }
-
-    HANDLE Get() const { return handle_; }
-    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-    void Close()
-    {
-        const HANDLE handle = std::exchange(handle_, INVALID_HANDLE_VALUE);
-        if (handle != INVALID_HANDLE_VALUE)
-            ::CloseHandle(handle);
-    }
-
-private:
-    HANDLE handle_;
+    HANDLE Get() const { return HandleOf(*this); }
 };
 
 inline std::uint64_t Joined(DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; }

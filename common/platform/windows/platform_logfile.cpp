@@ -1,22 +1,21 @@
 #include "platform/platform_logfile.h"
 
 #include "platform/platform_utf8.h"
+#include "platform/windows/FileHandle.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <utility>
 
-#include <windows.h>
-
 namespace platform
 {
+using windows::HandleOf;
+
 namespace
 {
 // Attempts to get the lock below; then the write proceeds without it.
 constexpr int kLockTries = 100;
-
-HANDLE Handle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
 
 WriteResult WriteAll(HANDLE file, std::string_view bytes)
 {
@@ -73,12 +72,12 @@ private:
     bool locked_ = false;
 };
 
-HANDLE OpenPath(const std::wstring& path, DWORD access, DWORD creation)
+windows::Handle OpenPath(const std::wstring& path, DWORD access, DWORD creation)
 {
     // Full sharing, so that others may read, rename and remove a log in use.
-    return ::CreateFileW(path.c_str(), access,
-                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, creation,
-                         FILE_ATTRIBUTE_NORMAL, nullptr);
+    return windows::Handle(::CreateFileW(path.c_str(), access,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                         nullptr, creation, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 bool Identify(HANDLE file, std::uint64_t& device, std::uint64_t& number)
@@ -101,38 +100,27 @@ bool IsDeletePending(HANDLE file)
 
 unsigned long LogFile::Open()
 {
-    const HANDLE file =
-        OpenPath(path_, FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE, OPEN_ALWAYS);
-    if (file == INVALID_HANDLE_VALUE)
+    file_ = OpenPath(path_, FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE, OPEN_ALWAYS);
+    if (!file_.IsOpen())
         return ::GetLastError();
-    handle_ = reinterpret_cast<std::intptr_t>(file);
+    const HANDLE file = HandleOf(file_);
     regular_ = ::GetFileType(file) == FILE_TYPE_DISK && Identify(file, device_, number_);
     return 0;
-}
-
-void LogFile::Close()
-{
-    if (handle_ != -1)
-        ::CloseHandle(Handle(handle_));
-    handle_ = -1;
 }
 
 bool LogFile::IsCurrent() const
 {
     if (!regular_)
         return true;
-    if (IsDeletePending(Handle(handle_)))
+    if (IsDeletePending(HandleOf(file_)))
         return false;
-    const HANDLE named = OpenPath(path_, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
-    if (named == INVALID_HANDLE_VALUE)
-        return false;
+    const windows::Handle named = OpenPath(path_, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
     std::uint64_t device = 0, number = 0;
-    const bool known = Identify(named, device, number);
-    ::CloseHandle(named);
-    return known && device == device_ && number == number_;
+    return named.IsOpen() && Identify(named.Get(), device, number) && device == device_ &&
+           number == number_;
 }
 
-bool LogFile::IsRemoved() const { return regular_ && IsDeletePending(Handle(handle_)); }
+bool LogFile::IsRemoved() const { return regular_ && IsDeletePending(HandleOf(file_)); }
 
 void LogFile::FindSizeLimit() {} // the system has none
 
@@ -142,8 +130,8 @@ WriteResult LogFile::WriteRaw(std::string_view bytes)
 {
     std::optional<AppendLock> lock;
     if (regular_)
-        lock.emplace(Handle(handle_));
-    return WriteAll(Handle(handle_), bytes);
+        lock.emplace(HandleOf(file_));
+    return WriteAll(HandleOf(file_), bytes);
 }
 
 WriteResult WriteToConsole(bool toError, std::string_view bytes)
