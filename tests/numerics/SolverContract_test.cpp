@@ -261,7 +261,8 @@ TEST(SolverThreads, GiveTheSameBitsForEveryNumber)
     const std::pair<int, Model> rows[] = {
         {0, RandomModel(Grid(90, 30, 1, 0), Kind::Indefinite)},
         {1, RandomModel(Grid(90, 30, 1, 0), Kind::NonSymmetric)},
-        {2, Flow(120, Speckled)},
+        {2, Flow(200, Speckled)},
+        {2, Solid(100, {1e7}, 1e7)},
         {3, Flow(120, Speckled, 1, 0.3)},
         {3, Convection(90, 1)},
         {3, Convection(90, 100)},

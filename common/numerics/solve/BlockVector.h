@@ -21,6 +21,18 @@ constexpr int BlockCount(int n, int block = kVectorBlock)
     return int((static_cast<long long>(n) + block - 1) / block);
 }
 
+/// Calls f(number) for 0 ... @p count - 1, in parallel when @p work, in products and additions
+/// altogether, is worth that.
+template <class F>
+void ForNumbers(int count, double work, F f)
+{
+    constexpr double kWorthThreads = 50000; // about 20 us; waking a thread costs 2
+    if (count > 1 && work >= kWorthThreads)
+        return parallel::ForEach(std::size_t(count), [&](std::size_t number) { f(int(number)); });
+    for (int number = 0; number < count; ++number)
+        f(number);
+}
+
 /// Calls f(number, begin, end) for every block of @p n entries, in parallel when there are several.
 template <class F>
 void ForBlocks(int n, F f, int block = kVectorBlock)

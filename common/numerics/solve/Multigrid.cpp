@@ -73,69 +73,6 @@ void CoarseFactor::Solve(double* x) const
     }
 }
 
-void Multigrid::Level::Prepare()
-{
-    const auto n = std::size_t(A.n);
-    upper.resize(n);
-    lower.resize(n);
-    inverseDiagonal.assign(n, 0.0);
-    residual.resize(n);
-    for (int i = 0; i < A.n; ++i)
-    {
-        int k = A.rowStart[i];
-        while (k < A.rowStart[i + 1] && A.columns[k] <= i)
-            ++k;
-        upper[std::size_t(i)] = k;
-        const bool hasDiagonal = k > A.rowStart[i] && A.columns[k - 1] == i;
-        lower[std::size_t(i)] = hasDiagonal ? k - 1 : k;
-        if (hasDiagonal && A.values[k - 1] != 0)
-            inverseDiagonal[std::size_t(i)] = 1 / A.values[k - 1];
-    }
-}
-
-/// One sweep from zero, and the residual after it, which is minus the upper triangle's part. The
-/// entry next to the diagonal comes last: only it depends on the previous row.
-void Multigrid::Level::ForwardFromZero(const double* right, double* unknowns)
-{
-    const int* rowStart = A.rowStart;
-    const int* columns = A.columns;
-    const double* values = A.values;
-    const int* lowerEnd = lower.data();
-    const int* upperBegin = upper.data();
-    const double* inverse = inverseDiagonal.data();
-    for (int i = 0; i < A.n; ++i)
-    {
-        double sum = right[i];
-        for (int k = rowStart[i]; k < lowerEnd[i]; ++k)
-            sum -= values[k] * unknowns[columns[k]];
-        unknowns[i] = sum * inverse[i];
-    }
-    for (int i = 0; i < A.n; ++i)
-    {
-        double sum = 0;
-        for (int k = upperBegin[i]; k < rowStart[i + 1]; ++k)
-            sum -= values[k] * unknowns[columns[k]];
-        residual[std::size_t(i)] = sum;
-    }
-}
-
-void Multigrid::Level::Backward(const double* right, double* unknowns) const
-{
-    const int* rowStart = A.rowStart;
-    const int* columns = A.columns;
-    const double* values = A.values;
-    for (int i = A.n; i-- > 0;)
-    {
-        double before = right[i], after = 0;
-        for (int k = rowStart[i]; k < lower[std::size_t(i)]; ++k)
-            before -= values[k] * unknowns[columns[k]];
-        for (int k = rowStart[i + 1]; k-- > upper[std::size_t(i)];)
-            after += values[k] * unknowns[columns[k]];
-        if (inverseDiagonal[std::size_t(i)] != 0)
-            unknowns[i] = (before - after) * inverseDiagonal[std::size_t(i)];
-    }
-}
-
 void Multigrid::Build(const MatrixView& A)
 {
     const int unknowns = UnknownsPerNode(A);
@@ -147,7 +84,8 @@ void Multigrid::Build(const MatrixView& A)
     {
         const auto at = std::size_t(used_ - 1);
         Level& level = levels_[at];
-        level.Prepare();
+        level.smoother.Prepare(level.A);
+        level.residual.resize(std::size_t(level.A.n));
         hasCoarseFactor_ = level.A.n <= kDense;
         if (hasCoarseFactor_ || used_ == kMostLevels)
             break;
@@ -183,17 +121,17 @@ void Multigrid::Cycle(std::size_t at, const double* r, double* z)
         coarse_.Solve(z);
         return;
     }
-    level.ForwardFromZero(r, z);
+    level.smoother.ForwardFromZero(r, z, level.residual.data());
     if (isLast)
     {
-        level.Backward(r, z);
+        level.smoother.Backward(r, z);
         return;
     }
     Level& next = levels_[at + 1];
     Product(level.R, level.residual.data(), next.b.data());
     Cycle(at + 1, next.b.data(), next.x.data());
     AddProduct(level.P, next.x.data(), z);
-    level.Backward(r, z);
+    level.smoother.Backward(r, z);
 }
 
 } // namespace numerics

@@ -2,6 +2,7 @@
 /// @internal Algebraic multigrid by smoothed aggregation, one V-cycle as a preconditioner.
 #pragma once
 
+#include "numerics/solve/GaussSeidel.h"
 #include "numerics/solve/KrylovIteration.h"
 #include "numerics/system/SparseRows.h"
 
@@ -41,15 +42,9 @@ private:
     {
         SparseRows owned; ///< the matrix, except on the first level
         MatrixView A;
-        std::vector<int> lower; ///< by row, where the part left of the diagonal ends
-        std::vector<int> upper; ///< by row, where the part right of the diagonal begins
-        Vec inverseDiagonal;    ///< 0 where the diagonal is
-        SparseRows P, R;        ///< from and to the next level
-        Vec b, x, residual;     ///< b and x unused on the first level
-
-        void Prepare();
-        void ForwardFromZero(const double* right, double* unknowns);
-        void Backward(const double* right, double* unknowns) const;
+        GaussSeidel smoother;
+        SparseRows P, R;    ///< from and to the next level
+        Vec b, x, residual; ///< b and x unused on the first level
     };
 
     void Cycle(std::size_t at, const double* r, double* z);

@@ -1,4 +1,5 @@
 #include "numerics/FilledSystem.h"
+#include "numerics/solve/GaussSeidel.h"
 #include "numerics/solve/Krylov.h"
 #include "support/Numbers.h"
 
@@ -254,6 +255,47 @@ TEST(Krylov, SolvesIndefiniteMatricesAndEndsOnSingularOnes)
         floating.b[i] = i % 2 ? 1 : -1;
     solution = Solve(kSymmetric, floating);
     EXPECT_EQ(solution.record.outcome, SolveOutcome::Solved);
+}
+
+TEST(GaussSeidel, SweepsBlocksOfAnyBandAndKnowsTheResidual)
+{
+    const Model plate = Flow(60, Speckled);
+    Model tied = plate; // rows far apart, the second coupled in one direction only
+    tied.Add({5, 3000}, {1, -0.5, -0.5, 1});
+    tied.Add({2900, 40}, {0, -0.5, 0, 0});
+    const struct
+    {
+        System system;
+        int fewest, most; // blocks
+        bool isSymmetric;
+    } rows[] = {{plate, 6, 8, true},
+                {plate.Renumbered(Shuffled(plate.Size(), 3)), 1, 2, true},
+                {tied, 1, 5, false},
+                {Flow(20), 1, 1, true}};
+    for (const auto& [system, fewest, most, isSymmetric] : rows)
+    {
+        SCOPED_TRACE(&system - &rows[0].system);
+        GaussSeidel sweeps;
+        sweeps.Prepare(system.View());
+        EXPECT_GE(sweeps.Blocks(), fewest);
+        EXPECT_LE(sweeps.Blocks(), most);
+        Numbers x[2], b[2];
+        for (int k = 0; k < 2; ++k)
+        {
+            Numbers residual(system.b.size());
+            x[k] = b[k] = residual;
+            for (std::size_t i = 0; i < b[k].size(); ++i)
+                b[k][i] = std::sin(double(i * (k + 2)));
+            sweeps.ForwardFromZero(b[k].data(), x[k].data(), residual.data());
+            Eigen::VectorXd missing = Vector(b[k]) - Vector(residual);
+            system.ForEntries([&](int i, int j, double a) { missing[i] -= a * x[k][j]; });
+            EXPECT_LT(missing.norm(), 1e-12 * Vector(b[k]).norm());
+            sweeps.Backward(b[k].data(), x[k].data());
+        }
+        const double there = Vector(b[0]).dot(Vector(x[1]));
+        if (isSymmetric)
+            EXPECT_NEAR(there, Vector(b[1]).dot(Vector(x[0])), 1e-12 * std::abs(there));
+    }
 }
 
 } // namespace
