@@ -22,6 +22,19 @@ constexpr double kDamping = 1.7;
 // element are a quarter of the largest, but a half in the rows at a natural boundary.
 constexpr double kOwn = 0.55, kShared = 0.3;
 
+/// Calls f(node) for the nodes of A, which have @p unknowns each, in parallel where A is large.
+template <class F>
+void ForNodes(const MatrixView& A, int unknowns, F f)
+{
+    constexpr int kBlock = 1024; // nodes
+    const int nodes = A.n / unknowns;
+    ForNumbers(BlockCount(nodes, kBlock), A.rowStart[A.n], [&](int number) {
+        const int begin = number * kBlock, end = std::min(nodes - begin, kBlock) + begin;
+        for (int node = begin; node < end; ++node)
+            f(node);
+    });
+}
+
 /// True when rows come in groups of @p size with the same columns, which are whole groups too.
 bool HasUniformGroups(const MatrixView& A, int size)
 {
@@ -54,18 +67,23 @@ public:
     Couplings(const MatrixView& A, int unknowns) : A_(A), unknowns_(unknowns)
     {
         scale_.resize(std::size_t(A.n));
-        for (int i = 0; i < A.n; ++i)
+        ForNodes(A, 1, [&](int i) {
+            double& scale = scale_[std::size_t(i)];
+            scale = 0;
             for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
                 if (A.columns[k] == i && A.values[k] != 0)
-                    scale_[std::size_t(i)] =
-                        std::copysign(1 / std::sqrt(std::abs(A.values[k])), A.values[k]);
+                    scale = std::copysign(1 / std::sqrt(std::abs(A.values[k])), A.values[k]);
+        });
     }
 
+    int Unknowns() const { return unknowns_; }
     int Nodes() const { return A_.n / unknowns_; }
     int Length(int node) const
     {
         return (A_.rowStart[node * unknowns_ + 1] - A_.rowStart[node * unknowns_]) / unknowns_;
     }
+    /// Of all couplings of the nodes before @p node, the number.
+    int Start(int node) const { return A_.rowStart[node * unknowns_] / (unknowns_ * unknowns_); }
     int Neighbour(int node, int k) const
     {
         return A_.columns[A_.rowStart[node * unknowns_] + k * unknowns_] / unknowns_;
@@ -95,54 +113,53 @@ public:
 private:
     const MatrixView& A_;
     int unknowns_;
-    Vec scale_;
+    RawVector<double> scale_;
 };
 
 /// Marks the couplings that are strong for both their nodes, so that a node between strong regions
 /// does not connect them. @returns for each node whether it has any
-std::vector<char> MarkStrong(const Couplings& couplings, double threshold, Aggregates& result)
+RawVector<char> MarkStrong(const MatrixView& A, const Couplings& couplings, double threshold,
+                           Aggregates& result)
 {
     const int nodes = couplings.Nodes();
-    result.nodeStart.assign(std::size_t(nodes) + 1, 0);
-    for (int i = 0; i < nodes; ++i)
-        result.nodeStart[std::size_t(i) + 1] =
-            result.nodeStart[std::size_t(i)] + couplings.Length(i);
-    const auto count = std::size_t(result.nodeStart[std::size_t(nodes)]);
-    Vec sizes(count), largest(std::size_t(nodes), 0.0);
-    for (int i = 0; i < nodes; ++i)
-    {
-        double* size = sizes.data() + result.nodeStart[std::size_t(i)];
+    const auto count = std::size_t(couplings.Start(nodes));
+    RawVector<double> sizes(count), largest(static_cast<std::size_t>(nodes));
+    ForNodes(A, couplings.Unknowns(), [&](int i) {
+        double most = 0;
+        double* size = sizes.data() + couplings.Start(i);
         for (int k = 0; k < couplings.Length(i); ++k)
         {
             size[k] = couplings.Neighbour(i, k) == i ? 0.0 : couplings.Size(i, k);
-            largest[std::size_t(i)] = std::max(largest[std::size_t(i)], size[k]);
+            most = std::max(most, size[k]);
         }
-    }
-    result.isStrong.assign(count, 0);
-    std::vector<char> takesPart(std::size_t(nodes), 0);
-    for (int i = 0; i < nodes; ++i)
-    {
-        const auto begin = std::size_t(result.nodeStart[std::size_t(i)]);
-        for (int k = 0; k < couplings.Length(i); ++k)
+        largest[std::size_t(i)] = most;
+    });
+    result.isStrong.resize(count);
+    RawVector<char> takesPart(static_cast<std::size_t>(nodes));
+    ForNodes(A, couplings.Unknowns(), [&](int i) {
+        const int length = couplings.Length(i);
+        const double* const size = sizes.data() + couplings.Start(i);
+        const double* const most = largest.data();
+        char* const strong = result.isStrong.data() + couplings.Start(i);
+        const double here = most[i];
+        char isCoupled = 0;
+        for (int k = 0; k < length; ++k)
         {
-            const double size = sizes[begin + std::size_t(k)];
-            const double here = largest[std::size_t(i)];
-            const double there = largest[std::size_t(couplings.Neighbour(i, k))];
-            const bool isStrong = size > 0 && size >= threshold * std::max(here, there);
-            result.isStrong[begin + std::size_t(k)] = isStrong;
-            takesPart[std::size_t(i)] |= isStrong;
+            const double there = most[couplings.Neighbour(i, k)];
+            strong[k] = size[k] > 0 && size[k] >= threshold * std::max(here, there);
+            isCoupled |= strong[k];
         }
-    }
+        takesPart[std::size_t(i)] = isCoupled;
+    });
     return takesPart;
 }
 
 /// Excludes nodes whose rows are dominated by their diagonal.
-void ExcludeDominantRows(const MatrixView& A, int unknowns, std::vector<char>& takesPart)
+void ExcludeDominantRows(const MatrixView& A, int unknowns, RawVector<char>& takesPart)
 {
-    for (std::size_t node = 0; node < takesPart.size(); ++node)
-    {
+    ForNodes(A, unknowns, [&](int node) {
         bool isDominated = true;
-        for (int i = int(node) * unknowns; i < int(node + 1) * unknowns; ++i)
+        for (int i = node * unknowns; i < (node + 1) * unknowns; ++i)
         {
             double diagonal = 0, others = 0;
             for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
@@ -150,8 +167,8 @@ void ExcludeDominantRows(const MatrixView& A, int unknowns, std::vector<char>& t
             isDominated = isDominated && others <= kDominated * diagonal;
         }
         if (isDominated)
-            takesPart[node] = 0;
-    }
+            takesPart[std::size_t(node)] = 0;
+    });
 }
 
 } // namespace
@@ -169,7 +186,7 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
     Aggregates result;
     result.unknowns = unknowns;
     const Couplings couplings(A, unknowns);
-    std::vector<char> takesPart = MarkStrong(couplings, threshold, result);
+    RawVector<char> takesPart = MarkStrong(A, couplings, threshold, result);
     ExcludeDominantRows(A, unknowns, takesPart);
     constexpr int kFree = -2, kLeftOut = -1;
     const int nodes = couplings.Nodes();
@@ -177,7 +194,7 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
     for (std::size_t i = 0; i < result.of.size(); ++i)
         result.of[i] = takesPart[i] ? kFree : kLeftOut;
     auto forStrong = [&](int i, auto f) {
-        const std::size_t begin = std::size_t(result.nodeStart[std::size_t(i)]);
+        const std::size_t begin = std::size_t(couplings.Start(i));
         for (int k = 0; k < couplings.Length(i); ++k)
             if (result.isStrong[begin + std::size_t(k)])
                 f(couplings.Neighbour(i, k), k);
@@ -205,8 +222,7 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
     // Then every remaining node joins the aggregate of its most strongly coupled neighbour, without
     // chains.
     std::vector<int> joined(result.of);
-    for (int i = 0; i < nodes; ++i)
-    {
+    ForNodes(A, unknowns, [&](int i) {
         double largest = 0;
         if (result.of[std::size_t(i)] == kFree)
             forStrong(i, [&](int j, int k) {
@@ -217,7 +233,7 @@ Aggregates FormAggregates(const MatrixView& A, int unknowns, double threshold)
                     joined[std::size_t(i)] = result.of[std::size_t(j)];
                 }
             });
-    }
+    });
     result.of.swap(joined);
     // The remaining free nodes form aggregates among themselves.
     for (int i = 0; i < nodes; ++i)
@@ -233,17 +249,16 @@ namespace
 class Interpolation
 {
 public:
-    Interpolation(const MatrixView& A, const Aggregates& aggregates)
-        : A_(A), aggregates_(aggregates), unknowns_(aggregates.unknowns)
+    /// @param part  to which rows are appended
+    Interpolation(const MatrixView& A, const Aggregates& aggregates, SparseRows& part)
+        : A_(A), aggregates_(aggregates), unknowns_(aggregates.unknowns), P_(part)
     {
-        P_.Clear(A.n, aggregates.count * unknowns_);
-        P_.columns.reserve(std::size_t(A.n) * 3);
-        P_.values.reserve(std::size_t(A.n) * 3);
+        P_.columns.reserve(std::size_t(P_.rows) * 3);
+        P_.values.reserve(std::size_t(P_.rows) * 3);
         place_.assign(std::size_t(P_.cols), -1);
     }
 
     void AddRow(int i);
-    SparseRows Take() { return std::move(P_); }
 
 private:
     int AggregateOf(int i) const { return aggregates_.of[std::size_t(i / unknowns_)]; }
@@ -265,7 +280,7 @@ private:
     const MatrixView& A_;
     const Aggregates& aggregates_;
     int unknowns_;
-    SparseRows P_;
+    SparseRows& P_;
     std::vector<int> place_; ///< of a column in the current row; outdated where below its begin
 };
 
@@ -324,10 +339,13 @@ void Interpolation::AddRow(int i)
 
 SparseRows SmoothedInterpolation(const MatrixView& A, const Aggregates& aggregates)
 {
-    Interpolation interpolation(A, aggregates);
-    for (int i = 0; i < A.n; ++i)
-        interpolation.AddRow(i);
-    return interpolation.Take();
+    constexpr double kWork = 5; // for each entry of A
+    return MakeRows(A.n, aggregates.count * aggregates.unknowns, kWork * A.rowStart[A.n],
+                    [&](SparseRows& part, int begin, int end) {
+                        Interpolation interpolation(A, aggregates, part);
+                        for (int i = begin; i < end; ++i)
+                            interpolation.AddRow(i);
+                    });
 }
 
 } // namespace numerics

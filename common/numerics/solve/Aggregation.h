@@ -17,10 +17,9 @@ int UnknownsPerNode(const MatrixView& A);
 /// The strong couplings, and the aggregates they form.
 struct Aggregates
 {
-    int unknowns = 1;           ///< of a node
-    std::vector<int> nodeStart; ///< couplings of each node: its stored positions / unknowns
-    std::vector<char> isStrong; ///< for each coupling
-    std::vector<int> of;        ///< aggregate of each node, -1 for a node left to the smoother
+    int unknowns = 1;         ///< of a node
+    RawVector<char> isStrong; ///< for each coupling, node after node
+    std::vector<int> of;      ///< aggregate of each node, -1 for a node left to the smoother
     int count = 0;
 };
 

@@ -95,8 +95,7 @@ void Multigrid::Build(const MatrixView& A)
             break;
         level.P = SmoothedInterpolation(level.A, aggregates);
         level.R = Transposed(level.P);
-        SparseRows product = Times(level.R.View(), Times(level.A, level.P));
-        SortRows(product);
+        SparseRows product = TripleProduct(level.R, level.A, level.P);
         levels_.resize(std::max(levels_.size(), at + 2));
         Level& next = levels_[at + 1];
         next.owned = std::move(product);

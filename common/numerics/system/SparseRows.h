@@ -4,8 +4,9 @@
 
 #include "numerics/solve/BlockVector.h"
 #include "numerics/system/MatrixView.h"
+#include "numerics/system/RawVector.h"
 
-#include <vector>
+#include <functional>
 
 namespace numerics
 {
@@ -15,9 +16,9 @@ struct SparseRows
 {
     int rows = 0;
     int cols = 0;
-    std::vector<int> start{0};
-    std::vector<int> columns;
-    Vec values;
+    RawVector<int> start{0};
+    RawVector<int> columns;
+    RawVector<double> values;
 
     int Stored() const { return start.back(); }
     MatrixView View() const { return {rows, start.data(), columns.data(), values.data()}; }
@@ -26,14 +27,18 @@ struct SparseRows
     void EndRow() { start.push_back(int(columns.size())); }
 };
 
+/// Appends the rows from @p begin up to and without @p end of a matrix to a part that has none.
+using RowMaker = std::function<void(SparseRows& part, int begin, int end)>;
+
+/// Makes a matrix whose rows do not depend on each other, in parts on several threads where
+/// @p work, in products and additions, is worth that.
+SparseRows MakeRows(int rows, int cols, double work, const RowMaker& make);
+
 /// B = A^T, columns ascending.
 SparseRows Transposed(const SparseRows& A);
 
-/// C = A B, columns in the order of their first appearance.
-SparseRows Times(const MatrixView& A, const SparseRows& B);
-
-/// Puts the columns of every row in ascending order.
-void SortRows(SparseRows& A);
+/// C = R A P, columns ascending.
+SparseRows TripleProduct(const SparseRows& R, const MatrixView& A, const SparseRows& P);
 
 /// y = y + A x
 void AddProduct(const SparseRows& A, const double* x, double* y);
