@@ -1,14 +1,19 @@
 #include "numerics/system/Pattern.h"
 
+#include "numerics/solve/BlockVector.h"
+#include "numerics/solve/Threads.h"
 #include "numerics/system/PatternRows.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 namespace numerics
 {
@@ -45,12 +50,22 @@ SolveRecord Measure(const tagMultiVectorInt& elements, int count, Pattern& patte
     if (last != elements.values.size())
         return Refused(SolveOutcome::Failed, L"indices follow the last element list");
     int largest = std::max(count, 0) - 1;
-    for (const int equation : elements.values)
+    // Impossible equations are negative, which as unsigned is large, or 2^31 - 1.
+    const std::vector<int>& equations = elements.values;
+    std::vector<unsigned> most(std::size_t(BlockCount(int(equations.size()))));
+    ForBlocks(int(equations.size()), [&](int block, int begin, int end) {
+        unsigned greatest = 0;
+        for (int i = begin; i < end; ++i)
+            greatest = std::max(greatest, unsigned(equations[std::size_t(i)]));
+        most[std::size_t(block)] = greatest;
+    });
+    for (const unsigned greatest : most)
     {
-        if (equation < 0 || std::size_t(equation) == kMaxIndex)
+        const auto isImpossible = [](int equation) { return unsigned(equation) >= kMaxIndex; };
+        if (isImpossible(int(greatest)))
             return Refused(SolveOutcome::Failed, L"an element names an impossible equation",
-                           equation);
-        largest = std::max(largest, equation);
+                           *std::find_if(equations.begin(), equations.end(), isImpossible));
+        largest = std::max(largest, int(greatest));
     }
     // Sparse numbering is legal; but an index that requires a thousand times more equations than
     // the lists can touch, and gigabytes for them, counts as corrupted unless the count was given.
@@ -84,53 +99,59 @@ bool BlocksFit(const tagMultiVectorInt& elements)
 
 /// Where the entries of every element's matrix begin; false when there are more than memory can
 /// address.
-bool CountEntries(Pattern& pattern)
+bool CountEntries(const tagMultiVectorInt& elements, std::vector<std::size_t>& offsetStart)
 {
     constexpr std::uint64_t kMost =
         std::numeric_limits<std::ptrdiff_t>::max() / sizeof(std::uint32_t);
-    pattern.offsetStart.resize(pattern.elements.Count() + 1);
+    offsetStart.resize(elements.Count() + 1);
     std::uint64_t sum = 0;
-    for (std::size_t e = 0; e < pattern.elements.Count(); ++e)
+    std::size_t start = 0;
+    for (std::size_t e = 0; e < elements.Count(); ++e)
     {
-        pattern.offsetStart[e] = std::size_t(sum);
-        const auto size = std::uint64_t(pattern.ElementSize(e));
+        offsetStart[e] = std::size_t(sum);
+        const std::uint64_t size = elements.ends[e] - std::exchange(start, elements.ends[e]);
         sum += size * size;
         if (sum > kMost)
             return false;
     }
-    pattern.offsetStart.back() = std::size_t(sum);
+    offsetStart.back() = std::size_t(sum);
     return true;
 }
 
 /// Are the rows of consecutive elements mostly far apart?
-bool IsScattered(const Pattern& pattern)
+bool IsScattered(const tagMultiVectorInt& elements)
 {
     constexpr int kNear = 64; // rows
-    std::size_t jumps = 0;
+    std::size_t jumps = 0, start = 0;
     int before = 0;
-    for (std::size_t e = 0; e < pattern.elements.Count(); ++e)
+    for (const std::size_t end : elements.ends)
     {
-        if (pattern.ElementSize(e) == 0)
+        const std::size_t first = std::exchange(start, end);
+        if (first == end)
             continue;
-        const int row = pattern.elements.values[pattern.ElementStart(e)];
+        const int row = elements.values[first];
         jumps += std::abs(row - before) > kNear;
         before = row;
     }
-    return jumps > pattern.elements.Count() / 4;
+    return jumps > elements.Count() / 4;
 }
 
-SolveRecord Build(const tagMultiVectorInt& elements, int count, int threads, Pattern& pattern)
+SolveRecord Build(const tagMultiVectorInt& elements, int count, Pattern& pattern)
 {
     SolveRecord refused = Measure(elements, count, pattern);
     if (refused.outcome != SolveOutcome::Solved)
         return refused;
-    if (!BlocksFit(elements))
-        return Refused(SolveOutcome::TooLarge, kTooMany);
-    pattern.elements = elements;
-    if (!CountEntries(pattern))
-        return Refused(SolveOutcome::TooLarge, kTooMany);
-    pattern.isScattered = IsScattered(pattern);
-    if (!BuildRows(pattern, threads))
+    bool fits = true;
+    const std::function<void()> tasks[] = {
+        [&] { pattern.elements = elements; },
+        [&] {
+            fits = BlocksFit(elements) && CountEntries(elements, pattern.offsetStart);
+            pattern.isScattered = IsScattered(elements);
+        },
+    };
+    ForNumbers(int(std::size(tasks)), double(elements.values.size()),
+               [&](int number) { tasks[number](); });
+    if (!fits || !BuildRows(pattern))
         return Refused(SolveOutcome::TooLarge, kTooMany);
     return {};
 }
@@ -159,9 +180,10 @@ SolveRecord BuildPattern(const tagMultiVectorInt& elements, int count, Pattern& 
 {
     constexpr const wchar_t* kNoMemory = L"memory cannot hold the matrix";
     pattern = {};
+    const parallel::ThreadLimit limit(threads);
     try
     {
-        const SolveRecord record = Build(elements, count, threads, pattern);
+        const SolveRecord record = Build(elements, count, pattern);
         return record.outcome == SolveOutcome::Solved
                    ? record
                    : EmptyPattern(pattern, record.outcome, record.reason, record.equation);

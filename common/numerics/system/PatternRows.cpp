@@ -1,6 +1,8 @@
 #include "numerics/system/PatternRows.h"
 
+#include "numerics/solve/BlockVector.h"
 #include "numerics/solve/Threads.h"
+#include "numerics/system/Adjacency.h"
 #include "numerics/system/RawVector.h"
 #include "parallel/For.h"
 
@@ -19,57 +21,6 @@ namespace
 {
 
 constexpr std::size_t kMaxIndex = std::size_t(std::numeric_limits<int>::max());
-
-/// One occurrence of an equation in an element's list.
-struct Touch
-{
-    int element;
-    int place;
-};
-
-/// For each equation its places in element lists, by a counting sort: ascending elements.
-class Adjacency
-{
-public:
-    explicit Adjacency(const Pattern& pattern)
-        : start_(std::size_t(pattern.n) + 1), adjacency_(pattern.elements.values.size()),
-          order_(std::size_t(pattern.n))
-    {
-        std::size_t met = 0;
-        for (const int equation : pattern.elements.values)
-            if (start_[std::size_t(equation)]++ == 0)
-                order_[met++] = equation;
-        order_.resize(met);
-        int sum = 0;
-        for (int& start : start_)
-            sum = start = sum + start; // the end of the row, moved down to its start below
-        for (std::size_t e = pattern.elements.Count(); e-- > 0;)
-        {
-            const int* list = pattern.elements.values.data() + pattern.ElementStart(e);
-            for (int place = pattern.ElementSize(e); place-- > 0;)
-                adjacency_[std::size_t(--start_[std::size_t(list[place])])] = {int(e), place};
-        }
-    }
-
-    const Touch* begin(int row) const { return adjacency_.data() + start_[std::size_t(row)]; }
-    const Touch* end(int row) const { return adjacency_.data() + start_[std::size_t(row) + 1]; }
-    /// Prefetches a row that is needed shortly.
-    void Fetch(int row) const { __builtin_prefetch(begin(row)); }
-    /// Do two rows belong to the same elements, and so have the same columns?
-    bool HaveEqualRows(int a, int b) const
-    {
-        return std::equal(begin(a), end(a), begin(b), end(b),
-                          [](Touch x, Touch y) { return x.element == y.element; });
-    }
-    /// The rows that elements touch, in the order of their first occurrence in the lists.
-    /// Consecutive rows here share elements, however the equations are numbered.
-    const std::vector<int>& Order() const { return order_; }
-
-private:
-    std::vector<int> start_;
-    RawVector<Touch> adjacency_;
-    std::vector<int> order_;
-};
 
 /// rank[i] = how many of the @p count distinct numbers are smaller than numbers[i]. Both arrays
 /// have room for kRankMargin more.
@@ -104,14 +55,13 @@ template <class Offset>
 class RowBuilder
 {
 public:
-    RowBuilder(Pattern& pattern, const Adjacency& touches)
+    /// @param widest  entries of the longest element list
+    RowBuilder(Pattern& pattern, const Adjacency& touches, std::size_t widest)
         : adjacency_(touches), lists_(pattern.elements.values.data()),
           ends_(pattern.elements.ends.data()), offsetStart_(pattern.offsetStart.data()),
           offsets_(static_cast<Offset*>(static_cast<void*>(pattern.offsets.data()))),
-          lengths_(pattern.rowStart.data() + 1), equations_(std::size_t(pattern.n))
+          lengths_(pattern.rowStart.data() + 1), equations_(std::size_t(pattern.n)), widest_(widest)
     {
-        for (std::size_t e = 0; e < pattern.elements.Count(); ++e)
-            widest_ = std::max(widest_, Size(e));
     }
 
     /// Builds @p count rows, and leaves the length of each row r in rowStart[r + 1].
@@ -251,7 +201,7 @@ private:
     Offset* offsets_;
     int* lengths_;
     std::size_t equations_;
-    std::size_t widest_ = 0; ///< entries of the longest element list
+    std::size_t widest_; ///< entries of the longest element list
 
     RawVector<Mark> marks_; ///< of every equation
     RawVector<int> columns_;
@@ -280,23 +230,25 @@ bool SumLengths(std::vector<int>& rowStart)
 /// Builds all rows with offsets of one type, in parts that threads build independently and
 /// concatenate once all lengths are known.
 template <class Offset>
-bool BuildAs(Pattern& pattern, const Adjacency& touches, int parts, int threads)
+bool BuildAs(Pattern& pattern, const Adjacency& touches, int parts)
 {
     pattern.offsetBytes = int(sizeof(Offset));
     const std::size_t entries = pattern.offsetStart.back();
     pattern.offsets.resize(entries * sizeof(Offset));
     pattern.rowStart.assign(std::size_t(pattern.n) + 1, 0);
-    const std::vector<int>& order = touches.Order();
+    const RawVector<int>& order = touches.Order();
     const auto border = [&](int part) {
         return order.size() * std::size_t(part) / std::size_t(parts);
     };
     std::vector<RowBuilder<Offset>> builders;
     builders.reserve(std::size_t(parts));
+    std::size_t widest = 0;
+    for (std::size_t e = 0; e < pattern.elements.Count(); ++e)
+        widest = std::max(widest, std::size_t(pattern.ElementSize(e)));
     for (int part = 0; part < parts; ++part)
-        builders.emplace_back(pattern, touches);
+        builders.emplace_back(pattern, touches, widest);
     const auto forParts = [&](auto body) {
-        parallel::ForEach(
-            std::size_t(parts), [&](std::size_t part) { body(int(part)); }, threads);
+        parallel::ForEach(std::size_t(parts), [&](std::size_t part) { body(int(part)); });
     };
 
     std::atomic<bool> isBuilt = true;
@@ -323,27 +275,28 @@ bool BuildAs(Pattern& pattern, const Adjacency& touches, int parts, int threads)
 
 } // namespace
 
-bool BuildRows(Pattern& pattern, int threads)
+bool BuildRows(Pattern& pattern)
 {
-    const Adjacency touches(pattern);
-    pattern.firstElement.resize(std::size_t(pattern.n));
-    double span = 0;
-    for (int row = 0; row < pattern.n; ++row)
-        if (touches.begin(row) != touches.end(row))
-        {
-            pattern.firstElement[std::size_t(row)] = touches.begin(row)->element;
-            span += (touches.end(row) - 1)->element - touches.begin(row)->element;
-        }
-    pattern.span = touches.Order().empty() ? 0 : span / double(touches.Order().size());
-
     constexpr std::size_t kWorthThreads = 100'000; // entries, about 0.4 ms
     constexpr int kMostParts = 8; // each stores the last occurrence of every column
-    const int parts = threads == 1 || pattern.offsetStart.back() < kWorthThreads
-                          ? 1
-                          : std::min(ThreadCount(threads), kMostParts);
-    return BuildAs<std::uint8_t>(pattern, touches, parts, threads) ||
-           BuildAs<std::uint16_t>(pattern, touches, parts, threads) ||
-           BuildAs<std::uint32_t>(pattern, touches, parts, threads);
+    const int parts =
+        pattern.offsetStart.back() < kWorthThreads ? 1 : std::min(ThreadCount(0), kMostParts);
+    const Adjacency touches(pattern, parts);
+    pattern.firstElement.resize(std::size_t(pattern.n));
+    const double span = SumBlocks(pattern.n, [&](int begin, int end) {
+        double sum = 0; // of integers, which is exact
+        for (int row = begin; row < end; ++row)
+            if (touches.begin(row) != touches.end(row))
+            {
+                pattern.firstElement[std::size_t(row)] = touches.begin(row)->element;
+                sum += (touches.end(row) - 1)->element - touches.begin(row)->element;
+            }
+        return sum;
+    });
+    pattern.span = touches.Order().empty() ? 0 : span / double(touches.Order().size());
+    return BuildAs<std::uint8_t>(pattern, touches, parts) ||
+           BuildAs<std::uint16_t>(pattern, touches, parts) ||
+           BuildAs<std::uint32_t>(pattern, touches, parts);
 }
 
 } // namespace numerics

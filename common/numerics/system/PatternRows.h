@@ -8,8 +8,8 @@ namespace numerics
 {
 
 /// Fills rowStart, columns, offsets, firstElement and span of a pattern whose elements, offsetStart
-/// and n are set. Runs on @p threads (0: all), with the same result on any number.
+/// and n are set. The result is the same on any number of threads.
 /// @returns false when the positions are more than an int can count
-bool BuildRows(Pattern& pattern, int threads);
+bool BuildRows(Pattern& pattern);
 
 } // namespace numerics
