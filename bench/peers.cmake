@@ -48,3 +48,12 @@ kvi_bench(Geom LIBS kvi_peer_geometry)
 # Boost's own headers, in GCC 12's eyes.
 set_source_files_properties(Geom/Crossings_bench.cpp Geom/Meetings_bench.cpp Geom/Rings_bench.cpp PROPERTIES
                             COMPILE_OPTIONS -Wno-maybe-uninitialized)
+
+# Python in the program itself, and the library that its module loads.
+find_package(Python COMPONENTS Interpreter Development NumPy REQUIRED)
+find_package(pybind11 REQUIRED)
+add_executable(bench_python python/Arrays_bench.cpp main.cpp)
+target_link_libraries(bench_python PRIVATE kvi_compile KVI::kvi pybind11::embed benchmark::benchmark)
+target_compile_definitions(bench_python PRIVATE KVI_PYTHON_MODULES="${CMAKE_BINARY_DIR}/python")
+add_dependencies(bench_python kvi_python)
+kvi_add_string_table(bench_python "${PROJECT_SOURCE_DIR}/host/kvi_messages.strings")

@@ -243,11 +243,7 @@ std::function<void(ISysEqnImpl&)> SolverOf(const std::string& method, double tol
     if (method == "iterative_nonsymmetric")
         return [=](ISysEqnImpl& s) { s.SolveForUnknownVector_Iterative_NonSym(tol, most); };
     if (method == "sparse")
-        return [](ISysEqnImpl& s) {
-            s.SolveForUnknownVector_PARDISO_SetUp();
-            s.SolveForUnknownVector_PARDISO();
-            s.SolveForUnknownVector_PARDISO_Release();
-        };
+        return [](ISysEqnImpl& s) { s.SolveForUnknownVector_PARDISO(); };
     throw py::value_error("no method " + method +
                           ": sparse, direct, direct_nonsymmetric, iterative or "
                           "iterative_nonsymmetric");
