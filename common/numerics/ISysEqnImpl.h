@@ -22,6 +22,12 @@
 /// length and null pointers are dropped, and the outcome of solves is Failed until ResetToZero; so it is
 /// before the first Initialize.
 ///
+/// Memory, in bytes an equation of a plane mesh of 4-node elements with one unknown a node: 250 to
+/// 300 for pattern and matrix; what the solver keeps until the pattern changes is 240 for the
+/// iterative ones, 870 at 1e5 equations and 900 at 1e6 for the sparse direct one (as log n in the
+/// plane, as n^(1/3) in space), 2900 at 1e5 for the profile solver (8 an entry of the profile, or
+/// 16 if not symmetric: as the square root of n).
+///
 /// Threads: one thread uses an object at a time, except for RequestStop. The solvers run threads of
 /// their own; the bits of every result are the same for any number of them.
 /// @code

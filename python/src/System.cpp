@@ -342,7 +342,9 @@ void BindSystem(py::module_& module)
              "believed), equation at fault or -1, iterations, residual, row_wise_error, "
              "norm_wise_error, loose_modes, reason, solver. method: sparse, direct, "
              "direct_nonsymmetric, iterative, iterative_nonsymmetric. tol: relative residual, for "
-             "the iterative ones. Other Python threads run meanwhile. Ctrl-C stops the solve; what "
+             "the iterative ones. sparse keeps its factor while matrix and supports stand: another "
+             "load then costs a substitution. Other Python threads run meanwhile. Ctrl-C stops the "
+             "solve; what "
              "cannot be stopped (MKL's solver) goes on alone after two seconds, and the system "
              "cannot be used before its end.")
         .def("reactions", &System::Reactions, "A x - b: what the supports deliver")
