@@ -36,6 +36,7 @@ public:
     void BindLines();
 
 private:
+    std::vector<Geom::Extents2D> LookedAt() const;
     void Error(const Place& place, const std::string& text)
     {
         faults_.Error(problem_.file, place, text);
@@ -234,6 +235,32 @@ void Binder::BindBoundaries()
     }
 }
 
+/// Boxes around the points, and the segments of lines, that are looked for in the mesh.
+std::vector<Geom::Extents2D> Binder::LookedAt() const
+{
+    std::vector<Geom::Extents2D> boxes;
+    const auto add = [&](const Polyline& line) {
+        for (std::size_t i = line.size() == 1 ? 0 : 1; i < line.size(); ++i)
+        {
+            Geom::Extents2D& box = boxes.emplace_back();
+            Geom::ExtentsGrow2D(box, line[i]);
+            Geom::ExtentsGrow2D(box, line[i == 0 ? 0 : i - 1]);
+        }
+    };
+    for (const Probe& probe : problem_.probes)
+        add({probe.at});
+    for (const Section& section : problem_.sections)
+        add(section.line);
+    for (const Source& source : problem_.sources)
+        add(source.line);
+    for (const Section& uplift : problem_.uplifts)
+        if (uplift.line.empty()) // a curve of the mesh
+            return {};
+        else
+            add(uplift.line);
+    return boxes;
+}
+
 void Binder::BindProbes()
 {
     model_.finder.reset();
@@ -244,7 +271,7 @@ void Binder::BindProbes()
         !problem_.sections.empty() || !problem_.sources.empty() || !problem_.uplifts.empty();
     if (problem_.probes.empty() && !hasLines)
         return;
-    model_.finder = std::make_shared<const ElementFinder>(mesh_);
+    model_.finder = std::make_shared<const ElementFinder>(mesh_, LookedAt());
     for (const Probe& probe : problem_.probes)
         if (model_.finder->At(mesh_, probe.at).empty())
             faults_.Warning(problem_.file, probe.place,

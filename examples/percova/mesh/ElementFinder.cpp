@@ -35,21 +35,43 @@ std::vector<Point> RingAround(const Mesh& mesh, std::size_t e)
 
 } // namespace
 
-ElementFinder::ElementFinder(const Mesh& mesh)
+ElementFinder::ElementFinder(const Mesh& mesh, const std::vector<Geom::Extents2D>& where)
 {
     constexpr unsigned kLeaf = 8;
+    constexpr std::size_t kMostBoxes = 32; // more would take longer than to insert all elements
+    const bool isAnywhere = where.empty() || where.size() > kMostBoxes;
+    const Geom::Precision3D precision = PrecisionFor(mesh);
     std::vector<std::vector<Point>> rings;
+    std::vector<std::uint32_t> elements;
     Geom::Extents2D box;
     for (std::size_t e = 0; e < mesh.Elements(); ++e)
     {
+        Geom::Extents2D own;
+        for (int k = 0; k < NodeCount(mesh.type[e]); ++k)
+        {
+            const int node = mesh.ElementNodes(e)[k];
+            Geom::ExtentsGrow2D(own, {mesh.x[node], mesh.y[node]});
+            Geom::ExtentsGrow2D(box, {mesh.x[node], mesh.y[node]});
+        }
+        // A curved side may reach beyond its nodes, and a point may be just outside.
+        const double reach = WidthOf(own) + HeightOf(own);
+        Geom::ExtentsGrow2D(own, {own.minX - reach, own.minY - reach});
+        Geom::ExtentsGrow2D(own, {own.maxX + reach, own.maxY + reach});
+        const auto isMet = [&](const Geom::Extents2D& each) {
+            return Geom::IsExtentsIntersected2D(own, each, precision);
+        };
+        if (!isAnywhere && std::none_of(where.begin(), where.end(), isMet))
+            continue;
+        elements.push_back(static_cast<std::uint32_t>(e)); // none is numbered so high
         rings.push_back(RingAround(mesh, e));
         for (const Point& point : rings.back())
             Geom::ExtentsGrow2D(box, point);
     }
+    if (rings.empty())
+        return;
     tree_.Initialize(box, kLeaf, PrecisionFor(box), static_cast<unsigned>(rings.size()));
-    for (std::size_t e = 0; e < rings.size(); ++e)
-        (void)tree_.Insert(static_cast<std::uint32_t>(e),
-                           rings[e]); // no element is numbered so high
+    for (std::size_t i = 0; i < rings.size(); ++i)
+        (void)tree_.Insert(elements[i], rings[i]);
 }
 
 std::vector<ElementPlace> ElementFinder::At(const Mesh& mesh, Point at) const

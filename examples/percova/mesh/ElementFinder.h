@@ -22,7 +22,8 @@ struct ElementPlace
 class ElementFinder
 {
 public:
-    explicit ElementFinder(const Mesh& mesh);
+    /// @param where  boxes that all points looked for are in, a few; empty: anywhere
+    explicit ElementFinder(const Mesh& mesh, const std::vector<Geom::Extents2D>& where = {});
 
     /// Every element that contains @p at, in the order of the mesh: several on a common side.
     /// @param mesh  the same as before, or a copy

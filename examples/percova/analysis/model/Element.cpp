@@ -202,8 +202,44 @@ void Integrate(const ElementState& element, const ElementRule& rule, const Soil&
 }
 } // namespace
 
+namespace
+{
+/// The derivatives of the shape functions of a linear triangle. @returns twice its area
+double TriangleDerivatives(const ElementState& element, double (&x)[3], double (&y)[3])
+{
+    const auto [x1, y1] = element.at[1];
+    const auto [x2, y2] = element.at[2];
+    const double det = x1 * y2 - x2 * y1;
+    const double byX[] = {y1 - y2, y2, -y1}, byY[] = {x2 - x1, -x2, x1};
+    for (int k = 0; k < 3; ++k)
+    {
+        x[k] = byX[k] / det;
+        y[k] = byY[k] / det;
+    }
+    return det;
+}
+} // namespace
+
+Point GradientInTriangle(const ElementState& element)
+{
+    double x[3], y[3];
+    (void)TriangleDerivatives(element, x, y);
+    return {x[1] * element.head[1] + x[2] * element.head[2],
+            y[1] * element.head[1] + y[2] * element.head[2]};
+}
+
 void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matrix)
 {
+    if (element.type == ElementType::T3)
+    {
+        double x[3], y[3];
+        const double area = TriangleDerivatives(element, x, y) / 2;
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j)
+                matrix[3 * i + j] = area * (x[i] * (soil.kx * x[j] + soil.kxy * y[j]) +
+                                            y[i] * (soil.kxy * x[j] + soil.ky * y[j]));
+        return;
+    }
     double ones[ElementRule::kMaxPoints], zeros[ElementRule::kMaxPoints] = {};
     std::fill_n(ones, ElementRule::kMaxPoints, 1.0);
     ElementResult result;

@@ -85,6 +85,9 @@ struct Easing
 /// nothing is stretched.
 double SharpnessOf(const ElementState& element, const Soil& soil);
 
+/// The gradient of the head in a linear triangle.
+Point GradientInTriangle(const ElementState& element);
+
 /// The n x n matrix of an element whose relative conductivity is 1 everywhere.
 void SaturatedMatrix(const ElementState& element, const Soil& soil, double* matrix);
 

@@ -108,48 +108,106 @@ DataTable NodalTable(std::size_t nodes)
                      unsigned(nodes));
 }
 
-void EvaluateNodes(const Solution& s, DataTable& nodal)
+namespace
 {
-    const Mesh& mesh = s.model.mesh;
-    nodal = NodalTable(mesh.Nodes());
-    const DataTable::Values psi = nodal.Column(dataparam::PressureHead),
-                            pressure = nodal.Column(dataparam::Pressure),
-                            theta = nodal.Column(dataparam::WaterContent),
-                            kr = nodal.Column(dataparam::RelativeConductivity),
-                            vx = nodal.Column(dataparam::VelocityX),
-                            vy = nodal.Column(dataparam::VelocityY),
-                            ix = nodal.Column(dataparam::GradientX),
-                            iy = nodal.Column(dataparam::GradientY);
-    std::copy(s.head.begin(), s.head.end(), nodal.Column(dataparam::Head).begin());
-    for (std::size_t n = 0; n < mesh.Nodes(); ++n)
+/// The elements around every node, as compressed rows, ascending.
+struct Surroundings
+{
+    struct Corner
     {
-        psi[n] = s.head[n] - mesh.y[n];
-        pressure[n] = psi[n] * s.model.problem.gammaW;
+        int element;
+        int node; ///< which of the element's own
+    };
+    std::vector<std::size_t> start; ///< by node
+    std::vector<Corner> corners;
+
+    explicit Surroundings(const Mesh& mesh) : start(mesh.Nodes() + 1), corners(mesh.nodes.size())
+    {
+        for (const int node : mesh.nodes)
+            ++start[node + 1];
+        for (std::size_t n = 0; n < mesh.Nodes(); ++n)
+            start[n + 1] += start[n];
+        std::vector<std::size_t> next(start.begin(), start.end() - 1);
+        for (std::size_t e = 0; e < mesh.Elements(); ++e)
+            for (int k = 0; k < NodeCount(mesh.type[e]); ++k)
+                corners[next[mesh.ElementNodes(e)[k]]++] = {int(e), k};
     }
-    std::vector<int> seen(mesh.Nodes()), seenCurve(mesh.Nodes());
-    for (std::size_t e = 0; e < mesh.Elements(); ++e)
+};
+
+Point GradientAtNode(const Solution& s, Surroundings::Corner corner)
+{
+    ElementState element;
+    element.Load(s.model.mesh, std::size_t(corner.element), s.head.data());
+    if (element.type == ElementType::T3)
+        return GradientInTriangle(element);
+    const auto [r, t] = LocalOf(element.type, corner.node);
+    PointState point;
+    DerivativesAt(element, r, t, point);
+    return {point.gradient[0], point.gradient[1]};
+}
+
+/// Fills the rows of nodes from a mean over the elements around each.
+class NodeMeans
+{
+public:
+    NodeMeans(const Solution& solution, DataTable& nodal)
+        : s_(solution), around_(solution.model.mesh), psi_(nodal.Column(dataparam::PressureHead)),
+          pressure_(nodal.Column(dataparam::Pressure)),
+          theta_(nodal.Column(dataparam::WaterContent)),
+          kr_(nodal.Column(dataparam::RelativeConductivity)),
+          vx_(nodal.Column(dataparam::VelocityX)), vy_(nodal.Column(dataparam::VelocityY)),
+          ix_(nodal.Column(dataparam::GradientX)), iy_(nodal.Column(dataparam::GradientY))
     {
-        const Soil& soil = s.soils[s.model.material[e]];
-        ElementState element;
-        element.Load(mesh, e, s.head.data());
-        for (int k = 0; k < NodeCount(element.type); ++k)
+    }
+
+    void Fill(std::size_t n)
+    {
+        psi_[n] = s_.head[n] - s_.model.mesh.y[n];
+        pressure_[n] = psi_[n] * s_.model.problem.gammaW;
+        int seen = 0, seenCurve = 0, last = -1;
+        double kr = 0, theta = 0; // of the soil last seen
+        for (std::size_t k = around_.start[n]; k < around_.start[n + 1]; ++k)
         {
-            const std::size_t n = std::size_t(mesh.ElementNodes(e)[k]);
-            const auto [r, t] = LocalOf(element.type, k);
-            PointState point;
-            DerivativesAt(element, r, t, point);
-            const double here = soil.kr.At(psi[n]);
-            Include(here, seen[n], kr[n]);
-            Include(point.gradient[0], seen[n], ix[n]);
-            Include(point.gradient[1], seen[n], iy[n]);
-            const Point conducted = soil.Conducted(point.gradient[0], point.gradient[1]);
-            Include(-here * conducted.x, seen[n], vx[n]);
-            Include(-here * conducted.y, seen[n], vy[n]);
-            ++seen[n];
+            const Surroundings::Corner corner = around_.corners[k];
+            const int material = s_.model.material[corner.element];
+            const Soil& soil = s_.soils[material];
+            if (material != last)
+            {
+                kr = soil.kr.At(psi_[n]);
+                theta = soil.hasCurve ? soil.curve.Content(pressure_[n]) : 0;
+                last = material;
+            }
+            const Point gradient = GradientAtNode(s_, corner);
+            const Point conducted = soil.Conducted(gradient.x, gradient.y);
+            Include(kr, seen, kr_[n]);
+            Include(gradient.x, seen, ix_[n]);
+            Include(gradient.y, seen, iy_[n]);
+            Include(-kr * conducted.x, seen, vx_[n]);
+            Include(-kr * conducted.y, seen, vy_[n]);
+            ++seen;
             if (soil.hasCurve)
-                Include(soil.curve.Content(pressure[n]), seenCurve[n]++, theta[n]);
+                Include(theta, seenCurve++, theta_[n]);
         }
     }
+
+private:
+    const Solution& s_;
+    Surroundings around_;
+    DataTable::Values psi_, pressure_, theta_, kr_, vx_, vy_, ix_, iy_;
+};
+} // namespace
+
+void EvaluateNodes(const Solution& s, DataTable& nodal)
+{
+    constexpr std::size_t kGrain = 256; // nodes a thread takes at a time
+    nodal = NodalTable(s.model.mesh.Nodes());
+    std::copy(s.head.begin(), s.head.end(), nodal.Column(dataparam::Head).begin());
+    NodeMeans means(s, nodal);
+    sys::thread::task::ParallelForPieces(0, s.head.size(), kGrain,
+                                         [&](std::size_t begin, std::size_t end) {
+                                             for (std::size_t n = begin; n < end; ++n)
+                                                 means.Fill(n);
+                                         });
 }
 
 } // namespace percova

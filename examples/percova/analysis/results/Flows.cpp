@@ -25,7 +25,8 @@ struct Share
     double flow = 0;   ///< the boundary's part of the inflow there
     double weight = 0; ///< outflow from saturated soil at zero pressure by gravity
 };
-using Shares = std::vector<Share>; // by node
+/// By node, but only of those on boundaries, see FlowSums::place_.
+using Shares = std::vector<Share>;
 
 class FlowSums
 {
@@ -38,11 +39,12 @@ public:
         shares_.resize(boundaries);
         flow_.assign(boundaries, 0);
         integrated_.assign(boundaries, 0);
+        GatherNodes();
         for (std::size_t b = 0; b < boundaries; ++b)
             if (s_.step.conditions[b].type != BoundaryType::NoFlow)
                 Integrate(b, result);
-        for (std::size_t node = 0; node < s_.inflow.size(); ++node)
-            Distribute(node);
+        for (const int node : nodes_)
+            Distribute(std::size_t(node));
         for (std::size_t b = 0; b < boundaries; ++b)
         {
             if (s_.step.conditions[b].type == BoundaryType::Flux)
@@ -69,10 +71,30 @@ public:
     const std::vector<int>& DrippingNodes() const { return dripping_; }
 
 private:
+    /// The nodes that have a side of a boundary or a load, ascending.
+    void GatherNodes()
+    {
+        std::vector<char> counts(s_.inflow.size());
+        for (const std::vector<Edge>& edges : s_.model.boundaryEdges)
+            for (const Edge& edge : edges)
+                for (const int node : edge.nodes)
+                    if (node >= 0)
+                        counts[node] = 1;
+        place_.assign(counts.size(), -1);
+        for (std::size_t node = 0; node < counts.size(); ++node)
+            if (counts[node] || s_.conditions.load[node] != 0)
+            {
+                place_[node] = int(nodes_.size());
+                nodes_.push_back(int(node));
+            }
+    }
+
+    Share& ShareOf(std::size_t b, std::size_t node) { return shares_[b][place_[node]]; }
+    const Share& ShareOf(std::size_t b, std::size_t node) const { return shares_[b][place_[node]]; }
+
     void Integrate(std::size_t b, StepResult& result)
     {
-        Shares& shares = shares_[b];
-        shares.resize(s_.inflow.size());
+        shares_[b].resize(nodes_.size());
         for (double* sum : {&result.flowInIntegrated, &result.flowOutIntegrated})
             *sum = *sum == kMissing ? 0 : *sum;
         for (const Edge& edge : s_.model.boundaryEdges[b])
@@ -90,10 +112,11 @@ private:
                 (flux > 0 ? result.flowInIntegrated : result.flowOutIntegrated) += std::abs(flux);
                 for (int k = 0; k < 3 && edge.nodes[k] >= 0; ++k)
                 {
-                    shares[edge.nodes[k]].flux += points[p].N[k] * flux;
-                    shares[edge.nodes[k]].length += points[p].length;
-                    shares[edge.nodes[k]].extent += points[p].N[k] * points[p].length;
-                    shares[edge.nodes[k]].weight +=
+                    Share& share = ShareOf(b, std::size_t(edge.nodes[k]));
+                    share.flux += points[p].N[k] * flux;
+                    share.length += points[p].length;
+                    share.extent += points[p].N[k] * points[p].length;
+                    share.weight +=
                         points[p].N[k] * (down.x * points[p].normalX + down.y * points[p].normalY);
                 }
             }
@@ -159,14 +182,16 @@ private:
     void CountLimited(std::size_t b, BoundaryFlow& flow) const
     {
         flow.ponded = flow.dried = 0;
-        for (std::size_t node = 0; node < shares_[b].size(); ++node)
-            if (Has(b, node))
-            {
-                if (s_.head[node] >= s_.conditions.upper[node])
-                    flow.ponded += shares_[b][node].extent;
-                else if (s_.head[node] <= s_.conditions.lower[node])
-                    flow.dried += shares_[b][node].extent;
-            }
+        for (const int at : nodes_)
+        {
+            const auto node = std::size_t(at);
+            if (!Has(b, node))
+                continue;
+            if (s_.head[node] >= s_.conditions.upper[node])
+                flow.ponded += ShareOf(b, node).extent;
+            else if (s_.head[node] <= s_.conditions.lower[node])
+                flow.dried += ShareOf(b, node).extent;
+        }
     }
 
     void Count(double flow) { (flow > 0 ? in_ : out_) += std::abs(flow); }
@@ -187,7 +212,7 @@ private:
     /// Flux of the sides of boundary @p b to a node; on a seepage face it can only be outflow.
     double FluxOf(std::size_t b, std::size_t node) const
     {
-        const double flux = shares_[b][node].flux;
+        const double flux = ShareOf(b, node).flux;
         return IsSeepage(b) ? std::min(flux, 0.0) : flux;
     }
 
@@ -206,15 +231,15 @@ private:
             if (Has(b, node))
             {
                 rest -= given ? FluxOf(b, node) : 0;
-                length += given && IsSeepage(b) ? 0 : shares_[b][node].length;
+                length += given && IsSeepage(b) ? 0 : ShareOf(b, node).length;
             }
         for (std::size_t b = 0; b < shares_.size(); ++b)
             if (Has(b, node))
             {
                 double part = given ? FluxOf(b, node) : 0;
                 if (!given || !IsSeepage(b))
-                    part += rest * shares_[b][node].length / length;
-                shares_[b][node].flow = part;
+                    part += rest * ShareOf(b, node).length / length;
+                ShareOf(b, node).flow = part;
                 flow_[b] += part;
                 if (!isCapped)
                     Count(part);
@@ -233,7 +258,7 @@ private:
         const bool holds = HoldsHeads(s_.step.conditions[b].type) ||
                            (s_.step.conditions[b].type == BoundaryType::Flux &&
                             s_.conditions.seepage[node] == int(b));
-        return holds && !shares_[b].empty() && shares_[b][node].length > 0;
+        return holds && !shares_[b].empty() && ShareOf(b, node).length > 0;
     }
 
     // Goes down the face until more than kExitShare of the model's outflow has accumulated.
@@ -250,7 +275,7 @@ private:
             double above = 0;
             for (const std::size_t node : nodes)
             {
-                const Share& share = shares_[b][node];
+                const Share& share = ShareOf(b, node);
                 if (share.flow < 0 && (all || -share.flow > share.weight / 2))
                     above -= share.flow;
                 if (above > std::max(kExitShare * out_, RoundingFlow()))
@@ -267,18 +292,20 @@ private:
     std::vector<std::size_t> NodesFromTop(std::size_t b) const
     {
         const Mesh& mesh = s_.model.mesh;
-        const Shares& shares = shares_[b];
         std::vector<std::size_t> nodes;
         double outflow = 0, middle = 0, left = HUGE_VAL, right = -HUGE_VAL;
-        for (std::size_t node = 0; node < shares.size(); ++node)
-            if (Has(b, node))
-            {
-                nodes.push_back(node);
-                outflow -= std::min(shares[node].flow, 0.0);
-                middle -= std::min(shares[node].flow, 0.0) * mesh.x[node];
-                left = std::min(left, mesh.x[node]);
-                right = std::max(right, mesh.x[node]);
-            }
+        for (const int at : nodes_)
+        {
+            const auto node = std::size_t(at);
+            if (!Has(b, node))
+                continue;
+            const double out = std::min(ShareOf(b, node).flow, 0.0);
+            nodes.push_back(node);
+            outflow -= out;
+            middle -= out * mesh.x[node];
+            left = std::min(left, mesh.x[node]);
+            right = std::max(right, mesh.x[node]);
+        }
         const double from = 2 * middle > (left + right) * outflow ? left : right;
         // Heights are compared in steps, so that rounding does not make a level side inclined.
         const auto [lowest, highest] = std::minmax_element(mesh.y.begin(), mesh.y.end());
@@ -302,6 +329,8 @@ private:
     }
 
     const Solution& s_;
+    std::vector<int> nodes_;     ///< see GatherNodes
+    std::vector<int> place_;     ///< by node: where it is in nodes_, -1 where it is not
     std::vector<Shares> shares_; ///< by boundary
     std::vector<double> flow_;   ///< by boundary, as that which follows
     std::vector<double> integrated_;
@@ -329,12 +358,20 @@ double StoredWater(const Solution& s)
         element.Load(s.model.mesh, e, s.head.data());
         const ElementRule& rule = RuleOf(element.type, true);
         const WaterCurve& curve = s.soils[s.model.material[e]].curve;
+        const bool isTriangle = element.type == ElementType::T3;
+        double pressure[ElementRule::kMaxPoints], volume[ElementRule::kMaxPoints],
+            content[ElementRule::kMaxPoints], slope[ElementRule::kMaxPoints];
+        PointState point;
         for (int p = 0; p < rule.points; ++p)
         {
-            PointState point;
-            At(element, rule.N[p], rule.dN[p], point);
-            sum += rule.weight[p] * point.area * curve.Content(point.psi * s.model.problem.gammaW);
+            if (p == 0 || !isTriangle) // one Jacobian everywhere
+                At(element, rule.N[p], rule.dN[p], point);
+            volume[p] = rule.weight[p] * point.area;
+            pressure[p] = fVxV2C(rule.N[p], element.psi, 8) * s.model.problem.gammaW;
         }
+        curve.Evaluate(pressure, std::size_t(rule.points), content, slope);
+        for (int p = 0; p < rule.points; ++p)
+            sum += volume[p] * content[p];
     }
     return sum;
 }
