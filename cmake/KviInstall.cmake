@@ -73,5 +73,5 @@ if(TARGET percova)
           DESTINATION ${CMAKE_INSTALL_DATADIR}/kvi COMPONENT tools)
 endif()
 install(FILES README.md CHANGELOG.md NOTICE.md SECURITY.md docs/guide.md docs/engine-authors.md docs/python.md
-        docs/percova.md docs/worked-problems.md
+        docs/percova.md docs/worked-problems.md docs/distributed-solver.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)

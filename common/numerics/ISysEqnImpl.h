@@ -115,10 +115,11 @@ public:
     /// Prepares PARDISO's parameters; releases an existing factorisation.
     virtual long SolveForUnknownVector_PARDISO_SetUp();
     /// Solves with the library's own sparse direct solver, or with MKL's PARDISO where
-    /// KVI_SOLVER=vendor asks for it (SparseSolverName says which). The own solver keeps its
-    /// analysis until Initialize changes the pattern, and its factor until a value of the matrix or
-    /// a fixed unknown changes: another right-hand side then costs a substitution. SetUp, Release
-    /// and the end of the object free both.
+    /// KVI_SOLVER=vendor asks for it, or with MUMPS over several processes where KVI_SOLVER=mumps
+    /// does (SparseSolverName says which). The own solver and MUMPS keep the analysis until
+    /// Initialize changes the pattern, and the factor until a value of the matrix or a fixed
+    /// unknown changes: another right-hand side then costs a substitution. SetUp, Release and the
+    /// end of the object free both.
     /// @returns 1 when PARDISO reported an error or refused the system, otherwise 0; whether x is
     ///          a solution, LastSolve() says
     virtual long SolveForUnknownVector_PARDISO();
@@ -131,7 +132,8 @@ public:
     /// Stops the solve that another thread is running on this object; without one, does nothing.
     /// The solve returns after the step at hand (a front or row of tiles of a direct solver, an
     /// iteration) with the outcome Interrupted and NaN in every unknown. MKL's solver, and
-    /// elimination with partial pivoting as the direct solver's last resort, run to their end.
+    /// elimination with partial pivoting as the direct solver's last resort, run to their end, and
+    /// so does each of MUMPS's three phases.
     virtual long RequestStop();
 
     /// @}

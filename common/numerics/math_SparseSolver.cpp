@@ -1,5 +1,6 @@
 #include "numerics/math_SparseSolver.h"
 
+#include "numerics/solve/DistributedLibrary.h"
 #include "numerics/solve/Pardiso.h"
 #include "numerics/solve/Vendor.h"
 #include "platform/platform_env.h"
@@ -19,8 +20,12 @@ const PardisoFunctions& ActivePardiso()
 {
     if (const PardisoFunctions* functions = replacement.load())
         return *functions;
-    static const bool wantsVendor = platform::Environment(L"KVI_SOLVER") == L"vendor";
-    return wantsVendor && FoundVendor() ? FoundVendor()->solver : BuiltInPardiso();
+    static const std::wstring wish = platform::Environment(L"KVI_SOLVER").value_or(L"");
+    if (wish == L"vendor" && FoundVendor())
+        return FoundVendor()->solver;
+    if (wish == L"mumps" && FoundDistributed())
+        return *FoundDistributed();
+    return BuiltInPardiso();
 }
 
 void ReplacePardiso(const PardisoFunctions* functions) { replacement = functions; }

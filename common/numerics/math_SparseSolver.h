@@ -13,6 +13,11 @@ namespace math
 /// variable KVI_SOLVER=vendor "pardiso (mkl 2020.4)" when Intel MKL is found. MKL is searched once,
 /// at the first use: in the folder named by the environment variable KVI_MKL, or in the system's
 /// library path; KVI_MKL=off disables the search.
+///
+/// With KVI_SOLVER=mumps the name is "pardiso (mumps 5.5.1, 4 processes)" when libKVI_mumps, a part
+/// of the library for Linux, is found at the first use: in the folder named by KVI_MUMPS, beside
+/// this library or in the system's library path. Otherwise the built-in solver runs, and a warning
+/// in the log says why.
 KVI_API std::wstring SparseSolverName();
 
 /// Threads that MKL uses from now on in the whole process, at least 1. The built-in solver has

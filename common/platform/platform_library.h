@@ -31,6 +31,9 @@ void UnloadModule(Module module);
 /// The full path of @p module's file; null is the process's own program. Empty when unknown.
 std::wstring ModulePath(Module module);
 
+/// The same for the module that contains the function or object at @p address.
+std::wstring ModulePathAt(const void* address);
+
 /// Address of the function or object @p name; null when @p module does not export it.
 void* Symbol(Module module, const char* name);
 

@@ -177,7 +177,9 @@ void Check(const Case& row, std::size_t k, const Answered& made, int equation)
         << testing::PrintToString(record.reason);
     EXPECT_EQ(record.reason.empty(), outcome == 'S');
     const Numbers x = Unknowns(system);
-    if (equation >= 0 && outcome == expected && outcome != 'S')
+    const bool isOneOfMany =
+        record.looseModes > 1 && record.solver.find(L"mumps") != std::wstring::npos;
+    if (equation >= 0 && outcome == expected && outcome != 'S' && !isOneOfMany)
         EXPECT_EQ(record.equation, equation);
     if (k == 5 && outcome == 'G')
         EXPECT_TRUE(record.equation >= 0 && record.looseModes >= row.modes) << record.looseModes;
@@ -208,12 +210,15 @@ void Check(const Case& row, std::size_t k, const Answered& made, int equation)
 void CheckAll(const Case& row, const Answered& made, int equation = -1)
 {
     static const auto vendor = numerics::LoadVendor(L"");
+    // With KVI_SOLVER=mumps the solver over several processes takes the place of the library's.
+    const numerics::PardisoFunctions& found = numerics::ActivePardiso();
+    const auto& last = found.distributed != nullptr ? found : numerics::BuiltInPardiso();
     for (std::size_t k = 0; k < 6; ++k)
     {
         if (k == 4 && !vendor)
             continue;
         SCOPED_TRACE(testing::Message() << row.name << ", solver " << k);
-        numerics::ReplacePardiso(k == 4 ? &vendor->solver : &numerics::BuiltInPardiso());
+        numerics::ReplacePardiso(k == 4 ? &vendor->solver : &last);
         Check(row, k, made, equation);
     }
     numerics::ReplacePardiso(nullptr);

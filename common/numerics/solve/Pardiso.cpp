@@ -139,16 +139,20 @@ void Pardiso::Explain(SolveRecord& record) const
     }
 }
 
-SolveRecord Pardiso::SolveOwn(const MatrixView& A, const double* b, double* x)
+SolveRecord Pardiso::SolveAsStored(const MatrixView& A, const double* b, double* x)
 {
-    SolveRecord record = own_.Solve(A, b, x);
+    SolveRecord record = functions_->distributed != nullptr
+                             ? distributed_.Solve(*functions_->distributed, A, b, x)
+                             : own_.Solve(A, b, x);
     record.method = SolveMethod::Pardiso;
     record.solver = L"pardiso (" + functions_->name + L")";
     held_ = true;
     heldEquations_ = A.n;
-    constexpr int kZeroPivot = -4;
+    constexpr int kZeroPivot = -4, kOther = -6;
     if (record.outcome == SolveOutcome::TooLarge)
         error_ = kNoMemory;
+    else if (record.outcome == SolveOutcome::Failed)
+        error_ = kOther;
     else if (record.outcome == SolveOutcome::Singular)
         error_ = kZeroPivot;
     return record;
@@ -175,7 +179,7 @@ SolveRecord Pardiso::Solve(const MatrixView& A, const double* b, double* x)
         return RefuseNotFinite(bad, std::move(record));
     }
     if (functions_->pardiso == nullptr)
-        return SolveOwn(A, b, x);
+        return SolveAsStored(A, b, x);
     Convert(A);
     if (A.n == 0) // the vendor refuses an empty system
         return record;
@@ -196,6 +200,7 @@ void Pardiso::Release()
         return;
     phase_ = kReleaseAll;
     own_.Clear();
+    distributed_.Clear();
     if (functions_->pardiso != nullptr)
         Call(0, nullptr, nullptr, nullptr, nullptr, nullptr);
     held_ = false;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
+#include "numerics/solve/DistributedDirect.h"
 #include "numerics/solve/SparseDirect.h"
 #include "numerics/system/MatrixView.h"
 
@@ -21,17 +22,20 @@ using PardisoFunction = void (*)(void* pt, const int* maxfct, const int* mnum, c
                                  const int* ja, int* perm, const int* nrhs, int* iparm,
                                  const int* msglvl, void* b, void* x, int* error);
 
-/// The solver in use: the vendor's library, the built-in solver or a test double.
+/// The solver in use: the vendor's library, the built-in solver, one over several processes or a
+/// test double.
 struct PardisoFunctions
 {
-    PardisoFunction pardiso = nullptr; ///< null for the built-in solver
+    PardisoFunction pardiso = nullptr; ///< null for the built-in solver and for distributed
     void (*setThreads)(int) = nullptr; ///< null where there is nothing to set
     void (*freeBuffers)() = nullptr;   ///< null where no memory is kept between calls
     std::wstring name;                 ///< such as "mkl 2020.4"
+    const DistributedFunctions* distributed = nullptr; ///< null for every other solver
 };
 
 /// The table in use: the library's own solver, or the vendor's with the environment variable
-/// KVI_SOLVER=vendor when one is found at the first call (KVI_MKL says where, or "off").
+/// KVI_SOLVER=vendor when one is found at the first call (KVI_MKL says where, or "off"), or MUMPS
+/// over several processes with KVI_SOLVER=mumps when FoundDistributed finds it.
 const PardisoFunctions& ActivePardiso();
 
 /// Replaces the table in use by @p functions; null restores the found one. They must outlive every
@@ -52,8 +56,9 @@ public:
 
     /// Puts every parameter to its prescribed value; releases a held factorisation first.
     void SetUp();
-    /// The library's own solver takes A as it is; it keeps the analysis while the pattern stays and
-    /// the factor while the values do, and its errors are numbered as PARDISO's. Other solvers
+    /// The library's own solver and the distributed one take A as it is; they keep the analysis
+    /// while the pattern stays and the factor while the values do, and their errors are numbered as
+    /// PARDISO's. Other solvers
     /// receive A in one-based compressed rows without its explicit zeros and solves (phase 13:
     /// analysis, factorisation, solution, refinement), then judges x. A first call without SetUp
     /// sets up. PARDISO is not called for NaN or infinity, which counts as its error -1.
@@ -68,7 +73,7 @@ public:
     int Error() const { return error_; }
 
 private:
-    SolveRecord SolveOwn(const MatrixView& A, const double* b, double* x);
+    SolveRecord SolveAsStored(const MatrixView& A, const double* b, double* x);
     void Convert(const MatrixView& A);
     void Explain(SolveRecord& record) const;
     void Call(int n, const double* a, const int* ia, const int* ja, double* b, double* x);
@@ -84,6 +89,7 @@ private:
     std::vector<double> a_;
     std::vector<int> ja_, ia_;
     SparseDirect own_;
+    DistributedDirect distributed_;
 };
 
 } // namespace numerics

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <string>
@@ -21,36 +20,12 @@ namespace numerics
 namespace
 {
 
-/// Digest of the values' bits.
-void Digest(const double* values, std::size_t count, std::uint64_t digest[2])
-{
-    std::uint64_t lanes[4] = {0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu, 0x165667B19E3779F9u,
-                              0x27D4EB2F165667C5u};
-    for (std::size_t k = 0; k < count; ++k)
-    {
-        std::uint64_t bits = 0;
-        std::memcpy(&bits, values + k, sizeof bits);
-        std::uint64_t& lane = lanes[k % 4];
-        lane = (lane ^ bits) * 0xD6E8FEB86659FD93u;
-        lane ^= lane >> 32;
-    }
-    digest[0] = lanes[0] * 31 + lanes[1] * 131 + count;
-    digest[1] = lanes[2] * 31 + lanes[3] * 131;
-}
-
 std::wstring Mebibytes(double bytes)
 {
     return std::to_wstring(std::llround(bytes / (1 << 20))) + L" MiB";
 }
 
 } // namespace
-
-bool SparseDirect::HasPatternOf(const MatrixView& A) const
-{
-    return rowStart_.size() == std::size_t(A.n) + 1 &&
-           std::equal(rowStart_.begin(), rowStart_.end(), A.rowStart) &&
-           std::equal(columns_.begin(), columns_.end(), A.columns);
-}
 
 void SparseDirect::Analyse(const MatrixView& A, bool isSymmetric)
 {
@@ -61,8 +36,7 @@ void SparseDirect::Analyse(const MatrixView& A, bool isSymmetric)
         if (node.FactorSize() > std::size_t(std::numeric_limits<int>::max()))
             throw std::bad_alloc();
     factor_.SetStructure(symbolic_, A);
-    columns_.assign(A.columns, A.columns + A.rowStart[A.n]);
-    rowStart_.assign(A.rowStart, A.rowStart + A.n + 1);
+    kept_.SetPattern(A);
     cost_.hasAnalysed = true;
 }
 
@@ -80,7 +54,7 @@ bool SparseDirect::Factorise(const MatrixView& A, bool isSymmetric)
     cost_.isSymmetric = isSymmetric;
     cost_.hasFactorised = true;
     cost_.flops = sides * symbolic_.flops;
-    cost_.bytes = factor_.Bytes() + (columns_.size() + symbolic_.rows.size()) * sizeof(int);
+    cost_.bytes = factor_.Bytes() + kept_.Bytes() + symbolic_.rows.size() * sizeof(int);
     return isFactorised_ = true;
 }
 
@@ -274,16 +248,13 @@ SolveRecord SparseDirect::TrySolve(const MatrixView& A, const double* b, double*
     if (A.n == 0)
         return attempt.record;
     const Symmetry symmetry = FindSymmetry(A);
-    if (!HasPatternOf(A))
+    if (!kept_.HasPatternOf(A))
         Analyse(A, symmetry.ofPattern);
-    std::uint64_t digest[2];
-    Digest(A.values, std::size_t(A.rowStart[A.n]), digest);
-    if (!std::equal(digest, digest + 2, digest_))
+    if (!kept_.SetValues(A))
     {
         isFactorised_ = needsGeneral_ = false;
         matched_.reset();
     }
-    std::copy(digest, digest + 2, digest_);
     const auto isDone = [&] {
         return attempt.isSingular || attempt.errors.rowWise <= kSolvedRowWise;
     };
@@ -352,8 +323,7 @@ SolveRecord SparseDirect::Solve(const MatrixView& A, const double* b, double* x)
 
 void SparseDirect::Clear()
 {
-    rowStart_ = {};
-    columns_ = {};
+    kept_ = {};
     symbolic_ = {};
     factor_ = {};
     scale_ = work_ = {};

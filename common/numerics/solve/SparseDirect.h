@@ -3,13 +3,13 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
+#include "numerics/solve/KeptMatrix.h"
 #include "numerics/solve/SparseFactor.h"
 #include "numerics/solve/Symbolic.h"
 #include "numerics/solve/Verdict.h"
 #include "numerics/system/MatrixView.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -50,7 +50,6 @@ public:
 
 private:
     void Analyse(const MatrixView& A, bool isSymmetric);
-    bool HasPatternOf(const MatrixView& A) const;
     bool Factorise(const MatrixView& A, bool isSymmetric);
     void Substitute(double* r);
     /// What a solve has come to.
@@ -66,11 +65,10 @@ private:
     SolveRecord RefuseSize() const;
     SolveRecord TrySolve(const MatrixView& A, const double* b, double* x);
 
-    std::vector<int> rowStart_, columns_; ///< the pattern analysed
+    KeptMatrix kept_; ///< analysed and factorised
     Symbolic symbolic_;
     std::vector<double> scale_, work_;
     SparseFactor factor_;
-    std::uint64_t digest_[2] = {0, 0}; ///< of the values factorised
     bool isFactorised_ = false;
     bool needsGeneral_ = false; ///< L D L^T of these values was not enough
     struct Matched;

@@ -30,6 +30,12 @@ std::string ProgramPath()
     }
 }
 
+std::wstring PathOf(const struct link_map& map)
+{
+    // The program itself has no name in the map.
+    return Wide(map.l_name[0] != '\0' ? std::string(map.l_name) : ProgramPath());
+}
+
 /// The folders in which the dynamic linker looks for a name; empty when unknown.
 std::vector<std::string> SearchFolders()
 {
@@ -89,8 +95,15 @@ std::wstring ModulePath(Module module)
     struct link_map* map = nullptr;
     if (::dlinfo(module, RTLD_DI_LINKMAP, &map) != 0 || map == nullptr)
         return {};
-    // The program itself has no name in the map.
-    return Wide(map->l_name[0] != '\0' ? std::string(map->l_name) : ProgramPath());
+    return PathOf(*map);
+}
+
+std::wstring ModulePathAt(const void* address)
+{
+    Dl_info about;
+    struct link_map* map = nullptr;
+    const int found = ::dladdr1(address, &about, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP);
+    return found == 0 || map == nullptr ? std::wstring() : PathOf(*map);
 }
 
 void* Symbol(Module module, const char* name) { return ::dlsym(module, name); }

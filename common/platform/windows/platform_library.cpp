@@ -44,6 +44,16 @@ std::wstring ModulePath(Module module)
     }
 }
 
+std::wstring ModulePathAt(const void* address)
+{
+    HMODULE module = nullptr;
+    const DWORD flags =
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (::GetModuleHandleExW(flags, static_cast<const wchar_t*>(address), &module) == 0)
+        return {};
+    return ModulePath(module);
+}
+
 void* Symbol(Module module, const char* name)
 {
     return reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(module), name));

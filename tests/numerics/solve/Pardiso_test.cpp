@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <optional>
 
 namespace
@@ -203,14 +204,34 @@ TEST(VendorChild, DISABLED_IsGivenARelativeFolder)
     EXPECT_THAT(str::as_cstring(log.TakeText()), testing::HasSubstr("KVI_MKL is no absolute path"));
 }
 
+TEST(VendorChild, DISABLED_HasNoSolverOverSeveralProcesses)
+{
+    support::RecordingSink log;
+    EXPECT_EQ(SparseSolverName(), L"pardiso (built in)");
+    EXPECT_EQ(SparseSolverName(), L"pardiso (built in)") << "the reason is logged once";
+    const std::wstring text = log.TakeText();
+    EXPECT_EQ(std::count(text.begin(), text.end(), L'\n'), 1) << str::as_cstring(text);
+    EXPECT_THAT(text, testing::StartsWith(L"KVI_SOLVER=mumps: the library's own solver runs"));
+    EXPECT_THAT(text, testing::AnyOf(testing::HasSubstr(L"KVI_MUMPS is no absolute path"),
+                                     testing::HasSubstr(L"cannot be loaded: ")));
+}
+
 /// The first look decides, so each folder has a process of its own.
 TEST(Vendor, IsNotLoadedFromTheCurrentFolder)
 {
+    const auto set = [](const std::string& variable) {
+        return child::IsWindows() ? "set \"" + variable + "\"&& " : variable + ' ';
+    };
     for (const std::string folder : {".", "lib", "..", "./lib"})
-        EXPECT_TRUE(child::Run("VendorChild", "IsGivenARelativeFolder", 0,
-                               child::IsWindows() ? "set \"KVI_MKL=" + folder + "\"&& "
-                                                  : "KVI_MKL=" + folder + ' '))
+    {
+        EXPECT_TRUE(
+            child::Run("VendorChild", "IsGivenARelativeFolder", 0, set("KVI_MKL=" + folder)));
+        EXPECT_TRUE(child::Run("VendorChild", "HasNoSolverOverSeveralProcesses", 0,
+                               set("KVI_SOLVER=mumps") + set("KVI_MUMPS=/none/" + folder)));
+        EXPECT_TRUE(child::Run("VendorChild", "HasNoSolverOverSeveralProcesses", 0,
+                               set("KVI_SOLVER=mumps") + set("KVI_MUMPS=" + folder)))
             << folder;
+    }
 }
 
 } // namespace

@@ -1,0 +1,178 @@
+// The solver over several processes beside the library's own: each case is a job of mpirun with the
+// child as the engine.
+#include "RunChild.h"
+#include "foundation/str.h"
+#include "numerics/FilledSystem.h"
+#include "numerics/math_SparseSolver.h"
+#include "numerics/solve/Pardiso.h"
+#include "support/ForkedChild.h"
+#include "support/ReadFile.h"
+#include "support/RecordingSink.h"
+#include "support/ScratchFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <fstream>
+#include <iostream>
+
+using namespace filled_system;
+using math::SolveOutcome;
+using math::SolveRecord;
+
+namespace
+{
+
+const std::string kEnvironment =
+    "OMPI_ALLOW_RUN_AS_ROOT=1 OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1 OPENBLAS_NUM_THREADS=1 "
+    "KVI_SOLVER=mumps KVI_MUMPS=" KVI_TEST_MUMPS " timeout 900 ";
+const std::string kMpirun = kEnvironment + KVI_TEST_MPIRUN " --oversubscribe -n 1 ";
+
+/// The tail of a command of mpirun that starts @p count nodes.
+std::string Nodes(int count)
+{
+    return count == 0 ? "" : " : -n " + std::to_string(count) + " " KVI_TEST_NODE;
+}
+
+/// Runs the test MumpsEngine.DISABLED_@p role as the engine of a job with @p nodes.
+bool RunJob(const std::string& role, int nodes)
+{
+    return child::Run("MumpsEngine", role, nodes, nodes == 0 ? kEnvironment : kMpirun,
+                      Nodes(nodes));
+}
+
+/// Solves one system as both solvers do, with a factor that is kept and with other values.
+class Pair
+{
+public:
+    Pair() = default;
+    /// @returns MUMPS's record
+    SolveRecord Solve(const System& system)
+    {
+        Numbers x(system.b.size()), expected(system.b.size());
+        const SolveRecord record = mumps_.Solve(system.View(), system.b.data(), x.data());
+        numerics::ReplacePardiso(&numerics::BuiltInPardiso());
+        const SolveRecord own = own_.Solve(system.View(), system.b.data(), expected.data());
+        numerics::ReplacePardiso(nullptr);
+        EXPECT_EQ(record.outcome, own.outcome) << str::as_cstring(record.reason);
+        EXPECT_THAT(record.solver, testing::HasSubstr(L"mumps"));
+        double worst = 0, largest = 0;
+        for (std::size_t i = 0; i < x.size() && own.outcome == SolveOutcome::Solved; ++i)
+        {
+            worst = std::max(worst, std::fabs(x[i] - expected[i]));
+            largest = std::max(largest, std::fabs(expected[i]));
+        }
+        EXPECT_LE(worst, 1e-7 * largest);
+        return record;
+    }
+
+private:
+    numerics::Pardiso mumps_, own_;
+};
+
+TEST(MumpsEngine, DISABLED_AnswersAsTheOwnSolver)
+{
+    const std::pair<const char*, Model> rows[] = {
+        {"flow", Flow(30, Speckled)},
+        {"solid", Solid(20, {1e7}, 1e7)},
+        {"convection", Convection(20, 10)},
+        {"brick", Brick(8)},
+        {"consolidation", Solid(12, {1e7, 0.3, 1e-9, 1 / 12.0}, 1e7, 1e-9)},
+        {"nothing holds it", Flow(9, Uniform, 1, 0, false)},
+    };
+    std::vector<std::unique_ptr<Pair>> held; // all systems at once, destroyed after the last
+    for (const auto& [name, model] : rows)
+    {
+        SCOPED_TRACE(name);
+        Pair& pair = *held.emplace_back(std::make_unique<Pair>());
+        System system = model;
+        const SolveRecord first = pair.Solve(system);
+        if (first.outcome == SolveOutcome::Singular)
+            EXPECT_GE(first.equation, 0);
+        system.b[1] += 3;
+        pair.Solve(system); // factor kept
+        system.At(0, 0) *= 1.5;
+        pair.Solve(system); // analysis kept
+        system.At(0, 1) *= 1.25;
+        pair.Solve(system); // no longer symmetric
+    }
+    EXPECT_THAT(math::SparseSolverName(),
+                testing::HasSubstr(std::to_wstring(child::Number() + 1) + L" process"));
+    support::ExpectInChild([&] {
+        const System system = rows[0].second;
+        Numbers x(system.b.size());
+        return numerics::Pardiso().Solve(system.View(), system.b.data(), x.data()).outcome ==
+               SolveOutcome::Failed;
+    });
+}
+
+TEST(MumpsEngine, DISABLED_SolvesNothing) { EXPECT_NE(math::SparseSolverName(), L""); }
+
+/// Prints what the log says of the solver, and what each of two solves comes to; a file names the
+/// node's process and the signal that it is sent between them.
+TEST(MumpsEngine, DISABLED_LosesANode)
+{
+    support::RecordingSink log;
+    const System system = Flow(10);
+    Numbers x(system.b.size());
+    numerics::Pardiso pardiso;
+    for (int k = 0; k < 3; ++k)
+    {
+        const SolveRecord record = pardiso.Solve(system.View(), system.b.data(), x.data());
+        std::cout << "outcome " << int(record.outcome) << ' ' << str::as_cstring(record.reason)
+                  << std::endl;
+        int node = 0, number = 0;
+        if (k == 0 && std::ifstream(std::getenv("KVI_TEST_NODE")) >> node >> number)
+            ::kill(node, number);
+    }
+    std::cout << str::as_cstring(log.TakeText()) << std::endl;
+}
+
+TEST(Mumps, AnswersAsTheOwnSolverOnOneToFourProcesses)
+{
+    for (int nodes = 0; nodes < 4; ++nodes)
+        EXPECT_TRUE(RunJob("AnswersAsTheOwnSolver", nodes)) << nodes;
+}
+
+TEST(Mumps, JudgesEverySystemAsTheOtherSolversDo)
+{
+    for (int nodes = 0; nodes < 2; ++nodes) // more on two processors take minutes
+        EXPECT_TRUE(child::Run("", "", 0, nodes == 0 ? kEnvironment : kMpirun,
+                               "--gtest_filter=SolverContract.Says*" + Nodes(nodes)))
+            << nodes;
+}
+
+TEST(Mumps, EndsWithAnEngineThatSolvesNothing)
+{
+    EXPECT_TRUE(RunJob("SolvesNothing", 0));
+    EXPECT_TRUE(RunJob("SolvesNothing", 2));
+}
+
+/// What is wrong is said in words, and the job ends.
+TEST(Mumps, SaysWhatIsWrongWithAProcess)
+{
+    const std::string folder = support::ScratchFolder().string();
+    const auto signalled = [&](int number) {
+        return "sh -c 'echo $$ " + std::to_string(number) + " >" + folder + "/node; exec " +
+               KVI_TEST_NODE + "'";
+    };
+    const std::string engine = str::as_cstring(App::Instance().ProgramPath());
+    const std::pair<std::string, std::string> rows[] = {
+        {signalled(SIGKILL), "on signal 9"}, // from mpirun
+        {signalled(SIGSTOP), "process 1 \\(number [0-9]+ on .*\\) does not answer within 5 s"},
+        {engine + " --gtest_also_run_disabled_tests --gtest_filter=MumpsEngine.DISABLED_LosesANode",
+         "process 1 .* is a second engine"},
+    };
+    for (const auto& [node, says] : rows)
+    {
+        const std::string output = folder + "/output";
+        const std::string settings = "KVI_MUMPS_TIMEOUT=5 KVI_TEST_NODE=" + folder + "/node ";
+        EXPECT_FALSE(child::Run("MumpsEngine", "LosesANode", 1, settings + kMpirun,
+                                ": -n 1 " + node + " >" + output + " 2>&1"));
+        EXPECT_THAT(support::ReadAll(output), testing::ContainsRegex(says)) << node;
+    }
+    EXPECT_NE(std::system((kEnvironment + KVI_TEST_NODE + " 2>/dev/null").c_str()), 0)
+        << "a node without an engine";
+}
+
+} // namespace
