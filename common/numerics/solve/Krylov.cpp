@@ -41,24 +41,34 @@ struct Findings
 /// Sets the right side of all-zero rows to 0 in @p b, so that their unknowns stay as they are.
 Findings Examine(const MatrixView& A, double* b)
 {
-    Findings found;
-    for (int i = 0; i < A.n; ++i)
-    {
-        bool hasEntry = false, hasDiagonal = false;
-        for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+    std::vector<Findings> blocks(std::size_t(BlockCount(A.n)));
+    ForBlocks(A.n, [&](int block, int begin, int end) {
+        Findings found;
+        for (int i = begin; i < end; ++i)
         {
-            hasEntry |= A.values[k] != 0;
-            hasDiagonal |= A.columns[k] == i && A.values[k] != 0;
+            bool hasEntry = false, hasDiagonal = false;
+            for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+            {
+                hasEntry |= A.values[k] != 0;
+                hasDiagonal |= A.columns[k] == i && A.values[k] != 0;
+            }
+            if (!hasDiagonal && hasEntry && found.noPivot < 0)
+                found.noPivot = i;
+            if (hasEntry)
+                continue;
+            if (b[i] != 0 && found.unsolvable < 0)
+                found.unsolvable = i;
+            b[i] = 0;
         }
-        if (!hasDiagonal && hasEntry && found.noPivot < 0)
-            found.noPivot = i;
-        if (hasEntry)
-            continue;
-        if (b[i] != 0 && found.unsolvable < 0)
-            found.unsolvable = i;
-        b[i] = 0;
+        blocks[std::size_t(block)] = found;
+    });
+    Findings first;
+    for (const Findings& found : blocks)
+    {
+        first.unsolvable = first.unsolvable < 0 ? found.unsolvable : first.unsolvable;
+        first.noPivot = first.noPivot < 0 ? found.noPivot : first.noPivot;
     }
-    return found;
+    return first;
 }
 
 using Storage = KrylovCache::Storage;
@@ -201,9 +211,7 @@ void Iterate(const Task& task, Methods methods, int noPivot, SolveRecord& record
 /// A power of two near the largest entry, 1 while the numbers are moderate.
 double Scale(const Vec& b)
 {
-    double largest = 0;
-    for (const double entry : b)
-        largest = std::max(largest, std::abs(entry));
+    const double largest = MaxNorm(b.data(), b.size());
     return largest == 0 || (largest > 1e-60 && largest < 1e60)
                ? 1.0
                : std::ldexp(1.0, std::clamp(std::ilogb(largest), -1000, 1000));
@@ -232,11 +240,13 @@ SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, i
     storage.r.resize(size);
     const Findings found = Examine(A, storage.b.data());
     const double scale = Scale(storage.b);
-    for (std::size_t i = 0; i < size; ++i)
-    {
-        storage.b[i] /= scale;
-        x[i] = IsFinite(x + i, 1) ? x[i] / scale : 0.0;
-    }
+    ForBlocks(A.n, [=, right = storage.b.data()](int, int begin, int end) {
+        for (int i = begin; i < end; ++i)
+        {
+            right[i] /= scale;
+            x[i] = IsFinite(x + i, 1) ? x[i] / scale : 0.0;
+        }
+    });
     const double norm = Norm2(A.n, storage.b.data());
     if (norm == 0)
         ZeroUnknowns(A, x);
@@ -253,8 +263,10 @@ SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, i
                     std::max(maxIter, 0),
                     storage};
     Iterate(task, methods, found.noPivot, record);
-    for (std::size_t i = 0; i < size; ++i)
-        x[i] *= scale;
+    ForBlocks(A.n, [=](int, int begin, int end) {
+        for (int i = begin; i < end; ++i)
+            x[i] *= scale;
+    });
     if (found.unsolvable >= 0)
     {
         record.outcome = SolveOutcome::Singular;

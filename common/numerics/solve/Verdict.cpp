@@ -2,6 +2,7 @@
 
 #include "numerics/system/Product.h"
 
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -79,6 +80,23 @@ struct BlockErrors
     }
 };
 
+/// @returns the first unknown of the largest magnitude, which goes to @p largest; -1 when all are 0
+int Farthest(int n, const double* x, double& largest)
+{
+    std::vector<int> farthest(std::size_t(BlockCount(n)), -1);
+    ForBlocks(n, [&](int block, int begin, int end) {
+        double most = 0;
+        for (int i = begin; i < end; ++i)
+            if (Raise(most, std::fabs(x[i])))
+                farthest[std::size_t(block)] = i;
+    });
+    int first = -1;
+    for (const int i : farthest)
+        if (i >= 0 && Raise(largest, std::fabs(x[i])))
+            first = i;
+    return first;
+}
+
 SolutionErrors NotANumber() { return {kNaN, -1, kNaN, kNaN, kNaN, kNaN, -1}; }
 
 } // namespace
@@ -96,9 +114,7 @@ SolutionErrors MeasureErrors(const MatrixView& A, const double* b, const double*
         return NotANumber();
     }
     Largest largest = {0, MaxNorm(b, n)};
-    for (int i = 0; i < A.n; ++i)
-        if (Raise(largest.x, std::fabs(x[i])))
-            errors.farthest = i;
+    errors.farthest = Farthest(A.n, x, largest.x);
     std::vector<BlockErrors> blocks(std::size_t(BlockCount(A.n, kRows)));
     ForBlocks(
         A.n,
@@ -129,16 +145,27 @@ SolutionErrors MeasureErrors(const MatrixView& A, const double* b, const double*
 
 bool IsFinite(const double* v, std::size_t n)
 {
-    // The exponent of a number that is not finite is all ones: one more carries into the sign.
-    constexpr std::uint64_t kMagnitude = ~std::uint64_t(0) >> 1, kOne = std::uint64_t(1) << 52;
-    std::uint64_t carried = 0;
-    for (std::size_t i = 0; i < n; ++i)
-    {
-        std::uint64_t bits;
-        std::memcpy(&bits, v + i, sizeof bits);
-        carried |= (bits & kMagnitude) + kOne;
-    }
-    return carried >> 63 == 0;
+    const auto isPieceFinite = [v](std::size_t begin, std::size_t end) {
+        // The exponent of a number that is not finite is all ones: one more carries into the sign.
+        constexpr std::uint64_t kMagnitude = ~std::uint64_t(0) >> 1, kOne = std::uint64_t(1) << 52;
+        std::uint64_t carried = 0;
+        for (std::size_t i = begin; i < end; ++i)
+        {
+            std::uint64_t bits;
+            std::memcpy(&bits, v + i, sizeof bits);
+            carried |= (bits & kMagnitude) + kOne;
+        }
+        return carried >> 63 == 0;
+    };
+    constexpr std::size_t kWorthThreads = 50'000, kGrain = 8192;
+    if (n < kWorthThreads)
+        return isPieceFinite(0, n);
+    std::atomic<bool> isFinite = true;
+    parallel::For(n, kGrain, [&](std::size_t begin, std::size_t end) {
+        if (!isPieceFinite(begin, end))
+            isFinite = false;
+    });
+    return isFinite;
 }
 
 int FirstNotFinite(const MatrixView& A, const double* b)

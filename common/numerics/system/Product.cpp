@@ -1,5 +1,6 @@
 #include "numerics/system/Product.h"
 
+#include "numerics/solve/BlockVector.h"
 #include "numerics/system/ProductRows.h"
 #include "parallel/For.h"
 #include "platform/platform_cpu.h"
@@ -56,10 +57,20 @@ void CheckRows(const MatrixView& A, const double* b, const double* x, double* r,
 
 double MaxNorm(const double* v, std::size_t n)
 {
+    const auto raise = [](double& largest, double size) {
+        if (!(size <= largest)) // true for NaN, which then stays
+            largest = std::isnan(largest) ? largest : size;
+    };
+    std::vector<double> parts(static_cast<std::size_t>(BlockCount(int(n))));
+    ForBlocks(int(n), [&](int block, int begin, int end) {
+        double largest = 0;
+        for (int i = begin; i < end; ++i)
+            raise(largest, std::fabs(v[i]));
+        parts[std::size_t(block)] = largest;
+    });
     double largest = 0;
-    for (std::size_t i = 0; i < n; ++i)
-        if (!(std::fabs(v[i]) <= largest)) // true for NaN, which then stays
-            largest = std::isnan(largest) ? largest : std::fabs(v[i]);
+    for (const double part : parts)
+        raise(largest, part);
     return largest;
 }
 
