@@ -263,11 +263,19 @@ TEST(SolverContract, IteratesAsOftenWhateverTheNumbersOfTheUnknowns)
 
 TEST(SolverThreads, GiveTheSameBitsForEveryNumber)
 {
+    const auto shuffled = [](const Model& model, int unknowns) {
+        const std::vector<int> order = Shuffled(model.Size() / unknowns, 3);
+        std::vector<int> number(model.Size());
+        for (int i = 0; i < model.Size(); ++i)
+            number[i] = order[i / unknowns] * unknowns + i % unknowns;
+        return model.Renumbered(number);
+    };
     const std::pair<int, Model> rows[] = {
         {0, RandomModel(Grid(90, 30, 1, 0), Kind::Indefinite)},
         {1, RandomModel(Grid(90, 30, 1, 0), Kind::NonSymmetric)},
         {2, Flow(200, Speckled)},
-        {2, Solid(100, {1e7}, 1e7)},
+        {2, shuffled(Flow(150, Speckled), 1)},
+        {2, shuffled(Solid(100, {1e7}, 1e7), 2)},
         {3, Flow(120, Speckled, 1, 0.3)},
         {3, Convection(90, 1)},
         {3, Convection(90, 100)},

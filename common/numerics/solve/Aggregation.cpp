@@ -27,9 +27,7 @@ template <class F>
 void ForNodes(const MatrixView& A, int unknowns, F f)
 {
     constexpr int kBlock = 1024; // nodes
-    const int nodes = A.n / unknowns;
-    ForNumbers(BlockCount(nodes, kBlock), A.rowStart[A.n], [&](int number) {
-        const int begin = number * kBlock, end = std::min(nodes - begin, kBlock) + begin;
+    ForBlocks(A.n / unknowns, A.rowStart[A.n], kBlock, [&](int, int begin, int end) {
         for (int node = begin; node < end; ++node)
             f(node);
     });

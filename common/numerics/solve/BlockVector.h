@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 namespace numerics
@@ -33,22 +34,22 @@ void ForNumbers(int count, double work, F f)
         f(number);
 }
 
-/// Calls f(number, begin, end) for every block of @p n entries, in parallel when there are several.
+/// Calls f(number, begin, end) for every block of @p block of @p n entries, in parallel when
+/// @p work is worth that.
+template <class F>
+void ForBlocks(int n, double work, int block, F f)
+{
+    ForNumbers(BlockCount(n, block), work, [&](int number) {
+        const int begin = number * block;
+        f(number, begin, n - begin < block ? n : begin + block);
+    });
+}
+
+/// The same, in parallel when there are several.
 template <class F>
 void ForBlocks(int n, F f, int block = kVectorBlock)
 {
-    const int count = BlockCount(n, block);
-    auto one = [&](int number) {
-        const int begin = number * block;
-        f(number, begin, n - begin < block ? n : begin + block);
-    };
-    if (count <= 1)
-    {
-        if (count == 1)
-            one(0);
-        return;
-    }
-    parallel::ForEach(std::size_t(count), [&](std::size_t number) { one(int(number)); });
+    ForBlocks(n, std::numeric_limits<double>::infinity(), block, f);
 }
 
 /// Sum of f(begin, end) over all blocks, added in the order of the blocks.

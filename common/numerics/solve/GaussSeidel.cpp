@@ -1,6 +1,7 @@
 #include "numerics/solve/GaussSeidel.h"
 
 #include "numerics/solve/BlockVector.h"
+#include "numerics/solve/Threads.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -17,81 +18,76 @@ constexpr int kShort = 512, kLong = 2048, kBlocks = 16;
 
 } // namespace
 
+std::vector<int> BandBlocks(const MatrixView& A)
+{
+    const int chunks = BlockCount(A.n, kChunk);
+    // The chunks that each chunk's rows reach; then the last that it is coupled to either way.
+    std::vector<int> first(static_cast<std::size_t>(chunks)), last(first);
+    ForBlocks(A.n, A.rowStart[A.n], kChunk, [&](int chunk, int begin, int end) {
+        int least = begin, most = begin;
+        for (int i = begin; i < end; ++i)
+            if (A.rowStart[i] < A.rowStart[i + 1])
+            {
+                least = std::min(least, A.columns[A.rowStart[i]]);
+                most = std::max(most, A.columns[A.rowStart[i + 1] - 1]);
+            }
+        first[std::size_t(chunk)] = least / kChunk;
+        last[std::size_t(chunk)] = most / kChunk;
+    });
+    for (int chunk = 0; chunk < chunks; ++chunk)
+    {
+        int& lastOfFirst = last[std::size_t(first[std::size_t(chunk)])];
+        lastOfFirst = std::max(lastOfFirst, chunk);
+    }
+    const int least = std::clamp(A.n / kBlocks, kShort, kLong) / kChunk;
+    std::vector<int> start(1, 0);
+    int reached = 0; // one past the last chunk that the blocks before the current are coupled to
+    for (int begin = 0; begin < chunks;)
+    {
+        const int end = std::min(std::max(begin + least, reached), chunks);
+        for (int chunk = begin; chunk < end; ++chunk)
+            reached = std::max(reached, last[std::size_t(chunk)] + 1);
+        start.push_back(end == chunks ? A.n : end * kChunk);
+        begin = end;
+    }
+    return start;
+}
+
 void GaussSeidel::Prepare(const MatrixView& A)
 {
     A_ = A;
     const auto n = std::size_t(A.n);
     lower_.resize(n);
     upper_.resize(n);
-    inverse_.resize(n);
-    std::vector<Reach> reach(std::size_t(BlockCount(A.n, kChunk)));
-    ForNumbers(int(reach.size()), A.rowStart[A.n], [&](int chunk) {
-        const int begin = chunk * kChunk;
-        FindDiagonals({begin, std::min(A.n - begin, kChunk) + begin}, reach[std::size_t(chunk)]);
-    });
-    FormBlocks(reach);
     split_.resize(n);
+    inverse_.resize(n);
+    blockStart_ = BandBlocks(A);
     for (const int colour : {0, 1})
-        ForColour(colour, [=, this](Rows rows) { Split(rows, colour); });
+        ForColour(colour, [=, this](Rows rows) { FindDiagonals(rows, colour); });
 }
 
-void GaussSeidel::Split(Rows rows, int colour)
+void GaussSeidel::FindDiagonals(Rows rows, int colour)
 {
+    const MatrixView A = A_;
     for (int i = rows.begin; i < rows.end; ++i)
     {
-        int k = colour == 0 ? A_.rowStart[i] : A_.rowStart[i + 1];
-        if (colour == 0)
-            while (k < lower_[std::size_t(i)] && A_.columns[k] < rows.begin)
-                ++k;
-        else
-            while (k > upper_[std::size_t(i)] && A_.columns[k - 1] >= rows.end)
-                --k;
-        split_[std::size_t(i)] = k;
-    }
-}
-
-void GaussSeidel::FindDiagonals(Rows rows, Reach& reach)
-{
-    reach = {rows.begin, rows.end - 1};
-    for (int i = rows.begin; i < rows.end; ++i)
-    {
-        const int begin = A_.rowStart[i], end = A_.rowStart[i + 1];
+        const int begin = A.rowStart[i], end = A.rowStart[i + 1];
         int k = begin;
-        while (k < end && A_.columns[k] <= i)
+        while (k < end && A.columns[k] <= i)
             ++k;
         upper_[std::size_t(i)] = k;
-        const bool hasDiagonal = k > begin && A_.columns[k - 1] == i;
-        lower_[std::size_t(i)] = hasDiagonal ? k - 1 : k;
-        const double diagonal = hasDiagonal ? A_.values[k - 1] : 0.0;
+        const bool hasDiagonal = k > begin && A.columns[k - 1] == i;
+        const int lower = lower_[std::size_t(i)] = hasDiagonal ? k - 1 : k;
+        const double diagonal = hasDiagonal ? A.values[k - 1] : 0.0;
         inverse_[std::size_t(i)] = diagonal != 0 ? 1 / diagonal : 0.0;
-        if (begin == end)
-            continue;
-        reach.first = std::min(reach.first, A_.columns[begin]);
-        reach.last = std::max(reach.last, A_.columns[end - 1]);
-    }
-}
-
-/// A block ends where the rows of the block before it reach no further.
-void GaussSeidel::FormBlocks(std::vector<Reach>& reach)
-{
-    const int chunks = int(reach.size());
-    const int least = std::clamp(A_.n / kBlocks, kShort, kLong) / kChunk;
-    std::vector<int> last(reach.size()); // chunk that a chunk is coupled to, in either direction
-    for (int c = 0; c < chunks; ++c)
-    {
-        const auto [first, end] = reach[std::size_t(c)];
-        last[std::size_t(c)] = std::max(last[std::size_t(c)], end / kChunk);
-        last[std::size_t(first / kChunk)] = std::max(last[std::size_t(first / kChunk)], c);
-    }
-    blockStart_.assign(1, 0);
-    int reached = 0; // one past the last chunk that the blocks before the current are coupled to
-    for (int begin = 0; begin < chunks;)
-    {
-        const int end = std::min(std::max(begin + least, reached), chunks);
-        for (int c = begin; c < end; ++c)
-            reached = std::max(reached, last[std::size_t(c)] + 1);
-        blockStart_.push_back(end == chunks ? A_.n : end * kChunk);
-        begin = end;
+        int split = colour == 0 ? begin : end;
+        if (colour == 0)
+            while (split < lower && A.columns[split] < rows.begin)
+                ++split;
+        else
+            while (split > k && A.columns[split - 1] >= rows.end)
+                --split;
+        split_[std::size_t(i)] = split;
     }
 }
 
@@ -172,9 +168,28 @@ void GaussSeidel::ResidualEven(Rows rows, const double* x, double* residual) con
 
 void GaussSeidel::ForwardFromZero(const double* b, double* x, double* residual) const
 {
+    if (ThreadCount(0) == 1)
+        return ForwardInOnePass(b, x, residual);
     ForColour(0, [=, this](Rows rows) { ForwardEven(rows, b, x); });
     ForColour(1, [=, this](Rows rows) { ForwardOdd(rows, b, x, residual); });
     ForColour(0, [=, this](Rows rows) { ResidualEven(rows, x, residual); });
+}
+
+/// The same with each step as soon as it can be, while its rows are in the cache.
+void GaussSeidel::ForwardInOnePass(const double* b, double* x, double* residual) const
+{
+    const auto rows = [this](int block) {
+        return Rows{blockStart_[std::size_t(block)], blockStart_[std::size_t(block) + 1]};
+    };
+    for (int block = 0; block < Blocks() + 2; block += 2)
+    {
+        if (block < Blocks())
+            ForwardEven(rows(block), b, x);
+        if (block >= 2 && block - 1 < Blocks())
+            ForwardOdd(rows(block - 1), b, x, residual);
+        if (block >= 2)
+            ResidualEven(rows(block - 2), x, residual);
+    }
 }
 
 void GaussSeidel::BackwardBlock(Rows rows, const double* b, double* x) const

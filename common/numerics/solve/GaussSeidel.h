@@ -10,13 +10,13 @@
 namespace numerics
 {
 
-/// Symmetric Gauss-Seidel sweeps over blocks of consecutive rows.
-///
-/// A block's rows are coupled to the adjacent blocks only. Even blocks therefore do not depend on
-/// each other, nor do odd ones: a forward sweep takes the even blocks first, a backward sweep the
-/// odd ones. The blocks follow from the pattern alone, so the bits are the same for every number of
-/// threads. A matrix without a band, as with random numbers, is one block, and its sweeps run on
-/// one thread.
+/// The first rows of blocks of consecutive rows that are coupled to the adjacent blocks only, and
+/// the number of rows. They follow from the pattern; a matrix without a band has one or two.
+std::vector<int> BandBlocks(const MatrixView& A);
+
+/// Symmetric Gauss-Seidel sweeps over the blocks of a band. Even blocks do not depend on each
+/// other, nor do odd ones: a forward sweep takes the even blocks first, a backward sweep the odd
+/// ones. The bits are the same for every number of threads.
 class GaussSeidel
 {
 public:
@@ -34,17 +34,10 @@ private:
     {
         int begin, end;
     };
-    /// The columns that the rows of a chunk reach.
-    struct Reach
-    {
-        int first, last;
-    };
-
-    void FindDiagonals(Rows rows, Reach& reach);
-    void FormBlocks(std::vector<Reach>& reach);
-    void Split(Rows rows, int colour);
+    void FindDiagonals(Rows rows, int colour);
     template <class F>
     void ForColour(int colour, F f) const;
+    void ForwardInOnePass(const double* b, double* x, double* residual) const;
     void ForwardEven(Rows rows, const double* b, double* x) const;
     void ForwardOdd(Rows rows, const double* b, double* x, double* residual) const;
     void ResidualEven(Rows rows, const double* x, double* residual) const;

@@ -94,7 +94,7 @@ private:
 std::unique_ptr<Preconditioner> MakeMultigrid(const MatrixView& A, Storage& storage)
 {
     storage.blocks.Build(A);
-    if (storage.blocks.unknowns > 1)
+    if (storage.blocks.IsReordered())
     {
         storage.multigrid.Build(storage.blocks.matrix.View());
         return std::make_unique<Reordered>(storage.multigrid, storage.blocks);

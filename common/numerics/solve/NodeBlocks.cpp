@@ -1,6 +1,7 @@
 #include "numerics/solve/NodeBlocks.h"
 
 #include "numerics/solve/Aggregation.h"
+#include "numerics/solve/GaussSeidel.h"
 
 #include <algorithm>
 #include <array>
@@ -17,20 +18,20 @@ namespace
 constexpr int kMost = 3; // unknowns of a node
 constexpr int kNone = -1;
 
-/// Rows with the same columns.
-struct Groups
-{
-    std::vector<int> of;   ///< the group of each row, in the order of their first rows
-    std::vector<int> size; ///< rows of each group
-};
+using Groups = NodeBlocks::Groups;
 
 Groups EqualRows(const MatrixView& A)
 {
-    std::vector<std::uint64_t> hash(static_cast<std::size_t>(A.n));
-    for (int i = 0; i < A.n; ++i)
-        for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
-            hash[std::size_t(i)] =
-                (hash[std::size_t(i)] ^ std::uint64_t(A.columns[k])) * 0x9e3779b97f4a7c15u + 1;
+    RawVector<std::uint64_t> hash(static_cast<std::size_t>(A.n));
+    ForBlocks(A.n, [&](int, int begin, int end) {
+        for (int i = begin; i < end; ++i)
+        {
+            std::uint64_t sum = 0;
+            for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+                sum = (sum ^ std::uint64_t(A.columns[k])) * 0x9e3779b97f4a7c15u + 1;
+            hash[std::size_t(i)] = sum;
+        }
+    });
     const auto areEqual = [&](int i, int j) {
         const int length = A.rowStart[i + 1] - A.rowStart[i];
         return hash[std::size_t(i)] == hash[std::size_t(j)] &&
@@ -38,21 +39,26 @@ Groups EqualRows(const MatrixView& A)
                std::equal(A.columns + A.rowStart[i], A.columns + A.rowStart[i + 1],
                           A.columns + A.rowStart[j]);
     };
-    Groups groups;
-    groups.of.assign(static_cast<std::size_t>(A.n), kNone);
-    for (int i = 0; i < A.n; ++i)
-    {
-        int& group = groups.of[std::size_t(i)];
-        // Equal rows contain each other's columns, since each contains its own.
-        for (int k = A.rowStart[i]; k < A.rowStart[i + 1] && A.columns[k] < i && group < 0; ++k)
-            if (areEqual(i, A.columns[k]))
-                group = groups.of[std::size_t(A.columns[k])];
-        if (group < 0)
+    // An equal row before each. Equal rows contain each other's columns, as each contains its own.
+    RawVector<int> equal(static_cast<std::size_t>(A.n));
+    ForBlocks(A.n, [&](int, int begin, int end) {
+        for (int i = begin; i < end; ++i)
         {
-            group = int(groups.size.size());
-            groups.size.push_back(0);
+            const int *column = A.columns + A.rowStart[i], *last = A.columns + A.rowStart[i + 1];
+            while (column != last && *column < i && !areEqual(i, *column))
+                ++column;
+            equal[std::size_t(i)] = column != last && *column < i ? *column : kNone;
         }
-        ++groups.size[std::size_t(group)];
+    });
+    Groups groups;
+    groups.of.resize(static_cast<std::size_t>(A.n));
+    for (std::size_t i = 0; i < groups.of.size(); ++i)
+    {
+        if (equal[i] == kNone)
+            groups.size.push_back(0);
+        groups.of[i] =
+            equal[i] == kNone ? int(groups.size.size()) - 1 : groups.of[std::size_t(equal[i])];
+        ++groups.size[std::size_t(groups.of[i])];
     }
     return groups;
 }
@@ -228,14 +234,66 @@ double Diagonal(const MatrixView& A, int i)
 
 void NodeBlocks::Build(const MatrixView& A)
 {
-    unknowns = 1;
-    if (UnknownsPerNode(A) > 1)
-        return;
-    const Groups groups = EqualRows(A);
-    const int size = PrevailingSize(groups);
-    constexpr double kMostPositions = 2e9;
-    if (size == 1 || double(A.rowStart[A.n]) * size * size > kMostPositions)
-        return;
+    from.clear();
+    unknowns = UnknownsPerNode(A);
+    if (unknowns == 1)
+    {
+        const Groups groups = EqualRows(A);
+        const int size = PrevailingSize(groups);
+        constexpr double kMostPositions = 2e9;
+        if (size > 1 && double(A.rowStart[A.n]) * size * size <= kMostPositions)
+            return FromGroups(A, groups, size);
+    }
+    constexpr int kLarge = 16384, kFew = 8; // equations; blocks that threads share
+    if (A.n >= kLarge && BandBlocks(A).size() <= kFew)
+        InBand(A);
+}
+
+/// The nodes breadth first.
+void NodeBlocks::InBand(const MatrixView& A)
+{
+    const int nodes = A.n / unknowns;
+    std::vector<int> order, rank(static_cast<std::size_t>(nodes), kNone);
+    order.reserve(rank.size());
+    const auto meet = [&](int node) {
+        if (rank[std::size_t(node)] != kNone)
+            return;
+        rank[std::size_t(node)] = int(order.size());
+        order.push_back(node);
+    };
+    for (int node = 0; node < nodes; ++node)
+    {
+        std::size_t next = order.size();
+        for (meet(node); next < order.size(); ++next)
+        {
+            const int row = order[next] * unknowns;
+            for (int k = A.rowStart[row]; k < A.rowStart[row + 1]; k += unknowns)
+                meet(A.columns[k] / unknowns);
+        }
+    }
+    from.resize(static_cast<std::size_t>(A.n));
+    ForBlocks(A.n, [&](int, int begin, int end) {
+        for (int i = begin; i < end; ++i)
+            from[std::size_t(i)] = order[std::size_t(i / unknowns)] * unknowns + i % unknowns;
+    });
+    matrix = MakeRows(A.n, A.n, A.rowStart[A.n], [&](SparseRows& part, int begin, int end) {
+        for (int i = begin; i < end; ++i)
+        {
+            const int row = from[std::size_t(i)];
+            for (int k = A.rowStart[row]; k < A.rowStart[row + 1]; ++k)
+            {
+                const int j = A.columns[k];
+                part.columns.push_back(rank[std::size_t(j / unknowns)] * unknowns + j % unknowns);
+                part.values.push_back(A.values[k]);
+            }
+            part.EndRow();
+        }
+        SortRows(part);
+    });
+}
+
+void NodeBlocks::FromGroups(const MatrixView& A, const Groups& groups, int size)
+{
     unknowns = size;
     Walk walk(A, Nodes(groups, size), size);
     const std::vector<int> order = walk.Run();
@@ -292,12 +350,19 @@ Reordered::Reordered(Preconditioner& inner, const NodeBlocks& blocks)
 
 void Reordered::Apply(const double* r, double* z)
 {
-    for (std::size_t k = 0; k < r_.size(); ++k)
-        r_[k] = blocks_.from[k] < 0 ? 0.0 : r[blocks_.from[k]];
+    ForBlocks(int(r_.size()), [=, this](int, int begin, int end) {
+        for (int k = begin; k < end; ++k)
+        {
+            const int row = blocks_.from[std::size_t(k)];
+            r_[std::size_t(k)] = row < 0 ? 0.0 : r[row];
+        }
+    });
     inner_.Apply(r_.data(), z_.data());
-    for (std::size_t k = 0; k < z_.size(); ++k)
-        if (blocks_.from[k] >= 0)
-            z[blocks_.from[k]] = z_[k];
+    ForBlocks(int(z_.size()), [=, this](int, int begin, int end) {
+        for (int k = begin; k < end; ++k)
+            if (const int row = blocks_.from[std::size_t(k)]; row >= 0)
+                z[row] = z_[std::size_t(k)];
+    });
 }
 
 } // namespace numerics

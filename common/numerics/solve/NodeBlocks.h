@@ -19,13 +19,27 @@ namespace numerics
 /// couplings of equal components have the larger sum.
 struct NodeBlocks
 {
-    int unknowns = 1; ///< of a node; 1 when the unknowns do not come in nodes of 2 or 3
+    int unknowns = 1; ///< of a node
     SparseRows matrix;
     std::vector<int> from; ///< for each row of matrix the row of A, -1 for a component left out
 
-    /// Leaves unknowns at 1 and the rest empty when nodes of one unknown prevail, and when A is in
-    /// the order of its nodes already. Cost: a few passes over A.
+    /// Does nothing when nodes of one unknown prevail, or A is in the order of its nodes, and A has
+    /// a band. Without one, as with random numbers, neighbours are brought together, for the caches
+    /// and for threads. Cost: a few passes over A.
     void Build(const MatrixView& A);
+    /// Has matrix been made?
+    bool IsReordered() const { return !from.empty(); }
+
+    /// Rows with the same columns.
+    struct Groups
+    {
+        std::vector<int> of;   ///< the group of each row, in the order of their first rows
+        std::vector<int> size; ///< rows of each group
+    };
+
+private:
+    void FromGroups(const MatrixView& A, const Groups& groups, int size);
+    void InBand(const MatrixView& A);
 };
 
 /// A preconditioner of the reordered matrix as one of A.

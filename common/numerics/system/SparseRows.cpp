@@ -103,10 +103,11 @@ void AppendProduct(const MatrixView A, const MatrixView* B, int shift, SparseRow
     }
 }
 
-/// Puts the columns of every row in ascending order.
+} // namespace
+
 void SortRows(SparseRows& A)
 {
-    // Insertion: rows are short and partly in order.
+    // By insertion.
     for (int i = 0; i < A.rows; ++i)
     {
         const int begin = A.start[std::size_t(i)], end = A.start[std::size_t(i) + 1];
@@ -125,8 +126,6 @@ void SortRows(SparseRows& A)
         }
     }
 }
-
-} // namespace
 
 SparseRows MakeRows(int rows, int cols, double work, const RowMaker& make)
 {

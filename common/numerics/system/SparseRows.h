@@ -34,6 +34,9 @@ using RowMaker = std::function<void(SparseRows& part, int begin, int end)>;
 /// @p work, in products and additions, is worth that.
 SparseRows MakeRows(int rows, int cols, double work, const RowMaker& make);
 
+/// Puts the columns of every row in ascending order. Rows are short, or nearly in order.
+void SortRows(SparseRows& A);
+
 /// B = A^T, columns ascending.
 SparseRows Transposed(const SparseRows& A);
 

@@ -1,7 +1,10 @@
 #include "numerics/FilledSystem.h"
 #include "numerics/solve/GaussSeidel.h"
 #include "numerics/solve/Krylov.h"
+#include "numerics/solve/NodeBlocks.h"
 #include "support/Numbers.h"
+
+#include <set>
 
 namespace
 {
@@ -296,6 +299,27 @@ TEST(GaussSeidel, SweepsBlocksOfAnyBandAndKnowsTheResidual)
         if (isSymmetric)
             EXPECT_NEAR(there, Vector(b[1]).dot(Vector(x[0])), 1e-12 * std::abs(there));
     }
+}
+
+TEST(NodeBlocks, BringsNeighboursTogetherWhereTheMatrixHasNoBand)
+{
+    const Model plate = Flow(150);
+    System shuffled = plate.Renumbered(Shuffled(plate.Size(), 3));
+    NodeBlocks blocks;
+    blocks.Build(shuffled.View());
+    ASSERT_TRUE(blocks.IsReordered());
+    const MatrixView A = blocks.matrix.View();
+    EXPECT_GT(BandBlocks(A).size(), 16);
+    EXPECT_EQ(A.rowStart[A.n], int(shuffled.values.size()));
+    EXPECT_EQ(std::set<int>(blocks.from.begin(), blocks.from.end()).size(), shuffled.b.size());
+    for (int i = 0; i < A.n; ++i)
+        for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+        {
+            ASSERT_EQ(A.values[k], shuffled.At(blocks.from[i], blocks.from[A.columns[k]]));
+            ASSERT_TRUE(k == A.rowStart[i] || A.columns[k - 1] < A.columns[k]);
+        }
+    blocks.Build(System(plate).View()); // has a band
+    EXPECT_FALSE(blocks.IsReordered());
 }
 
 } // namespace
