@@ -11,6 +11,7 @@
 #include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <csignal>
 #include <fstream>
@@ -140,6 +141,29 @@ TEST(Mumps, JudgesEverySystemAsTheOtherSolversDo)
         EXPECT_TRUE(child::Run("", "", 0, nodes == 0 ? kEnvironment : kMpirun,
                                "--gtest_filter=SolverContract.Says*" + Nodes(nodes)))
             << nodes;
+}
+
+/// The heads and flows of one analysis, with each solver.
+TEST(Mumps, GivesPercovaTheSameResults)
+{
+    const std::string folder = support::ScratchFolder().string();
+    const std::string dam = std::string(KVI_SOURCE_DIR) + "/examples/percova/cases/";
+    const auto run = [&](const std::string& prefix, const std::string& name, int nodes) {
+        const std::string command =
+            prefix + KVI_TEST_PERCOVA " run " + dam + "U1-dam.problem.json --mesh " + dam +
+            "mesh/U1-dam.q8.v41.msh --out " + folder + '/' + name + Nodes(nodes) + " >/dev/null";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        return nlohmann::json::parse(support::ReadAll(folder + '/' + name + "/result.json"));
+    };
+    const nlohmann::json own = run("", "own", 0), mumps = run(kMpirun, "mumps", 1);
+    EXPECT_THAT(mumps.dump(), testing::HasSubstr("2 processes"));
+    const nlohmann::json expected = own.at("steps").flatten(), found = mumps.at("steps").flatten();
+    EXPECT_GT(expected.size(), 100u);
+    for (const auto& [name, value] : expected.items())
+        if (value.is_number_float())
+            EXPECT_NEAR(found.at(name).get<double>(), value.get<double>(),
+                        1e-7 * (1e-3 + std::fabs(value.get<double>())))
+                << name;
 }
 
 TEST(Mumps, EndsWithAnEngineThatSolvesNothing)
