@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <queue>
+#include <limits>
 #include <random>
 #include <utility>
 
@@ -114,23 +114,28 @@ Level Coarsen(const Level& fine, int count)
     return level;
 }
 
-/// Improves a separator by moving vertices out of it.
+/// Improves a separator by moving it through the graph, in passes towards one side or the other.
 class Refinement
 {
 public:
-    Refinement(const Level& level, Sides& sides) : graph_(level.graph), sides_(sides)
+    Refinement(const Level& level, Sides& sides)
+        : graph_(level.graph), sides_(sides), gain_(sides.size()), isChanged_(sides.size())
     {
         largest_ = std::max((long long)(kLargestSide * double(level.total)), 1LL);
         for (int v = 0; v < graph_.Size(); ++v)
-            weight_[sides_[std::size_t(v)]] += graph_.weight[std::size_t(v)];
-        gain_.resize(2 * sides_.size());
-        locked_.resize(sides_.size());
-    }
-    void Run(int passes)
-    {
-        for (int pass = 0; pass < passes && Pass(); ++pass)
         {
+            weight_[Side(v)] += Weight(v);
+            if (Side(v) == kSeparator)
+                separator_.push_back(v);
         }
+    }
+    /// Ends when a pass to either side brings nothing.
+    void Run()
+    {
+        constexpr int kMostPasses = 6;
+        int to = weight_[0] < weight_[1] ? 0 : 1;
+        for (int pass = 0, failures = 0; pass < kMostPasses && failures < 2; ++pass, to = 1 - to)
+            failures = Pass(to) ? 0 : failures + 1;
     }
     /// To be minimised: the separator's weight, and a small penalty for unbalanced sides.
     double Cost() const
@@ -142,99 +147,107 @@ public:
     }
 
 private:
-    struct Move
-    {
-        long long gain;
-        int vertex, side;
-        bool operator<(const Move& other) const
-        {
-            return gain != other.gain
-                       ? gain < other.gain
-                       : std::pair(vertex, side) < std::pair(other.vertex, other.side);
-        }
-    };
+    static constexpr int kEntering = std::numeric_limits<int>::min(); // the gain is not yet known
+
     template <class F>
     void ForNeighbours(int v, F f)
     {
         for (int k = graph_.start[std::size_t(v)]; k < graph_.start[std::size_t(v) + 1]; ++k)
             f(graph_.neighbours[std::size_t(k)]);
     }
-    long long& Gain(int v, int side) { return gain_[2 * std::size_t(v) + std::size_t(side)]; }
+    /// Weight by which the separator gets smaller when v leaves it: v's neighbours on the side that
+    /// gives come into the separator.
+    int& Gain(int v) { return gain_[std::size_t(v)]; }
     int Weight(int v) const { return graph_.weight[std::size_t(v)]; }
     signed char& Side(int v) { return sides_[std::size_t(v)]; }
 
-    /// Weight by which the separator gets smaller when v goes to a side: the side's opposite
-    /// neighbours come into the separator.
-    void Enter(int v)
+    void Push(int v)
     {
-        long long opposite[2] = {0, 0};
-        ForNeighbours(v, [&](int u) {
-            if (Side(u) != kSeparator)
-                opposite[1 - Side(u)] += Weight(u);
-        });
-        for (const int side : {0, 1})
-        {
-            Gain(v, side) = Weight(v) - opposite[side];
-            Push(v, side);
-        }
+        moves_.emplace_back(Gain(v), v);
+        std::push_heap(moves_.begin(), moves_.end());
     }
-    void Push(int v, int side)
+    void Change(int v, int side)
     {
-        if (!locked_[std::size_t(v)])
-            moves_.push({Gain(v, side), v, side});
-    }
-    void Change(int v, signed char side)
-    {
-        log_.push_back({v, Side(v)});
+        log_.emplace_back(v, Side(v));
         weight_[Side(v)] -= Weight(v);
         weight_[side] += Weight(v);
-        Side(v) = side;
+        Side(v) = static_cast<signed char>(side);
     }
-    void Apply(int v, int side)
+    /// Finds the separator's vertices, and their gains when the side @p from gives.
+    void Begin(int from)
     {
-        locked_[std::size_t(v)] = 1;
-        Change(v, static_cast<signed char>(side));
-        ForNeighbours(v, [&](int u) {
-            if (Side(u) == kSeparator)
-            {
-                Gain(u, 1 - side) -= Weight(v);
-                Push(u, 1 - side);
-            }
-            else if (Side(u) == 1 - side)
-            {
-                Change(u, kSeparator);
-                Enter(u);
-                ForNeighbours(u, [&](int x) {
-                    if (Side(x) != kSeparator || x == u)
-                        return;
-                    Gain(x, side) += Weight(u);
-                    Push(x, side);
-                });
-            }
-        });
-    }
-    bool Pass()
-    {
-        const int patience = 40 + int(std::min<std::size_t>(sides_.size() / 50, 300));
-        moves_ = {};
+        moves_.clear();
         log_.clear();
-        std::fill(locked_.begin(), locked_.end(), 0);
-        for (int v = 0; v < graph_.Size(); ++v)
-            if (Side(v) == kSeparator)
-                Enter(v);
+        std::sort(separator_.begin(), separator_.end());
+        separator_.erase(std::unique(separator_.begin(), separator_.end()), separator_.end());
+        std::erase_if(separator_, [this](int v) { return Side(v) != kSeparator; });
+        for (const int v : separator_)
+        {
+            Gain(v) = Weight(v);
+            ForNeighbours(v, [&](int u) { Gain(v) -= Side(u) == from ? Weight(u) : 0; });
+            Push(v);
+        }
+    }
+    /// Moves v out of the separator, and its neighbours on the side @p from into it.
+    void Move(int v, int from)
+    {
+        Change(v, 1 - from);
+        const std::size_t known = separator_.size();
+        ForNeighbours(v, [&](int u) {
+            if (Side(u) != from)
+                return;
+            Change(u, kSeparator);
+            Gain(u) = kEntering;
+            separator_.push_back(u);
+        });
+        entering_.clear();
+        changed_.clear();
+        for (std::size_t k = known; k < separator_.size(); ++k)
+        {
+            const int u = separator_[k];
+            int gain = Weight(u);
+            ForNeighbours(u, [&](int x) {
+                if (Side(x) == from)
+                    gain -= Weight(x);
+                else if (Side(x) == kSeparator && Gain(x) != kEntering)
+                {
+                    Gain(x) += Weight(u); // u has left the side that gives
+                    if (!isChanged_[std::size_t(x)])
+                        changed_.push_back(x);
+                    isChanged_[std::size_t(x)] = 1;
+                }
+            });
+            entering_.push_back(gain);
+        }
+        for (std::size_t k = known; k < separator_.size(); ++k)
+        {
+            Gain(separator_[k]) = entering_[k - known];
+            Push(separator_[k]);
+        }
+        for (const int x : changed_)
+        {
+            isChanged_[std::size_t(x)] = 0;
+            Push(x);
+        }
+    }
+    /// Moves the separator towards the side @p from, the best vertex first, also where that costs
+    /// something, and returns to the best one seen. @returns whether it is better than before
+    bool Pass(int to)
+    {
+        const int from = 1 - to;
+        Begin(from);
+        const std::size_t patience = 40 + std::min<std::size_t>(2 * separator_.size(), 300);
         const double before = Cost();
         double best = before;
         std::size_t bestLength = 0;
-        for (int idle = 0; !moves_.empty() && idle < patience;)
+        for (std::size_t idle = 0; !moves_.empty() && idle < patience;)
         {
-            const Move move = moves_.top();
-            moves_.pop();
-            if (locked_[std::size_t(move.vertex)] || Side(move.vertex) != kSeparator ||
-                move.gain != Gain(move.vertex, move.side))
+            const auto [gain, v] = moves_.front();
+            std::pop_heap(moves_.begin(), moves_.end());
+            moves_.pop_back();
+            if (Side(v) != kSeparator || gain != Gain(v) || weight_[to] + Weight(v) > largest_)
                 continue;
-            if (weight_[move.side] + Weight(move.vertex) > largest_)
-                continue;
-            Apply(move.vertex, move.side);
+            Move(v, from);
             ++idle;
             if (Cost() < best)
             {
@@ -243,13 +256,14 @@ private:
                 idle = 0;
             }
         }
-        while (log_.size() > bestLength)
+        for (; log_.size() > bestLength; log_.pop_back())
         {
             const auto [v, side] = log_.back();
             weight_[Side(v)] -= Weight(v);
             weight_[side] += Weight(v);
             Side(v) = side;
-            log_.pop_back();
+            if (side == kSeparator)
+                separator_.push_back(v);
         }
         return best < before;
     }
@@ -258,10 +272,12 @@ private:
     Sides& sides_;
     long long weight_[3] = {0, 0, 0};
     long long largest_ = 0;
-    std::vector<long long> gain_;
-    std::vector<char> locked_;
-    std::priority_queue<Move> moves_;
-    std::vector<std::pair<int, signed char>> log_;
+    std::vector<int> gain_;
+    std::vector<int> separator_;                   ///< its vertices, and some that have left it
+    std::vector<std::pair<int, int>> moves_;       ///< a heap of gains, those now wrong among them
+    std::vector<std::pair<int, signed char>> log_; ///< former sides, in the order of the changes
+    std::vector<int> entering_, changed_;          ///< gains and vertices, of one move
+    std::vector<char> isChanged_;
 };
 
 /// Grows side 0 from a vertex far from @p seed until it has half of the weight; its border is the
@@ -323,13 +339,13 @@ Sides TrySeparator(std::vector<Level>& levels, std::mt19937& random, double& cos
         levels.push_back(Coarsen(levels.back(), count));
     }
     Sides best;
-    for (int trial = 0; trial < 4; ++trial)
+    for (int trial = 0; trial < 8; ++trial)
     {
         const Level& coarsest = levels.back();
         const int seed = int(random() % unsigned(coarsest.graph.Size()));
         Sides sides = Grow(coarsest, seed, 1 + trial % 2);
         Refinement refinement(coarsest, sides);
-        refinement.Run(6);
+        refinement.Run();
         if (best.empty() || refinement.Cost() < cost)
         {
             cost = refinement.Cost();
@@ -343,7 +359,7 @@ Sides TrySeparator(std::vector<Level>& levels, std::mt19937& random, double& cos
             fine[v] = best[std::size_t(levels[k].coarse[v])];
         best = std::move(fine);
         Refinement refinement(levels[k], best);
-        refinement.Run(4);
+        refinement.Run();
         cost = refinement.Cost();
     }
     return best;
@@ -359,8 +375,8 @@ Sides FindSeparator(const AdjacencyGraph& graph)
     levels[0].edgeWeight.assign(graph.neighbours.size(), 1);
     for (const int weight : graph.weight)
         levels[0].total += weight;
-    // The large separators determine the work: they are worth several attempts.
-    const int attempts = graph.Size() > 20000 ? 4 : graph.Size() > 1500 ? 3 : 1;
+    // Where the work is counted in minutes a percent of it pays for another attempt.
+    const int attempts = graph.Size() > 50000 ? 2 : 1;
     Sides best;
     double least = 0;
     for (int attempt = 0; attempt < attempts; ++attempt)
