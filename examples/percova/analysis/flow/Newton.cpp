@@ -380,9 +380,10 @@ bool Newton::Step(const Goal& goal)
         }
         {
             const TimeAdder watch(solveSeconds_);
-            const double enough = linear                                 ? 1e-10
-                                  : goal.tolerance > settings_.tolerance ? 1e-4
-                                                                         : 1e-6;
+            // The sum of all residuals is checked against the flow through the model, which is far
+            // less than the norm of the right side: one linear solve has to be enough.
+            const double enough = goal.tolerance > settings_.tolerance ? (linear ? 1e-10 : 1e-4)
+                                                                       : (linear ? 1e-12 : 1e-6);
             if (!system_.Solve(held_, residual_, linear, enough, step_, outcome_.failure))
                 return false;
         }
