@@ -57,3 +57,12 @@ target_link_libraries(bench_python PRIVATE kvi_compile KVI::kvi pybind11::embed 
 target_compile_definitions(bench_python PRIVATE KVI_PYTHON_MODULES="${CMAKE_BINARY_DIR}/python")
 add_dependencies(bench_python kvi_python)
 kvi_add_string_table(bench_python "${PROJECT_SOURCE_DIR}/host/kvi_messages.strings")
+
+# Whole jobs of the reference engine beside programs; they run as processes of their own.
+if(TARGET percova)
+  add_executable(bench_percova percova/Job.cpp percova/Percova_bench.cpp main.cpp)
+  target_include_directories(bench_percova PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
+  target_link_libraries(bench_percova PRIVATE kvi_compile benchmark::benchmark)
+  target_compile_definitions(bench_percova PRIVATE KVI_PERCOVA="$<TARGET_FILE:percova>")
+  add_dependencies(bench_percova percova)
+endif()
