@@ -10,7 +10,8 @@ namespace numerics
 {
 
 /// The order by minimum degree, or by nested dissection where that promises to save more work
-/// than it costs: order[k] is the vertex eliminated at step k.
+/// than it costs: order[k] is the vertex eliminated at step k. A graph that is numbered at random
+/// is renumbered first.
 std::vector<int> ChooseOrder(const AdjacencyGraph& graph);
 
 } // namespace numerics
