@@ -1,8 +1,8 @@
 // Goal 2d: the symmetric iterative solver to 1e-8, set-up included, beside hypre's conjugate
 // gradients with BoomerAMG and Eigen's with the diagonal. One thread each.
 #include "numerics/FeMesh.h"
-#include "numerics/solve/Krylov.h"
-#include "numerics/solve/Profile.h"
+#include "numerics/direct/Profile.h"
+#include "numerics/iterative/Krylov.h"
 #include "parallel/ThreadCount.h"
 
 #include <Eigen/IterativeLinearSolvers>

@@ -1,9 +1,9 @@
 #include "numerics/ISysEqnImpl.h"
 
-#include "numerics/solve/BlockVector.h"
-#include "numerics/solve/Threads.h"
+#include "numerics/solve/SystemState.h"
+#include "numerics/system/BlockVector.h"
 #include "numerics/system/Product.h"
-#include "numerics/system/SystemState.h"
+#include "numerics/system/Threads.h"
 #include "numerics/system/TrapsOff.h"
 
 #include <algorithm>

@@ -19,8 +19,8 @@
 /// older solution is not mistaken for a new one; an iterative one leaves its best approximation,
 /// the start included, and NaN only when memory runs out or it is stopped. An index outside the
 /// system, a coefficient outside the pattern, a matrix that does not fit its list, lists of unequal
-/// length and null pointers are dropped, and the outcome of solves is Failed until ResetToZero; so it is
-/// before the first Initialize.
+/// length and null pointers are dropped, and the outcome of solves is Failed until ResetToZero; so
+/// it is before the first Initialize.
 ///
 /// Memory, in bytes an equation of a plane mesh of 4-node elements with one unknown a node: 250 to
 /// 300 for pattern and matrix; what the solver keeps until the pattern changes is 240 for the

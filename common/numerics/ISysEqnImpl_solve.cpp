@@ -1,9 +1,9 @@
 #include "foundation/kvidbg.h"
 #include "numerics/math_SparseSolver.h"
-#include "numerics/solve/Threads.h"
-#include "numerics/solve/Verdict.h"
-#include "numerics/system/SystemState.h"
+#include "numerics/solve/SystemState.h"
+#include "numerics/system/Threads.h"
 #include "numerics/system/TrapsOff.h"
+#include "numerics/system/Verdict.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,9 +2,9 @@
 
 #include "foundation/kvidbg.h"
 #include "foundation/str.h"
-#include "numerics/solve/AdjacencyGraph.h"
-#include "numerics/solve/StopRequest.h"
-#include "numerics/solve/WeightedMatching.h"
+#include "numerics/order/AdjacencyGraph.h"
+#include "numerics/order/WeightedMatching.h"
+#include "numerics/system/StopRequest.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,10 +3,10 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
+#include "numerics/direct/KeptMatrix.h"
 #include "numerics/solve/DistributedInterface.h"
-#include "numerics/solve/KeptMatrix.h"
-#include "numerics/solve/Verdict.h"
 #include "numerics/system/MatrixView.h"
+#include "numerics/system/Verdict.h"
 
 namespace numerics
 {

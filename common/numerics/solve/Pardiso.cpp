@@ -1,6 +1,6 @@
 #include "numerics/solve/Pardiso.h"
 
-#include "numerics/solve/Verdict.h"
+#include "numerics/system/Verdict.h"
 
 #include <algorithm>
 #include <limits>

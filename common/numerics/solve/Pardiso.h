@@ -3,8 +3,8 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
+#include "numerics/direct/SparseDirect.h"
 #include "numerics/solve/DistributedDirect.h"
-#include "numerics/solve/SparseDirect.h"
 #include "numerics/system/MatrixView.h"
 
 #include <string>

@@ -1,6 +1,6 @@
 #include "numerics/system/Adjacency.h"
 
-#include "numerics/solve/BlockVector.h"
+#include "numerics/system/BlockVector.h"
 #include "parallel/For.h"
 
 #include <numeric>

@@ -1,8 +1,8 @@
 #include "numerics/system/Pattern.h"
 
-#include "numerics/solve/BlockVector.h"
-#include "numerics/solve/Threads.h"
+#include "numerics/system/BlockVector.h"
 #include "numerics/system/PatternRows.h"
+#include "numerics/system/Threads.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,5 +1,5 @@
-#include "numerics/solve/Threads.h"
 #include "numerics/system/Pattern.h"
+#include "numerics/system/Threads.h"
 #include "parallel/For.h"
 
 #include <algorithm>

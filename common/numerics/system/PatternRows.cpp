@@ -1,9 +1,9 @@
 #include "numerics/system/PatternRows.h"
 
-#include "numerics/solve/BlockVector.h"
-#include "numerics/solve/Threads.h"
 #include "numerics/system/Adjacency.h"
+#include "numerics/system/BlockVector.h"
 #include "numerics/system/RawVector.h"
+#include "numerics/system/Threads.h"
 #include "parallel/For.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "numerics/system/Product.h"
 
-#include "numerics/solve/BlockVector.h"
+#include "numerics/system/BlockVector.h"
 #include "numerics/system/ProductRows.h"
 #include "parallel/For.h"
 #include "platform/platform_cpu.h"

@@ -1,7 +1,7 @@
 #include "numerics/system/SparseRows.h"
 
-#include "numerics/solve/Threads.h"
 #include "numerics/system/Product.h"
+#include "numerics/system/Threads.h"
 
 #include <algorithm>
 #include <bit>

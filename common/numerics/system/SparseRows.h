@@ -2,7 +2,7 @@
 /// @internal Sparse matrices of the multigrid levels: transposition and products.
 #pragma once
 
-#include "numerics/solve/BlockVector.h"
+#include "numerics/system/BlockVector.h"
 #include "numerics/system/MatrixView.h"
 #include "numerics/system/RawVector.h"
 
