@@ -17,8 +17,6 @@ namespace numerics
 namespace
 {
 
-const kvi::diag::DeclareCategoryMask kCategory("Math");
-
 /// Thrown when a call of the solver's library did not end well.
 struct CallFailed
 {
@@ -71,7 +69,7 @@ void DistributedDirect::Factorise(const MatrixView& A, bool findsNullPivots)
     isFactorised_ = true;
     nullPivots_ = report_.nullPivots;
     constexpr double kMebibyte = 1 << 20;
-    KVI_LOG(kvi::diag::verbose, kCategory,
+    KVI_LOG(kvi::diag::verbose, kvi::diag::kMathCategory,
             L"%d equations factorised in %.0f MiB, at most %.0f MiB in one process", A.n,
             report_.totalBytes / kMebibyte, report_.mostBytes / kMebibyte);
 }

@@ -13,8 +13,6 @@ namespace numerics
 namespace
 {
 
-const kvi::diag::DeclareCategoryMask kCategory("Math");
-
 constexpr const wchar_t* kFile = L"libKVI_mumps.so";
 
 bool IsAbsolute(const std::wstring& path)
@@ -91,7 +89,7 @@ const std::optional<PardisoFunctions>& FoundDistributed()
         std::wstring reason;
         std::optional<PardisoFunctions> functions = Find(reason);
         if (!functions)
-            KVI_LOG(kvi::diag::warning, kCategory,
+            KVI_LOG(kvi::diag::warning, kvi::diag::kMathCategory,
                     L"KVI_SOLVER=mumps: the library's own solver runs instead; %s", reason);
         return functions;
     }();

@@ -61,8 +61,6 @@ constexpr Installation kInstallations[] = {
 // The vendor's numbers for the layers below its interface.
 constexpr int kSequentialLayer = 1, kGnuLayer = 3, kLp64 = 0;
 
-const kvi::diag::DeclareCategoryMask kCategory("Math");
-
 /// The functions of the loaded vendor library.
 struct Entries
 {
@@ -88,7 +86,7 @@ void SecureThreads()
     else if (entries.setThreads != nullptr)
     {
         entries.setThreads(1);
-        KVI_LOG(kvi::diag::warning, kCategory,
+        KVI_LOG(kvi::diag::warning, kvi::diag::kMathCategory,
                 L"The system refuses threads; the vendor's solver runs with one.");
     }
 }
@@ -214,7 +212,7 @@ const std::optional<Vendor>& FoundVendor()
         const bool absolute = root.fixed && (root.whole || !platform::NamesIgnoreCase());
         if (!wish.empty() && !absolute)
         {
-            KVI_LOG(kvi::diag::warning, kCategory,
+            KVI_LOG(kvi::diag::warning, kvi::diag::kMathCategory,
                     L"KVI_MKL is no absolute path, so the vendor's solver is not loaded: " + wish);
             return std::nullopt;
         }
