@@ -24,7 +24,7 @@ struct Table : CellTable
     gtl::status made;
 };
 
-TEST(CellTable, TellsTheCellsThatACoordinateTouches)
+TEST(CellTable, FindsTheCellsThatACoordinateTouches)
 {
     const Table table({0, 10, 0, 10}, 10, 10);
     const std::pair<double, Range> rows[] = {
@@ -41,7 +41,7 @@ TEST(CellTable, TellsTheCellsThatACoordinateTouches)
     EXPECT_EQ(Table({2, 2, 0, 1}, 4, 1).GetXCellIdx(2 + 4e-5), (Range{0, kNone}));
 }
 
-TEST(CellTable, TellsItsMeasuresAndTheCellOfAPoint)
+TEST(CellTable, HasItsMeasuresAndTheCellOfAPoint)
 {
     Table table({0, 10, -20, 20}, 5, 4);
     EXPECT_EQ(table.NumX() * 100 + table.NumY() * 10 + table.NumCells(), 560u);

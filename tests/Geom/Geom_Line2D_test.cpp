@@ -122,7 +122,7 @@ TEST(Line2D, HasANearestPointThatIsOnIt)
     EXPECT_EQ(LineDistanceToPoint2D(a, b, {5, 4e-5}, true, kPrecision), 4e-5);
 }
 
-TEST(LineIntersection2D, TellsTouchCrossingAndOverlap)
+TEST(LineIntersection2D, DistinguishesTouchCrossingAndOverlap)
 {
     using enum IntersectionType;
     const Line2D base = {{0, 0}, {4, 0}}, upright = {{1, -1}, {1, 1}};

@@ -117,7 +117,7 @@ TEST(PointOrder, IsAStrictWeakOrderWhateverThePoints)
         ExpectStrictWeakOrder(gtl::engless_point_2D<Point2D, 2, 1>(tolerance, 5e-5), points);
 }
 
-TEST(PointOrder, TellsPointsApartByTheirGridPoint)
+TEST(PointOrder, DistinguishesPointsByTheirGridPoint)
 {
     const less_Point2D less(kPrecision);
     const round_Point2D round(kPrecision);

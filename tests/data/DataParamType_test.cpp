@@ -66,7 +66,7 @@ TEST(DataParamType, RangesAndCategoriesBelongToTheListedMembers)
     EXPECT_EQ(GetCategory(Param(602)), DataParamCategory{24});
 }
 
-TEST(DataParamType, BoundsTellWhatMayBeAValue)
+TEST(DataParamType, BoundsSayWhatMayBeAValue)
 {
     constexpr double nan = support::kNaN, infinity = support::kInfinity;
     const std::tuple<int, double, bool> rows[] = {

@@ -71,7 +71,7 @@ TEST(MarkStep, ConvertsToTheLastStepWithResults)
     EXPECT_EQ(mark, AllResults());
 }
 
-TEST(MarkStep, TellsWhetherResultsAreThere)
+TEST(MarkStep, KnowsWhetherResultsExist)
 {
     const std::tuple<MarkStep, MarkStep, bool> rows[] = {
         {AllResults(), NoResults(), true},  {AllResults(), AllResults(), true},

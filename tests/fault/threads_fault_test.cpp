@@ -112,7 +112,7 @@ TEST(FaultChild, DISABLED_RunsUntilItsFileIsGone)
         std::this_thread::sleep_for(1ms);
 }
 
-TEST(MonitorProcess, TellsWhenAnotherProcessEnds)
+TEST(MonitorProcess, ReportsWhenAnotherProcessEnds)
 {
     std::filesystem::create_directories(KVI_TEST_TEMP);
     std::filesystem::remove(kProcess);

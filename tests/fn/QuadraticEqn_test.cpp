@@ -48,7 +48,7 @@ TEST(QuadraticEqn, GivesTheReferenceRoots)
     }
 }
 
-TEST(QuadraticEqn, TellsNothingOfCoefficientsThatAreNoNumbers)
+TEST(QuadraticEqn, HasNoRootsForCoefficientsThatAreNoNumbers)
 {
     const double nan = std::nan(""), inf = std::numeric_limits<double>::infinity();
     for (const double bad : {nan, inf, -inf, kMissing})

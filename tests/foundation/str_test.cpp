@@ -132,7 +132,7 @@ TEST(NarrowText, GoesThroughTheCodePageAndBack)
     EXPECT_EQ(wide.substr(wide.size() - 3), L"end");
 }
 
-TEST(Environment, TellsUnsetFromSet)
+TEST(Environment, DistinguishesUnsetFromSet)
 {
     EXPECT_FALSE(platform::Environment(L"KVI_NEVER_SET"));
     EXPECT_TRUE(platform::Environment(L"PATH"));

@@ -60,7 +60,7 @@ void InsertBeside(ISysEqnImpl& system, int column)
     system.InsertIntoSysCoefMtxByEqnIndxs(&list, &m);
 }
 
-TEST(ISysEqnImpl, TellsUntilItIsResetThatAContributionWasDropped)
+TEST(ISysEqnImpl, ReportsADroppedContributionUntilItIsReset)
 {
     static const std::vector<int> one{0}, two{0, 1};
     static const Numbers value{1}, both{1, 2};

@@ -138,7 +138,7 @@ TEST(LocalCoords, NearlyStraightSidesNeitherLoseAPointNorReachFarOutside)
     }
 }
 
-TEST(LocalCoords, APointOutsideIsToldWithItsCoordinates)
+TEST(LocalCoords, APointOutsideIsReportedWithItsCoordinates)
 {
     const std::tuple<int, double, double> rows[] = {{0, 1.5, -0.25}, {0, -1e6, 2e6},  {2, 0.6, 0.6},
                                                     {3, -0.05, 0.4}, {5, 1.00001, 0}, {5, -300, 20},

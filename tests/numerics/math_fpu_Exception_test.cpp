@@ -17,7 +17,7 @@ volatile long double zeroExtended = 0, oneExtended = 1;
 
 } // namespace
 
-TEST(FpuException, TellsWhatWasRaisedSinceItWasCleared)
+TEST(FpuException, ReportsWhatWasRaisedSinceItWasCleared)
 {
     Exception::On();
     EXPECT_FALSE(Exception::IsError());

@@ -137,7 +137,7 @@ TEST(Matrix, LargeProductsAgreeWithMxM)
     EXPECT_LT(largest, 1e-3);
 }
 
-TEST(Matrix, SolvesInvertsAndTellsTheDeterminant)
+TEST(Matrix, SolvesInvertsAndComputesTheDeterminant)
 {
     EXPECT_EQ(Determinant(Matrix<double>()), 1);
     EXPECT_EQ(Determinant(Matrix<double>(1, 1, {-4})), -4);

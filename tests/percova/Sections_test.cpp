@@ -12,7 +12,7 @@ namespace percova::testing
 namespace
 {
 
-TEST(ElementFinder, FindsWhatAllElementsTell)
+TEST(ElementFinder, AgreesWithASearchOfAllElements)
 {
     std::mt19937 random(7);
     for (const ElementType type : kElementTypes)

@@ -70,7 +70,7 @@ TEST_F(FinderTest, OffersFilesToItsFilterButNotFolders)
     EXPECT_EQ(Found(L"*.*", Finder::ExtensionFilter(L"")), Names{L"plain"});
 }
 
-TEST_F(FinderTest, TellsSizeAndTimesOfTheEntry)
+TEST_F(FinderTest, HasSizeAndTimesOfTheEntry)
 {
     Finder finder{LogFilter()};
     ASSERT_TRUE(finder.FindFile(In("*.*")));

@@ -84,7 +84,7 @@ TEST_F(Streams, ReadAFileThatIsStillWrittenOnlyWhenShared)
     EXPECT_EQ(MakeFileInputStream(In("log"))->State().ok(), !sys_test::kWindows);
 }
 
-TEST_F(Streams, TellWhyTheyCouldNotBeOpened)
+TEST_F(Streams, ReportWhyTheyCouldNotBeOpened)
 {
     unsigned long got = 9;
     char byte = 0;

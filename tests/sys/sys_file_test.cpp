@@ -112,7 +112,7 @@ TEST_F(Files, DeleteDirectoryTakesATreeOnlyWhenAsked)
         EXPECT_EQ(DeleteDirectory(root, 0), KviError::File::invalid_path(root));
 }
 
-TEST_F(Files, DeletingGoesOnBehindWhatMayNotGoAndTellsIt)
+TEST_F(Files, DeletingContinuesAfterWhatMayNotBeDeletedAndReportsIt)
 {
     for (const char* name : {"a", "b", "c"})
         Write(folder / name, "");

@@ -46,7 +46,7 @@ TEST_F(RegistryKeys, AreMadeByTheFirstWriteOnly)
     EXPECT_TRUE(key.GetAllValues().empty());
 }
 
-TEST_F(RegistryKeys, TellAStoredValueFromADefault)
+TEST_F(RegistryKeys, DistinguishAStoredValueFromADefault)
 {
     Registry32 key(path);
     int number = 7;

@@ -151,7 +151,7 @@ TEST(Worker, EndsWithAnException)
     EXPECT_TRUE(Worker::Join(Worker::RunInstance([] { throw 7; }, 0), kInfinite));
 }
 
-TEST(MonitorProcess, TellsOfAProcessThatIsGone)
+TEST(MonitorProcess, ReportsAProcessThatIsGone)
 {
     Signal gone(Signal::manualReset);
     const auto handle = MonitorProcess(0x3ffffffc, [&] { gone.Set(); });

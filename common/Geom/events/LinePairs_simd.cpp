@@ -60,7 +60,7 @@ inline Mask MayMeet(const PairRows& rows, std::size_t at, Mask boxes, const Prob
                      IsGreater(Size(other), Plus(spread, Load(rows.margin + at))));
 }
 
-/// Writes the pairs of @p row with those rows from @p at on that @p hits tells and that have the
+/// Writes the pairs of @p row with those rows from @p at on that @p hits marks and that have the
 /// flags which it lacks.
 /// @returns pairs written; past them @p out is written to as far as a vector reaches
 inline std::size_t Keep(RowPair* out, Mask hits, std::uint32_t row, std::size_t at,

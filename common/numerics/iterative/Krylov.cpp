@@ -152,7 +152,7 @@ IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
                          task.allowed - record.iterations,
                          task.x,
                          r,
-                         method.patience};
+                         method.limit};
         end = method.iterate(run, task.storage.work);
         record.iterations += run.steps;
     }

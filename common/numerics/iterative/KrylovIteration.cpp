@@ -24,12 +24,12 @@ bool StagnationCheck::HasStagnated(double norm)
 {
     if (!std::isfinite(norm))
         return true;
-    if (norm < patience_.part * smallest_)
+    if (norm < limit_.part * smallest_)
     {
         smallest_ = norm;
         since_ = 0;
     }
-    return ++since_ > patience_.steps;
+    return ++since_ > limit_.steps;
 }
 
 IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
@@ -42,7 +42,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
     double* best = work[3].data();
     double rz = 0, norm = Norm2(n, run.r), smallest = norm;
     bool isBestKept = false;
-    StagnationCheck stagnation(norm, run.patience);
+    StagnationCheck stagnation(norm, run.limit);
     IterationEnd end = IterationEnd::OutOfSteps;
     while (run.steps < run.stepsAllowed)
     {
@@ -115,8 +115,7 @@ IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work)
     run.M.Apply(v, z);
     double gammaBefore = 1, gamma = std::sqrt(Dot(n, z, v)), eta = gamma;
     double sBefore = 0, s = 0, cBefore = 1, c = 1;
-    StagnationCheck stagnation(Norm2(n, run.r),
-                               {run.patience.steps / kLookEvery, run.patience.part});
+    StagnationCheck stagnation(Norm2(n, run.r), {run.limit.steps / kLookEvery, run.limit.part});
     while (run.steps < run.stepsAllowed && gamma > 0 && std::isfinite(gamma))
     {
         StopRequest::ThrowIfCurrent();

@@ -26,14 +26,14 @@ enum class IterationEnd
 {
     Reached,     ///< the recursive residual meets the target
     OutOfSteps,  ///< the allowed steps were used up
-    Stalled,     ///< too slow, see Patience, or too large numbers
+    Stalled,     ///< too slow, see StagnationLimit, or too large numbers
     NotDefinite, ///< conjugate gradients met a direction of zero or changing sign of energy
     ZeroProduct  ///< BiCGSTAB or IDR divided by a zero product
 };
 
 /// When an iteration gives up: after this many steps in which the residual did not fall below
 /// @c part of its smallest norm before them.
-struct Patience
+struct StagnationLimit
 {
     int steps;
     double part = 0.99;
@@ -43,13 +43,13 @@ struct Patience
 class StagnationCheck
 {
 public:
-    StagnationCheck(double norm, Patience patience) : smallest_(norm), patience_(patience) {}
+    StagnationCheck(double norm, StagnationLimit limit) : smallest_(norm), limit_(limit) {}
     /// @returns true when there was no progress for too long or the numbers left their range
     bool HasStagnated(double norm);
 
 private:
     double smallest_;
-    Patience patience_;
+    StagnationLimit limit_;
     int since_ = 0;
 };
 
@@ -62,7 +62,7 @@ struct IterationRun
     int stepsAllowed; ///< for this run
     double* x;        ///< the approximation, improved in place
     double* r;        ///< its residual b - A x on entry; then updated recursively
-    Patience patience;
+    StagnationLimit limit;
     int steps = 0; ///< out: steps made
 };
 
@@ -75,7 +75,7 @@ constexpr double kBroken = std::numeric_limits<double>::quiet_NaN();
 template <class State>
 IterationEnd RunOscillating(IterationRun& run, State& state)
 {
-    StagnationCheck stagnation(state.smallest, run.patience);
+    StagnationCheck stagnation(state.smallest, run.limit);
     IterationEnd end = IterationEnd::OutOfSteps;
     double norm = state.smallest;
     while (run.steps < run.stepsAllowed)

@@ -28,7 +28,7 @@ struct Method
     const wchar_t* name;
     IterationEnd (*iterate)(IterationRun&, std::vector<Vec>&);
     std::unique_ptr<Preconditioner> (*precondition)(const MatrixView&, KrylovCache::Storage&);
-    Patience patience;
+    StagnationLimit limit;
 };
 
 /// The methods to be tried one after the other until one converges. One that is slow, where another

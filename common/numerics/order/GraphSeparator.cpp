@@ -236,11 +236,11 @@ private:
     {
         const int from = 1 - to;
         Begin(from);
-        const std::size_t patience = 40 + std::min<std::size_t>(2 * separator_.size(), 300);
+        const std::size_t mostIdle = 40 + std::min<std::size_t>(2 * separator_.size(), 300);
         const double before = Cost();
         double best = before;
         std::size_t bestLength = 0;
-        for (std::size_t idle = 0; !moves_.empty() && idle < patience;)
+        for (std::size_t idle = 0; !moves_.empty() && idle < mostIdle;)
         {
             const auto [gain, v] = moves_.front();
             std::pop_heap(moves_.begin(), moves_.end());

@@ -160,12 +160,12 @@ private:
 
     Ring* AwaitItem()
     {
-        typename System::Backoff patience(system_);
+        typename System::Backoff backoff(system_);
         for (;;)
         {
             if (Ring* const ring = NextWithItem())
                 return ring;
-            if (patience.Wait())
+            if (backoff.Wait())
                 continue;
             readerAsleep_.Store(kUntilAny); // W1
             system_.HeavyBarrier();
@@ -182,11 +182,11 @@ private:
 
     void AwaitRoom(Ring& ring, unsigned next)
     {
-        typename System::Backoff patience(system_);
+        typename System::Backoff backoff(system_);
         const auto room = [&] { return ring.Steps(next, ring.readSeen = ring.read.Load()); };
         while (room() < ring.count / 2)
         {
-            if (patience.Wait())
+            if (backoff.Wait())
                 continue;
             ring.writerAsleep.Store(kUntilHalf);
             const bool enough = room() >= ring.count / 2;

@@ -124,7 +124,7 @@ public:
     void CheckTogether(const std::vector<Shape>& shapes);
 
 private:
-    std::string Told(Point at) const
+    std::string PointText(Point at) const
     {
         const double unit = problem_.units.metres;
         return '(' + Short(at.x / unit) + ", " + Short(at.y / unit) + ')';
@@ -161,7 +161,7 @@ std::string ShapeCheck::RepeatedPoint(const Shape& shape, const Polyline& drawn)
         points.push_back({drawn[i], drawn[i]});
     std::string fault;
     ForEachMeeting(Geom::LineIntersectionEvents2D, points, [&](std::size_t i, std::size_t, Point) {
-        fault = "has the point " + Told(shape.points[i]) + " twice";
+        fault = "has the point " + PointText(shape.points[i]) + " twice";
         return false;
     });
     return fault;
@@ -185,11 +185,11 @@ std::string ShapeCheck::FaultOfEdges(const Shape& shape, const Polyline& drawn,
         if (areNeighbours && !overlap)
             return true;
         const auto edge = [&](std::size_t k) {
-            return Told(shape.points[k]) + " - " + Told(shape.points[k + 1]);
+            return PointText(shape.points[k]) + " - " + PointText(shape.points[k + 1]);
         };
         fault = std::string(overlap ? "overlaps itself" : "crosses itself") + ": its edges " +
                 edge(i) + " and " + edge(j) +
-                (overlap ? " lie on one another" : " meet at " + Told(drawing.Given(at)));
+                (overlap ? " lie on one another" : " meet at " + PointText(drawing.Given(at)));
         return false;
     };
     ForEachMeeting(Geom::LineIntersectionEvents2D, edges, visit);
@@ -221,7 +221,7 @@ void ShapeCheck::CheckTogether(const std::vector<Shape>& shapes)
         const Shape& two = shapes[static_cast<std::size_t>(pair.second)];
         faults_.Error(problem_.file, two.place,
                       "the " + two.what + " crosses the " + one.what + " at " +
-                          Told(drawing.Given(at)));
+                          PointText(drawing.Given(at)));
         return reported.size() < kMost;
     });
 }

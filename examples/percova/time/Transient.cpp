@@ -316,7 +316,7 @@ bool TimeRun::TakeStep(double target)
             length = std::min(first, left);
         }
         // Heads that follow faster than the smallest step have followed at the end of a longer one,
-        // whose error tells.
+        // which has an error of its own to be judged by.
         if (length >= std::min(left, settings_.largestStep))
         {
             Stop(failure);

@@ -97,7 +97,7 @@ TEST_F(Disturbed, ASafeWriterWritesAWholeFileOrNone)
         ExpectWhole(folder / "source", replaces, false, replaces ? 2 : 0, write, true);
 }
 
-TEST_F(Disturbed, ADeletionTellsWhatItLeaves)
+TEST_F(Disturbed, ADeletionReportsWhatItLeaves)
 {
     const auto make = [&] {
         fs::remove_all(folder);

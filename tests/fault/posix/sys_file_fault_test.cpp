@@ -97,7 +97,7 @@ TEST_F(FileFaults, DeepTreesNeedFewDescriptors)
     EXPECT_FALSE(fs::exists(folder / "tree"));
 }
 
-TEST_F(FileFaults, WithoutDescriptorsNothingHappensAndTheReasonIsTold)
+TEST_F(FileFaults, WithoutDescriptorsNothingHappensAndTheReasonIsReported)
 {
     Write(folder / "a", "a");
     EXPECT_EQ(InChild([&] {
@@ -202,7 +202,7 @@ TEST_F(FileFaults, EveryNameComesBackFromASearch)
     EXPECT_EQ(Count(folder), 0);
 }
 
-TEST_F(FileFaults, LinksThatLeadInACircleAreTold)
+TEST_F(FileFaults, LinksThatLeadInACircleAreReported)
 {
     fs::create_symlink("loop", folder / "loop");
     Write(folder / "a", "a");

@@ -158,7 +158,7 @@ TEST_F(RegistryFaults, ProcessesThatWriteAtOnceLoseNothingNorTwoStores)
     EXPECT_FALSE(fs::exists(StoreFile().native() + ".damaged-2"));
 }
 
-TEST_F(RegistryFaults, ADamagedStoreIsSetAsideAndTold)
+TEST_F(RegistryFaults, ADamagedStoreIsSetAsideAndReported)
 {
     const std::string logName = (folder / "log").native();
     kvi::diag::SinkFilePath(str::as_wstring(logName));

@@ -117,14 +117,14 @@ constexpr bool kSanitized = true;
 constexpr bool kSanitized = false;
 #endif
 
-TEST(ThreadFailures, ForWantOfDescriptorsAreToldAndLeaveNothing)
+TEST(ThreadFailures, ForWantOfDescriptorsAreReportedAndLeaveNothing)
 {
     if (kSanitized)
         GTEST_SKIP() << "the sanitizer takes descriptors for its own checks";
     EXPECT_TRUE(child::Run("LimitsChild", "HasNoDescriptorLeft"));
 }
 
-TEST(ThreadFailures, ForWantOfThreadsAreToldAndLeaveNothing)
+TEST(ThreadFailures, ForWantOfThreadsAreReportedAndLeaveNothing)
 {
     EXPECT_TRUE(child::Run("LimitsChild", "HasNoThreadLeft"));
 }

@@ -33,7 +33,7 @@ TEST(ProfileSolver, AgreesWithDenseSolutions)
         }
 }
 
-TEST(ProfileSolver, TellsThatAMatrixIsNotSymmetric)
+TEST(ProfileSolver, ReportsAMatrixThatIsNotSymmetric)
 {
     Filled small({{0, 1}}, {{2, 1, 0, 2}}, {5, 4});
     small.system.SolveForUnknownVector_Direct_Sym();

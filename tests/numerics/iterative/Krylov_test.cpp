@@ -148,7 +148,7 @@ TEST(Krylov, StartsFromTheGivenUnknowns)
     }
 }
 
-TEST(Krylov, TellsThatTheIterationsWereUsedUp)
+TEST(Krylov, ReportsThatTheIterationsWereUsedUp)
 {
     const System system = Flow(40, Speckled);
     for (const Solver solver : kBoth)

@@ -138,7 +138,7 @@ TEST_F(PardisoCall, SetUpReleasesWhatIsHeldAndStartsAnew)
     EXPECT_EQ(calls[5].numbers[3], -1);
 }
 
-TEST_F(PardisoCall, TellsTheErrorAndTheEmptyRow)
+TEST_F(PardisoCall, ReportsTheErrorAndTheEmptyRow)
 {
     nextError = -4;
     Pardiso pardiso;
