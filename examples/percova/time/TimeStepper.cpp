@@ -90,7 +90,9 @@ bool TimeStepper::TryEuler(double time, double length, const std::vector<double>
     return true;
 }
 
-/// Passed through the matrix of the step, the defect of the rates is the error of the heads.
+/// Passed through the matrix of the step, the defect of the rates is the error of the heads. Nodes
+/// that store nothing at the end have no error of their own in time: their heads follow those of
+/// the others at once, by jumps where they saturate.
 double TimeStepper::ErrorOf(Newton& newton, const double (&weights)[3], Attempt& attempt)
 {
     const std::vector<double>&first = attempt.stages[0].rate, &second = attempt.stages[1].rate;
@@ -101,8 +103,9 @@ double TimeStepper::ErrorOf(Newton& newton, const double (&weights)[3], Attempt&
                     kGamma;
     if (!newton.SolveLinearised(defect, error, attempt.failure))
         return HUGE_VAL;
-    for (double& value : error)
-        value = std::abs(value);
+    const std::vector<double> capacity = storage_.Coefficients(attempt.stages[1].head);
+    for (std::size_t n = 0; n < error.size(); ++n)
+        error[n] = capacity[n] > 0 ? std::abs(error[n]) : 0;
     const auto most = std::max_element(error.begin(), error.end());
     attempt.worst = static_cast<int>(most - error.begin());
     return *most;
