@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <numeric>
 #include <utility>
 
 namespace numerics
@@ -198,19 +199,20 @@ private:
                     weight[m][c] += (isWhole_[std::size_t(NodeOf(j))] ? 1 : kDoubtful) *
                                     std::fabs(A_.values[k]);
             }
-        int order[kMost] = {0, 1, 2}, best[kMost] = {0, 1, 2};
+        std::array<int, kMost> order{}, best{};
+        std::iota(order.begin(), order.end(), 0);
         double largest = -1;
         do
         {
             double sum = 0;
             for (std::size_t m = 0; m < members.size(); ++m)
-                sum += weight[m][order[m]];
+                sum += weight[m][std::size_t(order[m])];
             if (sum > largest * (1 + 1e-9))
             {
                 largest = sum;
-                std::copy(order, order + kMost, best);
+                best = order;
             }
-        } while (std::next_permutation(order, order + unknowns_));
+        } while (std::next_permutation(order.begin(), order.begin() + unknowns_));
         for (std::size_t m = 0; m < members.size(); ++m)
             component_[std::size_t(members[m])] = best[m];
     }
