@@ -63,8 +63,8 @@ void DistributedDirect::Analyse(const MatrixView& A, bool isSymmetric)
 
 void DistributedDirect::Factorise(const MatrixView& A, bool findsNullPivots)
 {
+    isFactorised_ = false; // also for a solve that stops here: the factor is that of earlier values
     StopRequest::ThrowIfCurrent();
-    isFactorised_ = false;
     Check(functions_->factorise(system_, A.values, findsNullPivots, &report_));
     isFactorised_ = true;
     nullPivots_ = report_.nullPivots;
