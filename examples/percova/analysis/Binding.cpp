@@ -36,7 +36,7 @@ public:
     void BindLines();
 
 private:
-    std::vector<Geom::Extents2D> LookedAt() const;
+    std::vector<Geom::Extents2D> SearchedBoxes() const;
     void Error(const Place& place, const std::string& text)
     {
         faults_.Error(problem_.file, place, text);
@@ -236,7 +236,7 @@ void Binder::BindBoundaries()
 }
 
 /// Boxes around the points, and the segments of lines, that are looked for in the mesh.
-std::vector<Geom::Extents2D> Binder::LookedAt() const
+std::vector<Geom::Extents2D> Binder::SearchedBoxes() const
 {
     std::vector<Geom::Extents2D> boxes;
     const auto add = [&](const Polyline& line) {
@@ -271,7 +271,7 @@ void Binder::BindProbes()
         !problem_.sections.empty() || !problem_.sources.empty() || !problem_.uplifts.empty();
     if (problem_.probes.empty() && !hasLines)
         return;
-    model_.finder = std::make_shared<const ElementFinder>(mesh_, LookedAt());
+    model_.finder = std::make_shared<const ElementFinder>(mesh_, SearchedBoxes());
     for (const Probe& probe : problem_.probes)
         if (model_.finder->At(mesh_, probe.at).empty())
             faults_.Warning(problem_.file, probe.place,

@@ -76,26 +76,26 @@ double Assembly::DrawnOut(double sharpness) const
 }
 
 /// What a loop over the elements computes besides their flows.
-struct Assembly::Wanted
+struct Assembly::ElementTask
 {
     Tangent tangent;
     double damping;
     StorageTangent storage;
 };
 
-void Assembly::Elements(const std::vector<double>& head, const Wanted& wanted, std::size_t first,
+void Assembly::Elements(const std::vector<double>& head, const ElementTask& task, std::size_t first,
                         std::size_t last)
 {
     ParallelForPieces(first, last, kGrain, [&](std::size_t begin, std::size_t end) {
         for (std::size_t e = begin; e < end; ++e)
-            Element(e, head, wanted,
-                    wanted.tangent == Tangent::None
+            Element(e, head, task,
+                    task.tangent == Tangent::None
                         ? nullptr
                         : matrices_.data() + (matrixStart_[e] - matrixStart_[first]));
     });
 }
 
-void Assembly::Element(std::size_t e, const std::vector<double>& head, const Wanted& wanted,
+void Assembly::Element(std::size_t e, const std::vector<double>& head, const ElementTask& task,
                        double* matrix)
 {
     const Mesh& mesh = model_.mesh;
@@ -105,7 +105,7 @@ void Assembly::Element(std::size_t e, const std::vector<double>& head, const Wan
     {
         const int* const nodes = mesh.ElementNodes(e);
         const double heads[] = {head[nodes[0]], head[nodes[1]], head[nodes[2]]};
-        ComputeTriangle(saturated, kr_.OfTriangle(e), heads, wanted.tangent, wanted.damping, inflow,
+        ComputeTriangle(saturated, kr_.OfTriangle(e), heads, task.tangent, task.damping, inflow,
                         matrix);
     }
     else
@@ -113,14 +113,14 @@ void Assembly::Element(std::size_t e, const std::vector<double>& head, const Wan
         ElementState element;
         ElementResult result;
         element.Load(mesh, e, head.data());
-        Compute(element, soils_[model_.material[e]], saturated, kr_.Of(e), wanted.tangent,
-                wanted.damping, result);
+        Compute(element, soils_[model_.material[e]], saturated, kr_.Of(e), task.tangent,
+                task.damping, result);
         std::copy_n(result.inflow, NodeCount(element.type), inflow);
-        if (wanted.tangent != Tangent::None)
+        if (task.tangent != Tangent::None)
             std::copy_n(result.matrix, matrixStart_[e + 1] - matrixStart_[e], matrix);
     }
-    if (wanted.tangent != Tangent::None && wanted.storage.term != nullptr)
-        AddStorage(e, head, wanted.storage, matrix);
+    if (task.tangent != Tangent::None && task.storage.term != nullptr)
+        AddStorage(e, head, task.storage, matrix);
 }
 
 void Assembly::AddStorage(std::size_t e, const std::vector<double>& head,

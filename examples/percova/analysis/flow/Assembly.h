@@ -46,10 +46,10 @@ public:
                 double damping, const StorageTangent& storage, LinearSystem& system);
 
 private:
-    struct Wanted;
-    void Elements(const std::vector<double>& head, const Wanted& wanted, std::size_t first,
+    struct ElementTask;
+    void Elements(const std::vector<double>& head, const ElementTask& task, std::size_t first,
                   std::size_t last);
-    void Element(std::size_t e, const std::vector<double>& head, const Wanted& wanted,
+    void Element(std::size_t e, const std::vector<double>& head, const ElementTask& task,
                  double* matrix);
     void AddStorage(std::size_t e, const std::vector<double>& head, const StorageTangent& storage,
                     double* matrix) const;

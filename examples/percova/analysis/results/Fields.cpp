@@ -111,7 +111,7 @@ DataTable NodalTable(std::size_t nodes)
 namespace
 {
 /// The elements around every node, as compressed rows, ascending.
-struct Surroundings
+struct NodeElements
 {
     struct Corner
     {
@@ -121,7 +121,7 @@ struct Surroundings
     std::vector<std::size_t> start; ///< by node
     std::vector<Corner> corners;
 
-    explicit Surroundings(const Mesh& mesh) : start(mesh.Nodes() + 1), corners(mesh.nodes.size())
+    explicit NodeElements(const Mesh& mesh) : start(mesh.Nodes() + 1), corners(mesh.nodes.size())
     {
         for (const int node : mesh.nodes)
             ++start[node + 1];
@@ -134,7 +134,7 @@ struct Surroundings
     }
 };
 
-Point GradientAtNode(const Solution& s, Surroundings::Corner corner)
+Point GradientAtNode(const Solution& s, NodeElements::Corner corner)
 {
     ElementState element;
     element.Load(s.model.mesh, std::size_t(corner.element), s.head.data());
@@ -168,7 +168,7 @@ public:
         double kr = 0, theta = 0; // of the soil last seen
         for (std::size_t k = around_.start[n]; k < around_.start[n + 1]; ++k)
         {
-            const Surroundings::Corner corner = around_.corners[k];
+            const NodeElements::Corner corner = around_.corners[k];
             const int material = s_.model.material[corner.element];
             const Soil& soil = s_.soils[material];
             if (material != last)
@@ -192,7 +192,7 @@ public:
 
 private:
     const Solution& s_;
-    Surroundings around_;
+    NodeElements around_;
     DataTable::Values psi_, pressure_, theta_, kr_, vx_, vy_, ix_, iy_;
 };
 } // namespace
