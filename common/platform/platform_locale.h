@@ -31,7 +31,7 @@ bool IsLocaleInstalled(std::uint32_t id);
 std::string LocaleText(std::uint32_t id, LocaleItem item);
 
 /// The name of locale @p id for a std::locale, as "French_Canada" or "fr_CA.UTF-8"; empty when
-/// the system knows no such locale.
+/// the system or the standard library knows no such locale.
 std::string LocaleName(std::uint32_t id);
 
 } // namespace platform

@@ -38,7 +38,7 @@ TEST(FaultChild, DISABLED_DiesHolding)
     ASSERT_TRUE(lock.Create(kMutex).ok());
     lock.Lock();
     std::this_thread::sleep_for(std::chrono::milliseconds(child::Number()));
-    std::_Exit(9);
+    child::Die();
 }
 
 TEST(NamedMutex, WakesTheOneWhoWaitsAtOnce)
@@ -62,7 +62,7 @@ TEST(FaultChild, DISABLED_OpensResourcesAndDies)
     SharedResource resource;
     const std::jthread end([] {
         std::this_thread::sleep_for(std::chrono::microseconds(child::Number()));
-        std::_Exit(9); // as a kill would
+        child::Die();
     });
     for (;;)
     {

@@ -132,7 +132,7 @@ TEST(InterruptChild, DISABLED_DiesWhileRunning)
 {
     const std::jthread end([] {
         std::this_thread::sleep_for(std::chrono::milliseconds(child::Number()));
-        std::_Exit(9);
+        child::Die();
     });
     for (;;)
         RunInto("killed");

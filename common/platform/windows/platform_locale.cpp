@@ -31,8 +31,12 @@ std::string LocaleName(std::uint32_t id)
 {
     if (id == kInvariantLocale)
         return "C";
+#if defined(__GLIBCXX__)
+    return ""; // on Windows this library has no other locale, and throws at every other name
+#else
     const std::string language = Info(id, LOCALE_SENGLANGUAGE);
     return language.empty() ? language : language + "_" + Info(id, LOCALE_SENGCOUNTRY);
+#endif
 }
 
 } // namespace platform
