@@ -283,11 +283,16 @@ TEST(SolverThreads, GiveTheSameBitsForEveryNumber)
         {4, Brick(15)},
         {4, Convection(90, 1)},
     };
+#if defined(__SANITIZE_THREAD__)
+    const std::vector<int> numbers = {1, 3}; // thirty times as slow; races show in any of them
+#else
+    const std::vector<int> numbers = {1, 2, 3, 8, 0, 5, 2};
+#endif
     numerics::ReplacePardiso(&numerics::BuiltInPardiso());
     for (const auto& [solver, model] : rows)
     {
         Numbers expected;
-        for (const int threads : {1, 2, 3, 8, 0, 5, 2})
+        for (const int threads : numbers)
         {
             SCOPED_TRACE(testing::Message() << model.Size() << ' ' << solver << ' ' << threads);
             parallel::SetFixedThreads(threads > 0 ? threads : parallel::kDynamicThreads);
