@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -16,7 +17,7 @@ namespace
 /// Solves under way. The module asks at the end of the process, since Ctrl-C leaves one running.
 std::atomic<int> solving{0};
 
-/// What a solve in a thread of its own shares with the one who waits for it.
+/// What a solve shares with the one who waits for it, and with other threads' calls.
 struct Running
 {
     std::mutex mutex;
@@ -54,6 +55,8 @@ private:
 
     void Set(Edit edit, const Array<int>& equations, const Array<double>& values);
     py::array_t<double> Get(Read read);
+    bool IsShort(const std::string& method);
+    void RunAndListen(const std::function<void()>& solve);
     void Stop(Running& running);
     /// The system, when nothing runs on it.
     ISysEqnImpl& Idle();
@@ -62,6 +65,8 @@ private:
     std::shared_ptr<ISysEqnImpl> system_ = std::make_shared<ISysEqnImpl>();
     std::shared_ptr<Running> running_;
     tagMultiVectorInt equations_;
+    std::size_t entries_ = 0; // of all element matrices
+    std::size_t size_ = 0;    // equations of each element, 0 when they differ
 };
 
 /// The lists of the elements' equations, from an array of shape (elements, k).
@@ -84,6 +89,14 @@ System::System(tagMultiVectorInt equations, int count) : equations_(std::move(eq
     }
     if (!system_->LastSolve().reason.empty())
         throw py::value_error(str::as_cstring(system_->LastSolve().reason));
+    size_ = equations_.Count() > 0 ? equations_.ends[0] : 0;
+    std::size_t from = 0;
+    for (const std::size_t end : equations_.ends)
+    {
+        const std::size_t size = end - std::exchange(from, end);
+        entries_ += size * size;
+        size_ = size == size_ ? size : 0;
+    }
 }
 
 System::System(const Array<int>& equations, int count) : System(ListsOf(equations), count) {}
@@ -149,7 +162,7 @@ void System::Add(const Array<double>& matrices, int first)
         static_cast<std::size_t>(first + matrices.shape(0)) > equations_.Count())
         throw py::value_error("element matrices have the shape (elements, k, k)");
     const auto size = static_cast<std::size_t>(matrices.shape(1));
-    for (py::ssize_t e = first; e < first + matrices.shape(0); ++e)
+    for (py::ssize_t e = first; e < first + matrices.shape(0) && size != size_; ++e)
     {
         const auto at = static_cast<std::size_t>(e);
         if (equations_.ends[at] - (at > 0 ? equations_.ends[at - 1] : 0) != size)
@@ -262,26 +275,27 @@ void System::Stop(Running& running)
     }
 }
 
-py::tuple System::Solve(const std::string& method, double tol, const py::object& maxIterations,
-                        int threads)
+/// Whether a solve ends before somebody who has pressed Ctrl-C minds: within a second or two.
+bool System::IsShort(const std::string& method)
 {
-    ISysEqnImpl& system = Idle();
-    const int most =
-        maxIterations.is_none() ? std::max(system.EquationCount(), 1) : maxIterations.cast<int>();
-    const auto solver = SolverOf(method, tol, most);
-    system.SetThreads(threads);
-    const auto running = std::make_shared<Running>();
-    // The solve has a thread of its own, so that this one can listen for Ctrl-C.
-    std::thread thread([solver, running, kept = system_] {
-        ++solving;
-        solver(*kept);
-        const std::lock_guard lock(running->mutex);
-        running->isDone = true;
-        running->changed.notify_all();
-        --solving;
-    });
-    thread.detach();
-    running_ = running;
+    constexpr int kEquations = 20'000;
+    constexpr std::size_t kEntries = 4'000'000; // a full matrix has fewer unknowns
+    return method == "sparse" && system_->EquationCount() <= kEquations && entries_ <= kEntries;
+}
+
+/// Solves in a thread of its own, so that this one can listen for Ctrl-C.
+void System::RunAndListen(const std::function<void()>& solve)
+{
+    const std::shared_ptr<Running> running = running_;
+    try
+    {
+        std::thread(solve).detach();
+    }
+    catch (const std::system_error&)
+    {
+        running_.reset(); // nothing runs
+        throw;
+    }
     for (bool isDone = false; !isDone;)
     {
         {
@@ -296,6 +310,32 @@ py::tuple System::Solve(const std::string& method, double tol, const py::object&
             throw py::error_already_set();
         }
     }
+}
+
+py::tuple System::Solve(const std::string& method, double tol, const py::object& maxIterations,
+                        int threads)
+{
+    ISysEqnImpl& system = Idle();
+    const int most =
+        maxIterations.is_none() ? std::max(system.EquationCount(), 1) : maxIterations.cast<int>();
+    const auto solver = SolverOf(method, tol, most);
+    system.SetThreads(threads);
+    running_ = std::make_shared<Running>();
+    const auto solve = [solver, running = running_, kept = system_] {
+        ++solving;
+        solver(*kept);
+        const std::lock_guard lock(running->mutex);
+        running->isDone = true;
+        running->changed.notify_all();
+        --solving;
+    };
+    if (IsShort(method))
+    {
+        const py::gil_scoped_release release;
+        solve();
+    }
+    else
+        RunAndListen(solve);
     const math::SolveRecord& record = system.LastSolve();
     py::dict account;
     account["outcome"] = kOutcomes[int(record.outcome)];
@@ -344,9 +384,9 @@ void BindSystem(py::module_& module)
              "direct_nonsymmetric, iterative, iterative_nonsymmetric. tol: relative residual, for "
              "the iterative ones. sparse keeps its factor while matrix and supports stand: another "
              "load then costs a substitution. Other Python threads run meanwhile. Ctrl-C stops the "
-             "solve; what "
-             "cannot be stopped (MKL's solver) goes on alone after two seconds, and the system "
-             "cannot be used before its end.")
+             "solve, except that a sparse one of up to 20,000 equations ends first; what cannot be "
+             "stopped (MKL's solver) goes on alone after two seconds, and the system cannot be "
+             "used before its end.")
         .def("reactions", &System::Reactions, "A x - b: what the supports deliver")
         .def("rhs", &System::Rhs, "a copy of b")
         .def("to_csr", &System::ToCsr,
