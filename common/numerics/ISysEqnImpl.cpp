@@ -278,7 +278,7 @@ void ISysEqnImpl::State::Clear()
     iterations = 0;
     tolerance = 0;
     profile.Forget();
-    krylov.Clear();
+    krylov = {};
 }
 
 void ISysEqnImpl::State::Drop(std::wstring reason, int equation)

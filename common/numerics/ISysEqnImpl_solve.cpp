@@ -40,20 +40,6 @@ const wchar_t* Name(SolveMethod method)
     return L"system of equations";
 }
 
-/// Logs a recommendation of a direct solver for a matrix that took many iterations or was not
-/// solved.
-void AdviseDirect(const SolveRecord& record, int equations)
-{
-    constexpr int kMany = 300; // iterations
-    const bool isUnsolved = record.outcome == SolveOutcome::Stagnated ||
-                            record.outcome == SolveOutcome::Breakdown ||
-                            record.outcome == SolveOutcome::NotConverged;
-    if (isUnsolved || record.iterations > kMany)
-        KVI_LOG(kvi::diag::information, kvi::diag::kMathCategory,
-                L"%s: %d iterations for %d equations; a direct solver suits this matrix better",
-                Name(record.method), record.iterations, equations);
-}
-
 } // namespace
 
 void ISysEqnImpl::State::Report(const SolveRecord& record)
@@ -132,7 +118,6 @@ void ISysEqnImpl::State::Finish(SolveRecord record)
     {
         iterations = record.iterations;
         tolerance = record.tolerance;
-        AdviseDirect(record, Size());
     }
     last = std::move(record);
     Report(last);

@@ -30,6 +30,7 @@ public:
     /// @throws SolveStopped when the solve is to stop, std::bad_alloc
     IncompleteFactor(const MatrixView& A, const FactorDetail& detail);
     void Apply(const double* r, double* z) override;
+    double Entries() const override { return double(Stored()); }
 
     /// Entries of both factors.
     std::size_t Stored() const { return lower_.values.size() + upper_.values.size() + pivots_; }

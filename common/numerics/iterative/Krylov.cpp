@@ -100,6 +100,7 @@ struct Task
     double rowWiseLimit; ///< row-wise error that a solution may have
     int allowed;
     Storage& storage;
+    DirectAdvice& advice;
 };
 
 /// Is every equation solved to some digits? The norm of the residual hides equations with much
@@ -152,7 +153,10 @@ IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
                          task.allowed - record.iterations,
                          task.x,
                          r,
-                         method.limit};
+                         method.limit,
+                         task.advice,
+                         method.name,
+                         norm};
         end = method.iterate(run, task.storage.work);
         record.iterations += run.steps;
     }
@@ -227,7 +231,7 @@ void ZeroUnknowns(const MatrixView& A, double* x)
 }
 
 SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, int maxIter,
-                  Storage& storage, Methods methods, SolveRecord record)
+                  KrylovCache& cache, Methods methods, SolveRecord record)
 {
     const auto size = std::size_t(A.n);
     if (const int bad = FirstNotFinite(A, b); bad >= 0)
@@ -236,6 +240,7 @@ SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, i
         record.tolerance = record.residual;
         return record;
     }
+    Storage& storage = cache.Get();
     storage.b.assign(b, b + size);
     storage.r.resize(size);
     const Findings found = Examine(A, storage.b.data());
@@ -261,7 +266,8 @@ SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, i
                     cancelled,
                     rowWiseLimit,
                     std::max(maxIter, 0),
-                    storage};
+                    storage,
+                    cache.Advice()};
     Iterate(task, methods, found.noPivot, record);
     ForBlocks(A.n, [=](int, int begin, int end) {
         for (int i = begin; i < end; ++i)
@@ -277,6 +283,7 @@ SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, i
     const SolutionErrors errors = MeasureErrors(A, b, x, storage.r.data(), cancelled);
     record.tolerance = errors.residual;
     Judge(A, errors, record, rowWiseLimit);
+    cache.Advice().Conclude(A, record);
     return record;
 }
 
@@ -292,7 +299,7 @@ SolveRecord Guarded(const MatrixView& A, const double* b, double* x, double tol,
         const Methods methods =
             method == SolveMethod::IterativeSymmetric ? SymmetricMethods() : NonSymmetricMethods(A);
         record.solver = methods[0].name;
-        return Solve(A, b, x, tol, maxIter, cache.Get(), methods, record);
+        return Solve(A, b, x, tol, maxIter, cache, methods, record);
     }
     catch (const std::bad_alloc&)
     {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
+#include "numerics/iterative/DirectAdvice.h"
 #include "numerics/system/MatrixView.h"
 
 #include <memory>
@@ -24,13 +25,15 @@ public:
     KrylovCache(KrylovCache&&) noexcept;
     KrylovCache& operator=(KrylovCache&&) noexcept;
 
-    /// Frees the memory, as after a change of the pattern.
+    /// Frees the memory.
     void Clear();
 
     struct Storage;
     Storage& Get();
+    DirectAdvice& Advice() { return advice_; }
 
 private:
+    DirectAdvice advice_;
     std::unique_ptr<Storage> storage_;
 };
 

@@ -30,6 +30,7 @@ void FillShadow(int number, int n, double* p)
 /// The vectors under the names of the paper.
 struct Idr
 {
+    static constexpr int kProducts = 1;
     IterationRun& run;
     int n, shadows;
     std::array<double*, kMostShadows> P{}, G{}, U{};

@@ -89,6 +89,7 @@ IterationEnd RunConjugateGradients(IterationRun& run, std::vector<Vec>& work)
             end = IterationEnd::Stalled;
             break;
         }
+        run.Observe(norm);
     }
     if (isBestKept)
         std::copy(best, best + n, run.x);
@@ -163,6 +164,7 @@ IterationEnd RunMinRes(IterationRun& run, std::vector<Vec>& work)
             return IterationEnd::Reached;
         if (stagnation.HasStagnated(norm))
             return IterationEnd::Stalled;
+        run.Observe(norm);
     }
     return run.steps < run.stepsAllowed ? IterationEnd::Reached : IterationEnd::OutOfSteps;
 }
@@ -174,6 +176,7 @@ namespace
 /// 13(2), 631-644.
 struct BiCgStab
 {
+    static constexpr int kProducts = 2;
     IterationRun& run;
     int n;
     double *rHat, *p, *v, *s, *t, *hat, *best;

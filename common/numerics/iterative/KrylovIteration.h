@@ -2,6 +2,7 @@
 /// @internal The iterations themselves: conjugate gradients, MINRES, BiCGSTAB and IDR(s).
 #pragma once
 
+#include "numerics/iterative/DirectAdvice.h"
 #include "numerics/system/BlockVector.h"
 #include "numerics/system/MatrixView.h"
 #include "numerics/system/StopRequest.h"
@@ -19,6 +20,8 @@ class Preconditioner
 public:
     virtual ~Preconditioner() = default;
     virtual void Apply(const double* r, double* z) = 0;
+    /// Stored values that Apply passes over.
+    virtual double Entries() const = 0;
 };
 
 /// Why an iteration stopped.
@@ -63,7 +66,17 @@ struct IterationRun
     double* x;        ///< the approximation, improved in place
     double* r;        ///< its residual b - A x on entry; then updated recursively
     StagnationLimit limit;
-    int steps = 0; ///< out: steps made
+    DirectAdvice& advice;
+    const wchar_t* method;
+    double firstNorm; ///< of r on entry
+    int steps = 0;    ///< out: steps made
+
+    /// After each step. @param products  with A and with M, each, in a step
+    void Observe(double norm, int products = 1) const
+    {
+        const double entries = products * (A.rowStart[A.n] + M.Entries());
+        advice.Observe(A, method, {steps, stepsAllowed, firstNorm, norm, target, entries});
+    }
 };
 
 /// What a step returns that would have to divide by zero.
@@ -89,6 +102,7 @@ IterationEnd RunOscillating(IterationRun& run, State& state)
             end = std::isnan(norm) ? IterationEnd::ZeroProduct : IterationEnd::Stalled;
             break;
         }
+        run.Observe(norm, State::kProducts);
         if (norm < 0.5 * state.smallest)
         {
             state.smallest = norm;

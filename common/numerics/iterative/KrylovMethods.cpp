@@ -46,6 +46,7 @@ public:
         for (std::size_t i = 0; i < inverse_.size(); ++i)
             z[i] = inverse_[i] * r[i];
     }
+    double Entries() const override { return double(inverse_.size()); }
 
 private:
     Vec inverse_;
@@ -86,6 +87,7 @@ class Borrowed : public Preconditioner
 public:
     explicit Borrowed(Multigrid& multigrid) : multigrid_(multigrid) {}
     void Apply(const double* r, double* z) override { multigrid_.Apply(r, z); }
+    double Entries() const override { return multigrid_.Entries(); }
 
 private:
     Multigrid& multigrid_;

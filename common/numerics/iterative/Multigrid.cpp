@@ -110,6 +110,20 @@ void Multigrid::Build(const MatrixView& A)
 
 void Multigrid::Apply(const double* r, double* z) { Cycle(0, r, z); }
 
+double Multigrid::Entries() const
+{
+    constexpr double kSweeps = 3; // two, and the residual between them
+    double entries = 0;
+    for (std::size_t at = 0; at < std::size_t(used_); ++at)
+    {
+        const Level& level = levels_[at];
+        const bool isLast = int(at) == used_ - 1;
+        entries += kSweeps * level.A.rowStart[level.A.n];
+        entries += isLast ? 0.0 : double(level.P.values.size() + level.R.values.size());
+    }
+    return entries;
+}
+
 void Multigrid::Cycle(std::size_t at, const double* r, double* z)
 {
     Level& level = levels_[at];

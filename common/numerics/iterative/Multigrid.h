@@ -34,6 +34,7 @@ public:
     /// Builds the levels for A, whose arrays must stay as they are while Apply is called.
     void Build(const MatrixView& A);
     void Apply(const double* r, double* z) override;
+    double Entries() const override;
 
     int Levels() const { return used_; }
 

@@ -48,6 +48,7 @@ class Reordered : public Preconditioner
 public:
     Reordered(Preconditioner& inner, const NodeBlocks& blocks);
     void Apply(const double* r, double* z) override;
+    double Entries() const override { return inner_.Entries(); }
 
 private:
     Preconditioner& inner_;

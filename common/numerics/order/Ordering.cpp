@@ -50,18 +50,23 @@ AdjacencyGraph Renumbered(const AdjacencyGraph& graph, const std::vector<int>& o
 
 std::vector<int> BestOrder(const AdjacencyGraph& graph)
 {
-    // Dissection costs about half a microsecond an edge, and saves half to three quarters of the
-    // operations where these are many: solids, not plane meshes of a hundred thousand equations.
-    constexpr double kWorthTrying = 2e9, kWorthPerNeighbour = 15e3;
     std::vector<int> order = MinimumDegreeOrder(graph);
     const double flops = PredictFlops(graph, order);
-    if (flops < kWorthTrying || flops < kWorthPerNeighbour * double(graph.neighbours.size()))
+    if (!IsWorthDissecting(graph, flops))
         return order;
     std::vector<int> dissected = NestedDissectionOrder(graph);
     return PredictFlops(graph, dissected) < flops ? dissected : order;
 }
 
 } // namespace
+
+bool IsWorthDissecting(const AdjacencyGraph& graph, double flops)
+{
+    // Dissection costs about half a microsecond an edge, and saves half to three quarters of the
+    // operations where these are many: solids, not plane meshes of a hundred thousand equations.
+    constexpr double kWorthTrying = 2e9, kWorthPerNeighbour = 15e3;
+    return flops >= kWorthTrying && flops >= kWorthPerNeighbour * double(graph.neighbours.size());
+}
 
 std::vector<int> ChooseOrder(const AdjacencyGraph& graph)
 {

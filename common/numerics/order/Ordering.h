@@ -14,4 +14,7 @@ namespace numerics
 /// is renumbered first.
 std::vector<int> ChooseOrder(const AdjacencyGraph& graph);
 
+/// Whether nested dissection is tried after minimum degree has come to @p flops operations.
+bool IsWorthDissecting(const AdjacencyGraph& graph, double flops);
+
 } // namespace numerics

@@ -3,6 +3,7 @@
 #include "numerics/iterative/Krylov.h"
 #include "numerics/iterative/NodeBlocks.h"
 #include "support/Numbers.h"
+#include "support/RecordingSink.h"
 
 #include <set>
 
@@ -258,6 +259,77 @@ TEST(Krylov, SolvesIndefiniteMatricesAndEndsOnSingularOnes)
         floating.b[i] = i % 2 ? 1 : -1;
     solution = Solve(kSymmetric, floating);
     EXPECT_EQ(solution.record.outcome, SolveOutcome::Solved);
+}
+
+/// The log of what runs while all records pass that are not verbose.
+template <class F>
+std::wstring LogOf(F f)
+{
+    const int level = kvi::diag::LogFilter::MinLevel(), mask = kvi::diag::LogFilter::CategoryMask();
+    kvi::diag::LogFilter::Set(kvi::diag::information, -1);
+    support::RecordingSink sink;
+    f();
+    kvi::diag::LogFilter::Set(level, mask);
+    return sink.TakeText();
+}
+
+TEST(DirectAdvice, IsGivenOnceAndEarlyWhereADirectSolverCostsLess)
+{
+    Model plate = Solid(40, {1, 0.4999}, 1);
+    plate.b[plate.b.size() - 1] = -1;
+    const System locked = plate;
+    // The system, the iterations allowed, what the log's only record says.
+    const std::tuple<System, int, std::wstring> rows[] = {
+        {Flow(60), 500, L""},
+        {locked, 3, L""},
+        {locked, 60, L"multigrid: not solved by 60 iterations for 3362 equations;"},
+        {locked, 120, L"multigrid: after 50 iterations for 3362 equations "},
+        {locked, 5000, L"multigrid: after 50 iterations for 3362 equations "},
+    };
+    for (const auto& [system, allowed, said] : rows)
+    {
+        SCOPED_TRACE(allowed);
+        KrylovCache cache;
+        const std::wstring log = LogOf([&, &system = system, allowed = allowed] {
+            for (int repeat = 0; repeat < 2; ++repeat)
+            {
+                Numbers x(system.b.size());
+                SolveKrylovSymmetric(system.View(), system.b.data(), x.data(), 1e-8, allowed,
+                                     cache);
+            }
+        });
+        EXPECT_NE(log.find(said), std::wstring::npos);
+        EXPECT_EQ(std::count(log.begin(), log.end(), L'\n'), said.empty() ? 0 : 1);
+    }
+}
+
+TEST(DirectAdvice, ComparesTheRemainingStepsWithAFactorisation)
+{
+    const System system = Brick(12);
+    const double entries = 5.0 * double(system.values.size());
+    const struct
+    {
+        IterationProgress progress;
+        double remaining;
+        bool isGiven;
+    } rows[] = {
+        {{50, 1000, 1, 0.1, 1e-8, entries}, 350, true},
+        {{50, 1000, 1, 0.1, 1e-8, 0.01 * entries}, 350, false}, // of cheap steps
+        {{51, 1000, 1, 0.1, 1e-8, entries}, 357, false},        // looks every 50 steps only
+        {{50, 1000, 1, 1e-6, 1e-8, entries}, 50 / 3.0, false},
+        {{100, 140, 1, 0.1, 1e-8, entries}, 40, false}, // no more are allowed
+        {{50, 1000, 1, 2, 1e-8, entries}, 950, true},
+        {{50, 1000, 1, 0.1, 0, entries}, 950, true},
+    };
+    for (const auto& [progress, remaining, isGiven] : rows)
+    {
+        SCOPED_TRACE(&progress - &rows[0].progress);
+        EXPECT_NEAR(RemainingSteps(progress), remaining, 1e-9);
+        DirectAdvice advice;
+        const std::wstring log = LogOf(
+            [&, &progress = progress] { advice.Observe(system.View(), L"iteration", progress); });
+        EXPECT_EQ(!log.empty(), isGiven);
+    }
 }
 
 TEST(GaussSeidel, SweepsBlocksOfAnyBandAndKnowsTheResidual)
