@@ -72,6 +72,14 @@ if(TARGET percova)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/percova/worked"
           DESTINATION ${CMAKE_INSTALL_DATADIR}/kvi COMPONENT tools)
 endif()
-install(FILES README.md CHANGELOG.md NOTICE.md SECURITY.md docs/guide.md docs/engine-authors.md docs/python.md
-        docs/percova.md docs/worked-problems.md docs/distributed-solver.md
+# Laid out as here, so that their links lead somewhere.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md NOTICE.md SECURITY.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
+install(FILES examples/notebooks/dam.ipynb DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/notebooks
+        COMPONENT documentation)
+set(lgpl /usr/share/common-licenses/LGPL-2.1)
+if(WIN32 AND EXISTS ${lgpl}) # on Debian the system has it
+  install(FILES NOTICE.md ${lgpl} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+endif()

@@ -114,3 +114,57 @@
 #include "sys/sys_thread_Worker.h"
 #include "sys/sys_thread_affinity.h"
 #include "sys/sys_thread_task.h"
+
+/// @namespace gtl
+/// Status of a call, the records of its errors, and small general types.
+
+/// @namespace kvi::diag
+/// The diagnostics log: levels, categories and the places that records go to.
+
+/// @namespace str
+/// Text: conversion between wide and narrow, searching, splitting, numbers as text.
+
+/// @namespace str::fmt
+/// Text from a format and arguments of any type.
+
+/// @namespace str::locale
+/// The separators of a language, and which language holds where.
+
+/// @namespace math
+/// Numbers, small matrices, sparse systems of equations, linear programs.
+
+/// @namespace math::algorithm
+/// Comparison of numbers with a tolerance.
+
+/// @namespace math::fn
+/// Closed-form functions: quadratic equations, curves of soils.
+
+/// @namespace math::fn::flow
+/// Curves of unsaturated soils and their units.
+
+/// @namespace math::fpu
+/// Floating-point exceptions of a thread.
+
+/// @namespace math::matrix
+/// Small dense matrices of fixed size and of a size known at run time.
+
+/// @namespace Geom
+/// Plane geometry with a tolerance: primitives, polygons, crossings of many lines, spatial indexes.
+
+/// @namespace sys::file
+/// Files, folders and paths, alike on all systems.
+
+/// @namespace sys::reg
+/// Settings that outlive the process.
+
+/// @namespace sys::thread
+/// Workers, queues, locks and signals, among processes too.
+
+/// @namespace sys::thread::task
+/// Loops and tasks on the pool of threads.
+
+/// @namespace doc::file
+/// Names of a document's result files, and where these are.
+
+/// @namespace polymorphic
+/// Copies that share nothing with the original.

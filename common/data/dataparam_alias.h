@@ -24,22 +24,22 @@ inline constexpr DataParamType SaturatedConductivity =
     DataParamType::Param0241; ///< length per time, along x
 /// Conductivity along y over the one along x.
 inline constexpr DataParamType ConductivityRatio = DataParamType::Param0250;
-/// The parameters a, n, m of the water-content curve.
+/// The parameters a, n, m of the water-content curve; a is a pressure.
 inline constexpr DataParamType CurveA = DataParamType::Param0253;
 inline constexpr DataParamType CurveN = DataParamType::Param0280; ///< a plain number
 inline constexpr DataParamType CurveM = DataParamType::Param0341; ///< a plain number
 
 /// @name Material parameters at least 0
 
-/// Suction at which the water-content curve reaches zero.
+/// Suction at which the water-content curve reaches zero, a pressure.
 inline constexpr DataParamType CurveLimit = DataParamType::Param0260;
-/// The rate of the exponential law of relative conductivity.
+/// The rate of the exponential law of relative conductivity, one over length.
 inline constexpr DataParamType ConductivityAlpha = DataParamType::Param0261;
-/// The least relative conductivity.
+/// The least relative conductivity, a plain number.
 inline constexpr DataParamType ConductivityFloor = DataParamType::Param0271;
-/// The exponent of the power law of relative conductivity.
+/// The exponent of the power law of relative conductivity, a plain number.
 inline constexpr DataParamType ConductivityPower = DataParamType::Param0272;
-/// The suction up to which the integral law of relative conductivity gives 1.
+/// The suction up to which the integral law of relative conductivity gives 1, a pressure.
 inline constexpr DataParamType ConductivityStart = DataParamType::Param0283;
 inline constexpr DataParamType Area = DataParamType::Param0205; ///< length squared
 

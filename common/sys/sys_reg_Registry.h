@@ -60,10 +60,10 @@ private:
 /// Reading never fails: an absent, mistyped or inaccessible value gives the default; the Get
 /// functions report which. Reading never waits for a writer and finds the old value or the new one.
 /// Making the object and reading create nothing; the first write creates the key and those above
-/// it. On Linux the registry is one file for the user and one for the machine in their
-/// configuration folders, or in the folder that the environment variable KVI_REGISTRY names: an
-/// SQLite file, which the command sqlite3 shows ("SELECT path, name, data FROM entries"). It is
-/// used only if no user other than root can replace it.
+/// it. On Linux the registry is an SQLite file for the user (~/.config/kvi/registry.sqlite) and one
+/// for the machine (/etc/kvi/registry.sqlite), or user.sqlite and machine.sqlite in the folder that
+/// the environment variable KVI_REGISTRY names; text is in UTF-16 there, and the guide has a program
+/// that prints it. A file is used only if no user other than root can replace it.
 ///
 /// Threads: one at a time; any number of objects and processes may use one key.
 /// @code
