@@ -1,6 +1,7 @@
 cmake_minimum_required(VERSION 3.25)
 # Compares the names that the library exports with its public headers: nothing else leaves it, and
-# what KVI_API marks does.
+# what KVI_API marks does. On Linux also with the functions that programs may have linked since the
+# binary interface was numbered, in exports-MAJOR.MINOR.txt: none of them is lost.
 #   cmake -DLIBRARY=... -DNM=... -DCOMMON=... [-DOBJDUMP=... -DCXXFILT=...] -P CheckExports.cmake
 # With OBJDUMP the library is a Windows DLL.
 if(OBJDUMP)
@@ -81,3 +82,25 @@ if(foreign OR missing)
                       "marked KVI_API, but not exported:\n  ${missing}")
 endif()
 message("${count} exports, all of public headers")
+
+if(NOT OBJDUMP)
+  file(READ "${COMMON}/foundation/kvi_version.h" version)
+  string(REGEX MATCH "VERSION_MAJOR ([0-9]+).*VERSION_MINOR ([0-9]+)" version "${version}")
+  set(list "${CMAKE_CURRENT_LIST_DIR}/exports-${CMAKE_MATCH_1}.${CMAKE_MATCH_2}.txt")
+  file(STRINGS "${list}" released) # missing for a new number: to be made as below
+  string(REGEX REPLACE "\n[0-9a-f]+ T " "\n" symbols "\n${symbols}")
+  set(lost "")
+  foreach(name IN LISTS released)
+    string(FIND "${symbols}" "\n${name}\n" at)
+    if(at EQUAL -1)
+      string(APPEND lost "\n  ${name}")
+    endif()
+  endforeach()
+  list(LENGTH released count)
+  if(lost OR count LESS 500)
+    message(FATAL_ERROR "of ${count} functions no longer exported:${lost}\n"
+                        "Raise KVI_VERSION_MINOR; before the release of that number, list them anew:\n"
+                        "  nm -DC --defined-only libKVI.so | sed -n 's/^[0-9a-f]* T //p' | LC_ALL=C sort -u >${list}")
+  endif()
+  message("${count} functions of ${list}, none lost")
+endif()
