@@ -12,7 +12,9 @@
 #include <string_view>
 
 #if defined(_WIN32)
-#include <windows.h>
+// Of windows.h, whose macros would change names of the library.
+extern "C" __declspec(dllimport) void* __stdcall GetCurrentProcess();
+extern "C" __declspec(dllimport) int __stdcall TerminateProcess(void* process, unsigned code);
 #endif
 
 namespace child
