@@ -16,13 +16,19 @@
 
 namespace numerics
 {
+namespace
+{
+
+constexpr int kFew = 2 * kAdviceInterval; ///< steps that are not worth a recommendation
+
+} // namespace
 
 double RemainingSteps(const IterationProgress& progress)
 {
     const double left = progress.allowed - progress.steps;
-    const double reduction = std::log(progress.first / progress.norm);
+    const double reduction = std::log(progress.before / progress.norm);
     const double missing = std::log(progress.norm / progress.target);
-    return reduction > 0 ? std::clamp(progress.steps * missing / reduction, 0.0, left) : left;
+    return reduction > 0 ? std::clamp(kAdviceInterval * missing / reduction, 0.0, left) : left;
 }
 
 bool DirectAdvice::IsWanted() const
@@ -75,7 +81,7 @@ void DirectAdvice::Look(const MatrixView& A, const wchar_t* method,
                         const IterationProgress& progress)
 {
     const double remaining = RemainingSteps(progress);
-    if (remaining < kLookEvery || !IsWanted())
+    if (progress.steps < kFew || remaining < kFew || !IsWanted())
         return;
     if (entries_ == 0)
         Predict(A);
@@ -83,13 +89,13 @@ void DirectAdvice::Look(const MatrixView& A, const wchar_t* method,
     if (remaining <= asSteps || !FitsMemory())
         return;
     isGiven_ = true;
-    const bool isReduced = progress.norm < progress.first;
+    const bool isReduced = progress.norm < progress.before;
     KVI_LOG(kvi::diag::information, kvi::diag::kMathCategory,
             L"%s: after %d iterations for %d equations %s %.0f more; a direct solver suits this "
             L"matrix better: it costs about as much as %.0f of them and takes %.0f MB",
             method, progress.steps, A.n,
             isReduced ? L"the residual's decrease predicts about"
-                      : L"the residual is not smaller and there may be",
+                      : L"the residual no longer decreases and there may be",
             remaining, asSteps, bytes_ / 1e6);
 }
 
@@ -100,7 +106,7 @@ void DirectAdvice::Conclude(const MatrixView& A, const math::SolveRecord& record
     // a direct solver's.
     const bool isUnsolved =
         record.outcome == SolveOutcome::Stagnated || record.outcome == SolveOutcome::Breakdown ||
-        (record.outcome == SolveOutcome::NotConverged && record.iterations >= kLookEvery);
+        (record.outcome == SolveOutcome::NotConverged && record.iterations >= kFew);
     if (!isUnsolved || record.rowWiseError <= kSolvedRowWise || !IsWanted())
         return;
     if (entries_ == 0)

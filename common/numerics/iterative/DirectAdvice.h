@@ -8,19 +8,23 @@
 namespace numerics
 {
 
+/// Steps from one look at an iteration to the next.
+constexpr int kAdviceInterval = 30;
+
 /// The state of an iteration.
 struct IterationProgress
 {
     int steps;         ///< made
     int allowed;       ///< in all
-    double first;      ///< norm of the residual before the first step
+    double before;     ///< norm of the residual kAdviceInterval steps ago
     double norm;       ///< of the residual now
     double target;     ///< norm at which the iteration ends
     double entriesPer; ///< stored values that a step passes over, those of the preconditioner too
 };
 
-/// Steps still to be made if each reduces the residual as those before did on average; at most
-/// those allowed, which are left too when the residual has not become smaller.
+/// Steps still to be made if each reduces the residual as the last kAdviceInterval did on average;
+/// at most those allowed, which are left too when these did not reduce it. The first steps say
+/// little: a residual that oscillates from node to node falls faster than what remains of it.
 double RemainingSteps(const IterationProgress& progress);
 
 /// Recommends the direct solver, in the log at level information and once for a system: while an
@@ -33,20 +37,13 @@ double RemainingSteps(const IterationProgress& progress);
 class DirectAdvice
 {
 public:
-    /// Looks at every 50th step.
-    void Observe(const MatrixView& A, const wchar_t* method, const IterationProgress& progress)
-    {
-        if (progress.steps % kLookEvery == 0)
-            Look(A, method, progress);
-    }
+    /// For every kAdviceInterval-th step of a method.
+    void Look(const MatrixView& A, const wchar_t* method, const IterationProgress& progress);
     /// @param record  how the iterations for A ended
     void Conclude(const MatrixView& A, const math::SolveRecord& record);
 
 private:
-    static constexpr int kLookEvery = 50;
-
     bool IsWanted() const;
-    void Look(const MatrixView& A, const wchar_t* method, const IterationProgress& progress);
     void Predict(const MatrixView& A);
     bool FitsMemory() const;
 

@@ -68,14 +68,17 @@ struct IterationRun
     StagnationLimit limit;
     DirectAdvice& advice;
     const wchar_t* method;
-    double firstNorm; ///< of r on entry
-    int steps = 0;    ///< out: steps made
+    double normBefore; ///< of r on entry; then at the last look
+    int steps = 0;     ///< out: steps made
 
     /// After each step. @param products  with A and with M, each, in a step
-    void Observe(double norm, int products = 1) const
+    void Observe(double norm, int products = 1)
     {
+        if (steps % kAdviceInterval != 0)
+            return;
         const double entries = products * (A.rowStart[A.n] + M.Entries());
-        advice.Observe(A, method, {steps, stepsAllowed, firstNorm, norm, target, entries});
+        advice.Look(A, method, {steps, stepsAllowed, normBefore, norm, target, entries});
+        normBefore = norm;
     }
 };
 

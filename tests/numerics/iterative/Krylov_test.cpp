@@ -282,9 +282,9 @@ TEST(DirectAdvice, IsGivenOnceAndEarlyWhereADirectSolverCostsLess)
     const std::tuple<System, int, std::wstring> rows[] = {
         {Flow(60), 500, L""},
         {locked, 3, L""},
-        {locked, 60, L"multigrid: not solved by 60 iterations for 3362 equations;"},
-        {locked, 120, L"multigrid: after 50 iterations for 3362 equations "},
-        {locked, 5000, L"multigrid: after 50 iterations for 3362 equations "},
+        {locked, 70, L"multigrid: not solved by 70 iterations for 3362 equations;"},
+        {locked, 130, L"multigrid: after 60 iterations for 3362 equations "},
+        {locked, 5000, L"multigrid: after 60 iterations for 3362 equations "},
     };
     for (const auto& [system, allowed, said] : rows)
     {
@@ -313,13 +313,13 @@ TEST(DirectAdvice, ComparesTheRemainingStepsWithAFactorisation)
         double remaining;
         bool isGiven;
     } rows[] = {
-        {{50, 1000, 1, 0.1, 1e-8, entries}, 350, true},
-        {{50, 1000, 1, 0.1, 1e-8, 0.01 * entries}, 350, false}, // of cheap steps
-        {{51, 1000, 1, 0.1, 1e-8, entries}, 357, false},        // looks every 50 steps only
-        {{50, 1000, 1, 1e-6, 1e-8, entries}, 50 / 3.0, false},
-        {{100, 140, 1, 0.1, 1e-8, entries}, 40, false}, // no more are allowed
-        {{50, 1000, 1, 2, 1e-8, entries}, 950, true},
-        {{50, 1000, 1, 0.1, 0, entries}, 950, true},
+        {{60, 1000, 1, 0.1, 1e-8, entries}, 210, true},
+        {{60, 1000, 1, 0.1, 1e-8, 0.01 * entries}, 210, false}, // of cheap steps
+        {{30, 1000, 1, 0.1, 1e-8, entries}, 210, false},        // too soon
+        {{60, 1000, 1, 1e-6, 1e-8, entries}, 10, false},
+        {{90, 140, 1, 0.1, 1e-8, entries}, 50, false}, // no more are allowed
+        {{60, 1000, 1, 2, 1e-8, entries}, 940, true},
+        {{60, 1000, 1, 0.1, 0, entries}, 940, true},
     };
     for (const auto& [progress, remaining, isGiven] : rows)
     {
@@ -327,7 +327,7 @@ TEST(DirectAdvice, ComparesTheRemainingStepsWithAFactorisation)
         EXPECT_NEAR(RemainingSteps(progress), remaining, 1e-9);
         DirectAdvice advice;
         const std::wstring log = LogOf(
-            [&, &progress = progress] { advice.Observe(system.View(), L"iteration", progress); });
+            [&, &progress = progress] { advice.Look(system.View(), L"iteration", progress); });
         EXPECT_EQ(!log.empty(), isGiven);
     }
 }
