@@ -42,9 +42,10 @@ bool DirectAdvice::IsWanted() const
 void DirectAdvice::Predict(const MatrixView& A)
 {
     // Measured from 1e4 to 1e5 equations, in the plane and of solids: in the time of an entry in a
-    // product a factorisation makes 8 operations, and the rest of a direct solve takes 200 times as
-    // long for each entry of A. Dissection leaves 0.3 to 0.5 of the operations.
-    constexpr double kOperations = 8, kRest = 200, kDissected = 0.4;
+    // product a factorisation makes 14 operations; the rest of a direct solve takes 150 times as
+    // long for each entry of A, and dissection, which leaves 0.22 to 0.42 of the operations, 1100
+    // times for each edge of the graph.
+    constexpr double kOperations = 14, kRest = 150, kDissection = 1100, kDissected = 0.28;
     constexpr double kPadding = 1.7; // stored, with contributions, for each entry of the factors
     entries_ = std::numeric_limits<double>::infinity();
     try
@@ -60,14 +61,16 @@ void DirectAdvice::Predict(const MatrixView& A)
             flops += weight * count * count;
             stored += weight * count;
         }
+        double rest = kRest * A.rowStart[A.n];
         if (IsWorthDissecting(graph, flops))
         {
+            rest += kDissection * double(graph.neighbours.size());
             flops *= kDissected;
             stored *= std::sqrt(kDissected);
         }
         const double sides = symmetry.ofValues ? 1 : 2;
         bytes_ = sides * kPadding * sizeof(double) * stored;
-        entries_ = sides * flops / kOperations + kRest * A.rowStart[A.n];
+        entries_ = sides * flops / kOperations + rest;
     }
     catch (const std::bad_alloc&) // then the factors would not fit either
     {
