@@ -403,12 +403,15 @@ TEST(Schema, TakesEveryProblemThatTheReaderTakes)
     EXPECT_EQ(Invalid(schema, schema, wrong, ""), ".boundaries[]: valeu");
 }
 
-/// Names of properties anywhere in a schema.
+/// Names of properties anywhere in a schema, each of which has a description or refers to one.
 void Collect(const Json& schema, std::set<std::string>& keys)
 {
     if (schema.is_object() && schema.contains("properties"))
         for (const auto& [key, value] : schema["properties"].items())
+        {
             keys.insert(key);
+            EXPECT_TRUE(value.contains("description") || value.contains("$ref")) << key;
+        }
     if (schema.is_structured())
         for (const Json& item : schema)
             Collect(item, keys);
