@@ -2,7 +2,9 @@
 
 Tables of parameters and the catalogue of their legal ranges, water-content curves, sparse systems of
 equations, plane geometry, and seepage analyses (`kvi.percova`, `kvi.study`). Work on arrays runs in
-the library, without the interpreter's lock. What fails raises `kvi.Error` with code and text.
+the library, without the interpreter's lock. What the library refuses with a message raises
+`kvi.ArgumentError`, a failed run of percova `kvi.RunError`: both are `kvi.Error`. Other wrong
+arguments raise ValueError, IndexError or KeyError.
 """
 
 import atexit as _atexit
@@ -12,16 +14,17 @@ import sys as _sys
 from . import _kvi
 from ._kvi import (MISSING, Parameter, QuadTree, System, WaterCurve, __version__, catalogue, check,
                    crossings, parameter, polygon_area, polygon_flaw, polygon_locate)
-from .errors import Error, RunError
+from .errors import ArgumentError, Error, RunError
 from .log import log_to
 from .search import search
 from .studies import Study, study
 from .table import Table
 from . import percova
 
-__all__ = ["MISSING", "Error", "Parameter", "QuadTree", "RunError", "Study", "System", "Table",
-           "WaterCurve", "catalogue", "check", "crossings", "log_to", "parameter", "percova",
-           "polygon_area", "polygon_flaw", "polygon_locate", "search", "study", "__version__"]
+__all__ = ["MISSING", "ArgumentError", "Error", "Parameter", "QuadTree", "RunError", "Study",
+           "System", "Table", "WaterCurve", "catalogue", "check", "crossings", "log_to",
+           "parameter", "percova", "polygon_area", "polygon_flaw", "polygon_locate", "search",
+           "study", "__version__"]
 
 
 def _leave() -> None:

@@ -13,11 +13,15 @@ class Error(Exception):
         return self.text
 
 
+class ArgumentError(Error, ValueError):
+    """An argument that the library refused, with the library's own text."""
+
+
 class RunError(Error):
     """A run of percova that failed: its exit status and what it said.
 
-    Exit status 2 is a wrong problem or mesh, 3 a run that did not converge, 4 results that could
-    not be written."""
+    Its code is 0. Exit status 2 is a wrong problem or mesh, 3 a run that did not converge, 4 results
+    that could not be written."""
 
     def __init__(self, exit_status: int, text: str) -> None:
         super().__init__(0, text)

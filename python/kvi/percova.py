@@ -12,6 +12,7 @@ from pathlib import Path
 from typing import Any, Dict, List, Optional, Union
 
 import numpy as np
+from numpy.typing import NDArray
 
 from .errors import RunError
 
@@ -39,7 +40,8 @@ class Result:
     @property
     def steps(self) -> List[Dict[str, Any]]:
         """The record of each step; a steady analysis has one."""
-        return self.record["steps"]
+        steps: List[Dict[str, Any]] = self.record["steps"]
+        return steps
 
     @property
     def picture(self) -> str:
@@ -60,10 +62,10 @@ class Result:
         data = base64.b64encode(self.picture.encode("utf-8")).decode("ascii")
         return f'<img alt="percova\'s picture" src="data:image/svg+xml;base64,{data}">'
 
-    def arrays(self, step: int = -1) -> Dict[str, np.ndarray]:
+    def arrays(self, step: int = -1) -> Dict[str, "NDArray[Any]"]:
         """Values at the nodes (Points [m], head [m], pressure [kPa], water_content [-], velocity
         [m/s] ...) and of the elements (connectivity, offsets, types, material)."""
-        out: Dict[str, np.ndarray] = {}
+        out: Dict[str, "NDArray[Any]"] = {}
         for item in ElementTree.parse(self.folder / self._files()[step]).iter("DataArray"):
             raw = base64.b64decode((item.text or "").strip())
             values = np.frombuffer(raw[8:], dtype=_TYPES[item.attrib["type"]])  # behind its length
@@ -72,9 +74,9 @@ class Result:
         return out
 
 
-def run(problem: Union[Dict[str, Any], str, os.PathLike],
-        mesh: Union[str, os.PathLike, None] = None,
-        out: Union[str, os.PathLike, None] = None, *, threads: int = 0,
+def run(problem: Union[Dict[str, Any], str, "os.PathLike[str]"],
+        mesh: Union[str, "os.PathLike[str]", None] = None,
+        out: Union[str, "os.PathLike[str]", None] = None, *, threads: int = 0,
         solver: Optional[str] = None, tolerance: Optional[float] = None,
         max_iterations: Optional[int] = None) -> Result:
     """Runs percova on a problem, a dict as in a problem file or the path of one.
@@ -96,7 +98,7 @@ def run(problem: Union[Dict[str, Any], str, os.PathLike],
     return result
 
 
-def _run(problem: Union[Dict[str, Any], str, os.PathLike], out: Path, mesh: Any, threads: int,
+def _run(problem: Union[Dict[str, Any], str, "os.PathLike[str]"], out: Path, mesh: Any, threads: int,
          solver: Optional[str], tolerance: Optional[float],
          max_iterations: Optional[int]) -> Result:
     folder = out.resolve()

@@ -98,7 +98,8 @@ def study(problem: Dict[str, Any], variants: Dict[str, Sequence[Any]], *,
 
 
 def _on_cluster(client: Any, problem: Dict[str, Any], rows: List[Dict[str, Any]],
-                options: Dict[str, Any], measure: Callable) -> List[Dict[str, Any]]:
+                options: Dict[str, Any],
+                measure: Callable[[percova.Result], Dict[str, Any]]) -> List[Dict[str, Any]]:
     futures = [client.submit(_row, problem, row, options, measure, pure=False) for row in rows]
     out = []
     for future, row in zip(futures, rows):

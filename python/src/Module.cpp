@@ -3,14 +3,18 @@
 namespace python
 {
 
-void RaiseUnlessOk(const gtl::status& status)
+void RaiseRefused(int code, const std::wstring& text)
 {
-    if (status.ok())
-        return;
-    const py::object type = py::module_::import("kvi.errors").attr("Error");
-    const py::object error = type(status.code(), status.as_wstring());
+    const py::object type = py::module_::import("kvi.errors").attr("ArgumentError");
+    const py::object error = type(code, text);
     PyErr_SetObject(type.ptr(), error.ptr());
     throw py::error_already_set();
+}
+
+void RaiseUnlessOk(const gtl::status& status)
+{
+    if (!status.ok())
+        RaiseRefused(status.code(), status.as_wstring());
 }
 
 } // namespace python

@@ -18,7 +18,10 @@ namespace py = pybind11;
 template <class T>
 using Array = py::array_t<T, py::array::c_style | py::array::forcecast>;
 
-/// Raises kvi.Error with the code and the text of @p status, unless it is ok.
+/// Raises kvi.ArgumentError with that code, 0 for none, and the library's reason.
+[[noreturn]] void RaiseRefused(int code, const std::wstring& text);
+
+/// Raises kvi.ArgumentError with the code and the text of @p status, unless it is ok.
 void RaiseUnlessOk(const gtl::status& status);
 
 /// The catalogue's member of that number, name or kvi.Parameter.

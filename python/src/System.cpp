@@ -88,7 +88,7 @@ System::System(tagMultiVectorInt equations, int count) : equations_(std::move(eq
         system_->Initialize(&equations_, count);
     }
     if (!system_->LastSolve().reason.empty())
-        throw py::value_error(str::as_cstring(system_->LastSolve().reason));
+        RaiseRefused(0, system_->LastSolve().reason);
     size_ = equations_.Count() > 0 ? equations_.ends[0] : 0;
     std::size_t from = 0;
     for (const std::size_t end : equations_.ends)

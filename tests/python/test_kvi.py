@@ -140,6 +140,24 @@ class Systems(unittest.TestCase):
                     np.testing.assert_allclose(x, expected, rtol=1e-8, atol=1e-10)
             self.assertAlmostEqual(system.reactions()[0], -load.sum(), 9)
 
+    def test_wrong_arguments_raise_what_the_chapter_says(self):
+        refused = kvi.ArgumentError
+        for kind, code, wrong in (
+                (refused, 23007, lambda: kvi.check(241, [-1])),
+                (refused, 0, lambda: kvi.System([[-1, 2]])),
+                (ValueError, None, lambda: kvi.WaterCurve(a=0, n=1, m=1, saturated=0.4)),
+                (ValueError, None, lambda: kvi.Table("Material", [241, 241], 1)),
+                (KeyError, None, lambda: kvi.parameter("Conductivity")),
+                (IndexError, None, lambda: kvi.System([[0, 1]]).fix([4], 0))):
+            with self.assertRaises(kind) as raised:
+                wrong()
+            error = raised.exception
+            self.assertEqual(getattr(error, "code", None), code, error)
+            if code is not None:
+                self.assertTrue(isinstance(error, ValueError) and isinstance(error, kvi.Error))
+                self.assertTrue(error.text)
+                self.assertIs(type(pickle.loads(pickle.dumps(error))), refused)
+
     def test_what_cannot_be_solved_is_said(self):
         equations, matrices = springs(3)
         system = kvi.System(equations)
@@ -151,7 +169,6 @@ class Systems(unittest.TestCase):
         for wrong in (lambda: system.fix([4], 0), lambda: system.add_load([-1], 0),
                       lambda: system.add(np.zeros((1, 3, 3))),
                       lambda: system.add(matrices, first=1), lambda: system.solve("lu"),
-                      lambda: kvi.System([[-1, 2]]),
                       lambda: kvi.System.from_coo([0], [3], [1], 3)):
             with self.assertRaises((IndexError, ValueError)):
                 wrong()
