@@ -8,6 +8,7 @@ import os
 import pickle
 import re
 import signal
+import tempfile
 import threading
 import time
 import unittest
@@ -268,6 +269,32 @@ class Percova(unittest.TestCase):
         self.assertIn("no clay", wrong[0]["reason"])
         with self.assertRaises(ValueError):
             kvi.study(self.problem, {"title": ["a"], "id": ["a", "b"]}, together=True)
+
+    @unittest.skipUnless(importlib.util.find_spec("distributed"), "distributed is not installed")
+    def test_a_study_on_a_cluster_has_every_row_though_a_worker_is_killed(self):
+        import distributed
+
+        with tempfile.TemporaryDirectory() as folder:
+            killed = os.path.join(folder, "killed")
+
+            def measure(result):
+                try:
+                    os.close(os.open(killed, os.O_CREAT | os.O_EXCL))
+                except FileExistsError:
+                    return {"flow_in": result.steps[-1]["flow_in"]}
+                os.kill(os.getpid(), signal.SIGKILL)  # the worker of the first result
+
+            with distributed.LocalCluster(n_workers=2, threads_per_worker=1,
+                                          dashboard_address=None,
+                                          local_directory=folder) as cluster:
+                with distributed.Client(cluster) as client:
+                    rows = kvi.study(self.problem, {"materials.soil.k_sat": [1e-6, -1, 2e-6, 3e-6]},
+                                     mesh=MESH, client=client, measure=measure)
+            self.assertTrue(os.path.exists(killed))
+        self.assertEqual([row["materials.soil.k_sat"] for row in rows], [1e-6, -1, 2e-6, 3e-6])
+        self.assertEqual([bool(row["reason"]) for row in rows], [False, True, False, False], rows)
+        self.assertIn("k_sat", rows[1]["reason"])
+        self.assertAlmostEqual(rows[3]["flow_in"] / rows[0]["flow_in"], 3, 6)
 
 
 class Documents(unittest.TestCase):
