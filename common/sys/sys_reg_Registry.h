@@ -62,8 +62,8 @@ private:
 /// Making the object and reading create nothing; the first write creates the key and those above
 /// it. On Linux the registry is an SQLite file for the user (~/.config/kvi/registry.sqlite) and one
 /// for the machine (/etc/kvi/registry.sqlite), or user.sqlite and machine.sqlite in the folder that
-/// the environment variable KVI_REGISTRY names; text is in UTF-16 there, and the guide has a program
-/// that prints it. A file is used only if no user other than root can replace it.
+/// the environment variable KVI_REGISTRY names; text is in UTF-16 there, and the guide has a
+/// program that prints it. A file is used only if no user other than root can replace it.
 ///
 /// Threads: one at a time; any number of objects and processes may use one key.
 /// @code
