@@ -2,15 +2,14 @@
 
 #include "foundation/kvidbg.h"
 #include "numerics/order/AdjacencyGraph.h"
-#include "numerics/order/EliminationTree.h"
 #include "numerics/order/MinimumDegree.h"
 #include "numerics/order/Ordering.h"
+#include "numerics/order/Symbolic.h"
 #include "numerics/system/Verdict.h"
 #include "platform/platform_memory.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <limits>
 #include <new>
 
@@ -53,14 +52,7 @@ void DirectAdvice::Predict(const MatrixView& A)
         const Symmetry symmetry = FindSymmetry(A);
         const CompressedGraph compressed = Compress(A, symmetry.ofPattern);
         const AdjacencyGraph& graph = compressed.graph;
-        const EliminationTree tree = BuildEliminationTree(graph, MinimumDegreeOrder(graph));
-        double flops = 0, stored = 0;
-        for (std::size_t k = 0; k < tree.order.size(); ++k)
-        {
-            const double count = tree.count[k], weight = graph.weight[std::size_t(tree.order[k])];
-            flops += weight * count * count;
-            stored += weight * count;
-        }
+        auto [flops, stored] = PredictCost(graph, MinimumDegreeOrder(graph));
         double rest = kRest * A.rowStart[A.n];
         if (IsWorthDissecting(graph, flops))
         {

@@ -33,7 +33,7 @@ double RemainingSteps(const IterationProgress& progress);
 ///
 /// The prediction counts operations, not time, so it is the same in every run; only whether memory
 /// can hold the factors depends on the machine. It takes an order of elimination, once for a
-/// system, which costs about as much as ten steps with multigrid.
+/// system, which costs as much as five to twenty steps with multigrid.
 class DirectAdvice
 {
 public:

@@ -51,11 +51,11 @@ AdjacencyGraph Renumbered(const AdjacencyGraph& graph, const std::vector<int>& o
 std::vector<int> BestOrder(const AdjacencyGraph& graph)
 {
     std::vector<int> order = MinimumDegreeOrder(graph);
-    const double flops = PredictFlops(graph, order);
+    const double flops = PredictCost(graph, order).flops;
     if (!IsWorthDissecting(graph, flops))
         return order;
     std::vector<int> dissected = NestedDissectionOrder(graph);
-    return PredictFlops(graph, dissected) < flops ? dissected : order;
+    return PredictCost(graph, dissected).flops < flops ? dissected : order;
 }
 
 } // namespace

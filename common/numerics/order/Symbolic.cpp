@@ -309,16 +309,17 @@ Symbolic Analyse(const CompressedGraph& compressed, const std::vector<int>& orde
     return symbolic;
 }
 
-double PredictFlops(const AdjacencyGraph& graph, const std::vector<int>& order)
+FactorCost PredictCost(const AdjacencyGraph& graph, const std::vector<int>& order)
 {
     const EliminationTree tree = BuildEliminationTree(graph, order);
-    double flops = 0;
+    FactorCost cost;
     for (std::size_t k = 0; k < tree.order.size(); ++k)
     {
         const double count = tree.count[k], weight = graph.weight[std::size_t(tree.order[k])];
-        flops += weight * count * count - weight * (weight - 1) * (count - weight / 3);
+        cost.flops += weight * count * count - weight * (weight - 1) * (count - weight / 3);
+        cost.entries += weight * count;
     }
-    return flops;
+    return cost;
 }
 
 } // namespace numerics

@@ -55,7 +55,14 @@ struct Symbolic
 /// within the freedom of the tree, positions are renumbered.
 Symbolic Analyse(const CompressedGraph& compressed, const std::vector<int>& order);
 
-/// Operations of a factorisation in the given order, without the rest of the analysis.
-double PredictFlops(const AdjacencyGraph& graph, const std::vector<int>& order);
+/// The cost of one triangular factor.
+struct FactorCost
+{
+    double flops = 0;   ///< additions and products
+    double entries = 0; ///< stored values
+};
+
+/// The cost of a factorisation in the given order, without the rest of the analysis.
+FactorCost PredictCost(const AdjacencyGraph& graph, const std::vector<int>& order);
 
 } // namespace numerics
