@@ -12,7 +12,7 @@
 #include <string_view>
 
 #if defined(_WIN32)
-// Of windows.h, whose macros would change names of the library.
+// Declared here: windows.h defines macros (Yield) that rename members of the library.
 extern "C" __declspec(dllimport) void* __stdcall GetCurrentProcess();
 extern "C" __declspec(dllimport) int __stdcall TerminateProcess(void* process, unsigned code);
 #endif

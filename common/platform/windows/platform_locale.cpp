@@ -29,14 +29,8 @@ std::string LocaleText(std::uint32_t id, LocaleItem item)
 
 std::string LocaleName(std::uint32_t id)
 {
-    if (id == kInvariantLocale)
-        return "C";
-#if defined(__GLIBCXX__)
-    return ""; // on Windows this library has no other locale, and throws at every other name
-#else
-    const std::string language = Info(id, LOCALE_SENGLANGUAGE);
-    return language.empty() ? language : language + "_" + Info(id, LOCALE_SENGCOUNTRY);
-#endif
+    // MinGW's standard library has no other locale, and throws at every other name.
+    return id == kInvariantLocale ? "C" : "";
 }
 
 } // namespace platform
