@@ -214,9 +214,12 @@ long ISysEqnImpl::GetMatrix(tagVectorInt* rowStarts, tagVectorInt* columns,
                             tagVectorDbl* values) const
 {
     const State& s = *state_;
-    rowStarts->values.assign(s.pattern.rowStart.begin(), s.pattern.rowStart.end());
-    columns->values.assign(s.pattern.columns.begin(), s.pattern.columns.end());
-    values->values.assign(s.values.begin(), s.values.end());
+    if (rowStarts != nullptr)
+        rowStarts->values.assign(s.pattern.rowStart.begin(), s.pattern.rowStart.end());
+    if (columns != nullptr)
+        columns->values.assign(s.pattern.columns.begin(), s.pattern.columns.end());
+    if (values != nullptr)
+        values->values.assign(s.values.begin(), s.values.end());
     return 0;
 }
 

@@ -145,7 +145,8 @@ public:
     /// A copy of b.
     virtual long GetRhsVector(tagVectorDbl* out) const;
     /// Copies of A as filled, in compressed rows: entries rowStarts[i] to rowStarts[i + 1] are
-    /// those of row i, columns ascending, stored zeros included.
+    /// those of row i, columns ascending, stored zeros included. Null for a part that is not
+    /// wanted.
     virtual long GetMatrix(tagVectorInt* rowStarts, tagVectorInt* columns,
                            tagVectorDbl* values) const;
     /// A x - b, equation by equation: at a fixed unknown the support's reaction, at a solved one
