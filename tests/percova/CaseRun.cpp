@@ -3,6 +3,7 @@
 #include "Scratch.h"
 #include "analysis/Analysis.h"
 #include "analysis/Binding.h"
+#include "mesh/Neighbours.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,6 +52,7 @@ Mesh MakeMesh(const Grid& grid)
     mesh.elementNumber.resize(mesh.Elements());
     std::iota(mesh.elementNumber.begin(), mesh.elementNumber.end(), 1);
     mesh.group.assign(mesh.Elements(), -1);
+    FindNeighbours(mesh);
     for (Edge edge : grid.curve ? RimOf(mesh) : std::vector<Edge>())
     {
         const auto [a, b, middle] = edge.nodes;

@@ -1,4 +1,5 @@
 #include "Scratch.h"
+#include "mesh/Neighbours.h"
 
 #include <gmock/gmock.h>
 

@@ -5,7 +5,7 @@
 #include "analysis/model/EarlierRun.h"
 #include "analysis/results/Sections.h"
 #include "mesh/MeshGeometry.h"
-#include "mesh/SideTable.h"
+#include "mesh/Neighbours.h"
 #include "problem/NumberText.h"
 #include "problem/Plane.h"
 #include "problem/ProblemReader.h"
@@ -173,13 +173,9 @@ std::vector<Edge> Binder::EdgesOn(const Polyline& line)
     if (looks_ > kMostLooks)
         return {};
     std::vector<Edge> rim, inner;
-    SideTable(mesh_).ForEachPair([&](const SideTable::Side* first, const SideTable::Side* last) {
-        Edge edge = SideOf(mesh_, first->element, first->side);
-        if (!LiesOn(edge, line))
-            return;
-        if (last - first > 1)
-            edge.opposite = first[1].element;
-        (edge.opposite < 0 ? rim : inner).push_back(edge);
+    ForEachSide(mesh_, [&](const Edge& edge) {
+        if (LiesOn(edge, line))
+            (edge.opposite < 0 ? rim : inner).push_back(edge);
     });
     return rim.empty() ? inner : rim;
 }

@@ -1,7 +1,7 @@
 #include "mesh/Connectivity.h"
 
 #include "mesh/MeshGeometry.h"
-#include "mesh/SideTable.h"
+#include "mesh/Neighbours.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>

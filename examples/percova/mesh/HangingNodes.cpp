@@ -1,6 +1,7 @@
 #include "mesh/HangingNodes.h"
 
 #include "mesh/MeshGeometry.h"
+#include "mesh/Neighbours.h"
 #include "problem/NumberText.h"
 #include "problem/Plane.h"
 

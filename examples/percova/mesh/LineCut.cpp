@@ -1,7 +1,7 @@
 #include "mesh/LineCut.h"
 
 #include "mesh/MeshGeometry.h"
-#include "mesh/SideTable.h"
+#include "mesh/Neighbours.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,9 +40,7 @@ ElementPlace LinePiece::PlaceAt(const Mesh& mesh, std::size_t k, double t) const
 LineCutter::LineCutter(const Mesh& mesh, const ElementFinder& finder)
     : mesh_(mesh), finder_(finder), precision_(PrecisionFor(mesh))
 {
-    SideTable(mesh).ForEachPair([&](const SideTable::Side* first, const SideTable::Side*) {
-        sides_.push_back(SideOf(mesh, first->element, first->side));
-    });
+    ForEachSide(mesh, [&](const Edge& edge) { sides_.push_back(edge); });
 }
 
 std::vector<LinePiece> LineCutter::Cut(const Polyline& line) const

@@ -73,6 +73,14 @@ struct Mesh
     std::vector<int> group;                 ///< by element: index into surfaces, -1 for none
     std::vector<std::size_t> elementNumber; ///< by element: its number in the file
 
+    /// The places of node n in nodes, ascending: nodePlaces from placeStart[n] to placeStart[n+1].
+    std::vector<std::size_t> placeStart;
+    std::vector<int> nodePlaces;
+    std::vector<int> placeElement; ///< by place in nodes: its element
+    /// By the place of a corner in nodes: the element across the side that begins there, -1 on the
+    /// rim. See FindNeighbours.
+    std::vector<int> across;
+
     std::vector<MeshGroup> surfaces;
     std::vector<MeshGroup> curves;
     std::vector<Edge> edges; ///< the line elements of the file that belong to a physical curve
@@ -84,6 +92,11 @@ struct Mesh
     const int* ElementNodes(std::size_t e) const
     {
         return nodes.data() + static_cast<std::size_t>(start[e]);
+    }
+    /// The element across side @p side of element @p e, -1 for none.
+    int Across(std::size_t e, int side) const
+    {
+        return across[static_cast<std::size_t>(start[e] + side)];
     }
 };
 
@@ -104,8 +117,5 @@ bool ReadMesh(const std::wstring& path, Mesh& mesh, Faults& faults, double metre
 /// @param name  of it, for messages
 bool ReadMeshText(std::string text, const std::string& name, Mesh& mesh, Faults& faults,
                   double metres = 1, const NodeJoin& join = {});
-
-/// Sides that only one element has: the rim of the mesh, each side once.
-std::vector<Edge> RimOf(const Mesh& mesh);
 
 } // namespace percova

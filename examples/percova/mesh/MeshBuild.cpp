@@ -1,9 +1,11 @@
 #include "mesh/MeshBuild.h"
 
+#include "KVI.h"
 #include "mesh/Connectivity.h"
 #include "mesh/HangingNodes.h"
 #include "mesh/MeshGeometry.h"
-#include "mesh/SideTable.h"
+#include "mesh/Neighbours.h"
+#include "mesh/NodeIndex.h"
 #include "problem/NumberText.h"
 
 #include <algorithm>
@@ -20,53 +22,11 @@ namespace percova
 namespace
 {
 
-constexpr double kFarthest = 1e9; // larger coordinates are not plausible [m]
-constexpr double kFlat = 1e-6;    // nodes of a plane differ by no more in z [m]
+using sys::thread::task::ParallelForPieces;
 
-/// Finds a node's index by its number: by a table where the numbers are dense, else by bisection.
-/// (A hash table takes quadratic time for numbers that are chosen to collide.)
-class NodeIndex
-{
-public:
-    NodeIndex(const MshFile& file, Faults& faults)
-    {
-        const std::vector<std::size_t>& numbers = file.nodeNumber;
-        const std::size_t most =
-            numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end());
-        if (most < 4 * numbers.size() + 1000)
-            table_.assign(most + 1, -1);
-        for (std::size_t i = 0; i < numbers.size(); ++i)
-            if (table_.empty())
-                sorted_.emplace_back(numbers[i], static_cast<int>(i));
-            else if (table_[numbers[i]] != -1)
-                TellTwice(file, i, faults);
-            else
-                table_[numbers[i]] = static_cast<int>(i);
-        std::sort(sorted_.begin(), sorted_.end());
-        for (std::size_t k = 1; k < sorted_.size(); ++k)
-            if (sorted_[k].first == sorted_[k - 1].first)
-                TellTwice(file, static_cast<std::size_t>(sorted_[k].second), faults);
-    }
-
-    /// -1 for a number that no node has.
-    int Of(std::size_t number) const
-    {
-        if (!table_.empty())
-            return number < table_.size() ? table_[number] : -1;
-        const auto found = std::lower_bound(sorted_.begin(), sorted_.end(), std::pair(number, 0));
-        return found == sorted_.end() || found->first != number ? -1 : found->second;
-    }
-
-private:
-    static void TellTwice(const MshFile& file, std::size_t i, Faults& faults)
-    {
-        faults.Error(file.name, {"", static_cast<int>(file.nodeLine[i])},
-                     "node " + std::to_string(file.nodeNumber[i]) + " is in the file twice");
-    }
-
-    std::vector<int> table_;                          ///< index by number
-    std::vector<std::pair<std::size_t, int>> sorted_; ///< number and index, where there is no table
-};
+constexpr std::size_t kGrain = 1024; ///< elements a thread takes at a time
+constexpr double kFarthest = 1e9;    // larger coordinates are not plausible [m]
+constexpr double kFlat = 1e-6;       // nodes of a plane differ by no more in z [m]
 
 class Builder
 {
@@ -82,7 +42,8 @@ public:
     void JoinNodes(const NodeJoin& join);
     void AddGroups();
     void CheckElements();
-    void CheckSidesAndAddEdges();
+    void CheckSides();
+    void AddEdges();
 
 private:
     void Error(std::uint32_t line, const std::string& text)
@@ -96,8 +57,8 @@ private:
     }
     std::uint32_t LineOf(std::size_t element) const { return file_.plane.line[position_[element]]; }
     void AddElement(std::size_t position, const std::size_t* numbers, ElementType type);
-    void AddEdge(const SideTable& sides, std::size_t position, const std::size_t* numbers);
-    void CheckPair(const SideTable::Side* first, const SideTable::Side* last);
+    void AddEdge(std::size_t position, const std::size_t* numbers);
+    void CheckSide(const Edge& edge);
     int GroupOf(std::vector<MeshGroup>& groups, std::map<int, int>& known, int dimension, int tag);
     double TurnedArea(std::size_t element);
 
@@ -273,9 +234,18 @@ double Builder::TurnedArea(std::size_t element)
 
 void Builder::CheckElements()
 {
+    std::vector<double> areas(mesh_.Elements());
+    std::vector<char> isFolded(mesh_.Elements());
+    ParallelForPieces(0, mesh_.Elements(), kGrain, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t e = begin; e < end; ++e)
+        {
+            areas[e] = TurnedArea(e);
+            isFolded[e] = !(SmallestJacobian(mesh_, e) > 0);
+        }
+    });
     for (std::size_t e = 0; e < mesh_.Elements(); ++e)
     {
-        const double area = TurnedArea(e);
+        const double area = areas[e];
         if (mesh_.group[e] >= 0)
         {
             MeshGroup& group = mesh_.surfaces[static_cast<std::size_t>(mesh_.group[e])];
@@ -284,34 +254,61 @@ void Builder::CheckElements()
         }
         if (area == 0)
             Error(LineOf(e), Called(e) + " has no area");
-        else if (!(SmallestJacobian(mesh_, e) > 0))
+        else if (isFolded[e])
             Error(LineOf(e), Called(e) + " is folded: its sides cross or a corner points inward");
     }
 }
 
-/// The elements on the two sides of a pair of corners should run along it in opposite directions
-/// and agree on the node in its middle.
-void Builder::CheckPair(const SideTable::Side* first, const SideTable::Side* last)
+/// The elements on both sides should run along a side in opposite directions and agree on the node
+/// in its middle; a third one has no place there.
+bool IsSound(const Mesh& mesh, const Edge& edge)
 {
-    if (last - first < 2)
+    const auto opposite = static_cast<std::size_t>(edge.opposite);
+    for (int side = 0; side < Corners(mesh.type[opposite]); ++side)
+    {
+        const Edge other = SideOf(mesh, opposite, side);
+        if (other.nodes[0] == edge.nodes[1] && other.nodes[1] == edge.nodes[0])
+            return other.opposite == edge.element && other.nodes[2] == edge.nodes[2];
+    }
+    return false;
+}
+
+void Builder::CheckSides()
+{
+    std::vector<char> isSound(mesh_.Elements(), 1);
+    const auto forEach = [&](std::size_t e, auto visit) {
+        for (int side = 0; side < Corners(mesh_.type[e]); ++side)
+            if (mesh_.Across(e, side) >= 0 && mesh_.Across(e, side) < int(e))
+                visit(SideOf(mesh_, e, side));
+    };
+    ParallelForPieces(0, mesh_.Elements(), kGrain, [&](std::size_t begin, std::size_t end) {
+        for (std::size_t e = begin; e < end; ++e)
+            forEach(e, [&](const Edge& edge) { isSound[e] = isSound[e] && IsSound(mesh_, edge); });
+    });
+    for (std::size_t e = 0; e < mesh_.Elements(); ++e)
+        if (!isSound[e])
+            forEach(e, [&](const Edge& edge) { CheckSide(edge); });
+}
+
+void Builder::CheckSide(const Edge& edge)
+{
+    if (IsSound(mesh_, edge))
         return;
-    const auto one = static_cast<std::size_t>(first->element);
-    const auto two = static_cast<std::size_t>(first[1].element);
-    const Edge a = SideOf(mesh_, first->element, first->side);
-    const Edge b = SideOf(mesh_, first[1].element, first[1].side);
-    if (last - first > 2 || a.nodes[0] == b.nodes[0])
+    const auto one = static_cast<std::size_t>(edge.opposite);
+    const auto two = static_cast<std::size_t>(edge.element);
+    const std::vector<Edge> all = SidesBetween(mesh_, edge.nodes[0], edge.nodes[1]);
+    if (all.size() > 2 || all[0].nodes[0] == all[1].nodes[0])
         Error(LineOf(two), Called(two) + " lies over " + Called(one) +
                                ": they are on the same "
                                "side of the line from node " +
-                               std::to_string(mesh_.number[static_cast<std::size_t>(a.nodes[0])]) +
-                               " to " +
-                               std::to_string(mesh_.number[static_cast<std::size_t>(a.nodes[1])]));
-    else if (a.nodes[2] != b.nodes[2])
+                               std::to_string(mesh_.number[std::size_t(edge.nodes[0])]) + " to " +
+                               std::to_string(mesh_.number[std::size_t(edge.nodes[1])]));
+    else
         Error(LineOf(two), Called(one) + " and " + Called(two) +
                                " share a side, but not the node in its middle");
 }
 
-void Builder::AddEdge(const SideTable& sides, std::size_t position, const std::size_t* numbers)
+void Builder::AddEdge(std::size_t position, const std::size_t* numbers)
 {
     const std::string called = "line element " + std::to_string(file_.lines.number[position]);
     const int middle = file_.lines.type[position] == 8 ? 2 : -1;
@@ -327,15 +324,13 @@ void Builder::AddEdge(const SideTable& sides, std::size_t position, const std::s
                 called + " has node " + std::to_string(numbers[at]) +
                     (node < 0 ? ", which is not in the file" : ", which no plane element has"));
     }
-    const std::vector<SideTable::Side> found = sides.Between(nodes[0], nodes[1]);
+    const std::vector<Edge> found = SidesBetween(mesh_, nodes[0], nodes[1]);
     if (found.empty())
         return Error(file_.lines.line[position], called + " is not a side of any plane element");
-    Edge edge = SideOf(mesh_, found[0].element, found[0].side);
+    Edge edge = found[0];
     if (edge.nodes[2] != nodes[2])
         return Error(file_.lines.line[position],
                      called + " and the plane element beside it differ in the node between");
-    if (found.size() > 1)
-        edge.opposite = found[1].element;
     for (const int tag : file_.TagsOfLine(position))
     {
         edge.group = GroupOf(mesh_.curves, curveOf_, 1, tag);
@@ -346,17 +341,13 @@ void Builder::AddEdge(const SideTable& sides, std::size_t position, const std::s
     }
 }
 
-void Builder::CheckSidesAndAddEdges()
+void Builder::AddEdges()
 {
-    const SideTable sides(mesh_);
-    sides.ForEachPair([this](const SideTable::Side* first, const SideTable::Side* last) {
-        CheckPair(first, last);
-    });
     const std::size_t* numbers = file_.lines.nodes.data();
     for (std::size_t i = 0; i < file_.lines.number.size(); ++i)
     {
         if (file_.lines.physical[i] != 0)
-            AddEdge(sides, i, numbers);
+            AddEdge(i, numbers);
         numbers += MshNodeCount(file_.lines.type[i]);
     }
 }
@@ -383,12 +374,17 @@ bool BuildMesh(const MshFile& file, Mesh& mesh, Faults& faults, double metres, c
         return false;
     builder.AddNodes(metres);
     if (join.joins)
+    {
+        FindNeighbours(mesh);
         builder.JoinNodes(join);
+    }
     builder.AddGroups();
     if (faults.Errors() != before)
         return false;
     builder.CheckElements();
-    builder.CheckSidesAndAddEdges();
+    FindNeighbours(mesh);
+    builder.CheckSides();
+    builder.AddEdges();
     if (faults.Errors() == before)
     {
         WarnOfHangingNodes(mesh, faults);

@@ -1,4 +1,5 @@
 #include "mesh/MeshGeometry.h"
+#include "mesh/Neighbours.h"
 #include "output/Output.h"
 #include "output/picture/Picture.h"
 #include "output/picture/PicturePage.h"

@@ -16,17 +16,9 @@ constexpr std::size_t kBlock = 16384; ///< elements whose matrices are held at a
 
 Assembly::Assembly(const Model& model, const std::vector<Soil>& soils)
     : model_(model), soils_(soils), kr_(model, soils), elementInflow_(model.mesh.nodes.size()),
-      nodeStart_(model.mesh.Nodes() + 1), nodePlaces_(model.mesh.nodes.size()),
       matrixStart_(model.mesh.Elements() + 1)
 {
     const Mesh& mesh = model.mesh;
-    for (const int node : mesh.nodes)
-        ++nodeStart_[node + 1];
-    for (std::size_t n = 0; n < mesh.Nodes(); ++n)
-        nodeStart_[n + 1] += nodeStart_[n];
-    std::vector<std::size_t> next(nodeStart_.begin(), nodeStart_.end() - 1);
-    for (std::size_t place = 0; place < mesh.nodes.size(); ++place)
-        nodePlaces_[next[mesh.nodes[place]]++] = int(place);
     for (std::size_t e = 0; e < mesh.Elements(); ++e)
         matrixStart_[e + 1] =
             matrixStart_[e] + std::size_t(NodeCount(mesh.type[e]) * NodeCount(mesh.type[e]));
@@ -126,11 +118,13 @@ void Assembly::Element(std::size_t e, const std::vector<double>& head, const Ele
 void Assembly::AddStorage(std::size_t e, const std::vector<double>& head,
                           const StorageTangent& storage, double* matrix) const
 {
-    const int n = NodeCount(model_.mesh.type[e]);
+    const Mesh& mesh = model_.mesh;
+    const int n = NodeCount(mesh.type[e]);
     for (int k = 0; k < n; ++k)
     {
-        const int place = model_.mesh.start[e] + k, node = model_.mesh.nodes[place];
-        if (nodePlaces_[nodeStart_[node]] == place) // a node's first element adds its lumped part
+        const int place = mesh.start[e] + k, node = mesh.nodes[place];
+        if (mesh.nodePlaces[mesh.placeStart[node]] ==
+            place) // a node's first element adds its lumped part
             matrix[k * n + k] += (*storage.lumped)[node];
     }
     if (storage.term->storage->IsConsistent(e))
@@ -139,13 +133,14 @@ void Assembly::AddStorage(std::size_t e, const std::vector<double>& head,
 
 void Assembly::Sum(std::vector<double>& inflow) const
 {
-    inflow.resize(model_.mesh.Nodes());
+    const Mesh& mesh = model_.mesh;
+    inflow.resize(mesh.Nodes());
     ParallelForPieces(0, inflow.size(), 1024, [&](std::size_t begin, std::size_t end) {
         for (std::size_t node = begin; node < end; ++node)
         {
             double sum = 0;
-            for (std::size_t k = nodeStart_[node]; k < nodeStart_[node + 1]; ++k)
-                sum += elementInflow_[nodePlaces_[k]];
+            for (std::size_t k = mesh.placeStart[node]; k < mesh.placeStart[node + 1]; ++k)
+                sum += elementInflow_[mesh.nodePlaces[k]];
             inflow[node] = sum;
         }
     });

@@ -62,8 +62,6 @@ private:
     const std::vector<Soil>& soils_;
     KrField kr_;
     std::vector<double> elementInflow_;    ///< by place in Mesh::nodes, at the heads of kr_
-    std::vector<std::size_t> nodeStart_;   ///< by node: where its places begin in nodePlaces_
-    std::vector<int> nodePlaces_;          ///< places in Mesh::nodes, ascending
     std::vector<std::size_t> matrixStart_; ///< by element: entries of the elements before it
     std::vector<double> saturated_;        ///< matrices of all elements at kr = 1
     std::vector<double> matrices_;         ///< of one block of elements

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace percova
 {
@@ -15,22 +16,14 @@ struct Neighbours
 
     explicit Neighbours(const Mesh& mesh)
     {
-        std::vector<std::size_t> first(mesh.Nodes() + 1);
-        for (const int node : mesh.nodes)
-            ++first[node + 1];
-        for (std::size_t n = 0; n < mesh.Nodes(); ++n)
-            first[n + 1] += first[n];
-        std::vector<int> around(mesh.nodes.size());
-        std::vector<std::size_t> next(first.begin(), first.end() - 1);
-        for (std::size_t e = 0; e < mesh.Elements(); ++e)
-            for (int k = mesh.start[e]; k < mesh.start[e + 1]; ++k)
-                around[next[mesh.nodes[k]]++] = int(e);
         start.push_back(0);
         for (std::size_t n = 0; n < mesh.Nodes(); ++n)
         {
-            for (std::size_t k = first[n]; k < first[n + 1]; ++k)
-                nodes.insert(nodes.end(), mesh.ElementNodes(around[k]),
-                             mesh.ElementNodes(around[k] + 1));
+            for (std::size_t k = mesh.placeStart[n]; k < mesh.placeStart[n + 1]; ++k)
+            {
+                const int e = mesh.placeElement[mesh.nodePlaces[k]];
+                nodes.insert(nodes.end(), mesh.ElementNodes(e), mesh.ElementNodes(e + 1));
+            }
             std::sort(nodes.begin() + std::ptrdiff_t(start.back()), nodes.end());
             nodes.erase(std::unique(nodes.begin() + std::ptrdiff_t(start.back()), nodes.end()),
                         nodes.end());
@@ -70,10 +63,9 @@ std::size_t Levels(const Neighbours& mesh, int root, std::vector<char>& mark,
 }
 } // namespace
 
-std::vector<int> NarrowNumbering(const Mesh& mesh, std::size_t& pairs)
+std::vector<int> NarrowNumbering(const Mesh& mesh)
 {
     const Neighbours neighbours(mesh);
-    pairs = neighbours.nodes.size();
     std::vector<char> mark(mesh.Nodes());
     std::vector<int> order, part;
     for (int seed = 0; seed < int(mesh.Nodes()); ++seed)
@@ -100,9 +92,15 @@ std::vector<int> NarrowNumbering(const Mesh& mesh, std::size_t& pairs)
 }
 
 LinearSystem::LinearSystem(const Mesh& mesh, SolverKind kind, int threads)
-    : kind_(kind == SolverKind::Automatic ? SolverKind::Pardiso : kind),
-      equation_(NarrowNumbering(mesh, nonzeros_))
+    : kind_(kind == SolverKind::Automatic ? SolverKind::Pardiso : kind)
 {
+    if (kind_ == SolverKind::Direct) // the others find an order of their own
+        equation_ = NarrowNumbering(mesh);
+    else
+    {
+        equation_.resize(mesh.Nodes());
+        std::iota(equation_.begin(), equation_.end(), 0);
+    }
     tagMultiVectorInt lists;
     lists.values.reserve(mesh.nodes.size());
     for (std::size_t e = 0; e < mesh.Elements(); ++e)
@@ -113,6 +111,9 @@ LinearSystem::LinearSystem(const Mesh& mesh, SolverKind kind, int threads)
     }
     (void)system_.Initialize(&lists, int(mesh.Nodes())); // a refusal is reported by every solve
     (void)system_.SetThreads(threads);
+    tagVectorInt rowStarts;
+    (void)system_.GetMatrix(&rowStarts, nullptr, nullptr);
+    nonzeros_ = rowStarts.values.empty() ? 0 : std::size_t(rowStarts.values.back());
     if (kind_ == SolverKind::Pardiso)
         (void)system_.SolveForUnknownVector_PARDISO_SetUp();
 }

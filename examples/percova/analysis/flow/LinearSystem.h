@@ -15,8 +15,7 @@ namespace percova
 
 /// Node numbering with a small profile (reverse Cuthill-McKee; Cuthill and McKee 1969, George
 /// 1971): the equation of every node. Parts of the mesh that do not touch follow one another.
-/// @param pairs  set to the number of node pairs that share an element, a node with itself included
-std::vector<int> NarrowNumbering(const Mesh& mesh, std::size_t& pairs);
+std::vector<int> NarrowNumbering(const Mesh& mesh);
 
 /// Wraps ISysEqnImpl: element lists, numbering, and the choice of the solver family.
 class LinearSystem

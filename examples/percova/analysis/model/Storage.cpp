@@ -77,8 +77,7 @@ void Integrate(const ElementState& element, const Soil& soil, double* water)
 } // namespace
 
 Storage::Storage(const Model& model, const std::vector<Soil>& soils)
-    : model_(model), mesh_(model.mesh), soils_(soils), isConsistent_(model.mesh.Elements()),
-      placeStart_(model.mesh.Nodes() + 1), places_(model.mesh.nodes.size())
+    : model_(model), mesh_(model.mesh), soils_(soils), isConsistent_(model.mesh.Elements())
 {
     const StorageKind kind =
         model.problem.time ? model.problem.time->storage : StorageKind::ByElement;
@@ -88,20 +87,13 @@ Storage::Storage(const Model& model, const std::vector<Soil>& soils)
                                                           : kind == StorageKind::Consistent;
         anyConsistent_ = anyConsistent_ || isConsistent_[e];
     }
-    for (const int node : mesh_.nodes)
-        ++placeStart_[node + 1];
-    for (std::size_t n = 0; n < mesh_.Nodes(); ++n)
-        placeStart_[n + 1] += placeStart_[n];
-    std::vector<std::size_t> next(placeStart_.begin(), placeStart_.end() - 1);
-    for (std::size_t place = 0; place < places_.size(); ++place)
-        places_[next[mesh_.nodes[place]]++] = int(place);
-    elementWater_.resize(anyConsistent_ ? places_.size() : 0);
+    elementWater_.resize(anyConsistent_ ? mesh_.nodes.size() : 0);
     GatherShares();
 }
 
 void Storage::GatherShares()
 {
-    std::vector<Share> byPlace(places_.size());
+    std::vector<Share> byPlace(mesh_.nodes.size());
     const std::vector<double> none(mesh_.Nodes());
     ElementState element;
     for (std::size_t e = 0; e < mesh_.Elements(); ++e)
@@ -117,9 +109,9 @@ void Storage::GatherShares()
     {
         const std::size_t first = shares_.size();
         start_.push_back(first);
-        for (std::size_t k = placeStart_[n]; k < placeStart_[n + 1]; ++k)
+        for (std::size_t k = mesh_.placeStart[n]; k < mesh_.placeStart[n + 1]; ++k)
         {
-            const Share& share = byPlace[places_[k]];
+            const Share& share = byPlace[mesh_.nodePlaces[k]];
             std::size_t at = first;
             while (at < shares_.size() && shares_[at].soil != share.soil)
                 ++at;
@@ -190,18 +182,18 @@ void Storage::Evaluate(const std::vector<double>& head, std::vector<double>& wat
     if (anyConsistent_)
         ConsistentWater(head);
     // The blocks do not depend on the number of threads.
-    ParallelForPieces(0, (head.size() + kBlock - 1) / kBlock, 2,
-                      [&](std::size_t begin, std::size_t end) {
-                          for (std::size_t block = begin; block < end; ++block)
-                          {
-                              const std::size_t first = block * kBlock;
-                              const std::size_t last = std::min(first + kBlock, head.size());
-                              EvaluateLumped(head, first, last, &water[first], &capacity[first]);
-                              for (std::size_t n = first; n < last && anyConsistent_; ++n)
-                                  for (std::size_t k = placeStart_[n]; k < placeStart_[n + 1]; ++k)
-                                      water[n] += elementWater_[places_[k]];
-                          }
-                      });
+    ParallelForPieces(
+        0, (head.size() + kBlock - 1) / kBlock, 2, [&](std::size_t begin, std::size_t end) {
+            for (std::size_t block = begin; block < end; ++block)
+            {
+                const std::size_t first = block * kBlock;
+                const std::size_t last = std::min(first + kBlock, head.size());
+                EvaluateLumped(head, first, last, &water[first], &capacity[first]);
+                for (std::size_t n = first; n < last && anyConsistent_; ++n)
+                    for (std::size_t k = mesh_.placeStart[n]; k < mesh_.placeStart[n + 1]; ++k)
+                        water[n] += elementWater_[mesh_.nodePlaces[k]];
+            }
+        });
 }
 
 /// The lumped water of nodes @p first to @p last, all points of a soil at a time.

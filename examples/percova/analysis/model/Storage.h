@@ -59,8 +59,6 @@ private:
     bool anyConsistent_ = false;
     std::vector<std::size_t> start_; ///< by node: where its shares begin
     std::vector<Share> shares_;      ///< of the lumped elements, one for each soil around the node
-    std::vector<std::size_t> placeStart_;      ///< by node: where its places begin in places_
-    std::vector<int> places_;                  ///< places in Mesh::nodes, ascending
     mutable std::vector<double> elementWater_; ///< by place in Mesh::nodes
 };
 

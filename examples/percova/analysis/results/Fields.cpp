@@ -110,37 +110,14 @@ DataTable NodalTable(std::size_t nodes)
 
 namespace
 {
-/// The elements around every node, as compressed rows, ascending.
-struct NodeElements
-{
-    struct Corner
-    {
-        int element;
-        int node; ///< which of the element's own
-    };
-    std::vector<std::size_t> start; ///< by node
-    std::vector<Corner> corners;
-
-    explicit NodeElements(const Mesh& mesh) : start(mesh.Nodes() + 1), corners(mesh.nodes.size())
-    {
-        for (const int node : mesh.nodes)
-            ++start[node + 1];
-        for (std::size_t n = 0; n < mesh.Nodes(); ++n)
-            start[n + 1] += start[n];
-        std::vector<std::size_t> next(start.begin(), start.end() - 1);
-        for (std::size_t e = 0; e < mesh.Elements(); ++e)
-            for (int k = 0; k < NodeCount(mesh.type[e]); ++k)
-                corners[next[mesh.ElementNodes(e)[k]]++] = {int(e), k};
-    }
-};
-
-Point GradientAtNode(const Solution& s, NodeElements::Corner corner)
+/// The gradient in element @p e, at its node of place @p place.
+Point GradientAtNode(const Solution& s, int e, int place)
 {
     ElementState element;
-    element.Load(s.model.mesh, std::size_t(corner.element), s.head.data());
+    element.Load(s.model.mesh, std::size_t(e), s.head.data());
     if (element.type == ElementType::T3)
         return GradientInTriangle(element);
-    const auto [r, t] = LocalOf(element.type, corner.node);
+    const auto [r, t] = LocalOf(element.type, place - s.model.mesh.start[e]);
     PointState point;
     DerivativesAt(element, r, t, point);
     return {point.gradient[0], point.gradient[1]};
@@ -151,7 +128,7 @@ class NodeMeans
 {
 public:
     NodeMeans(const Solution& solution, DataTable& nodal)
-        : s_(solution), around_(solution.model.mesh), psi_(nodal.Column(dataparam::PressureHead)),
+        : s_(solution), mesh_(solution.model.mesh), psi_(nodal.Column(dataparam::PressureHead)),
           pressure_(nodal.Column(dataparam::Pressure)),
           theta_(nodal.Column(dataparam::WaterContent)),
           kr_(nodal.Column(dataparam::RelativeConductivity)),
@@ -162,14 +139,14 @@ public:
 
     void Fill(std::size_t n)
     {
-        psi_[n] = s_.head[n] - s_.model.mesh.y[n];
+        psi_[n] = s_.head[n] - mesh_.y[n];
         pressure_[n] = psi_[n] * s_.model.problem.gammaW;
         int seen = 0, seenCurve = 0, last = -1;
         double kr = 0, theta = 0; // of the soil last seen
-        for (std::size_t k = around_.start[n]; k < around_.start[n + 1]; ++k)
+        for (std::size_t k = mesh_.placeStart[n]; k < mesh_.placeStart[n + 1]; ++k)
         {
-            const NodeElements::Corner corner = around_.corners[k];
-            const int material = s_.model.material[corner.element];
+            const int place = mesh_.nodePlaces[k], e = mesh_.placeElement[place];
+            const int material = s_.model.material[e];
             const Soil& soil = s_.soils[material];
             if (material != last)
             {
@@ -177,7 +154,7 @@ public:
                 theta = soil.hasCurve ? soil.curve.Content(pressure_[n]) : 0;
                 last = material;
             }
-            const Point gradient = GradientAtNode(s_, corner);
+            const Point gradient = GradientAtNode(s_, e, place);
             const Point conducted = soil.Conducted(gradient.x, gradient.y);
             Include(kr, seen, kr_[n]);
             Include(gradient.x, seen, ix_[n]);
@@ -192,7 +169,7 @@ public:
 
 private:
     const Solution& s_;
-    NodeElements around_;
+    const Mesh& mesh_;
     DataTable::Values psi_, pressure_, theta_, kr_, vx_, vy_, ix_, iy_;
 };
 } // namespace

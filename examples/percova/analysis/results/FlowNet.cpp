@@ -3,6 +3,7 @@
 #include "analysis/model/Element.h"
 #include "analysis/results/EdgeFlux.h"
 #include "mesh/Connectivity.h"
+#include "mesh/Neighbours.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,7 @@
 #include "analysis/results/Freeboard.h"
 
 #include "analysis/flow/NodeConditions.h"
+#include "mesh/Neighbours.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "analysis/results/SectionSides.h"
 
 #include "mesh/MeshGeometry.h"
-#include "mesh/SideTable.h"
+#include "mesh/Neighbours.h"
 
 #include <algorithm>
 #include <utility>
@@ -93,14 +93,14 @@ private:
     void GatherNeighbours()
     {
         neighbours_.resize(mesh_.Elements());
-        SideTable(mesh_).ForEachPair([&](const SideTable::Side* first, const SideTable::Side* end) {
-            if (end - first < 2)
+        ForEachSide(mesh_, [&](const Edge& edge) {
+            if (edge.opposite < 0)
                 return;
-            const auto [a, b, m] = SideOf(mesh_, first->element, first->side).nodes;
+            const auto [a, b, m] = edge.nodes;
             const Point middle{(mesh_.x[a] + mesh_.x[b]) / 2, (mesh_.y[a] + mesh_.y[b]) / 2};
             const bool lies = isOn_[a] && isOn_[b] && (m >= 0 ? isOn_[m] != 0 : IsOn(middle));
-            neighbours_[first[0].element].emplace_back(first[1].element, lies);
-            neighbours_[first[1].element].emplace_back(first[0].element, lies);
+            neighbours_[edge.element].emplace_back(edge.opposite, lies);
+            neighbours_[edge.opposite].emplace_back(edge.element, lies);
         });
     }
 

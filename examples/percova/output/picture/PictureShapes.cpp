@@ -1,4 +1,4 @@
-#include "mesh/SideTable.h"
+#include "mesh/Neighbours.h"
 #include "output/picture/Picture.h"
 #include "problem/NumberText.h"
 
@@ -122,16 +122,16 @@ std::string OutlineOf(const Model& model, int material, const Frame& frame)
     const Mesh& mesh = model.mesh;
     // Sides with the material on their left only, by their first node.
     std::multimap<int, Edge> sides;
-    const auto has = [&](const SideTable::Side& side) {
-        return model.material[static_cast<std::size_t>(side.element)] == material;
+    const auto has = [&](int element) {
+        return element >= 0 && model.material[static_cast<std::size_t>(element)] == material;
     };
-    SideTable(mesh).ForEachPair([&](const SideTable::Side* first, const SideTable::Side* last) {
-        if (const auto count = std::count_if(first, last, has); count != 1)
-            return;
-        const SideTable::Side* one = std::find_if(first, last, has);
-        const Edge edge = SideOf(mesh, one->element, one->side);
-        sides.emplace(edge.nodes[0], edge);
-    });
+    for (std::size_t e = 0; e < mesh.Elements(); ++e)
+        for (int side = 0; side < Corners(mesh.type[e]) && has(static_cast<int>(e)); ++side)
+            if (!has(mesh.Across(e, side)))
+            {
+                const Edge edge = SideOf(mesh, e, side);
+                sides.emplace(edge.nodes[0], edge);
+            }
     const auto at = [&](int node) {
         const auto n = static_cast<std::size_t>(node);
         return frame.At({mesh.x[n], mesh.y[n]});
