@@ -4,6 +4,7 @@
 #include "FileCommands.h"
 #include "KVI.h"
 #include "Runner.h"
+#include "analysis/Analysis.h"
 #include "analysis/Binding.h"
 #include "output/Output.h"
 #include "output/Summary.h"
@@ -137,6 +138,7 @@ bool ReadModel(const Options& options, Model& model, Faults& faults)
                          "names no mesh file; give one there or with --mesh");
         return false;
     }
+    const PoolThreads threads(model.problem.solver.threads);
     const bool meshRight =
         IsMeshFile(options, model.problem, faults) &&
         ReadMesh(model.problem.mesh, model.mesh, faults, model.problem.units.metres,

@@ -93,6 +93,61 @@ TEST(MeshReader, ReadsBinaryFilesAndBothVersionsOfACase)
     }
 }
 
+/// The text of a strip of squares, long enough to be read on several threads.
+std::string Strip(bool isVersion41, int count)
+{
+    std::string numbers, places, nodes, elements, blocks;
+    for (int i = 0; i <= 2 * count + 1; ++i)
+    {
+        const std::string number = std::to_string(i + 1) + '\n';
+        const std::string place =
+            ' ' + std::to_string(i / 2) + ' ' + std::to_string(i % 2) + " 0\n";
+        numbers += number;
+        places += place;
+        nodes += std::to_string(i + 1) + place;
+    }
+    for (int i = 1; i <= 2 * count; i += 2)
+    {
+        std::string corners;
+        for (const int corner : {i, i + 2, i + 3, i + 1})
+            corners += ' ' + std::to_string(corner);
+        elements += std::to_string(i) + " 3 2 7 7" + corners + '\n';
+        blocks += std::to_string(i) + corners + '\n';
+    }
+    if (!isVersion41)
+        return MeshText(nodes, elements);
+    const std::string last = std::to_string(2 * count + 2);
+    return "$MeshFormat\n4.1 0 8\n$EndMeshFormat\n$Nodes\n1 " + last + " 1 " + last + "\n2 1 0 " +
+           last + '\n' + numbers + places + "$EndNodes\n$Elements\n1 " + std::to_string(count) +
+           " 1 " + last + "\n2 1 3 " + std::to_string(count) + '\n' + blocks + "$EndElements\n";
+}
+
+TEST(MeshReader, ReadsLongFilesInPiecesAsInSequence)
+{
+    constexpr int kSquares = 17000;
+    for (const bool isVersion41 : {false, true})
+    {
+        const std::string text = Strip(isVersion41, kSquares), place = "16000 1 0\n";
+        Faults faults;
+        const Mesh expected = Read(text, faults);
+        ASSERT_EQ(expected.Elements(), std::size_t{kSquares}) << AllOf(faults);
+        EXPECT_EQ(expected.x[32001], 16000);
+        const std::size_t at = text.find(' ' + place) + 1;
+        for (const char* otherLines : {"16000\n1 0\n", "16000 1 0 ", "16000 1 0\n\n"})
+        {
+            const Mesh mesh = Read(std::string(text).replace(at, place.size(), otherLines), faults);
+            EXPECT_EQ(mesh.x, expected.x) << otherLines;
+            EXPECT_EQ(mesh.y, expected.y) << otherLines;
+            EXPECT_EQ(mesh.number, expected.number) << otherLines;
+            EXPECT_EQ(mesh.nodes, expected.nodes) << otherLines;
+        }
+        (void)Read(std::string(text).replace(at, place.size(), "16000 one 0\n"), faults, false);
+        const auto line = 1 + std::count(text.begin(), text.begin() + std::ptrdiff_t(at), '\n');
+        EXPECT_THAT(AllOf(faults), HasSubstr("mesh.msh:" + std::to_string(line) +
+                                             ": \"one\" is found where a coordinate is expected"));
+    }
+}
+
 TEST(MeshReader, ReportsWhatIsWrongAndWhere)
 {
     // A T6 beside a T3: one has a node in the middle of their side, the other has not.

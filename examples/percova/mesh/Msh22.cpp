@@ -1,4 +1,4 @@
-#include "mesh/MshFile.h"
+#include "mesh/MshLines.h"
 
 #include <string>
 
@@ -43,7 +43,7 @@ void ReadElement(MshScanner& scanner, MshFile::Elements& list, std::size_t numbe
         list.nodes.push_back(Number(scanner, kNode));
 }
 
-void ReadTextElements(MshScanner& scanner, MshFile& file, std::size_t count)
+void ReadTextElements(MshScanner& scanner, std::size_t count, MshFile& file)
 {
     for (std::size_t i = 0; i < count; ++i)
     {
@@ -85,13 +85,8 @@ void ReadBinaryElements(MshScanner& scanner, MshFile& file, std::size_t count)
     }
 }
 
-} // namespace
-
-void ReadNodes22(MshScanner& scanner, MshFile& file)
+void ReadNodes(MshScanner& scanner, std::size_t count, MshFile& file)
 {
-    const std::size_t count = scanner.Count("the number of nodes", 8);
-    scanner.RestOfLine();
-    scanner.binary = file.binary;
     for (std::size_t i = 0; i < count; ++i)
     {
         const std::size_t number = Number(scanner, kNode);
@@ -104,15 +99,29 @@ void ReadNodes22(MshScanner& scanner, MshFile& file)
     }
 }
 
+} // namespace
+
+void ReadNodes22(MshScanner& scanner, MshFile& file)
+{
+    const std::size_t count = scanner.Count("the number of nodes", 8);
+    scanner.binary = file.binary;
+    if (ReadLines(scanner, count, file, ReadNodes))
+        return;
+    scanner.RestOfLine();
+    ReadNodes(scanner, count, file);
+}
+
 void ReadElements22(MshScanner& scanner, MshFile& file)
 {
     const std::size_t count = scanner.Count("the number of elements", 6);
-    scanner.RestOfLine();
     scanner.binary = file.binary;
+    if (ReadLines(scanner, count, file, ReadTextElements))
+        return;
+    scanner.RestOfLine();
     if (file.binary)
         ReadBinaryElements(scanner, file, count);
     else
-        ReadTextElements(scanner, file, count);
+        ReadTextElements(scanner, count, file);
 }
 
 } // namespace percova

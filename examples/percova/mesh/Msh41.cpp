@@ -1,4 +1,4 @@
-#include "mesh/MshFile.h"
+#include "mesh/MshLines.h"
 
 #include <string>
 #include <utility>
@@ -60,6 +60,27 @@ void ReadBlock(MshScanner& scanner, MshFile::Elements& list, int type, std::size
     }
 }
 
+void ReadNumbers(MshScanner& scanner, std::size_t count, MshFile& file)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        file.nodeNumber.push_back(scanner.Next<std::size_t>(kNode));
+}
+
+/// @param extra  numbers that follow each place, which are its place on the entity
+void ReadPlaces(MshScanner& scanner, std::size_t count, MshFile& file, int extra)
+{
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const double x = scanner.Next<double>(kCoordinate);
+        const int line = scanner.LineNumber();
+        const double y = scanner.Next<double>(kCoordinate);
+        const double z = scanner.Next<double>(kCoordinate);
+        file.AddPlace(x, y, z, line);
+        for (int k = 0; k < extra; ++k)
+            (void)scanner.Next<double>(kCoordinate);
+    }
+}
+
 /// What is kept as the physical tag of elements in the groups @p tags; a line can be in several.
 int KeptTag(MshFile& file, const MshFile::Elements& list, const std::vector<int>& tags)
 {
@@ -109,18 +130,14 @@ void ReadNodes41(MshScanner& scanner, MshFile& file)
         (void)scanner.Next<int>(kEntity);
         const int parametric = scanner.Next<int>("0 or 1 for parametric nodes");
         const std::size_t count = scanner.Count("the number of nodes in a block", 8);
-        for (std::size_t i = 0; i < count; ++i)
-            file.nodeNumber.push_back(scanner.Next<std::size_t>(kNode));
-        for (std::size_t i = 0; i < count; ++i)
-        {
-            const double x = scanner.Next<double>(kCoordinate);
-            const int line = scanner.LineNumber();
-            const double y = scanner.Next<double>(kCoordinate);
-            const double z = scanner.Next<double>(kCoordinate);
-            file.AddPlace(x, y, z, line);
-            for (int extra = 0; parametric != 0 && extra < dimension; ++extra)
-                (void)scanner.Next<double>(kCoordinate); // the place on the entity
-        }
+        const int extra = parametric != 0 ? dimension : 0;
+        const auto places = [extra](MshScanner& at, std::size_t number, MshFile& part) {
+            ReadPlaces(at, number, part, extra);
+        };
+        if (!ReadLines(scanner, count, file, ReadNumbers))
+            ReadNumbers(scanner, count, file);
+        if (!ReadLines(scanner, count, file, places))
+            places(scanner, count, file);
     }
 }
 
@@ -133,16 +150,24 @@ void ReadElements41(MshScanner& scanner, MshFile& file)
     for (std::size_t block = 0; block < blocks; ++block)
     {
         const int dimension = Dimension(scanner);
-        const int tag = scanner.Next<int>(kEntity);
+        const int entity = scanner.Next<int>(kEntity);
         const int type = scanner.Next<int>("an element type");
         const std::size_t count = scanner.Count("the number of elements in a block", 4);
-        const auto found = file.entities.find({dimension, tag});
+        const auto found = file.entities.find({dimension, entity});
         const int line = scanner.LineNumber() + (scanner.binary ? 0 : 1); // of the first element
-        if (MshFile::Elements* list = file.ListOf(type, count, line))
-            ReadBlock(scanner, *list, type, count,
-                      found == file.entities.end() ? 0 : KeptTag(file, *list, found->second));
-        else
+        const MshFile::Elements* list = file.ListOf(type, count, line);
+        if (list == nullptr)
+        {
             SkipBlock(scanner, type, count);
+            continue;
+        }
+        const int tag = found == file.entities.end() ? 0 : KeptTag(file, *list, found->second);
+        const auto read = [&, isPlane = list == &file.plane](MshScanner& at, std::size_t number,
+                                                             MshFile& part) {
+            ReadBlock(at, isPlane ? part.plane : part.lines, type, number, tag);
+        };
+        if (!ReadLines(scanner, count, file, read))
+            read(scanner, count, file);
     }
 }
 

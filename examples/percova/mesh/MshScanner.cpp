@@ -6,6 +6,27 @@ namespace percova
 {
 namespace
 {
+/// Where the @p count lines from @p at on end; null when there are fewer before @p end.
+const char* AfterLines(const char* at, const char* end, std::size_t count)
+{
+    constexpr std::ptrdiff_t kBlock = 4096;
+    while (at != end)
+    {
+        const char* const next = at + std::min(kBlock, end - at);
+        const auto found = static_cast<std::size_t>(std::count(at, next, '\n'));
+        if (found >= count)
+            break;
+        count -= found;
+        at = next;
+    }
+    for (; count > 0 && at != end; --count)
+    {
+        at = std::find(at, end, '\n');
+        at += at != end;
+    }
+    return count == 0 ? at : nullptr;
+}
+
 /// At most 30 printable characters of @p word.
 std::string Shown(std::string_view word)
 {
@@ -58,6 +79,26 @@ bool MshScanner::SkipPast(std::string_view tag)
     line_ += static_cast<int>(std::count(at_, at_ + found, '\n'));
     at_ += found + tag.size();
     return true;
+}
+
+std::vector<MshScanner> MshScanner::Pieces(std::size_t count, std::size_t each) const
+{
+    MshScanner lines = *this;
+    if (!lines.RestOfLine().empty())
+        return {};
+    std::vector<MshScanner> pieces;
+    while (count > 0)
+    {
+        const std::size_t size = std::min(count, each);
+        const char* const end = AfterLines(lines.at_, end_, size);
+        if (end == nullptr)
+            return {};
+        pieces.push_back({lines.at_, end, lines.line_});
+        lines.at_ = end;
+        lines.line_ += static_cast<int>(size);
+        count -= size;
+    }
+    return pieces;
 }
 
 void MshScanner::Skip(std::size_t bytes, const char* what)

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace percova
 {
@@ -66,12 +67,23 @@ public:
     /// Goes past the next line that begins with @p tag.
     /// @returns false when there is none
     bool SkipPast(std::string_view tag);
+    /// The next @p count lines in pieces of @p each lines, the last one maybe of fewer. None when
+    /// the current line has more on it, or fewer lines are left.
+    std::vector<MshScanner> Pieces(std::size_t count, std::size_t each) const;
+    /// Continues where @p piece, which is one of Pieces, ends.
+    void ContinueAfter(const MshScanner& piece)
+    {
+        at_ = piece.end_;
+        line_ = piece.line_;
+    }
     /// Goes past @p bytes bytes.
     void Skip(std::size_t bytes, const char* what);
 
     [[noreturn]] void Fail(const std::string& text) const { throw MshError{LineNumber(), text}; }
 
 private:
+    MshScanner(const char* at, const char* end, int line) : at_(at), end_(end), line_(line) {}
+
     void SkipBlanks()
     {
         for (; at_ != end_ && static_cast<unsigned char>(*at_) <= ' '; ++at_)
