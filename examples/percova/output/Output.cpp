@@ -1,5 +1,6 @@
 #include "output/Output.h"
 
+#include "KVI.h"
 #include "output/files/Csv.h"
 #include "problem/NumberText.h"
 #include "problem/TextFile.h"
@@ -172,20 +173,35 @@ bool WriteStep(const ResultFiles& files, const Model& model, const StepResult& s
     if (!files.MakeFolders(step.number, reason))
         return false;
     const bool isInTime = model.problem.time.has_value();
-    const auto write = [&](const char* ending, const auto& content) {
+    const auto write = [&](const char* ending, const auto& content, std::string& why) {
         return WriteWhole(isInTime ? files.OfOutput(step.number, ending)
                                    : files.OfStep(step.number, ending),
-                          content, reason);
+                          content, why);
     };
-    const bool shown = write(".vtu", [&](std::ostream& out) { WriteVtu(out, model, step); }) &&
-                       write(".svg", [&](std::ostream& out) { WritePicture(out, model, step); });
-    if (!shown || (!files.HasStepFolders() && !isInTime))
-        return shown;
-    return (isInTime || write(".json", [&](std::ostream& out) { WriteStepJson(out, step); })) &&
-           write(".heads", [&](std::ostream& out) {
-               out.write(reinterpret_cast<const char*>(head.data()),
-                         static_cast<std::streamsize>(head.size() * sizeof(double)));
-           });
+    std::string noPicture;
+    bool hasGrid = false, hasPicture = false;
+    sys::thread::task::ParallelForPieces(0, 2, 1, [&](std::size_t begin, std::size_t end) {
+        if (begin == 0)
+            hasGrid = write(
+                ".vtu", [&](std::ostream& out) { WriteVtu(out, model, step); }, reason);
+        if (end == 2)
+            hasPicture = write(
+                ".svg", [&](std::ostream& out) { WritePicture(out, model, step); }, noPicture);
+    });
+    if (hasGrid && !hasPicture)
+        reason = noPicture;
+    if (!hasGrid || !hasPicture || (!files.HasStepFolders() && !isInTime))
+        return hasGrid && hasPicture;
+    return (isInTime ||
+            write(
+                ".json", [&](std::ostream& out) { WriteStepJson(out, step); }, reason)) &&
+           write(
+               ".heads",
+               [&](std::ostream& out) {
+                   out.write(reinterpret_cast<const char*>(head.data()),
+                             static_cast<std::streamsize>(head.size() * sizeof(double)));
+               },
+               reason);
 }
 
 std::vector<double> ReadHeads(const std::wstring& path, std::size_t nodes)

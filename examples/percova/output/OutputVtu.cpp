@@ -1,4 +1,5 @@
 #include "output/Output.h"
+#include "output/files/Base64.h"
 #include "output/files/Markup.h"
 #include "problem/NumberText.h"
 
@@ -14,58 +15,6 @@ namespace percova
 {
 namespace
 {
-
-/// Turns bytes into base64 text, piece by piece.
-class Base64
-{
-public:
-    explicit Base64(std::ostream& out) : out_(out) {}
-
-    template <class Number>
-    void Put(Number value)
-    {
-        static_assert(std::is_arithmetic_v<Number>);
-        std::array<unsigned char, sizeof value> bytes;
-        std::memcpy(bytes.data(), &value, sizeof value);
-        for (const unsigned char byte : bytes)
-            PutByte(byte);
-    }
-    void Finish()
-    {
-        const std::size_t left = count_;
-        while (count_ != 0)
-            PutByte(0);
-        for (std::size_t i = left; left != 0 && i < 3; ++i)
-            text_[text_.size() - 3 + i] = '=';
-        Flush();
-    }
-
-private:
-    void PutByte(unsigned char byte)
-    {
-        static constexpr char kDigits[] =
-            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-        bits_ = bits_ << 8 | byte;
-        if (++count_ < 3)
-            return;
-        if (text_.size() >= std::size_t{1} << 16)
-            Flush(); // before the last four, which Finish may change
-        for (int shift = 18; shift >= 0; shift -= 6)
-            text_ += kDigits[bits_ >> shift & 63];
-        bits_ = 0;
-        count_ = 0;
-    }
-    void Flush()
-    {
-        out_ << text_;
-        text_.clear();
-    }
-
-    std::ostream& out_;
-    std::string text_;
-    std::uint32_t bits_ = 0;
-    std::size_t count_ = 0; ///< bytes in bits_
-};
 
 template <class Number>
 const char* TypeName()
@@ -90,11 +39,22 @@ void Array(std::ostream& out, const char* name, int components, std::size_t coun
     if (components > 1)
         out << " NumberOfComponents=\"" << components << '"';
     out << " format=\"binary\">\n";
-    Base64 text(out);
-    text.Put(static_cast<std::uint64_t>(count * sizeof(Number)));
-    for (std::size_t i = 0; i < count; ++i)
-        text.Put(static_cast<Number>(value(i)));
-    text.Finish();
+    // The count of bytes precedes the values, like one or several more of them.
+    const std::uint64_t size = count * sizeof(Number);
+    constexpr std::size_t kBefore = sizeof size / sizeof(Number);
+    WriteBase64(out, sizeof size + size, [&](std::size_t first, std::size_t last, char* bytes) {
+        if (first == 0)
+        {
+            std::memcpy(bytes, &size, sizeof size);
+            bytes += sizeof size;
+        }
+        for (std::size_t i = std::max(first / sizeof(Number), kBefore); i < last / sizeof(Number);
+             ++i, bytes += sizeof(Number))
+        {
+            const auto number = static_cast<Number>(value(i - kBefore));
+            std::memcpy(bytes, &number, sizeof number);
+        }
+    });
     out << '\n';
     if (!unit.empty())
         out << "<InformationKey name=\"UNITS_LABEL\" location=\"vtkDataArray\">" << Escaped(unit)
