@@ -16,6 +16,7 @@ constexpr double kFine = 1e-9;    ///< residual that is sufficient for any inter
 constexpr double kLeastRelaxation = 0.02;
 constexpr double kMostDamping = 100;
 constexpr int kPolish = 10;      ///< iterations spent on heads once the flows fit
+constexpr int kStart = 5;        ///< iterations of saturated soil before the true one
 constexpr int kShort = 100;      ///< iterations of a short continuation or none
 constexpr int kNear = 20;        ///< iterations tried from heads that may be near
 constexpr double kMoist = 0.3;   ///< relative conductivity of moist soil
@@ -128,7 +129,7 @@ bool Newton::InTurn(double least)
 {
     const bool fed = std::any_of(conditions_.load.begin(), conditions_.load.end(),
                                  [](double load) { return load > 0; });
-    Reach({{1}, kSettled, 100});
+    Reach({{1}, kSettled, kStart}); // a start: its seepage faces need not have settled
     const State saturated{head_, faces_};
     const std::function<bool()> descend = [&] { return Descend(1, least, {}, true); };
     const std::function<bool()> moist = [&] { return FromMoistSoil(); };

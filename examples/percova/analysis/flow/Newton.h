@@ -49,7 +49,7 @@ struct NewtonRound
 /// Newton's method with a line search, on nested problems that grow stiffer.
 ///
 /// With a least conductivity of 1 the soil is saturated and the equations linear, except for the
-/// seepage faces; they settle there. Then the least conductivity is lowered in increments, each
+/// seepage faces. After a few iterations the least conductivity is lowered in increments, each
 /// problem starting from the heads of the previous one, down to the soils' own. With inflow, soil
 /// that starts too dry to accept it is the difficulty, so Newton first tries the true problem at
 /// once from moist soil. If that fails, the curves start gentle, stretched over many elements, and
