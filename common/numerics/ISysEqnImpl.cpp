@@ -186,6 +186,43 @@ long ISysEqnImpl::FixUnknowns(const tagVectorInt* equations, const tagVectorDbl*
     return 0;
 }
 
+long ISysEqnImpl::SetCoordinates(const tagVectorInt* components, const tagMatrixDbl* coordinates)
+{
+    State& s = *state_;
+    if (components == nullptr || coordinates == nullptr)
+    {
+        s.Drop(L"SetCoordinates: components or coordinates are missing");
+        return 0;
+    }
+    const std::vector<int>& axes = components->values;
+    const std::vector<double>& values = coordinates->values;
+    if (axes.empty() && values.empty())
+    {
+        s.krylov.Places() = {};
+        return 0;
+    }
+    const int columns = coordinates->columns;
+    const std::uint64_t n = std::uint64_t(s.Size());
+    if ((columns != 2 && columns != 3) || axes.size() != n ||
+        values.size() != n * unsigned(columns))
+    {
+        s.Drop(L"SetCoordinates: there is not one component and one row of 2 or 3 coordinates for "
+               L"each equation");
+        return 0;
+    }
+    for (std::size_t i = 0; i < axes.size(); ++i)
+        if (axes[i] < -1 || axes[i] >= columns ||
+            !numerics::IsFinite(&values[i * unsigned(columns)], columns))
+        {
+            s.Drop(L"SetCoordinates: the component of equation " + std::to_wstring(i) +
+                       L" is no axis, or a coordinate is not finite",
+                   int(i));
+            return 0;
+        }
+    s.krylov.Places() = numerics::FindPlaces(columns, axes, values);
+    return 0;
+}
+
 long ISysEqnImpl::SetThreads(int count)
 {
     state_->threads = std::max(count, 0);

@@ -6,6 +6,7 @@
 
 using namespace filled_system;
 using math::SolveOutcome;
+using support::kNaN;
 
 namespace
 {
@@ -60,6 +61,16 @@ void InsertBeside(ISysEqnImpl& system, int column)
     system.InsertIntoSysCoefMtxByEqnIndxs(&list, &m);
 }
 
+/// Coordinates 0 and components 0, but for @p component and @p last of the last row.
+void Place(ISysEqnImpl& system, int rows, int columns, int component, double last)
+{
+    tagVectorInt components{std::vector<int>(rows)};
+    tagMatrixDbl coordinates{rows, columns, Numbers(rows * columns)};
+    components.values.back() = component;
+    coordinates.values.back() = last;
+    system.SetCoordinates(&components, &coordinates);
+}
+
 TEST(ISysEqnImpl, ReportsADroppedContributionUntilItIsReset)
 {
     static const std::vector<int> one{0}, two{0, 1};
@@ -80,6 +91,13 @@ TEST(ISysEqnImpl, ReportsADroppedContributionUntilItIsReset)
          [](ISysEqnImpl& s) { s.FixUnknowns(nullptr, nullptr); }, -1},
         {"InsertIntoSysCoefMtx: there is no matrix",
          [](ISysEqnImpl& s) { s.InsertIntoSysCoefMtx(0, nullptr); }, -1},
+        {"SetCoordinates: components or",
+         [](ISysEqnImpl& s) { s.SetCoordinates(nullptr, nullptr); }, -1},
+        {"SetCoordinates: there is not one", [](ISysEqnImpl& s) { Place(s, 8, 2, 0, 0); }, -1},
+        {"SetCoordinates: there is not one", [](ISysEqnImpl& s) { Place(s, 9, 4, 0, 0); }, -1},
+        {"SetCoordinates: the component", [](ISysEqnImpl& s) { Place(s, 9, 2, 2, 0); }, 8},
+        {"SetCoordinates: the component", [](ISysEqnImpl& s) { Place(s, 9, 3, -2, 0); }, 8},
+        {"SetCoordinates: the component", [](ISysEqnImpl& s) { Place(s, 9, 2, 0, kNaN); }, 8},
     };
     for (const auto& [what, spoil, equation] : rows)
     {

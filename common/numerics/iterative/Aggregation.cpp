@@ -11,11 +11,6 @@ namespace
 
 // A row whose other entries sum to less than this part of its diagonal needs no coarse level.
 constexpr double kDominated = 0.1;
-// Damping of the interpolation's Jacobi step over the row's bound 1 + sum |f_ij| / f_ii of the
-// eigenvalues of D^-1 F. The theoretical 4/3 refers to the largest eigenvalue itself; the bound is
-// a quarter above it for bilinear elements. Values from 1.6 to 1.9 measured best over many meshes.
-constexpr double kDamping = 1.7;
-
 // Couplings of the interpolation, with one unknown a node, against the largest of the row: from
 // kOwn on always, since a node beside a much stiffer region follows that region; from kShared on
 // where the coupling is strong for both its nodes. The diagonal couplings of a stretched bilinear
@@ -31,31 +26,6 @@ void ForNodes(const MatrixView& A, int unknowns, F f)
         for (int node = begin; node < end; ++node)
             f(node);
     });
-}
-
-/// True when rows come in groups of @p size with the same columns, which are whole groups too.
-bool HasUniformGroups(const MatrixView& A, int size)
-{
-    if (A.n % size != 0)
-        return false;
-    for (int i = 0; i < A.n; i += size)
-    {
-        const int* first = A.columns + A.rowStart[i];
-        const int length = A.rowStart[i + 1] - A.rowStart[i];
-        if (length % size != 0)
-            return false;
-        for (int k = 0; k < length; k += size)
-            if (first[k] % size != 0 || first[k + size - 1] != first[k] + size - 1)
-                return false;
-        for (int row = i + 1; row < i + size; ++row)
-        {
-            const int* other = A.columns + A.rowStart[row];
-            if (A.rowStart[row + 1] - A.rowStart[row] != length ||
-                !std::equal(first, first + length, other))
-                return false;
-        }
-    }
-    return true;
 }
 
 /// The couplings between nodes: sizes of the blocks of A, each measured by its scaled entries.
@@ -170,6 +140,30 @@ void ExcludeDominantRows(const MatrixView& A, int unknowns, RawVector<char>& tak
 }
 
 } // namespace
+
+bool HasUniformGroups(const MatrixView& A, int size)
+{
+    if (A.n % size != 0)
+        return false;
+    for (int i = 0; i < A.n; i += size)
+    {
+        const int* first = A.columns + A.rowStart[i];
+        const int length = A.rowStart[i + 1] - A.rowStart[i];
+        if (length % size != 0)
+            return false;
+        for (int k = 0; k < length; k += size)
+            if (first[k] % size != 0 || first[k + size - 1] != first[k] + size - 1)
+                return false;
+        for (int row = i + 1; row < i + size; ++row)
+        {
+            const int* other = A.columns + A.rowStart[row];
+            if (A.rowStart[row + 1] - A.rowStart[row] != length ||
+                !std::equal(first, first + length, other))
+                return false;
+        }
+    }
+    return true;
+}
 
 int UnknownsPerNode(const MatrixView& A)
 {

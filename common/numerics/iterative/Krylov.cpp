@@ -100,7 +100,7 @@ struct Task
     double rowWiseLimit; ///< row-wise error that a solution may have
     int allowed;
     Storage& storage;
-    DirectAdvice& advice;
+    KrylovCache& cache;
 };
 
 /// Is every equation solved to some digits? The norm of the residual hides equations with much
@@ -146,7 +146,7 @@ IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
         before = norm;
         start.assign(task.x, task.x + n);
         if (!M)
-            M = method.precondition(task.A, task.storage);
+            M = method.precondition(task.A, task.cache);
         IterationRun run{task.A,
                          *M,
                          std::max(target, task.floor),
@@ -154,7 +154,7 @@ IterationEnd Repeat(const Task& task, const Method& method, SolveRecord& record)
                          task.x,
                          r,
                          method.limit,
-                         task.advice,
+                         task.cache.Advice(),
                          method.name,
                          norm};
         end = method.iterate(run, task.storage.work);
@@ -267,7 +267,7 @@ SolveRecord Solve(const MatrixView& A, const double* b, double* x, double tol, i
                     rowWiseLimit,
                     std::max(maxIter, 0),
                     storage,
-                    cache.Advice()};
+                    cache};
     Iterate(task, methods, found.noPivot, record);
     ForBlocks(A.n, [=](int, int begin, int end) {
         for (int i = begin; i < end; ++i)

@@ -4,6 +4,7 @@
 
 #include "numerics/SolveRecord.h"
 #include "numerics/iterative/DirectAdvice.h"
+#include "numerics/iterative/UnknownPlaces.h"
 #include "numerics/system/MatrixView.h"
 
 #include <memory>
@@ -31,9 +32,12 @@ public:
     struct Storage;
     Storage& Get();
     DirectAdvice& Advice() { return advice_; }
+    /// Where the unknowns are, for the multigrid; empty unless set.
+    UnknownPlaces& Places() { return places_; }
 
 private:
     DirectAdvice advice_;
+    UnknownPlaces places_;
     std::unique_ptr<Storage> storage_;
 };
 

@@ -12,8 +12,6 @@ namespace numerics
 namespace
 {
 
-using Storage = KrylovCache::Storage;
-
 /// 1 / d for the diagonal matrix that makes the largest entries of D^-1/2 A D^-1/2 near 1: for a
 /// definite A approximately its diagonal. Source: Ruiz (2001), Rutherford Appleton Laboratory,
 /// RAL-TR-2001-034.
@@ -52,7 +50,7 @@ private:
     Vec inverse_;
 };
 
-std::unique_ptr<Preconditioner> MakeDiagonal(const MatrixView& A, Storage&)
+std::unique_ptr<Preconditioner> MakeDiagonal(const MatrixView& A, KrylovCache&)
 {
     return std::make_unique<Diagonal>(A);
 }
@@ -67,13 +65,13 @@ std::unique_ptr<Preconditioner> MakeFactors(const MatrixView& A, const FactorDet
     return factors;
 }
 
-std::unique_ptr<Preconditioner> MakeIncomplete(const MatrixView& A, Storage&)
+std::unique_ptr<Preconditioner> MakeIncomplete(const MatrixView& A, KrylovCache&)
 {
     return MakeFactors(A, {1e-3, 20, 0, true});
 }
 
 /// For matrices whose skew part dominates, whose factors tolerate little dropping.
-std::unique_ptr<Preconditioner> MakeNearlyComplete(const MatrixView& A, Storage&)
+std::unique_ptr<Preconditioner> MakeNearlyComplete(const MatrixView& A, KrylovCache&)
 {
     constexpr std::size_t kOfMatrix = 15, kOfRows = 200; // at most, entries of the factors
     const std::size_t room =
@@ -93,15 +91,26 @@ private:
     Multigrid& multigrid_;
 };
 
-std::unique_ptr<Preconditioner> MakeMultigrid(const MatrixView& A, Storage& storage)
+std::unique_ptr<Preconditioner> MakeMultigrid(const MatrixView& A, KrylovCache& cache)
 {
-    storage.blocks.Build(A);
-    if (storage.blocks.IsReordered())
+    KrylovCache::Storage& storage = cache.Get();
+    const UnknownPlaces& places = cache.Places();
+    const bool hasModes = places.dimensions > 0;
+    if (hasModes)
+        storage.blocks.Build(A, places);
+    else
+        storage.blocks.Build(A);
+    const bool isReordered = storage.blocks.IsReordered();
+    const MatrixView matrix = isReordered ? storage.blocks.matrix.View() : A;
+    if (hasModes)
     {
-        storage.multigrid.Build(storage.blocks.matrix.View());
-        return std::make_unique<Reordered>(storage.multigrid, storage.blocks);
+        RigidBodyModes modes(matrix, places, storage.blocks.from);
+        storage.multigrid.Build(matrix, &modes);
     }
-    storage.multigrid.Build(A);
+    else
+        storage.multigrid.Build(matrix);
+    if (isReordered)
+        return std::make_unique<Reordered>(storage.multigrid, storage.blocks);
     return std::make_unique<Borrowed>(storage.multigrid);
 }
 

@@ -27,7 +27,7 @@ struct Method
 {
     const wchar_t* name;
     IterationEnd (*iterate)(IterationRun&, std::vector<Vec>&);
-    std::unique_ptr<Preconditioner> (*precondition)(const MatrixView&, KrylovCache::Storage&);
+    std::unique_ptr<Preconditioner> (*precondition)(const MatrixView&, KrylovCache&);
     StagnationLimit limit;
 };
 

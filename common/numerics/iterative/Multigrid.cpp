@@ -1,6 +1,7 @@
 #include "numerics/iterative/Multigrid.h"
 
 #include "numerics/iterative/Aggregation.h"
+#include "numerics/iterative/WholeBlocks.h"
 
 #include <cmath>
 #include <cstddef>
@@ -73,9 +74,9 @@ void CoarseFactor::Solve(double* x) const
     }
 }
 
-void Multigrid::Build(const MatrixView& A)
+void Multigrid::Build(const MatrixView& A, RigidBodyModes* modes)
 {
-    const int unknowns = UnknownsPerNode(A);
+    int unknowns = modes ? modes->Unknowns() : UnknownsPerNode(A);
     const double threshold = unknowns == 1 ? kThreshold : kThresholdOfBlocks;
     used_ = 1;
     levels_.resize(std::max<std::size_t>(levels_.size(), 1));
@@ -90,12 +91,16 @@ void Multigrid::Build(const MatrixView& A)
         if (hasCoarseFactor_ || used_ == kMostLevels)
             break;
         const Aggregates aggregates = FormAggregates(level.A, unknowns, threshold);
+        unknowns = modes ? modes->Modes() : unknowns; // of the coarse level
         const int coarse = aggregates.count * unknowns;
         if (coarse == 0 || coarse > 0.9 * level.A.n)
             break;
-        level.P = SmoothedInterpolation(level.A, aggregates);
+        level.P = modes ? SmoothedModes(level.A, aggregates, modes->Restrict(aggregates), unknowns)
+                        : SmoothedInterpolation(level.A, aggregates);
         level.R = Transposed(level.P);
-        SparseRows product = TripleProduct(level.R, level.A, level.P);
+        SparseRows product =
+            modes ? BlockTripleProduct(level.R, level.A, level.P, {aggregates.unknowns, unknowns})
+                  : TripleProduct(level.R, level.A, level.P);
         levels_.resize(std::max(levels_.size(), at + 2));
         Level& next = levels_[at + 1];
         next.owned = std::move(product);

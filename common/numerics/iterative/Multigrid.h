@@ -4,6 +4,7 @@
 
 #include "numerics/iterative/GaussSeidel.h"
 #include "numerics/iterative/KrylovIteration.h"
+#include "numerics/iterative/RigidBodyModes.h"
 #include "numerics/system/SparseRows.h"
 
 #include <vector>
@@ -32,7 +33,10 @@ class Multigrid : public Preconditioner
 {
 public:
     /// Builds the levels for A, whose arrays must stay as they are while Apply is called.
-    void Build(const MatrixView& A);
+    ///
+    /// @param modes  when given, those of A, which interpolation then keeps; becomes the coarsest
+    ///               level's
+    void Build(const MatrixView& A, RigidBodyModes* modes = nullptr);
     void Apply(const double* r, double* z) override;
     double Entries() const override;
 

@@ -2,6 +2,7 @@
 
 #include "numerics/iterative/Aggregation.h"
 #include "numerics/iterative/GaussSeidel.h"
+#include "numerics/iterative/WholeBlocks.h"
 
 #include <algorithm>
 #include <array>
@@ -104,6 +105,18 @@ std::vector<std::vector<int>> Nodes(const Groups& groups, int unknowns)
     return nodes;
 }
 
+/// Are the numbers of coupled nodes near each other?
+template <class F>
+bool HasNearNumbers(const MatrixView& A, std::size_t nodes, F nodeOf)
+{
+    constexpr double kNear = 1 / 16.0; // of all nodes
+    double distance = 0;
+    for (int i = 0; i < A.n; ++i)
+        for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+            distance += std::abs(nodeOf(i) - nodeOf(A.columns[k]));
+    return distance < kNear * double(nodes) * A.rowStart[A.n];
+}
+
 /// Visits the nodes and assigns a component to every unknown.
 class Walk
 {
@@ -126,12 +139,7 @@ public:
     std::vector<int> Run()
     {
         std::vector<int> order = WalkAll();
-        constexpr double kNear = 1 / 16.0; // of all nodes
-        double distance = 0;
-        for (int i = 0; i < A_.n; ++i)
-            for (int k = A_.rowStart[i]; k < A_.rowStart[i + 1]; ++k)
-                distance += std::abs(NodeOf(i) - NodeOf(A_.columns[k]));
-        if (distance < kNear * double(nodes_.size()) * A_.rowStart[A_.n])
+        if (HasNearNumbers(A_, nodes_.size(), [this](int i) { return NodeOf(i); }))
             std::sort(order.begin(), order.end());
         return order;
     }
@@ -224,12 +232,32 @@ private:
     std::vector<char> isMet_, isWhole_;
 };
 
-double Diagonal(const MatrixView& A, int i)
+bool LacksBand(const MatrixView& A)
 {
-    for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
-        if (A.columns[k] == i && A.values[k] != 0)
-            return A.values[k];
-    return 1;
+    constexpr int kLarge = 16384, kFew = 8; // equations; blocks that threads share
+    return A.n >= kLarge && BandBlocks(A).size() <= kFew;
+}
+
+/// The nodes in the order in which they are met from the first one on, forNeighbours(node, f)
+/// calling f(neighbour).
+template <class F>
+std::vector<int> BreadthFirst(int nodes, F forNeighbours)
+{
+    std::vector<int> order;
+    std::vector<char> isMet(static_cast<std::size_t>(nodes));
+    order.reserve(isMet.size());
+    const auto meet = [&](int node) {
+        if (!isMet[std::size_t(node)])
+            order.push_back(node);
+        isMet[std::size_t(node)] = 1;
+    };
+    for (int node = 0; node < nodes; ++node)
+    {
+        std::size_t next = order.size();
+        for (meet(node); next < order.size(); ++next)
+            forNeighbours(order[next], meet);
+    }
+    return order;
 }
 
 } // namespace
@@ -246,8 +274,17 @@ void NodeBlocks::Build(const MatrixView& A)
         if (size > 1 && double(A.rowStart[A.n]) * size * size <= kMostPositions)
             return FromGroups(A, groups, size);
     }
-    constexpr int kLarge = 16384, kFew = 8; // equations; blocks that threads share
-    if (A.n >= kLarge && BandBlocks(A).size() <= kFew)
+    if (LacksBand(A))
+        InBand(A);
+}
+
+void NodeBlocks::Build(const MatrixView& A, const UnknownPlaces& places)
+{
+    from.clear();
+    unknowns = places.dimensions;
+    if (!places.AreInOrder() || !HasUniformGroups(A, unknowns))
+        FromPlaces(A, places);
+    else if (LacksBand(A))
         InBand(A);
 }
 
@@ -255,24 +292,14 @@ void NodeBlocks::Build(const MatrixView& A)
 void NodeBlocks::InBand(const MatrixView& A)
 {
     const int nodes = A.n / unknowns;
-    std::vector<int> order, rank(static_cast<std::size_t>(nodes), kNone);
-    order.reserve(rank.size());
-    const auto meet = [&](int node) {
-        if (rank[std::size_t(node)] != kNone)
-            return;
-        rank[std::size_t(node)] = int(order.size());
-        order.push_back(node);
-    };
-    for (int node = 0; node < nodes; ++node)
-    {
-        std::size_t next = order.size();
-        for (meet(node); next < order.size(); ++next)
-        {
-            const int row = order[next] * unknowns;
-            for (int k = A.rowStart[row]; k < A.rowStart[row + 1]; k += unknowns)
-                meet(A.columns[k] / unknowns);
-        }
-    }
+    const std::vector<int> order = BreadthFirst(nodes, [&](int node, auto meet) {
+        const int row = node * unknowns;
+        for (int k = A.rowStart[row]; k < A.rowStart[row + 1]; k += unknowns)
+            meet(A.columns[k] / unknowns);
+    });
+    std::vector<int> rank(order.size());
+    for (std::size_t k = 0; k < order.size(); ++k)
+        rank[std::size_t(order[k])] = int(k);
     from.resize(static_cast<std::size_t>(A.n));
     ForBlocks(A.n, [&](int, int begin, int end) {
         for (int i = begin; i < end; ++i)
@@ -299,50 +326,34 @@ void NodeBlocks::FromGroups(const MatrixView& A, const Groups& groups, int size)
     unknowns = size;
     Walk walk(A, Nodes(groups, size), size);
     const std::vector<int> order = walk.Run();
-    std::vector<int> rank(order.size());
     from.assign(order.size() * std::size_t(size), kNone);
     for (std::size_t k = 0; k < order.size(); ++k)
-    {
-        rank[std::size_t(order[k])] = int(k);
         for (const int i : walk.Members(order[k]))
             from[k * std::size_t(size) + std::size_t(walk.Component(i))] = i;
-    }
-    matrix.Clear(int(from.size()), int(from.size()));
-    std::vector<int> neighbours;
-    for (std::size_t k = 0; k < order.size(); ++k)
+    matrix = InWholeBlocks(A, from, unknowns);
+}
+
+void NodeBlocks::FromPlaces(const MatrixView& A, const UnknownPlaces& places)
+{
+    from = places.nodes;
+    const auto size = std::size_t(unknowns), nodes = from.size() / size;
+    std::vector<int> nodeOf(static_cast<std::size_t>(A.n));
+    for (std::size_t row = 0; row < from.size(); ++row)
+        if (from[row] >= 0)
+            nodeOf[std::size_t(from[row])] = int(row / size);
+    const auto members = [&](int node) { return &places.nodes[std::size_t(node) * size]; };
+    if (!HasNearNumbers(A, nodes, [&](int i) { return nodeOf[std::size_t(i)]; }))
     {
-        neighbours.assign(1, int(k));
-        const int first = walk.Members(order[k])[0];
-        for (int at = A.rowStart[first]; at < A.rowStart[first + 1]; ++at)
-            neighbours.push_back(rank[std::size_t(walk.NodeOf(A.columns[at]))]);
-        std::sort(neighbours.begin(), neighbours.end());
-        neighbours.erase(std::unique(neighbours.begin(), neighbours.end()), neighbours.end());
-        // As stiff as its node: an absent component is usually held by a support.
-        const double missing = std::fabs(Diagonal(A, first));
-        for (int c = 0; c < size; ++c)
-        {
-            const int row = int(k) * size + c, i = from[std::size_t(row)];
-            const std::size_t begin = matrix.columns.size();
-            for (const int node : neighbours)
-                for (int d = 0; d < size; ++d)
-                {
-                    matrix.columns.push_back(node * size + d);
-                    matrix.values.push_back(0);
-                    if (i < 0 && matrix.columns.back() == row)
-                        matrix.values.back() = missing;
-                }
-            for (int at = i < 0 ? 0 : A.rowStart[i]; i >= 0 && at < A.rowStart[i + 1]; ++at)
-            {
-                const int j = A.columns[at], node = rank[std::size_t(walk.NodeOf(j))];
-                const auto place =
-                    std::size_t(std::lower_bound(neighbours.begin(), neighbours.end(), node) -
-                                neighbours.begin());
-                matrix.values[begin + place * std::size_t(size) + std::size_t(walk.Component(j))] =
-                    A.values[at];
-            }
-            matrix.EndRow();
-        }
+        const std::vector<int> order = BreadthFirst(int(nodes), [&](int node, auto meet) {
+            for (std::size_t c = 0; c < size; ++c)
+                if (const int i = members(node)[c]; i >= 0)
+                    for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+                        meet(nodeOf[std::size_t(A.columns[k])]);
+        });
+        for (std::size_t k = 0; k < nodes; ++k)
+            std::copy_n(members(order[k]), size, &from[k * size]);
     }
+    matrix = InWholeBlocks(A, from, unknowns);
 }
 
 Reordered::Reordered(Preconditioner& inner, const NodeBlocks& blocks)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "numerics/iterative/KrylovIteration.h"
+#include "numerics/iterative/UnknownPlaces.h"
 #include "numerics/system/SparseRows.h"
 
 #include <vector>
@@ -27,6 +28,8 @@ struct NodeBlocks
     /// a band. Without one, as with random numbers, neighbours are brought together, for the caches
     /// and for threads. Cost: a few passes over A.
     void Build(const MatrixView& A);
+    /// The same with the nodes of @p places.
+    void Build(const MatrixView& A, const UnknownPlaces& places);
     /// Has matrix been made?
     bool IsReordered() const { return !from.empty(); }
 
@@ -39,6 +42,7 @@ struct NodeBlocks
 
 private:
     void FromGroups(const MatrixView& A, const Groups& groups, int size);
+    void FromPlaces(const MatrixView& A, const UnknownPlaces& places);
     void InBand(const MatrixView& A);
 };
 
