@@ -101,6 +101,9 @@ void Multigrid::Build(const MatrixView& A, RigidBodyModes* modes)
         SparseRows product =
             modes ? BlockTripleProduct(level.R, level.A, level.P, {aggregates.unknowns, unknowns})
                   : TripleProduct(level.R, level.A, level.P);
+        // Where a component is held in a whole region, nothing is coupled to it there.
+        if (unknowns > 1 && !modes && !HasUniformGroups(product.View(), unknowns))
+            product = Padded(product, unknowns);
         levels_.resize(std::max(levels_.size(), at + 2));
         Level& next = levels_[at + 1];
         next.owned = std::move(product);

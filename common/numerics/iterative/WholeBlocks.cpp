@@ -132,7 +132,28 @@ SparseRows Multiply(const SparseRows& R, const MatrixView& A, const SparseRows& 
         });
 }
 
+template <int kSize>
+SparseRows PaddedBy(const SparseRows& C)
+{
+    return MakeNodeRows<kSize, kSize>(
+        C.rows / kSize, C.cols / kSize, 2.0 * C.Stored(), [&](auto& rows, int node) {
+            for (int row = 0; row < kSize; ++row)
+            {
+                const auto i = std::size_t(node * kSize + row);
+                for (auto k = std::size_t(C.start[i]); k < std::size_t(C.start[i + 1]); ++k)
+                    rows.Block(C.columns[k] / kSize)[row * kSize + C.columns[k] % kSize] =
+                        C.values[k];
+            }
+            rows.SortBlocks();
+        });
+}
+
 } // namespace
+
+SparseRows Padded(const SparseRows& C, int size)
+{
+    return size == 2 ? PaddedBy<2>(C) : PaddedBy<3>(C);
+}
 
 SparseRows InWholeBlocks(const MatrixView& A, const std::vector<int>& from, int size)
 {

@@ -14,6 +14,9 @@ namespace numerics
 /// is negative, of a component that its node lacks, has a diagonal only.
 SparseRows InWholeBlocks(const MatrixView& A, const std::vector<int>& from, int size);
 
+/// @p C with zeros where its blocks of @p size rows and columns, 2 or 3, have no entry.
+SparseRows Padded(const SparseRows& C, int size);
+
 /// Unknowns of the nodes of a level and the next.
 struct BlockSizes
 {
