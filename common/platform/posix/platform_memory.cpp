@@ -1,14 +1,34 @@
 #include "platform/platform_memory.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace platform
 {
+
+namespace
+{
+
+/// Bytes; 0 where the system does not say.
+unsigned long long AddressSpaceUsed()
+{
+    unsigned long long pages = 0;
+    if (std::FILE* const file = std::fopen("/proc/self/statm", "re"))
+    {
+        if (std::fscanf(file, "%llu", &pages) != 1)
+            pages = 0;
+        std::fclose(file);
+    }
+    return pages * static_cast<unsigned long long>(sysconf(_SC_PAGESIZE));
+}
+
+} // namespace
 
 void* AllocateArray(std::size_t bytes)
 {
@@ -37,9 +57,11 @@ unsigned long long AvailableMemory()
         std::fclose(file);
     }
     rlimit limit{};
-    if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
-        limit.rlim_cur < available)
-        available = limit.rlim_cur;
+    if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
+    {
+        const unsigned long long used = AddressSpaceUsed();
+        available = std::min(available, limit.rlim_cur > used ? limit.rlim_cur - used : 0ULL);
+    }
     return available;
 }
 
