@@ -66,7 +66,7 @@ DistributedResult Guard(DistributedReport* report, Body body)
     }
     catch (const std::bad_alloc&)
     {
-        Fail(report, "not enough memory");
+        Fail(report, "not enough memory in the engine's process");
         return numerics::kDistributedTooLarge;
     }
     catch (const std::exception& error)
@@ -143,6 +143,11 @@ DistributedResult Analyse(const DistributedMatrix* A, void** system, Distributed
         if (created != numerics::kDistributedDone)
             return created;
         engine.systems[order.system]->SetMatrix(*A);
+        if (!engine.systems[order.system]->HasRoomToOrder())
+        {
+            Fail(report, "not enough memory in the engine's process to order the equations");
+            return numerics::kDistributedTooLarge;
+        }
         order.step = Step::Analyse;
         return Take(engine, order, report);
     });

@@ -128,6 +128,14 @@ void Factorisation::SetValues(const double* values)
     mumps_.a = values_.data();
 }
 
+bool Factorisation::HasRoomToOrder() const
+{
+    // More than was found necessary: by a fifth for lines, by half to three times for grids.
+    constexpr double kPerEntry = 12, kPerEquation = 24, kMargin = 1 << 24;
+    const double integers = kPerEntry * double(mumps_.nnz) + kPerEquation * mumps_.n;
+    return integers * sizeof(MUMPS_INT) + kMargin <= double(platform::AvailableMemory());
+}
+
 void Factorisation::Analyse() { Run(kAnalyse); }
 
 void Factorisation::Factorise(bool findsNullPivots, int spare)
@@ -177,8 +185,13 @@ void Factorisation::Describe(DistributedReport& report) const
         std::snprintf(report.text, sizeof report.text, "%s", noRoom_.c_str());
     else if (error < 0)
     {
-        const int used = std::snprintf(report.text, sizeof report.text,
-                                       "MUMPS error %d (%d): ", error, mumps_.infog[1]);
+        // INFO(1) is -1 where another process met the error, the one whose rank is in INFO(2).
+        const int rank = mumps_.info[0] == -1 ? mumps_.info[1] : 0;
+        const std::string where =
+            Result() == numerics::kDistributedTooLarge ? " in " + processes_.Name(rank) : "";
+        const int used =
+            std::snprintf(report.text, sizeof report.text, "MUMPS error %d (%d)%s: ", error,
+                          mumps_.infog[1], where.c_str());
         std::snprintf(report.text + used, sizeof report.text - std::size_t(used),
                       MeaningOf(error).text, mumps_.infog[1]);
     }

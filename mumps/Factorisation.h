@@ -32,6 +32,9 @@ public:
     /// In the engine, before Solve and NullVector: what is read and overwritten.
     void SetVector(double* x) { mumps_.rhs = x; }
 
+    /// In the engine, before Analyse: whether the ordering of the equations finds the memory it
+    /// takes. MUMPS's ordering (PORD) ends the process where it does not.
+    bool HasRoomToOrder() const;
     void Analyse();
     void Factorise(bool findsNullPivots, int spare);
     void Solve(bool forNullVector);

@@ -1,8 +1,11 @@
 #include "Processes.h"
 
+#include "BlasMemory.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -14,7 +17,7 @@ namespace mumps
 namespace
 {
 
-constexpr int kVersion = 1; // of the greetings and orders
+constexpr int kVersion = 2; // of the greetings and orders
 constexpr int kGreetingTag = 25001, kWelcomeTag = 25002, kOrderTag = 25003, kReceiptTag = 25004;
 
 using Clock = std::chrono::steady_clock;
@@ -69,9 +72,10 @@ std::string Processes::Start()
 
 Processes::Greeting Processes::Own(bool isNode) const
 {
-    Greeting own{kVersion, isNode, int(::getpid()), {}};
+    Greeting own{kVersion, isNode, int(::getpid()), {}, {}};
     int length = 0;
     MPI_Get_processor_name(own.machine, &length);
+    std::snprintf(own.fault, sizeof own.fault, "%s", ReserveBlasMemory().c_str());
     return own;
 }
 
@@ -82,6 +86,17 @@ std::string Processes::Name(int rank) const
     if (greeting.process != 0)
         name += " (number " + std::to_string(greeting.process) + " on " + greeting.machine + ")";
     return name;
+}
+
+/// Why the process that greeted cannot take part, empty when it can.
+std::string Processes::Fault(int rank) const
+{
+    const Greeting& greeting = greeted_[std::size_t(rank)];
+    if (rank > 0 && greeting.isNode == 0)
+        return " is a second engine";
+    if (greeting.version != kVersion)
+        return " runs another version of kvi-solver-node";
+    return greeting.fault[0] == '\0' ? "" : std::string(": ") + greeting.fault;
 }
 
 /// Waits for the requests, one for each node in the order of their ranks.
@@ -130,12 +145,10 @@ std::string Processes::ConnectEngine()
     Greeting own = Own(false);
     if (rank_ != 0)
     {
-        MPI_Request request = MPI_REQUEST_NULL;
-        static Greeting sent = own;
         // The engine receives it if it is there; nobody waits for that.
+        static MPI_Request request = MPI_REQUEST_NULL;
+        static Greeting sent = own;
         MPI_Isend(&sent, int(sizeof sent), MPI_BYTE, 0, kGreetingTag, MPI_COMM_WORLD, &request);
-        MPI_Request_free(&request);
-        // NOLINTNEXTLINE(clang-analyzer-optin.mpi.MPI-Checker): see above
         return "only the first process of an MPI job is the engine; the others run "
                "kvi-solver-node, and this is process " +
                std::to_string(rank_);
@@ -149,12 +162,9 @@ std::string Processes::ConnectEngine()
     if (std::string reason = Await(requests, " does not run kvi-solver-node, or has not started");
         !reason.empty())
         return reason;
-    for (int rank = 1; rank < count_; ++rank)
-        if (const Greeting& node = greeted_[std::size_t(rank)];
-            node.isNode == 0 || node.version != kVersion)
-            return lost_ = Name(rank) + (node.isNode == 0 ? " is a second engine"
-                                                          : " runs another version of "
-                                                            "kvi-solver-node");
+    for (int rank = 0; rank < count_; ++rank)
+        if (const std::string fault = Fault(rank); !fault.empty())
+            return lost_ = Name(rank) + fault;
     for (int rank = 1; rank < count_; ++rank)
         MPI_Send(nullptr, 0, MPI_BYTE, rank, kWelcomeTag, MPI_COMM_WORLD);
     Divide();

@@ -56,6 +56,8 @@ public:
     /// @returns whether every machine has room; if not, @p reason says which one has not
     bool HasRoom(double bytes, double free, std::string& reason) const;
 
+    /// In the engine: a process in words.
+    std::string Name(int rank) const;
     MPI_Comm Work() const { return work_; } ///< for what all processes compute together
     int Count() const { return count_; }
     bool IsEngine() const { return rank_ == 0; }
@@ -68,10 +70,11 @@ private:
         int isNode;
         int process;
         char machine[MPI_MAX_PROCESSOR_NAME];
+        char fault[256]; ///< why it cannot help, empty when it can
     };
     std::string Start();
     Greeting Own(bool isNode) const;
-    std::string Name(int rank) const;
+    std::string Fault(int rank) const;
     std::string Await(std::vector<MPI_Request>& requests, const char* what);
     void Divide();
 

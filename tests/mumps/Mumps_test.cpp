@@ -17,6 +17,9 @@
 #include <fstream>
 #include <iostream>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 using namespace filled_system;
 using math::SolveOutcome;
 using math::SolveRecord;
@@ -107,6 +110,35 @@ TEST(MumpsEngine, DISABLED_AnswersAsTheOwnSolver)
     });
 }
 
+/// Little address space for one solve each: what fits is solved, what does not ends in words, and
+/// without the limit all is as before.
+TEST(MumpsEngine, DISABLED_RunsOutOfMemory)
+{
+    EXPECT_NE(math::SparseSolverName(), L""); // connected
+    const System small = Flow(30), large = Brick(30);
+    const auto solve = [](const System& system, rlim_t mebibytes) {
+        const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
+        rlim_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        const rlimit limit{pages * rlim_t(::sysconf(_SC_PAGESIZE)) + (mebibytes << 20),
+                           RLIM_INFINITY};
+        numerics::Pardiso pardiso;
+        Numbers x(system.b.size());
+        ::setrlimit(RLIMIT_AS, mebibytes != 0 ? &limit : &none);
+        const SolveRecord record = pardiso.Solve(system.View(), system.b.data(), x.data());
+        ::setrlimit(RLIMIT_AS, &none);
+        EXPECT_EQ(std::isnan(x[1]), record.outcome != SolveOutcome::Solved);
+        EXPECT_EQ(record.reason.empty(), record.outcome == SolveOutcome::Solved);
+        return record.outcome;
+    };
+    EXPECT_EQ(solve(small, 100), SolveOutcome::Solved);
+    EXPECT_EQ(solve(large, 1), SolveOutcome::TooLarge);
+    for (const rlim_t mebibytes : {10, 20, 40, 60, 80, 100, 120})
+        EXPECT_THAT(solve(large, mebibytes),
+                    testing::AnyOf(SolveOutcome::TooLarge, SolveOutcome::Solved));
+    EXPECT_EQ(solve(large, 0), SolveOutcome::Solved);
+}
+
 TEST(MumpsEngine, DISABLED_SolvesNothing) { EXPECT_NE(math::SparseSolverName(), L""); }
 
 /// Prints what the log says of the solver, and what each of two solves comes to; a file names the
@@ -164,6 +196,12 @@ TEST(Mumps, GivesPercovaTheSameResults)
             EXPECT_NEAR(found.at(name).get<double>(), value.get<double>(),
                         1e-7 * (1e-3 + std::fabs(value.get<double>())))
                 << name;
+}
+
+TEST(Mumps, SurvivesTheEndOfMemory)
+{
+    for (int nodes = 0; nodes < 2; ++nodes)
+        EXPECT_TRUE(RunJob("RunsOutOfMemory", nodes)) << nodes;
 }
 
 TEST(Mumps, EndsWithAnEngineThatSolvesNothing)
