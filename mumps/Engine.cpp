@@ -3,6 +3,7 @@
 #include "Processes.h"
 #include "numerics/solve/DistributedInterface.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -32,7 +33,8 @@ struct System
 struct Engine
 {
     std::mutex mutex;
-    Processes processes;
+    std::atomic<bool> isIdle = false; // unused: only nodes are idle
+    Processes processes{isIdle};
     Factorisations systems;
     int created = 0;
     pid_t owner = 0; ///< process that is connected, 0 before

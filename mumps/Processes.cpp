@@ -22,15 +22,6 @@ constexpr int kGreetingTag = 25001, kWelcomeTag = 25002, kOrderTag = 25003, kRec
 
 using Clock = std::chrono::steady_clock;
 
-/// How long a process may take to answer.
-int PatienceSeconds()
-{
-    constexpr int kUsual = 60;
-    const char* const wish = std::getenv("KVI_MUMPS_TIMEOUT"); // NOLINT(concurrency-mt-unsafe)
-    const int seconds = wish != nullptr ? std::atoi(wish) : 0;
-    return seconds > 0 ? seconds : kUsual;
-}
-
 /// Calls @p isDone until it returns true or @p limit has passed: at once, then more and more rarely
 /// down to every two milliseconds. @returns whether it did
 template <class IsDone>
@@ -50,6 +41,14 @@ bool Poll(IsDone isDone, Clock::duration limit)
 }
 
 } // namespace
+
+int PatienceSeconds()
+{
+    constexpr int kUsual = 60;
+    const char* const wish = std::getenv("KVI_MUMPS_TIMEOUT"); // NOLINT(concurrency-mt-unsafe)
+    const int seconds = wish != nullptr ? std::atoi(wish) : 0;
+    return seconds > 0 ? seconds : kUsual;
+}
 
 std::string Processes::Start()
 {
@@ -186,13 +185,7 @@ std::string Processes::ConnectNode()
     MPI_Request request = MPI_REQUEST_NULL;
     MPI_Isend(&own, int(sizeof own), MPI_BYTE, 0, kGreetingTag, MPI_COMM_WORLD, &request);
     // The engine connects when it first solves, which may be hours from now.
-    int isThere = 0;
-    Poll(
-        [&] {
-            MPI_Iprobe(0, kWelcomeTag, MPI_COMM_WORLD, &isThere, MPI_STATUS_IGNORE);
-            return isThere != 0;
-        },
-        Clock::duration::max());
+    WaitForEngine(kWelcomeTag, MPI_COMM_WORLD);
     MPI_Recv(nullptr, 0, MPI_BYTE, 0, kWelcomeTag, MPI_COMM_WORLD, MPI_STATUS_IGNORE);
     MPI_Wait(&request, MPI_STATUS_IGNORE);
     Divide();
@@ -217,16 +210,23 @@ std::string Processes::Send(const Order& order)
     return reason;
 }
 
-Order Processes::Receive()
+void Processes::WaitForEngine(int tag, MPI_Comm communicator)
 {
-    Order order{};
+    isIdle_ = true;
     int isThere = 0;
     Poll(
         [&] {
-            MPI_Iprobe(0, kOrderTag, control_, &isThere, MPI_STATUS_IGNORE);
+            MPI_Iprobe(0, tag, communicator, &isThere, MPI_STATUS_IGNORE);
             return isThere != 0;
         },
         Clock::duration::max());
+    isIdle_ = false;
+}
+
+Order Processes::Receive()
+{
+    Order order{};
+    WaitForEngine(kOrderTag, control_);
     MPI_Recv(&order, int(sizeof order), MPI_BYTE, 0, kOrderTag, control_, MPI_STATUS_IGNORE);
     MPI_Send(nullptr, 0, MPI_BYTE, 0, kReceiptTag, control_);
     return order;

@@ -2,12 +2,16 @@
 /// The processes of a distributed solve: how they find each other, and the orders between them.
 #pragma once
 
+#include <atomic>
 #include <mpi.h>
 #include <string>
 #include <vector>
 
 namespace mumps
 {
+
+/// Seconds that a process may take to answer, KVI_MUMPS_TIMEOUT.
+int PatienceSeconds();
 
 /// What all processes do together.
 enum class Step : int
@@ -38,6 +42,9 @@ struct Order
 class Processes
 {
 public:
+    /// @param isIdle  kept true while this process, a node, waits for the engine, and false while
+    ///                others may wait for it inside MPI
+    explicit Processes(std::atomic<bool>& isIdle) : isIdle_(isIdle) {}
     /// In the engine: starts MPI if nobody has, waits for every node and lets them in.
     /// @returns why it cannot be used, empty when it can
     std::string ConnectEngine();
@@ -77,7 +84,9 @@ private:
     std::string Fault(int rank) const;
     std::string Await(std::vector<MPI_Request>& requests, const char* what);
     void Divide();
+    void WaitForEngine(int tag, MPI_Comm communicator);
 
+    std::atomic<bool>& isIdle_;
     int rank_ = 0, count_ = 1;
     Order sent_{};                  ///< the last order; messages may still be on their way
     bool isOwner_ = false;          ///< of MPI

@@ -13,9 +13,11 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <iostream>
+#include <thread>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -142,7 +144,8 @@ TEST(MumpsEngine, DISABLED_RunsOutOfMemory)
 TEST(MumpsEngine, DISABLED_SolvesNothing) { EXPECT_NE(math::SparseSolverName(), L""); }
 
 /// Prints what the log says of the solver, and what each of two solves comes to; a file names the
-/// node's process and the signal that it is sent between them.
+/// node's process, the signal that its worker is sent between them, and whether it is sent within
+/// the steps of larger solves instead.
 TEST(MumpsEngine, DISABLED_LosesANode)
 {
     support::RecordingSink log;
@@ -154,9 +157,23 @@ TEST(MumpsEngine, DISABLED_LosesANode)
         const SolveRecord record = pardiso.Solve(system.View(), system.b.data(), x.data());
         std::cout << "outcome " << int(record.outcome) << ' ' << str::as_cstring(record.reason)
                   << std::endl;
-        int node = 0, number = 0;
-        if (k == 0 && std::ifstream(std::getenv("KVI_TEST_NODE")) >> node >> number)
-            ::kill(node, number);
+        int node = 0, number = 0, isLate = 0, worker = 0;
+        if (k != 0 || !(std::ifstream(std::getenv("KVI_TEST_NODE")) >> node >> number >> isLate))
+            continue;
+        const std::string name = std::to_string(node);
+        std::ifstream("/proc/" + name + "/task/" + name + "/children") >> worker;
+        if (worker <= 0)
+            continue;
+        const System large = Brick(isLate != 0 ? 30 : 2);
+        std::thread signaller([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(isLate * 300));
+            ::kill(worker, number);
+        });
+        Numbers y(large.b.size());
+        for (bool isThere = true; isThere && isLate != 0;)
+            isThere = numerics::Pardiso().Solve(large.View(), large.b.data(), y.data()).outcome ==
+                      SolveOutcome::Solved;
+        signaller.join();
     }
     std::cout << str::as_cstring(log.TakeText()) << std::endl;
 }
@@ -214,14 +231,15 @@ TEST(Mumps, EndsWithAnEngineThatSolvesNothing)
 TEST(Mumps, SaysWhatIsWrongWithAProcess)
 {
     const std::string folder = support::ScratchFolder().string();
-    const auto signalled = [&](int number) {
-        return "sh -c 'echo $$ " + std::to_string(number) + " >" + folder + "/node; exec " +
+    const auto signalled = [&](int number, int isLate) {
+        return str::sprintf("sh -c 'echo $$ %d %d >", number, isLate) + folder + "/node; exec " +
                KVI_TEST_NODE + "'";
     };
     const std::string engine = str::as_cstring(App::Instance().ProgramPath());
     const std::pair<std::string, std::string> rows[] = {
-        {signalled(SIGKILL), "on signal 9"}, // from mpirun
-        {signalled(SIGSTOP), "process 1 \\(number [0-9]+ on .*\\) does not answer within 5 s"},
+        {signalled(SIGKILL, 0), "on signal 9"}, // from mpirun
+        {signalled(SIGSTOP, 0), "process 1 \\(number [0-9]+ on .*\\) does not answer within 5 s"},
+        {signalled(SIGSTOP, 1), "was stopped for 5 s while|does not answer within 5 s"},
         {engine + " --gtest_also_run_disabled_tests --gtest_filter=MumpsEngine.DISABLED_LosesANode",
          "process 1 .* is a second engine"},
     };
