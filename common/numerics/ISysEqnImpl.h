@@ -168,15 +168,16 @@ public:
     /// Says where the unknowns of elasticity are, so that the iterative solvers transfer rotations
     /// to coarser levels as well as translations: row i of @p coordinates has the 2 or 3
     /// coordinates of equation i, in any unit of length, and components[i] is the axis of its
-    /// displacement, 0, 1 or 2. Equations of a node have equal coordinates. For the direct solvers
-    /// nothing changes. Kept until the next call or Initialize; empty records remove them. Takes 30
-    /// bytes an equation; what iterating keeps grows by a third in the plane.
+    /// displacement, 0, 1 or 2. Equations of a node have equal coordinates. Nothing changes for the
+    /// direct solvers. Kept until the next call or Initialize, at 24 bytes an equation in the plane
+    /// and 32 in space; empty records remove them. Iterating keeps a third more memory, in space a
+    /// half.
     ///
-    /// Poisson's ratio 0.3, iterations and time without: squares 22 to 60, now 17 to 32 and 0.8 to
-    /// 1.1 of the time; cubes 19 to 34, now 14 to 17; soils 1e3 or 1e4 times as stiff as their
-    /// neighbours, walls, and strips 100 or more times as long as wide take 0.1 to 0.5 of the time
-    /// or converge at all. Elements stretched by hundreds, and ratios near 0.5, gain little and can
-    /// take a third longer.
+    /// Measured at Poisson's ratio 0.3 against iterating without, in iterations and in time, set-up
+    /// included: squares of 4-node elements 17 to 20 for 22 to 36 and 0.7 to 1.0, of 8-node
+    /// elements 27 to 32 for 46 to 60 and 0.6 to 0.8, bricks 14 to 17 for 19 to 34 and 0.6 to 0.9;
+    /// long strips, beams, walls and stiff inclusions 0.1 to 0.4. Ratios near 0.5 and elements
+    /// stretched by hundreds remain slow, and take up to 1.5 times as long.
     ///
     /// -1 for an unknown that is no displacement (a pore pressure, a rotation) is legal, but such a
     /// system is solved as without coordinates, and so is one where most nodes lack a component.

@@ -29,7 +29,8 @@ bool FindNodes(UnknownPlaces& places)
 {
     constexpr int kMostAtPoint = 64;
     const auto d = std::size_t(places.dimensions), n = places.component.size();
-    const std::size_t most = n + n / 2 + 8 * d;              // components, present or not
+    const std::size_t most = n + n / 2 + 8 * d; // components, present or not
+    places.nodes.reserve(n);
     std::vector<int> slots(std::bit_ceil(2 * n + 1), kNone); // nodes, by the hash of their points
     for (std::size_t i = 0; i < n; ++i)
     {
