@@ -42,19 +42,20 @@ void Array(std::ostream& out, const char* name, int components, std::size_t coun
     // The count of bytes precedes the values, like one or several more of them.
     const std::uint64_t size = count * sizeof(Number);
     constexpr std::size_t kBefore = sizeof size / sizeof(Number);
-    WriteBase64(out, sizeof size + size, [&](std::size_t first, std::size_t last, char* bytes) {
-        if (first == 0)
-        {
-            std::memcpy(bytes, &size, sizeof size);
-            bytes += sizeof size;
-        }
-        for (std::size_t i = std::max(first / sizeof(Number), kBefore); i < last / sizeof(Number);
-             ++i, bytes += sizeof(Number))
-        {
-            const auto number = static_cast<Number>(value(i - kBefore));
-            std::memcpy(bytes, &number, sizeof number);
-        }
-    });
+    WriteBase64(out, (kBefore + count) * sizeof(Number),
+                [&](std::size_t first, std::size_t last, char* bytes) {
+                    if (first == 0)
+                    {
+                        std::memcpy(bytes, &size, sizeof size);
+                        bytes += sizeof size;
+                    }
+                    for (std::size_t i = std::max(first / sizeof(Number), kBefore);
+                         i < last / sizeof(Number); ++i, bytes += sizeof(Number))
+                    {
+                        const auto number = static_cast<Number>(value(i - kBefore));
+                        std::memcpy(bytes, &number, sizeof number);
+                    }
+                });
     out << '\n';
     if (!unit.empty())
         out << "<InformationKey name=\"UNITS_LABEL\" location=\"vtkDataArray\">" << Escaped(unit)
