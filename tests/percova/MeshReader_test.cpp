@@ -204,6 +204,12 @@ TEST(MeshReader, ReportsWhatIsWrongAndWhere)
     }
     Mesh mesh;
     Faults faults;
+    // Element 5 is right, though the side it shares has two elements already.
+    Read(With(With(kText22, "$Elements\n4", "$Elements\n5"), "4 3 2 7 1",
+              "4 3 2 7 1 1 2 15 14\n5 3 2 7 1"),
+         faults, false);
+    EXPECT_THAT(AllOf(faults),
+                ::testing::AllOf(HasSubstr("element 4 lies over"), Not(HasSubstr("element 5"))));
     EXPECT_FALSE(ReadMesh(ScratchFolder(), mesh, faults));
     EXPECT_FALSE(ReadMesh(ScratchFolder() / "nothing.msh", mesh, faults));
     EXPECT_THAT(AllOf(faults), HasSubstr("it is a folder"));

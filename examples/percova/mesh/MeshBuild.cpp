@@ -294,18 +294,22 @@ void Builder::CheckSide(const Edge& edge)
 {
     if (IsSound(mesh_, edge))
         return;
-    const auto one = static_cast<std::size_t>(edge.opposite);
     const auto two = static_cast<std::size_t>(edge.element);
-    const std::vector<Edge> all = SidesBetween(mesh_, edge.nodes[0], edge.nodes[1]);
-    if (all.size() > 2 || all[0].nodes[0] == all[1].nodes[0])
-        Error(LineOf(two), Called(two) + " lies over " + Called(one) +
-                               ": they are on the same "
-                               "side of the line from node " +
-                               std::to_string(mesh_.number[std::size_t(edge.nodes[0])]) + " to " +
-                               std::to_string(mesh_.number[std::size_t(edge.nodes[1])]));
-    else
-        Error(LineOf(two), Called(one) + " and " + Called(two) +
-                               " share a side, but not the node in its middle");
+    for (const Edge& other : SidesBetween(mesh_, edge.nodes[0], edge.nodes[1]))
+    {
+        const auto one = static_cast<std::size_t>(other.element);
+        if (one >= two)
+            return;
+        if (other.nodes[0] == edge.nodes[0])
+            return Error(LineOf(two), Called(two) + " lies over " + Called(one) +
+                                          ": they are on the same side of the line from node " +
+                                          std::to_string(mesh_.number[std::size_t(edge.nodes[0])]) +
+                                          " to " +
+                                          std::to_string(mesh_.number[std::size_t(edge.nodes[1])]));
+        if (other.nodes[2] != edge.nodes[2])
+            return Error(LineOf(two), Called(one) + " and " + Called(two) +
+                                          " share a side, but not the node in its middle");
+    }
 }
 
 void Builder::AddEdge(std::size_t position, const std::size_t* numbers)
