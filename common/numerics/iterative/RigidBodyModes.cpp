@@ -12,7 +12,7 @@ namespace numerics
 namespace
 {
 
-constexpr int kMostModes = 6, kMostDimensions = 3;
+constexpr int kMostDimensions = 3;
 constexpr int kNodesOfBlock = 1024;
 /// Of a mode's length, what is left of it when an aggregate lacks it.
 constexpr double kLost = 1e-4;

@@ -3,7 +3,9 @@
 #include "KVI.h"
 #include "mesh/Connectivity.h"
 #include "mesh/HangingNodes.h"
+#include "mesh/LineElements.h"
 #include "mesh/MeshGeometry.h"
+#include "mesh/MeshGroups.h"
 #include "mesh/Neighbours.h"
 #include "mesh/NodeIndex.h"
 #include "problem/NumberText.h"
@@ -12,7 +14,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,7 +44,7 @@ public:
     void AddGroups();
     void CheckElements();
     void CheckSides();
-    void AddEdges();
+    void AddEdges() { AddLineElements(file_, index_, kept_, mesh_, faults_); }
 
 private:
     void Error(std::uint32_t line, const std::string& text)
@@ -57,9 +58,7 @@ private:
     }
     std::uint32_t LineOf(std::size_t element) const { return file_.plane.line[position_[element]]; }
     void AddElement(std::size_t position, const std::size_t* numbers, ElementType type);
-    void AddEdge(std::size_t position, const std::size_t* numbers);
     void CheckSide(const Edge& edge);
-    int GroupOf(std::vector<MeshGroup>& groups, std::map<int, int>& known, int dimension, int tag);
     double TurnedArea(std::size_t element);
 
     const MshFile& file_;
@@ -68,7 +67,6 @@ private:
     NodeIndex index_;
     std::vector<std::size_t> position_; ///< by element of the mesh: its place in the file's list
     std::vector<int> kept_;             ///< by node of the file: its index in the mesh, -1 unused
-    std::map<int, int> surfaceOf_, curveOf_; ///< group by tag
 };
 
 /// One fault for each unsupported kind of element, with advice on the mesh.
@@ -190,25 +188,11 @@ void Builder::JoinNodes(const NodeJoin& join)
     }
 }
 
-int Builder::GroupOf(std::vector<MeshGroup>& groups, std::map<int, int>& known, int dimension,
-                     int tag)
-{
-    if (tag == 0)
-        return -1;
-    const auto [entry, isNew] = known.emplace(tag, static_cast<int>(groups.size()));
-    if (isNew)
-    {
-        const auto name = file_.names.find({dimension, tag});
-        groups.push_back({tag, name == file_.names.end() ? std::to_string(tag) : name->second});
-    }
-    return entry->second;
-}
-
 void Builder::AddGroups()
 {
+    MeshGroups surfaces(file_, 2, mesh_.surfaces);
     for (const std::size_t position : position_)
-        mesh_.group.push_back(
-            GroupOf(mesh_.surfaces, surfaceOf_, 2, file_.plane.physical[position]));
+        mesh_.group.push_back(surfaces.Of(file_.plane.physical[position]));
     for (const auto& [entity, tags] : file_.entities)
         if (entity.first == 2 && tags.size() > 1)
             faults_.Warning(file_.name, {},
@@ -259,18 +243,23 @@ void Builder::CheckElements()
     }
 }
 
+/// The side of element @p element between the corners of @p edge.
+Edge SideAt(const Mesh& mesh, int element, const Edge& edge)
+{
+    const auto e = static_cast<std::size_t>(element);
+    for (int side = 0;; ++side)
+        if (const Edge own = SideOf(mesh, e, side);
+            std::minmax(own.nodes[0], own.nodes[1]) == std::minmax(edge.nodes[0], edge.nodes[1]))
+            return own;
+}
+
 /// The elements on both sides should run along a side in opposite directions and agree on the node
 /// in its middle; a third one has no place there.
 bool IsSound(const Mesh& mesh, const Edge& edge)
 {
-    const auto opposite = static_cast<std::size_t>(edge.opposite);
-    for (int side = 0; side < Corners(mesh.type[opposite]); ++side)
-    {
-        const Edge other = SideOf(mesh, opposite, side);
-        if (other.nodes[0] == edge.nodes[1] && other.nodes[1] == edge.nodes[0])
-            return other.opposite == edge.element && other.nodes[2] == edge.nodes[2];
-    }
-    return false;
+    const Edge other = SideAt(mesh, edge.opposite, edge);
+    return other.nodes[0] == edge.nodes[1] && other.opposite == edge.element &&
+           other.nodes[2] == edge.nodes[2];
 }
 
 void Builder::CheckSides()
@@ -290,12 +279,14 @@ void Builder::CheckSides()
             forEach(e, [&](const Edge& edge) { CheckSide(edge); });
 }
 
+/// Compares an element with the first two at its side.
 void Builder::CheckSide(const Edge& edge)
 {
     if (IsSound(mesh_, edge))
         return;
     const auto two = static_cast<std::size_t>(edge.element);
-    for (const Edge& other : SidesBetween(mesh_, edge.nodes[0], edge.nodes[1]))
+    const Edge first = SideAt(mesh_, edge.opposite, edge);
+    for (const Edge& other : {first, SideAt(mesh_, first.opposite, edge)})
     {
         const auto one = static_cast<std::size_t>(other.element);
         if (one >= two)
@@ -309,50 +300,6 @@ void Builder::CheckSide(const Edge& edge)
         if (other.nodes[2] != edge.nodes[2])
             return Error(LineOf(two), Called(one) + " and " + Called(two) +
                                           " share a side, but not the node in its middle");
-    }
-}
-
-void Builder::AddEdge(std::size_t position, const std::size_t* numbers)
-{
-    const std::string called = "line element " + std::to_string(file_.lines.number[position]);
-    const int middle = file_.lines.type[position] == 8 ? 2 : -1;
-    std::array<int, 3> nodes{-1, -1, -1};
-    for (int i = 0; i < (middle == 2 ? 3 : 2); ++i)
-    {
-        const auto at = static_cast<std::size_t>(i);
-        const int node = index_.Of(numbers[at]);
-        nodes[at] = node < 0 ? -1 : kept_[static_cast<std::size_t>(node)];
-        if (nodes[at] < 0)
-            return Error(
-                file_.lines.line[position],
-                called + " has node " + std::to_string(numbers[at]) +
-                    (node < 0 ? ", which is not in the file" : ", which no plane element has"));
-    }
-    const std::vector<Edge> found = SidesBetween(mesh_, nodes[0], nodes[1]);
-    if (found.empty())
-        return Error(file_.lines.line[position], called + " is not a side of any plane element");
-    Edge edge = found[0];
-    if (edge.nodes[2] != nodes[2])
-        return Error(file_.lines.line[position],
-                     called + " and the plane element beside it differ in the node between");
-    for (const int tag : file_.TagsOfLine(position))
-    {
-        edge.group = GroupOf(mesh_.curves, curveOf_, 1, tag);
-        MeshGroup& group = mesh_.curves[static_cast<std::size_t>(edge.group)];
-        ++group.count;
-        group.size += LengthOf(mesh_, edge);
-        mesh_.edges.push_back(edge);
-    }
-}
-
-void Builder::AddEdges()
-{
-    const std::size_t* numbers = file_.lines.nodes.data();
-    for (std::size_t i = 0; i < file_.lines.number.size(); ++i)
-    {
-        if (file_.lines.physical[i] != 0)
-            AddEdge(i, numbers);
-        numbers += MshNodeCount(file_.lines.type[i]);
     }
 }
 

@@ -29,8 +29,9 @@ public:
         sides_.clear();
         for (std::size_t k = mesh_.placeStart[node]; k < mesh_.placeStart[node + 1]; ++k)
             Add(static_cast<int>(node), mesh_.nodePlaces[k]);
-        std::stable_sort(sides_.begin(), sides_.end(),
-                         [](const Side& one, const Side& two) { return one.other < two.other; });
+        std::sort(sides_.begin(), sides_.end(), [](const Side& one, const Side& two) {
+            return one.other != two.other ? one.other < two.other : one.element < two.element;
+        });
         for (auto first = sides_.begin(); first != sides_.end();)
         {
             auto last = first + 1;
@@ -113,23 +114,36 @@ Edge SideOf(const Mesh& mesh, std::size_t element, int side)
     return edge;
 }
 
-std::vector<Edge> SidesBetween(const Mesh& mesh, int a, int b)
+std::vector<Edge> SidesBetween(const Mesh& mesh, const std::vector<std::array<int, 2>>& corners)
 {
-    std::vector<Edge> found;
-    const auto node = static_cast<std::size_t>(a);
-    for (std::size_t k = mesh.placeStart[node]; k < mesh.placeStart[node + 1]; ++k)
+    std::vector<std::array<int, 3>> wanted; // the two in ascending order, the number of the pair
+    std::vector<char> isWanted(mesh.Nodes());
+    for (std::size_t i = 0; i < corners.size(); ++i)
     {
-        const int place = mesh.nodePlaces[k];
-        const auto e = static_cast<std::size_t>(mesh.placeElement[static_cast<std::size_t>(place)]);
-        const int corners = Corners(mesh.type[e]), corner = place - mesh.start[e];
-        if (corner >= corners)
-            continue;
-        const int before = (corner + corners - 1) % corners;
-        if (mesh.ElementNodes(e)[(corner + 1) % corners] == b)
-            found.push_back(SideOf(mesh, e, corner));
-        if (mesh.ElementNodes(e)[before] == b)
-            found.push_back(SideOf(mesh, e, before));
+        const auto [low, high] = std::minmax(corners[i][0], corners[i][1]);
+        wanted.push_back({low, high, static_cast<int>(i)});
+        isWanted[static_cast<std::size_t>(low)] = isWanted[static_cast<std::size_t>(high)] = 1;
     }
+    std::sort(wanted.begin(), wanted.end());
+    std::vector<Edge> found(corners.size());
+    for (std::size_t e = 0; e < mesh.Elements(); ++e)
+        for (int side = 0; side < Corners(mesh.type[e]); ++side)
+        {
+            const int* nodes = mesh.ElementNodes(e);
+            const auto [low, high] =
+                std::minmax(nodes[side], nodes[(side + 1) % Corners(mesh.type[e])]);
+            if (!isWanted[static_cast<std::size_t>(low)] ||
+                !isWanted[static_cast<std::size_t>(high)])
+                continue;
+            auto at = std::lower_bound(wanted.begin(), wanted.end(), std::array{low, high, 0});
+            for (; at != wanted.end() && (*at)[0] == low && (*at)[1] == high; ++at)
+            {
+                Edge& edge = found[static_cast<std::size_t>((*at)[2])];
+                if (edge.element >= 0)
+                    break; // as all that follow
+                edge = SideOf(mesh, e, side);
+            }
+        }
     return found;
 }
 

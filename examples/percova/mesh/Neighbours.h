@@ -4,6 +4,7 @@
 
 #include "mesh/Mesh.h"
 
+#include <array>
 #include <cstddef>
 #include <vector>
 
@@ -18,8 +19,9 @@ void FindNeighbours(Mesh& mesh);
 /// it; no group.
 Edge SideOf(const Mesh& mesh, std::size_t element, int side);
 
-/// The sides between the corners @p a and @p b, in the order of their elements.
-std::vector<Edge> SidesBetween(const Mesh& mesh, int a, int b);
+/// For each pair of corners the side between them of the first element that has one; without an
+/// element where none has. Costs a pass over the mesh.
+std::vector<Edge> SidesBetween(const Mesh& mesh, const std::vector<std::array<int, 2>>& corners);
 
 /// Calls @p visit(edge) with every side of the mesh once, as a side of its first element.
 template <class Visit>
