@@ -104,24 +104,20 @@ void ReadNodes(MshScanner& scanner, std::size_t count, MshFile& file)
 void ReadNodes22(MshScanner& scanner, MshFile& file)
 {
     const std::size_t count = scanner.Count("the number of nodes", 8);
-    scanner.binary = file.binary;
-    if (ReadLines(scanner, count, file, ReadNodes))
-        return;
     scanner.RestOfLine();
-    ReadNodes(scanner, count, file);
+    scanner.binary = file.binary;
+    ReadLines(scanner, count, file, ReadNodes);
 }
 
 void ReadElements22(MshScanner& scanner, MshFile& file)
 {
     const std::size_t count = scanner.Count("the number of elements", 6);
-    scanner.binary = file.binary;
-    if (ReadLines(scanner, count, file, ReadTextElements))
-        return;
     scanner.RestOfLine();
+    scanner.binary = file.binary;
     if (file.binary)
         ReadBinaryElements(scanner, file, count);
     else
-        ReadTextElements(scanner, count, file);
+        ReadLines(scanner, count, file, ReadTextElements);
 }
 
 } // namespace percova

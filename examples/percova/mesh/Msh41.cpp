@@ -134,10 +134,8 @@ void ReadNodes41(MshScanner& scanner, MshFile& file)
         const auto places = [extra](MshScanner& at, std::size_t number, MshFile& part) {
             ReadPlaces(at, number, part, extra);
         };
-        if (!ReadLines(scanner, count, file, ReadNumbers))
-            ReadNumbers(scanner, count, file);
-        if (!ReadLines(scanner, count, file, places))
-            places(scanner, count, file);
+        ReadLines(scanner, count, file, ReadNumbers);
+        ReadLines(scanner, count, file, places);
     }
 }
 
@@ -166,8 +164,7 @@ void ReadElements41(MshScanner& scanner, MshFile& file)
                                                              MshFile& part) {
             ReadBlock(at, isPlane ? part.plane : part.lines, type, number, tag);
         };
-        if (!ReadLines(scanner, count, file, read))
-            read(scanner, count, file);
+        ReadLines(scanner, count, file, read);
     }
 }
 

@@ -43,10 +43,10 @@ void Append(MshFile& file, const MshFile& part)
         file.refusedLine.emplace(type, line); // the first one stays
 }
 
-} // namespace
+using Read = std::function<void(MshScanner&, std::size_t, MshFile&)>;
 
-bool ReadLines(MshScanner& scanner, std::size_t count, MshFile& file,
-               const std::function<void(MshScanner&, std::size_t, MshFile&)>& read)
+/// @returns false without a change where the entries are to be read in sequence
+bool ReadPieces(MshScanner& scanner, std::size_t count, MshFile& file, const Read& read)
 {
     if (scanner.binary || count < 2 * kLines)
         return false;
@@ -80,6 +80,14 @@ bool ReadLines(MshScanner& scanner, std::size_t count, MshFile& file,
     }
     scanner.ContinueAfter(pieces.back());
     return true;
+}
+
+} // namespace
+
+void ReadLines(MshScanner& scanner, std::size_t count, MshFile& file, const Read& read)
+{
+    if (!ReadPieces(scanner, count, file, read))
+        read(scanner, count, file);
 }
 
 } // namespace percova

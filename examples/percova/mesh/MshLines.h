@@ -10,11 +10,11 @@
 namespace percova
 {
 
-/// Reads the next @p count entries of a text part, when each has a line of its own.
+/// Reads the next @p count entries: on all threads where each has a line of its own in a text part,
+/// in sequence where they are few, not of one line each, or wrong.
 /// @param read  reads so many entries into the file given, without regard to what was before
-/// @returns false without a change when they are few, or not of one line each, or wrong: they are
-///          to be read in sequence then
-bool ReadLines(MshScanner& scanner, std::size_t count, MshFile& file,
+/// @throws MshError
+void ReadLines(MshScanner& scanner, std::size_t count, MshFile& file,
                const std::function<void(MshScanner&, std::size_t, MshFile&)>& read);
 
 } // namespace percova

@@ -84,8 +84,8 @@ bool MshScanner::SkipPast(std::string_view tag)
 std::vector<MshScanner> MshScanner::Pieces(std::size_t count, std::size_t each) const
 {
     MshScanner lines = *this;
-    if (!lines.RestOfLine().empty())
-        return {};
+    if (MshScanner next = *this; next.RestOfLine().empty())
+        lines = next;
     std::vector<MshScanner> pieces;
     while (count > 0)
     {

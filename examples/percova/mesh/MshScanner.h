@@ -67,8 +67,8 @@ public:
     /// Goes past the next line that begins with @p tag.
     /// @returns false when there is none
     bool SkipPast(std::string_view tag);
-    /// The next @p count lines in pieces of @p each lines, the last one maybe of fewer. None when
-    /// the current line has more on it, or fewer lines are left.
+    /// The next @p count lines in pieces of @p each lines, the last one maybe of fewer. They begin
+    /// here, or on the next line if nothing more is on this one. None when fewer lines are left.
     std::vector<MshScanner> Pieces(std::size_t count, std::size_t each) const;
     /// Continues where @p piece, which is one of Pieces, ends.
     void ContinueAfter(const MshScanner& piece)

@@ -123,8 +123,7 @@ void Assembly::AddStorage(std::size_t e, const std::vector<double>& head,
     for (int k = 0; k < n; ++k)
     {
         const int place = mesh.start[e] + k, node = mesh.nodes[place];
-        if (mesh.nodePlaces[mesh.placeStart[node]] ==
-            place) // a node's first element adds its lumped part
+        if (mesh.nodePlaces[mesh.placeStart[node]] == place) // its first element adds all of it
             matrix[k * n + k] += (*storage.lumped)[node];
     }
     if (storage.term->storage->IsConsistent(e))
