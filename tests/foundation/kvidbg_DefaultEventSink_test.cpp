@@ -206,8 +206,15 @@ TEST_F(LogFileTest, ARemovedOrRenamedFileIsMadeAnew)
     Put(L"second");
     EXPECT_THAT(ReadAll(folder / "old.txt"), HasSubstr("first"));
     ASSERT_EQ(ReadLines(path).size(), 1u);
-    for (int i = 0; i < 20; ++i) // right before a record, and again before the next look
+    // Right before a record, and again before the next look at the path; records nearer to each
+    // other than 20 microseconds may be written to the next file by the record behind them.
+    const auto wait = [](std::chrono::microseconds time) {
+        for (const auto start = Clock::now(); Clock::now() - start < time;)
+            continue;
+    };
+    for (int i = 0; i < 20; ++i)
     {
+        wait(30us);
         fs::remove(path);
         Put(L"third");
         ASSERT_THAT(Text(), HasSubstr("third"));
