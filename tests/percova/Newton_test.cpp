@@ -1,5 +1,6 @@
 // The iteration: the slopes it needs, problems on which it must converge, what it reports.
 #include "CaseRun.h"
+#include "Scratch.h"
 #include "analysis/Analysis.h"
 #include "analysis/Binding.h"
 #include "analysis/flow/Assembly.h"
@@ -133,6 +134,68 @@ TEST(Newton, LetsRainIntoDryColumns)
                     if (rows == 100 && alpha == 10 && rain <= 0.5)
                         EXPECT_NEAR(run.Probed("top").pressureHead, std::log(rain) / alpha, 2e-3);
                 }
+}
+
+// Where a dry node loses water through the obtuse angles of stretched elements, Newton's method
+// lowers its head without end, unless that is kept within those of the boundaries.
+TEST(Newton, KeepsHeadsOfDrySlopesWithinThoseOfTheBoundaries)
+{
+    const double row = std::pow(0.4, 0.8);
+    const auto top = [](double x) { return x < 30 ? 25.0 : x < 55 ? 25 - 0.6 * (x - 30) : 10.0; };
+    const auto line = [&](std::initializer_list<double> xs, double share) {
+        nlohmann::json points;
+        for (const double x : xs)
+            points.push_back({x, share * top(x)});
+        return points;
+    };
+    nlohmann::json low = line({80, 55, 30, 0}, row), up = line({0, 30, 55, 80}, row);
+    for (const double x : {0.0, 80.0})
+        low.push_back({x, 0.0});
+    for (const auto& point : line({80, 55, 30, 0}, 1))
+        up.push_back(point);
+    const nlohmann::json problem = {
+        {"gamma_w", 9.81},
+        {"mesh", {{"file", "none.msh"}}},
+        {"regions",
+         {{{"name", "low"}, {"material", "silt"}, {"polygon", low}},
+          {{"name", "up"}, {"material", "sand"}, {"polygon", up}}}},
+        {"materials",
+         {{{"name", "silt"},
+           {"k_sat", 1e-6},
+           {"anisotropy", 0.3},
+           {"water_content", {{"a", 20}, {"n", 2}, {"m", 1}, {"theta_s", 0.4}}},
+           {"kr", {{"rule", "power"}, {"power", 4}}}},
+          {{"name", "sand"},
+           {"k_sat", 1e-5},
+           {"water_content", {{"a", 5}, {"n", 4}, {"m", 1}, {"theta_s", 0.35}}},
+           {"kr", {{"rule", "integral"}, {"s0", 0.1}}}}}},
+        {"boundaries",
+         {{{"name", "left"}, {"line", {{0, 0}, {0, 25}}}, {"type", "head"}, {"value", 8}},
+          {{"name", "right"}, {"line", {{80, 0}, {80, 10}}}, {"type", "head"}, {"value", 5}},
+          {{"name", "ground"},
+           {"line", line({0, 30}, 1)},
+           {"type", "flux"},
+           {"value", 3e-8},
+           {"ponding", 0}},
+          {{"name", "face"}, {"line", line({30, 55, 80}, 1)}, {"type", "seepage"}}}}};
+    for (const ElementType type : {ElementType::T3, ElementType::Q4})
+    {
+        const Grid grid{type, 80, 30, [&](double u, double v) {
+                            return Point{80 * u, top(80 * u) * std::pow(v, 0.8)};
+                        }};
+        CaseRun run("S1-infiltration");
+        Faults faults;
+        run.model = {};
+        run.model.problem.path = L"slope.problem.json";
+        run.model.mesh = MakeMesh(grid);
+        ASSERT_TRUE(ReadProblemText(problem.dump(), run.model.problem, faults)) << AllOf(faults);
+        const StepResult& step = run.On(grid, SolverKind::Direct);
+        EXPECT_TRUE(step.converged);
+        EXPECT_LE(step.iterations, 60);
+        const auto heads = std::as_const(step.nodal).Column(dataparam::Head);
+        EXPECT_GT(*std::min_element(heads.begin(), heads.end()), 5 - 3);
+        EXPECT_LT(*std::max_element(heads.begin(), heads.end()), 25 + 3);
+    }
 }
 
 TEST(Newton, ReportsRainThatTheGroundCannotTake)

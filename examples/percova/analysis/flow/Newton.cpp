@@ -1,30 +1,19 @@
 #include "analysis/flow/Newton.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
-#include <limits>
-#include <utility>
 
 namespace percova
 {
 namespace
 {
-constexpr double kSettled = 1e-2; ///< residual at which the seepage faces are reliable
-constexpr double kFine = 1e-9;    ///< residual that is sufficient for any intermediate problem
+constexpr double kLeft = 0.1;      ///< residual at which a problem may be left, see Goal
+constexpr double kOvershoot = 0.1; ///< of the range of heads, beyond it
 constexpr double kLeastRelaxation = 0.02;
 constexpr double kMostDamping = 100;
-constexpr int kPolish = 10;      ///< iterations spent on heads once the flows fit
-constexpr int kStart = 5;        ///< iterations of saturated soil before the true one
-constexpr int kShort = 100;      ///< iterations of a short continuation or none
-constexpr int kNear = 20;        ///< iterations tried from heads that may be near
-constexpr double kMoist = 0.3;   ///< relative conductivity of moist soil
-constexpr double kGentle = 0.25; ///< sharpness at which any curve is resolved easily
-constexpr double kCoarse = 1;    ///< sharpness that is accepted where no greater one converges
-constexpr double kRough = 1e-8;  ///< tolerance there
-constexpr std::size_t kKept = 4; ///< states kept to find one that is near such a solution
-constexpr int kFinish = 100;     ///< iterations kept for that
+constexpr int kPolish = 10; ///< iterations spent on heads once the flows fit
+constexpr int kNear = 20;   ///< iterations tried from heads that may be near
 
 /// Adds the seconds of its life to a sum.
 class TimeAdder
@@ -49,26 +38,21 @@ Newton::Newton(const Model& model, const NodeConditions& conditions, Assembly& a
       settings_(settings), watch_(watch), storage_(storage), faces_(conditions),
       head_(model.mesh.Nodes()), trial_(head_), outflow_(head_), held_(model.mesh.Nodes())
 {
+    FindBounds();
 }
 
-/// Given heads where prescribed, the limits of held nodes, elsewhere the highest of these.
-void Newton::ColdStart()
+/// A step that overshoots leads nodes out of the range of the boundaries' heads, dry ones far out
+/// of it, and the following steps are short on their account. Water that is stored may raise them
+/// above the present range.
+void Newton::FindBounds()
 {
-    faces_ = SeepageFaces(conditions_);
-    double highest = -std::numeric_limits<double>::max();
-    for (const bool measure : {true, false})
-        for (std::size_t n = 0; n < head_.size(); ++n)
-        {
-            if (conditions_.HasHead(n))
-                head_[n] = conditions_.head[n];
-            else if (faces_.IsHeld(n))
-                head_[n] = faces_.Limit(n);
-            else if (!measure)
-                head_[n] = highest;
-            highest = measure && (conditions_.HasHead(n) || faces_.IsHeld(n))
-                          ? std::max(highest, head_[n])
-                          : highest;
-        }
+    if (storage_ != nullptr)
+        return;
+    bounds_ = BoundsOf(conditions_);
+    const auto [low, high] = std::minmax_element(model_.mesh.y.begin(), model_.mesh.y.end());
+    const double range = bounds_.highest - bounds_.lowest;
+    const double beyond = kOvershoot * std::max(std::isfinite(range) ? range : 0, *high - *low);
+    bounds_ = {bounds_.lowest - beyond, bounds_.highest + beyond};
 }
 
 double Newton::LeastKr() const
@@ -123,139 +107,6 @@ NewtonOutcome Newton::Solve(const std::vector<double>& near)
     }
     outcome_.converged = InTurn(least);
     return outcome_;
-}
-
-bool Newton::InTurn(double least)
-{
-    const bool fed = std::any_of(conditions_.load.begin(), conditions_.load.end(),
-                                 [](double load) { return load > 0; });
-    Reach({{1}, kSettled, kStart}); // a start: its seepage faces need not have settled
-    const State saturated{head_, faces_};
-    const std::function<bool()> descend = [&] { return Descend(1, least, {}, true); };
-    const std::function<bool()> moist = [&] { return FromMoistSoil(); };
-    const std::function<bool()> sharpen = [&] { return Sharpen(least); };
-    const std::vector<std::function<bool()>> ways =
-        fed ? std::vector{moist, descend, sharpen} : std::vector{descend, sharpen};
-    // The first continuations are short or none; the last one has all remaining iterations.
-    const int most = settings_.maxIterations;
-    for (std::size_t way = 0; way < ways.size(); ++way)
-    {
-        limit_ = way + 1 < ways.size() ? std::min(outcome_.iterations + kShort, most) : most;
-        if (ways[way]())
-            return true;
-        if (outcome_.iterations >= most || way + 1 == ways.size())
-            break;
-        outcome_.failure.clear();
-        Restore(saturated);
-    }
-    Evaluate({{}, settings_.tolerance, 0}); // distance from the true problem's solution
-    return false;
-}
-
-void Newton::Restore(const State& state)
-{
-    head_ = state.head;
-    faces_ = state.faces;
-}
-
-/// Lowers the least conductivity from @p from to @p least, the soils' own @p toTheEnd, with all
-/// else of @p easing.
-bool Newton::Descend(double from, double least, const Easing& easing, bool toTheEnd)
-{
-    const double whole = -std::log(least);
-    State reached{head_, faces_};
-    double done = -std::log(from), stride = std::log(10.0);
-    while (stride > 1e-2)
-    {
-        const double next = std::min(whole, done + stride), leastKr = std::exp(-next);
-        // The conductivity of dry soil determines its effect on the residual, so it sets the
-        // tolerance.
-        const double onTheWay = std::clamp(0.1 * leastKr, kFine, kSettled);
-        const bool last = next == whole, end = last && toTheEnd;
-        if (Reach({{end ? 0 : leastKr, easing.sharpness},
-                   end ? settings_.tolerance : onTheWay,
-                   end ? 40 : 15}))
-        {
-            if (last)
-                return true;
-            done = next;
-            stride *= 2;
-            reached = {head_, faces_};
-        }
-        else
-        {
-            Restore(reached);
-            if (!MayContinue() || done >= whole)
-                return false;
-            stride /= 3;
-        }
-    }
-    return false;
-}
-
-bool Newton::MayContinue() const
-{
-    return outcome_.failure.empty() && outcome_.iterations < limit_;
-}
-
-/// From curves so gentle that soils dry out over many elements to the true ones, or as near to them
-/// as possible.
-bool Newton::Sharpen(double least)
-{
-    const double whole = assembly_.Sharpness(), onTheWay = std::max(0.1 * least, 1e-7);
-    const int most = limit_;
-    limit_ = std::max(most - kFinish, most / 2);
-    double sharpness = std::min(kGentle, whole);
-    if (!Descend(1, least, {0, sharpness}, false))
-        return false;
-    std::vector<std::pair<double, State>> reached{{sharpness, {head_, faces_}}};
-    for (double stride = 2; sharpness < whole && stride > 1.03 && MayContinue();)
-    {
-        const double next = std::min(whole, sharpness * stride);
-        if (Reach({{least, next}, onTheWay, 15}))
-        {
-            sharpness = next;
-            stride = std::min(4.0, stride * std::sqrt(stride));
-            reached.push_back({sharpness, {head_, faces_}});
-            if (reached.size() > kKept)
-                reached.erase(reached.begin());
-        }
-        else
-        {
-            outcome_.failure.clear(); // a shorter increment may converge
-            Restore(reached.back().second);
-            stride = std::cbrt(stride);
-        }
-    }
-    limit_ = most;
-    const State sharpest = reached.back().second;
-    for (; !reached.empty() && reached.back().first >= std::min(kCoarse, whole) && MayContinue();
-         reached.pop_back())
-    {
-        Restore(reached.back().second);
-        const bool isTrue = reached.back().first == whole;
-        outcome_.drawnOut = isTrue ? 0 : assembly_.DrawnOut(reached.back().first);
-        Easing easing;
-        if (!isTrue)
-            easing.sharpness = reached.back().first;
-        if (Reach({easing, std::max(settings_.tolerance, isTrue ? 0 : kRough), 40}))
-            return true;
-    }
-    Restore(sharpest);
-    return false;
-}
-
-bool Newton::FromMoistSoil()
-{
-    std::vector<double> moist;
-    for (const Soil& soil : assembly_.Soils())
-        moist.push_back(soil.kr.HeadAt(kMoist));
-    const Mesh& mesh = model_.mesh;
-    for (std::size_t e = 0; e < mesh.Elements(); ++e)
-        for (int k = mesh.start[e]; k < mesh.start[e + 1]; ++k)
-            if (const int n = mesh.nodes[k]; !held_[n])
-                head_[n] = std::max(head_[n], mesh.y[n] + moist[model_.material[e]]);
-    return Reach({{}, settings_.tolerance, 60});
 }
 
 void Newton::Evaluate(const Goal& goal)
@@ -348,9 +199,12 @@ bool Newton::Reach(const Goal& goal)
         const std::size_t switched = made > 0 ? SwitchFaces(goal) : 0;
         if (made > 0 && watch_)
             watch_({outcome_.iterations, residual, relaxation_, goal.easing, switched});
+        const bool linear = goal.easing.leastKr >= 1, onTheWay = !goal.easing.IsNone();
+        left_ = goal.mayLeave && switched > 0 && residual <= kLeft;
+        if (left_)
+            return true;
         if (switched > 0)
             Evaluate(goal);
-        const bool linear = goal.easing.leastKr >= 1, onTheWay = !goal.easing.IsNone();
         if (made > 0 && switched == 0 && outcome_.residual <= goal.tolerance &&
             (linear || onTheWay || outcome_.change <= settings_.headChange || ++polished > kPolish))
             return true;
@@ -407,10 +261,13 @@ bool Newton::Search(const Goal& goal)
     const TimeAdder watch(assembleSeconds_);
     const double before = SumOfSquares(inflow_);
     const double enough = std::pow(settings_.tolerance * scale_, 2);
+    const HeadBounds bounds = goal.easing.leastKr >= 1 ? HeadBounds{} : bounds_;
     for (relaxation_ = 1; relaxation_ > kLeastRelaxation; relaxation_ /= 2)
     {
         for (std::size_t n = 0; n < head_.size(); ++n)
-            trial_[n] = head_[n] + relaxation_ * step_[n];
+            trial_[n] =
+                std::clamp(head_[n] + relaxation_ * step_[n], std::min(bounds.lowest, head_[n]),
+                           std::max(bounds.highest, head_[n]));
         InflowOf(trial_, goal.easing, trialInflow_);
         const double after = SumOfSquares(trialInflow_);
         if (after <= std::pow(1 - 1e-4 * relaxation_, 2) * before || after <= enough)

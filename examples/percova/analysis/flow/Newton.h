@@ -85,14 +85,16 @@ public:
     double SolveSeconds() const { return solveSeconds_; }
 
 private:
-    /// An intermediate problem of the continuation, with its tolerance and iteration limit.
+    /// A problem, its tolerance and iteration limit.
     struct Goal
     {
         Easing easing;
         double tolerance;
         int maxIterations;
+        bool mayLeave = false; ///< as a start for the next one, before its faces have settled
     };
 
+    void FindBounds();
     void ColdStart();
     bool FromHeadsNear(const std::vector<double>& near, int maxIterations);
     bool InTurn(double least);
@@ -102,7 +104,9 @@ private:
     {
         std::vector<double> head;
         SeepageFaces faces;
+        bool isSettled = true;
     };
+    State Present() const { return {head_, faces_, !left_}; }
     void Restore(const State& state);
     bool MayContinue() const;
     bool Descend(double from, double least, const Easing& easing, bool toTheEnd);
@@ -140,9 +144,11 @@ private:
     /// Of the storage term at the heads evaluated last: water and its derivative by the head.
     std::vector<double> water_, capacity_;
     std::vector<char> held_;
+    HeadBounds bounds_; ///< of the heads that a step leads to
     NewtonOutcome outcome_;
     double scale_ = 1;   ///< flow that residuals are measured by [m3/s per m]
     double damping_ = 0; ///< see Compute
+    bool left_ = false;  ///< the last problem was, see Goal
     int limit_ = 0;      ///< of the iterations of the current continuation
     double relaxation_ = 1;
     double assembleSeconds_ = 0, solveSeconds_ = 0;

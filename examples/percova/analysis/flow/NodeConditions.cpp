@@ -86,6 +86,34 @@ void AddSources(const Model& model, const Step& step, NodeConditions& conditions
 }
 } // namespace
 
+HeadBounds BoundsOf(const NodeConditions& conditions)
+{
+    HeadBounds bounds, held{HUGE_VAL, -HUGE_VAL};
+    const auto add = [&](double head) {
+        held = {std::min(held.lowest, head), std::max(held.highest, head)};
+    };
+    bool isFed = false, isDrawn = false; // without limit
+    for (std::size_t node = 0; node < conditions.head.size(); ++node)
+    {
+        if (conditions.HasHead(node))
+        {
+            add(conditions.head[node]);
+            continue;
+        }
+        const double upper = conditions.upper[node], lower = conditions.lower[node];
+        isFed = isFed || (conditions.load[node] > 0 && !std::isfinite(upper));
+        isDrawn = isDrawn || (conditions.load[node] < 0 && !std::isfinite(lower));
+        for (const double limit : {upper, lower})
+            if (std::isfinite(limit))
+                add(limit);
+    }
+    if (!isFed && held.lowest <= held.highest)
+        bounds.highest = held.highest;
+    if (!isDrawn && held.lowest <= held.highest)
+        bounds.lowest = held.lowest;
+    return bounds;
+}
+
 NodeConditions Gather(const Model& model, const Step& step)
 {
     const Mesh& mesh = model.mesh;

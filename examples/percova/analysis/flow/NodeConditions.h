@@ -5,6 +5,7 @@
 #include "analysis/model/Model.h"
 
 #include <cstddef>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,18 @@ constexpr bool HoldsHeads(BoundaryType type)
 {
     return type != BoundaryType::Flux && type != BoundaryType::NoFlow;
 }
+
+/// Heads between which all heads of a steady flow lie.
+struct HeadBounds
+{
+    double lowest = -std::numeric_limits<double>::infinity();
+    double highest = std::numeric_limits<double>::infinity();
+};
+
+/// The least and the greatest head at which the boundaries may hold a node (the maximum principle);
+/// infinite where inflow may raise heads above the greatest, or outflow lower them below the least.
+/// The heads at the nodes of a mesh may lie somewhat beyond, where elements have obtuse angles.
+HeadBounds BoundsOf(const NodeConditions& conditions);
 
 /// Conditions of step @p step of the model's problem.
 NodeConditions Gather(const Model& model, const Step& step);
