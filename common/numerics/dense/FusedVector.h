@@ -30,6 +30,29 @@ inline double Sum(Vector v)
     const __m128d pair = _mm_add_pd(_mm256_castpd256_pd128(half), _mm256_extractf128_pd(half, 1));
     return _mm_cvtsd_f64(_mm_add_sd(pair, _mm_unpackhi_pd(pair, pair)));
 }
+/// Sum(v[i]) at lane i
+inline Vector Sums(const Vector* v)
+{
+    constexpr __mmask8 kAll = 0xff; // the zero-masked forms, as above
+    Vector pair[4], quad[2];
+    for (int i = 0; i < 4; ++i)
+        pair[i] = _mm512_add_pd(_mm512_maskz_unpacklo_pd(kAll, v[2 * i], v[2 * i + 1]),
+                                _mm512_maskz_unpackhi_pd(kAll, v[2 * i], v[2 * i + 1]));
+    for (int i = 0; i < 2; ++i)
+    {
+        const __m512i low = _mm512_setr_epi64(0, 1, 8, 9, 4, 5, 12, 13);
+        const __m512i high = _mm512_setr_epi64(2, 3, 10, 11, 6, 7, 14, 15);
+        quad[i] = _mm512_add_pd(_mm512_permutex2var_pd(pair[2 * i], low, pair[2 * i + 1]),
+                                _mm512_permutex2var_pd(pair[2 * i], high, pair[2 * i + 1]));
+    }
+    return _mm512_add_pd(_mm512_maskz_shuffle_f64x2(kAll, quad[0], quad[1], 0x44),
+                         _mm512_maskz_shuffle_f64x2(kAll, quad[0], quad[1], 0xee));
+}
+/// The lanes behind @p lane; the others are 0.
+inline Vector Behind(Vector v, int lane)
+{
+    return _mm512_maskz_mov_pd(__mmask8(0xffu << (lane + 1)), v);
+}
 
 #elif defined(__AVX2__)
 
@@ -49,6 +72,18 @@ inline double Sum(Vector v)
     const __m128d pair = _mm_add_pd(_mm256_castpd256_pd128(v), _mm256_extractf128_pd(v, 1));
     return _mm_cvtsd_f64(_mm_add_sd(pair, _mm_unpackhi_pd(pair, pair)));
 }
+/// Sum(v[i]) at lane i
+inline Vector Sums(const Vector* v)
+{
+    const Vector a = _mm256_hadd_pd(v[0], v[1]), b = _mm256_hadd_pd(v[2], v[3]);
+    return _mm256_add_pd(_mm256_permute2f128_pd(a, b, 0x20), _mm256_permute2f128_pd(a, b, 0x31));
+}
+/// The lanes behind @p lane; the others are 0.
+inline Vector Behind(Vector v, int lane)
+{
+    const __m256i mask = _mm256_setr_epi64x(0, -(lane < 1), -(lane < 2), -(lane < 3));
+    return _mm256_and_pd(v, _mm256_castsi256_pd(mask));
+}
 
 #else
 
@@ -64,6 +99,16 @@ inline Vector Plus(Vector a, Vector b) { return _mm_add_pd(a, b); }
 /// c - a b
 inline Vector Less(Vector c, Vector a, Vector b) { return _mm_sub_pd(c, _mm_mul_pd(a, b)); }
 inline double Sum(Vector v) { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd(v, v))); }
+/// Sum(v[i]) at lane i
+inline Vector Sums(const Vector* v)
+{
+    return _mm_add_pd(_mm_unpacklo_pd(v[0], v[1]), _mm_unpackhi_pd(v[0], v[1]));
+}
+/// The lanes behind @p lane; the others are 0.
+inline Vector Behind(Vector v, int lane)
+{
+    return lane == 0 ? _mm_unpackhi_pd(_mm_setzero_pd(), v) : _mm_setzero_pd();
+}
 
 #endif
 

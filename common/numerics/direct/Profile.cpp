@@ -39,17 +39,11 @@ bool IsEmptyRow(const MatrixView& A, int i) { return A.rowStart[i] == A.rowStart
 
 } // namespace
 
-std::size_t ProfileSolver::Start(std::size_t tileRow) const
-{
-    return (tileRow == 0 ? 0 : endTile_[tileRow - 1]) * kTileSize;
-}
-
-/// Diagonal addresses, tiles and mirror positions; false when the profile is too large.
+/// Rows of tiles and mirror positions; false when the profile is too large.
 bool ProfileSolver::MakeProfile(const MatrixView& A)
 {
     const std::size_t n = std::size_t(A.n);
-    diagonal_.resize(n);
-    firstTile_.assign((n + kTile - 1) / kTile, std::numeric_limits<int>::max());
+    firstColumn_.assign((n + kTile - 1) / kTile, std::numeric_limits<int>::max());
     long long sum = 0;
     for (int i = 0; i < A.n; ++i)
     {
@@ -57,15 +51,13 @@ bool ProfileSolver::MakeProfile(const MatrixView& A)
         sum += i - first + 1;
         if (sum > std::numeric_limits<int>::max())
             return false;
-        diagonal_[std::size_t(i)] = int(sum - 1);
-        int& firstTile = firstTile_[std::size_t(i) / kTile];
-        firstTile = std::min(firstTile, first / kTile);
+        int& firstColumn = firstColumn_[std::size_t(i) / kTile];
+        firstColumn = std::min(firstColumn, first / kColumnGroup * kColumnGroup);
     }
-    endTile_.resize(TileRows());
-    std::size_t tiles = 0;
+    startColumn_.assign(TileRows() + 1, 0);
     for (std::size_t I = 0; I < TileRows(); ++I)
-        endTile_[I] = tiles += Width(I) + 1;
-    if (tiles > std::numeric_limits<std::size_t>::max() / (kTileSize * sizeof(double)))
+        startColumn_[I + 1] = startColumn_[I] + Width(I) + kTile;
+    if (startColumn_.back() > std::numeric_limits<std::size_t>::max() / (kTile * sizeof(double)))
         return false;
 
     mirror_.assign(std::size_t(A.rowStart[n]), -1);
@@ -95,40 +87,45 @@ struct ProfileSolver::Run
     }
 
     /// The values of A in the row of tiles: W the lower triangle, Z the upper one transposed; W
-    /// holds the whole diagonal tile.
+    /// holds the whole diagonal tile of a non-symmetric A.
     void Fill(std::size_t I, double* W, double* Z)
     {
-        const std::size_t size = (solver.Width(I) + 1) * kTileSize;
+        const std::size_t size = (solver.Width(I) + kTile) * kTile;
         std::fill(W, W + size, 0);
         if (!symmetric)
             std::fill(Z, Z + size, 0);
-        const int firstRow = int(I) * kTile;
-        const int firstColumn = solver.firstTile_[I] * kTile;
-        for (int r = 0; r < kTile; ++r)
+        const int firstRow = int(I) * kTile, firstColumn = solver.firstColumn_[I];
+        const auto at = [=](int i, int j) {
+            return std::ptrdiff_t(j - firstColumn) * kTile + (i - firstRow);
+        };
+        const double* const values = A.values;
+        const int* const columns = A.columns;
+        const int* const mirrors = solver.mirror_.data();
+        for (int i = firstRow; i < firstRow + kTile; ++i)
         {
-            const int i = firstRow + r;
             if (i >= A.n) // past the last equation: a unit matrix
             {
-                W[(i - firstColumn) * kTile + r] = 1;
+                W[at(i, i)] = 1;
                 continue;
             }
+            int k = A.rowStart[i];
+            const int end = A.rowStart[i + 1];
             double largest = 0, difference = 0;
-            for (int k = A.rowStart[i]; k < A.rowStart[i + 1]; ++k)
+            for (; k < end && columns[k] < i; ++k)
             {
-                largest = std::max(largest, std::fabs(A.values[k]));
-                const int j = A.columns[k];
-                if (j > i)
-                    continue;
-                const int at = j == i ? k : solver.mirror_[std::size_t(k)];
-                const double mirrored = at < 0 ? 0 : A.values[at];
-                difference = std::max(difference, std::fabs(A.values[k] - mirrored));
-                W[(j - firstColumn) * kTile + r] = symmetric ? mirrored : A.values[k];
-                if (!symmetric && j < firstRow)
-                    Z[(j - firstColumn) * kTile + r] = mirrored;
-                else if (!symmetric)
-                    W[(i - firstColumn) * kTile + j - firstRow] = mirrored;
+                const int j = columns[k];
+                const double value = values[k], mirrored = mirrors[k] < 0 ? 0 : values[mirrors[k]];
+                largest = std::max(largest, std::fabs(value));
+                difference = std::max(difference, std::fabs(value - mirrored));
+                W[at(i, j)] = symmetric ? mirrored : value;
+                if (!symmetric)
+                    (j < firstRow ? Z[at(i, j)] : W[at(j, i)]) = mirrored;
             }
+            if (k < end && columns[k] == i)
+                W[at(i, i)] = values[k];
             constexpr double kRounding = 1e-12; // of sums of the same terms in another order
+            for (; difference > kRounding * largest && k < end; ++k)
+                largest = std::max(largest, std::fabs(values[k]));
             if (difference > kRounding * largest)
                 NoteFirst(skewed, std::size_t(i));
         }
@@ -148,56 +145,55 @@ struct ProfileSolver::Run
     void Factorise(std::size_t I, double* W, double* Z)
     {
         Fill(I, W, Z);
-        double* const L = solver.lower_.Data() + solver.Start(I);
-        double* const U = symmetric ? L : solver.upper_.Data() + solver.Start(I);
-        const std::size_t first = std::size_t(solver.firstTile_[I]);
-        for (std::size_t J = first; J < I; ++J)
+        double* const L = solver.lower_.data() + solver.Start(I);
+        double* const U = symmetric ? L : solver.upper_.data() + solver.Start(I);
+        const std::size_t first = std::size_t(solver.firstColumn_[I]);
+        for (std::size_t J = first / kTile; J < I; ++J)
         {
             Await(J);
-            const std::size_t from = std::max(first, std::size_t(solver.firstTile_[J]));
-            const std::size_t before = (from - first) * kTileSize;
-            const std::size_t skipped =
-                solver.Start(J) + (from - std::size_t(solver.firstTile_[J])) * kTileSize;
-            const std::ptrdiff_t steps = std::ptrdiff_t(J - from) * kTile;
-            const double* inverse = solver.inversePivots_.data() + J * kTile;
-            double* const scaled = L + (J - first) * kTileSize;
+            const std::size_t firstOther = std::size_t(solver.firstColumn_[J]);
+            const std::size_t from = std::max(first, firstOther);
+            const std::size_t own = (from - first) * kTile;
+            const std::size_t other = solver.Start(J) + (from - firstOther) * kTile;
+            const std::ptrdiff_t steps = std::ptrdiff_t(J * kTile) - std::ptrdiff_t(from);
+            const double* const inverse = solver.inversePivots_.data() + J * kTile;
+            const double* const lower = solver.lower_.data() + other;
             if (symmetric)
             {
-                kernels.eliminate(W + before, solver.lower_.Data() + skipped, steps, inverse,
-                                  scaled);
+                kernels.eliminate(W + own, lower, steps, inverse, L + own);
                 continue;
             }
-            kernels.eliminate(W + before, solver.upper_.Data() + skipped, steps, inverse, scaled);
-            kernels.eliminate(Z + before, solver.lower_.Data() + skipped, steps, inverse,
-                              U + (J - first) * kTileSize);
+            kernels.eliminate(W + own, solver.upper_.data() + other, steps, inverse, L + own);
+            kernels.eliminate(Z + own, lower, steps, inverse, U + own);
         }
-        const std::ptrdiff_t steps = std::ptrdiff_t(I - first) * kTile;
-        const std::size_t diagonal = (I - first) * kTileSize;
-        UpdateDiagonal(W, U, steps, I);
-        kernels.factorise(W + diagonal, sizes.data() + I * kTile, pivotLimit, L + diagonal,
-                          symmetric ? nullptr : U + diagonal,
-                          solver.inversePivots_.data() + I * kTile);
-        kernels.forward(L, steps, y + first * kTile, y + I * kTile);
+        FactoriseDiagonal(W, L, U, I);
+        kernels.forward(L, std::ptrdiff_t(I * kTile - first), y + first, y + I * kTile);
         done[I].store(true, std::memory_order_release);
     }
 
-    /// Completes the diagonal tile, and finds the magnitudes of its pivots' terms so far.
-    void UpdateDiagonal(double* W, const double* U, std::ptrdiff_t steps, std::size_t I)
+    /// Completes the diagonal tile with the magnitudes of its pivots' terms.
+    void FactoriseDiagonal(double* W, double* L, double* U, std::size_t I)
     {
+        const std::ptrdiff_t steps = std::ptrdiff_t(solver.Width(I));
         double* const size = sizes.data() + I * kTile;
         double* const tile = W + steps * kTile;
         double before[kTile];
         for (int r = 0; r < kTile; ++r)
             size[r] = std::fabs(before[r] = tile[r * (kTile + 1)]);
         // Pivots of one sign all subtract: their sum is the reduction of the diagonal.
-        const double* const inverse = solver.inversePivots_.data() + I * kTile;
+        double* const inverse = solver.inversePivots_.data() + I * kTile;
         const bool areAllPositive =
             symmetric && std::all_of(inverse - steps, inverse, [](double p) { return p >= 0; });
         if (!areAllPositive)
             kernels.measure(W, U, steps, size);
-        kernels.update(W, U, steps);
+        (symmetric ? kernels.updateLower : kernels.update)(W, U, steps);
         for (int r = 0; areAllPositive && r < kTile; ++r)
             size[r] += std::fabs(before[r] - tile[r * (kTile + 1)]);
+        if (symmetric)
+            kernels.factoriseSymmetric(tile, size, pivotLimit, L + steps * kTile, inverse);
+        else
+            kernels.factorise(tile, size, pivotLimit, L + steps * kTile, U + steps * kTile,
+                              inverse);
     }
 
     static void NoteFirst(std::atomic<std::size_t>& first, std::size_t i)
@@ -212,13 +208,14 @@ struct ProfileSolver::Run
     /// earlier rows, which are already begun, so the work progresses with any number of threads.
     void Work(std::size_t widest)
     {
-        AlignedBuffer work;
-        double* const W = work.Reserve((widest + 1) * kTileSize * (symmetric ? 1 : 2));
+        const std::size_t size = (widest + kTile) * kTile;
+        RawVector<double> work(symmetric ? size : 2 * size);
+        double* const W = work.data();
         for (std::size_t I = nextRow++; I < solver.TileRows(); I = nextRow++)
             if (stop != nullptr && stop->IsMade())
                 done[I].store(true, std::memory_order_release); // others may be waiting for it
             else
-                Factorise(I, W, W + (widest + 1) * kTileSize);
+                Factorise(I, W, W + size);
     }
 };
 
@@ -227,8 +224,8 @@ void ProfileSolver::Substitute(bool symmetric, double* x)
 {
     const TileKernels& kernels = Kernels();
     for (std::size_t I = 0; I < TileRows(); ++I)
-        kernels.forward(lower_.Data() + Start(I), std::ptrdiff_t(Width(I)) * kTile,
-                        x + std::size_t(firstTile_[I]) * kTile, x + I * kTile);
+        kernels.forward(lower_.data() + Start(I), std::ptrdiff_t(Width(I)), x + firstColumn_[I],
+                        x + I * kTile);
     SubstituteBack(symmetric, x);
 }
 
@@ -236,12 +233,12 @@ void ProfileSolver::Substitute(bool symmetric, double* x)
 void ProfileSolver::SubstituteBack(bool symmetric, double* x)
 {
     const TileKernels& kernels = Kernels();
-    const double* U = symmetric ? lower_.Data() : upper_.Data();
+    const double* U = symmetric ? lower_.data() : upper_.data();
     for (std::size_t i = 0; i < TileRows() * kTile; ++i)
         x[i] *= inversePivots_[i];
     for (std::size_t I = TileRows(); I-- > 0;)
-        kernels.backward(U + Start(I), std::ptrdiff_t(Width(I)) * kTile,
-                         x + std::size_t(firstTile_[I]) * kTile, x + I * kTile);
+        kernels.backward(U + Start(I), std::ptrdiff_t(Width(I)), x + firstColumn_[I],
+                         x + I * kTile);
 }
 
 /// Factorises on as many threads as are worth it; y becomes L^-1 b.
@@ -252,7 +249,7 @@ void ProfileSolver::Factorise(Run& run, int threads)
     for (std::size_t I = 0; I < TileRows(); ++I)
     {
         widest = std::max(widest, Width(I));
-        work += double(Width(I)) * double(Width(I));
+        work += double(Width(I)) * double(Width(I)) / kTileSize;
     }
     constexpr double kWorthThreads = 1000; // products of tiles, about 0.2 ms
     int most = ThreadCount(threads);
@@ -268,13 +265,12 @@ bool ProfileSolver::IsLoose(const MatrixView& A, bool symmetric, std::size_t equ
 {
     constexpr double kRounding = 64 * std::numeric_limits<double>::epsilon();
     const TileKernels& kernels = Kernels();
-    const double* U = symmetric ? lower_.Data() : upper_.Data();
+    const double* U = symmetric ? lower_.data() : upper_.data();
     std::vector<double> motion(TileRows() * kTile), r(std::size_t(A.n));
     const Vec zero(std::size_t(A.n));
     motion[equation] = 1;
     for (std::size_t I = TileRows(); I-- > 0;)
-        kernels.backward(U + Start(I), std::ptrdiff_t(Width(I)) * kTile,
-                         motion.data() + std::size_t(firstTile_[I]) * kTile,
+        kernels.backward(U + Start(I), std::ptrdiff_t(Width(I)), motion.data() + firstColumn_[I],
                          motion.data() + I * kTile);
     const auto isFree = [&] {
         return MeasureErrors(A, zero.data(), motion.data(), r.data()).rowWise <= kRounding;
@@ -322,9 +318,9 @@ SolveRecord ProfileSolver::Compute(const MatrixView& A, bool symmetric, const do
                                    int threads)
 {
     SolveRecord record;
-    lower_.Reserve(TileRows() == 0 ? 0 : endTile_.back() * kTileSize);
+    Reserve(lower_, startColumn_.back() * kTile);
     if (!symmetric)
-        upper_.Reserve(TileRows() == 0 ? 0 : endTile_.back() * kTileSize);
+        Reserve(upper_, startColumn_.back() * kTile);
     inversePivots_.assign(TileRows() * kTile, 1);
     std::vector<double> y(TileRows() * kTile);
     const auto factorise = [&](Run& run) {

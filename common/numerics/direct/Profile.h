@@ -3,8 +3,9 @@
 #pragma once
 
 #include "numerics/SolveRecord.h"
-#include "numerics/dense/AlignedBuffer.h"
+#include "numerics/direct/ProfileTiles.h"
 #include "numerics/system/MatrixView.h"
+#include "numerics/system/RawVector.h"
 
 #include <cstddef>
 #include <vector>
@@ -19,9 +20,9 @@ using math::SolveRecord;
 /// first stored column to the diagonal, and for U the mirror image.
 ///
 /// The profile is covered with square tiles, row of tiles by row of tiles, so that the work is
-/// products of small dense matrices. Rows are assigned to threads in ascending order; each entry is
-/// computed by the same operations on any thread. Storage is kept for the next solve of the same
-/// pattern.
+/// products of small dense matrices; the first tile of a row lacks the columns that are 0 in all of
+/// its rows. Rows are assigned to threads in ascending order; each entry is computed by the same
+/// operations on any thread. Storage is kept for the next solve of the same pattern.
 class ProfileSolver
 {
 public:
@@ -43,23 +44,22 @@ private:
     bool IsLoose(const MatrixView& A, bool symmetric, std::size_t equation);
     void FindLooseModes(const Run& run, double limit, SolveRecord& record);
 
-    std::size_t TileRows() const { return firstTile_.size(); }
+    std::size_t TileRows() const { return firstColumn_.size(); }
     /// Where a row of tiles starts in lower_ and upper_.
-    std::size_t Start(std::size_t tileRow) const;
-    /// Tiles of a row before its diagonal tile.
+    std::size_t Start(std::size_t tileRow) const { return startColumn_[tileRow] * kTile; }
+    /// Columns of a row of tiles before its diagonal tile.
     std::size_t Width(std::size_t tileRow) const
     {
-        return tileRow - std::size_t(firstTile_[tileRow]);
+        return tileRow * kTile - std::size_t(firstColumn_[tileRow]);
     }
 
     bool stale_ = true;
-    std::vector<int> diagonal_;  ///< position of each row's diagonal in the profile
-    std::vector<int> mirror_;    ///< for each stored (i, j), j < i: where (j, i) is stored, or -1
-    std::vector<int> firstTile_; ///< first column of tiles, for each row of tiles
-    std::vector<std::size_t> endTile_; ///< tiles up to and with each row of tiles
+    std::vector<int> mirror_;      ///< for each stored (i, j), j < i: where (j, i) is stored, or -1
+    std::vector<int> firstColumn_; ///< of each row of tiles, a multiple of kColumnGroup
+    std::vector<std::size_t> startColumn_; ///< columns in the rows of tiles before each, and in all
     std::vector<double> inversePivots_;
-    AlignedBuffer lower_; ///< L
-    AlignedBuffer upper_; ///< U^T
+    RawVector<double> lower_; ///< L
+    RawVector<double> upper_; ///< U^T
 };
 
 } // namespace numerics

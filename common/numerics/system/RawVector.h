@@ -49,4 +49,15 @@ struct RawAllocator
 template <class T>
 using RawVector = std::vector<T, RawAllocator<T>>;
 
+/// Makes @p v hold at least @p size entries. Growing loses the values, so that they need not be in
+/// memory twice.
+template <class T>
+void Reserve(RawVector<T>& v, std::size_t size)
+{
+    if (v.size() >= size)
+        return;
+    v = RawVector<T>();
+    v.resize(size);
+}
+
 } // namespace numerics
