@@ -93,6 +93,7 @@ TEST(Problem, ReportsAFaultOnceWithKeyAndLine)
         {"'theta_s': 0.4", "'theta_s': 0", "theta_s: should not be zero"},
         {"'a': 10, ", "'points': [[0, 0.4], [10, 0.3], [20, 0.2]], ", "points: should have pre"},
         {"'m': 1,", "", "materials[0].water_content.m: is missing"},
+        {", 's0': 0.1", "", "materials[0].kr.s0: is missing; it should be a number"},
         {"'integral'", "'integrated'", ":8: materials[0].kr.rule: should be saturated, exp"},
         {"'rule': 'integral'", "'rule': 'none'", "kr.rule: should be"},
         {"'material': 'sand'", "'material': 'clay'", "no material 'clay', only 'sand'"},

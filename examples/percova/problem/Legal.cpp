@@ -11,17 +11,20 @@ bool CheckLegal(const JsonReader& reader, const char* key, DataParamType paramet
     return legal.ok();
 }
 
-void GetLegal(JsonReader& reader, const char* key, DataParamType parameter, double& value,
+bool GetLegal(JsonReader& reader, const char* key, DataParamType parameter, double& value,
               Need need)
 {
-    if (reader.GetNumber(key, value, need))
-        (void)CheckLegal(reader, key, parameter, value); // reported there
+    return reader.GetNumber(key, value, need) && CheckLegal(reader, key, parameter, value);
 }
 
-void CheckNotZero(const JsonReader& reader, const char* key, double value)
+bool GetNonZero(JsonReader& reader, const char* key, DataParamType parameter, double& value,
+                Need need)
 {
+    if (!GetLegal(reader, key, parameter, value, need))
+        return false;
     if (value == 0)
         reader.Error(key, "should not be zero");
+    return value != 0;
 }
 
 } // namespace percova

@@ -13,10 +13,12 @@ namespace percova
 bool CheckLegal(const JsonReader& reader, const char* key, DataParamType parameter, double value);
 
 /// Reads the number under @p key and checks it.
-void GetLegal(JsonReader& reader, const char* key, DataParamType parameter, double& value,
+/// @returns whether there is a legal one
+bool GetLegal(JsonReader& reader, const char* key, DataParamType parameter, double& value,
               Need need = Need::Required);
 
-/// For a divisor that the catalogue allows to be zero.
-void CheckNotZero(const JsonReader& reader, const char* key, double value);
+/// The same for a divisor that the catalogue allows to be zero.
+bool GetNonZero(JsonReader& reader, const char* key, DataParamType parameter, double& value,
+                Need need = Need::Required);
 
 } // namespace percova

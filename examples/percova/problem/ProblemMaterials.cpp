@@ -24,12 +24,12 @@ void CheckPoints(const JsonReader& reader, const std::vector<Point>& points)
 void ReadExponential(JsonReader& reader, const Units& units, WaterContent& water)
 {
     water.rule = WaterRule::Exponential;
-    GetLegal(reader, "alpha", dataparam::ConductivityAlpha, water.alpha);
-    CheckNotZero(reader, "alpha", water.alpha);
+    GetNonZero(reader, "alpha", dataparam::ConductivityAlpha, water.alpha);
     water.alpha /= units.metres;
-    GetLegal(reader, "theta_s", dataparam::SaturatedWaterContent, water.thetaS);
-    GetLegal(reader, "theta_r", dataparam::WaterContent, water.thetaR);
-    if (!(water.thetaR < water.thetaS))
+    const bool hasMost =
+        GetLegal(reader, "theta_s", dataparam::SaturatedWaterContent, water.thetaS);
+    const bool hasLeast = GetLegal(reader, "theta_r", dataparam::WaterContent, water.thetaR);
+    if (hasMost && hasLeast && !(water.thetaR < water.thetaS))
         reader.Error("theta_r", "should be less than theta_s");
 }
 
@@ -44,12 +44,9 @@ void ReadWaterContent(JsonReader& reader, const Units& units, WaterContent& wate
         reader.IgnoreRest();
         return reader.Error("rule", "should be exponential or fredlund_xing, not '" + rule + "'");
     }
-    GetLegal(reader, "theta_s", dataparam::SaturatedWaterContent, water.thetaS);
-    if (reader.Find("theta_s") != nullptr)
-        CheckNotZero(reader, "theta_s", water.thetaS);
+    GetNonZero(reader, "theta_s", dataparam::SaturatedWaterContent, water.thetaS);
     double limit = water.limit / units.kPa;
-    GetLegal(reader, "limit", dataparam::CurveLimit, limit, Need::Optional);
-    CheckNotZero(reader, "limit", limit);
+    GetNonZero(reader, "limit", dataparam::CurveLimit, limit, Need::Optional);
     water.limit = limit * units.kPa;
     if (reader.Find("points") != nullptr)
     {
@@ -88,8 +85,7 @@ void ReadKr(JsonReader& reader, const Problem& problem, const Material& material
     else if (rule == "integral")
     {
         kr.rule = KrRule::Integral;
-        GetLegal(reader, "s0", dataparam::ConductivityStart, kr.s0);
-        CheckNotZero(reader, "s0", kr.s0);
+        GetNonZero(reader, "s0", dataparam::ConductivityStart, kr.s0);
         kr.s0 *= problem.units.kPa;
     }
     else if (rule != "saturated")
